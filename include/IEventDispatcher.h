@@ -1,0 +1,35 @@
+// IEventDispatcher: synchronous publish and subscribe by topic.
+#ifndef IXLAL_IEVENTDISPATCHER_H
+#define IXLAL_IEVENTDISPATCHER_H
+
+#include "IBase.h"
+#include "IEventListener.h"
+#include "portinglayer/PLiteral.h"
+
+/// Delivers events to the listeners of a topic, on the thread of the sender. Interface ID
+/// kIxlaEventDispatcherId. The dispatcher's lock is held while its table is read or changed and
+/// never while a listener runs.
+class IEventDispatcher : public IBase
+{
+public:
+    /// Subscribes iListener to iTopic and takes a reference on it.
+    /// Returns 0, -5002 when it is subscribed to the topic already, -502 for an empty topic or a
+    /// null listener, -501 for lack of memory, or the mutex's code. On failure nothing changes,
+    /// unless unlocking is what failed. [any thread]
+    virtual int addListener(const PLiteral& iTopic, IEventListener* iListener) = 0;
+
+    /// Ends the subscription and drops its reference; a delivery in progress still reaches the
+    /// listener and keeps it alive until then.
+    /// Returns 0, -5001 when the listener isn't subscribed to the topic, -502 for an empty topic
+    /// or a null listener, or the mutex's code. [any thread]
+    virtual int removeListener(const PLiteral& iTopic, IEventListener* iListener) = 0;
+
+    /// Calls every listener that is subscribed to iTopic at this moment, the most recently added
+    /// one first, and returns when all have run. iParam1 is passed through without taking a
+    /// reference; it may be null.
+    /// Returns 0, -5001 when the topic has no listeners, -502 for an empty topic, -501 for lack
+    /// of memory (nobody is notified then), or the mutex's code. [any thread]
+    virtual int send(const PLiteral& iTopic, IBase* iParam1, int iParam2) = 0;
+};
+
+#endif

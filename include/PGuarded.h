@@ -1,0 +1,28 @@
+// PGuarded: keeps exceptions inside an interface operation.
+#ifndef IXLAL_PGUARDED_H
+#define IXLAL_PGUARDED_H
+
+#include "Ixla.h"
+
+#include <new>
+
+/// Runs iFunction, which returns a result code, and returns its result. Lack of memory becomes
+/// -501, any other exception iOtherwise.
+template <class TFunction>
+int ixlaGuarded(const TFunction& iFunction, int iOtherwise = eIxlaNoMemory) noexcept
+{
+    try
+    {
+        return iFunction();
+    }
+    catch (const std::bad_alloc&)
+    {
+        return eIxlaNoMemory;
+    }
+    catch (...)
+    {
+        return iOtherwise;
+    }
+}
+
+#endif

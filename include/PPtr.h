@@ -1,0 +1,302 @@
+// PPtr: a holder of a plain heap object or array, shared by counting its copies.
+#ifndef IXLAL_PPTR_H
+#define IXLAL_PPTR_H
+
+#include <type_traits>
+
+/// How a PPtr frees what it holds.
+enum EPtrType
+{
+    ePtrObject = 0, ///< a single object, freed with delete
+    ePtrArray = 1   ///< an array made with new[], freed with delete[]
+};
+
+/// Holds a heap object or array. Copies made from one another form a holder group that shares one
+/// holder count; the last copy to go frees the object.
+///
+/// Field order, field sizes and the slot order of the virtual members are part of the binary
+/// interface. The holder count is changed atomically: copies of one group may be made and dropped
+/// by several threads at once. One PPtr value itself must not be changed by two threads at once.
+template <class T>
+class PPtr
+{
+public:
+    /// An empty holder; allocates nothing.
+    PPtr() noexcept : fPtr(nullptr), fCounter(nullptr), fType(ePtrObject)
+    {
+    }
+
+    /// Starts a new holder group over iPtr. A null iPtr gives an empty holder.
+    /// Throws std::bad_alloc when the holder count cannot be allocated; iPtr then stays the
+    /// caller's.
+    explicit PPtr(T* iPtr, int iType = ePtrObject) : PPtr()
+    {
+        start(iPtr, iType);
+    }
+
+    /// Joins the holder group of iOther.
+    PPtr(const PPtr& iOther) : PPtr()
+    {
+        join(iOther);
+    }
+
+    /// Takes over the share of iOther, which is empty afterwards.
+    PPtr(PPtr&& ioOther) noexcept : PPtr()
+    {
+        take(ioOther);
+    }
+
+    /// Leaves the holder group; the last one to leave frees the object.
+    virtual ~PPtr()
+    {
+        if (leave())
+        {
+            PPtr::freePtr();
+            delete fCounter;
+        }
+    }
+
+    /// Leaves the present group and joins that of iOther. Assigning a holder to itself does
+    /// nothing.
+    PPtr& operator=(const PPtr& iOther)
+    {
+        if (this != &iOther)
+        {
+            assign(iOther);
+        }
+        return *this;
+    }
+
+    /// Leaves the present group and starts a new one over iPtr, keeping the way of freeing.
+    /// Assigning the pointer already held does nothing. Throws std::bad_alloc when the holder
+    /// count cannot be allocated; holder and iPtr are then as before.
+    PPtr& operator=(T* iPtr)
+    {
+        replace(iPtr);
+        return *this;
+    }
+
+    /// As the constructor from a pointer, but takes iPtr over in every case: when the holder
+    /// count cannot be allocated, iPtr is freed before std::bad_alloc goes on.
+    static PPtr adopt(T* iPtr, int iType = ePtrObject)
+    {
+        try
+        {
+            return PPtr(iPtr, iType);
+        }
+        catch (...)
+        {
+            PPtr doomed;
+            doomed.fPtr = iPtr;
+            doomed.fType = iType;
+            doomed.freePtr();
+            doomed.fPtr = nullptr;
+            throw;
+        }
+    }
+
+    /// Leaves the group and empties this holder.
+    void clear()
+    {
+        release();
+        fPtr = nullptr;
+        fCounter = nullptr;
+        fType = ePtrObject;
+    }
+
+    /// The held pointer, still owned by the group; null when empty.
+    T* get() const noexcept
+    {
+        return fPtr;
+    }
+
+    T* operator->() const noexcept
+    {
+        return fPtr;
+    }
+
+    T& operator*() const noexcept
+    {
+        return *fPtr;
+    }
+
+    explicit operator bool() const noexcept
+    {
+        return fPtr != nullptr;
+    }
+
+    /// The number of holders in the group; 0 when empty. A snapshot unless the caller can rule
+    /// out that another thread copies or drops a holder of the group.
+    unsigned int holders() const noexcept
+    {
+        return fCounter ? __atomic_load_n(fCounter, __ATOMIC_ACQUIRE) : 0u;
+    }
+
+protected:
+    /// Hook that runs when a new holder group starts.
+    virtual void newCounter()
+    {
+    }
+
+    /// Hook that frees the held object when the last holder has gone.
+    virtual void freePtr()
+    {
+        if (fPtr)
+        {
+            freeAs(Destruction());
+        }
+    }
+
+    void start(T* iPtr, int iType)
+    {
+        if (iPtr)
+        {
+            fCounter = new unsigned int(0);
+        }
+        fPtr = iPtr;
+        fType = iType;
+        if (iPtr)
+        {
+            newCounter();
+            enter();
+        }
+    }
+
+    void join(const PPtr& iOther)
+    {
+        fPtr = iOther.fPtr;
+        fCounter = iOther.fCounter;
+        fType = iOther.fType;
+        if (!fPtr)
+        {
+            return;
+        }
+        if (!fCounter)
+        {
+            fCounter = new unsigned int(0);
+            newCounter();
+        }
+        enter();
+    }
+
+    // The share in the new group is taken before the old one is given up: freeing the old object
+    // may destroy iOther.
+    void assign(const PPtr& iOther)
+    {
+        PPtr incoming(iOther.fPtr, iOther.fCounter, iOther.fType);
+        const bool starts = incoming.fPtr && !incoming.fCounter;
+        if (starts)
+        {
+            incoming.fCounter = new unsigned int(0);
+        }
+        if (incoming.fPtr)
+        {
+            incoming.enter();
+        }
+        release();
+        take(incoming);
+        if (starts)
+        {
+            newCounter();
+        }
+    }
+
+    void replace(T* iPtr)
+    {
+        if (iPtr == fPtr)
+        {
+            return;
+        }
+        unsigned int* counter = iPtr ? new unsigned int(0) : nullptr;
+        release();
+        fPtr = iPtr;
+        fCounter = counter;
+        if (iPtr)
+        {
+            newCounter();
+            enter();
+        }
+    }
+
+    void take(PPtr& ioOther) noexcept
+    {
+        fPtr = ioOther.fPtr;
+        fCounter = ioOther.fCounter;
+        fType = ioOther.fType;
+        ioOther.fPtr = nullptr;
+        ioOther.fCounter = nullptr;
+        ioOther.fType = ePtrObject;
+    }
+
+    /// Gives up this holder's share; true when it was the last one.
+    bool leave() noexcept
+    {
+        return fPtr && fCounter && __atomic_sub_fetch(fCounter, 1u, __ATOMIC_ACQ_REL) == 0;
+    }
+
+    void release()
+    {
+        if (leave())
+        {
+            freePtr();
+            delete fCounter;
+        }
+    }
+
+    T* fPtr;
+    unsigned int* fCounter;
+    int fType;
+
+private:
+    struct Destroyed
+    {
+    };
+    struct MemoryOnly
+    {
+    };
+    // The interfaces are polymorphic without a virtual destructor, so nothing can be destroyed
+    // through them: only the memory goes.
+    typedef typename std::conditional<std::is_polymorphic<T>::value &&
+                                          !std::has_virtual_destructor<T>::value,
+                                      MemoryOnly, Destroyed>::type Destruction;
+
+    PPtr(T* iPtr, unsigned int* iCounter, int iType) noexcept
+        : fPtr(iPtr), fCounter(iCounter), fType(iType)
+    {
+    }
+
+    void enter() noexcept
+    {
+        __atomic_add_fetch(fCounter, 1u, __ATOMIC_RELAXED);
+    }
+
+    void freeAs(Destroyed)
+    {
+        if (fType == ePtrObject)
+        {
+            delete fPtr;
+        }
+        else if (fType == ePtrArray)
+        {
+            delete[] fPtr;
+        }
+    }
+
+    void freeAs(MemoryOnly)
+    {
+        if (fType == ePtrObject)
+        {
+            ::operator delete(static_cast<void*>(fPtr));
+        }
+        else if (fType == ePtrArray)
+        {
+            ::operator delete[](static_cast<void*>(fPtr));
+        }
+    }
+};
+
+#if defined(__SIZEOF_POINTER__) && __SIZEOF_POINTER__ == 4
+static_assert(sizeof(PPtr<int>) == 16, "PPtr is part of the binary interface");
+#endif
+
+#endif

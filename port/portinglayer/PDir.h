@@ -1,0 +1,43 @@
+// PDir: the entries of a directory.
+#ifndef IXLAL_PDIR_H
+#define IXLAL_PDIR_H
+
+#include "PExport.h"
+#include "PString.h"
+
+#include <vector>
+
+/// Lists the bare names of the files in a directory that match a pattern of "*" and "?", in
+/// ascending byte order, so that the order is the same on every file system. Directories are left
+/// out; names that are not UTF-8 are mapped as PFile maps them. One PDir belongs to one thread.
+class IXLA_EXPORT PDir
+{
+public:
+    /// Keeps copies of both texts; may throw std::bad_alloc.
+    PDir(const PLiteral& iDir, const PLiteral& iFilter);
+    ~PDir();
+
+    PDir(const PDir&) = delete;
+    PDir& operator=(const PDir&) = delete;
+
+    /// Reads the directory and stands at its first entry. Returns 0 or a negated errno, and then
+    /// there are no entries.
+    int preaddir() noexcept;
+
+    /// Compares the state of the listing: 0 while there is a current entry, 1 at the end.
+    bool operator==(int iState) const noexcept;
+
+    /// Steps to the next entry.
+    PDir& operator++() noexcept;
+
+    /// The current bare file name; empty at the end. Valid until the next preaddir.
+    const PString& getEntry() const noexcept;
+
+private:
+    PString fDir;
+    PString fFilter;
+    std::vector<PString> fEntries;
+    std::size_t fCurrent;
+};
+
+#endif

@@ -1,0 +1,54 @@
+// PLockGuard: holds a PMutex for the time of a scope.
+#ifndef IXLAL_PLOCKGUARD_H
+#define IXLAL_PLOCKGUARD_H
+
+#include "PMutex.h"
+
+/// Locks at construction and unlocks at destruction. Locking may fail: ask result() before
+/// touching what the mutex guards.
+class IXLA_SCOPED_CAPABILITY PLockGuard
+{
+public:
+    explicit PLockGuard(PMutex& iMutex) noexcept IXLA_ACQUIRE(iMutex)
+        : fMutex(iMutex), fResult(iMutex.lock()), fHeld(fResult == 0)
+    {
+    }
+
+    // A failing unlock has nobody left to be told here; who needs the code calls unlock().
+    ~PLockGuard() IXLA_RELEASE()
+    {
+        if (fHeld)
+        {
+            fMutex.unlock();
+        }
+    }
+
+    PLockGuard(const PLockGuard&) = delete;
+    PLockGuard& operator=(const PLockGuard&) = delete;
+
+    /// The result of locking.
+    int result() const noexcept
+    {
+        return fResult;
+    }
+
+    /// Unlocks now; returns the mutex's result. The destructor doesn't try again.
+    int unlock() noexcept IXLA_RELEASE()
+    {
+        fHeld = false;
+        return fMutex.unlock();
+    }
+
+    /// Leaves the mutex locked beyond the scope.
+    void keepLocked() noexcept IXLA_RELEASE()
+    {
+        fHeld = false;
+    }
+
+private:
+    PMutex& fMutex;
+    int fResult;
+    bool fHeld;
+};
+
+#endif

@@ -1,0 +1,21 @@
+// PProcess: figures of processes and of the machine.
+#ifndef IXLAL_PPROCESS_H
+#define IXLAL_PPROCESS_H
+
+#include "PExport.h"
+
+/// Operations return 0 or a negated errno and leave the out-argument untouched on failure. None
+/// throws or allocates. [any thread]
+class IXLA_EXPORT PProcess
+{
+public:
+    static unsigned int getCurrentPID() noexcept;
+
+    /// The resident memory of a process, in bytes.
+    static int getMemoryUsage(unsigned int iPid, unsigned long long& oBytes) noexcept;
+
+    /// The memory of the machine that nobody uses, in bytes.
+    static int getFreeMemory(unsigned long long& oBytes) noexcept;
+};
+
+#endif

@@ -1,0 +1,38 @@
+// PThread: threads of the operating system.
+#ifndef IXLAL_PTHREAD_H
+#define IXLAL_PTHREAD_H
+
+#include "PExport.h"
+
+#include <pthread.h>
+
+/// One started thread. Operations return 0 or a negated errno. None throws.
+class IXLA_EXPORT PThread
+{
+public:
+    PThread() noexcept;
+
+    /// Detaches a thread that nobody joined: it runs on by itself.
+    ~PThread();
+
+    PThread(const PThread&) = delete;
+    PThread& operator=(const PThread&) = delete;
+
+    /// Starts iFunction(iArgument) on a new thread. -16 while an earlier one is not joined.
+    int pcreate(void* (*iFunction)(void*), void* iArgument) noexcept;
+
+    /// Waits for the thread's end; oResult is what its function returned. -3 when there is none.
+    int pjoin(void*& oResult) noexcept;
+
+    /// Sleeps for iMilliseconds of the monotonic clock, also across signals. [any thread]
+    static void psleep(unsigned int iMilliseconds) noexcept;
+
+    /// Identifies the calling thread among those that live; never 0. [any thread]
+    static unsigned long getCurrentThreadId() noexcept;
+
+private:
+    pthread_t fHandle;
+    bool fStarted;
+};
+
+#endif

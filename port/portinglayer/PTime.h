@@ -1,0 +1,18 @@
+// PTime: elapsed time.
+#ifndef IXLAL_PTIME_H
+#define IXLAL_PTIME_H
+
+#include "PExport.h"
+
+/// Ticks are milliseconds of the monotonic clock, which no setting of the time of day moves. No
+/// member throws. [any thread]
+class IXLA_EXPORT PTime
+{
+public:
+    static long long getTickCount() noexcept;
+
+    /// Milliseconds from iStart to iEnd.
+    static long long getTickCountDiff(long long iStart, long long iEnd) noexcept;
+};
+
+#endif
