@@ -1,0 +1,322 @@
+#include "events/PEventDispatcher.h"
+
+#include "Ixla.h"
+#include "PGuarded.h"
+#include "portinglayer/PLockGuard.h"
+
+#include <algorithm>
+
+namespace
+{
+/// The level of lines that are written for each event.
+constexpr int kTraceLevel = 1000;
+
+const void* _address(const IBase* iObject)
+{
+    return iObject;
+}
+} // namespace
+
+template <class... TArgs>
+void PEventDispatcher::debug(int iLevel, const wchar_t* iFormat, TArgs... iArgs) const
+{
+    if (fLogger)
+    {
+        // A line that cannot be written is the log's loss alone; the log counts it.
+        (void)fLogger->debug(iLevel, iFormat, iArgs...);
+    }
+}
+
+template <class... TArgs>
+void PEventDispatcher::error(const wchar_t* iFormat, TArgs... iArgs) const
+{
+    if (fLogger)
+    {
+        (void)fLogger->error(0, iFormat, iArgs...);
+    }
+}
+
+PEventDispatcher::PEventDispatcher() : fRefCount(0)
+{
+    IBase* logger = nullptr;
+    if (ixlaGetInstance(kIxlaLoggerId, logger) == eIxlaOk && logger)
+    {
+        fLogger = static_cast<ILogger*>(logger);
+    }
+    debug(0, L"[EventDispatcher] Create instance: %p", _address(this));
+}
+
+PEventDispatcher::~PEventDispatcher()
+{
+    debug(0, L"[EventDispatcher][destructor] Destroy instance: %p", _address(this));
+
+    // A listener that takes hold of the dispatcher once more while it is being released must not
+    // destroy it a second time, and one that unsubscribes must find the table whole, hence empty.
+    ++fRefCount;
+    if (const int code = fMutex.lock())
+    {
+        lockFailed("destructor", code);
+    }
+    Topics topics;
+    topics.swap(fListeners);
+    releaseListeners(topics);
+    if (const int code = fMutex.unlock())
+    {
+        unlockFailed("destructor", code);
+    }
+    if (const int code = fMutex.close())
+    {
+        error(L"[EventDispatcher][destructor] Failed to close mutex err: %d", code);
+    }
+}
+
+int PEventDispatcher::init() noexcept
+{
+    const int result = fMutex.init(true);
+    if (result != 0)
+    {
+        error(L"[EventDispatcher][init] Failed to init mutex err: %d", result);
+    }
+    return result;
+}
+
+int PEventDispatcher::incRef() noexcept
+{
+    return ++fRefCount;
+}
+
+int PEventDispatcher::decRef() noexcept
+{
+    const int count = fRefCount.change(-1);
+    if (count == 0)
+    {
+        delete this;
+    }
+    return count;
+}
+
+int PEventDispatcher::addListener(const PLiteral& iTopic, IEventListener* iListener) noexcept
+{
+    debug(0, L"[EventDispatcher][addListener] iTopic: %ls iListener: %p", iTopic.ptr(),
+          _address(iListener));
+    if (iTopic.len() == 0 || !iListener)
+    {
+        error(L"[EventDispatcher][addListener] Invalid topic or listener!");
+        return eIxlaInvalidArgument;
+    }
+
+    PLockGuard lock(fMutex);
+    if (lock.result() != 0)
+    {
+        return lockFailed("addListener", lock.result());
+    }
+    const int result = nl_addListener(iTopic, iListener);
+    if (const int code = lock.unlock())
+    {
+        return unlockFailed("addListener", code);
+    }
+    debug(0, L"[EventDispatcher][addListener] res: %d", result);
+    return result;
+}
+
+int PEventDispatcher::removeListener(const PLiteral& iTopic, IEventListener* iListener) noexcept
+{
+    debug(0, L"[EventDispatcher][removeListener] iTopic: %ls iListener: %p", iTopic.ptr(),
+          _address(iListener));
+    if (iTopic.len() == 0 || !iListener)
+    {
+        error(L"[EventDispatcher][removeListener] Invalid topic or listener!");
+        return eIxlaInvalidArgument;
+    }
+
+    // Declared before the lock: what may be the last reference never goes while it is held.
+    PBaseptr<IEventListener> removed;
+    PLockGuard lock(fMutex);
+    if (lock.result() != 0)
+    {
+        return lockFailed("removeListener", lock.result());
+    }
+    const int result = nl_removeListener(iTopic, iListener, removed);
+    if (const int code = lock.unlock())
+    {
+        return unlockFailed("removeListener", code);
+    }
+    removed.clear();
+    debug(0, L"[EventDispatcher][removeListener] res: %d", result);
+    return result;
+}
+
+int PEventDispatcher::send(const PLiteral& iTopic, IBase* iParam1, int iParam2) noexcept
+{
+    debug(kTraceLevel, L"[EventDispatcher][send] iTopic: %ls iParam1: %p iParam2: %d", iTopic.ptr(),
+          _address(iParam1), iParam2);
+    if (iTopic.len() == 0)
+    {
+        error(L"[EventDispatcher][send] Invalid topic!");
+        return eIxlaInvalidArgument;
+    }
+
+    Listeners listeners;
+    PLockGuard lock(fMutex);
+    if (lock.result() != 0)
+    {
+        return lockFailed("send", lock.result());
+    }
+    const int result = nl_copyListeners(iTopic, listeners);
+    if (const int code = lock.unlock())
+    {
+        return unlockFailed("send", code);
+    }
+    deliver(listeners, iTopic, iParam1, iParam2);
+    debug(kTraceLevel, L"[EventDispatcher][send] res: %d", result);
+    return result;
+}
+
+int PEventDispatcher::nl_addListener(const PLiteral& iTopic, IEventListener* iListener)
+{
+    const Topics::iterator topic = fListeners.find(iTopic);
+    if (topic == fListeners.end())
+    {
+        return nl_addTopic(iTopic, iListener);
+    }
+    Listeners& listeners = *topic->second;
+    if (_findListener(listeners, iListener) != listeners.end())
+    {
+        return eIxlaListenerExists;
+    }
+    return ixlaGuarded(
+        [&]
+        {
+            _appendListener(listeners, iListener);
+            return eIxlaOk;
+        });
+}
+
+int PEventDispatcher::nl_addTopic(const PLiteral& iTopic, IEventListener* iListener)
+{
+    // Made whole on the side, so that the table never holds a topic without a listener.
+    Topics fresh;
+    const int result = ixlaGuarded(
+        [&]
+        {
+            auto listeners = std::make_unique<Listeners>();
+            Listeners& added = *listeners;
+            fresh.emplace(PString(iTopic), std::move(listeners));
+            _appendListener(added, iListener);
+            return eIxlaOk;
+        });
+    if (result == eIxlaOk)
+    {
+        fListeners.merge(fresh);
+    }
+    return result;
+}
+
+int PEventDispatcher::nl_removeListener(const PLiteral& iTopic, IEventListener* iListener,
+                                        PBaseptr<IEventListener>& oRemoved)
+{
+    const Topics::iterator topic = fListeners.find(iTopic);
+    if (topic == fListeners.end())
+    {
+        return eIxlaNoListener;
+    }
+    Listeners& listeners = *topic->second;
+    const Listeners::iterator found = _findListener(listeners, iListener);
+    if (found == listeners.end())
+    {
+        return eIxlaNoListener;
+    }
+    oRemoved = *found;
+    listeners.erase(found);
+    if (listeners.empty())
+    {
+        fListeners.erase(topic);
+    }
+    return eIxlaOk;
+}
+
+int PEventDispatcher::nl_copyListeners(const PLiteral& iTopic, Listeners& oListeners) const
+{
+    const Topics::const_iterator topic = fListeners.find(iTopic);
+    if (topic == fListeners.end())
+    {
+        return eIxlaNoListener;
+    }
+    const Listeners& listeners = *topic->second;
+    return ixlaGuarded(
+        [&]
+        {
+            oListeners = listeners;
+            return eIxlaOk;
+        });
+}
+
+PEventDispatcher::Listeners::iterator
+PEventDispatcher::_findListener(Listeners& ioListeners, const IEventListener* iListener)
+{
+    return std::find_if(ioListeners.begin(), ioListeners.end(),
+                        [iListener](const PBaseptr<IEventListener>& iEntry)
+                        { return iEntry.get() == iListener; });
+}
+
+// The room is made first: a holder that the vector had to drop again would release, and perhaps
+// destroy, a listener that the caller still owns.
+void PEventDispatcher::_appendListener(Listeners& ioListeners, IEventListener* iListener)
+{
+    if (ioListeners.size() == ioListeners.capacity())
+    {
+        ioListeners.reserve(std::max<std::size_t>(1, ioListeners.size() * 2));
+    }
+    ioListeners.emplace_back(iListener);
+}
+
+void PEventDispatcher::deliver(const Listeners& iListeners, const PLiteral& iTopic, IBase* iParam1,
+                               int iParam2) const
+{
+    for (auto entry = iListeners.rbegin(); entry != iListeners.rend(); ++entry)
+    {
+        debug(kTraceLevel, L"[EventDispatcher][send] Notify listener: %p", _address(entry->get()));
+        notify(**entry, iTopic, iParam1, iParam2);
+    }
+}
+
+void PEventDispatcher::notify(IEventListener& ioListener, const PLiteral& iTopic, IBase* iParam1,
+                              int iParam2) const
+{
+    try
+    {
+        // No listener has a say in the delivery to the others, hence the result is not looked at.
+        (void)ioListener.handleEvent(iTopic, iParam1, iParam2);
+    }
+    catch (...)
+    {
+        error(L"[EventDispatcher][send] Listener threw an exception: %p", _address(&ioListener));
+    }
+}
+
+void PEventDispatcher::releaseListeners(Topics& ioTopics) const
+{
+    for (auto& [topic, listeners] : ioTopics)
+    {
+        debug(0, L"[EventDispatcher][destructor] Not removed listeners for topic: %ls",
+              topic.ptr());
+        for (const PBaseptr<IEventListener>& listener : *listeners)
+        {
+            debug(0, L"[EventDispatcher][destructor] Not removed listener: %p",
+                  _address(listener.get()));
+        }
+        listeners.reset();
+    }
+}
+
+int PEventDispatcher::lockFailed(const char* iOperation, int iCode) const
+{
+    error(L"[EventDispatcher][%s] Failed to lock err: %d", iOperation, iCode);
+    return iCode;
+}
+
+int PEventDispatcher::unlockFailed(const char* iOperation, int iCode) const
+{
+    error(L"[EventDispatcher][%s] Failed to unlock err: %d", iOperation, iCode);
+    return iCode;
+}

@@ -1,0 +1,80 @@
+// PEventDispatcher: the event hub of the process.
+#ifndef IXLAL_PEVENTDISPATCHER_H
+#define IXLAL_PEVENTDISPATCHER_H
+
+#include "IEventDispatcher.h"
+#include "ILogger.h"
+#include "PBaseptr.h"
+#include "portinglayer/PCounterSync.h"
+#include "portinglayer/PMutex.h"
+#include "portinglayer/PString.h"
+
+#include <map>
+#include <memory>
+#include <vector>
+
+/// Keeps the listeners of each topic and delivers events to them (see IEventDispatcher). Create it
+/// on the heap and call init() once before anything else.
+///
+/// The lock is held while the table is read or changed; listeners run, and are released, without
+/// it. The exception is the destructor: nobody else can be using the dispatcher then.
+class PEventDispatcher : public IEventDispatcher
+{
+public:
+    /// Takes the plugins' log from the core, when the core can give it. Throws std::bad_alloc.
+    PEventDispatcher();
+
+    PEventDispatcher(const PEventDispatcher&) = delete;
+    PEventDispatcher& operator=(const PEventDispatcher&) = delete;
+
+    /// Opens the mutex. Returns 0 or the mutex's code.
+    int init() noexcept;
+
+    int incRef() noexcept override;
+    int decRef() noexcept override;
+
+    int addListener(const PLiteral& iTopic, IEventListener* iListener) noexcept override;
+    int removeListener(const PLiteral& iTopic, IEventListener* iListener) noexcept override;
+    int send(const PLiteral& iTopic, IBase* iParam1, int iParam2) noexcept override;
+
+    /// Reports every subscription that is left and releases its listener.
+    virtual ~PEventDispatcher();
+
+private:
+    /// In the order of subscription, each listener once.
+    typedef std::vector<PBaseptr<IEventListener>> Listeners;
+    /// A topic is present only while it has a listener.
+    typedef std::map<PString, std::unique_ptr<Listeners>, PLiteralLess> Topics;
+
+    int nl_addListener(const PLiteral& iTopic, IEventListener* iListener) IXLA_REQUIRES(fMutex);
+    int nl_addTopic(const PLiteral& iTopic, IEventListener* iListener) IXLA_REQUIRES(fMutex);
+    int nl_removeListener(const PLiteral& iTopic, IEventListener* iListener,
+                          PBaseptr<IEventListener>& oRemoved) IXLA_REQUIRES(fMutex);
+    int nl_copyListeners(const PLiteral& iTopic, Listeners& oListeners) const IXLA_REQUIRES(fMutex);
+
+    static Listeners::iterator _findListener(Listeners& ioListeners,
+                                             const IEventListener* iListener);
+    static void _appendListener(Listeners& ioListeners, IEventListener* iListener);
+
+    void deliver(const Listeners& iListeners, const PLiteral& iTopic, IBase* iParam1,
+                 int iParam2) const;
+    void notify(IEventListener& ioListener, const PLiteral& iTopic, IBase* iParam1,
+                int iParam2) const;
+    void releaseListeners(Topics& ioTopics) const;
+
+    /// Log the failure of a mutex operation within the named operation; return its code.
+    int lockFailed(const char* iOperation, int iCode) const;
+    int unlockFailed(const char* iOperation, int iCode) const;
+
+    template <class... TArgs>
+    void debug(int iLevel, const wchar_t* iFormat, TArgs... iArgs) const;
+    template <class... TArgs>
+    void error(const wchar_t* iFormat, TArgs... iArgs) const;
+
+    PCounterSync fRefCount;
+    PMutex fMutex;
+    Topics fListeners IXLA_GUARDED_BY(fMutex);
+    PBaseptr<ILogger> fLogger; ///< constant after construction; may be empty
+};
+
+#endif
