@@ -1,0 +1,41 @@
+#include "core/PCoreLog.h"
+
+#include "portinglayer/PProcess.h"
+
+#include <atomic>
+
+namespace
+{
+std::atomic<PLogger*> sCoreLogger{nullptr};
+} // namespace
+
+PLogger* getCoreLogger() noexcept
+{
+    return sCoreLogger.load(std::memory_order_acquire);
+}
+
+void setCoreLogger(PLogger* iLogger) noexcept
+{
+    sCoreLogger.store(iLogger, std::memory_order_release);
+}
+
+void logFreeMemory(const wchar_t* iFormat) noexcept
+{
+    unsigned long long bytes = 0;
+    // The figure only informs: without it the line says 0.
+    PProcess::getFreeMemory(bytes);
+    PLogger::debug(getCoreLogger(), 0, iFormat, bytes);
+}
+
+void logProcessMemory(const wchar_t* iFormat) noexcept
+{
+    PLogger::debug(getCoreLogger(), 0, iFormat, readProcessMemory());
+}
+
+unsigned long long readProcessMemory() noexcept
+{
+    unsigned long long bytes = 0;
+    // As above.
+    PProcess::getMemoryUsage(PProcess::getCurrentPID(), bytes);
+    return bytes;
+}

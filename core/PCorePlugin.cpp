@@ -1,0 +1,19 @@
+#include "core/PCorePlugin.h"
+
+PCorePlugin::PCorePlugin() noexcept
+    : fInterfaceCount(0), fInitState(eNotInitialised), fInitThreadId(0)
+{
+}
+
+PCorePlugin::~PCorePlugin()
+{
+    releasePlugin();
+    fLibrary.clear();
+}
+
+void PCorePlugin::releasePlugin()
+{
+    fInterfaceCount = 0;
+    fInterfaceIDs.clear();
+    fPlugin.clear();
+}

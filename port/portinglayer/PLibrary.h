@@ -23,6 +23,12 @@ public:
     /// is then kept for getLoadError. [any thread]
     static int load(const PLiteral& iPath, PLibrary*& oLibrary, bool iFreeOnDestroy) noexcept;
 
+    /// Leaves the library mapped when this object goes, whatever it was loaded with.
+    void keepLoaded() noexcept
+    {
+        fFreeOnDestroy = false;
+    }
+
     /// What went wrong in the last failed load of the calling thread, in the loader's words.
     /// Returns 0 or -12. [any thread]
     static int getLoadError(PString& oText) noexcept;

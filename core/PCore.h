@@ -1,0 +1,147 @@
+// PCore: the one core of the process: plugins, their interfaces, start and stop.
+#ifndef IXLAL_PCORE_H
+#define IXLAL_PCORE_H
+
+#include "IConfig.h"
+#include "IConfigManager.h"
+#include "IEventDispatcher.h"
+#include "Ixla.h"
+#include "PBaseptr.h"
+#include "core/PCorePlugin.h"
+#include "portinglayer/PConditionalVar.h"
+#include "portinglayer/PMutex.h"
+#include "portinglayer/PThreadSafety.h"
+
+#include <atomic>
+#include <map>
+#include <memory>
+#include <vector>
+
+class PDir;
+class PExitNotice;
+class PStartArguments;
+class PThread;
+
+/// The core behind the exported functions, whose contracts are in Ixla.h.
+///
+/// Its mutex guards the init states of all records, the record list during unload, and the exit
+/// flag. The registry is read without it: it changes only before the core is started, in unload
+/// and in the clean-up. Plugin code runs with no lock held, except the destruction of a plugin
+/// that is being unloaded.
+class PCore
+{
+public:
+    PCore() noexcept;
+
+    /// Cleans up what the stop did not, closes mutex and condition variable and ends the core log.
+    virtual ~PCore();
+
+    PCore(const PCore&) = delete;
+    PCore& operator=(const PCore&) = delete;
+
+    /// The core, also while it starts; null when there is none.
+    static PCore* getCore() noexcept;
+
+    static int ixlaStart(const PString* iArgs, unsigned int iCount) noexcept;
+    static int ixlaStop() noexcept;
+
+    int ixlaGetInstance(const PLiteral& iInterfaceId, IBase*& oInstance);
+    bool ixlaIsInterfaceAvailable(const PLiteral& iInterfaceId);
+    int ixlaUnloadPlugin(IPlugin* iPlugin);
+
+    /// The whole start, in PCoreStart.cpp. May throw std::bad_alloc, as the three below.
+    int startFlow(const PString* iArgs, unsigned int iCount);
+
+    /// Publishes the settings that all plugins share. 0, or -1010 without a required key.
+    int setGlobalConfig();
+
+    /// Registration, in PCoreLoad.cpp; before the core is started only. The library is empty for a
+    /// built-in plugin.
+    int loadInternalPlugins();
+    int loadPluginLib(const PLiteral& iPath);
+    int processPlugin(PBaseptr<IPlugin> iPlugin, PPtr<PLibrary> iLibrary);
+
+    /// Initialises the plugin of a record unless that was done. Returns 0, the plugin's own code
+    /// to the initialising caller, -2003 to others after a failure, -2004 in a loop on the same
+    /// thread, -1013, -1014.
+    int initPlugin(PCorePlugin& ioRecord);
+
+    /// Initialises every plugin whose library has this file name. 0 when there is none.
+    int initAutoStartPlugin(PString& iPluginName);
+
+    /// As ixlaGetInstance, also before the core is marked started.
+    int getInstanceInternal(const PLiteral& iInterfaceId, IBase*& oInstance);
+
+    /// The whole stop but the destruction, in PCoreStop.cpp.
+    int stopFlow();
+
+    /// Sends the exit event and reports to the stop flow. 0, -1013, -1014, -1015.
+    int notifyCoreExit();
+
+    /// Releases services, plugins and libraries, in this order.
+    void cleanup();
+
+private:
+    static PCore* takeCore() noexcept;
+
+    // PCoreStart.cpp
+    void openLog(const PStartArguments& iArguments);
+    int initLocks();
+    int loadCoreConfig(const PStartArguments& iArguments, const PString* iArgs,
+                       unsigned int iCount);
+    int publishLogDefaults(const PStartArguments& iArguments);
+    void publishDefault(const PLiteral& iKey, int iValue, int& ioResult);
+    int readLoadList(std::vector<PString>& oLoadList);
+    int findPluginsDir(PString& ioDir);
+    int loadPlugins(const PLiteral& iDir, const std::vector<PString>& iLoadList);
+    int loadEntries(PDir& ioEntries, const PLiteral& iDir, const std::vector<PString>& iLoadList);
+    int loadEntry(const PLiteral& iDir, const PLiteral& iEntry);
+    int markStarted();
+    int initAutoStartList();
+    void announceStart();
+
+    // PCoreGlobalConfig.cpp
+    int publishDir(const wchar_t* iKey, const wchar_t* iSetFormat, const wchar_t* iMissingFormat);
+    void publishInt32(const wchar_t* iKey, const wchar_t* iSetFormat);
+    void publishBool(const wchar_t* iKey, const wchar_t* iSetFormat);
+    void publishCustomKeys();
+    void pinGlobal(const PLiteral& iKey);
+
+    // PCoreLoad.cpp
+    bool readFreeLibraries();
+    int createPlugin(PLibrary& iLibrary, PBaseptr<IPlugin>& oPlugin);
+    int checkInterfaces(const PString* iIDs, unsigned int iCount);
+    void addInterfaces(PCorePlugin& iRecord);
+    void removeRecord(PCorePlugin& iRecord);
+
+    // PCoreInit.cpp
+    int callInit(PCorePlugin& iRecord);
+    int finishInit(PCorePlugin& ioRecord, int iResult);
+    int nl_awaitInit(PCorePlugin& iRecord, bool& oWaitFailed) IXLA_REQUIRES(fMutex);
+    int nl_unloadPlugin(IPlugin* iPlugin) IXLA_REQUIRES(fMutex);
+
+    // PCoreStop.cpp
+    static void* thNotifyCoreExit(void* iCore);
+    int readExitTimeout();
+    int announceExit(int iTimeout);
+    int startNotifier(PThread& ioNotifier);
+    int nl_awaitNotifier(int iTimeout) IXLA_REQUIRES(fMutex);
+    bool nl_partFromNotifier() IXLA_REQUIRES(fMutex);
+    void graceSleep(int iTimeout);
+    int reportExit();
+
+    static std::atomic<PCore*> fCore;
+
+    PMutex fMutex;
+    PConditionalVar fCondVar;
+    std::vector<PCorePlugin*> fCorePlugins; ///< owned; built-in ones first
+    std::map<PString, PCorePlugin*, PLiteralLess> fInterfaces;
+    std::atomic<bool> fStarted;
+    PBaseptr<IConfigManager> fConfigManager;
+    PBaseptr<IConfig> fConfig;
+    PBaseptr<IEventDispatcher> fEventDispatcher;
+    bool fNotifyExit IXLA_GUARDED_BY(fMutex);
+    std::shared_ptr<PExitNotice> fExitNotice; ///< null until the stop
+};
+
+#endif

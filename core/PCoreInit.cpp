@@ -1,0 +1,296 @@
+#include "PGuarded.h"
+#include "core/PCore.h"
+#include "core/PCoreLog.h"
+#include "portinglayer/PFile.h"
+#include "portinglayer/PLockGuard.h"
+#include "portinglayer/PThread.h"
+
+#include <algorithm>
+
+namespace
+{
+constexpr unsigned int kWaitMilliseconds = 5000;
+
+void* _threadPointer(unsigned long iThreadId)
+{
+    return reinterpret_cast<void*>(iThreadId);
+}
+
+void* _pluginPointer(const PCorePlugin& iRecord)
+{
+    return iRecord.fPlugin.get();
+}
+
+/// Calls init; what a plugin throws counts as a failure.
+int _guardedInit(const PCorePlugin& iRecord)
+{
+    try
+    {
+        return iRecord.fPlugin->init();
+    }
+    catch (...)
+    {
+        PLogger::error(getCoreLogger(), 0, L"[initPlugin][pg:%p] Plugin threw an exception in init",
+                       _pluginPointer(iRecord));
+        return eIxlaInitFailed;
+    }
+}
+
+int _guardedGetInstance(const PCorePlugin& iRecord, const PLiteral& iInterfaceId, IBase*& oInstance)
+{
+    try
+    {
+        return iRecord.fPlugin->getInstance(iInterfaceId, oInstance);
+    }
+    catch (...)
+    {
+        PLogger::error(getCoreLogger(), 0,
+                       L"[getInstanceInternal][pg:%p] Plugin threw an exception in getInstance",
+                       _pluginPointer(iRecord));
+        throw;
+    }
+}
+} // namespace
+
+int PCore::initPlugin(PCorePlugin& ioRecord)
+{
+    PLockGuard lock(fMutex);
+    if (lock.result() != 0)
+    {
+        return eIxlaLockFailed;
+    }
+    if (ioRecord.fInitState == PCorePlugin::eInitialised)
+    {
+        return eIxlaOk;
+    }
+    if (ioRecord.fInitState == PCorePlugin::eInitFailed)
+    {
+        return eIxlaInitFailed;
+    }
+    if (ioRecord.fInitState == PCorePlugin::eInitialising)
+    {
+        bool waitFailed = false;
+        const int result = nl_awaitInit(ioRecord, waitFailed);
+        if (waitFailed)
+        {
+            // Who holds the mutex after a failed wait is not known, so it is left alone.
+            lock.keepLocked();
+            return result;
+        }
+        return lock.unlock() == 0 ? result : eIxlaUnlockFailed;
+    }
+    ioRecord.fInitState = PCorePlugin::eInitialising;
+    ioRecord.fInitThreadId = PThread::getCurrentThreadId();
+    if (lock.unlock() != 0)
+    {
+        return eIxlaUnlockFailed;
+    }
+    return finishInit(ioRecord, callInit(ioRecord));
+}
+
+int PCore::callInit(PCorePlugin& iRecord)
+{
+    void* const plugin = _pluginPointer(iRecord);
+    PLogger::debug(getCoreLogger(), 0, L"[initPlugin][pg:%p] Init plugin in thread ID: %p", plugin,
+                   _threadPointer(PThread::getCurrentThreadId()));
+    logFreeMemory(L"[initPlugin] Free mem: %llu");
+    PLogger::info(getCoreLogger(), 0, L"[initPlugin] Proc mem before plugin: [%llu]",
+                  readProcessMemory());
+    const int result = _guardedInit(iRecord);
+    if (result != 0)
+    {
+        PLogger::error(getCoreLogger(), 0, L"[initPlugin][pg:%p] Failed to init plugin err: %d",
+                       plugin, result);
+    }
+    else
+    {
+        PLogger::debug(getCoreLogger(), 0, L"[initPlugin][pg:%p] Init plugin done.", plugin);
+    }
+    logFreeMemory(L"[initPlugin] Free mem: %llu");
+    PLogger::info(getCoreLogger(), 0, L"[initPlugin] Proc mem after plugin: [%llu]",
+                  readProcessMemory());
+    return result;
+}
+
+int PCore::finishInit(PCorePlugin& ioRecord, int iResult)
+{
+    PLockGuard lock(fMutex);
+    if (lock.result() != 0)
+    {
+        return eIxlaLockFailed;
+    }
+    ioRecord.fInitState = iResult == 0 ? PCorePlugin::eInitialised : PCorePlugin::eInitFailed;
+    if (fCondVar.notifyAll() != 0)
+    {
+        // The waiters were not woken; the mutex stays held, as after a failed wait.
+        lock.keepLocked();
+        return eIxlaInitFailed;
+    }
+    return lock.unlock() == 0 ? iResult : eIxlaUnlockFailed;
+}
+
+int PCore::nl_awaitInit(PCorePlugin& iRecord, bool& oWaitFailed)
+{
+    void* const plugin = _pluginPointer(iRecord);
+    PLogger::debug(getCoreLogger(), 0,
+                   L"[intiPlugin][pg:%p] Waiting other thread to init plugin...", plugin);
+    const unsigned long self = PThread::getCurrentThreadId();
+    while (iRecord.fInitState == PCorePlugin::eInitialising)
+    {
+        if (iRecord.fInitThreadId == self && self != 0)
+        {
+            PLogger::error(getCoreLogger(), 0,
+                           L"[intiPlugin][pg:%p] Detect plugin init loop lock thread ID: %p",
+                           plugin, _threadPointer(self));
+            return eIxlaInitLoop;
+        }
+        const int result = fCondVar.wait(&fMutex, kWaitMilliseconds);
+        if (result != 0 && result != PConditionalVar::eTimeout)
+        {
+            oWaitFailed = true;
+            return eIxlaInitFailed;
+        }
+    }
+    PLogger::debug(getCoreLogger(), 0,
+                   L"[intiPlugin][pg:%p] Waiting finished iCorePg.fInitState: %d", plugin,
+                   iRecord.fInitState);
+    return iRecord.fInitState == PCorePlugin::eInitFailed ? eIxlaInitFailed : eIxlaOk;
+}
+
+int PCore::getInstanceInternal(const PLiteral& iInterfaceId, IBase*& oInstance)
+{
+    PLogger* const logger = getCoreLogger();
+    PLogger::debug(logger, 2, kCoreLogFrame);
+    PLogger::debug(logger, 2, L"[getInstanceInternal] Get instance for interface ID: %ls",
+                   iInterfaceId.ptr());
+    const auto found = fInterfaces.find(iInterfaceId);
+    if (found == fInterfaces.end())
+    {
+        PLogger::error(logger, 0, L"[getInstanceInternal] Unknown interface ID: %ls",
+                       iInterfaceId.ptr());
+        return eIxlaUnknownInterface;
+    }
+    PCorePlugin& record = *found->second;
+    if (record.fLibrary)
+    {
+        PLogger::info(logger, 1, L"[getInstanceInternal] Call initPlugin() for %ls",
+                      record.fLibrary->getName().ptr());
+    }
+    int result = initPlugin(record);
+    if (result != 0)
+    {
+        PLogger::error(logger, 0, L"[getInstanceInternal][pg:%p] Failed to init plugin err: %d",
+                       _pluginPointer(record), result);
+        return eIxlaInitFailed;
+    }
+    PLogger::debug(logger, 2, L"[getInstanceInternal][pg:%p] Get instance from plugin",
+                   _pluginPointer(record));
+    result = ixlaGuarded([&] { return _guardedGetInstance(record, iInterfaceId, oInstance); },
+                         eIxlaInitFailed);
+    if (result == 0)
+    {
+        PLogger::debug(logger, 2, L"[getInstanceInternal][pg:%p] Return instance %p",
+                       _pluginPointer(record), static_cast<void*>(oInstance));
+    }
+    else
+    {
+        PLogger::error(logger, 0, L"[getInstanceInternal][pg:%p] Failed to get instance err: %d",
+                       _pluginPointer(record), result);
+    }
+    PLogger::debug(logger, 2, kCoreLogFrame);
+    return result;
+}
+
+int PCore::initAutoStartPlugin(PString& iPluginName)
+{
+    PLogger::debug(getCoreLogger(), 0, kCoreLogFrame);
+    PLogger::info(getCoreLogger(), 0, L"[initAutoStartPlugin] Init autostart iPluginName: %ls",
+                  iPluginName.ptr());
+    int result = eIxlaOk;
+    // By index and with the size read anew: an init may unload a plugin.
+    for (std::size_t i = 0; i < fCorePlugins.size(); ++i)
+    {
+        PCorePlugin& record = *fCorePlugins[i];
+        if (!record.fLibrary)
+        {
+            continue;
+        }
+        PString name(record.fLibrary->getName());
+        PFile::getFileName(name);
+        if (name.cmp(iPluginName) != 0)
+        {
+            continue;
+        }
+        PLogger::debug(getCoreLogger(), 0, L"[initAutoStartPlugin] Call initPlugin() for %ls",
+                       name.ptr());
+        result = initPlugin(record);
+        if (result != 0)
+        {
+            PLogger::error(getCoreLogger(), 0,
+                           L"[initAutoStartPlugin] Failed to init autostart plugin err: %d",
+                           result);
+        }
+    }
+    PLogger::debug(getCoreLogger(), 0, kCoreLogFrame);
+    return result;
+}
+
+int PCore::ixlaUnloadPlugin(IPlugin* iPlugin)
+{
+    PLogger::debug(getCoreLogger(), 0, kCoreLogFrame);
+    PLogger::debug(getCoreLogger(), 0, L"[ixlaUnloadPlugin] iPlugin: %p",
+                   static_cast<void*>(iPlugin));
+    if (!fStarted)
+    {
+        PLogger::error(getCoreLogger(), 0,
+                       L"[ixlaUnloadPlugin] Core is not started cannot unload plugin.");
+        PLogger::debug(getCoreLogger(), 0, kCoreLogFrame);
+        return eIxlaCoreNotStarted;
+    }
+    PLockGuard lock(fMutex);
+    if (lock.result() != 0)
+    {
+        return eIxlaLockFailed;
+    }
+    const int result = nl_unloadPlugin(iPlugin);
+    if (lock.unlock() != 0)
+    {
+        return eIxlaUnlockFailed;
+    }
+    PLogger::debug(getCoreLogger(), 0, L"[ixlaUnloadPlugin] return res: %d", result);
+    PLogger::debug(getCoreLogger(), 0, kCoreLogFrame);
+    return result;
+}
+
+int PCore::nl_unloadPlugin(IPlugin* iPlugin)
+{
+    const auto found = std::find_if(fCorePlugins.begin(), fCorePlugins.end(),
+                                    [iPlugin](const PCorePlugin* record)
+                                    { return record->fPlugin.get() == iPlugin; });
+    if (found == fCorePlugins.end())
+    {
+        return eIxlaPluginNotFound;
+    }
+    PCorePlugin* const record = *found;
+    PLogger::debug(getCoreLogger(), 0, L"[ixlaUnloadPlugin] Remove corePlugin: %p",
+                   static_cast<void*>(record));
+    const PString* const ids = record->fInterfaceIDs.get();
+    for (unsigned int i = 0; ids && i < record->fInterfaceCount; ++i)
+    {
+        PLogger::debug(getCoreLogger(), 0, L"[ixlaUnloadPlugin] Remove interface ID: %ls",
+                       ids[i].ptr());
+        const auto entry = fInterfaces.find(ids[i]);
+        if (entry == fInterfaces.end())
+        {
+            PLogger::error(getCoreLogger(), 0,
+                           L"[ixlaUnloadPlugin] Failed to find interface ID in map");
+            continue;
+        }
+        fInterfaces.erase(entry);
+    }
+    fCorePlugins.erase(found);
+    // Destroyed with the mutex held, so that nobody finds the plugin half gone: a thread that asks
+    // for another plugin's state waits until this one and its library are closed.
+    delete record;
+    return eIxlaOk;
+}

@@ -1,0 +1,42 @@
+// PCorePlugin: the core's record of one plugin.
+#ifndef IXLAL_PCOREPLUGIN_H
+#define IXLAL_PCOREPLUGIN_H
+
+#include "IPlugin.h"
+#include "PBaseptr.h"
+#include "PPtr.h"
+#include "portinglayer/PLibrary.h"
+
+/// One registered plugin. The members after fInterfaceCount are guarded by the core's mutex; the
+/// others do not change between registration and destruction.
+class PCorePlugin
+{
+public:
+    enum EInitState
+    {
+        eNotInitialised = 0,
+        eInitialising = 1, ///< the thread fInitThreadId runs init
+        eInitialised = 2,
+        eInitFailed = 3 ///< for good
+    };
+
+    PCorePlugin() noexcept;
+
+    /// Releases the interface IDs, the plugin, then its library.
+    virtual ~PCorePlugin();
+
+    PCorePlugin(const PCorePlugin&) = delete;
+    PCorePlugin& operator=(const PCorePlugin&) = delete;
+
+    /// Releases the interface IDs and the plugin, and keeps the library.
+    void releasePlugin();
+
+    PPtr<PLibrary> fLibrary; ///< empty for a built-in plugin
+    PBaseptr<IPlugin> fPlugin;
+    PPtr<PString> fInterfaceIDs;
+    unsigned int fInterfaceCount;
+    int fInitState;
+    unsigned long fInitThreadId; ///< 0 until some thread runs init
+};
+
+#endif

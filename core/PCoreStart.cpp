@@ -1,0 +1,348 @@
+#include "core/PCore.h"
+#include "core/PCoreLog.h"
+#include "core/PStartArguments.h"
+#include "portinglayer/PDir.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <new>
+
+namespace
+{
+constexpr wchar_t kCoreVersion[] = L"3.3.32";
+constexpr char kConsoleVariable[] = "LOG_IXLACORE";
+
+void _print(const char* iText)
+{
+    std::fputs(iText, stderr);
+    std::fflush(stderr);
+}
+} // namespace
+
+int PCore::startFlow(const PString* iArgs, unsigned int iCount)
+{
+    if (!iArgs || iCount == 0)
+    {
+        return eIxlaInvalidArgument;
+    }
+    PStartArguments arguments;
+    int result = arguments.parse(iArgs, iCount);
+    if (result != 0)
+    {
+        return result;
+    }
+    openLog(arguments);
+    PLogger::debug(getCoreLogger(), 0, L"[startFlow] Core v%ls", kCoreVersion);
+    result = initLocks();
+    if (result != 0)
+    {
+        return result;
+    }
+    result = loadInternalPlugins();
+    if (result != 0)
+    {
+        PLogger::error(getCoreLogger(), 0, L"[startFlow] Failed to load internal plugins err: %d",
+                       result);
+        return result;
+    }
+    result = loadCoreConfig(arguments, iArgs, iCount);
+    if (result != 0)
+    {
+        return result;
+    }
+    result = setGlobalConfig();
+    if (result != 0)
+    {
+        PLogger::error(getCoreLogger(), 0, L"[startFlow] Failed to fill central config err: %d",
+                       result);
+        return result;
+    }
+    std::vector<PString> loadList;
+    result = readLoadList(loadList);
+    if (result == 0)
+    {
+        result = findPluginsDir(arguments.fPluginsDir);
+    }
+    if (result == 0)
+    {
+        result = loadPlugins(arguments.fPluginsDir, loadList);
+    }
+    return result == 0 ? markStarted() : result;
+}
+
+void PCore::openLog(const PStartArguments& iArguments)
+{
+    if (iArguments.fLogFile.len() == 0)
+    {
+        return;
+    }
+    PLogger* const logger = new (std::nothrow) PLogger;
+    if (!logger)
+    {
+        return;
+    }
+    // A log that cannot be opened does not keep the core from starting; the logger tries again.
+    logger->init(iArguments.fLogFile, L"Core", false,
+                 static_cast<unsigned int>(iArguments.fLogMaxSize), iArguments.fLogParts,
+                 iArguments.fLogMaxCount, iArguments.fLogEnable);
+    delete getCoreLogger();
+    setCoreLogger(logger);
+    logger->setLevel(iArguments.fLogLevel);
+    if (std::getenv(kConsoleVariable))
+    {
+        logger->setPrintOnConsole(true);
+    }
+    PLogger::debug(logger, 0, kCoreLogFrame);
+    PLogger::debug(logger, 0, L"[startFlow] Logger initialized.");
+}
+
+int PCore::initLocks()
+{
+    int result = fMutex.init(true);
+    if (result != 0)
+    {
+        PLogger::error(getCoreLogger(), 0, L"[startFlow] Failed to init mutex lock err: %d",
+                       result);
+        return eIxlaMutexInitFailed;
+    }
+    result = fCondVar.init();
+    if (result != 0)
+    {
+        PLogger::error(getCoreLogger(), 0, L"[startFlow] Failed to init cond var err: %d", result);
+        return eIxlaCondVarInitFailed;
+    }
+    return eIxlaOk;
+}
+
+int PCore::loadCoreConfig(const PStartArguments& iArguments, const PString* iArgs,
+                          unsigned int iCount)
+{
+    IBase* instance = nullptr;
+    int result = getInstanceInternal(kIxlaConfigManagerId, instance);
+    if (result != 0)
+    {
+        PLogger::error(getCoreLogger(), 0,
+                       L"[startFlow] Failed to get IConfigManager instance err: %d", result);
+        return eIxlaNoConfigManager;
+    }
+    fConfigManager = static_cast<IConfigManager*>(instance);
+    const PString& file = iArguments.fCorePrsFile;
+    PLogger::debug(getCoreLogger(), 0, L"[startFlow] Loading core prs: %ls", file.ptr());
+    if (file.len() == 0)
+    {
+        result = fConfigManager->loadByArgs(iArgs, iCount, fConfig);
+    }
+    else
+    {
+        result = fConfigManager->loadByFile(file, fConfig);
+        if (result == 0)
+        {
+            result = fConfigManager->appendByArgs(iArgs, iCount, fConfig);
+        }
+    }
+    if (result == 0)
+    {
+        result = publishLogDefaults(iArguments);
+    }
+    if (result != 0)
+    {
+        PLogger::error(getCoreLogger(), 0, L"[startFlow] Failed to load core config err: %d",
+                       result);
+        fConfig.clear();
+        return eIxlaCoreConfigFailed;
+    }
+    return eIxlaOk;
+}
+
+int PCore::publishLogDefaults(const PStartArguments& iArguments)
+{
+    // The last write alone decides: one that failed before it is forgotten.
+    int result = eIxlaOk;
+    publishDefault(L"core.plugins.log.maxsize", iArguments.fLogMaxSize, result);
+    publishDefault(L"core.plugins.log.parts", iArguments.fLogParts, result);
+    publishDefault(L"core.plugins.log.maxcount", iArguments.fLogMaxCount, result);
+    publishDefault(L"core.plugins.log.level", iArguments.fLogLevel, result);
+    const PLiteral enableKey(L"core.plugins.log.enable");
+    bool enable = false;
+    if (fConfig->getBool(enableKey, enable) != 0)
+    {
+        result = fConfigManager->setBool(kIxlaGlobalConfigId, enableKey, iArguments.fLogEnable);
+    }
+    return result;
+}
+
+void PCore::publishDefault(const PLiteral& iKey, int iValue, int& ioResult)
+{
+    int configured = 0;
+    if (fConfig->getInt32(iKey, configured) != 0)
+    {
+        ioResult = fConfigManager->setInt32(kIxlaGlobalConfigId, iKey, iValue);
+    }
+}
+
+int PCore::readLoadList(std::vector<PString>& oLoadList)
+{
+    PString list;
+    if (fConfig->getString(L"core.load.plugin.list", list) != 0)
+    {
+        return eIxlaOk;
+    }
+    PLogger::debug(getCoreLogger(), 0, L"[startFlow] Parse loadPluginsList: %ls", list.ptr());
+    PString name;
+    while (PLiteral::getNextToken(list, name, L',') == 0)
+    {
+        PLogger::debug(getCoreLogger(), 0, L"[startFlow] Add to load list pluginName: %ls",
+                       name.ptr());
+        if (PLibrary::fixLibName(name) != 0)
+        {
+            return eIxlaNoMemory;
+        }
+        oLoadList.push_back(name);
+    }
+    // The list is empty unless memory ran out: a shortened list would load other plugins.
+    return list.len() == 0 ? eIxlaOk : eIxlaNoMemory;
+}
+
+int PCore::findPluginsDir(PString& ioDir)
+{
+    if (ioDir.len() != 0)
+    {
+        return eIxlaOk;
+    }
+    const int result = fConfig->getString(L"core.plugins.dir", ioDir);
+    if (result != 0)
+    {
+        PLogger::error(getCoreLogger(), 0,
+                       L"[startFlow] Failed to get from config plugins dir err: %d", result);
+        return eIxlaNoPluginsDir;
+    }
+    if (ioDir.len() == 0)
+    {
+        PLogger::error(getCoreLogger(), 0, L"[startFlow] Plugins dir not set.");
+        return eIxlaNoPluginsDir;
+    }
+    return eIxlaOk;
+}
+
+int PCore::loadPlugins(const PLiteral& iDir, const std::vector<PString>& iLoadList)
+{
+    const PLiteral filter(L"*.so");
+    PLogger::debug(getCoreLogger(), 0, L"[startFlow] Loading plugins from dir: %ls, filter: %ls",
+                   iDir.ptr(), filter.ptr());
+    PDir entries(iDir, filter);
+    const int result = entries.preaddir();
+    if (result == -ENOMEM)
+    {
+        return eIxlaNoMemory;
+    }
+    if (result != 0)
+    {
+        PLogger::error(getCoreLogger(), 0, L"[startFlow] Failed to read plugins dir: %ls err: %d",
+                       iDir.ptr(), result);
+    }
+    return loadEntries(entries, iDir, iLoadList);
+}
+
+int PCore::loadEntries(PDir& ioEntries, const PLiteral& iDir, const std::vector<PString>& iLoadList)
+{
+    for (; ioEntries == 0; ++ioEntries)
+    {
+        const PString& entry = ioEntries.getEntry();
+        if (!iLoadList.empty() &&
+            std::find(iLoadList.begin(), iLoadList.end(), entry) == iLoadList.end())
+        {
+            continue;
+        }
+        const int result = loadEntry(iDir, entry);
+        if (result != 0)
+        {
+            return result;
+        }
+    }
+    return eIxlaOk;
+}
+
+int PCore::loadEntry(const PLiteral& iDir, const PLiteral& iEntry)
+{
+    PLogger::debug(getCoreLogger(), 0, kCoreLogFrame);
+    PString path(iDir);
+    path += L"/";
+    path += iEntry;
+    PLogger::debug(getCoreLogger(), 0, L"[startFlow] Loading plugin: %ls", path.ptr());
+    const int result = loadPluginLib(path);
+    if (result == eIxlaNotAPlugin)
+    {
+        PLogger::debug(getCoreLogger(), 0, L"[startFlow] Library is not a plugin ignore it: %ls",
+                       path.ptr());
+        return eIxlaOk;
+    }
+    return result;
+}
+
+int PCore::markStarted()
+{
+    PLogger::debug(getCoreLogger(), 0, L"[startFlow] Mark that core is started");
+    fStarted = true;
+    _print("\n[iXLA] Core started.\n");
+
+    IBase* instance = nullptr;
+    int result = getInstanceInternal(kIxlaEventDispatcherId, instance);
+    if (result != 0)
+    {
+        PLogger::error(getCoreLogger(), 0,
+                       L"[startFlow] Failed to get IEventDispatcher instance err: %d", result);
+        return eIxlaNoEventDispatcher;
+    }
+    fEventDispatcher = static_cast<IEventDispatcher*>(instance);
+    result = initAutoStartList();
+    if (result != 0)
+    {
+        return result;
+    }
+    announceStart();
+    return eIxlaOk;
+}
+
+int PCore::initAutoStartList()
+{
+    if (fCorePlugins.empty())
+    {
+        return eIxlaOk;
+    }
+    PString list;
+    const int result = fConfig->getString(L"core.autostart.list", list);
+    if (result != 0)
+    {
+        PLogger::debug(getCoreLogger(), 0, L"[startFlow] No autostart property res: %d", result);
+        return eIxlaOk;
+    }
+    PLogger::info(getCoreLogger(), 0, L"[startFlow] Get autostart list: %ls", list.ptr());
+    PString name;
+    while (PLiteral::getNextToken(list, name, L',') == 0)
+    {
+        PLogger::debug(getCoreLogger(), 0, L"[startFlow] Process autostart plugin name: %ls",
+                       name.ptr());
+        if (PLibrary::fixLibName(name) != 0)
+        {
+            return eIxlaNoMemory;
+        }
+        // A plugin that fails to initialise is logged there and does not fail the start.
+        initAutoStartPlugin(name);
+    }
+    return list.len() == 0 ? eIxlaOk : eIxlaNoMemory;
+}
+
+void PCore::announceStart()
+{
+    PLogger::debug(getCoreLogger(), 0, L"[startFlow] Sending event: %ls", kIxlaCoreStartTopic);
+    // Nobody need listen.
+    fEventDispatcher->send(kIxlaCoreStartTopic, nullptr, 0);
+    _print("\n[iXLA] Plugins initialized.\n\n");
+    logFreeMemory(L"[startFlow] Free mem: %llu");
+    PLogger::info(getCoreLogger(), 0, L"[startFlow] Proc mem Start flow end: %llu",
+                  readProcessMemory());
+    PLogger::debug(getCoreLogger(), 0, L"[startFlow] Done.");
+    PLogger::debug(getCoreLogger(), 0, kCoreLogFrame);
+}

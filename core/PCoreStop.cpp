@@ -1,0 +1,273 @@
+#include "PGuarded.h"
+#include "core/PCore.h"
+#include "core/PCoreLog.h"
+#include "core/PExitNotice.h"
+#include "portinglayer/PLockGuard.h"
+#include "portinglayer/PThread.h"
+#include "portinglayer/PTime.h"
+
+#include <algorithm>
+#include <cstdint>
+
+namespace
+{
+constexpr wchar_t kTimeoutKey[] = L"core.notify.exit.timeout";
+constexpr int kDefaultTimeoutSeconds = 300;
+constexpr unsigned int kWaitMilliseconds = 5000;
+constexpr unsigned int kShortestGraceMilliseconds = 2500;
+
+void _logMemory()
+{
+    logFreeMemory(L"[stopFlow] Free mem: %llu");
+    logProcessMemory(L"[stopFlow] Proc mem: %llu");
+}
+
+void _join(PThread& ioNotifier)
+{
+    PLogger::debug(getCoreLogger(), 0, L"[stopFlow] Join notify thread to exit...");
+    void* exitCode = nullptr;
+    const int result = ioNotifier.pjoin(exitCode);
+    PLogger::debug(getCoreLogger(), 0, L"[stopFlow] Join return res: %p exitCode: %d",
+                   reinterpret_cast<void*>(static_cast<std::intptr_t>(result)),
+                   static_cast<int>(reinterpret_cast<std::intptr_t>(exitCode)));
+}
+} // namespace
+
+int PCore::stopFlow()
+{
+    PLogger::debug(getCoreLogger(), 0, kCoreLogFrame);
+    PLogger::debug(getCoreLogger(), 0, L"[stopFlow] Stopping core...");
+    _logMemory();
+    const int timeout = readExitTimeout();
+    const int result = announceExit(timeout);
+    if (result != 0)
+    {
+        return result;
+    }
+    graceSleep(timeout);
+    cleanup();
+    _logMemory();
+    PLogger::debug(getCoreLogger(), 0, L"[stopFlow] Done.");
+    PLogger::debug(getCoreLogger(), 0, kCoreLogFrame);
+    return eIxlaOk;
+}
+
+int PCore::readExitTimeout()
+{
+    int timeout = kDefaultTimeoutSeconds;
+    const int result = fConfig ? fConfig->getInt32(kTimeoutKey, timeout) : eIxlaNotFound;
+    if (result != 0)
+    {
+        PLogger::error(getCoreLogger(), 0,
+                       L"[stopFlow] Failed to get %ls from config use default: %d err: %d",
+                       kTimeoutKey, kDefaultTimeoutSeconds, result);
+        return kDefaultTimeoutSeconds;
+    }
+    PLogger::debug(getCoreLogger(), 0, L"[stopFlow] Get %ls from config value: %d", kTimeoutKey,
+                   timeout);
+    return timeout;
+}
+
+int PCore::announceExit(int iTimeout)
+{
+    PThread notifier;
+    PLockGuard lock(fMutex);
+    if (lock.result() != 0)
+    {
+        return eIxlaLockFailed;
+    }
+    fNotifyExit = true;
+    int result = startNotifier(notifier);
+    if (result != 0)
+    {
+        PLogger::error(getCoreLogger(), 0,
+                       L"[stopFlow] Failed to create notify core exit thread err: %d", result);
+        return lock.unlock() == 0 ? eIxlaOk : eIxlaUnlockFailed;
+    }
+    result = nl_awaitNotifier(iTimeout);
+    if (result != 0)
+    {
+        // As after a failed wait for an init: the mutex is left alone.
+        lock.keepLocked();
+        return result;
+    }
+    PLogger::debug(getCoreLogger(), 0, L"[stopFlow] Waiting finished fNotifyExit: %d",
+                   fNotifyExit ? 1 : 0);
+    if (!fNotifyExit)
+    {
+        _join(notifier);
+    }
+    return lock.unlock() == 0 ? eIxlaOk : eIxlaUnlockFailed;
+}
+
+int PCore::startNotifier(PThread& ioNotifier)
+{
+    const int made = ixlaGuarded(
+        [&]
+        {
+            fExitNotice = std::make_shared<PExitNotice>();
+            return eIxlaOk;
+        });
+    if (made != 0)
+    {
+        return made;
+    }
+    const int result = ioNotifier.pcreate(&PCore::thNotifyCoreExit, this);
+    if (result != 0)
+    {
+        fExitNotice.reset();
+    }
+    return result;
+}
+
+int PCore::nl_awaitNotifier(int iTimeout)
+{
+    PLogger::debug(getCoreLogger(), 0,
+                   L"[stopFlow] Waiting notify thread to finish timeout: %ds...", iTimeout);
+    const long long start = PTime::getTickCount();
+    while (fNotifyExit)
+    {
+        const int result = fCondVar.wait(&fMutex, kWaitMilliseconds);
+        if (result != 0 && result != PConditionalVar::eTimeout)
+        {
+            return eIxlaCondVarFailed;
+        }
+        const long long elapsed = PTime::getTickCountDiff(start, PTime::getTickCount());
+        if (elapsed >= static_cast<long long>(iTimeout) * 1000 && nl_partFromNotifier())
+        {
+            PLogger::debug(getCoreLogger(), 0, L"[stopFlow] Waiting finished with timeout!");
+            break;
+        }
+    }
+    return eIxlaOk;
+}
+
+bool PCore::nl_partFromNotifier()
+{
+    return !fNotifyExit || fExitNotice->abandon();
+}
+
+void PCore::graceSleep(int iTimeout)
+{
+    const unsigned int wanted = static_cast<unsigned int>(iTimeout) * 10u;
+    const unsigned int sleep = std::max(wanted, kShortestGraceMilliseconds);
+    const bool freeLibsOnDestroy = readFreeLibraries();
+    PLogger::debug(getCoreLogger(), 0, L"[stopFlow] freeLibsOnDestroy : %d ms",
+                   freeLibsOnDestroy ? 1 : 0);
+    if (!freeLibsOnDestroy)
+    {
+        PLogger::debug(getCoreLogger(), 0,
+                       L"[stopFlow] Sleep last chance for other threads to exit: %d ms (SKIPPED!)",
+                       sleep);
+        return;
+    }
+    PLogger::debug(getCoreLogger(), 0,
+                   L"[stopFlow] Sleep last chance for other threads to exit: %d ms", sleep);
+    PThread::psleep(sleep);
+}
+
+void* PCore::thNotifyCoreExit(void* iCore)
+{
+    PCore* const core = static_cast<PCore*>(iCore);
+    const std::shared_ptr<PExitNotice> notice = core->fExitNotice;
+    const int result = core->notifyCoreExit();
+    if (!notice->isAbandoned())
+    {
+        PLogger::debug(getCoreLogger(), 0, L"[thNotifyCoreExit] notifyCoreExit res: %d", result);
+        notice->done();
+    }
+    return nullptr;
+}
+
+int PCore::notifyCoreExit()
+{
+    PLogger::debug(getCoreLogger(), 0, L"[notifyCoreExit] Sending event %ls...",
+                   kIxlaCoreExitTopic);
+    const PBaseptr<IEventDispatcher> dispatcher(fEventDispatcher);
+    const std::shared_ptr<PExitNotice> notice = fExitNotice;
+    if (notice)
+    {
+        notice->sending();
+    }
+    if (dispatcher)
+    {
+        // Nobody need listen.
+        dispatcher->send(kIxlaCoreExitTopic, nullptr, 0);
+    }
+    if (notice && !notice->beginReport())
+    {
+        // The core did not wait so long: it may be gone, and this object with it.
+        return eIxlaOk;
+    }
+    return reportExit();
+}
+
+int PCore::reportExit()
+{
+    PLockGuard lock(fMutex);
+    if (lock.result() != 0)
+    {
+        return eIxlaLockFailed;
+    }
+    fNotifyExit = false;
+    if (fCondVar.notifyAll() != 0)
+    {
+        lock.keepLocked();
+        return eIxlaCondVarFailed;
+    }
+    if (lock.unlock() != 0)
+    {
+        return eIxlaUnlockFailed;
+    }
+    PLogger::debug(getCoreLogger(), 0, L"[notifyCoreExit] Done.");
+    return eIxlaOk;
+}
+
+void PCore::cleanup()
+{
+    fConfig.clear();
+    fConfigManager.clear();
+    fEventDispatcher.clear();
+    std::vector<PCorePlugin*> records;
+    records.swap(fCorePlugins);
+    fInterfaces.clear();
+    const bool inPluginCode = fExitNotice && fExitNotice->isAbandoned();
+    // Every plugin goes before the first library: a plugin may use code of another one.
+    for (PCorePlugin* record : records)
+    {
+        record->releasePlugin();
+        if (inPluginCode && record->fLibrary)
+        {
+            record->fLibrary->keepLoaded();
+        }
+    }
+    for (PCorePlugin* record : records)
+    {
+        delete record;
+    }
+}
+
+PCore::~PCore()
+{
+    if (fExitNotice && !fExitNotice->abandon())
+    {
+        // The stop returned early with the mutex held, and the notifier needs it to report. If it
+        // is not held, this changes nothing.
+        fMutex.unlock();
+        fExitNotice->abandonOrAwait();
+    }
+    cleanup();
+    int result = fMutex.close();
+    if (result != 0)
+    {
+        PLogger::error(getCoreLogger(), 0, L"[~PCore] Failed to close mutex lock err: %d", result);
+    }
+    result = fCondVar.close();
+    if (result != 0)
+    {
+        PLogger::error(getCoreLogger(), 0, L"[~PCore] Failed to close cond var err: %d", result);
+    }
+    PLogger* const logger = getCoreLogger();
+    setCoreLogger(nullptr);
+    delete logger;
+}

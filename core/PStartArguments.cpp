@@ -1,0 +1,105 @@
+#include "core/PStartArguments.h"
+
+#include "Ixla.h"
+#include "core/PCoreLog.h"
+#include "portinglayer/PUtils.h"
+
+namespace
+{
+int _refuse(const PString& iKey, const PString& iValue, int iError)
+{
+    PLogger::error(getCoreLogger(), 0, L"[startFlow] Failed parsing arg:[%ls], val:[%ls], err: %d",
+                   iKey.ptr(), iValue.ptr(), iError);
+    return eIxlaInvalidArgument;
+}
+
+int _parseLimit(const PString& iKey, const PString& iValue, int& oLimit)
+{
+    int limit = 0;
+    const int result = PUtils::strToInt32(iValue, limit);
+    if (result != 0 || limit < 0)
+    {
+        return _refuse(iKey, iValue, result);
+    }
+    oLimit = limit;
+    return eIxlaOk;
+}
+
+int _parseLevel(const PString& iKey, const PString& iValue, int& oLevel)
+{
+    const int result = PUtils::strToInt32(iValue, oLevel);
+    return result == 0 ? eIxlaOk : _refuse(iKey, iValue, result);
+}
+
+int _parseEnable(const PString& iKey, const PString& iValue, bool& oEnable)
+{
+    const int result = PUtils::strToBool(iValue, oEnable);
+    return result == 0 ? eIxlaOk : _refuse(iKey, iValue, result);
+}
+
+int _parsePath(const PString& iValue, PString& oPath)
+{
+    oPath = iValue;
+    PUtils::fixFileSeparator(oPath);
+    return eIxlaOk;
+}
+} // namespace
+
+int PStartArguments::parse(const PString* iArgs, unsigned int iCount)
+{
+    PString key;
+    PString value;
+    for (unsigned int i = 0; i < iCount; ++i)
+    {
+        if (PUtils::getKeyValue(iArgs[i], key, value, L'=') != 0)
+        {
+            continue;
+        }
+        const int result = parseOne(key, value);
+        if (result != 0)
+        {
+            return result;
+        }
+    }
+    return eIxlaOk;
+}
+
+int PStartArguments::parseOne(const PString& iKey, const PString& iValue)
+{
+    if (iKey.cmp(L"core.prs.file") == 0)
+    {
+        return _parsePath(iValue, fCorePrsFile);
+    }
+    if (iKey.cmp(L"core.log.file") == 0)
+    {
+        return _parsePath(iValue, fLogFile);
+    }
+    if (iKey.cmp(L"core.log.maxsize") == 0)
+    {
+        return _parseLimit(iKey, iValue, fLogMaxSize);
+    }
+    if (iKey.cmp(L"core.log.parts") == 0)
+    {
+        return _parseLimit(iKey, iValue, fLogParts);
+    }
+    if (iKey.cmp(L"core.log.level") == 0)
+    {
+        return _parseLevel(iKey, iValue, fLogLevel);
+    }
+    if (iKey.cmp(L"core.log.enable") == 0)
+    {
+        return _parseEnable(iKey, iValue, fLogEnable);
+    }
+    if (iKey.cmp(L"core.log.maxcount") == 0)
+    {
+        // Unlike the other numbers this one never fails the start: a bad count is logged and
+        // leaves the log without that limit.
+        _parseLevel(iKey, iValue, fLogMaxCount);
+        return eIxlaOk;
+    }
+    if (iKey.cmp(L"core.plugins.dir") == 0)
+    {
+        return fPluginsDir.set(iValue) == 0 ? eIxlaOk : eIxlaInvalidArgument;
+    }
+    return eIxlaOk;
+}

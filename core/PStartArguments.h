@@ -1,0 +1,29 @@
+// PStartArguments: what the core itself reads from the arguments of its start.
+#ifndef IXLAL_PSTARTARGUMENTS_H
+#define IXLAL_PSTARTARGUMENTS_H
+
+#include "portinglayer/PString.h"
+
+/// The core arguments with their defaults. Keys that are not the core's are left alone here.
+class PStartArguments
+{
+public:
+    /// Reads iCount arguments of the form key=value; a later one of the same key wins, and one
+    /// without "=" is skipped. Returns 0, or -502 for a value that is none for its key, which is
+    /// logged first. May throw std::bad_alloc.
+    int parse(const PString* iArgs, unsigned int iCount);
+
+    PString fCorePrsFile;
+    PString fLogFile;
+    int fLogMaxSize = 0;
+    int fLogParts = 0;
+    int fLogLevel = 0;
+    bool fLogEnable = true;
+    int fLogMaxCount = 0;
+    PString fPluginsDir;
+
+private:
+    int parseOne(const PString& iKey, const PString& iValue);
+};
+
+#endif
