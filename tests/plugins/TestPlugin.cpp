@@ -1,0 +1,137 @@
+// A plugin whose steps the test binary watches and decides. TEST_PLUGIN_NAME is its name in the
+// reported steps, TEST_PLUGIN_IDS the list of its interface IDs.
+
+#include "IPlugin.h"
+#include "Ixla.h"
+#include "PBaseptr.h"
+#include "plugins/ITestService.h"
+#include "portinglayer/PCounterSync.h"
+
+extern "C" int ixlalTestStep(const char* iStep);
+
+#define TEST_STEP(step) ixlalTestStep(TEST_PLUGIN_NAME "." step)
+
+namespace
+{
+const wchar_t* const sIDs[] = {TEST_PLUGIN_IDS};
+
+class TestService final : public ITestService
+{
+public:
+    virtual ~TestService()
+    {
+        TEST_STEP("service destroyed");
+    }
+
+    int incRef() override
+    {
+        return ++fRefCount;
+    }
+
+    int decRef() override
+    {
+        const int count = fRefCount.change(-1);
+        if (count == 0)
+        {
+            delete this;
+        }
+        return count;
+    }
+
+    IPlugin* getPlugin() override
+    {
+        return fPlugin;
+    }
+
+    int handleEvent(const PLiteral&, IBase*, int) override
+    {
+        return TEST_STEP("event");
+    }
+
+    PCounterSync fRefCount{0};
+    IPlugin* fPlugin = nullptr;
+};
+
+class TestPlugin final : public IPlugin
+{
+public:
+    virtual ~TestPlugin()
+    {
+        fService.clear();
+        TEST_STEP("destroyed");
+    }
+
+    int incRef() override
+    {
+        return ++fRefCount;
+    }
+
+    int decRef() override
+    {
+        const int count = fRefCount.change(-1);
+        if (count == 0)
+        {
+            delete this;
+        }
+        return count;
+    }
+
+    int init() override
+    {
+        TestService* service = new TestService;
+        service->fPlugin = this;
+        fService = service;
+        return TEST_STEP("init");
+    }
+
+    PString* getInterfaces(unsigned int& oCount) override
+    {
+        TEST_STEP("getInterfaces");
+        PString* ids = new PString[sizeof sIDs / sizeof *sIDs];
+        oCount = 0;
+        for (const wchar_t* id : sIDs)
+        {
+            ids[oCount++] = id;
+        }
+        return ids;
+    }
+
+    int getInstance(const PLiteral& iInterfaceId, IBase*& oInstance) override
+    {
+        const int result = TEST_STEP("getInstance");
+        if (result != 0)
+        {
+            return result;
+        }
+        for (const wchar_t* id : sIDs)
+        {
+            if (iInterfaceId.cmp(id) == 0)
+            {
+                oInstance = static_cast<ITestService*>(fService.get());
+                return 0;
+            }
+        }
+        oInstance = nullptr;
+        return eIxlaUnknownInterface;
+    }
+
+private:
+    PCounterSync fRefCount{0};
+    PBaseptr<TestService> fService;
+};
+
+struct Mapping
+{
+    ~Mapping()
+    {
+        TEST_STEP("unmapped");
+    }
+};
+
+const Mapping sMapping;
+} // namespace
+
+IPlugin* ixlaGetPlugin()
+{
+    return TEST_STEP("factory") == 0 ? new TestPlugin : nullptr;
+}
