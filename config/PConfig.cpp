@@ -1,0 +1,305 @@
+#include "config/PConfig.h"
+
+#include "PGuarded.h"
+#include "config/PConfigManager.h"
+#include "config/PConfigResult.h"
+#include "portinglayer/PLockGuard.h"
+#include "portinglayer/PUtils.h"
+
+#include <optional>
+
+namespace
+{
+/// Texts up to this length are converted without allocating.
+constexpr unsigned int kShortText = 127;
+
+constexpr wchar_t kConstAttribute[] = L"const";
+
+PConfigManager* _implementation(const PBaseptr<IConfigManager>& iManager) noexcept
+{
+    return static_cast<PConfigManager*>(iManager.get());
+}
+} // namespace
+
+PConfig::PConfig(IConfigManager* iManager, const PLiteral& iID)
+    : fRefCount(0), fID(iID), fManager(iManager)
+{
+}
+
+PConfig::~PConfig() = default;
+
+int PConfig::incRef() noexcept
+{
+    return ++fRefCount;
+}
+
+int PConfig::decRef() noexcept
+{
+    const int count = fRefCount.change(-1);
+    if (count == 0)
+    {
+        delete this;
+    }
+    return count;
+}
+
+PConfigValues& PConfig::values() noexcept
+{
+    return fValues;
+}
+
+int PConfig::getKeys(std::vector<PString>& oKeys) noexcept
+{
+    return ixlaGuarded(
+        [&]
+        {
+            std::vector<PString> keys;
+            keys.reserve(fValues.size());
+            for (const auto& [key, record] : fValues)
+            {
+                keys.push_back(key);
+            }
+            oKeys.swap(keys);
+            return eIxlaOk;
+        });
+}
+
+int PConfig::getAttributes(const PLiteral& iKey, std::vector<PString>& oAttributes) noexcept
+{
+    PConfigValue* record = nullptr;
+    int result = PConfigManager::_checkAllowedChars(PLiteral(), iKey, PLiteral());
+    if (result == 0)
+    {
+        result = __findValue(iKey, record);
+    }
+    if (result != 0)
+    {
+        return result;
+    }
+    const std::size_t before = oAttributes.size();
+    result = ixlaGuarded(
+        [&]
+        {
+            for (const auto& [name, text] : record->fAttributes)
+            {
+                oAttributes.push_back(name);
+            }
+            return eIxlaOk;
+        });
+    if (result != 0)
+    {
+        oAttributes.erase(oAttributes.begin() + static_cast<std::ptrdiff_t>(before),
+                          oAttributes.end());
+    }
+    return result;
+}
+
+int PConfig::getString(const PLiteral& iKey, PString& oValue) noexcept
+{
+    return read(iKey, PLiteral(),
+                [&](const PConfigValue& iRecord) { return oValue.set(iRecord.fValue); });
+}
+
+int PConfig::getAttrString(const PLiteral& iKey, const PLiteral& iAttribute,
+                           PString& oValue) noexcept
+{
+    return read(iKey, iAttribute,
+                [&](const PConfigValue& iRecord)
+                {
+                    const auto attribute = iRecord.fAttributes.find(iAttribute);
+                    return attribute == iRecord.fAttributes.end() ? static_cast<int>(eIxlaNotFound)
+                                                                  : oValue.set(attribute->second);
+                });
+}
+
+int PConfig::getInt32(const PLiteral& iKey, int& oValue) noexcept
+{
+    return readAs(&PUtils::strToInt32, iKey, oValue);
+}
+
+int PConfig::getUint32(const PLiteral& iKey, unsigned int& oValue) noexcept
+{
+    return readAs(&PUtils::strToUint32, iKey, oValue);
+}
+
+int PConfig::getInt64(const PLiteral& iKey, long long& oValue) noexcept
+{
+    return readAs(&PUtils::strToInt64, iKey, oValue);
+}
+
+int PConfig::getUint64(const PLiteral& iKey, unsigned long long& oValue) noexcept
+{
+    return readAs(&PUtils::strToUint64, iKey, oValue);
+}
+
+int PConfig::getBool(const PLiteral& iKey, bool& oValue) noexcept
+{
+    return readAs(&PUtils::strToBool, iKey, oValue);
+}
+
+int PConfig::getBinary(const PLiteral& iKey, unsigned char*& oData, unsigned int& oSize) noexcept
+{
+    return readAs(&PUtils::strToBinary, iKey, oData, oSize);
+}
+
+int PConfig::getAttrInt32(const PLiteral& iKey, const PLiteral& iAttribute, int& oValue) noexcept
+{
+    return readAttrAs(&PUtils::strToInt32, iKey, iAttribute, oValue);
+}
+
+int PConfig::getAttrUint32(const PLiteral& iKey, const PLiteral& iAttribute,
+                           unsigned int& oValue) noexcept
+{
+    return readAttrAs(&PUtils::strToUint32, iKey, iAttribute, oValue);
+}
+
+int PConfig::getAttrInt64(const PLiteral& iKey, const PLiteral& iAttribute,
+                          long long& oValue) noexcept
+{
+    return readAttrAs(&PUtils::strToInt64, iKey, iAttribute, oValue);
+}
+
+int PConfig::getAttrUint64(const PLiteral& iKey, const PLiteral& iAttribute,
+                           unsigned long long& oValue) noexcept
+{
+    return readAttrAs(&PUtils::strToUint64, iKey, iAttribute, oValue);
+}
+
+int PConfig::getAttrBool(const PLiteral& iKey, const PLiteral& iAttribute, bool& oValue) noexcept
+{
+    return readAttrAs(&PUtils::strToBool, iKey, iAttribute, oValue);
+}
+
+int PConfig::getAttrBinary(const PLiteral& iKey, const PLiteral& iAttribute, unsigned char*& oData,
+                           unsigned int& oSize) noexcept
+{
+    return readAttrAs(&PUtils::strToBinary, iKey, iAttribute, oData, oSize);
+}
+
+int PConfig::__findValue(const PLiteral& iKey, PConfigValue*& oValue) noexcept
+{
+    const PConfigValues::iterator found = fValues.find(iKey);
+    if (found == fValues.end())
+    {
+        return eIxlaNotFound;
+    }
+    oValue = &found->second;
+    return eIxlaOk;
+}
+
+int PConfig::_findUsedValue(const PLiteral& iKey, const PLiteral& iAttribute,
+                            PConfigValue*& oValue) noexcept
+{
+    Records records;
+    // No own record is one of the cases to choose from.
+    (void)__findValue(iKey, records.own);
+    const int result = findInManager(iKey, records);
+    return result != 0 ? result : _choose(records, iAttribute, oValue);
+}
+
+int PConfig::findOwnValue(const PLiteral& iKey, const PLiteral& iAttribute,
+                          PConfigValue*& oValue) noexcept
+{
+    Records records;
+    const int result = __findValue(iKey, records.own);
+    return result != 0 ? result : _choose(records, iAttribute, oValue);
+}
+
+// A store that cannot be read counts as one without values; only lack of memory is passed on,
+// because it says nothing about what the store holds.
+int PConfig::findInManager(const PLiteral& iKey, Records& oRecords) noexcept
+{
+    if (!fManager || fID.len() == 0)
+    {
+        return eIxlaOk;
+    }
+    PConfigManager& manager = *_implementation(fManager);
+    if (manager.findDynamicValue(fID, iKey, oRecords.dynamic) == eIxlaNoMemory ||
+        manager.findLoadedValue(fID, iKey, oRecords.stored) == eIxlaNoMemory)
+    {
+        return eIxlaNoMemory;
+    }
+    return eIxlaOk;
+}
+
+// Readers whose lock failed may run this beside others, so the cache is read and set atomically.
+bool PConfig::_isPinned(PConfigValue& ioRecord) noexcept
+{
+    if (__atomic_load_n(&ioRecord.fConst, __ATOMIC_RELAXED))
+    {
+        return true;
+    }
+    bool pinned = false;
+    const auto attribute = ioRecord.fAttributes.find(PLiteral(kConstAttribute));
+    if (attribute == ioRecord.fAttributes.end() ||
+        PUtils::strToBool(attribute->second, pinned) != 0 || !pinned)
+    {
+        return false;
+    }
+    __atomic_store_n(&ioRecord.fConst, true, __ATOMIC_RELAXED);
+    return true;
+}
+
+bool PConfig::_answers(const PConfigValue* iRecord, const PLiteral& iAttribute) noexcept
+{
+    return iRecord && (iAttribute.len() == 0 ||
+                       iRecord->fAttributes.find(iAttribute) != iRecord->fAttributes.end());
+}
+
+int PConfig::_choose(const Records& iRecords, const PLiteral& iAttribute,
+                     PConfigValue*& oValue) noexcept
+{
+    for (PConfigValue* record : {iRecords.own, iRecords.stored})
+    {
+        if (record && _isPinned(*record))
+        {
+            oValue = record;
+            return eIxlaOk;
+        }
+    }
+    for (PConfigValue* record : {iRecords.dynamic, iRecords.stored, iRecords.own})
+    {
+        if (_answers(record, iAttribute))
+        {
+            oValue = record;
+            return eIxlaOk;
+        }
+    }
+    return eIxlaNotFound;
+}
+
+template <class TCopy>
+int PConfig::read(const PLiteral& iKey, const PLiteral& iAttribute, const TCopy& iCopy) noexcept
+{
+    const int allowed = PConfigManager::_checkAllowedChars(PLiteral(), iKey, iAttribute);
+    if (allowed != 0)
+    {
+        return allowed;
+    }
+    std::optional<PLockGuard> lock;
+    if (fManager)
+    {
+        lock.emplace(_implementation(fManager)->mutex());
+    }
+    PConfigValue* record = nullptr;
+    const int result = lock && lock->result() == 0 ? _findUsedValue(iKey, iAttribute, record)
+                                                   : findOwnValue(iKey, iAttribute, record);
+    return result != 0 ? result : configResult(iCopy(*record));
+}
+
+template <class TConvert, class... TValue>
+int PConfig::readAs(const TConvert& iConvert, const PLiteral& iKey, TValue&... oValue) noexcept
+{
+    PShortString<kShortText> text;
+    const int result = getString(iKey, text);
+    return result != 0 ? result : configResult(iConvert(text, oValue...));
+}
+
+template <class TConvert, class... TValue>
+int PConfig::readAttrAs(const TConvert& iConvert, const PLiteral& iKey, const PLiteral& iAttribute,
+                        TValue&... oValue) noexcept
+{
+    PShortString<kShortText> text;
+    const int result = getAttrString(iKey, iAttribute, text);
+    return result != 0 ? result : configResult(iConvert(text, oValue...));
+}

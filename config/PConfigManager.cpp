@@ -1,0 +1,1267 @@
+#include "config/PConfigManager.h"
+
+#include "IEventDispatcher.h"
+#include "Ixla.h"
+#include "PGuarded.h"
+#include "config/PConfig.h"
+#include "config/PConfigChanged.h"
+#include "config/PConfigResult.h"
+#include "portinglayer/PFile.h"
+#include "portinglayer/PLockGuard.h"
+#include "portinglayer/PUtils.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace
+{
+constexpr wchar_t kManagerFile[] = L"ixlap.configmanager.prs";
+constexpr wchar_t kStoreFileKey[] = L"ixlap.configmanager.store.file";
+constexpr wchar_t kConfigDirKey[] = L"core.plugins.config.dir";
+constexpr wchar_t kCustomConfigPrefix[] = L"custom.config.";
+constexpr wchar_t kStoreSeparator = L'|';
+
+/// Keys and values up to this length are composed and converted without allocating.
+constexpr unsigned int kShortText = 127;
+typedef PShortString<kShortText> ShortText;
+
+void _makeStoreKey(const PLiteral& iID, const PLiteral& iKey, PString& oStoreKey)
+{
+    oStoreKey = iID;
+    oStoreKey += L"|";
+    oStoreKey += iKey;
+}
+
+// The lines of the store file, composed in a text that has room for every one of them (see
+// _reserveLine), so that appending cannot fail.
+void _valueLine(const PLiteral& iKey, const PLiteral& iValue, PString& oLine)
+{
+    oLine = iKey;
+    oLine += L" = ";
+    oLine += iValue;
+}
+
+void _attributeLine(const PLiteral& iKey, const PLiteral& iAttribute, const PLiteral& iText,
+                    PString& oLine)
+{
+    oLine = iKey;
+    oLine += L":";
+    oLine += iAttribute;
+    oLine += L" = ";
+    oLine += iText;
+}
+
+/// Makes room for the longest line that a store with these values has.
+int _reserveLine(const PConfigValues& iValues, PString& oLine) noexcept
+{
+    constexpr unsigned int separators = 4;
+    unsigned int longest = 0;
+    for (const auto& [key, record] : iValues)
+    {
+        longest = std::max(longest, record.fValue.len() + key.len());
+        for (const auto& [name, text] : record.fAttributes)
+        {
+            longest = std::max(longest, key.len() + name.len() + text.len());
+        }
+    }
+    return configResult(oLine.reserve(longest + separators));
+}
+
+// A failed write fails all that follow, and closing returns its code.
+void _writeLines(PFile& ioFile, const PConfigValues& iValues, PString& ioLine)
+{
+    for (const auto& [key, record] : iValues)
+    {
+        _valueLine(key, record.fValue, ioLine);
+        (void)ioFile.pwriteLine(ioLine);
+        for (const auto& [name, text] : record.fAttributes)
+        {
+            _attributeLine(key, name, text, ioLine);
+            (void)ioFile.pwriteLine(ioLine);
+        }
+    }
+}
+
+/// Removes a key, or one attribute of it when iAttribute isn't null.
+int _removeFrom(PConfigValues& ioValues, const PLiteral& iKey, const PLiteral* iAttribute) noexcept
+{
+    return iAttribute ? PConfigManager::_removeAttr(ioValues, iKey, *iAttribute)
+                      : PConfigManager::_removeKey(ioValues, iKey);
+}
+
+/// Whether a store has values of the configuration ID iID.
+bool _storesID(const PConfigValues& iStore, const PLiteral& iID)
+{
+    unsigned int position = 0;
+    if (iID.chr(kStoreSeparator, position))
+    {
+        return false;
+    }
+    ShortText prefix;
+    _makeStoreKey(iID, PLiteral(), prefix);
+    const PConfigValues::const_iterator first = iStore.lower_bound(prefix);
+    return first != iStore.end() && first->first.startsWith(prefix.ptr(), prefix.len());
+}
+
+/// Appends the IDs of a store. The keys of one ID stand side by side.
+void _appendStoredIDs(const PConfigValues& iStore, std::vector<PString>& ioIDs)
+{
+    for (const auto& [key, record] : iStore)
+    {
+        unsigned int length = 0;
+        if (!key.chr(kStoreSeparator, length))
+        {
+            continue;
+        }
+        const bool known = !ioIDs.empty() && ioIDs.back().len() == length &&
+                           key.startsWith(ioIDs.back().ptr(), length);
+        if (!known)
+        {
+            ioIDs.emplace_back(key.ptr(), length);
+        }
+    }
+}
+} // namespace
+
+// Building blocks
+
+template <class... TParameter, class... TArgument>
+int PConfigManager::locked(int (PConfigManager::*iWork)(TParameter...),
+                           TArgument&&... iArguments) noexcept
+{
+    return ixlaGuarded(
+        [&]
+        {
+            const PLockGuard lock(fMutex);
+            return lock.result() != 0 ? lock.result()
+                                      : (this->*iWork)(std::forward<TArgument>(iArguments)...);
+        });
+}
+
+template <class TAppend>
+int PConfigManager::load(const PLiteral& iID, PBaseptr<IConfig>& oConfig,
+                         const TAppend& iAppend) noexcept
+{
+    return ixlaGuarded(
+        [&]
+        {
+            const PBaseptr<IConfig> config = PBaseptr<IConfig>::adopt(new PConfig(this, iID));
+            const int result = iAppend(config);
+            if (result == 0)
+            {
+                oConfig = config;
+            }
+            return result;
+        });
+}
+
+template <class TConvert, class... TValue>
+int PConfigManager::putAs(const TConvert& iConvert, TextOperation iOperation, const PLiteral& iID,
+                          const PLiteral& iKey, TValue... iValue) noexcept
+{
+    ShortText text;
+    const int result = iConvert(iValue..., text);
+    return result != 0 ? configResult(result) : (this->*iOperation)(iID, iKey, text);
+}
+
+template <class TConvert, class... TValue>
+int PConfigManager::putAttrAs(const TConvert& iConvert, AttrTextOperation iOperation,
+                              const PLiteral& iID, const PLiteral& iKey, const PLiteral& iAttribute,
+                              TValue... iValue) noexcept
+{
+    ShortText text;
+    const int result = iConvert(iValue..., text);
+    return result != 0 ? configResult(result) : (this->*iOperation)(iID, iKey, iAttribute, text);
+}
+
+PConfigValues& PConfigManager::_valuesOf(const PBaseptr<IConfig>& iConfig) noexcept
+{
+    return static_cast<PConfig&>(*iConfig).values();
+}
+
+// Life
+
+PConfigManager::PConfigManager() noexcept : fRefCount(0), fClosed(false)
+{
+    // A mutex that could not be opened fails every lock, and so every operation, with its code.
+    (void)fMutex.init(true);
+}
+
+PConfigManager::~PConfigManager()
+{
+    // Nobody is left to be told.
+    (void)fMutex.close();
+}
+
+int PConfigManager::incRef() noexcept
+{
+    return ++fRefCount;
+}
+
+int PConfigManager::decRef() noexcept
+{
+    const int count = fRefCount.change(-1);
+    if (count == 0)
+    {
+        delete this;
+    }
+    return count;
+}
+
+void PConfigManager::cleanup() noexcept
+{
+    fClosed = true;
+    fManagerConfig.clear();
+    fLoadedStore.clear();
+}
+
+PMutex& PConfigManager::mutex() noexcept
+{
+    return fMutex;
+}
+
+// Text format
+
+int PConfigManager::_parseLine(const PLiteral& iLine, PString& oKey, PString& oAttribute,
+                               PString& oValue) noexcept
+{
+    unsigned int equals = 0;
+    if (!iLine.chr(L'=', equals))
+    {
+        return eIxlaBadConfigLine;
+    }
+    const unsigned int valueStart = equals + 1;
+    if (oKey.set(iLine.ptr(), equals) != 0 ||
+        oValue.set(iLine.ptr() + valueStart, iLine.len() - valueStart) != 0)
+    {
+        return eIxlaNoMemory;
+    }
+    oKey.trim();
+    oValue.trim();
+    oAttribute.clear();
+
+    unsigned int colon = 0;
+    if (oKey.chr(L':', colon))
+    {
+        const unsigned int nameStart = colon + 1;
+        if (oAttribute.set(oKey.ptr() + nameStart, oKey.len() - nameStart) != 0 ||
+            oKey.set(oKey.ptr(), colon) != 0)
+        {
+            return eIxlaNoMemory;
+        }
+        oAttribute.trim();
+        oKey.trim();
+    }
+    return oKey.len() == 0 ? eIxlaBadConfigLine : eIxlaOk;
+}
+
+int PConfigManager::_checkAllowedChars(const PLiteral& iID, const PLiteral& iKey,
+                                       const PLiteral& iAttribute) noexcept
+{
+    for (const PLiteral* name : {&iID, &iKey, &iAttribute})
+    {
+        const bool forbidden = std::any_of(
+            name->ptr(), name->ptr() + name->len(),
+            [](wchar_t iChar) { return iChar == L'=' || iChar == L':' || iChar == L'|'; });
+        if (forbidden)
+        {
+            return eIxlaForbiddenCharacter;
+        }
+    }
+    return eIxlaOk;
+}
+
+int PConfigManager::_addValue(PConfigValues& ioValues, const PLiteral& iKey,
+                              const PLiteral& iValue) noexcept
+{
+    return ixlaGuarded(
+        [&]
+        {
+            const PConfigValues::iterator place = ioValues.lower_bound(iKey);
+            if (place != ioValues.end() && place->first == iKey)
+            {
+                place->second.fValue = iValue;
+                return eIxlaOk;
+            }
+            PConfigValue record;
+            record.fValue = iValue;
+            ioValues.emplace_hint(place, iKey, std::move(record));
+            return eIxlaOk;
+        });
+}
+
+int PConfigManager::_addAttrValue(PConfigValues& ioValues, const PLiteral& iKey,
+                                  const PLiteral& iAttribute, const PLiteral& iValue) noexcept
+{
+    return ixlaGuarded(
+        [&]
+        {
+            const PConfigValues::iterator place = ioValues.lower_bound(iKey);
+            if (place == ioValues.end() || place->first != iKey)
+            {
+                PConfigValue record;
+                record.fAttributes.emplace(iAttribute, iValue);
+                ioValues.emplace_hint(place, iKey, std::move(record));
+                return eIxlaOk;
+            }
+            auto& attributes = place->second.fAttributes;
+            const auto attribute = attributes.lower_bound(iAttribute);
+            if (attribute == attributes.end() || attribute->first != iAttribute)
+            {
+                attributes.emplace_hint(attribute, iAttribute, iValue);
+            }
+            return eIxlaOk;
+        });
+}
+
+int PConfigManager::_removeKey(PConfigValues& ioValues, const PLiteral& iKey) noexcept
+{
+    const PConfigValues::iterator found = ioValues.find(iKey);
+    if (found != ioValues.end())
+    {
+        ioValues.erase(found);
+    }
+    return eIxlaOk;
+}
+
+int PConfigManager::_removeAttr(PConfigValues& ioValues, const PLiteral& iKey,
+                                const PLiteral& iAttribute) noexcept
+{
+    const PConfigValues::iterator found = ioValues.find(iKey);
+    if (found == ioValues.end())
+    {
+        return eIxlaOk;
+    }
+    auto& attributes = found->second.fAttributes;
+    const auto attribute = attributes.find(iAttribute);
+    if (attribute != attributes.end())
+    {
+        attributes.erase(attribute);
+    }
+    return eIxlaOk;
+}
+
+int PConfigManager::_appendLine(const PLiteral& iLine, Entry& ioEntry,
+                                PConfigValues& ioValues) noexcept
+{
+    const int result = _parseLine(iLine, ioEntry.key, ioEntry.attribute, ioEntry.value);
+    if (result != 0)
+    {
+        return result;
+    }
+    return ioEntry.attribute.len() == 0
+               ? _addValue(ioValues, ioEntry.key, ioEntry.value)
+               : _addAttrValue(ioValues, ioEntry.key, ioEntry.attribute, ioEntry.value);
+}
+
+// A file that cannot be read on counts as ended there, unless it is only memory that is lacking.
+int PConfigManager::_appendLines(PFile& ioFile, PConfigValues& ioValues) noexcept
+{
+    PString line;
+    Entry entry;
+    for (;;)
+    {
+        const int read = configResult(ioFile.preadLine(line));
+        if (read != 0)
+        {
+            return read == eIxlaNoMemory ? read : 0;
+        }
+        line.trim();
+        if (line.len() == 0 || line.ptr()[0] == L'#')
+        {
+            continue;
+        }
+        const int result = _appendLine(line, entry, ioValues);
+        if (result != 0)
+        {
+            return result;
+        }
+    }
+}
+
+int PConfigManager::_appendArgs(const PString* iArgs, std::size_t iCount,
+                                const PBaseptr<IConfig>& ioConfig) noexcept
+{
+    if (iCount == 0 || !iArgs || !ioConfig)
+    {
+        return eIxlaInvalidArgument;
+    }
+    Entry entry;
+    for (std::size_t i = 0; i < iCount; ++i)
+    {
+        const int result = _appendLine(iArgs[i], entry, _valuesOf(ioConfig));
+        if (result != 0)
+        {
+            return result;
+        }
+    }
+    return eIxlaOk;
+}
+
+// Files and arguments
+
+int PConfigManager::loadByFile(const PLiteral& iFile, PBaseptr<IConfig>& oConfig) noexcept
+{
+    return load(PLiteral(), oConfig,
+                [&](const PBaseptr<IConfig>& ioConfig) { return appendByFile(iFile, ioConfig); });
+}
+
+int PConfigManager::loadByArgs(const std::vector<PString>& iArgs,
+                               PBaseptr<IConfig>& oConfig) noexcept
+{
+    if (iArgs.empty())
+    {
+        return eIxlaInvalidArgument;
+    }
+    return load(PLiteral(), oConfig,
+                [&](const PBaseptr<IConfig>& ioConfig) { return appendByArgs(iArgs, ioConfig); });
+}
+
+int PConfigManager::loadByArgs(const PString* iArgs, unsigned int iCount,
+                               PBaseptr<IConfig>& oConfig) noexcept
+{
+    if (iCount == 0 || !iArgs)
+    {
+        return eIxlaInvalidArgument;
+    }
+    return load(PLiteral(), oConfig,
+                [&](const PBaseptr<IConfig>& ioConfig)
+                { return appendByArgs(iArgs, iCount, ioConfig); });
+}
+
+int PConfigManager::appendByFile(const PLiteral& iFile, PBaseptr<IConfig> ioConfig) noexcept
+{
+    if (!ioConfig)
+    {
+        return eIxlaInvalidArgument;
+    }
+    PFile file;
+    int result = file.popen(iFile, PFile::eRead, 0);
+    if (result != 0)
+    {
+        return configResult(result);
+    }
+    result = _appendLines(file, _valuesOf(ioConfig));
+    // Nothing was written, so closing has nothing to tell.
+    (void)file.pclose();
+    return result;
+}
+
+int PConfigManager::appendByArgs(const std::vector<PString>& iArgs,
+                                 PBaseptr<IConfig> ioConfig) noexcept
+{
+    return _appendArgs(iArgs.data(), iArgs.size(), ioConfig);
+}
+
+int PConfigManager::appendByArgs(const PString* iArgs, unsigned int iCount,
+                                 PBaseptr<IConfig> ioConfig) noexcept
+{
+    return _appendArgs(iArgs, iCount, ioConfig);
+}
+
+// Configuration IDs
+
+int PConfigManager::loadByID(const PLiteral& iID, PBaseptr<IConfig>& oConfig) noexcept
+{
+    return load(iID, oConfig,
+                [&](const PBaseptr<IConfig>& ioConfig) { return appendByID(iID, ioConfig); });
+}
+
+int PConfigManager::appendByID(const PLiteral& iID, PBaseptr<IConfig> ioConfig) noexcept
+{
+    const int allowed = _checkAllowedChars(iID, PLiteral(), PLiteral());
+    if (allowed != 0)
+    {
+        return allowed;
+    }
+    // Outlives the lock, so that a logger fetched in vain is not released under it.
+    PBaseptr<ILogger> logger;
+    const int result = ixlaGuarded([&] { return fetchLogger(iID, logger); });
+    return result != 0 ? result : locked(&PConfigManager::nl_appendByID, iID, ioConfig, logger);
+}
+
+// Asking for the logging service may start it, and it loads the global ID while it starts: it is
+// never asked for on behalf of that ID, nor with the lock held.
+int PConfigManager::fetchLogger(const PLiteral& iID, PBaseptr<ILogger>& oLogger)
+{
+    bool needed = false;
+    if (iID == kIxlaGlobalConfigId)
+    {
+        return eIxlaOk;
+    }
+    const int result = locked(&PConfigManager::nl_needsLogger, needed);
+    IBase* instance = nullptr;
+    if (result == 0 && needed && ixlaGetInstance(kIxlaLoggerId, instance) == 0)
+    {
+        oLogger = static_cast<ILogger*>(instance);
+    }
+    return result;
+}
+
+int PConfigManager::nl_needsLogger(bool& oNeeds)
+{
+    oNeeds = !fLogger;
+    return eIxlaOk;
+}
+
+int PConfigManager::nl_appendByID(const PLiteral& iID, const PBaseptr<IConfig>& ioConfig,
+                                  const PBaseptr<ILogger>& iLogger)
+{
+    if (!fLogger)
+    {
+        fLogger = iLogger;
+    }
+    int result = nl_loadManagerConfig();
+    if (result != 0)
+    {
+        return result;
+    }
+    PString files;
+    result = nl_readFileList(iID, files);
+    if (result != 0)
+    {
+        return result == eIxlaNotFound ? eIxlaOk : result;
+    }
+    // The list was all that is needed of the manager's configuration, and after cleanup() nothing
+    // may hold it on.
+    if (fClosed)
+    {
+        fManagerConfig.clear();
+    }
+    return nl_appendFiles(files, ioConfig);
+}
+
+int PConfigManager::nl_readFileList(const PLiteral& iID, PString& oFiles)
+{
+    const int result = fManagerConfig->getString(iID, oFiles);
+    if (!fLogger)
+    {
+        return result;
+    }
+    if (result == eIxlaNotFound)
+    {
+        fLogger->debug(0, L"[%s] No config for iID(%ls)", "appendByID", iID.ptr());
+    }
+    else if (result != 0)
+    {
+        fLogger->error(0, L"[%s] Failed to load config for iID(%ls) err: %d", "appendByID",
+                       iID.ptr(), result);
+    }
+    else
+    {
+        fLogger->debug(0, L"[%s] Parse for iID: %ls files: %ls", "appendByID", iID.ptr(),
+                       oFiles.ptr());
+    }
+    return result;
+}
+
+int PConfigManager::nl_appendFiles(PString& ioFiles, const PBaseptr<IConfig>& ioConfig)
+{
+    PString name;
+    int taken = PLiteral::getNextToken(ioFiles, name, L',');
+    for (; taken == 0; taken = PLiteral::getNextToken(ioFiles, name, L','))
+    {
+        if (nl_appendFile(name, ioConfig) == eIxlaNoMemory)
+        {
+            return eIxlaNoMemory;
+        }
+    }
+    return configResult(taken) == eIxlaNoMemory ? eIxlaNoMemory : eIxlaOk;
+}
+
+int PConfigManager::nl_appendFile(const PLiteral& iName, const PBaseptr<IConfig>& ioConfig)
+{
+    if (fLogger)
+    {
+        fLogger->debug(0, L"[%s] Parse file: %ls", "appendByID", iName.ptr());
+    }
+    PString path;
+    nl_createFilePath(iName, path);
+    if (fLogger)
+    {
+        fLogger->debug(0, L"[%s] Append file path: %ls", "appendByID", path.ptr());
+    }
+    const int result = appendByFile(path, ioConfig);
+    if (result != 0 && fLogger)
+    {
+        fLogger->error(0, L"[%s] Failed to append file path(%ls) err: %d", "appendByID", path.ptr(),
+                       result);
+    }
+    return result;
+}
+
+int PConfigManager::listIDs(std::vector<PString>& oIDs) noexcept
+{
+    oIDs.clear();
+    const int result = locked(&PConfigManager::nl_listIDs, oIDs);
+    if (result != 0)
+    {
+        oIDs.clear();
+    }
+    return result;
+}
+
+int PConfigManager::nl_listIDs(std::vector<PString>& oIDs)
+{
+    PBaseptr<IConfig> store;
+    int result = nl_loadStore(store);
+    if (result != 0)
+    {
+        return result;
+    }
+    _appendStoredIDs(_valuesOf(store), oIDs);
+    result = nl_loadManagerConfig();
+    if (result != 0)
+    {
+        return result;
+    }
+    for (const auto& [id, files] : _valuesOf(fManagerConfig))
+    {
+        if (id != kStoreFileKey && !_storesID(_valuesOf(store), id))
+        {
+            oIDs.push_back(id);
+        }
+    }
+    return eIxlaOk;
+}
+
+void PConfigManager::nl_createFilePath(const PLiteral& iName, PString& oPath)
+{
+    ShortText customKey;
+    customKey = kCustomConfigPrefix;
+    customKey += iName;
+    PString candidate;
+    if (nl_getDynamicString(kIxlaGlobalConfigId, customKey, candidate) != 0)
+    {
+        candidate = iName;
+    }
+    PUtils::fixFileSeparator(candidate);
+
+    unsigned int slash = 0;
+    PString path;
+    if (!candidate.chr(L'/', slash) &&
+        nl_getDynamicString(kIxlaGlobalConfigId, kConfigDirKey, path) == 0 && !path.endsWith(L"/"))
+    {
+        path += L"/";
+    }
+    path += candidate;
+    oPath = std::move(path);
+}
+
+int PConfigManager::nl_loadManagerConfig()
+{
+    if (fManagerConfig)
+    {
+        return eIxlaOk;
+    }
+    PString path;
+    nl_createFilePath(kManagerFile, path);
+    const int result = loadByFile(path, fManagerConfig);
+    if (result != 0 && fLogger)
+    {
+        fLogger->error(0, L"[%s] Failed to load config manager file(%ls) err: %d",
+                       "nl_loadManagerConfig", path.ptr(), result);
+    }
+    return result;
+}
+
+int PConfigManager::nl_parseStorePath()
+{
+    if (fStorePath.len() != 0)
+    {
+        return eIxlaOk;
+    }
+    if (fClosed || !fManagerConfig)
+    {
+        return eIxlaNoInstance;
+    }
+    ShortText name;
+    const int result = fManagerConfig->getString(kStoreFileKey, name);
+    if (result == eIxlaNoMemory)
+    {
+        return result;
+    }
+    if (result != 0 || name.len() == 0)
+    {
+        return eIxlaNoStoreFile;
+    }
+    nl_createFilePath(name, fStorePath);
+    return eIxlaOk;
+}
+
+// Run-time values
+
+int PConfigManager::setString(const PLiteral& iID, const PLiteral& iKey,
+                              const PLiteral& iValue) noexcept
+{
+    const int allowed = _checkAllowedChars(iID, iKey, PLiteral());
+    if (allowed != 0)
+    {
+        return allowed;
+    }
+    Change change;
+    const int result = locked(&PConfigManager::nl_setString, iID, iKey, iValue, change);
+    if (result == 0)
+    {
+        _announce(change);
+    }
+    return result;
+}
+
+int PConfigManager::setAttrString(const PLiteral& iID, const PLiteral& iKey,
+                                  const PLiteral& iAttribute, const PLiteral& iValue) noexcept
+{
+    const int allowed = _checkAllowedChars(iID, iKey, iAttribute);
+    if (allowed != 0)
+    {
+        return allowed;
+    }
+    Change change;
+    const int result =
+        locked(&PConfigManager::nl_setAttrString, iID, iKey, iAttribute, iValue, change);
+    if (result == 0)
+    {
+        _announce(change);
+    }
+    return result;
+}
+
+int PConfigManager::removeSetKey(const PLiteral& iID, const PLiteral& iKey) noexcept
+{
+    const int allowed = _checkAllowedChars(iID, iKey, PLiteral());
+    return allowed != 0 ? allowed : locked(&PConfigManager::nl_removeSet, iID, iKey, nullptr);
+}
+
+int PConfigManager::removeSetAttr(const PLiteral& iID, const PLiteral& iKey,
+                                  const PLiteral& iAttribute) noexcept
+{
+    const int allowed = _checkAllowedChars(iID, iKey, iAttribute);
+    return allowed != 0 ? allowed : locked(&PConfigManager::nl_removeSet, iID, iKey, &iAttribute);
+}
+
+// The announcement is prepared before the value is inserted: afterwards nothing can fail any more.
+int PConfigManager::nl_setString(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iValue,
+                                 Change& oChange)
+{
+    PConfigValues* values = nullptr;
+    const int result = nl_findDynamicCfgValues(iID, true, values);
+    if (result != 0)
+    {
+        return result;
+    }
+    nl_prepareChange(IConfigChanged::eValueSet, iID, iKey, PLiteral(), oChange);
+    return values->find(iKey) == values->end() ? _addValue(*values, iKey, iValue) : eIxlaOk;
+}
+
+int PConfigManager::nl_setAttrString(const PLiteral& iID, const PLiteral& iKey,
+                                     const PLiteral& iAttribute, const PLiteral& iValue,
+                                     Change& oChange)
+{
+    PConfigValues* values = nullptr;
+    const int result = nl_findDynamicCfgValues(iID, true, values);
+    if (result != 0)
+    {
+        return result;
+    }
+    if (values->find(iKey) == values->end())
+    {
+        return eIxlaNoValueForAttribute;
+    }
+    nl_prepareChange(IConfigChanged::eAttributeSet, iID, iKey, iAttribute, oChange);
+    return _addAttrValue(*values, iKey, iAttribute, iValue);
+}
+
+int PConfigManager::nl_removeSet(const PLiteral& iID, const PLiteral& iKey,
+                                 const PLiteral* iAttribute)
+{
+    PConfigValues* values = nullptr;
+    const int result = nl_findDynamicCfgValues(iID, false, values);
+    if (result != 0)
+    {
+        return result == eIxlaNotFound ? eIxlaOk : result;
+    }
+    return _removeFrom(*values, iKey, iAttribute);
+}
+
+void PConfigManager::nl_prepareChange(IConfigChanged::EConfigChnagedType iType, const PLiteral& iID,
+                                      const PLiteral& iKey, const PLiteral& iAttribute,
+                                      Change& oChange)
+{
+    const auto listener = fListeners.find(iID);
+    if (listener != fListeners.end())
+    {
+        oChange.topics = listener->second;
+        oChange.event =
+            PBaseptr<IConfigChanged>::adopt(new PConfigChanged(iType, iID, iKey, iAttribute));
+    }
+}
+
+// The dispatcher is held by a plain reference: a holder group would need memory, and what was set
+// is to be announced in any case.
+void PConfigManager::_announce(const Change& iChange) noexcept
+{
+    IBase* instance = nullptr;
+    if (iChange.topics.empty() || ixlaGetInstance(kIxlaEventDispatcherId, instance) != 0 ||
+        !instance)
+    {
+        return;
+    }
+    IEventDispatcher* const dispatcher = static_cast<IEventDispatcher*>(instance);
+    dispatcher->incRef();
+    for (const PString& topic : iChange.topics)
+    {
+        // A topic that nobody listens to, or that cannot be sent, doesn't keep the others back.
+        (void)dispatcher->send(topic, iChange.event.get(), 0);
+    }
+    dispatcher->decRef();
+}
+
+int PConfigManager::nl_findDynamicCfgValues(const PLiteral& iID, bool iCreate,
+                                            PConfigValues*& oValues)
+{
+    auto place = fDynamicValues.lower_bound(iID);
+    if (place == fDynamicValues.end() || place->first != iID)
+    {
+        if (!iCreate)
+        {
+            return eIxlaNotFound;
+        }
+        place = fDynamicValues.emplace_hint(place, iID, PConfigValues());
+    }
+    oValues = &place->second;
+    return eIxlaOk;
+}
+
+int PConfigManager::nl_findDynamicValue(const PLiteral& iID, const PLiteral& iKey,
+                                        PConfigValue*& oValue)
+{
+    PConfigValues* values = nullptr;
+    const int result = nl_findDynamicCfgValues(iID, false, values);
+    if (result != 0)
+    {
+        return result;
+    }
+    const PConfigValues::iterator found = values->find(iKey);
+    if (found == values->end())
+    {
+        return eIxlaNotFound;
+    }
+    oValue = &found->second;
+    return eIxlaOk;
+}
+
+int PConfigManager::nl_getDynamicString(const PLiteral& iID, const PLiteral& iKey, PString& oValue)
+{
+    PConfigValue* record = nullptr;
+    const int result = nl_findDynamicValue(iID, iKey, record);
+    if (result == 0)
+    {
+        oValue = record->fValue;
+    }
+    return result;
+}
+
+int PConfigManager::findDynamicValue(const PLiteral& iID, const PLiteral& iKey,
+                                     PConfigValue*& oValue) noexcept
+{
+    return locked(&PConfigManager::nl_findDynamicValue, iID, iKey, oValue);
+}
+
+int PConfigManager::getDynamicString(const PLiteral& iID, const PLiteral& iKey,
+                                     PString& oValue) noexcept
+{
+    return locked(&PConfigManager::nl_getDynamicString, iID, iKey, oValue);
+}
+
+// The store
+
+int PConfigManager::storeString(const PLiteral& iID, const PLiteral& iKey,
+                                const PLiteral& iValue) noexcept
+{
+    const int allowed = _checkAllowedChars(iID, iKey, PLiteral());
+    return allowed != 0 ? allowed : locked(&PConfigManager::nl_storeString, iID, iKey, iValue);
+}
+
+int PConfigManager::storeAttrString(const PLiteral& iID, const PLiteral& iKey,
+                                    const PLiteral& iAttribute, const PLiteral& iValue) noexcept
+{
+    const int allowed = _checkAllowedChars(iID, iKey, iAttribute);
+    return allowed != 0
+               ? allowed
+               : locked(&PConfigManager::nl_storeAttrString, iID, iKey, iAttribute, iValue);
+}
+
+int PConfigManager::removeStoredKey(const PLiteral& iID, const PLiteral& iKey) noexcept
+{
+    const int allowed = _checkAllowedChars(iID, iKey, PLiteral());
+    return allowed != 0 ? allowed : locked(&PConfigManager::nl_removeStored, iID, iKey, nullptr);
+}
+
+int PConfigManager::removeStoredAttr(const PLiteral& iID, const PLiteral& iKey,
+                                     const PLiteral& iAttribute) noexcept
+{
+    const int allowed = _checkAllowedChars(iID, iKey, iAttribute);
+    return allowed != 0 ? allowed
+                        : locked(&PConfigManager::nl_removeStored, iID, iKey, &iAttribute);
+}
+
+int PConfigManager::nl_storeString(const PLiteral& iID, const PLiteral& iKey,
+                                   const PLiteral& iValue)
+{
+    PBaseptr<IConfig> store;
+    int result = nl_loadStore(store);
+    if (result != 0)
+    {
+        return result;
+    }
+    ShortText storeKey;
+    _makeStoreKey(iID, iKey, storeKey);
+    result = _addValue(_valuesOf(store), storeKey, iValue);
+    PString line;
+    if (result == 0)
+    {
+        result = _reserveLine(_valuesOf(store), line);
+    }
+    return result != 0 ? result : nl_saveStore(static_cast<PConfig&>(*store), line);
+}
+
+int PConfigManager::nl_storeAttrString(const PLiteral& iID, const PLiteral& iKey,
+                                       const PLiteral& iAttribute, const PLiteral& iValue)
+{
+    PBaseptr<IConfig> store;
+    int result = nl_loadStore(store);
+    if (result != 0)
+    {
+        return result;
+    }
+    ShortText storeKey;
+    _makeStoreKey(iID, iKey, storeKey);
+    PConfigValues& values = _valuesOf(store);
+    if (values.find(storeKey) == values.end())
+    {
+        return eIxlaNoValueForAttribute;
+    }
+    result = _addAttrValue(values, storeKey, iAttribute, iValue);
+    PString line;
+    if (result == 0)
+    {
+        result = _reserveLine(values, line);
+    }
+    return result != 0 ? result : nl_saveStore(static_cast<PConfig&>(*store), line);
+}
+
+int PConfigManager::nl_removeStored(const PLiteral& iID, const PLiteral& iKey,
+                                    const PLiteral* iAttribute)
+{
+    PBaseptr<IConfig> store;
+    int result = nl_loadStore(store);
+    if (result != 0)
+    {
+        return result;
+    }
+    ShortText storeKey;
+    _makeStoreKey(iID, iKey, storeKey);
+    PString line;
+    result = _reserveLine(_valuesOf(store), line);
+    if (result != 0)
+    {
+        return result;
+    }
+    // Removing cannot fail.
+    (void)_removeFrom(_valuesOf(store), storeKey, iAttribute);
+    if (fLoadedStore)
+    {
+        (void)_removeFrom(_valuesOf(fLoadedStore), storeKey, iAttribute);
+    }
+    return nl_saveStore(static_cast<PConfig&>(*store), line);
+}
+
+int PConfigManager::nl_loadStore(PBaseptr<IConfig>& oStore)
+{
+    const int result = nl_parseStorePath();
+    if (result != 0)
+    {
+        return result;
+    }
+    if (!PFile::exists(fStorePath))
+    {
+        // Loading tells why a file that could not be made is not there.
+        PFile file;
+        (void)file.popen(fStorePath, PFile::eWrite | PFile::eCreate, 0);
+        (void)file.pclose();
+    }
+    return loadByFile(fStorePath, oStore);
+}
+
+// ioLine has room for every line, so that no memory is lacking between deleting and writing.
+int PConfigManager::nl_saveStore(PConfig& iStore, PString& ioLine)
+{
+    int result = PFile::pdelete(fStorePath);
+    if (result != 0)
+    {
+        if (fLogger)
+        {
+            fLogger->error(0, L"[%s] Failed to delete old store file: (%ls) err: %d",
+                           "nl_saveStore", fStorePath.ptr(), result);
+        }
+        return configResult(result);
+    }
+    PFile file;
+    result = file.popen(fStorePath, PFile::eWrite | PFile::eNewText | PFile::eCreate, 0);
+    if (result != 0)
+    {
+        if (fLogger)
+        {
+            fLogger->error(0, L"[%s] Failed to create store file: (%ls) err: %d", "nl_saveStore",
+                           fStorePath.ptr(), result);
+        }
+        return configResult(result);
+    }
+    _writeLines(file, iStore.values(), ioLine);
+    return configResult(file.pclose());
+}
+
+int PConfigManager::nl_findLoadedValue(const PLiteral& iID, const PLiteral& iKey,
+                                       PConfigValue*& oValue)
+{
+    if (!fLoadedStore)
+    {
+        const int result = nl_loadStore(fLoadedStore);
+        if (result != 0)
+        {
+            return result;
+        }
+    }
+    ShortText storeKey;
+    _makeStoreKey(iID, iKey, storeKey);
+    return static_cast<PConfig&>(*fLoadedStore).__findValue(storeKey, oValue);
+}
+
+int PConfigManager::nl_getLoadedString(const PLiteral& iID, const PLiteral& iKey, PString& oValue)
+{
+    PConfigValue* record = nullptr;
+    const int result = nl_findLoadedValue(iID, iKey, record);
+    if (result == 0)
+    {
+        oValue = record->fValue;
+    }
+    return result;
+}
+
+int PConfigManager::findLoadedValue(const PLiteral& iID, const PLiteral& iKey,
+                                    PConfigValue*& oValue) noexcept
+{
+    return locked(&PConfigManager::nl_findLoadedValue, iID, iKey, oValue);
+}
+
+int PConfigManager::getLoadedString(const PLiteral& iID, const PLiteral& iKey,
+                                    PString& oValue) noexcept
+{
+    return locked(&PConfigManager::nl_getLoadedString, iID, iKey, oValue);
+}
+
+// Listeners
+
+int PConfigManager::addListener(const PLiteral& iID, const PLiteral& iTopic) noexcept
+{
+    return locked(&PConfigManager::nl_addListener, iID, iTopic);
+}
+
+int PConfigManager::removeListener(const PLiteral& iID, const PLiteral& iTopic) noexcept
+{
+    return locked(&PConfigManager::nl_removeListener, iID, iTopic);
+}
+
+int PConfigManager::nl_addListener(const PLiteral& iID, const PLiteral& iTopic)
+{
+    const auto place = fListeners.lower_bound(iID);
+    if (place == fListeners.end() || place->first != iID)
+    {
+        std::vector<PString> topics;
+        topics.emplace_back(iTopic);
+        fListeners.emplace_hint(place, iID, std::move(topics));
+        return eIxlaOk;
+    }
+    std::vector<PString>& topics = place->second;
+    if (std::find(topics.begin(), topics.end(), iTopic) != topics.end())
+    {
+        return eIxlaAlreadyRegistered;
+    }
+    topics.emplace_back(iTopic);
+    return eIxlaOk;
+}
+
+int PConfigManager::nl_removeListener(const PLiteral& iID, const PLiteral& iTopic)
+{
+    const auto listener = fListeners.find(iID);
+    if (listener == fListeners.end())
+    {
+        return eIxlaNotFound;
+    }
+    std::vector<PString>& topics = listener->second;
+    const auto topic = std::find(topics.begin(), topics.end(), iTopic);
+    if (topic == topics.end())
+    {
+        return eIxlaNotFound;
+    }
+    topics.erase(topic);
+    if (topics.empty())
+    {
+        fListeners.erase(listener);
+    }
+    return eIxlaOk;
+}
+
+// Typed forms
+
+int PConfigManager::setInt32(const PLiteral& iID, const PLiteral& iKey, int iValue) noexcept
+{
+    return putAs(&PUtils::int32ToStr, &IConfigManager::setString, iID, iKey, iValue);
+}
+
+int PConfigManager::setUint32(const PLiteral& iID, const PLiteral& iKey,
+                              unsigned int iValue) noexcept
+{
+    return putAs(&PUtils::uint32ToStr, &IConfigManager::setString, iID, iKey, iValue);
+}
+
+int PConfigManager::setInt64(const PLiteral& iID, const PLiteral& iKey, long long iValue) noexcept
+{
+    return putAs(&PUtils::int64ToStr, &IConfigManager::setString, iID, iKey, iValue);
+}
+
+int PConfigManager::setUint64(const PLiteral& iID, const PLiteral& iKey,
+                              unsigned long long iValue) noexcept
+{
+    return putAs(&PUtils::uint64ToStr, &IConfigManager::setString, iID, iKey, iValue);
+}
+
+int PConfigManager::setBool(const PLiteral& iID, const PLiteral& iKey, bool iValue) noexcept
+{
+    return putAs(&PUtils::boolToStr, &IConfigManager::setString, iID, iKey, iValue);
+}
+
+int PConfigManager::setBinary(const PLiteral& iID, const PLiteral& iKey, const unsigned char* iData,
+                              unsigned int iSize) noexcept
+{
+    return putAs(&PUtils::binaryToStr, &IConfigManager::setString, iID, iKey, iData, iSize);
+}
+
+int PConfigManager::setAttrInt32(const PLiteral& iID, const PLiteral& iKey,
+                                 const PLiteral& iAttribute, int iValue) noexcept
+{
+    return putAttrAs(&PUtils::int32ToStr, &IConfigManager::setAttrString, iID, iKey, iAttribute,
+                     iValue);
+}
+
+int PConfigManager::setAttrUint32(const PLiteral& iID, const PLiteral& iKey,
+                                  const PLiteral& iAttribute, unsigned int iValue) noexcept
+{
+    return putAttrAs(&PUtils::uint32ToStr, &IConfigManager::setAttrString, iID, iKey, iAttribute,
+                     iValue);
+}
+
+int PConfigManager::setAttrInt64(const PLiteral& iID, const PLiteral& iKey,
+                                 const PLiteral& iAttribute, long long iValue) noexcept
+{
+    return putAttrAs(&PUtils::int64ToStr, &IConfigManager::setAttrString, iID, iKey, iAttribute,
+                     iValue);
+}
+
+int PConfigManager::setAttrUint64(const PLiteral& iID, const PLiteral& iKey,
+                                  const PLiteral& iAttribute, unsigned long long iValue) noexcept
+{
+    return putAttrAs(&PUtils::uint64ToStr, &IConfigManager::setAttrString, iID, iKey, iAttribute,
+                     iValue);
+}
+
+int PConfigManager::setAttrBool(const PLiteral& iID, const PLiteral& iKey,
+                                const PLiteral& iAttribute, bool iValue) noexcept
+{
+    return putAttrAs(&PUtils::boolToStr, &IConfigManager::setAttrString, iID, iKey, iAttribute,
+                     iValue);
+}
+
+int PConfigManager::setAttrBinary(const PLiteral& iID, const PLiteral& iKey,
+                                  const PLiteral& iAttribute, const unsigned char* iData,
+                                  unsigned int iSize) noexcept
+{
+    return putAttrAs(&PUtils::binaryToStr, &IConfigManager::setAttrString, iID, iKey, iAttribute,
+                     iData, iSize);
+}
+
+int PConfigManager::storeInt32(const PLiteral& iID, const PLiteral& iKey, int iValue) noexcept
+{
+    return putAs(&PUtils::int32ToStr, &IConfigManager::storeString, iID, iKey, iValue);
+}
+
+int PConfigManager::storeUint32(const PLiteral& iID, const PLiteral& iKey,
+                                unsigned int iValue) noexcept
+{
+    return putAs(&PUtils::uint32ToStr, &IConfigManager::storeString, iID, iKey, iValue);
+}
+
+int PConfigManager::storeInt64(const PLiteral& iID, const PLiteral& iKey, long long iValue) noexcept
+{
+    return putAs(&PUtils::int64ToStr, &IConfigManager::storeString, iID, iKey, iValue);
+}
+
+int PConfigManager::storeUint64(const PLiteral& iID, const PLiteral& iKey,
+                                unsigned long long iValue) noexcept
+{
+    return putAs(&PUtils::uint64ToStr, &IConfigManager::storeString, iID, iKey, iValue);
+}
+
+int PConfigManager::storeBool(const PLiteral& iID, const PLiteral& iKey, bool iValue) noexcept
+{
+    return putAs(&PUtils::boolToStr, &IConfigManager::storeString, iID, iKey, iValue);
+}
+
+int PConfigManager::storeBinary(const PLiteral& iID, const PLiteral& iKey,
+                                const unsigned char* iData, unsigned int iSize) noexcept
+{
+    return putAs(&PUtils::binaryToStr, &IConfigManager::storeString, iID, iKey, iData, iSize);
+}
+
+int PConfigManager::storeAttrInt32(const PLiteral& iID, const PLiteral& iKey,
+                                   const PLiteral& iAttribute, int iValue) noexcept
+{
+    return putAttrAs(&PUtils::int32ToStr, &IConfigManager::storeAttrString, iID, iKey, iAttribute,
+                     iValue);
+}
+
+int PConfigManager::storeAttrUint32(const PLiteral& iID, const PLiteral& iKey,
+                                    const PLiteral& iAttribute, unsigned int iValue) noexcept
+{
+    return putAttrAs(&PUtils::uint32ToStr, &IConfigManager::storeAttrString, iID, iKey, iAttribute,
+                     iValue);
+}
+
+int PConfigManager::storeAttrInt64(const PLiteral& iID, const PLiteral& iKey,
+                                   const PLiteral& iAttribute, long long iValue) noexcept
+{
+    return putAttrAs(&PUtils::int64ToStr, &IConfigManager::storeAttrString, iID, iKey, iAttribute,
+                     iValue);
+}
+
+int PConfigManager::storeAttrUint64(const PLiteral& iID, const PLiteral& iKey,
+                                    const PLiteral& iAttribute, unsigned long long iValue) noexcept
+{
+    return putAttrAs(&PUtils::uint64ToStr, &IConfigManager::storeAttrString, iID, iKey, iAttribute,
+                     iValue);
+}
+
+int PConfigManager::storeAttrBool(const PLiteral& iID, const PLiteral& iKey,
+                                  const PLiteral& iAttribute, bool iValue) noexcept
+{
+    return putAttrAs(&PUtils::boolToStr, &IConfigManager::storeAttrString, iID, iKey, iAttribute,
+                     iValue);
+}
+
+int PConfigManager::storeAttrBinary(const PLiteral& iID, const PLiteral& iKey,
+                                    const PLiteral& iAttribute, const unsigned char* iData,
+                                    unsigned int iSize) noexcept
+{
+    return putAttrAs(&PUtils::binaryToStr, &IConfigManager::storeAttrString, iID, iKey, iAttribute,
+                     iData, iSize);
+}

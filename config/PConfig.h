@@ -1,0 +1,103 @@
+// PConfig: a configuration that a PConfigManager made.
+#ifndef IXLAL_PCONFIG_H
+#define IXLAL_PCONFIG_H
+
+#include "IConfig.h"
+#include "IConfigManager.h"
+#include "PBaseptr.h"
+#include "config/PConfigValue.h"
+#include "portinglayer/PCounterSync.h"
+
+/// Answers from its own values and, when it has an ID, from the manager's run-time and stored
+/// values of that ID (see IConfig for who wins).
+///
+/// A read holds the manager's lock from the lookup until the text is copied: other threads may
+/// remove the records meanwhile. When that lock fails only the own values answer.
+class PConfig : public IConfig
+{
+public:
+    /// iManager, a PConfigManager or null, is shared for the configuration's whole life. The ID is
+    /// empty for a configuration that has none. Throws std::bad_alloc.
+    PConfig(IConfigManager* iManager, const PLiteral& iID);
+
+    PConfig(const PConfig&) = delete;
+    PConfig& operator=(const PConfig&) = delete;
+
+    int incRef() noexcept override;
+    int decRef() noexcept override;
+
+    int getKeys(std::vector<PString>& oKeys) noexcept override;
+    int getAttributes(const PLiteral& iKey, std::vector<PString>& oAttributes) noexcept override;
+
+    int getString(const PLiteral& iKey, PString& oValue) noexcept override;
+    int getInt32(const PLiteral& iKey, int& oValue) noexcept override;
+    int getUint32(const PLiteral& iKey, unsigned int& oValue) noexcept override;
+    int getInt64(const PLiteral& iKey, long long& oValue) noexcept override;
+    int getUint64(const PLiteral& iKey, unsigned long long& oValue) noexcept override;
+    int getBool(const PLiteral& iKey, bool& oValue) noexcept override;
+    int getBinary(const PLiteral& iKey, unsigned char*& oData,
+                  unsigned int& oSize) noexcept override;
+
+    int getAttrString(const PLiteral& iKey, const PLiteral& iAttribute,
+                      PString& oValue) noexcept override;
+    int getAttrInt32(const PLiteral& iKey, const PLiteral& iAttribute,
+                     int& oValue) noexcept override;
+    int getAttrUint32(const PLiteral& iKey, const PLiteral& iAttribute,
+                      unsigned int& oValue) noexcept override;
+    int getAttrInt64(const PLiteral& iKey, const PLiteral& iAttribute,
+                     long long& oValue) noexcept override;
+    int getAttrUint64(const PLiteral& iKey, const PLiteral& iAttribute,
+                      unsigned long long& oValue) noexcept override;
+    int getAttrBool(const PLiteral& iKey, const PLiteral& iAttribute,
+                    bool& oValue) noexcept override;
+    int getAttrBinary(const PLiteral& iKey, const PLiteral& iAttribute, unsigned char*& oData,
+                      unsigned int& oSize) noexcept override;
+
+    /// Releases the manager first.
+    virtual ~PConfig();
+
+    /// The own values, for the manager that fills them. Not synchronised.
+    PConfigValues& values() noexcept;
+
+    /// Looks a key up in the own values. Returns 0 or -504.
+    int __findValue(const PLiteral& iKey, PConfigValue*& oValue) noexcept;
+
+    /// Picks the record that answers a read of iKey, or of one of its attributes when iAttribute
+    /// isn't empty. The caller holds the manager's lock for as long as it uses the record.
+    /// Returns 0, -504, or -501 when a lookup in the manager lacked memory.
+    int _findUsedValue(const PLiteral& iKey, const PLiteral& iAttribute,
+                       PConfigValue*& oValue) noexcept;
+
+private:
+    /// Where the records of a key may come from; null for none.
+    struct Records
+    {
+        PConfigValue* own = nullptr;
+        PConfigValue* dynamic = nullptr;
+        PConfigValue* stored = nullptr;
+    };
+
+    static bool _isPinned(PConfigValue& ioRecord) noexcept;
+    static bool _answers(const PConfigValue* iRecord, const PLiteral& iAttribute) noexcept;
+    static int _choose(const Records& iRecords, const PLiteral& iAttribute,
+                       PConfigValue*& oValue) noexcept;
+
+    int findInManager(const PLiteral& iKey, Records& oRecords) noexcept;
+    int findOwnValue(const PLiteral& iKey, const PLiteral& iAttribute,
+                     PConfigValue*& oValue) noexcept;
+
+    template <class TCopy>
+    int read(const PLiteral& iKey, const PLiteral& iAttribute, const TCopy& iCopy) noexcept;
+    template <class TConvert, class... TValue>
+    int readAs(const TConvert& iConvert, const PLiteral& iKey, TValue&... oValue) noexcept;
+    template <class TConvert, class... TValue>
+    int readAttrAs(const TConvert& iConvert, const PLiteral& iKey, const PLiteral& iAttribute,
+                   TValue&... oValue) noexcept;
+
+    PCounterSync fRefCount;
+    PConfigValues fValues;
+    PString fID;
+    PBaseptr<IConfigManager> fManager;
+};
+
+#endif

@@ -1,0 +1,261 @@
+// PConfigManager: loads configurations and keeps run-time values, stored values and listeners.
+#ifndef IXLAL_PCONFIGMANAGER_H
+#define IXLAL_PCONFIGMANAGER_H
+
+#include "IConfigChanged.h"
+#include "IConfigManager.h"
+#include "ILogger.h"
+#include "PBaseptr.h"
+#include "config/PConfigValue.h"
+#include "portinglayer/PCounterSync.h"
+#include "portinglayer/PMutex.h"
+#include "portinglayer/PString.h"
+
+#include <map>
+#include <vector>
+
+class PConfig;
+class PFile;
+
+/// The configuration manager (see IConfigManager). Lives on the heap and must be held in a
+/// PBaseptr before its first use, because every configuration that it makes holds it.
+///
+/// One lock guards the tables and the files; its holder may take it again. It is held while files
+/// are read and written and while lines are logged, and never while the core is asked for a
+/// service or an event is sent. Operations that cannot lock return the mutex's code and do nothing.
+///
+/// The store and the manager's own configuration hold the manager like every configuration does;
+/// cleanup() breaks that cycle.
+class PConfigManager : public IConfigManager
+{
+public:
+    PConfigManager() noexcept;
+
+    PConfigManager(const PConfigManager&) = delete;
+    PConfigManager& operator=(const PConfigManager&) = delete;
+
+    int incRef() noexcept override;
+    int decRef() noexcept override;
+
+    int listIDs(std::vector<PString>& oIDs) noexcept override;
+
+    int loadByID(const PLiteral& iID, PBaseptr<IConfig>& oConfig) noexcept override;
+    int loadByFile(const PLiteral& iFile, PBaseptr<IConfig>& oConfig) noexcept override;
+    int loadByArgs(const std::vector<PString>& iArgs, PBaseptr<IConfig>& oConfig) noexcept override;
+    int loadByArgs(const PString* iArgs, unsigned int iCount,
+                   PBaseptr<IConfig>& oConfig) noexcept override;
+
+    /// Beyond IConfigManager: a file of the ID that cannot be appended is logged and left out; only
+    /// lack of memory ends the operation.
+    int appendByID(const PLiteral& iID, PBaseptr<IConfig> ioConfig) noexcept override;
+    int appendByFile(const PLiteral& iFile, PBaseptr<IConfig> ioConfig) noexcept override;
+    int appendByArgs(const std::vector<PString>& iArgs,
+                     PBaseptr<IConfig> ioConfig) noexcept override;
+    int appendByArgs(const PString* iArgs, unsigned int iCount,
+                     PBaseptr<IConfig> ioConfig) noexcept override;
+
+    int setString(const PLiteral& iID, const PLiteral& iKey,
+                  const PLiteral& iValue) noexcept override;
+    int removeSetKey(const PLiteral& iID, const PLiteral& iKey) noexcept override;
+    int setInt32(const PLiteral& iID, const PLiteral& iKey, int iValue) noexcept override;
+    int setUint32(const PLiteral& iID, const PLiteral& iKey, unsigned int iValue) noexcept override;
+    int setInt64(const PLiteral& iID, const PLiteral& iKey, long long iValue) noexcept override;
+    int setUint64(const PLiteral& iID, const PLiteral& iKey,
+                  unsigned long long iValue) noexcept override;
+    int setBool(const PLiteral& iID, const PLiteral& iKey, bool iValue) noexcept override;
+    int setBinary(const PLiteral& iID, const PLiteral& iKey, const unsigned char* iData,
+                  unsigned int iSize) noexcept override;
+
+    int setAttrString(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iAttribute,
+                      const PLiteral& iValue) noexcept override;
+    int removeSetAttr(const PLiteral& iID, const PLiteral& iKey,
+                      const PLiteral& iAttribute) noexcept override;
+    int setAttrInt32(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iAttribute,
+                     int iValue) noexcept override;
+    int setAttrUint32(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iAttribute,
+                      unsigned int iValue) noexcept override;
+    int setAttrInt64(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iAttribute,
+                     long long iValue) noexcept override;
+    int setAttrUint64(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iAttribute,
+                      unsigned long long iValue) noexcept override;
+    int setAttrBool(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iAttribute,
+                    bool iValue) noexcept override;
+    int setAttrBinary(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iAttribute,
+                      const unsigned char* iData, unsigned int iSize) noexcept override;
+
+    int storeString(const PLiteral& iID, const PLiteral& iKey,
+                    const PLiteral& iValue) noexcept override;
+    int removeStoredKey(const PLiteral& iID, const PLiteral& iKey) noexcept override;
+    int storeInt32(const PLiteral& iID, const PLiteral& iKey, int iValue) noexcept override;
+    int storeUint32(const PLiteral& iID, const PLiteral& iKey,
+                    unsigned int iValue) noexcept override;
+    int storeInt64(const PLiteral& iID, const PLiteral& iKey, long long iValue) noexcept override;
+    int storeUint64(const PLiteral& iID, const PLiteral& iKey,
+                    unsigned long long iValue) noexcept override;
+    int storeBool(const PLiteral& iID, const PLiteral& iKey, bool iValue) noexcept override;
+    int storeBinary(const PLiteral& iID, const PLiteral& iKey, const unsigned char* iData,
+                    unsigned int iSize) noexcept override;
+
+    int storeAttrString(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iAttribute,
+                        const PLiteral& iValue) noexcept override;
+    int removeStoredAttr(const PLiteral& iID, const PLiteral& iKey,
+                         const PLiteral& iAttribute) noexcept override;
+    int storeAttrInt32(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iAttribute,
+                       int iValue) noexcept override;
+    int storeAttrUint32(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iAttribute,
+                        unsigned int iValue) noexcept override;
+    int storeAttrInt64(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iAttribute,
+                       long long iValue) noexcept override;
+    int storeAttrUint64(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iAttribute,
+                        unsigned long long iValue) noexcept override;
+    int storeAttrBool(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iAttribute,
+                      bool iValue) noexcept override;
+    int storeAttrBinary(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iAttribute,
+                        const unsigned char* iData, unsigned int iSize) noexcept override;
+
+    int addListener(const PLiteral& iID, const PLiteral& iTopic) noexcept override;
+    int removeListener(const PLiteral& iID, const PLiteral& iTopic) noexcept override;
+
+    virtual ~PConfigManager();
+
+    /// Marks the manager as shutting down and drops its two configurations, so that its last
+    /// holder destroys it. Locks nothing: no other thread may be using the manager.
+    void cleanup() noexcept IXLA_NO_THREAD_SAFETY_ANALYSIS;
+
+    /// The manager's lock, for reads that use the records of the finders below: hold it from the
+    /// lookup to the copy.
+    PMutex& mutex() noexcept;
+
+    /// Find the run-time or the stored record of a key; the first search for a stored one reads
+    /// the store. The record is valid while the lock is held.
+    /// Return 0, -504 for none, -501, the mutex's code, or the code of reading the store.
+    int findDynamicValue(const PLiteral& iID, const PLiteral& iKey, PConfigValue*& oValue) noexcept;
+    int findLoadedValue(const PLiteral& iID, const PLiteral& iKey, PConfigValue*& oValue) noexcept;
+
+    /// Copy the text of such a record.
+    int getDynamicString(const PLiteral& iID, const PLiteral& iKey, PString& oValue) noexcept;
+    int getLoadedString(const PLiteral& iID, const PLiteral& iKey, PString& oValue) noexcept;
+
+    /// Splits "key = value" or "key : attribute = value" and trims the parts; without an attribute
+    /// oAttribute is empty. The first "=" and the first ":" before it count. Returns 0, -3001
+    /// without "=" or with an empty key, or -501; the texts have no meaning on failure.
+    static int _parseLine(const PLiteral& iLine, PString& oKey, PString& oAttribute,
+                          PString& oValue) noexcept;
+
+    /// Whether the three names are free of the separators "=", ":" and "|": 0 or -3004.
+    static int _checkAllowedChars(const PLiteral& iID, const PLiteral& iKey,
+                                  const PLiteral& iAttribute) noexcept;
+
+    /// Set the value of a key, or an attribute unless it is present; the key is created if need
+    /// be. Return 0, or -501 with nothing changed.
+    static int _addValue(PConfigValues& ioValues, const PLiteral& iKey,
+                         const PLiteral& iValue) noexcept;
+    static int _addAttrValue(PConfigValues& ioValues, const PLiteral& iKey,
+                             const PLiteral& iAttribute, const PLiteral& iValue) noexcept;
+
+    /// Remove a key with its attributes, or one attribute. Return 0, also when there was none.
+    static int _removeKey(PConfigValues& ioValues, const PLiteral& iKey) noexcept;
+    static int _removeAttr(PConfigValues& ioValues, const PLiteral& iKey,
+                           const PLiteral& iAttribute) noexcept;
+
+private:
+    /// The parts of a line, whose buffers serve one line after the other.
+    struct Entry
+    {
+        PString key;
+        PString attribute;
+        PString value;
+    };
+
+    /// What a setter announces once it has given the lock back; nothing without topics.
+    struct Change
+    {
+        std::vector<PString> topics;
+        PBaseptr<IConfigChanged> event;
+    };
+
+    /// Runs a member that expects the lock. Returns its result, -501 for lack of memory, or the
+    /// mutex's code.
+    template <class... TParameter, class... TArgument>
+    int locked(int (PConfigManager::*iWork)(TParameter...), TArgument&&... iArguments) noexcept;
+
+    template <class TAppend>
+    int load(const PLiteral& iID, PBaseptr<IConfig>& oConfig, const TAppend& iAppend) noexcept;
+
+    typedef int (IConfigManager::*TextOperation)(const PLiteral&, const PLiteral&, const PLiteral&);
+    typedef int (IConfigManager::*AttrTextOperation)(const PLiteral&, const PLiteral&,
+                                                     const PLiteral&, const PLiteral&);
+    template <class TConvert, class... TValue>
+    int putAs(const TConvert& iConvert, TextOperation iOperation, const PLiteral& iID,
+              const PLiteral& iKey, TValue... iValue) noexcept;
+    template <class TConvert, class... TValue>
+    int putAttrAs(const TConvert& iConvert, AttrTextOperation iOperation, const PLiteral& iID,
+                  const PLiteral& iKey, const PLiteral& iAttribute, TValue... iValue) noexcept;
+
+    static PConfigValues& _valuesOf(const PBaseptr<IConfig>& iConfig) noexcept;
+    static int _appendLine(const PLiteral& iLine, Entry& ioEntry, PConfigValues& ioValues) noexcept;
+    static int _appendLines(PFile& ioFile, PConfigValues& ioValues) noexcept;
+    static int _appendArgs(const PString* iArgs, std::size_t iCount,
+                           const PBaseptr<IConfig>& ioConfig) noexcept;
+    static void _announce(const Change& iChange) noexcept;
+
+    int fetchLogger(const PLiteral& iID, PBaseptr<ILogger>& oLogger);
+    int nl_needsLogger(bool& oNeeds) IXLA_REQUIRES(fMutex);
+
+    int nl_appendByID(const PLiteral& iID, const PBaseptr<IConfig>& ioConfig,
+                      const PBaseptr<ILogger>& iLogger) IXLA_REQUIRES(fMutex);
+    int nl_readFileList(const PLiteral& iID, PString& oFiles) IXLA_REQUIRES(fMutex);
+    int nl_appendFiles(PString& ioFiles, const PBaseptr<IConfig>& ioConfig) IXLA_REQUIRES(fMutex);
+    int nl_appendFile(const PLiteral& iName, const PBaseptr<IConfig>& ioConfig)
+        IXLA_REQUIRES(fMutex);
+    int nl_listIDs(std::vector<PString>& oIDs) IXLA_REQUIRES(fMutex);
+    void nl_createFilePath(const PLiteral& iName, PString& oPath) IXLA_REQUIRES(fMutex);
+    int nl_loadManagerConfig() IXLA_REQUIRES(fMutex);
+    int nl_parseStorePath() IXLA_REQUIRES(fMutex);
+
+    int nl_setString(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iValue,
+                     Change& oChange) IXLA_REQUIRES(fMutex);
+    int nl_setAttrString(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iAttribute,
+                         const PLiteral& iValue, Change& oChange) IXLA_REQUIRES(fMutex);
+    int nl_removeSet(const PLiteral& iID, const PLiteral& iKey, const PLiteral* iAttribute)
+        IXLA_REQUIRES(fMutex);
+    void nl_prepareChange(IConfigChanged::EConfigChnagedType iType, const PLiteral& iID,
+                          const PLiteral& iKey, const PLiteral& iAttribute, Change& oChange)
+        IXLA_REQUIRES(fMutex);
+    int nl_findDynamicCfgValues(const PLiteral& iID, bool iCreate, PConfigValues*& oValues)
+        IXLA_REQUIRES(fMutex);
+    int nl_findDynamicValue(const PLiteral& iID, const PLiteral& iKey, PConfigValue*& oValue)
+        IXLA_REQUIRES(fMutex);
+    int nl_getDynamicString(const PLiteral& iID, const PLiteral& iKey, PString& oValue)
+        IXLA_REQUIRES(fMutex);
+
+    int nl_storeString(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iValue)
+        IXLA_REQUIRES(fMutex);
+    int nl_storeAttrString(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iAttribute,
+                           const PLiteral& iValue) IXLA_REQUIRES(fMutex);
+    int nl_removeStored(const PLiteral& iID, const PLiteral& iKey, const PLiteral* iAttribute)
+        IXLA_REQUIRES(fMutex);
+    int nl_loadStore(PBaseptr<IConfig>& oStore) IXLA_REQUIRES(fMutex);
+    int nl_saveStore(PConfig& iStore, PString& ioLine) IXLA_REQUIRES(fMutex);
+    int nl_findLoadedValue(const PLiteral& iID, const PLiteral& iKey, PConfigValue*& oValue)
+        IXLA_REQUIRES(fMutex);
+    int nl_getLoadedString(const PLiteral& iID, const PLiteral& iKey, PString& oValue)
+        IXLA_REQUIRES(fMutex);
+
+    int nl_addListener(const PLiteral& iID, const PLiteral& iTopic) IXLA_REQUIRES(fMutex);
+    int nl_removeListener(const PLiteral& iID, const PLiteral& iTopic) IXLA_REQUIRES(fMutex);
+
+    PCounterSync fRefCount;
+    PMutex fMutex;
+    /// Run-time values by configuration ID; a table stays when its last key has gone.
+    std::map<PString, PConfigValues, PLiteralLess> fDynamicValues IXLA_GUARDED_BY(fMutex);
+    PBaseptr<IConfig> fLoadedStore IXLA_GUARDED_BY(fMutex);   ///< as first read, less removals
+    PBaseptr<IConfig> fManagerConfig IXLA_GUARDED_BY(fMutex); ///< the files of each ID
+    PString fStorePath IXLA_GUARDED_BY(fMutex);               ///< empty until resolved
+    bool fClosed IXLA_GUARDED_BY(fMutex);
+    /// Topics in the order of registration; an ID is present only while it has one.
+    std::map<PString, std::vector<PString>, PLiteralLess> fListeners IXLA_GUARDED_BY(fMutex);
+    PBaseptr<ILogger> fLogger IXLA_GUARDED_BY(fMutex); ///< messages are dropped while empty
+};
+
+#endif
