@@ -1,0 +1,209 @@
+#include "PLogFile.h"
+
+#include "PLogText.h"
+#include "PSafeWrite.h"
+#include "portinglayer/PUtf8.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <limits>
+
+#include <unistd.h>
+
+namespace
+{
+// Time, numbers and separators of a header, and the words of the report on lost lines.
+constexpr std::size_t kHeaderRoom = 96;
+constexpr std::size_t kReportRoom = 96;
+constexpr std::string_view kLossBegin = "[PLogger] Lost lines: ";
+constexpr std::string_view kLossError = " err: ";
+// A byte of a dump takes two digits, a blank and its character.
+constexpr std::size_t kDumpBytesEach = 4;
+constexpr int kOffsetDigits = 8;
+
+/// The number of the calling thread, asked for once. A forked child is another process, where the
+/// kept number is that of the parent's thread.
+pid_t _threadNumber(pid_t iProcess) noexcept
+{
+    static thread_local pid_t sProcess = 0;
+    static thread_local pid_t sThread = 0;
+    if (sProcess != iProcess)
+    {
+        sThread = ::gettid();
+        sProcess = iProcess;
+    }
+    return sThread;
+}
+
+std::string _encodeTag(const PLiteral& iTag)
+{
+    PLogLine line(iTag.len() * std::size_t{PUtf8::eMaxBytes} + 1);
+    line.addText(iTag.ptr(), iTag.len());
+    return std::string(line.bytes());
+}
+
+char _shown(unsigned char iByte)
+{
+    return iByte >= 0x20 && iByte < 0x7F ? static_cast<char>(iByte) : '.';
+}
+} // namespace
+
+PLogFile::PLogFile(const std::string& iPath, const PLiteral& iTag, bool iNew,
+                   const PLogLimits& iLimits)
+    : fTag(_encodeTag(iTag)),
+      fFixedRoom(2 * (kHeaderRoom + fTag.size()) + kReportRoom),
+      fLine(fFixedRoom + std::size_t{PLogText::eShort} * PUtf8::eMaxBytes),
+      fSink(iPath, iNew, iLimits),
+      fLineBegin(0),
+      fLost(0),
+      fLastError(0)
+{
+}
+
+PLogFile::~PLogFile()
+{
+    PLogLock lock(fMutex);
+    if (fLost > 0 && fLine.reset(fFixedRoom) == 0)
+    {
+        nl_addLossReport();
+        // The last try; nobody is left who could hear of a failure.
+        static_cast<void>(fSink.put(fLine.bytes(), 1));
+    }
+}
+
+int PLogFile::open() noexcept
+{
+    PLogLock lock(fMutex);
+    return fSink.open();
+}
+
+int PLogFile::write(char iKind, const PLogText& iText, const PLogEcho& iEcho) noexcept
+{
+    PLogLock lock(fMutex);
+    const int result = nl_begin(iKind, iText.len(), PUtf8::eMaxBytes);
+    if (result != 0)
+    {
+        return nl_lose(result);
+    }
+    const std::size_t textBegin = fLine.bytes().size();
+    fLine.addText(iText.ptr(), iText.len());
+    fLine.add('\n');
+    if (iEcho.text)
+    {
+        PSafeWrite::print(fLine.bytes().substr(textBegin));
+    }
+    return nl_send(iEcho);
+}
+
+int PLogFile::dump(const unsigned char* iData, unsigned int iSize, unsigned int iWidth,
+                   const PLogEcho& iEcho) noexcept
+{
+    PLogLock lock(fMutex);
+    const unsigned int width = std::min(iWidth, iSize);
+    int result = 0;
+    for (unsigned int offset = 0; offset < iSize;)
+    {
+        const unsigned int size = std::min(width, iSize - offset);
+        const int sent = nl_dumpLine(iData, offset, size, width, iEcho);
+        result = result != 0 ? result : sent;
+        offset += size;
+    }
+    return result;
+}
+
+int PLogFile::nl_dumpLine(const unsigned char* iData, unsigned int iOffset, unsigned int iSize,
+                          unsigned int iWidth, const PLogEcho& iEcho) noexcept
+{
+    const int result = nl_begin('D', iWidth, kDumpBytesEach);
+    if (result != 0)
+    {
+        return nl_lose(result);
+    }
+    fLine.addHex(iOffset, kOffsetDigits);
+    fLine.add(' ');
+    for (unsigned int i = 0; i < iWidth; ++i)
+    {
+        fLine.add(' ');
+        if (i < iSize)
+        {
+            fLine.addHex(iData[iOffset + i], 2);
+        }
+        else
+        {
+            fLine.add("  ");
+        }
+    }
+    fLine.add("  |");
+    std::for_each(iData + iOffset, iData + iOffset + iSize,
+                  [this](unsigned char iByte) IXLA_REQUIRES(fMutex) { fLine.add(_shown(iByte)); });
+    fLine.add("|\n");
+    return nl_send(iEcho);
+}
+
+/// Makes room for a line of iLen parts of up to iBytesEach bytes, and puts down what comes first.
+int PLogFile::nl_begin(char iKind, std::size_t iLen, std::size_t iBytesEach) noexcept
+{
+    if (iLen > (std::numeric_limits<std::size_t>::max() - fFixedRoom) / iBytesEach)
+    {
+        return -ENOMEM;
+    }
+    const int result = fLine.reset(fFixedRoom + iLen * iBytesEach);
+    if (result != 0)
+    {
+        return result;
+    }
+    if (fLost > 0)
+    {
+        nl_addLossReport();
+    }
+    fLineBegin = fLine.bytes().size();
+    nl_addHeader(iKind);
+    return 0;
+}
+
+int PLogFile::nl_send(const PLogEcho& iEcho) noexcept
+{
+    const int result = fSink.put(fLine.bytes(), fLost > 0 ? 2 : 1);
+    if (iEcho.line)
+    {
+        PSafeWrite::print(fLine.bytes().substr(fLineBegin));
+    }
+    if (result != 0)
+    {
+        return nl_lose(result);
+    }
+    fLost = 0;
+    return 0;
+}
+
+int PLogFile::nl_lose(int iResult) noexcept
+{
+    ++fLost;
+    fLastError = iResult;
+    return iResult;
+}
+
+void PLogFile::nl_addHeader(char iKind) noexcept
+{
+    const pid_t process = ::getpid();
+    fLine.add(fClock.now());
+    fLine.add(' ');
+    fLine.addNumber(process);
+    fLine.add(':');
+    fLine.addNumber(_threadNumber(process));
+    fLine.add(' ');
+    fLine.add(iKind);
+    fLine.add(' ');
+    fLine.add(fTag);
+    fLine.add(' ');
+}
+
+void PLogFile::nl_addLossReport() noexcept
+{
+    nl_addHeader('E');
+    fLine.add(kLossBegin);
+    fLine.addNumber(fLost);
+    fLine.add(kLossError);
+    fLine.addNumber(fLastError);
+    fLine.add('\n');
+}

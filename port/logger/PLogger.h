@@ -77,8 +77,13 @@ public:
                        unsigned int iWidth) noexcept;
 
 private:
+    int write(char iKind, bool iShowText, const wchar_t* iFormat, va_list iArgs) noexcept;
+
     PLogFile* fFile; ///< null until init, and while disabled
     int fThreshold;  ///< the level, or the lowest number while nothing is written
+    int fLevel;      ///< as last set, also before init
+    bool fPrint;
+    bool fInitialised;
 };
 
 #endif

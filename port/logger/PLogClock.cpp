@@ -1,0 +1,31 @@
+#include "PLogClock.h"
+
+std::string_view PLogClock::now() noexcept
+{
+    timespec time{};
+    // CLOCK_REALTIME is always there; zero would stand in for it.
+    static_cast<void>(::clock_gettime(CLOCK_REALTIME, &time));
+    if (time.tv_sec != fSecond)
+    {
+        breakDown(time.tv_sec);
+    }
+    long rest = time.tv_nsec / 1000000;
+    for (int place = eLen - 1; place > eSecondsLen; --place)
+    {
+        fText[place] = static_cast<char>('0' + rest % 10);
+        rest /= 10;
+    }
+    return std::string_view(fText, eLen);
+}
+
+void PLogClock::breakDown(std::time_t iSecond) noexcept
+{
+    std::tm parts{};
+    if (!::localtime_r(&iSecond, &parts) ||
+        std::strftime(fText, sizeof fText, "%Y-%m-%d %H:%M:%S", &parts) != eSecondsLen)
+    {
+        return; // a year beyond four digits: the last time that could be shown stays
+    }
+    fText[eSecondsLen] = '.';
+    fSecond = iSecond;
+}

@@ -1,0 +1,28 @@
+// PLogClock: the local time as it stands at the front of a line.
+#ifndef IXLAL_PLOGCLOCK_H
+#define IXLAL_PLOGCLOCK_H
+
+#include <ctime>
+#include <string_view>
+
+/// Breaks the time down once a second. Belongs to one thread at a time.
+class PLogClock
+{
+public:
+    /// "YYYY-MM-DD HH:MM:SS.mmm"; valid until the next call.
+    std::string_view now() noexcept;
+
+private:
+    enum
+    {
+        eSecondsLen = 19,
+        eLen = 23
+    };
+
+    void breakDown(std::time_t iSecond) noexcept;
+
+    std::time_t fSecond = -1;
+    char fText[eLen + 1] = "0000-00-00 00:00:00.000";
+};
+
+#endif

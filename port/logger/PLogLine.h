@@ -1,0 +1,50 @@
+// PLogLine: the bytes that go out in one write.
+#ifndef IXLAL_PLOGLINE_H
+#define IXLAL_PLOGLINE_H
+
+#include <cstddef>
+#include <memory>
+#include <string_view>
+
+/// A buffer that is filled from the front. Belongs to one thread at a time.
+class PLogLine
+{
+public:
+    /// Keeps a buffer for the usual lines; throws std::bad_alloc.
+    explicit PLogLine(std::size_t iUsualRoom);
+
+    /// Empties the buffer and makes sure of room for iRoom bytes; all that is added until the
+    /// next reset must fit. Returns 0 or -12, and then nothing may be added.
+    int reset(std::size_t iRoom) noexcept;
+
+    void add(char iByte) noexcept
+    {
+        fBytes[fSize++] = iByte;
+    }
+
+    void add(std::string_view iBytes) noexcept;
+
+    /// Decimal digits, 20 at most.
+    void addNumber(long long iNumber) noexcept;
+
+    /// The iDigits lowest hexadecimal digits, in lower case.
+    void addHex(unsigned int iNumber, int iDigits) noexcept;
+
+    /// UTF-8, with line feed, carriage return and zero shown as \n, \r and \0. Takes up to
+    /// PUtf8::eMaxBytes bytes each character.
+    void addText(const wchar_t* iText, std::size_t iLen) noexcept;
+
+    std::string_view bytes() const noexcept
+    {
+        return std::string_view(fBytes, fSize);
+    }
+
+private:
+    const std::size_t fUsualRoom;
+    const std::unique_ptr<char[]> fUsual;
+    std::unique_ptr<char[]> fLarge; ///< for one unusual line
+    char* fBytes;
+    std::size_t fSize;
+};
+
+#endif

@@ -1,0 +1,49 @@
+// PLogMutex: the lock of a log file, and its holder.
+#ifndef IXLAL_PLOGMUTEX_H
+#define IXLAL_PLOGMUTEX_H
+
+#include "portinglayer/PThreadSafety.h"
+
+#include <mutex>
+
+/// A mutex that needs no opening and whose locking cannot fail, so that failures of other locks
+/// can still be logged.
+class IXLA_CAPABILITY("mutex") PLogMutex
+{
+public:
+    void lock() noexcept IXLA_ACQUIRE()
+    {
+        fMutex.lock();
+    }
+
+    void unlock() noexcept IXLA_RELEASE()
+    {
+        fMutex.unlock();
+    }
+
+private:
+    std::mutex fMutex;
+};
+
+/// Holds a PLogMutex for the time of a scope.
+class IXLA_SCOPED_CAPABILITY PLogLock
+{
+public:
+    explicit PLogLock(PLogMutex& iMutex) noexcept IXLA_ACQUIRE(iMutex) : fMutex(iMutex)
+    {
+        fMutex.lock();
+    }
+
+    ~PLogLock() IXLA_RELEASE()
+    {
+        fMutex.unlock();
+    }
+
+    PLogLock(const PLogLock&) = delete;
+    PLogLock& operator=(const PLogLock&) = delete;
+
+private:
+    PLogMutex& fMutex;
+};
+
+#endif

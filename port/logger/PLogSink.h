@@ -1,0 +1,67 @@
+// PLogSink: the file behind a log, with its rotation.
+#ifndef IXLAL_PLOGSINK_H
+#define IXLAL_PLOGSINK_H
+
+#include "portinglayer/PLiteral.h"
+
+#include <string>
+#include <string_view>
+
+/// When a log file is full, and what becomes of it then. 0 stands for no limit.
+struct PLogLimits
+{
+    unsigned long long size;  ///< bytes in a file
+    unsigned long long lines; ///< lines in a file
+    unsigned int parts;       ///< full files that stay beside the current one
+};
+
+/// Appends whole lines to a file. A file that cannot be opened is tried again at every line, one
+/// that cannot be moved aside grows on. Belongs to one thread at a time.
+class PLogSink
+{
+public:
+    /// The absolute path that iFile stands for, as the file system wants it: later changes of
+    /// the working directory don't move the log. Returns 0, -22 for a zero character in iFile.
+    /// Throws std::bad_alloc.
+    static int resolve(const PLiteral& iFile, std::string& oPath);
+
+    /// Throws std::bad_alloc. iNew empties the file when it is first opened.
+    PLogSink(const std::string& iPath, bool iNew, const PLogLimits& iLimits);
+    ~PLogSink();
+
+    PLogSink(const PLogSink&) = delete;
+    PLogSink& operator=(const PLogSink&) = delete;
+
+    /// Opens the file, making missing directories. Returns 0 or a negated errno.
+    int open() noexcept;
+
+    /// Appends iBytes, which are iLines whole lines, all or nothing, after moving a full file
+    /// aside. Returns 0 or a negated errno.
+    int put(std::string_view iBytes, unsigned int iLines) noexcept;
+
+private:
+    int openHandle() const noexcept;
+    int makeDirectories() noexcept;
+    void examine() noexcept;
+    bool isFull(std::size_t iSize, unsigned int iLines) const noexcept;
+    bool isMovedAway() const noexcept;
+    int rotate() noexcept;
+    bool moveAside() noexcept;
+    void partName(unsigned int iPart, std::string& oName) const noexcept;
+    int append(std::string_view iBytes) noexcept;
+    void cutOff(std::size_t iSize) noexcept;
+    void close() noexcept;
+
+    const std::string fPath;
+    const PLogLimits fLimits;
+    std::string fFrom; ///< these two have room for every name that is put together in them
+    std::string fTo;
+    bool fNew;
+    int fHandle; ///< -1 while closed
+    bool fRegular;
+    bool fTorn; ///< the file doesn't end with a line end
+    unsigned long long fSize;
+    unsigned long long fLines;
+};
+
+#endif

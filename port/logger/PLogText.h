@@ -1,0 +1,46 @@
+// PLogText: the formatted text of one line.
+#ifndef IXLAL_PLOGTEXT_H
+#define IXLAL_PLOGTEXT_H
+
+#include <cstdarg>
+#include <cstddef>
+
+/// Formats as wide printf does. A text that cannot be formatted is the format itself. Texts of up
+/// to eShort characters are kept inside the object, longer ones on the heap.
+class PLogText
+{
+public:
+    enum
+    {
+        eShort = 1024
+    };
+
+    /// A null iFormat counts as empty. iFormat must live as long as the object.
+    PLogText(const wchar_t* iFormat, va_list iArgs) noexcept;
+    ~PLogText();
+
+    PLogText(const PLogText&) = delete;
+    PLogText& operator=(const PLogText&) = delete;
+
+    /// The characters; zeros among them count.
+    const wchar_t* ptr() const noexcept
+    {
+        return fText;
+    }
+
+    std::size_t len() const noexcept
+    {
+        return fLen;
+    }
+
+private:
+    bool formatShort(const wchar_t* iFormat, va_list iArgs) noexcept;
+    bool formatLong(const wchar_t* iFormat, va_list iArgs) noexcept;
+
+    const wchar_t* fText;
+    std::size_t fLen;
+    wchar_t* fLong; ///< made by the C library; null while the text is short
+    wchar_t fShort[eShort + 1];
+};
+
+#endif
