@@ -1,0 +1,205 @@
+#include "events/LoggedDispatcher.h"
+
+#include "support/PortFaults.h"
+
+namespace
+{
+const PLiteral kTopic(L"test.topic");
+const PLiteral kEmpty;
+constexpr int kCode = -11;
+
+/// The log is set to errors only, so that the first mutex call of an operation is the
+/// dispatcher's own.
+class EventDispatcherFailure : public LoggedDispatcher
+{
+protected:
+    void SetUp() override
+    {
+        ASSERT_NO_FATAL_FAILURE(start(0));
+        make();
+        ASSERT_NO_FATAL_FAILURE(logErrorsOnly());
+        listener = TestListener::make(journal, "L");
+    }
+
+    void TearDown() override
+    {
+        PortFaults::reset();
+    }
+
+    void open()
+    {
+        ASSERT_EQ(0, dispatcher->init());
+    }
+
+    void subscribe()
+    {
+        open();
+        ASSERT_EQ(0, dispatcher->addListener(kTopic, listener.get()));
+    }
+
+    static void failOnce(PortFault& ioFault)
+    {
+        ioFault.armOnThisThread(kCode, 0, 1);
+    }
+
+    int add()
+    {
+        return dispatcher->addListener(kTopic, listener.get());
+    }
+
+    int remove()
+    {
+        return dispatcher->removeListener(kTopic, listener.get());
+    }
+
+    int send()
+    {
+        return dispatcher->send(kTopic, nullptr, 0);
+    }
+
+    PBaseptr<TestListener> listener;
+};
+
+TEST_F(EventDispatcherFailure, InitReturnsAndLogsTheCodeOfTheMutex)
+{
+    failOnce(PortFaults::mutexInit);
+
+    EXPECT_EQ(kCode, dispatcher->init());
+
+    EXPECT_EQ(1, count("[EventDispatcher][init] Failed to init mutex err: -11"));
+}
+
+TEST_F(EventDispatcherFailure, AddReturnsAndLogsTheCodeOfLocking)
+{
+    open();
+    failOnce(PortFaults::mutexLock);
+
+    EXPECT_EQ(kCode, add());
+
+    EXPECT_EQ(1, count("[EventDispatcher][addListener] Failed to lock err: -11"));
+    EXPECT_EQ(1, listener->references());
+    EXPECT_EQ(eIxlaNoListener, send());
+}
+
+TEST_F(EventDispatcherFailure, AddReturnsAndLogsTheCodeOfUnlockingThoughItAdded)
+{
+    open();
+    failOnce(PortFaults::mutexUnlock);
+
+    EXPECT_EQ(kCode, add());
+
+    EXPECT_EQ(1, count("[EventDispatcher][addListener] Failed to unlock err: -11"));
+    EXPECT_EQ(0, send());
+}
+
+TEST_F(EventDispatcherFailure, FailedUnlockReplacesAnyResult)
+{
+    subscribe();
+    failOnce(PortFaults::mutexUnlock);
+
+    EXPECT_EQ(kCode, add());
+}
+
+TEST_F(EventDispatcherFailure, RemoveReturnsAndLogsTheCodeOfLocking)
+{
+    subscribe();
+    failOnce(PortFaults::mutexLock);
+
+    EXPECT_EQ(kCode, remove());
+
+    EXPECT_EQ(1, count("[EventDispatcher][removeListener] Failed to lock err: -11"));
+    EXPECT_EQ(0, send());
+}
+
+TEST_F(EventDispatcherFailure, RemoveReturnsAndLogsTheCodeOfUnlockingThoughItRemoved)
+{
+    subscribe();
+    failOnce(PortFaults::mutexUnlock);
+
+    EXPECT_EQ(kCode, remove());
+
+    EXPECT_EQ(1, count("[EventDispatcher][removeListener] Failed to unlock err: -11"));
+    EXPECT_EQ(1, listener->references());
+    EXPECT_EQ(eIxlaNoListener, send());
+}
+
+TEST_F(EventDispatcherFailure, SendReturnsAndLogsTheCodeOfLockingAndNotifiesNobody)
+{
+    subscribe();
+    failOnce(PortFaults::mutexLock);
+
+    EXPECT_EQ(kCode, send());
+
+    EXPECT_EQ(1, count("[EventDispatcher][send] Failed to lock err: -11"));
+    EXPECT_TRUE(journal.entries().empty());
+}
+
+TEST_F(EventDispatcherFailure, SendReturnsAndLogsTheCodeOfUnlockingAndNotifiesNobody)
+{
+    subscribe();
+    failOnce(PortFaults::mutexUnlock);
+
+    EXPECT_EQ(kCode, send());
+
+    EXPECT_EQ(1, count("[EventDispatcher][send] Failed to unlock err: -11"));
+    EXPECT_TRUE(journal.entries().empty());
+    EXPECT_EQ(2, listener->references());
+}
+
+TEST_F(EventDispatcherFailure, InvalidArgumentsAreRefusedWithoutLocking)
+{
+    // Without a log, whose mutexes would count too.
+    dispatcher.clear();
+    ASSERT_EQ(0, core.stop());
+    make();
+    ASSERT_EQ(0, dispatcher->init());
+    PortFaults::mutexLock.armOnThisThread(kCode);
+
+    EXPECT_EQ(eIxlaInvalidArgument, dispatcher->addListener(kEmpty, listener.get()));
+    EXPECT_EQ(eIxlaInvalidArgument, dispatcher->removeListener(kEmpty, listener.get()));
+    EXPECT_EQ(eIxlaInvalidArgument, dispatcher->send(kEmpty, nullptr, 0));
+    EXPECT_EQ(eIxlaInvalidArgument, dispatcher->addListener(kTopic, nullptr));
+    EXPECT_EQ(eIxlaInvalidArgument, dispatcher->removeListener(kTopic, nullptr));
+
+    EXPECT_EQ(0, PortFaults::mutexLock.hits());
+}
+
+TEST_F(EventDispatcherFailure, DestructionCarriesOnWhenLockingFails)
+{
+    subscribe();
+    failOnce(PortFaults::mutexLock);
+
+    dispatcher.clear();
+
+    EXPECT_EQ(1, count("[EventDispatcher][destructor] Failed to lock err: -11"));
+    EXPECT_EQ(1, listener->references());
+}
+
+TEST_F(EventDispatcherFailure, DestructionLogsAFailedUnlock)
+{
+    open();
+    failOnce(PortFaults::mutexUnlock);
+
+    dispatcher.clear();
+
+    EXPECT_EQ(1, count("[EventDispatcher][destructor] Failed to unlock err: -11"));
+}
+
+TEST_F(EventDispatcherFailure, DestructionLogsAFailedClose)
+{
+    open();
+    failOnce(PortFaults::mutexClose);
+
+    dispatcher.clear();
+
+    EXPECT_EQ(1, count("[EventDispatcher][destructor] Failed to close mutex err: -11"));
+}
+
+TEST_F(EventDispatcherFailure, OperationsBeforeInitReportTheClosedMutex)
+{
+    EXPECT_EQ(-22, add());
+    EXPECT_EQ(-22, remove());
+    EXPECT_EQ(-22, send());
+    EXPECT_EQ(1, listener->references());
+}
+} // namespace
