@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
+#include <climits>
 #include <cstdio>
 #include <vector>
 
@@ -42,40 +43,20 @@ int _moveOffStandardStreams(int iHandle) noexcept
     ::close(iHandle);
     return result;
 }
-
-/// The bytes of a path. Unlike in a line, a line break in a name stands for itself.
-std::string _narrowPath(const PLiteral& iPath)
-{
-    std::vector<char> bytes(iPath.len() * std::size_t{PUtf8::eMaxBytes} + 1);
-    const wchar_t* const end = iPath.ptr() + iPath.len();
-    std::string result;
-    for (const wchar_t* begin = iPath.ptr(); begin != end;)
-    {
-        const wchar_t* const stop =
-            std::find_if(begin, end, [](wchar_t c) { return c == L'\n' || c == L'\r'; });
-        const std::size_t size =
-            PUtf8::encodeLine(begin, static_cast<std::size_t>(stop - begin), bytes.data());
-        result.append(bytes.data(), size);
-        begin = stop;
-        if (stop != end)
-        {
-            result += static_cast<char>(*begin++);
-        }
-    }
-    return result;
-}
 } // namespace
 
 int PLogSink::resolve(const PLiteral& iFile, std::string& oPath)
 {
-    if (std::find(iFile.ptr(), iFile.ptr() + iFile.len(), L'\0') != iFile.ptr() + iFile.len())
+    std::vector<char> bytes(iFile.len() * std::size_t{PUtf8::eMaxBytes} + 1);
+    const std::size_t size = PUtf8::encodePath(iFile.ptr(), iFile.len(), bytes.data());
+    if (size == PUtf8::eNoPath)
     {
         return -EINVAL;
     }
-    std::string path = _narrowPath(iFile);
+    std::string path(bytes.data(), size);
     if (!path.empty() && path[0] != '/')
     {
-        std::vector<char> directory(4096);
+        std::vector<char> directory(PATH_MAX);
         // Without a working directory the path stays relative and opening it tells what is wrong.
         if (::getcwd(directory.data(), directory.size()))
         {

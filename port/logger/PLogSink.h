@@ -21,7 +21,7 @@ class PLogSink
 {
 public:
     /// The absolute path that iFile stands for, as the file system wants it: later changes of
-    /// the working directory don't move the log. Returns 0, -22 for a zero character in iFile.
+    /// the working directory don't move the log. Returns 0, -22 for a text that no path can be.
     /// Throws std::bad_alloc.
     static int resolve(const PLiteral& iFile, std::string& oPath);
 
