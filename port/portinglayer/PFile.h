@@ -53,6 +53,10 @@ public:
     /// further writing.
     int pwriteLine(const PLiteral& iLine) noexcept;
 
+    /// Makes room, before or after opening, for lines of up to iLen characters: writing them then
+    /// needs no further memory. Returns 0 or -12.
+    int reserve(unsigned int iLen) noexcept;
+
     /// Reduces a path to what stands after its last "/".
     static void getFileName(PString& ioPath) noexcept;
 
@@ -63,16 +67,21 @@ public:
     static int pdelete(const PLiteral& iPath) noexcept;
 
 private:
+    int endWriting() noexcept;
+    int startWriting(const PLiteral& iLine) noexcept;
+    int takeLine(const char* iEnd, PString& oLine) noexcept;
     int fillBuffer() noexcept;
     int flushBuffer() noexcept;
+    int reserveBuffer(unsigned long long iSize) noexcept;
 
     int fHandle;        ///< -1 while closed
+    unsigned int fMode; ///< as given to popen
     int fWriteResult;   ///< the first write error
     char* fBuffer;      ///< bytes read ahead, or bytes not written yet
     std::size_t fBegin; ///< first byte of the buffer that was not handed out
     std::size_t fEnd;   ///< end of the bytes in the buffer
     std::size_t fCapacity;
-    bool fAtStart; ///< no line was read or written yet
+    bool fAtStart; ///< the next line is the first of the file
     bool fWriting; ///< the buffer holds bytes to be written
 };
 

@@ -1,0 +1,121 @@
+#include "PLibrary.h"
+
+#include "PDescriptor.h"
+#include "PErrno.h"
+#include "PPathBytes.h"
+#include "PUtf8.h"
+
+#include <cstdio>
+#include <cstring>
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <memory>
+#include <new>
+#include <utility>
+
+namespace
+{
+/// The reason of the calling thread's last failed load; set by load alone. A fixed buffer, so that
+/// noting the reason cannot fail.
+thread_local char sError[1024];
+
+int _fail(int iCode, const char* iReason) noexcept
+{
+    std::snprintf(sError, sizeof sError, "%s", iReason ? iReason : "");
+    return iCode;
+}
+
+/// Why the loader refused a file: the error of opening it, or that it is no library.
+int _refusal(const char* iPath) noexcept
+{
+    const PDescriptor file(iPath, O_RDONLY | O_NONBLOCK);
+    return file.result() != 0 ? file.result() : PErrno::code(ENOEXEC);
+}
+
+/// A name without "/" would be searched for in the loader's own directories.
+const char* _prefix(const PLiteral& iPath) noexcept
+{
+    unsigned int slash = 0;
+    return iPath.chr(L'/', slash) ? "" : "./";
+}
+} // namespace
+
+PLibrary::PLibrary(void* iHandle, PString&& iName, bool iFreeOnDestroy)
+    : fHandle(iHandle), fName(std::move(iName)), fFreeOnDestroy(iFreeOnDestroy)
+{
+}
+
+PLibrary::~PLibrary()
+{
+    if (fHandle && fFreeOnDestroy)
+    {
+        // The loader then keeps the library; nobody is left to be told.
+        dlclose(fHandle);
+    }
+}
+
+int PLibrary::load(const PLiteral& iPath, PLibrary*& oLibrary, bool iFreeOnDestroy) noexcept
+{
+    const PPathBytes path(iPath, _prefix(iPath));
+    if (path.result() != 0)
+    {
+        return _fail(path.result(), std::strerror(-path.result()));
+    }
+    try
+    {
+        // Made first: once the library is loaded nothing may fail any more.
+        std::unique_ptr<PLibrary> library(new PLibrary(nullptr, PString(iPath), iFreeOnDestroy));
+        library->fHandle = dlopen(path.get(), RTLD_NOW | RTLD_LOCAL);
+        if (!library->fHandle)
+        {
+            _fail(0, dlerror());
+            return _refusal(path.get());
+        }
+        oLibrary = library.release();
+        return 0;
+    }
+    catch (const std::bad_alloc&)
+    {
+        return _fail(PErrno::code(ENOMEM), "out of memory");
+    }
+}
+
+int PLibrary::getLoadError(PString& oText) noexcept
+{
+    wchar_t text[sizeof sError];
+    const std::size_t len = PUtf8::decodeLine(sError, std::strlen(sError), text);
+    return oText.set(text, static_cast<unsigned int>(len));
+}
+
+void* PLibrary::getFunction(const char* iSymbol) const noexcept
+{
+    return iSymbol ? dlsym(fHandle, iSymbol) : nullptr;
+}
+
+const PString& PLibrary::getName() const noexcept
+{
+    return fName;
+}
+
+int PLibrary::fixLibName(PString& ioName) noexcept
+{
+    if (ioName.endsWith(L".so"))
+    {
+        return 0;
+    }
+    PString name;
+    int res = name.reserve(ioName.len() + 6);
+    if (res == 0 && !ioName.startsWith(L"lib"))
+    {
+        res = name.cat(L"lib");
+    }
+    if (res == 0)
+    {
+        res = name.cat(ioName);
+    }
+    if (res == 0)
+    {
+        res = name.cat(L".so");
+    }
+    return res == 0 ? ioName.set(name) : res;
+}

@@ -54,7 +54,7 @@ public:
 protected:
     /// Works in a buffer of the derived class with room for iCapacity characters and the
     /// terminating zero, and leaves it for the heap when that is too small.
-    PString(wchar_t* iBuffer, unsigned int iCapacity) noexcept;
+    PString(unsigned int iCapacity, wchar_t* iBuffer) noexcept;
 
 private:
     wchar_t* buffer() noexcept
@@ -62,9 +62,11 @@ private:
         return const_cast<wchar_t*>(fPtr);
     }
 
-    wchar_t* makeRoom(unsigned int iCapacity) noexcept;
-    void freeBuffer(wchar_t* iBuffer) noexcept;
-    void steal(PString& ioText) noexcept;
+    bool assign(const wchar_t* iText, unsigned int iLen) noexcept;
+    bool append(const wchar_t* iText, unsigned int iLen) noexcept;
+    void take(PString& ioText);
+    void useBuffer(wchar_t* iBuffer, unsigned int iCapacity) noexcept;
+    void freeBuffer() noexcept;
     void finish(unsigned int iLen) noexcept;
 
     unsigned int fCapacity : 31; ///< characters without the zero; 0 while nothing is owned
@@ -76,7 +78,7 @@ template <unsigned int N>
 class PShortString : public PString
 {
 public:
-    PShortString() noexcept : PString(fShort, N)
+    PShortString() noexcept : PString(N, fShort)
     {
     }
 

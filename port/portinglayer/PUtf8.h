@@ -12,8 +12,10 @@
 /// those bytes. What would not come back from a line as it was is written in forms that valid
 /// UTF-8 never has: zero, line feed and carriage return as the two-byte forms C0 80, C0 8A and
 /// C0 8D; every other character without a UTF-8 form (surrogates that stand for no byte, values
-/// above U+10FFFF), and the stand-ins for bytes where they would run together to something else,
-/// as FE and six bytes of six bits each.
+/// above U+10FFFF), the stand-ins for bytes where they would run together to something else, and
+/// a U+FEFF at the start of a file, as FE and six bytes of six bits each. Such a form is only read
+/// where it would be written, so every line without raw zeros and carriage returns is also written
+/// back byte by byte.
 ///
 /// None throws or allocates. [any thread]
 class IXLA_EXPORT PUtf8
@@ -27,11 +29,27 @@ public:
 
     /// Writes iLen characters as one line into oBytes, which has room for eMaxBytes each. Returns
     /// the number of bytes written. No byte written is a zero, line feed or carriage return.
-    static std::size_t encodeLine(const wchar_t* iText, std::size_t iLen, char* oBytes) noexcept;
+    /// iFileStart is for the line that begins a file: its bytes never look like a byte-order mark.
+    static std::size_t encodeLine(const wchar_t* iText, std::size_t iLen, char* oBytes,
+                                  bool iFileStart = false) noexcept;
 
     /// Reads the iLen bytes of a line into oText, which has room for iLen characters. Returns the
-    /// number of characters.
-    static std::size_t decodeLine(const char* iBytes, std::size_t iLen, wchar_t* oText) noexcept;
+    /// number of characters. iFileStart as it was when the line was written.
+    static std::size_t decodeLine(const char* iBytes, std::size_t iLen, wchar_t* oText,
+                                  bool iFileStart = false) noexcept;
+
+    /// Writes a path into oBytes, which has room for eMaxBytes each and a terminating zero. Paths
+    /// know no forms of their own: stand-ins become their bytes, everything else plain UTF-8.
+    /// Returns the number of bytes without the zero, or eNoPath for a text with a zero or another
+    /// character that no path can hold.
+    static std::size_t encodePath(const wchar_t* iText, std::size_t iLen, char* oBytes) noexcept;
+
+    /// Reads the iLen bytes of a path into oText, which has room for iLen characters. Returns the
+    /// number of characters; encodePath gives the same bytes again.
+    static std::size_t decodePath(const char* iBytes, std::size_t iLen, wchar_t* oText) noexcept;
+
+    /// The result of encodePath for a text that is no path.
+    static const std::size_t eNoPath = ~static_cast<std::size_t>(0);
 };
 
 #endif

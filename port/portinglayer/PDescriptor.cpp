@@ -1,0 +1,88 @@
+#include "PDescriptor.h"
+
+#include "PErrno.h"
+
+#include <algorithm>
+#include <climits>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace
+{
+template <class TCall>
+auto _retried(const TCall& iCall) noexcept
+{
+    auto result = iCall();
+    while (result < 0 && errno == EINTR)
+    {
+        result = iCall();
+    }
+    return result;
+}
+
+/// Moves a descriptor that has the number of a standard stream to a higher number.
+int _aboveStandard(int iHandle) noexcept
+{
+    if (iHandle < 0 || iHandle > STDERR_FILENO)
+    {
+        return iHandle;
+    }
+    const int moved = ::fcntl(iHandle, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    const int error = errno;
+    ::close(iHandle);
+    errno = error;
+    return moved;
+}
+} // namespace
+
+PDescriptor::PDescriptor(const char* iPath, int iFlags, mode_t iAccess) noexcept
+    : fHandle(_aboveStandard(
+          _retried([=] { return ::open(iPath, iFlags | O_CLOEXEC | O_NOCTTY, iAccess); }))),
+      fResult(fHandle < 0 ? PErrno::last() : 0)
+{
+}
+
+PDescriptor::~PDescriptor()
+{
+    if (fHandle >= 0)
+    {
+        // Nothing was written through a descriptor that is given up here.
+        close(fHandle);
+    }
+}
+
+int PDescriptor::release() noexcept
+{
+    const int handle = fHandle;
+    fHandle = -1;
+    return handle;
+}
+
+ssize_t PDescriptor::readSome(int iHandle, char* oBytes, std::size_t iSize) noexcept
+{
+    const std::size_t size = std::min<std::size_t>(iSize, INT_MAX);
+    const ssize_t count = _retried([=] { return ::read(iHandle, oBytes, size); });
+    return count < 0 ? PErrno::last() : count;
+}
+
+int PDescriptor::writeAll(int iHandle, const char* iBytes, std::size_t iSize) noexcept
+{
+    while (iSize > 0)
+    {
+        const std::size_t size = std::min<std::size_t>(iSize, INT_MAX);
+        const ssize_t count = _retried([=] { return ::write(iHandle, iBytes, size); });
+        if (count < 0)
+        {
+            return PErrno::last();
+        }
+        iBytes += count;
+        iSize -= static_cast<std::size_t>(count);
+    }
+    return 0;
+}
+
+// The system gives the number up even when a signal interrupts the call, so it is made only once.
+int PDescriptor::close(int iHandle) noexcept
+{
+    return ::close(iHandle) == 0 || errno == EINTR ? 0 : PErrno::last();
+}

@@ -1,0 +1,38 @@
+// PPathBytes: a path in the bytes that the operating system takes.
+#ifndef IXLAL_PPATHBYTES_H
+#define IXLAL_PPATHBYTES_H
+
+#include "PLiteral.h"
+
+#include <cstddef>
+
+/// Converts a path; short ones without allocating.
+class PPathBytes
+{
+public:
+    /// Puts iPrefix, a narrow text of at most a few characters, before the path.
+    explicit PPathBytes(const PLiteral& iPath, const char* iPrefix = "") noexcept;
+    ~PPathBytes();
+
+    PPathBytes(const PPathBytes&) = delete;
+    PPathBytes& operator=(const PPathBytes&) = delete;
+
+    /// 0, -22 for a text that no path can be, -12 for lack of memory.
+    int result() const noexcept
+    {
+        return fResult;
+    }
+
+    /// The zero-terminated bytes; only valid when result() is 0.
+    const char* get() const noexcept
+    {
+        return fBytes;
+    }
+
+private:
+    char fShort[512];
+    char* fBytes;
+    int fResult;
+};
+
+#endif
