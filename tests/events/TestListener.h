@@ -52,9 +52,9 @@ public:
     /// Runs as the listener is destroyed.
     std::function<void()> onDestroy;
 
-private:
     virtual ~TestListener();
 
+private:
     Journal& fJournal;
     const std::string fName;
     const Action fAction;
