@@ -6,6 +6,7 @@
 #include "config/PConfig.h"
 #include "config/PConfigChanged.h"
 #include "config/PConfigResult.h"
+#include "config/PStoreWriter.h"
 #include "portinglayer/PFile.h"
 #include "portinglayer/PLockGuard.h"
 #include "portinglayer/PUtils.h"
@@ -30,56 +31,6 @@ void _makeStoreKey(const PLiteral& iID, const PLiteral& iKey, PString& oStoreKey
     oStoreKey = iID;
     oStoreKey += L"|";
     oStoreKey += iKey;
-}
-
-// The lines of the store file, composed in a text that has room for every one of them (see
-// _reserveLine), so that appending cannot fail.
-void _valueLine(const PLiteral& iKey, const PLiteral& iValue, PString& oLine)
-{
-    oLine = iKey;
-    oLine += L" = ";
-    oLine += iValue;
-}
-
-void _attributeLine(const PLiteral& iKey, const PLiteral& iAttribute, const PLiteral& iText,
-                    PString& oLine)
-{
-    oLine = iKey;
-    oLine += L":";
-    oLine += iAttribute;
-    oLine += L" = ";
-    oLine += iText;
-}
-
-/// Makes room for the longest line that a store with these values has.
-int _reserveLine(const PConfigValues& iValues, PString& oLine) noexcept
-{
-    constexpr unsigned int separators = 4;
-    unsigned int longest = 0;
-    for (const auto& [key, record] : iValues)
-    {
-        longest = std::max(longest, record.fValue.len() + key.len());
-        for (const auto& [name, text] : record.fAttributes)
-        {
-            longest = std::max(longest, key.len() + name.len() + text.len());
-        }
-    }
-    return configResult(oLine.reserve(longest + separators));
-}
-
-// A failed write fails all that follow, and closing returns its code.
-void _writeLines(PFile& ioFile, const PConfigValues& iValues, PString& ioLine)
-{
-    for (const auto& [key, record] : iValues)
-    {
-        _valueLine(key, record.fValue, ioLine);
-        (void)ioFile.pwriteLine(ioLine);
-        for (const auto& [name, text] : record.fAttributes)
-        {
-            _attributeLine(key, name, text, ioLine);
-            (void)ioFile.pwriteLine(ioLine);
-        }
-    }
 }
 
 /// Removes a key, or one attribute of it when iAttribute isn't null.
@@ -917,12 +868,12 @@ int PConfigManager::nl_storeString(const PLiteral& iID, const PLiteral& iKey,
     ShortText storeKey;
     _makeStoreKey(iID, iKey, storeKey);
     result = _addValue(_valuesOf(store), storeKey, iValue);
-    PString line;
+    PStoreWriter writer;
     if (result == 0)
     {
-        result = _reserveLine(_valuesOf(store), line);
+        result = writer.prepare(_valuesOf(store));
     }
-    return result != 0 ? result : nl_saveStore(static_cast<PConfig&>(*store), line);
+    return result != 0 ? result : nl_saveStore(_valuesOf(store), writer);
 }
 
 int PConfigManager::nl_storeAttrString(const PLiteral& iID, const PLiteral& iKey,
@@ -942,12 +893,12 @@ int PConfigManager::nl_storeAttrString(const PLiteral& iID, const PLiteral& iKey
         return eIxlaNoValueForAttribute;
     }
     result = _addAttrValue(values, storeKey, iAttribute, iValue);
-    PString line;
+    PStoreWriter writer;
     if (result == 0)
     {
-        result = _reserveLine(values, line);
+        result = writer.prepare(values);
     }
-    return result != 0 ? result : nl_saveStore(static_cast<PConfig&>(*store), line);
+    return result != 0 ? result : nl_saveStore(values, writer);
 }
 
 int PConfigManager::nl_removeStored(const PLiteral& iID, const PLiteral& iKey,
@@ -961,8 +912,8 @@ int PConfigManager::nl_removeStored(const PLiteral& iID, const PLiteral& iKey,
     }
     ShortText storeKey;
     _makeStoreKey(iID, iKey, storeKey);
-    PString line;
-    result = _reserveLine(_valuesOf(store), line);
+    PStoreWriter writer;
+    result = writer.prepare(_valuesOf(store));
     if (result != 0)
     {
         return result;
@@ -973,7 +924,7 @@ int PConfigManager::nl_removeStored(const PLiteral& iID, const PLiteral& iKey,
     {
         (void)_removeFrom(_valuesOf(fLoadedStore), storeKey, iAttribute);
     }
-    return nl_saveStore(static_cast<PConfig&>(*store), line);
+    return nl_saveStore(_valuesOf(store), writer);
 }
 
 int PConfigManager::nl_loadStore(PBaseptr<IConfig>& oStore)
@@ -993,8 +944,7 @@ int PConfigManager::nl_loadStore(PBaseptr<IConfig>& oStore)
     return loadByFile(fStorePath, oStore);
 }
 
-// ioLine has room for every line, so that no memory is lacking between deleting and writing.
-int PConfigManager::nl_saveStore(PConfig& iStore, PString& ioLine)
+int PConfigManager::nl_saveStore(const PConfigValues& iStore, PStoreWriter& ioWriter)
 {
     int result = PFile::pdelete(fStorePath);
     if (result != 0)
@@ -1006,8 +956,7 @@ int PConfigManager::nl_saveStore(PConfig& iStore, PString& ioLine)
         }
         return configResult(result);
     }
-    PFile file;
-    result = file.popen(fStorePath, PFile::eWrite | PFile::eNewText | PFile::eCreate, 0);
+    result = ioWriter.create(fStorePath);
     if (result != 0)
     {
         if (fLogger)
@@ -1017,8 +966,7 @@ int PConfigManager::nl_saveStore(PConfig& iStore, PString& ioLine)
         }
         return configResult(result);
     }
-    _writeLines(file, iStore.values(), ioLine);
-    return configResult(file.pclose());
+    return configResult(ioWriter.write(iStore));
 }
 
 int PConfigManager::nl_findLoadedValue(const PLiteral& iID, const PLiteral& iKey,

@@ -14,8 +14,8 @@
 #include <map>
 #include <vector>
 
-class PConfig;
 class PFile;
+class PStoreWriter;
 
 /// The configuration manager (see IConfigManager). Lives on the heap and must be held in a
 /// PBaseptr before its first use, because every configuration that it makes holds it.
@@ -236,7 +236,7 @@ private:
     int nl_removeStored(const PLiteral& iID, const PLiteral& iKey, const PLiteral* iAttribute)
         IXLA_REQUIRES(fMutex);
     int nl_loadStore(PBaseptr<IConfig>& oStore) IXLA_REQUIRES(fMutex);
-    int nl_saveStore(PConfig& iStore, PString& ioLine) IXLA_REQUIRES(fMutex);
+    int nl_saveStore(const PConfigValues& iStore, PStoreWriter& ioWriter) IXLA_REQUIRES(fMutex);
     int nl_findLoadedValue(const PLiteral& iID, const PLiteral& iKey, PConfigValue*& oValue)
         IXLA_REQUIRES(fMutex);
     int nl_getLoadedString(const PLiteral& iID, const PLiteral& iKey, PString& oValue)
