@@ -1,0 +1,81 @@
+#include "config/PStoreWriter.h"
+
+#include "config/PConfigResult.h"
+
+#include <algorithm>
+#include <initializer_list>
+
+namespace
+{
+const PLiteral sAssign(L" = ");
+const PLiteral sAttribute(L":");
+
+unsigned int _longestLine(const PConfigValues& iValues) noexcept
+{
+    unsigned int longest = 0;
+    for (const auto& [key, record] : iValues)
+    {
+        longest = std::max(longest, key.len() + record.fValue.len());
+        for (const auto& [name, text] : record.fAttributes)
+        {
+            longest = std::max(longest, key.len() + sAttribute.len() + name.len() + text.len());
+        }
+    }
+    return longest + sAssign.len();
+}
+
+int _join(std::initializer_list<const PLiteral*> iParts, PString& oLine) noexcept
+{
+    int result = 0;
+    oLine.clear();
+    for (auto part = iParts.begin(); part != iParts.end() && result == 0; ++part)
+    {
+        result = oLine.cat(**part);
+    }
+    return result;
+}
+} // namespace
+
+int PStoreWriter::prepare(const PConfigValues& iValues) noexcept
+{
+    const unsigned int longest = _longestLine(iValues);
+    const int result = fLine.reserve(longest);
+    return configResult(result != 0 ? result : fFile.reserve(longest));
+}
+
+int PStoreWriter::create(const PLiteral& iPath) noexcept
+{
+    return fFile.popen(iPath, PFile::eWrite | PFile::eNewText | PFile::eCreate, 0);
+}
+
+int PStoreWriter::write(const PConfigValues& iValues) noexcept
+{
+    int result = 0;
+    for (auto record = iValues.begin(); record != iValues.end() && result == 0; ++record)
+    {
+        result = writeRecord(record->first, record->second);
+    }
+    const int closed = fFile.pclose();
+    return result != 0 ? result : closed;
+}
+
+int PStoreWriter::writeRecord(const PString& iKey, const PConfigValue& iRecord) noexcept
+{
+    int result = _join({&iKey, &sAssign, &iRecord.fValue}, fLine);
+    if (result == 0)
+    {
+        result = fFile.pwriteLine(fLine);
+    }
+    const auto& attributes = iRecord.fAttributes;
+    for (auto attribute = attributes.begin(); attribute != attributes.end() && result == 0;
+         ++attribute)
+    {
+        result =
+            _join({&iKey, &sAttribute, &attribute->first, &sAssign, &attribute->second}, fLine);
+        if (result == 0)
+        {
+            result = fFile.pwriteLine(fLine);
+        }
+    }
+    return result;
+}
