@@ -1,0 +1,354 @@
+#include "config/ConfigTest.h"
+
+#include "Ixla.h"
+#include "config/PConfig.h"
+#include "support/Texts.h"
+
+#include <gmock/gmock.h>
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace
+{
+class ConfigParser : public ConfigTest
+{
+protected:
+    /// The result of loading a file of these lines.
+    int load(const std::string& iLines)
+    {
+        return manager.loadByFile(wide(dir.write("bad.prs", iLines)), config);
+    }
+
+    int load(const std::vector<PString>& iArgs)
+    {
+        return manager.loadByArgs(iArgs, config);
+    }
+
+    /// The parts of a line, or its result code alone.
+    static std::vector<std::string> parse(const std::string& iLine)
+    {
+        PString key(L"stale");
+        PString attribute(L"stale");
+        PString value(L"stale");
+        const int result = PConfigManager::_parseLine(wide(iLine), key, attribute, value);
+        if (result != 0)
+        {
+            return {std::to_string(result)};
+        }
+        return {narrow(key), narrow(attribute), narrow(value)};
+    }
+
+    PBaseptr<IConfig> config;
+};
+
+/// Counts the appends that come in through the interface.
+class CountingManager : public PConfigManager
+{
+public:
+    int appendByFile(const PLiteral& iFile, PBaseptr<IConfig> ioConfig) noexcept override
+    {
+        ++files;
+        return PConfigManager::appendByFile(iFile, ioConfig);
+    }
+
+    int appendByArgs(const std::vector<PString>& iArgs,
+                     PBaseptr<IConfig> ioConfig) noexcept override
+    {
+        ++vectors;
+        return PConfigManager::appendByArgs(iArgs, ioConfig);
+    }
+
+    int appendByArgs(const PString* iArgs, unsigned int iCount,
+                     PBaseptr<IConfig> ioConfig) noexcept override
+    {
+        ++arrays;
+        return PConfigManager::appendByArgs(iArgs, iCount, ioConfig);
+    }
+
+    int files = 0;
+    int vectors = 0;
+    int arrays = 0;
+};
+} // namespace
+
+TEST_F(ConfigParser, LaterValueWinsEarlierAttributeStays)
+{
+    config = byFile("a = 1\na:unit = s\na = 2\na:unit = ms\n");
+
+    EXPECT_EQ(valueOf(config, "a"), "2");
+    EXPECT_EQ(attrOf(config, "a", "unit"), "s");
+}
+
+TEST_F(ConfigParser, AttributeAloneMakesAKeyWithAnEmptyValue)
+{
+    config = byFile("b:flag = on");
+
+    EXPECT_THAT(keysOf(config), ElementsAre("b"));
+    EXPECT_EQ(valueOf(config, "b"), "");
+    EXPECT_EQ(attrOf(config, "b", "flag"), "on");
+}
+
+TEST_F(ConfigParser, EmptyAttributeNameMakesAValueLine)
+{
+    config = byFile("c := 5");
+
+    EXPECT_EQ(valueOf(config, "c"), "5");
+    EXPECT_THAT(attributesOf(config, "c"), IsEmpty());
+}
+
+TEST_F(ConfigParser, EverythingBehindTheFirstEqualsIsTheText)
+{
+    config = byFile("d = x = y\nf = a:b|c#d");
+
+    EXPECT_EQ(valueOf(config, "d"), "x = y");
+    EXPECT_EQ(valueOf(config, "f"), "a:b|c#d");
+}
+
+TEST_F(ConfigParser, LineWithEmptyKeyFailsTheLoadAndKeepsTheArgument)
+{
+    const PBaseptr<IConfig> before = config = byFile("a = 1");
+
+    for (const char* line : {"= 1", ":attr = 1", "  :  = 1", "no separator", ":", "="})
+    {
+        EXPECT_EQ(load("good = 1\n" + std::string(line)), -3001) << line;
+        EXPECT_EQ(config.get(), before.get()) << line;
+    }
+}
+
+TEST_F(ConfigParser, AppendKeepsTheEntriesBeforeABadLine)
+{
+    config = byFile("a = 1\nb = 1");
+    const PString path = wide(dir.write("bad.prs", "b = 2\nc = 3\nbad\nd = 4"));
+
+    EXPECT_EQ(manager.appendByFile(path, config), -3001);
+    EXPECT_THAT(keysOf(config), ElementsAre("a", "b", "c"));
+    EXPECT_EQ(valueOf(config, "b"), "2");
+}
+
+TEST_F(ConfigParser, CommentsBeginLinesAndNothingElse)
+{
+    config = byFile("  \t# k = hidden\n#=\nk = v # note\nn#m = 1\n");
+
+    EXPECT_THAT(keysOf(config), ElementsAre("k", "n#m"));
+    EXPECT_EQ(valueOf(config, "k"), "v # note");
+}
+
+TEST_F(ConfigParser, BlankLinesAreSkipped)
+{
+    config = byFile("\n   \n\t\r\na = 1\r\n\n");
+
+    EXPECT_THAT(keysOf(config), ElementsAre("a"));
+    EXPECT_EQ(valueOf(config, "a"), "1");
+}
+
+TEST_F(ConfigParser, EmptyArgumentFailsTheLoad)
+{
+    EXPECT_EQ(load({PString(L"a=1"), PString()}), -3001);
+    EXPECT_FALSE(config);
+}
+
+TEST_F(ConfigParser, NoArgumentsAreInvalid)
+{
+    const PString one(L"a=1");
+
+    EXPECT_EQ(manager.loadByArgs(&one, 0, config), -502);
+    EXPECT_EQ(manager.loadByArgs(nullptr, 1, config), -502);
+    EXPECT_EQ(manager.loadByArgs(std::vector<PString>(), config), -502);
+    EXPECT_FALSE(config);
+}
+
+TEST_F(ConfigParser, ArgumentsKnowNoComments)
+{
+    EXPECT_EQ(load({PString(L"# remark")}), -3001);
+    EXPECT_EQ(load({PString(L"#a=1")}), 0);
+    EXPECT_EQ(valueOf(config, "#a"), "1");
+}
+
+TEST_F(ConfigParser, ArgumentsFollowTheRulesOfLines)
+{
+    config = byArgs({" a : unit = s ", "a=1", "a:unit=ms", "a=2"});
+
+    EXPECT_EQ(valueOf(config, "a"), "2");
+    EXPECT_EQ(attrOf(config, "a", "unit"), "s");
+}
+
+TEST_F(ConfigParser, AppendedArgumentsStayUpToTheBadOne)
+{
+    config = byArgs({"a=1"});
+    const std::vector<PString> args = {PString(L"b=2"), PString(L"bad"), PString(L"c=3")};
+
+    EXPECT_EQ(manager.appendByArgs(args, config), -3001);
+    EXPECT_THAT(keysOf(config), ElementsAre("a", "b"));
+    EXPECT_EQ(manager.appendByArgs(&args[2], 1, config), 0);
+    EXPECT_THAT(keysOf(config), ElementsAre("a", "b", "c"));
+}
+
+TEST_F(ConfigParser, MissingFileGivesTheOpenFailureAndChangesNothing)
+{
+    config = byFile("a = 1");
+    const PBaseptr<IConfig> before = config;
+    const PString missing = dir.wideFile("missing.prs");
+
+    EXPECT_EQ(manager.appendByFile(missing, config), -2);
+    EXPECT_EQ(manager.loadByFile(missing, config), -2);
+    EXPECT_EQ(config.get(), before.get());
+    EXPECT_THAT(keysOf(config), ElementsAre("a"));
+}
+
+TEST_F(ConfigParser, KeyWithSeparatorIsAcceptedButNotReadable)
+{
+    config = byFile("e|f = 1");
+
+    EXPECT_THAT(keysOf(config), ElementsAre("e|f"));
+    EXPECT_EQ(valueOf(config, "e|f"), "<-3004>");
+}
+
+TEST_F(ConfigParser, RemovingWhatIsAbsentSucceeds)
+{
+    PConfigValues values;
+    ASSERT_EQ(PConfigManager::_addValue(values, L"a", L"1"), 0);
+
+    EXPECT_EQ(PConfigManager::_removeKey(values, L"b"), 0);
+    EXPECT_EQ(PConfigManager::_removeAttr(values, L"b", L"x"), 0);
+    EXPECT_EQ(PConfigManager::_removeAttr(values, L"a", L"x"), 0);
+    EXPECT_EQ(values.size(), 1u);
+}
+
+TEST_F(ConfigParser, RemovingAKeyTakesItsAttributesAlong)
+{
+    PConfigValues values;
+    ASSERT_EQ(PConfigManager::_addValue(values, L"a", L"1"), 0);
+    ASSERT_EQ(PConfigManager::_addAttrValue(values, L"a", L"x", L"2"), 0);
+    ASSERT_EQ(PConfigManager::_removeKey(values, L"a"), 0);
+    ASSERT_EQ(PConfigManager::_addValue(values, L"a", L"3"), 0);
+
+    EXPECT_TRUE(values.at(PString(L"a")).fAttributes.empty());
+}
+
+TEST_F(ConfigParser, RemovingAnAttributeLeavesTheRestOfTheRecord)
+{
+    PConfigValues values;
+    ASSERT_EQ(PConfigManager::_addValue(values, L"a", L"1"), 0);
+    ASSERT_EQ(PConfigManager::_addAttrValue(values, L"a", L"x", L"2"), 0);
+    ASSERT_EQ(PConfigManager::_addAttrValue(values, L"a", L"y", L"3"), 0);
+    values.at(PString(L"a")).fConst = true;
+    ASSERT_EQ(PConfigManager::_removeAttr(values, L"a", L"x"), 0);
+
+    const PConfigValue& record = values.at(PString(L"a"));
+    EXPECT_EQ(record.fValue, L"1");
+    EXPECT_TRUE(record.fConst);
+    EXPECT_EQ(record.fAttributes.size(), 1u);
+    EXPECT_EQ(record.fAttributes.count(PLiteral(L"y")), 1u);
+}
+
+TEST_F(ConfigParser, ReplacingAValueKeepsAttributesAndPin)
+{
+    PConfigValues values;
+    ASSERT_EQ(PConfigManager::_addAttrValue(values, L"a", L"x", L"2"), 0);
+    values.at(PString(L"a")).fConst = true;
+    ASSERT_EQ(PConfigManager::_addValue(values, L"a", L"1"), 0);
+
+    const PConfigValue& record = values.at(PString(L"a"));
+    EXPECT_EQ(record.fValue, L"1");
+    EXPECT_TRUE(record.fConst);
+    EXPECT_EQ(record.fAttributes.size(), 1u);
+}
+
+TEST_F(ConfigParser, SplitsLinesIntoTrimmedParts)
+{
+    EXPECT_THAT(parse(" my key = my value "), ElementsAre("my key", "", "my value"));
+    EXPECT_THAT(parse("\tk : an attribute\t=\tt t\t"), ElementsAre("k", "an attribute", "t t"));
+    EXPECT_THAT(parse("k="), ElementsAre("k", "", ""));
+    EXPECT_THAT(parse("k:a="), ElementsAre("k", "a", ""));
+    EXPECT_THAT(parse("k:  =v"), ElementsAre("k", "", "v"));
+    EXPECT_THAT(parse("k==v"), ElementsAre("k", "", "=v"));
+}
+
+TEST_F(ConfigParser, FirstColonSplitsKeyAndAttribute)
+{
+    EXPECT_THAT(parse("a:b:c = 1"), ElementsAre("a", "b:c", "1"));
+}
+
+TEST_F(ConfigParser, RejectsLinesWithoutKeyOrSeparator)
+{
+    for (const char* line : {"", "a", "a:b", "=", " = 1", ":a=1", " : = "})
+    {
+        EXPECT_THAT(parse(line), ElementsAre("-3001")) << line;
+    }
+}
+
+TEST_F(ConfigParser, SeparatorsAreRefusedInEveryNameAndNothingElse)
+{
+    for (const wchar_t* bad : {L"=", L":", L"|", L"a=b", L"a:", L"|a"})
+    {
+        EXPECT_EQ(PConfigManager::_checkAllowedChars(bad, L"k", L"a"), -3004);
+        EXPECT_EQ(PConfigManager::_checkAllowedChars(L"i", bad, L"a"), -3004);
+        EXPECT_EQ(PConfigManager::_checkAllowedChars(L"i", L"k", bad), -3004);
+    }
+    EXPECT_EQ(PConfigManager::_checkAllowedChars(L"", L"", L""), 0);
+    EXPECT_EQ(PConfigManager::_checkAllowedChars(L"a.b c", L"#\\/;", L"\u00e9\n"), 0);
+}
+
+TEST_F(ConfigParser, EmptyTargetIsInvalid)
+{
+    const std::vector<PString> args = {PString(L"a=1")};
+    const PString path = wide(dir.write("a.prs", "a = 1"));
+
+    EXPECT_EQ(manager.appendByFile(path, config), -502);
+    EXPECT_EQ(manager.appendByArgs(args, config), -502);
+    EXPECT_EQ(manager.appendByArgs(args.data(), 1, config), -502);
+}
+
+TEST_F(ConfigParser, NoArgumentsAreInvalidForAppendingToo)
+{
+    config = byFile("a = 1");
+    const PString one(L"b=1");
+
+    EXPECT_EQ(manager.appendByArgs(std::vector<PString>(), config), -502);
+    EXPECT_EQ(manager.appendByArgs(&one, 0, config), -502);
+    EXPECT_EQ(manager.appendByArgs(nullptr, 3, config), -502);
+    EXPECT_THAT(keysOf(config), ElementsAre("a"));
+}
+
+TEST_F(ConfigParser, LoadsGoThroughTheAppendsOfTheInterface)
+{
+    CountingManager* const counting = new CountingManager;
+    const PBaseptr<IConfigManager> own(counting);
+    const std::vector<PString> args = {PString(L"a=1")};
+
+    EXPECT_EQ(own->loadByFile(wide(dir.write("a.prs", "a = 1")), config), 0);
+    EXPECT_EQ(own->loadByArgs(args, config), 0);
+    EXPECT_EQ(own->loadByArgs(args.data(), 1, config), 0);
+    EXPECT_EQ(counting->files, 1);
+    EXPECT_EQ(counting->vectors, 1);
+    EXPECT_EQ(counting->arrays, 1);
+    config.clear();
+}
+
+TEST_F(ConfigParser, TextsOfEveryScriptAreKept)
+{
+    config = byFile("\xEF\xBB\xBFsch\xC3\xBCssel = \xE5\x80\xBC \xF0\x9F\x94\x91\n");
+
+    EXPECT_EQ(valueOf(config, "sch\xC3\xBCssel"), "\xE5\x80\xBC \xF0\x9F\x94\x91");
+}
+
+TEST_F(ConfigParser, ReadsManyLinesInOneGo)
+{
+    constexpr int count = 200000;
+    std::string lines;
+    for (int i = 0; i < count; ++i)
+    {
+        lines += "key" + std::to_string(i) + " = " + std::to_string(i) + "\n";
+    }
+    config = byFile(lines);
+
+    EXPECT_EQ(keysOf(config).size(), static_cast<std::size_t>(count));
+    EXPECT_EQ(valueOf(config, "key199999"), "199999");
+}
+
+TEST_F(ConfigParser, DirectoryIsNoConfiguration)
+{
+    EXPECT_EQ(manager.loadByFile(wide(dir.path().string()), config), -21);
+    EXPECT_FALSE(config);
+}
