@@ -1,0 +1,123 @@
+#include "Ixla.h"
+#include "plugins/ITestService.h"
+#include "support/AllocationFaults.h"
+#include "support/CoreRun.h"
+#include "support/PluginHooks.h"
+#include "support/Texts.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+namespace
+{
+class CoreAllocation : public testing::Test
+{
+protected:
+    CoreRun fCore;
+};
+
+TEST_F(CoreAllocation, RequestOfAnInitialisedPluginAllocatesNothing)
+{
+    fCore.addPlugin("alpha");
+    ASSERT_EQ(0, fCore.start());
+    ASSERT_NE(nullptr, fCore.get<ITestService>(L"test.alpha"));
+    IBase* instance = nullptr;
+    AllocationFaults::startCounting();
+    const int result = ixlaGetInstance(kIxlaConfigManagerId, instance);
+    const bool available = ixlaIsInterfaceAvailable(L"test.alpha");
+    EXPECT_EQ(0, AllocationFaults::counted());
+    EXPECT_EQ(0, result);
+    EXPECT_TRUE(available);
+}
+
+TEST_F(CoreAllocation, EveryFailureDuringStartEndsItWithACodeAndLeavesNothing)
+{
+    std::vector<PString> arguments;
+    for (const char* key : {"core.plugins.dir", "core.plugins.config.dir", "core.plugins.log.dir"})
+    {
+        arguments.push_back(wide(std::string(key) + "=" + fCore.dir.file("plugins")));
+    }
+    arguments.push_back(L"core.load.plugin.list=one,two");
+    arguments.push_back(L"core.autostart.list=a-plugin-of-a-rather-long-name");
+    arguments.push_back(L"core.free.plugins.lib=false");
+    arguments.push_back(L"custom.config.a=b");
+    testing::internal::CaptureStderr();
+    int failed = 0;
+    int swept = 0;
+    for (;; ++swept)
+    {
+        AllocationFaults::failOnceAfter(swept);
+        const int result = ixlaStart(arguments.data(), static_cast<unsigned>(arguments.size()));
+        AllocationFaults::disarm();
+        failed += result != 0;
+        ASSERT_TRUE(result == 0 || result == -501 || result == -502 || result == -1003 ||
+                    result == -1004 || result == -1005 || result == -1006 || result == -1010)
+            << "allocation " << swept << ": " << result;
+        const bool struck = AllocationFaults::struck();
+        ASSERT_EQ(result == 0 ? 0 : -1002, ixlaStop()) << swept;
+        if (!struck)
+        {
+            break;
+        }
+    }
+    testing::internal::GetCapturedStderr();
+    EXPECT_LT(50, swept);
+    EXPECT_LT(40, failed);
+    RecordProperty("swept", swept);
+}
+
+TEST_F(CoreAllocation, FailedRegistrationLeavesNoInterfaceBehind)
+{
+    fCore.addPlugin("beta");
+    int swept = 0;
+    bool done = false;
+    testing::internal::CaptureStderr();
+    for (; !done; ++swept)
+    {
+        // The plugin's own list is made before; what fails then is the core's registration.
+        PluginHooks::on("beta.getInterfaces",
+                        [swept]
+                        {
+                            AllocationFaults::failOnceAfter(swept);
+                            return 0;
+                        });
+        const int result = fCore.start();
+        AllocationFaults::disarm();
+        done = !AllocationFaults::struck();
+        if (result == 0)
+        {
+            ASSERT_TRUE(ixlaIsInterfaceAvailable(L"test.beta"));
+            ASSERT_EQ(0, fCore.stop());
+            continue;
+        }
+        ASSERT_TRUE(result == -501 || result == -1004) << swept << ": " << result;
+        ASSERT_EQ(PluginHooks::count("beta.factory"), PluginHooks::count("beta.destroyed"));
+    }
+    testing::internal::GetCapturedStderr();
+    EXPECT_LT(5, swept);
+}
+
+TEST_F(CoreAllocation, FirstRequestOfAServiceFailsCleanlyAndForGood)
+{
+    ASSERT_EQ(0, fCore.start());
+    AllocationFaults::failAfter(0);
+    IBase* instance = nullptr;
+    const int failing = ixlaGetInstance(L"test.nobody", instance);
+    AllocationFaults::disarm();
+    EXPECT_EQ(-2001, failing);
+    EXPECT_EQ(nullptr, instance);
+}
+
+TEST_F(CoreAllocation, StopNeedsNoMemory)
+{
+    fCore.addPlugin("alpha");
+    ASSERT_EQ(0, fCore.start());
+    ASSERT_NE(nullptr, fCore.get<ITestService>(L"test.alpha"));
+    AllocationFaults::failAfter(0);
+    const int result = fCore.stop();
+    AllocationFaults::disarm();
+    EXPECT_EQ(0, result);
+    EXPECT_EQ(1, PluginHooks::count("alpha.destroyed"));
+}
+} // namespace

@@ -1,0 +1,170 @@
+#include "IConfigManager.h"
+#include "IEventDispatcher.h"
+#include "Ixla.h"
+#include "plugins/ITestService.h"
+#include "support/CoreRun.h"
+#include "support/PluginHooks.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <barrier>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace
+{
+constexpr int kThreads = 8;
+
+class CoreStress : public testing::Test
+{
+protected:
+    /// Runs iWork on kThreads threads that begin together.
+    template <class TWork>
+    static void together(const TWork& iWork)
+    {
+        std::barrier<> begin(kThreads);
+        std::vector<std::thread> threads;
+        for (int i = 0; i < kThreads; ++i)
+        {
+            threads.emplace_back(
+                [&, i]
+                {
+                    begin.arrive_and_wait();
+                    iWork(i);
+                });
+        }
+        for (std::thread& thread : threads)
+        {
+            thread.join();
+        }
+    }
+
+    CoreRun fCore;
+};
+
+/// What the process holds that could leak: handles, threads and mapped regions.
+struct Holdings
+{
+    static Holdings now()
+    {
+        return {entries("/proc/self/fd"), entries("/proc/self/task"), residentPages()};
+    }
+
+    static int entries(const char* iDir)
+    {
+        int count = 0;
+        for (const auto& entry : std::filesystem::directory_iterator(iDir))
+        {
+            count += entry.path().empty() ? 0 : 1;
+        }
+        return count;
+    }
+
+    static long residentPages()
+    {
+        std::ifstream statm("/proc/self/statm");
+        long size = 0;
+        long resident = 0;
+        statm >> size >> resident;
+        return resident;
+    }
+
+    int handles;
+    int threads;
+    long pages;
+};
+
+TEST_F(CoreStress, FirstRequestsOfOnePluginInitialiseItOnce)
+{
+    fCore.addPlugin("alpha");
+    ASSERT_EQ(0, fCore.start());
+    std::atomic<int> failures{0};
+    std::atomic<int> inits{0};
+    PluginHooks::on("alpha.init", [&] { return inits++; });
+    together(
+        [&](int)
+        {
+            IBase* instance = nullptr;
+            failures += ixlaGetInstance(L"test.alpha", instance) != 0 || !instance;
+        });
+    EXPECT_EQ(1, inits);
+    EXPECT_EQ(0, failures);
+}
+
+TEST_F(CoreStress, RequestsOfManyPluginsFindTheirOwn)
+{
+    for (const char* name : {"alpha", "beta", "twice"})
+    {
+        fCore.addPlugin(name);
+    }
+    ASSERT_EQ(0, fCore.start());
+    const wchar_t* const ids[] = {L"test.alpha",         L"test.beta",  L"test.beta.second",
+                                  L"test.twice",         kIxlaLoggerId, kIxlaConfigManagerId,
+                                  kIxlaEventDispatcherId};
+    std::atomic<int> failures{0};
+    fCore.writeManagerConfig("");
+    together(
+        [&](int iThread)
+        {
+            for (int i = 0; i < 300; ++i)
+            {
+                IBase* instance = nullptr;
+                const wchar_t* id = ids[static_cast<std::size_t>(i + iThread) % std::size(ids)];
+                failures += ixlaGetInstance(id, instance) != 0 || !instance;
+                failures += !ixlaIsInterfaceAvailable(id);
+            }
+        });
+    EXPECT_EQ(0, failures);
+    EXPECT_EQ(1, PluginHooks::count("alpha.init"));
+    EXPECT_EQ(1, PluginHooks::count("beta.init"));
+    EXPECT_EQ(1, PluginHooks::count("twice.init"));
+}
+
+TEST_F(CoreStress, AThousandStartsAndStopsLeaveNothingBehind)
+{
+    fCore.writeManagerConfig("");
+    fCore.set("core.log.level", "-1");
+    fCore.addPlugin("alpha");
+    testing::internal::CaptureStderr();
+    Holdings before{};
+    for (int round = 0; round < 1000; ++round)
+    {
+        if (round == 100)
+        {
+            before = Holdings::now();
+        }
+        ASSERT_EQ(0, fCore.start()) << round;
+        ASSERT_NE(nullptr, fCore.get<IBase>(L"test.alpha"));
+        ASSERT_NE(nullptr, fCore.get<IBase>(kIxlaLoggerId));
+        ASSERT_EQ(0, fCore.stop()) << round;
+    }
+    testing::internal::GetCapturedStderr();
+    const Holdings after = Holdings::now();
+    EXPECT_EQ(before.handles, after.handles);
+    EXPECT_EQ(before.threads, after.threads);
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+    // 900 rounds may not cost as much as a kilobyte each.
+    EXPECT_GE(before.pages + 200, after.pages);
+#endif
+}
+
+TEST_F(CoreStress, FreedLibrariesAreGoneAfterEveryStop)
+{
+    fCore.addPlugin("alpha");
+    fCore.set("core.free.plugins.lib", "true");
+    for (int round = 1; round <= 2; ++round)
+    {
+        ASSERT_EQ(0, fCore.start());
+        ASSERT_NE(nullptr, fCore.get<IBase>(L"test.alpha"));
+        ASSERT_EQ(0, fCore.stop());
+        std::ifstream maps("/proc/self/maps");
+        const std::string text(std::istreambuf_iterator<char>(maps), {});
+        EXPECT_EQ(std::string::npos, text.find("libalpha.so"));
+        EXPECT_EQ(round, PluginHooks::count("alpha.unmapped"));
+    }
+}
+} // namespace
