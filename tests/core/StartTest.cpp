@@ -24,7 +24,6 @@ protected:
     /// The run-time value that the core published for a key; "(none)" without one.
     std::string published(const wchar_t* iKey)
     {
-        fCore.writeManagerConfig("");
         IConfigManager* manager = fCore.get<IConfigManager>(kIxlaConfigManagerId);
         PBaseptr<IConfig> config;
         PString value;
@@ -258,7 +257,7 @@ TEST_F(Start, LoaderTellsWhyALibraryCannotBeLoaded)
 {
     fCore.addPlugin("missing_symbol");
     EXPECT_EQ(-8, fCore.start());
-    EXPECT_EQ(1, fCore.logCount("undefined symbol: _Z28functionThatNobodyDefinesv"));
+    EXPECT_EQ(1, fCore.logCount("undefined symbol: _Z25functionThatNobodyDefinesv"));
 }
 
 TEST_F(Start, FilesOfOtherNamesAreNotLoaded)

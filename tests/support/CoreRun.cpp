@@ -13,6 +13,7 @@ CoreRun::CoreRun()
     {
         fs::create_directory(dir.path() / name);
     }
+    writeManagerConfig("");
     set("core.log.file", logFile());
     set("core.log.level", "2");
     set("core.plugins.dir", dir.file("plugins"));

@@ -9,7 +9,8 @@
 #include <string>
 
 /// Starts and stops the core that the test binary links. The directory holds plugins/, config/
-/// and log/; the core log is core.log with level 2. Every argument can be changed before start.
+/// and log/; config/ begins with a manager's configuration that lists no IDs. The core log is
+/// core.log with level 2. Every argument can be changed before start.
 class CoreRun
 {
 public:
@@ -26,7 +27,7 @@ public:
     /// Writes a file into config/.
     void writeConfig(const std::string& iName, const std::string& iText);
 
-    /// Writes the manager's configuration: the lines of iText and a store file "store.txt".
+    /// Writes the manager's configuration anew: the lines of iText and a store file "store.txt".
     void writeManagerConfig(const std::string& iText);
 
     int start();
