@@ -1,0 +1,30 @@
+#!/usr/bin/env bash
+# Installs the Debian packages that are missing: install-deps.sh build|test
+set -eu
+
+packages=(g++ g++-multilib cmake ninja-build)
+if [ "${1:-build}" = test ]; then
+    packages+=(googletest clang binutils file)
+fi
+
+missing=()
+for package in "${packages[@]}"; do
+    if [ "$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null)" != installed ]; then
+        missing+=("$package")
+    fi
+done
+if [ ${#missing[@]} -eq 0 ]; then
+    exit 0
+fi
+
+as_root=()
+if [ "$(id -u)" -ne 0 ]; then
+    as_root=(sudo)
+    if ! sudo -n true 2>/dev/null; then
+        echo "Missing packages. Run: apt-get install -y ${missing[*]}" >&2
+        exit 1
+    fi
+fi
+echo "Installing ${missing[*]}"
+"${as_root[@]}" apt-get update -qq
+"${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq "${missing[@]}" >/dev/null

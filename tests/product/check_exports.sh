@@ -1,0 +1,6 @@
+#!/usr/bin/env bash
+# Checks that a library exports what a list names and nothing else: check_exports.sh LIBRARY LIST
+set -u
+
+diff -u "$2" <(nm -D --defined-only "$1" | awk '{ print $NF }' | LC_ALL=C sort) ||
+    { echo "$(basename "$1") exports other symbols than $2 says" >&2; exit 1; }
