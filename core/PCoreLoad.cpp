@@ -85,7 +85,12 @@ int PCore::loadInternalPlugins()
         {
             return eIxlaNoMemory;
         }
-        const int result = processPlugin(PBaseptr<IPlugin>::adopt(plugin), PPtr<PLibrary>());
+        int result = processPlugin(PBaseptr<IPlugin>::adopt(plugin), PPtr<PLibrary>());
+        if (result == 0 && fCorePlugins.back()->fInterfaceCount == 0)
+        {
+            // A built-in plugin that lists nothing lacked the memory for its list.
+            result = eIxlaNoMemory;
+        }
         if (result != 0)
         {
             PLogger::error(getCoreLogger(), 0, builtIn.failed, result);
