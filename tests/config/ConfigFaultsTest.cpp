@@ -1,0 +1,316 @@
+#include "config/ConfigEventsTest.h"
+#include "config/ConfigTest.h"
+
+#include "Ixla.h"
+#include "support/PortFaults.h"
+#include "support/Texts.h"
+
+#include <gmock/gmock.h>
+
+#include <filesystem>
+#include <functional>
+#include <utility>
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace fs = std::filesystem;
+
+namespace
+{
+class ConfigFaults : public ConfigTest
+{
+protected:
+    explicit ConfigFaults(PConfigManager* iManager = new PConfigManager) : ConfigTest(iManager)
+    {
+    }
+
+    ~ConfigFaults() override
+    {
+        PortFaults::reset();
+    }
+};
+
+/// A manager whose configuration is loaded and whose store holds one value.
+class ConfigLockFaults : public ConfigFaults
+{
+protected:
+    ConfigLockFaults() : config(loadID("net", "own = 1\nown:const = true\nport = 80"))
+    {
+        store("net", "port", "90");
+        set("net", "port", "8080");
+        setAttr("net", "port", "unit", "tcp");
+        EXPECT_EQ(manager.addListener(L"net", L"T"), 0);
+    }
+
+    /// Every operation that locks, with its name.
+    std::vector<std::pair<std::string, std::function<int()>>> operations()
+    {
+        return {
+            {"listIDs",
+             [this]
+             {
+                 return manager.listIDs(ids);
+             }},
+            {"loadByID",
+             [this]
+             {
+                 return manager.loadByID(L"net", config);
+             }},
+            {"appendByID",
+             [this]
+             {
+                 return manager.appendByID(L"net", config);
+             }},
+            {"setString",
+             [this]
+             {
+                 return manager.setString(L"net", L"new", L"1");
+             }},
+            {"setInt32",
+             [this]
+             {
+                 return manager.setInt32(L"net", L"new", 1);
+             }},
+            {"removeSetKey",
+             [this]
+             {
+                 return manager.removeSetKey(L"net", L"port");
+             }},
+            {"setAttrString",
+             [this]
+             {
+                 return manager.setAttrString(L"net", L"port", L"new", L"1");
+             }},
+            {"removeSetAttr",
+             [this]
+             {
+                 return manager.removeSetAttr(L"net", L"port", L"unit");
+             }},
+            {"storeString",
+             [this]
+             {
+                 return manager.storeString(L"net", L"new", L"1");
+             }},
+            {"removeStoredKey",
+             [this]
+             {
+                 return manager.removeStoredKey(L"net", L"port");
+             }},
+            {"storeAttrString",
+             [this]
+             {
+                 return manager.storeAttrString(L"net", L"port", L"new", L"1");
+             }},
+            {"removeStoredAttr",
+             [this]
+             {
+                 return manager.removeStoredAttr(L"net", L"port", L"unit");
+             }},
+            {"addListener",
+             [this]
+             {
+                 return manager.addListener(L"net", L"U");
+             }},
+            {"removeListener",
+             [this]
+             {
+                 return manager.removeListener(L"net", L"T");
+             }},
+            {"findDynamicValue",
+             [this]
+             {
+                 return manager.findDynamicValue(L"net", L"port", record);
+             }},
+            {"getDynamicString",
+             [this]
+             {
+                 return manager.getDynamicString(L"net", L"port", text);
+             }},
+            {"findLoadedValue",
+             [this]
+             {
+                 return manager.findLoadedValue(L"net", L"port", record);
+             }},
+            {"getLoadedString",
+             [this]
+             {
+                 return manager.getLoadedString(L"net", L"port", text);
+             }},
+        };
+    }
+
+    PBaseptr<IConfig> config;
+    std::vector<PString> ids;
+    PConfigValue* record = nullptr;
+    PString text;
+};
+
+class ConfigStoreFaults : public ConfigEventsTest
+{
+protected:
+    ConfigStoreFaults()
+    {
+        PBaseptr<IConfig> config;
+        EXPECT_EQ(manager->loadByID(L"net", config), 0);
+        EXPECT_EQ(manager->storeString(L"net", L"port", L"1"), 0);
+    }
+
+    ~ConfigStoreFaults() override
+    {
+        PortFaults::reset();
+    }
+
+    int storeIt()
+    {
+        return manager->storeString(L"net", L"port", L"2");
+    }
+
+    int logged(const std::string& iText) const
+    {
+        return countLines(core.pluginLogFile(), iText);
+    }
+};
+} // namespace
+
+TEST_F(ConfigLockFaults, EveryOperationReturnsTheCodeOfAFailedLock)
+{
+    for (const auto& [name, operation] : operations())
+    {
+        PortFaults::mutexLock.armOnThisThread(-77);
+        EXPECT_EQ(operation(), -77) << name;
+        PortFaults::mutexLock.disarm();
+    }
+    EXPECT_EQ(record, nullptr);
+}
+
+TEST_F(ConfigLockFaults, OperationsThatCannotLockChangeNothing)
+{
+    PortFaults::mutexLock.armOnThisThread(-77);
+    for (const auto& [name, operation] : operations())
+    {
+        EXPECT_NE(operation(), 0) << name;
+    }
+    PortFaults::mutexLock.disarm();
+
+    EXPECT_EQ(storeText(), "net|port = 90\n");
+    EXPECT_EQ(valueOf(config, "port"), "8080");
+    EXPECT_EQ(attrOf(config, "port", "unit"), "tcp");
+    EXPECT_EQ(valueOf(config, "new"), "<-504>");
+    EXPECT_EQ(manager.removeListener(L"net", L"T"), 0);
+    EXPECT_EQ(manager.removeListener(L"net", L"U"), -504);
+}
+
+TEST_F(ConfigLockFaults, ReadersThatCannotLockAnswerFromTheirOwnValues)
+{
+    PortFaults::mutexLock.armOnThisThread(-77);
+
+    EXPECT_EQ(valueOf(config, "port"), "80");
+    EXPECT_EQ(valueOf(config, "own"), "1");
+    EXPECT_EQ(attrOf(config, "own", "const"), "true");
+    EXPECT_EQ(attrOf(config, "port", "unit"), "<-504>");
+}
+
+TEST_F(ConfigLockFaults, ReadersWithOnlyInnerLocksFailingAnswerFromTheirOwnValues)
+{
+    PortFaults::mutexLock.armOnThisThread(-77, 1);
+
+    EXPECT_EQ(valueOf(config, "port"), "80");
+}
+
+TEST_F(ConfigFaults, ManagerWithoutAMutexRefusesEverything)
+{
+    PortFaults::mutexInit.armOnThisThread(-12);
+    const PBaseptr<IConfigManager> own(new PConfigManager);
+    PortFaults::mutexInit.disarm();
+
+    EXPECT_EQ(own->setString(L"A", L"K", L"1"), -22);
+    EXPECT_EQ(own->addListener(L"A", L"T"), -22);
+}
+
+TEST_F(ConfigFaults, FailedConversionReturnsItsCodeAndSetsNothing)
+{
+    PortFaults::int32ToStr.armOnThisThread(-55);
+
+    EXPECT_EQ(manager.setInt32(L"net", L"k", 1), -55);
+    EXPECT_EQ(manager.setAttrInt32(L"net", L"k", L"a", 1), -55);
+    EXPECT_EQ(manager.storeInt32(L"net", L"k", 1), -55);
+    EXPECT_EQ(manager.storeAttrInt32(L"net", L"k", L"a", 1), -55);
+    EXPECT_EQ(dynamicOf(manager, "net", "k"), "<-504>");
+}
+
+TEST_F(ConfigFaults, ConversionWithoutMemoryHasTheOneCodeOfThat)
+{
+    PortFaults::int32ToStr.armOnThisThread(-12);
+
+    EXPECT_EQ(manager.setInt32(L"net", L"k", 1), -501);
+}
+
+TEST_F(ConfigFaults, StoreFileThatCannotBeMadeIsReportedByTheLoad)
+{
+    loadID("net");
+    PortFaults::fileOpen.armOnThisThread(-13, 0, 1);
+
+    EXPECT_EQ(manager.storeString(L"net", L"k", L"1"), -2);
+    EXPECT_EQ(PortFaults::fileOpen.hits(), 1);
+    EXPECT_EQ(manager.storeString(L"net", L"k", L"1"), 0);
+}
+
+TEST_F(ConfigStoreFaults, FailedDeleteIsLoggedAndKeepsTheFile)
+{
+    PortFaults::fileDelete.armOnThisThread(-13);
+    EXPECT_EQ(storeIt(), -13);
+
+    EXPECT_EQ(readFile(core.storeFile()), "net|port = 1\n");
+    EXPECT_EQ(logged("[nl_saveStore] Failed to delete old store file: (" + core.storeFile() +
+                     ") err: -13"),
+              1);
+}
+
+TEST_F(ConfigStoreFaults, FailedCreationIsLoggedAndTheFileIsGone)
+{
+    PortFaults::fileOpen.armOnThisThread(-28, 1);
+    EXPECT_EQ(storeIt(), -28);
+
+    EXPECT_FALSE(fs::exists(core.storeFile()));
+    EXPECT_EQ(
+        logged("[nl_saveStore] Failed to create store file: (" + core.storeFile() + ") err: -28"),
+        1);
+}
+
+TEST_F(ConfigStoreFaults, ResultOfClosingIsTheResult)
+{
+    PortFaults::fileClose.armOnThisThread(-28, 1);
+
+    EXPECT_EQ(storeIt(), -28);
+}
+
+TEST_F(ConfigStoreFaults, RemovalFromTheSnapshotPrecedesAFailedSave)
+{
+    PBaseptr<IConfig> config;
+    ASSERT_EQ(manager->loadByID(L"net", config), 0);
+    EXPECT_EQ(valueOf(config, "port"), "1");
+    PortFaults::fileDelete.armOnThisThread(-13);
+
+    EXPECT_EQ(manager->removeStoredKey(L"net", L"port"), -13);
+    EXPECT_EQ(valueOf(config, "port"), "<-504>");
+    EXPECT_EQ(readFile(core.storeFile()), "net|port = 1\n");
+}
+
+TEST_F(ConfigStoreFaults, UnreadableFileListIsLogged)
+{
+    const std::string message = "[appendByID] Failed to load config for iID(net) err: -7";
+    const PBaseptr<IConfig> config(new PConfig(manager.get(), L"net"));
+    // Which of the copies on the way is that of the list is the implementation's matter.
+    for (int skip = 0; skip < 50 && logged(message) == 0; ++skip)
+    {
+        PortFaults::stringSet.armOnThisThread(-7, skip, 1);
+        const int result = manager->appendByID(L"net", config);
+        PortFaults::stringSet.disarm();
+        if (logged(message) == 1)
+        {
+            EXPECT_EQ(result, -7);
+        }
+    }
+    EXPECT_EQ(logged(message), 1);
+}

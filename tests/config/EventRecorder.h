@@ -1,0 +1,39 @@
+// EventRecorder: a listener that notes the configuration changes it is told of.
+#ifndef IXLAL_TESTS_EVENTRECORDER_H
+#define IXLAL_TESTS_EVENTRECORDER_H
+
+#include "IConfigChanged.h"
+#include "IEventListener.h"
+#include "PBaseptr.h"
+#include "portinglayer/PCounterSync.h"
+
+#include <functional>
+#include <mutex>
+#include <string>
+#include <vector>
+
+/// Notes each event as "topic type ID key attribute"; then runs what was put into onEvent.
+class EventRecorder final : public IEventListener
+{
+public:
+    EventRecorder() : fRefCount(0)
+    {
+    }
+
+    int incRef() override;
+    int decRef() override;
+    int handleEvent(const PLiteral& iTopic, IBase* iParam1, int iParam2) override;
+
+    std::vector<std::string> events();
+
+    std::function<void(IConfigChanged&)> onEvent;
+
+private:
+    ~EventRecorder() = default;
+
+    PCounterSync fRefCount;
+    std::mutex fMutex;
+    std::vector<std::string> fEvents;
+};
+
+#endif
