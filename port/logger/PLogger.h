@@ -60,8 +60,9 @@ public:
     static int error(PLogger* iLogger, int iLevel, const wchar_t* iFormat, ...) noexcept;
     static int debug(PLogger* iLogger, int iLevel, const wchar_t* iFormat, ...) noexcept;
 
-    /// The same with an argument list. On 32-bit x86 that is a char*, so a plain char* must not be
-    /// the first argument of the forms above: pass narrow text as const char*.
+    /// The same with an argument list. On 32-bit x86 that is a char*, so neither a plain char* nor
+    /// a string literal may be the first argument of the forms above: pass narrow text as const
+    /// char*.
     static int info(PLogger* iLogger, int iLevel, const wchar_t* iFormat, va_list iArgs) noexcept;
     static int error(PLogger* iLogger, int iLevel, const wchar_t* iFormat, va_list iArgs) noexcept;
     static int debug(PLogger* iLogger, int iLevel, const wchar_t* iFormat, va_list iArgs) noexcept;

@@ -1,0 +1,343 @@
+#include "logger/FileFaults.h"
+#include "logger/LogTest.h"
+
+#include <cerrno>
+#include <csignal>
+#include <filesystem>
+
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+namespace
+{
+class LogFailure : public LogTest
+{
+};
+} // namespace
+
+TEST_F(LogFailure, EachLineIsOneWrite)
+{
+    init();
+    FileFaults::write.arm(0, 0);
+
+    info("a");
+    info(filler(5000));
+
+    EXPECT_EQ(2, FileFaults::write.calls());
+}
+
+TEST_F(LogFailure, FilteredLineWritesNothing)
+{
+    init();
+    FileFaults::write.arm(0, 0);
+
+    PLogger::debug(logger.get(), 1, L"a");
+
+    EXPECT_EQ(0, FileFaults::write.calls());
+}
+
+TEST_F(LogFailure, FullDiskIsTold)
+{
+    EXPECT_EQ(0, init({.file = "/dev/full"}));
+
+    EXPECT_EQ(-ENOSPC, info("a"));
+    EXPECT_EQ(-ENOSPC, PLogger::error(logger.get(), 0, L"b"));
+    EXPECT_EQ(-ENOSPC, PLogger::dumpHex(logger.get(), 0, "c", 1, 16));
+}
+
+TEST_F(LogFailure, LostLinesAreToldByAnErrorLine)
+{
+    init();
+    FileFaults::write.arm(EIO, 2);
+    EXPECT_EQ(-EIO, info("lost"));
+    EXPECT_EQ(-EIO, info("lost too"));
+
+    EXPECT_EQ(0, info("a"));
+
+    EXPECT_THAT(texts(), ElementsAre(lossReport(2, -EIO), "a"));
+    EXPECT_THAT(lines()[0], HasSubstr(" E tag "));
+}
+
+TEST_F(LogFailure, LostLinesAreToldOnce)
+{
+    init();
+    FileFaults::write.arm(ENOSPC);
+    info("lost");
+
+    info("a");
+    info("b");
+
+    EXPECT_THAT(texts(), ElementsAre(lossReport(1, -ENOSPC), "a", "b"));
+}
+
+TEST_F(LogFailure, LastCodeIsTheOneThatIsTold)
+{
+    init();
+    FileFaults::write.arm(EIO);
+    info("lost");
+    FileFaults::write.arm(ENOSPC);
+    info("lost too");
+
+    info("a");
+
+    EXPECT_THAT(texts(), ElementsAre(lossReport(2, -ENOSPC), "a"));
+}
+
+TEST_F(LogFailure, LostLinesOfADumpCountOneByOne)
+{
+    init();
+    FileFaults::write.arm(ENOSPC, 2);
+
+    EXPECT_EQ(-ENOSPC, PLogger::dumpHex(logger.get(), 0, "abc", 3, 1));
+
+    EXPECT_THAT(texts(), ElementsAre(lossReport(2, -ENOSPC), "00000002  63  |c|"));
+}
+
+TEST_F(LogFailure, LostLinesAreToldAtTheEnd)
+{
+    init();
+    FileFaults::write.arm(ENOSPC);
+    info("lost");
+
+    logger.reset();
+
+    EXPECT_THAT(texts(), ElementsAre(lossReport(1, -ENOSPC)));
+}
+
+TEST_F(LogFailure, InterruptedWriteIsMadeAgain)
+{
+    init();
+    FileFaults::write.arm(EINTR, 3);
+
+    EXPECT_EQ(0, info("a"));
+
+    EXPECT_THAT(texts(), ElementsAre("a"));
+}
+
+TEST_F(LogFailure, ShortWriteIsContinued)
+{
+    init();
+    FileFaults::shortenNextWrite(10);
+
+    EXPECT_EQ(0, info("a"));
+
+    EXPECT_THAT(texts(), ElementsAre("a"));
+}
+
+TEST_F(LogFailure, TornLineIsCutOff)
+{
+    init();
+    info("a");
+    FileFaults::shortenNextWrite(10);
+    FileFaults::write.arm(ENOSPC);
+
+    EXPECT_EQ(-ENOSPC, info("lost"));
+
+    EXPECT_THAT(texts(), ElementsAre("a"));
+    EXPECT_EQ('\n', dir.read("test.log").back());
+}
+
+TEST_F(LogFailure, TornLineThatCannotBeCutIsEnded)
+{
+    init();
+    FileFaults::shortenNextWrite(10);
+    FileFaults::write.arm(ENOSPC);
+    FileFaults::truncate.arm(EPERM);
+    info("lost");
+
+    EXPECT_EQ(0, info("a"));
+
+    ASSERT_EQ(3u, lines().size());
+    EXPECT_EQ(10u, lines()[0].size());
+    EXPECT_EQ(lossReport(1, -ENOSPC), texts()[1]);
+    EXPECT_EQ("a", texts()[2]);
+}
+
+TEST_F(LogFailure, FileThatCannotBeEmptiedGrowsOn)
+{
+    init({.maxCount = 1});
+    info("a");
+    FileFaults::truncate.arm(EPERM);
+
+    EXPECT_EQ(0, info("b"));
+
+    EXPECT_THAT(texts(), ElementsAre("a", "b"));
+}
+
+TEST_F(LogFailure, FileThatCannotBeOpenedAfterRotationIsTriedAgain)
+{
+    init({.parts = 1, .maxCount = 1});
+    info("a");
+    FileFaults::open.arm(EMFILE, 2);
+    EXPECT_EQ(-EMFILE, info("lost"));
+    EXPECT_EQ(-EMFILE, info("lost too"));
+
+    EXPECT_EQ(0, info("b"));
+
+    EXPECT_THAT(texts("test.log.1"), ElementsAre("a"));
+    EXPECT_THAT(texts(), ElementsAre(lossReport(2, -EMFILE), "b"));
+}
+
+TEST_F(LogFailure, ClosedHandleIsOpenedAgain)
+{
+    init();
+    info("a");
+    close(handleOf());
+
+    EXPECT_EQ(-EBADF, info("lost"));
+    EXPECT_EQ(0, info("b"));
+
+    EXPECT_THAT(texts(), ElementsAre("a", lossReport(1, -EBADF), "b"));
+}
+
+TEST_F(LogFailure, NewLogIsEmptiedOnlyOnce)
+{
+    init({.isNew = true});
+    info("a");
+    close(handleOf());
+    info("lost");
+
+    info("b");
+
+    EXPECT_THAT(texts(), ElementsAre("a", lossReport(1, -EBADF), "b"));
+}
+
+namespace
+{
+/// Limits the size of files without ignoring the signal that comes with it.
+class LogSizeLimit : public LogTest
+{
+protected:
+    ~LogSizeLimit() override
+    {
+        limit(RLIM_INFINITY);
+    }
+
+    static void limit(rlim_t iSize)
+    {
+        rlimit limits{};
+        getrlimit(RLIMIT_FSIZE, &limits);
+        limits.rlim_cur = iSize == RLIM_INFINITY ? limits.rlim_max : iSize;
+        ASSERT_EQ(0, setrlimit(RLIMIT_FSIZE, &limits));
+    }
+};
+} // namespace
+
+TEST_F(LogSizeLimit, OfTheProcessNeitherEndsItNorTearsLines)
+{
+    init();
+    limit(1000);
+
+    int written = 0;
+    while (written < 100 && info(std::to_string(written)) == 0)
+    {
+        ++written;
+    }
+    EXPECT_EQ(-EFBIG, info("lost"));
+    EXPECT_EQ(static_cast<std::size_t>(written), lines().size());
+
+    limit(RLIM_INFINITY);
+    EXPECT_EQ(0, info("a"));
+    EXPECT_EQ("a", texts().back());
+    EXPECT_EQ(lossReport(2, -EFBIG), texts()[texts().size() - 2]);
+}
+
+TEST_F(LogSizeLimit, LeavesNoSignalPending)
+{
+    init();
+    limit(1);
+
+    info("lost");
+
+    sigset_t pending;
+    sigpending(&pending);
+    EXPECT_EQ(0, sigismember(&pending, SIGXFSZ));
+}
+
+TEST_F(LogSizeLimit, SignalThatWaitedBeforeStaysPending)
+{
+    sigset_t blocked;
+    sigemptyset(&blocked);
+    sigaddset(&blocked, SIGXFSZ);
+    pthread_sigmask(SIG_BLOCK, &blocked, nullptr);
+    raise(SIGXFSZ);
+    init();
+    limit(1);
+
+    EXPECT_EQ(-EFBIG, info("lost"));
+
+    sigset_t pending;
+    sigpending(&pending);
+    EXPECT_EQ(1, sigismember(&pending, SIGXFSZ));
+}
+
+namespace
+{
+class LogPipe : public LogTest
+{
+protected:
+    LogPipe()
+    {
+        mkfifo(dir.file("test.log").c_str(), 0600);
+    }
+
+    ~LogPipe() override
+    {
+        close(fReader);
+    }
+
+    void read()
+    {
+        fReader = open(dir.file("test.log").c_str(), O_RDONLY | O_NONBLOCK);
+        ASSERT_GE(fReader, 0);
+    }
+
+    void stopReading()
+    {
+        close(fReader);
+        fReader = -1;
+    }
+
+private:
+    int fReader = -1;
+};
+} // namespace
+
+TEST_F(LogPipe, WithoutAReaderDoesNotBlock)
+{
+    EXPECT_EQ(-ENXIO, init());
+
+    EXPECT_EQ(-ENXIO, info("a"));
+}
+
+TEST_F(LogPipe, ReaderThatWentAwayDoesNotEndTheProcess)
+{
+    read();
+    EXPECT_EQ(0, init());
+    stopReading();
+
+    EXPECT_EQ(-EPIPE, info("a"));
+
+    sigset_t pending;
+    sigpending(&pending);
+    EXPECT_EQ(0, sigismember(&pending, SIGPIPE));
+}
+
+TEST_F(LogPipe, FullPipeDropsLines)
+{
+    read();
+    init();
+
+    int result = 0;
+    for (int i = 0; i < 100000 && result == 0; ++i)
+    {
+        result = info(filler(500));
+    }
+
+    EXPECT_EQ(-EAGAIN, result);
+}

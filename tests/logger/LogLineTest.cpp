@@ -1,0 +1,379 @@
+#include "logger/LogTest.h"
+
+#include <cerrno>
+#include <clocale>
+#include <csignal>
+#include <cstdlib>
+#include <ctime>
+#include <thread>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::MatchesRegex;
+using testing::StartsWith;
+
+namespace
+{
+class LogLine : public LogTest
+{
+protected:
+    static std::string now()
+    {
+        const std::time_t time = std::time(nullptr);
+        std::tm parts{};
+        localtime_r(&time, &parts);
+        char text[32];
+        return std::string(text, std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", &parts));
+    }
+
+    /// Process and thread number as they stand in a line.
+    static std::string numbers(const std::string& iLine)
+    {
+        return iLine.substr(24, iLine.find(' ', 24) - 24);
+    }
+
+    static std::string ownNumbers()
+    {
+        return std::to_string(getpid()) + ":" + std::to_string(gettid());
+    }
+};
+} // namespace
+
+TEST_F(LogLine, HasTimeNumbersKindTagAndText)
+{
+    init();
+
+    EXPECT_EQ(0, PLogger::info(logger.get(), 0, L"value %d of %ls", 7, L"nine"));
+
+    ASSERT_EQ(1u, lines().size());
+    EXPECT_THAT(lines()[0],
+                MatchesRegex("[0-9]{4}-[0-9]{2}-[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2}[.][0-9]{3} "
+                             "[0-9]+:[0-9]+ I tag value 7 of nine"));
+}
+
+TEST_F(LogLine, EndsWithOneLineFeed)
+{
+    init();
+
+    info("a");
+
+    const std::string bytes = dir.read("test.log");
+    EXPECT_EQ(bytes.size() - 1, bytes.find('\n'));
+}
+
+TEST_F(LogLine, TimeIsLocal)
+{
+    setenv("TZ", "TST-13:45", 1);
+    tzset();
+    init();
+
+    const std::string before = now();
+    info("a");
+    const std::string after = now();
+
+    ASSERT_EQ(1u, lines().size());
+    const std::string shown = lines()[0].substr(0, before.size());
+    EXPECT_LE(before, shown);
+    EXPECT_GE(after, shown);
+}
+
+TEST_F(LogLine, NumbersAreThoseOfTheWritingThread)
+{
+    init();
+    std::string expected;
+
+    std::thread(
+        [&]
+        {
+            expected = ownNumbers();
+            info("from another thread");
+        })
+        .join();
+    info("from this one");
+
+    ASSERT_EQ(2u, lines().size());
+    EXPECT_EQ(expected, numbers(lines()[0]));
+    EXPECT_EQ(ownNumbers(), numbers(lines()[1]));
+}
+
+TEST_F(LogLine, ForkedChildShowsItsOwnNumbers)
+{
+    init();
+    info("parent");
+
+    const pid_t child = fork();
+    if (child == 0)
+    {
+        info(ownNumbers());
+        _exit(0);
+    }
+    waitpid(child, nullptr, 0);
+
+    ASSERT_EQ(2u, lines().size());
+    EXPECT_EQ(texts()[1], numbers(lines()[1]));
+    EXPECT_THAT(texts()[1], StartsWith(std::to_string(child)));
+}
+
+TEST_F(LogLine, KindFollowsTheOperation)
+{
+    init();
+
+    PLogger::info(logger.get(), 0, L"a");
+    PLogger::error(logger.get(), 0, L"b");
+    PLogger::debug(logger.get(), 0, L"c");
+
+    EXPECT_THAT(lines(),
+                ElementsAre(HasSubstr(" I tag a"), HasSubstr(" E tag b"), HasSubstr(" D tag c")));
+}
+
+TEST_F(LogLine, BreaksAndZerosInTheTextAreShown)
+{
+    init();
+
+    PLogger::info(logger.get(), 0, L"a\nb\r\nc%cd", 0);
+
+    EXPECT_THAT(texts(), ElementsAre("a\\nb\\r\\nc\\0d"));
+}
+
+TEST_F(LogLine, BreaksInTheTagAreShown)
+{
+    init({.tag = "a\nb"});
+
+    info("text");
+
+    EXPECT_THAT(lines(), ElementsAre(HasSubstr(" I a\\nb text")));
+}
+
+TEST_F(LogLine, IsUtf8WhateverTheLocale)
+{
+    std::setlocale(LC_ALL, "C");
+    init();
+
+    PLogger::info(logger.get(), 0, L"%ls", L"\u00e4\u20ac\U0001F600");
+
+    EXPECT_THAT(texts(), ElementsAre("\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80"));
+}
+
+TEST_F(LogLine, TakesNarrowTextInTheCLocale)
+{
+    std::setlocale(LC_ALL, "C");
+    init();
+
+    const char* const name = "operation";
+    PLogger::info(logger.get(), 0, L"[%s] done", name);
+
+    EXPECT_THAT(texts(), ElementsAre("[operation] done"));
+}
+
+TEST_F(LogLine, OfAnyLengthIsWrittenWhole)
+{
+    init();
+    const std::vector<std::size_t> lengths = {1023, 1024, 1025, 100000};
+
+    for (const std::size_t length : lengths)
+    {
+        info(filler(length));
+    }
+
+    EXPECT_THAT(texts(), ElementsAre(filler(1023), filler(1024), filler(1025), filler(100000)));
+}
+
+TEST_F(LogLine, OfWideCharactersOnlyFitsToo)
+{
+    init();
+    const std::wstring text(1024, L'\U0001F600');
+
+    EXPECT_EQ(0, PLogger::info(logger.get(), 0, L"%ls", text.c_str()));
+
+    ASSERT_EQ(1u, texts().size());
+    EXPECT_EQ(4u * text.size(), texts()[0].size());
+}
+
+TEST_F(LogLine, ThatCannotBeFormattedIsItsFormat)
+{
+    ASSERT_NE(nullptr, std::setlocale(LC_ALL, "C.UTF-8"));
+    init();
+
+    const char* const invalid = "\xFF\xFE";
+    EXPECT_EQ(0, PLogger::error(logger.get(), 0, L"bad %s %d", invalid, 7));
+
+    EXPECT_THAT(texts(), ElementsAre("bad %s %d"));
+}
+
+TEST_F(LogLine, WithoutAFormatIsEmpty)
+{
+    init();
+
+    EXPECT_EQ(0, PLogger::info(logger.get(), 0, static_cast<const wchar_t*>(nullptr)));
+
+    EXPECT_THAT(texts(), ElementsAre(""));
+}
+
+TEST_F(LogLine, LeavesErrnoAsItWas)
+{
+    init({.file = "/dev/full"});
+    errno = 1234;
+
+    EXPECT_EQ(-ENOSPC, info("a"));
+
+    EXPECT_EQ(1234, errno);
+}
+
+namespace
+{
+int _infoList(PLogger* iLogger, const wchar_t* iFormat, ...)
+{
+    va_list args;
+    va_start(args, iFormat);
+    const int result = PLogger::info(iLogger, 0, iFormat, args);
+    va_end(args);
+    return result;
+}
+} // namespace
+
+TEST_F(LogLine, TakesArgumentListsOfShortAndLongTexts)
+{
+    init();
+
+    EXPECT_EQ(0, _infoList(logger.get(), L"%d %ls", 1, L"short"));
+    EXPECT_EQ(0, _infoList(logger.get(), L"%d %ls", 2, wide(filler(3000)).ptr()));
+
+    EXPECT_THAT(texts(), ElementsAre("1 short", "2 " + filler(3000)));
+}
+
+namespace
+{
+class LogLevel : public LogTest
+{
+protected:
+    void SetUp() override
+    {
+        init();
+    }
+};
+} // namespace
+
+TEST_F(LogLevel, StartsAtZero)
+{
+    PLogger::info(logger.get(), 0, L"shown");
+    PLogger::info(logger.get(), 1, L"hidden");
+    PLogger::debug(logger.get(), 1, L"hidden");
+
+    EXPECT_THAT(texts(), ElementsAre("shown"));
+}
+
+TEST_F(LogLevel, LinesUpToTheLevelAreWritten)
+{
+    EXPECT_EQ(0, logger->setLevel(2));
+
+    PLogger::info(logger.get(), 2, L"two");
+    PLogger::debug(logger.get(), 2, L"two too");
+    EXPECT_EQ(0, PLogger::info(logger.get(), 3, L"three"));
+
+    EXPECT_THAT(texts(), ElementsAre("two", "two too"));
+}
+
+TEST_F(LogLevel, NegativeLevelHidesAllButErrors)
+{
+    logger->setLevel(-1);
+
+    PLogger::info(logger.get(), 0, L"info");
+    PLogger::debug(logger.get(), 0, L"debug");
+    PLogger::error(logger.get(), 1000, L"error");
+
+    EXPECT_THAT(texts(), ElementsAre("error"));
+}
+
+TEST_F(LogLevel, TellsWhatWouldBeWritten)
+{
+    logger->setLevel(5);
+
+    EXPECT_TRUE(logger->isLogged(5));
+    EXPECT_FALSE(logger->isLogged(6));
+}
+
+TEST_F(LogLevel, SetBeforeInitCounts)
+{
+    PLogger early;
+    early.setLevel(3);
+    init(early, {.file = "early.log"});
+
+    PLogger::info(&early, 3, L"three");
+
+    EXPECT_THAT(texts("early.log"), ElementsAre("three"));
+}
+
+TEST_F(LogLevel, NothingIsLoggedBeforeInit)
+{
+    PLogger closed;
+    closed.setLevel(10);
+
+    EXPECT_FALSE(closed.isLogged(0));
+}
+
+namespace
+{
+class HexDump : public LogTest
+{
+protected:
+    void SetUp() override
+    {
+        init();
+    }
+
+    int dump(const std::string& iBytes, unsigned int iWidth)
+    {
+        return PLogger::dumpHex(logger.get(), 0, iBytes.data(),
+                                static_cast<unsigned int>(iBytes.size()), iWidth);
+    }
+};
+} // namespace
+
+TEST_F(HexDump, ShowsOffsetBytesAndCharacters)
+{
+    EXPECT_EQ(0, dump(std::string("Ab\0\x7F\xFF z", 7), 4));
+
+    EXPECT_THAT(texts(),
+                ElementsAre("00000000  41 62 00 7f  |Ab..|", "00000004  ff 20 7a     |. z|"));
+    EXPECT_THAT(lines()[0], HasSubstr(" D tag "));
+}
+
+TEST_F(HexDump, IsSixteenBytesWideByDefault)
+{
+    dump(filler(17), 0);
+
+    ASSERT_EQ(2u, texts().size());
+    EXPECT_THAT(texts()[0], HasSubstr("|" + filler(16) + "|"));
+    EXPECT_THAT(texts()[1], StartsWith("00000010  78 "));
+}
+
+TEST_F(HexDump, IsNoWiderThanTheData)
+{
+    EXPECT_EQ(0, dump("ab", 0xFFFFFFFFu));
+
+    EXPECT_THAT(texts(), ElementsAre("00000000  61 62  |ab|"));
+}
+
+TEST_F(HexDump, OfNothingWritesNothing)
+{
+    EXPECT_EQ(0, PLogger::dumpHex(logger.get(), 0, nullptr, 0, 16));
+
+    EXPECT_THAT(texts(), ElementsAre());
+}
+
+TEST_F(HexDump, WithoutDataIsRefused)
+{
+    EXPECT_EQ(-EINVAL, PLogger::dumpHex(logger.get(), 0, nullptr, 1, 16));
+
+    EXPECT_THAT(texts(), ElementsAre());
+}
+
+TEST_F(HexDump, AboveTheLevelWritesNothing)
+{
+    EXPECT_EQ(0, PLogger::dumpHex(logger.get(), 1, "a", 1, 16));
+
+    EXPECT_THAT(texts(), ElementsAre());
+}

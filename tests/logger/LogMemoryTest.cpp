@@ -1,0 +1,110 @@
+#include "logger/LogTest.h"
+#include "support/AllocationFaults.h"
+
+#include <cerrno>
+#include <functional>
+
+using testing::ElementsAre;
+
+namespace
+{
+class LogMemory : public LogTest
+{
+protected:
+    /// How many allocations iAction makes after it ran once.
+    static int allocations(const std::function<int()>& iAction)
+    {
+        iAction();
+        AllocationFaults::startCounting();
+        iAction();
+        return AllocationFaults::counted();
+    }
+};
+} // namespace
+
+TEST_F(LogMemory, LineOfAThousandCharactersAllocatesNothing)
+{
+    init();
+    const PString text = wide(filler(1000));
+
+    EXPECT_EQ(0, allocations([&] { return PLogger::info(logger.get(), 0, L"%ls", text.ptr()); }));
+
+    EXPECT_THAT(texts(), ElementsAre(filler(1000), filler(1000)));
+}
+
+TEST_F(LogMemory, RotationAllocatesNothing)
+{
+    init({.maxSize = 1, .parts = 3});
+
+    EXPECT_EQ(0, allocations([&] { return PLogger::info(logger.get(), 0, L"a"); }));
+
+    EXPECT_TRUE(exists("test.log.1"));
+}
+
+TEST_F(LogMemory, FilteredLineAllocatesNothing)
+{
+    init();
+
+    EXPECT_EQ(0, allocations([&] { return PLogger::debug(logger.get(), 1, L"%5000d", 1); }));
+}
+
+TEST_F(LogMemory, DumpAllocatesNothing)
+{
+    init();
+
+    EXPECT_EQ(0, allocations([&] { return PLogger::dumpHex(logger.get(), 0, "abc", 3, 16); }));
+}
+
+TEST_F(LogMemory, LinesOfAFileThatCannotBeOpenedAllocateNothing)
+{
+    dir.write("logs", "no directory");
+    init({.file = "logs/test.log"});
+
+    EXPECT_EQ(0, allocations([&] { return PLogger::info(logger.get(), 0, L"a"); }));
+}
+
+TEST_F(LogMemory, LongLineWithoutMemoryIsLostAndCounted)
+{
+    init();
+    const PString text = wide(filler(5000));
+
+    AllocationFaults::failAfter(0);
+    const int result = PLogger::info(logger.get(), 0, L"%ls", text.ptr());
+    AllocationFaults::disarm();
+
+    EXPECT_EQ(-ENOMEM, result);
+    info("a");
+    EXPECT_THAT(texts(), ElementsAre(lossReport(1, -ENOMEM), "a"));
+}
+
+TEST_F(LogMemory, WideDumpWithoutMemoryIsLostAndCounted)
+{
+    init();
+    const std::string bytes = filler(5000);
+
+    AllocationFaults::failAfter(0);
+    const int result = PLogger::dumpHex(logger.get(), 0, bytes.data(), 5000, 5000);
+    AllocationFaults::disarm();
+
+    EXPECT_EQ(-ENOMEM, result);
+    info("a");
+    EXPECT_THAT(texts(), ElementsAre(lossReport(1, -ENOMEM), "a"));
+}
+
+TEST_F(LogMemory, InitWithoutMemoryCanBeRepeated)
+{
+    const PString path = dir.wideFile("test.log");
+    int failures = 0;
+    int result = -ENOMEM;
+    for (; result == -ENOMEM && failures < 100; ++failures)
+    {
+        AllocationFaults::failOnceAfter(failures);
+        result = logger->init(path, L"a longer tag than fits inside", false, 0, 0, 0, true);
+        AllocationFaults::disarm();
+    }
+
+    EXPECT_EQ(0, result);
+    EXPECT_GT(failures, 3);
+    EXPECT_EQ(0, info("a"));
+    EXPECT_EQ(1u, lines().size());
+}
