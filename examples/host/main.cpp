@@ -1,0 +1,139 @@
+// A host: starts the core, sets the sampler going, raises thresholds at run time, and stops.
+
+#include "IConfigManager.h"
+#include "Ixla.h"
+#include "host/PHostOptions.h"
+#include "host/PStopSignal.h"
+#include "shared/IAlarm.h"
+#include "shared/ISample.h"
+#include "shared/PService.h"
+
+#include <chrono>
+#include <cstdio>
+#include <exception>
+
+namespace
+{
+enum EExitCode
+{
+    eExitOk = 0,
+    eExitFailed = 1,
+    eExitUsage = 2
+};
+
+int _startCore(const PHostOptions& iOptions)
+{
+    const int result = ixlaStart(iOptions.coreArguments.data(),
+                                 static_cast<unsigned int>(iOptions.coreArguments.size()));
+    if (result != eIxlaOk)
+    {
+        std::fprintf(stderr, "[host] start failed, result: %d (see the log core.log.file)\n",
+                     result);
+    }
+    return result;
+}
+
+/// Asking for the sampler's service is what makes the core initialise its plugin.
+int _startSampler()
+{
+    if (!ixlaIsInterfaceAvailable(kSamplerId))
+    {
+        std::printf("[host] no sampler among the plugins\n");
+        return eIxlaOk;
+    }
+    PBaseptr<IBase> sampler;
+    const int result = findService(kSamplerId, sampler);
+    if (result != eIxlaOk)
+    {
+        std::fprintf(stderr, "[host] no sampler, result: %d\n", result);
+    }
+    return result;
+}
+
+int _raiseThresholds(const PHostOptions& iOptions)
+{
+    PBaseptr<IConfigManager> manager;
+    int result = findService(kIxlaConfigManagerId, manager);
+    for (const auto& [key, value] : iOptions.raised)
+    {
+        if (result == eIxlaOk)
+        {
+            result = manager->setInt32(kAlarmId, key, value);
+        }
+    }
+    if (result != eIxlaOk)
+    {
+        std::fprintf(stderr, "[host] thresholds not raised, result: %d\n", result);
+    }
+    return result;
+}
+
+/// Until the time is over or a signal comes.
+int _run(const PHostOptions& iOptions, const PStopSignal& iSignal)
+{
+    if (const int result = _startSampler())
+    {
+        return result;
+    }
+    const std::chrono::milliseconds half(iOptions.seconds > 0 ? iOptions.seconds * 500LL : 1000);
+    if (iSignal.waitFor(half))
+    {
+        return eIxlaOk;
+    }
+    if (const int result = _raiseThresholds(iOptions))
+    {
+        return result;
+    }
+    if (iOptions.seconds > 0)
+    {
+        iSignal.waitFor(half);
+    }
+    else
+    {
+        iSignal.wait();
+    }
+    return eIxlaOk;
+}
+
+int _host(const PHostOptions& iOptions)
+{
+    const PStopSignal signal;
+    if (_startCore(iOptions) != eIxlaOk)
+    {
+        return eExitFailed;
+    }
+    const int ran = _run(iOptions, signal);
+    const int stopped = ixlaStop();
+    if (stopped != eIxlaOk)
+    {
+        std::fprintf(stderr, "[host] stop failed, result: %d\n", stopped);
+    }
+    return ran == eIxlaOk && stopped == eIxlaOk ? eExitOk : eExitFailed;
+}
+} // namespace
+
+int main(int iCount, char** iArguments)
+{
+    try
+    {
+        PHostOptions options;
+        std::string problem;
+        if (!options.parse({iArguments + 1, iArguments + iCount}, problem))
+        {
+            std::fprintf(stderr, "[host] bad argument: %s\n%s", problem.c_str(),
+                         PHostOptions::usage());
+            return eExitUsage;
+        }
+        if (options.help)
+        {
+            std::fputs(PHostOptions::usage(), stdout);
+            return eExitOk;
+        }
+        return _host(options);
+    }
+    catch (const std::exception& problem)
+    {
+        std::fprintf(stderr, "[host] %s\n", problem.what());
+        return eExitFailed;
+    }
+}
