@@ -1,0 +1,22 @@
+#!/usr/bin/env bash
+# Checks that the code in a document is that of the file which its fence names, "```cpp FILE":
+# check_snippets.sh DOCUMENT ROOT
+set -u
+
+document=$1
+root=$2
+failed=0
+found=0
+for file in $(sed -n 's/^```cpp //p' "$document"); do
+    found=$((found + 1))
+    snippet=$(awk -v fence="\`\`\`cpp $file" '$0 == "```" { on = 0 } on; $0 == fence { on = 1 }' \
+        "$document")
+    if ! diff -u --label "$file" --label "$(basename "$document")" "$root/$file" - <<<"$snippet"; then
+        failed=1
+    fi
+done
+if [ "$found" -eq 0 ]; then
+    echo "$document shows no code" >&2
+    failed=1
+fi
+exit $failed

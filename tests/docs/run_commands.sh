@@ -1,0 +1,11 @@
+#!/usr/bin/env bash
+# Runs the commands that a document shows as "```sh", as they stand: run_commands.sh DOCUMENT ROOT
+set -eu
+
+commands=$(awk '$0 == "```" { on = 0 } on; $0 == "```sh" { on = 1 }' "$1")
+if [ -z "$commands" ]; then
+    echo "$1 shows no commands" >&2
+    exit 1
+fi
+cd "$2"
+bash -euc "$commands"
