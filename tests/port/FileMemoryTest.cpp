@@ -48,12 +48,13 @@ TEST_F(FileMemory, LineThatCouldNotBeReadComesLater)
     openForReading(longLine + "\nnext\n");
     PString line(L"same");
 
-    for (int skip = 0; skip < 4; ++skip)
+    int failures = 0;
+    while (readWithout(failures, line) == -12)
     {
-        ASSERT_EQ(-12, readWithout(skip, line)) << skip;
-        ASSERT_EQ(PLiteral(L"same"), line);
+        ASSERT_EQ(PLiteral(L"same"), line) << failures;
+        ASSERT_LT(++failures, 20);
     }
-    EXPECT_EQ(0, file.preadLine(line));
+    EXPECT_GT(failures, 2);
     EXPECT_EQ(longLine, narrow(line));
     EXPECT_EQ(0, file.preadLine(line));
     EXPECT_EQ("next", narrow(line));
