@@ -7,6 +7,9 @@
 #include "plugins/ITestService.h"
 #include "portinglayer/PCounterSync.h"
 
+#include <iterator>
+#include <memory>
+
 extern "C" int ixlalTestStep(const char* iStep);
 
 #define TEST_STEP(step) ixlalTestStep(TEST_PLUGIN_NAME "." step)
@@ -87,13 +90,13 @@ public:
     PString* getInterfaces(unsigned int& oCount) override
     {
         TEST_STEP("getInterfaces");
-        PString* ids = new PString[sizeof sIDs / sizeof *sIDs];
+        std::unique_ptr<PString[]> ids(new PString[std::size(sIDs)]);
         oCount = 0;
         for (const wchar_t* id : sIDs)
         {
             ids[oCount++] = id;
         }
-        return ids;
+        return ids.release();
     }
 
     int getInstance(const PLiteral& iInterfaceId, IBase*& oInstance) override
