@@ -60,9 +60,31 @@ public:
     static int error(PLogger* iLogger, int iLevel, const wchar_t* iFormat, ...) noexcept;
     static int debug(PLogger* iLogger, int iLevel, const wchar_t* iFormat, ...) noexcept;
 
-    /// The same with an argument list. On 32-bit x86 that is a char*, so neither a plain char* nor
-    /// a string literal may be the first argument of the forms above: pass narrow text as const
-    /// char*.
+    /// The same. They keep a literal 0 or a string literal as first argument from being taken for
+    /// an argument list, which is a char* on 32-bit x86.
+    template <class... TArgs>
+    static int info(PLogger* iLogger, int iLevel, const wchar_t* iFormat, TArgs... iArgs) noexcept
+    {
+        const Form form = &PLogger::info;
+        return form(iLogger, iLevel, iFormat, iArgs...);
+    }
+
+    template <class... TArgs>
+    static int error(PLogger* iLogger, int iLevel, const wchar_t* iFormat, TArgs... iArgs) noexcept
+    {
+        const Form form = &PLogger::error;
+        return form(iLogger, iLevel, iFormat, iArgs...);
+    }
+
+    template <class... TArgs>
+    static int debug(PLogger* iLogger, int iLevel, const wchar_t* iFormat, TArgs... iArgs) noexcept
+    {
+        const Form form = &PLogger::debug;
+        return form(iLogger, iLevel, iFormat, iArgs...);
+    }
+
+    /// The same with an argument list. So on 32-bit x86 a plain char* must not be the first
+    /// argument of the forms above: pass narrow text as const char*.
     static int info(PLogger* iLogger, int iLevel, const wchar_t* iFormat, va_list iArgs) noexcept;
     static int error(PLogger* iLogger, int iLevel, const wchar_t* iFormat, va_list iArgs) noexcept;
     static int debug(PLogger* iLogger, int iLevel, const wchar_t* iFormat, va_list iArgs) noexcept;
@@ -78,6 +100,8 @@ public:
                        unsigned int iWidth) noexcept;
 
 private:
+    typedef int (*Form)(PLogger*, int, const wchar_t*, ...);
+
     int write(char iKind, bool iShowText, const wchar_t* iFormat, va_list iArgs) noexcept;
 
     PLogFile* fFile; ///< null until init, and while disabled

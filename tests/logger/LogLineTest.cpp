@@ -162,8 +162,7 @@ TEST_F(LogLine, TakesNarrowTextInTheCLocale)
     std::setlocale(LC_ALL, "C");
     init();
 
-    const char* const name = "operation";
-    PLogger::info(logger.get(), 0, L"[%s] done", name);
+    PLogger::info(logger.get(), 0, L"[%s] done", "operation");
 
     EXPECT_THAT(texts(), ElementsAre("[operation] done"));
 }
@@ -197,8 +196,7 @@ TEST_F(LogLine, ThatCannotBeFormattedIsItsFormat)
     ASSERT_NE(nullptr, std::setlocale(LC_ALL, "C.UTF-8"));
     init();
 
-    const char* const invalid = "\xFF\xFE";
-    EXPECT_EQ(0, PLogger::error(logger.get(), 0, L"bad %s %d", invalid, 7));
+    EXPECT_EQ(0, PLogger::error(logger.get(), 0, L"bad %s %d", "\xFF\xFE", 7));
 
     EXPECT_THAT(texts(), ElementsAre("bad %s %d"));
 }
@@ -233,6 +231,17 @@ int _infoList(PLogger* iLogger, const wchar_t* iFormat, ...)
     return result;
 }
 } // namespace
+
+TEST_F(LogLine, TakesLiteralsAsFirstArgument)
+{
+    init();
+
+    PLogger::info(logger.get(), 0, L"%d", 0);
+    PLogger::error(logger.get(), 0, L"%s", "text");
+    PLogger::debug(logger.get(), 0, L"%.1f", 0.5f);
+
+    EXPECT_THAT(texts(), ElementsAre("0", "text", "0.5"));
+}
 
 TEST_F(LogLine, TakesArgumentListsOfShortAndLongTexts)
 {
