@@ -141,6 +141,11 @@ protected:
     /// Hook that frees the held object when the last holder has gone.
     virtual void freePtr()
     {
+        // The interfaces are polymorphic without a virtual destructor, so nothing can be destroyed
+        // through them: only the memory goes.
+        typedef typename std::conditional<std::is_polymorphic<T>::value &&
+                                              !std::has_virtual_destructor<T>::value,
+                                          MemoryOnly, Destroyed>::type Destruction;
         if (fPtr)
         {
             freeAs(Destruction());
@@ -254,11 +259,6 @@ private:
     struct MemoryOnly
     {
     };
-    // The interfaces are polymorphic without a virtual destructor, so nothing can be destroyed
-    // through them: only the memory goes.
-    typedef typename std::conditional<std::is_polymorphic<T>::value &&
-                                          !std::has_virtual_destructor<T>::value,
-                                      MemoryOnly, Destroyed>::type Destruction;
 
     PPtr(T* iPtr, unsigned int* iCounter, int iType) noexcept
         : fPtr(iPtr), fCounter(iCounter), fType(iType)
