@@ -27,8 +27,7 @@ int _startCore(const PHostOptions& iOptions)
                                  static_cast<unsigned int>(iOptions.coreArguments.size()));
     if (result != eIxlaOk)
     {
-        std::fprintf(stderr, "[host] start failed, result: %d (see the log core.log.file)\n",
-                     result);
+        std::fprintf(stderr, "[host] start failed, result: %d; the core's log says why\n", result);
     }
     return result;
 }

@@ -21,8 +21,15 @@ protected:
         listener = TestListener::make(journal, "L");
     }
 
+    // An unlock that failed left the mutex held. A destruction whose own locking fails gives that
+    // lock back, so that no held mutex is destroyed.
     void TearDown() override
     {
+        if (fHeld)
+        {
+            failOnce(PortFaults::mutexLock);
+            dispatcher.clear();
+        }
         PortFaults::reset();
     }
 
@@ -42,6 +49,12 @@ protected:
         ioFault.armOnThisThread(kCode, 0, 1);
     }
 
+    void failUnlock()
+    {
+        failOnce(PortFaults::mutexUnlock);
+        fHeld = true;
+    }
+
     int add()
     {
         return dispatcher->addListener(kTopic, listener.get());
@@ -58,6 +71,9 @@ protected:
     }
 
     PBaseptr<TestListener> listener;
+
+private:
+    bool fHeld = false;
 };
 
 TEST_F(EventDispatcherFailure, InitReturnsAndLogsTheCodeOfTheMutex)
@@ -84,7 +100,7 @@ TEST_F(EventDispatcherFailure, AddReturnsAndLogsTheCodeOfLocking)
 TEST_F(EventDispatcherFailure, AddReturnsAndLogsTheCodeOfUnlockingThoughItAdded)
 {
     open();
-    failOnce(PortFaults::mutexUnlock);
+    failUnlock();
 
     EXPECT_EQ(kCode, add());
 
@@ -95,7 +111,7 @@ TEST_F(EventDispatcherFailure, AddReturnsAndLogsTheCodeOfUnlockingThoughItAdded)
 TEST_F(EventDispatcherFailure, FailedUnlockReplacesAnyResult)
 {
     subscribe();
-    failOnce(PortFaults::mutexUnlock);
+    failUnlock();
 
     EXPECT_EQ(kCode, add());
 }
@@ -114,7 +130,7 @@ TEST_F(EventDispatcherFailure, RemoveReturnsAndLogsTheCodeOfLocking)
 TEST_F(EventDispatcherFailure, RemoveReturnsAndLogsTheCodeOfUnlockingThoughItRemoved)
 {
     subscribe();
-    failOnce(PortFaults::mutexUnlock);
+    failUnlock();
 
     EXPECT_EQ(kCode, remove());
 
@@ -137,7 +153,7 @@ TEST_F(EventDispatcherFailure, SendReturnsAndLogsTheCodeOfLockingAndNotifiesNobo
 TEST_F(EventDispatcherFailure, SendReturnsAndLogsTheCodeOfUnlockingAndNotifiesNobody)
 {
     subscribe();
-    failOnce(PortFaults::mutexUnlock);
+    failUnlock();
 
     EXPECT_EQ(kCode, send());
 
@@ -178,6 +194,7 @@ TEST_F(EventDispatcherFailure, DestructionCarriesOnWhenLockingFails)
 TEST_F(EventDispatcherFailure, DestructionLogsAFailedUnlock)
 {
     open();
+    failOnce(PortFaults::mutexLock);
     failOnce(PortFaults::mutexUnlock);
 
     dispatcher.clear();

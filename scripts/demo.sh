@@ -1,0 +1,23 @@
+#!/usr/bin/env bash
+# Builds the product and shows it at work: demo.sh
+set -eu
+
+root=$(cd "$(dirname "$0")/.." && pwd)
+build=$root/build/demo
+
+"$root/scripts/install-deps.sh" build
+
+quietly() {
+    "$@" >"$build/build.log" 2>&1 || {
+        tail -n 40 "$build/build.log" >&2
+        exit 1
+    }
+}
+
+cd "$root"
+mkdir -p "$build"
+echo "Building the product and the examples in $build"
+quietly cmake --preset release -B "$build" -DIXLAL_BUILD_TESTS=OFF
+quietly cmake --build "$build"
+
+"$root/examples/run-demo.sh" --keep "$build" 4
