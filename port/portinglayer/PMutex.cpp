@@ -19,13 +19,14 @@ PMutex::PMutex() noexcept : fHandle(), fOwner(0), fDepth(0), fOpen(false), fRepe
 {
 }
 
-PMutex::~PMutex()
+PMutex::~PMutex() IXLA_NO_THREAD_SAFETY_ANALYSIS
 {
-    if (__atomic_load_n(&fOpen, __ATOMIC_RELAXED))
+    while (unlock() == 0)
     {
-        // Fails only for a mutex that is still held, which nobody is left to be told about.
-        pthread_mutex_destroy(&fHandle);
     }
+    // Fails for a mutex that is not open, and for one that another thread holds, which is left as
+    // it is: a held one must not be destroyed.
+    close();
 }
 
 int PMutex::init(bool iRepeatable) noexcept

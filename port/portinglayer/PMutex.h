@@ -15,7 +15,7 @@ class IXLA_EXPORT IXLA_CAPABILITY("mutex") PMutex
 public:
     PMutex() noexcept;
 
-    /// Closes an open mutex.
+    /// Gives back what the calling thread still holds and closes an open mutex.
     ~PMutex();
 
     PMutex(const PMutex&) = delete;
