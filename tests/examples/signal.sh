@@ -2,7 +2,7 @@
 # A signal stops the example host in good order: signal.sh EXAMPLES_BUILD_DIR SIGNAL
 set -eu
 
-built=$1
+built=$(cd "$1" && pwd)
 signal=$2
 config=$(cd "$(dirname "$0")/../../examples/config" && pwd)
 work=$(mktemp -d "${TMPDIR:-/tmp}/ixlal-test-XXXXXX")
