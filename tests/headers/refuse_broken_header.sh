@@ -7,7 +7,8 @@ compiler=$1 standard=$2 bits=$3 root=$4
 here=$(dirname "$0")
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
-cp -r "$root/include" "$root/port" "$work"
+# Real copies also of linked directories, so that nothing is ever written below ROOT.
+cp -rL "$root/include" "$root/port" "$work"
 
 # refused NAME SCRIPT: the copy of include/IPlugin.h that sed makes must be refused, and only it.
 refused()

@@ -243,11 +243,15 @@ TEST_F(FileTest, ByteOrderMarkAsTextAtTheStartComesBack)
 TEST_F(FileTest, AnySequenceOfCharactersComesBack)
 {
     std::mt19937 random(17);
+    const auto below = [&random](std::uint32_t iLimit)
+    {
+        return static_cast<std::uint32_t>(random() % iLimit);
+    };
     std::vector<PString> lines;
     for (int i = 0; i < 2000; ++i)
     {
-        lines.push_back(text({random() % 0x80, 0xDC80 + random() % 0x80, 0xDC80 + random() % 0x80,
-                              random(), random() % 0x110000, 0xD800 + random() % 0x800}));
+        lines.push_back(text({below(0x80), 0xDC80 + below(0x80), 0xDC80 + below(0x80), below(~0u),
+                              below(0x110000), 0xD800 + below(0x800)}));
     }
 
     EXPECT_TRUE(comeBack(lines));

@@ -300,7 +300,8 @@ TEST(Utf8, RandomCharactersComeBack)
     std::mt19937 random(7);
     for (int round = 0; round < 50000; ++round)
     {
-        const Text text = {random(), random() % 0x120000, random() % 0x10000, random() % 0x100};
+        const auto bits = static_cast<std::uint32_t>(random());
+        const Text text = {bits, bits % 0x120000, bits % 0x10000, bits % 0x100};
         ASSERT_TRUE(textComesBack(text, round % 2 == 0)) << hex(text);
     }
 }
