@@ -187,7 +187,9 @@ int PEventDispatcher::nl_addListener(const PLiteral& iTopic, IEventListener* iLi
     return ixlaGuarded(
         [&]
         {
-            _appendListener(listeners, iListener);
+            // Made in place: a holder that the vector had to drop again would release, and perhaps
+            // destroy, a listener that is still the caller's.
+            listeners.emplace_back(iListener);
             return eIxlaOk;
         });
 }
@@ -199,10 +201,8 @@ int PEventDispatcher::nl_addTopic(const PLiteral& iTopic, IEventListener* iListe
     const int result = ixlaGuarded(
         [&]
         {
-            auto listeners = std::make_unique<Listeners>();
-            Listeners& added = *listeners;
-            fresh.emplace(PString(iTopic), std::move(listeners));
-            _appendListener(added, iListener);
+            const auto topic = fresh.emplace(PString(iTopic), std::make_unique<Listeners>()).first;
+            topic->second->emplace_back(iListener);
             return eIxlaOk;
         });
     if (result == eIxlaOk)
@@ -257,17 +257,6 @@ PEventDispatcher::_findListener(Listeners& ioListeners, const IEventListener* iL
     return std::find_if(ioListeners.begin(), ioListeners.end(),
                         [iListener](const PBaseptr<IEventListener>& iEntry)
                         { return iEntry.get() == iListener; });
-}
-
-// The room is made first: a holder that the vector had to drop again would release, and perhaps
-// destroy, a listener that the caller still owns.
-void PEventDispatcher::_appendListener(Listeners& ioListeners, IEventListener* iListener)
-{
-    if (ioListeners.size() == ioListeners.capacity())
-    {
-        ioListeners.reserve(std::max<std::size_t>(1, ioListeners.size() * 2));
-    }
-    ioListeners.emplace_back(iListener);
 }
 
 void PEventDispatcher::deliver(const Listeners& iListeners, const PLiteral& iTopic, IBase* iParam1,

@@ -54,7 +54,6 @@ private:
 
     static Listeners::iterator _findListener(Listeners& ioListeners,
                                              const IEventListener* iListener);
-    static void _appendListener(Listeners& ioListeners, IEventListener* iListener);
 
     void deliver(const Listeners& iListeners, const PLiteral& iTopic, IBase* iParam1,
                  int iParam2) const;

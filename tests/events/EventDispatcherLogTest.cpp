@@ -96,6 +96,22 @@ TEST_F(EventDispatcherLog, RemovingIsLoggedWithItsResult)
                     "[EventDispatcher][removeListener] res: 0"));
 }
 
+TEST_F(EventDispatcherLog, RemovingReleasesTheListenerBeforeItsResultIsLogged)
+{
+    auto listener = add("L");
+    TestListener* const raw = listener.get();
+    int results = -1;
+    raw->onDestroy = [&]
+    {
+        results = count("[EventDispatcher][removeListener] res:");
+    };
+    listener.clear();
+
+    dispatcher->removeListener(kTopic, raw);
+
+    EXPECT_EQ(0, results);
+}
+
 TEST_F(EventDispatcherLog, InvalidRemovingIsLoggedWithoutResult)
 {
     dispatcher->removeListener(kTopic, nullptr);
