@@ -35,8 +35,8 @@ public:
                            PBaseptr<IConfig>& oConfig) = 0;
 
     /// The same into a configuration that this manager made. Later values win, attributes stay as
-    /// first given; what was read before a bad line stays. -502 for an empty ioConfig. No other
-    /// thread may use the configuration meanwhile. [any thread]
+    /// first given; what was read before a bad line stays. -502 for an empty ioConfig, except by
+    /// ID. No other thread may use the configuration meanwhile. [any thread]
     virtual int appendByID(const PLiteral& iID, PBaseptr<IConfig> ioConfig) = 0;
     virtual int appendByFile(const PLiteral& iFile, PBaseptr<IConfig> ioConfig) = 0;
     virtual int appendByArgs(const std::vector<PString>& iArgs, PBaseptr<IConfig> ioConfig) = 0;
