@@ -87,7 +87,6 @@ void PCore::openLog(const PStartArguments& iArguments)
     logger->init(iArguments.fLogFile, L"Core", false,
                  static_cast<unsigned int>(iArguments.fLogMaxSize), iArguments.fLogParts,
                  iArguments.fLogMaxCount, iArguments.fLogEnable);
-    delete getCoreLogger();
     setCoreLogger(logger);
     logger->setLevel(iArguments.fLogLevel);
     if (std::getenv(kConsoleVariable))
@@ -185,9 +184,12 @@ void PCore::publishDefault(const PLiteral& iKey, int iValue, int& ioResult)
 int PCore::readLoadList(std::vector<PString>& oLoadList)
 {
     PString list;
-    if (fConfig->getString(L"core.load.plugin.list", list) != 0)
+    const int result = fConfig->getString(L"core.load.plugin.list", list);
+    if (result != 0)
     {
-        return eIxlaOk;
+        // A list that could not be read for lack of memory must not pass for none: without one
+        // every library is loaded.
+        return result == eIxlaNoMemory ? result : eIxlaOk;
     }
     PLogger::debug(getCoreLogger(), 0, L"[startFlow] Parse loadPluginsList: %ls", list.ptr());
     PString name;
@@ -316,7 +318,7 @@ int PCore::initAutoStartList()
     if (result != 0)
     {
         PLogger::debug(getCoreLogger(), 0, L"[startFlow] No autostart property res: %d", result);
-        return eIxlaOk;
+        return result == eIxlaNoMemory ? result : eIxlaOk;
     }
     PLogger::info(getCoreLogger(), 0, L"[startFlow] Get autostart list: %ls", list.ptr());
     PString name;

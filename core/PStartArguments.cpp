@@ -4,6 +4,8 @@
 #include "core/PCoreLog.h"
 #include "portinglayer/PUtils.h"
 
+#include <cerrno>
+
 namespace
 {
 int _refuse(const PString& iKey, const PString& iValue, int iError)
@@ -51,11 +53,16 @@ int PStartArguments::parse(const PString* iArgs, unsigned int iCount)
     PString value;
     for (unsigned int i = 0; i < iCount; ++i)
     {
-        if (PUtils::getKeyValue(iArgs[i], key, value, L'=') != 0)
+        int result = PUtils::getKeyValue(iArgs[i], key, value, L'=');
+        if (result == -ENOMEM)
+        {
+            return eIxlaNoMemory;
+        }
+        if (result != 0)
         {
             continue;
         }
-        const int result = parseOne(key, value);
+        result = parseOne(key, value);
         if (result != 0)
         {
             return result;

@@ -9,8 +9,8 @@ class PStartArguments
 {
 public:
     /// Reads iCount arguments of the form key=value; a later one of the same key wins, and one
-    /// without "=" is skipped. Returns 0, or -502 for a value that is none for its key, which is
-    /// logged first. May throw std::bad_alloc.
+    /// without "=" is skipped. Returns 0, -501, or -502 for a value that is none for its key, which
+    /// is logged first. May throw std::bad_alloc.
     int parse(const PString* iArgs, unsigned int iCount);
 
     PString fCorePrsFile;
