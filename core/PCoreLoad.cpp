@@ -218,9 +218,13 @@ int PCore::processPlugin(PBaseptr<IPlugin> iPlugin, PPtr<PLibrary> iLibrary)
     record->fLibrary = iLibrary;
     PLogger::debug(getCoreLogger(), 0, L"[processPlugin] Add corePlugin: %p",
                    static_cast<void*>(record.get()));
-    fCorePlugins.push_back(record.get());
-    addInterfaces(*record.release());
-    return eIxlaOk;
+    return ixlaGuarded(
+        [&]
+        {
+            fCorePlugins.push_back(record.get());
+            addInterfaces(*record.release());
+            return eIxlaOk;
+        });
 }
 
 int PCore::checkInterfaces(const PString* iIDs, unsigned int iCount)
