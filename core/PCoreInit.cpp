@@ -59,10 +59,6 @@ int PCore::initPlugin(PCorePlugin& ioRecord)
     {
         return eIxlaLockFailed;
     }
-    if (ioRecord.fInitState == PCorePlugin::eInitialised)
-    {
-        return eIxlaOk;
-    }
     if (ioRecord.fInitState == PCorePlugin::eInitFailed)
     {
         return eIxlaInitFailed;
@@ -78,6 +74,10 @@ int PCore::initPlugin(PCorePlugin& ioRecord)
             return result;
         }
         return lock.unlock() == 0 ? result : eIxlaUnlockFailed;
+    }
+    if (ioRecord.fInitState != PCorePlugin::eNotInitialised)
+    {
+        return eIxlaOk;
     }
     ioRecord.fInitState = PCorePlugin::eInitialising;
     ioRecord.fInitThreadId = PThread::getCurrentThreadId();
