@@ -14,6 +14,19 @@ namespace
 class CoreAllocation : public testing::Test
 {
 protected:
+    /// The arguments of a start, made beforehand: CoreRun::start would itself run out of memory.
+    std::vector<PString> coreArguments() const
+    {
+        std::vector<PString> arguments;
+        for (const char* key :
+             {"core.plugins.dir", "core.plugins.config.dir", "core.plugins.log.dir"})
+        {
+            arguments.push_back(wide(std::string(key) + "=" + fCore.dir.file("plugins")));
+        }
+        arguments.push_back(L"core.free.plugins.lib=false");
+        return arguments;
+    }
+
     CoreRun fCore;
 };
 
@@ -33,15 +46,11 @@ TEST_F(CoreAllocation, RequestOfAnInitialisedPluginAllocatesNothing)
 
 TEST_F(CoreAllocation, EveryFailureDuringStartEndsItWithACodeAndLeavesNothing)
 {
-    std::vector<PString> arguments;
-    for (const char* key : {"core.plugins.dir", "core.plugins.config.dir", "core.plugins.log.dir"})
-    {
-        arguments.push_back(wide(std::string(key) + "=" + fCore.dir.file("plugins")));
-    }
+    std::vector<PString> arguments = coreArguments();
     arguments.push_back(L"core.load.plugin.list=one,two");
     arguments.push_back(L"core.autostart.list=a-plugin-of-a-rather-long-name");
-    arguments.push_back(L"core.free.plugins.lib=false");
     arguments.push_back(L"custom.config.a=b");
+    fCore.addPlugin("alpha"); // not in the list
     testing::internal::CaptureStderr();
     int failed = 0;
     int swept = 0;
@@ -64,7 +73,51 @@ TEST_F(CoreAllocation, EveryFailureDuringStartEndsItWithACodeAndLeavesNothing)
     testing::internal::GetCapturedStderr();
     EXPECT_LT(50, swept);
     EXPECT_LT(40, failed);
+    EXPECT_EQ(0, PluginHooks::count("alpha.factory"));
     RecordProperty("swept", swept);
+}
+
+TEST_F(CoreAllocation, BadArgumentIsNeverSkipped)
+{
+    const PString argument(L"core.log.level=high");
+    int swept = 0;
+    for (bool struck = true; struck; ++swept)
+    {
+        AllocationFaults::failOnceAfter(swept);
+        const int result = ixlaStart(&argument, 1);
+        AllocationFaults::disarm();
+        struck = AllocationFaults::struck();
+        ASSERT_EQ(struck ? -501 : -502, result) << swept;
+    }
+    EXPECT_LT(2, swept);
+}
+
+TEST_F(CoreAllocation, BuiltInPluginThatCannotBeRegisteredIsLogged)
+{
+    std::vector<PString> arguments = coreArguments();
+    arguments.push_back(wide("core.log.file=" + fCore.logFile()));
+    testing::internal::CaptureStderr();
+    bool struck = true;
+    for (int skip = 0; struck; ++skip)
+    {
+        AllocationFaults::failOnceAfter(skip);
+        const int result = ixlaStart(arguments.data(), static_cast<unsigned>(arguments.size()));
+        AllocationFaults::disarm();
+        struck = AllocationFaults::struck();
+        ASSERT_EQ(result == 0 ? 0 : -1002, ixlaStop()) << skip;
+    }
+    testing::internal::GetCapturedStderr();
+    int failures = 0;
+    for (const char* name : {"IConfig", "IEventDispatcher", "ILogger"})
+    {
+        const int lines = fCore.logCount("E Core [loadInternalPlugins] Failed to process " +
+                                         std::string(name) + " plugin err: -501");
+        EXPECT_LE(1, lines) << name;
+        failures += lines;
+    }
+    // A plugin that could not even be made ends the start without a line of its own.
+    EXPECT_LT(failures,
+              fCore.logCount("E Core [startFlow] Failed to load internal plugins err: -501"));
 }
 
 TEST_F(CoreAllocation, FailedRegistrationLeavesNoInterfaceBehind)
@@ -98,14 +151,28 @@ TEST_F(CoreAllocation, FailedRegistrationLeavesNoInterfaceBehind)
     EXPECT_LT(5, swept);
 }
 
-TEST_F(CoreAllocation, FirstRequestOfAServiceFailsCleanlyAndForGood)
+TEST_F(CoreAllocation, PluginThatRunsOutOfMemoryInInitStaysFailed)
+{
+    fCore.addPlugin("alpha");
+    ASSERT_EQ(0, fCore.start());
+    IBase* instance = nullptr;
+    AllocationFaults::failAfter(0);
+    const int failing = ixlaGetInstance(L"test.alpha", instance);
+    AllocationFaults::disarm();
+    EXPECT_EQ(-2003, failing);
+    EXPECT_EQ(-2003, ixlaGetInstance(L"test.alpha", instance));
+    EXPECT_EQ(nullptr, instance);
+    EXPECT_EQ(1, fCore.logCount("] Plugin threw an exception in init"));
+}
+
+TEST_F(CoreAllocation, UnknownInterfaceNeedsNoMemory)
 {
     ASSERT_EQ(0, fCore.start());
-    AllocationFaults::failAfter(0);
     IBase* instance = nullptr;
-    const int failing = ixlaGetInstance(L"test.nobody", instance);
+    AllocationFaults::failAfter(0);
+    const int result = ixlaGetInstance(L"test.nobody", instance);
     AllocationFaults::disarm();
-    EXPECT_EQ(-2001, failing);
+    EXPECT_EQ(-2001, result);
     EXPECT_EQ(nullptr, instance);
 }
 
@@ -118,6 +185,6 @@ TEST_F(CoreAllocation, StopNeedsNoMemory)
     EXPECT_EQ(0, result);
     EXPECT_EQ(1, fCore.logCount("E Core [stopFlow] Failed to create notify core exit thread err: "
                                 "-501"));
-    EXPECT_EQ(1, fCore.logCount("[stopFlow] Done."));
+    EXPECT_EQ(1, fCore.logCount("D Core [stopFlow] Done."));
 }
 } // namespace

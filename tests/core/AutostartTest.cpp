@@ -55,7 +55,8 @@ TEST_F(Autostart, FailureBeforeTheLastMatchIsOnlyLogged)
 {
     PluginHooks::on("alpha.init", [] { return -1; });
     EXPECT_EQ(0, init(L"libsame.so"));
-    EXPECT_EQ(1, fCore.logCount("[initAutoStartPlugin] Failed to init autostart plugin err: -1"));
+    EXPECT_EQ(
+        1, fCore.logCount("E Core [initAutoStartPlugin] Failed to init autostart plugin err: -1"));
 }
 
 TEST_F(Autostart, NameWithoutAMatchIsNoFailure)

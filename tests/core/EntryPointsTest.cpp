@@ -109,11 +109,14 @@ TEST_F(EntryPoints, LookupsWhileStartingAreRefusedAndLogged)
     EXPECT_EQ(-1002, unload);
     EXPECT_FALSE(available);
     EXPECT_EQ(-1001, start);
-    EXPECT_EQ(1, fCore.logCount("[ixlaGetInstance] Core is not started cannot get instance for "
-                                "interface ID: com.kelvora.ixla.logger"));
-    EXPECT_EQ(1, fCore.logCount("[ixlaUnloadPlugin] Core is not started cannot unload plugin."));
-    EXPECT_EQ(1, fCore.logCount("[ixlaIsInterfaceAvailable] Core is not started cannot check for "
-                                "interface ID"));
+    EXPECT_EQ(1,
+              fCore.logCount("E Core [ixlaGetInstance] Core is not started cannot get instance for "
+                             "interface ID: com.kelvora.ixla.logger"));
+    EXPECT_EQ(
+        1, fCore.logCount("E Core [ixlaUnloadPlugin] Core is not started cannot unload plugin."));
+    EXPECT_EQ(
+        1, fCore.logCount("E Core [ixlaIsInterfaceAvailable] Core is not started cannot check for "
+                          "interface ID"));
 }
 
 TEST_F(EntryPoints, AvailabilityIsLoggedAndInitialisesNothing)
@@ -123,7 +126,28 @@ TEST_F(EntryPoints, AvailabilityIsLoggedAndInitialisesNothing)
     EXPECT_TRUE(ixlaIsInterfaceAvailable(L"test.alpha"));
     EXPECT_FALSE(ixlaIsInterfaceAvailable(L"test.nobody"));
     EXPECT_EQ(0, PluginHooks::count("alpha.init"));
-    EXPECT_EQ(1, fCore.logCount("[ixlaIsInterfaceAvailable] Check for interface ID: test.alpha"));
-    EXPECT_EQ(1, fCore.logCount("[ixlaIsInterfaceAvailable] return res: 1"));
-    EXPECT_EQ(1, fCore.logCount("[ixlaIsInterfaceAvailable] return res: 0"));
+    EXPECT_EQ(
+        1, fCore.logCount("D Core [ixlaIsInterfaceAvailable] Check for interface ID: test.alpha"));
+    EXPECT_EQ(1, fCore.logCount("D Core [ixlaIsInterfaceAvailable] return res: 1"));
+    EXPECT_EQ(1, fCore.logCount("D Core [ixlaIsInterfaceAvailable] return res: 0"));
+}
+
+TEST_F(EntryPoints, EachOperationIsFramedInTheLog)
+{
+    const std::string frame = "D Core **************************************************";
+    fCore.addPlugin("alpha");
+    ASSERT_EQ(0, fCore.start());
+    ASSERT_NE(nullptr, fCore.get<ITestService>(L"test.alpha"));
+    int before = fCore.logCount(frame);
+    EXPECT_NE(nullptr, fCore.get<ITestService>(L"test.alpha"));
+    EXPECT_EQ(before + 2, fCore.logCount(frame));
+    before = fCore.logCount(frame);
+    EXPECT_TRUE(ixlaIsInterfaceAvailable(L"test.alpha"));
+    EXPECT_EQ(before + 2, fCore.logCount(frame));
+    before = fCore.logCount(frame);
+    EXPECT_EQ(-1016, ixlaUnloadPlugin(nullptr));
+    EXPECT_EQ(before + 2, fCore.logCount(frame));
+    before = fCore.logCount(frame);
+    EXPECT_EQ(0, fCore.stop());
+    EXPECT_EQ(before + 2, fCore.logCount(frame));
 }

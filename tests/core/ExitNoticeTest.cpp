@@ -68,7 +68,7 @@ protected:
 TEST_F(ExitReport, SucceedsOnItsOwn)
 {
     EXPECT_EQ(0, PCore::getCore()->notifyCoreExit());
-    EXPECT_EQ(1, fCore.logCount("[notifyCoreExit] Done."));
+    EXPECT_EQ(1, fCore.logCount("D Core [notifyCoreExit] Done."));
 }
 
 TEST_F(ExitReport, FailingLockIsReported)

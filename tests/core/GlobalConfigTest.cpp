@@ -45,7 +45,7 @@ TEST_F(GlobalConfig, MissingLogDirIsRefusedAfterTheConfigDirWasPublished)
 {
     fCore.erase("core.plugins.log.dir");
     EXPECT_EQ(-1010, fCore.start());
-    EXPECT_EQ(1, fCore.logCount("[setGlobalConfig] Set plugins config dir: "));
+    EXPECT_EQ(1, fCore.logCount("D Core [setGlobalConfig] Set plugins config dir: "));
     EXPECT_EQ(1, fCore.logCount("E Core [setGlobalConfig] No plugins log dir err: -504"));
     EXPECT_EQ(1, fCore.logCount("E Core [startFlow] Failed to fill central config err: -1010"));
 }

@@ -1,4 +1,5 @@
 #include "Ixla.h"
+#include "core/LogOrder.h"
 #include "plugins/ITestService.h"
 #include "support/CoreRun.h"
 #include "support/PluginHooks.h"
@@ -6,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <future>
 #include <stdexcept>
 #include <thread>
@@ -240,25 +242,41 @@ TEST_F(Init, LookupLinesHaveTheirLevels)
 {
     fCore.set("core.log.level", "1");
     startWith("alpha");
+    const int frames = fCore.logCount("*****");
     EXPECT_EQ(0, request(L"test.alpha"));
+    EXPECT_EQ(frames, fCore.logCount("*****"));
     EXPECT_EQ(0, fCore.logCount("[getInstanceInternal] Get instance for interface ID"));
+    EXPECT_EQ(0, fCore.logCount("] Get instance from plugin"));
+    EXPECT_EQ(0, fCore.logCount("] Return instance"));
     EXPECT_EQ(1, fCore.logCount("I Core [getInstanceInternal] Call initPlugin() for " +
                                 fCore.dir.file("plugins/libalpha.so")));
 }
 
-TEST_F(Init, LogTellsTheSteps)
+TEST_F(Init, LookupLinesOfHigherLevelsAreLeftOut)
+{
+    fCore.set("core.log.level", "0");
+    startWith("alpha");
+    EXPECT_EQ(0, request(L"test.alpha"));
+    EXPECT_EQ(0, fCore.logCount("[getInstanceInternal]"));
+    EXPECT_LE(1, fCore.logCount("I Core [initPlugin] Proc mem after plugin: ["));
+}
+
+TEST_F(Init, LogTellsTheStepsInTheirOrder)
 {
     startWith("alpha");
     EXPECT_EQ(0, request(L"test.alpha"));
-    EXPECT_EQ(1, fCore.logCount("[getInstanceInternal] Get instance for interface ID: test.alpha"));
-    // The services that the start obtained are in the log as well.
-    EXPECT_LE(1, fCore.logCount("D Core [initPlugin] Free mem: "));
-    EXPECT_LE(1, fCore.logCount("I Core [initPlugin] Proc mem before plugin: ["));
-    EXPECT_LE(1, fCore.logCount("I Core [initPlugin] Proc mem after plugin: ["));
-    EXPECT_LE(1, fCore.logCount("] Init plugin in thread ID: 0x"));
-    EXPECT_LE(1, fCore.logCount("] Init plugin done."));
-    EXPECT_LE(1, fCore.logCount("] Get instance from plugin"));
-    EXPECT_LE(1, fCore.logCount("] Return instance 0x"));
+    EXPECT_EQ("",
+              firstOutOfOrder(
+                  fCore.logFile(),
+                  {"D Core [getInstanceInternal] Get instance for interface ID: test.alpha",
+                   "I Core [getInstanceInternal] Call initPlugin() for " +
+                       fCore.dir.file("plugins/libalpha.so"),
+                   "] Init plugin in thread ID: 0x", "D Core [initPlugin] Free mem: ",
+                   "I Core [initPlugin] Proc mem before plugin: [", "] Init plugin done.",
+                   "D Core [initPlugin] Free mem: ", "I Core [initPlugin] Proc mem after plugin: [",
+                   "D Core [getInstanceInternal][pg:0x", "] Return instance 0x",
+                   "D Core **************************************************"}));
+    EXPECT_EQ(1, fCore.logCount("I Core [getInstanceInternal] Call initPlugin() for "));
 }
 
 TEST_F(Init, MutexThatCannotBeLockedFailsTheRequest)
@@ -292,7 +310,43 @@ TEST_F(Init, MutexThatCannotBeUnlockedFailsTheRequest)
     PortFaults::mutexUnlock.armOnThisThread(-22, 0, 1);
     EXPECT_EQ(-2003, request(L"test.alpha"));
     EXPECT_EQ(1, fCore.logCount("] Failed to init plugin err: -1014"));
+    // The plugin stays noted as being initialised by this thread.
+    EXPECT_EQ(-2003, request(L"test.alpha"));
+    EXPECT_EQ(1, fCore.logCount("] Failed to init plugin err: -2004"));
     EXPECT_EQ(0, PluginHooks::count("alpha.init"));
+}
+
+TEST_F(Init, MutexThatCannotBeUnlockedAfterInitFailsTheRequest)
+{
+    startWith("alpha");
+    PluginHooks::on("alpha.init",
+                    []
+                    {
+                        PortFaults::mutexUnlock.armOnThisThread(-22, 0, 1);
+                        return 0;
+                    });
+    EXPECT_EQ(-2003, request(L"test.alpha"));
+    EXPECT_EQ(1, fCore.logCount("] Failed to init plugin err: -1014"));
+    // The plugin itself is initialised; the mutex stayed with this thread, which may go on.
+    EXPECT_EQ(0, request(L"test.alpha"));
+    EXPECT_EQ(1, PluginHooks::count("alpha.init"));
+}
+
+TEST_F(Init, MutexThatCannotBeUnlockedAfterALoopFailsTheRequest)
+{
+    startWith("alpha");
+    int inner = 0;
+    PluginHooks::on("alpha.init",
+                    [&]
+                    {
+                        PortFaults::mutexUnlock.armOnThisThread(-22, 0, 1);
+                        inner = request(L"test.alpha");
+                        return 0;
+                    });
+    EXPECT_EQ(0, request(L"test.alpha"));
+    EXPECT_EQ(-2003, inner);
+    EXPECT_EQ(1, fCore.logCount("] Failed to init plugin err: -1014"));
+    EXPECT_EQ(0, fCore.logCount("] Failed to init plugin err: -2004"));
 }
 
 TEST_F(Init, SignalThatCannotBeSentFailsTheRequest)
@@ -307,6 +361,23 @@ TEST_F(Init, SignalThatCannotBeSentFailsTheRequest)
 
 class Unload : public Init
 {
+protected:
+    /// The one plugin that came from a library, by its address in the log.
+    IPlugin* pluginInLog() const
+    {
+        const std::string before = "[loadPluginLib] Get IPlugin ptr: ";
+        std::ifstream log(fCore.logFile());
+        for (std::string line; std::getline(log, line);)
+        {
+            const std::size_t at = line.find(before);
+            if (at != std::string::npos)
+            {
+                const std::string address = line.substr(at + before.size());
+                return reinterpret_cast<IPlugin*>(std::stoul(address, nullptr, 16));
+            }
+        }
+        return nullptr;
+    }
 };
 
 TEST_F(Unload, RemovesAllInterfacesOfThePlugin)
@@ -318,10 +389,35 @@ TEST_F(Unload, RemovesAllInterfacesOfThePlugin)
     EXPECT_EQ(-2001, request(L"test.beta"));
     EXPECT_EQ(-2001, request(L"test.beta.second"));
     EXPECT_EQ(1, PluginHooks::count("beta.destroyed"));
-    EXPECT_EQ(1, fCore.logCount("[ixlaUnloadPlugin] Remove interface ID: test.beta.second"));
-    EXPECT_EQ(1, fCore.logCount("[ixlaUnloadPlugin] Remove corePlugin: 0x"));
-    EXPECT_EQ(1, fCore.logCount("[ixlaUnloadPlugin] iPlugin: 0x"));
-    EXPECT_EQ(1, fCore.logCount("[ixlaUnloadPlugin] return res: 0"));
+    EXPECT_EQ(1, fCore.logCount("D Core [ixlaUnloadPlugin] Remove interface ID: test.beta.second"));
+    EXPECT_EQ(1, fCore.logCount("D Core [ixlaUnloadPlugin] Remove corePlugin: 0x"));
+    EXPECT_EQ(1, fCore.logCount("D Core [ixlaUnloadPlugin] iPlugin: 0x"));
+    EXPECT_EQ(1, fCore.logCount("D Core [ixlaUnloadPlugin] return res: 0"));
+}
+
+TEST_F(Unload, PluginThatWasNeverInitialisedAndOffersNothingCanBeUnloaded)
+{
+    startWith("no_interfaces");
+    IPlugin* const plugin = pluginInLog();
+    ASSERT_NE(nullptr, plugin);
+    EXPECT_EQ(0, ixlaUnloadPlugin(plugin));
+    EXPECT_EQ(0, PluginHooks::count("no_interfaces.init"));
+    EXPECT_EQ(1, PluginHooks::count("no_interfaces.destroyed"));
+    EXPECT_EQ(0, fCore.logCount("[ixlaUnloadPlugin] Remove interface ID: "));
+}
+
+TEST_F(Unload, OtherPluginsStayInTheirOrder)
+{
+    fCore.addPlugin("no_interfaces");
+    fCore.addPlugin("twice");
+    startWith("beta");
+    ITestService* service = fCore.get<ITestService>(L"test.beta");
+    ASSERT_NE(nullptr, service);
+    ASSERT_EQ(0, ixlaUnloadPlugin(service->getPlugin()));
+    ASSERT_EQ(0, request(L"test.twice"));
+    ASSERT_EQ(0, fCore.stop());
+    EXPECT_LT(PluginHooks::position("no_interfaces.destroyed"),
+              PluginHooks::position("twice.destroyed"));
 }
 
 TEST_F(Unload, SecondTimeFindsNothing)
@@ -332,7 +428,7 @@ TEST_F(Unload, SecondTimeFindsNothing)
     IPlugin* const plugin = service->getPlugin();
     EXPECT_EQ(0, ixlaUnloadPlugin(plugin));
     EXPECT_EQ(-1016, ixlaUnloadPlugin(plugin));
-    EXPECT_EQ(1, fCore.logCount("[ixlaUnloadPlugin] return res: -1016"));
+    EXPECT_EQ(1, fCore.logCount("D Core [ixlaUnloadPlugin] return res: -1016"));
 }
 
 TEST_F(Unload, ClosesTheLibraryWhenLibrariesAreFreed)

@@ -49,8 +49,8 @@ TEST_F(Load, PluginWithoutInterfacesIsRecordedAndCanBeAutostarted)
     EXPECT_EQ(1, PluginHooks::count("no_interfaces.init"));
     EXPECT_EQ(1, PluginHooks::count("count_without_array.init"));
     EXPECT_EQ(1, PluginHooks::count("array_without_count.init"));
-    EXPECT_EQ(3, fCore.logCount("[processPlugin] Add interface ID: ")); // the built-in ones
-    EXPECT_EQ(6, fCore.logCount("[processPlugin] Add corePlugin: "));
+    EXPECT_EQ(3, fCore.logCount("D Core [processPlugin] Add interface ID: ")); // the built-in ones
+    EXPECT_EQ(6, fCore.logCount("D Core [processPlugin] Add corePlugin: "));
 }
 
 TEST_F(Load, SecondOwnerOfAnInterfaceIsRefusedWhole)
@@ -80,19 +80,19 @@ TEST_F(Load, InterfaceListedTwiceIsRegisteredOnce)
 {
     fCore.addPlugin("twice");
     ASSERT_EQ(0, fCore.start());
-    EXPECT_EQ(2, fCore.logCount("[processPlugin] Add interface ID: test.twice"));
+    EXPECT_EQ(2, fCore.logCount("D Core [processPlugin] Add interface ID: test.twice"));
     EXPECT_EQ(0, fCore.logCount(" E Core "));
     ITestService* service = fCore.get<ITestService>(L"test.twice");
     ASSERT_NE(nullptr, service);
     EXPECT_EQ(0, ixlaUnloadPlugin(service->getPlugin()));
-    EXPECT_EQ(1, fCore.logCount("[ixlaUnloadPlugin] Failed to find interface ID in map"));
+    EXPECT_EQ(1, fCore.logCount("E Core [ixlaUnloadPlugin] Failed to find interface ID in map"));
 }
 
 TEST_F(Load, LibraryWithoutFactoryRegistersNothing)
 {
     fCore.addPlugin("no_factory");
     ASSERT_EQ(0, fCore.start());
-    EXPECT_EQ(3, fCore.logCount("[processPlugin] Add corePlugin: "));
+    EXPECT_EQ(3, fCore.logCount("D Core [processPlugin] Add corePlugin: "));
 }
 
 TEST_F(Load, FactoryReturningNullIsRefused)
@@ -101,7 +101,7 @@ TEST_F(Load, FactoryReturningNullIsRefused)
     PluginHooks::on("alpha.factory", [] { return -1; });
     EXPECT_EQ(-1009, fCore.start());
     EXPECT_EQ(1, fCore.logCount("E Core [startFlow] Plugin function return NULL for IPlugin"));
-    EXPECT_EQ(3, fCore.logCount("[processPlugin] Add corePlugin: "));
+    EXPECT_EQ(3, fCore.logCount("D Core [processPlugin] Add corePlugin: "));
 }
 
 TEST_F(Load, ThrowingFactoryCountsAsNull)
@@ -191,7 +191,8 @@ TEST_F(Load, LogTellsTheSteps)
         EXPECT_EQ(1, fCore.logCount(line)) << line;
     }
     EXPECT_EQ(3, fCore.logCount("] Internal plugin"));
-    EXPECT_EQ(1, fCore.logCount("[processPlugin] Add interface ID: com.kelvora.ixla.config."));
+    EXPECT_EQ(1,
+              fCore.logCount("D Core [processPlugin] Add interface ID: com.kelvora.ixla.config."));
 }
 
 TEST_F(Load, MemoryThatCannotBeMeasuredIsLogged)

@@ -1,6 +1,8 @@
 #include "IConfig.h"
 #include "IConfigManager.h"
+#include "IEventDispatcher.h"
 #include "Ixla.h"
+#include "core/LogOrder.h"
 #include "support/CoreRun.h"
 #include "support/PluginHooks.h"
 #include "support/PortFaults.h"
@@ -8,8 +10,10 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cstdlib>
 #include <filesystem>
+#include <thread>
 
 namespace
 {
@@ -137,7 +141,7 @@ TEST_F(Start, LogTellsTheSteps)
     {
         EXPECT_LE(1, fCore.logCount(line)) << line;
     }
-    EXPECT_EQ(1, fCore.logCount("[startFlow] Loading plugins from dir: " +
+    EXPECT_EQ(1, fCore.logCount("D Core [startFlow] Loading plugins from dir: " +
                                 fCore.dir.file("plugins") + ", filter: *.so"));
     EXPECT_EQ(0, errors());
 }
@@ -204,8 +208,9 @@ TEST_F(Start, WithoutPluginsDirIsRefusedAfterTheServicesAreSetUp)
 {
     fCore.erase("core.plugins.dir");
     EXPECT_EQ(-1006, fCore.start());
-    EXPECT_EQ(1, fCore.logCount("[setGlobalConfig] Set plugins log dir: "));
-    EXPECT_EQ(1, fCore.logCount("[startFlow] Failed to get from config plugins dir err: -504"));
+    EXPECT_EQ(1, fCore.logCount("D Core [setGlobalConfig] Set plugins log dir: "));
+    EXPECT_EQ(1,
+              fCore.logCount("E Core [startFlow] Failed to get from config plugins dir err: -504"));
 }
 
 TEST_F(Start, EmptyPluginsDirIsRefused)
@@ -258,6 +263,13 @@ TEST_F(Start, LoaderTellsWhyALibraryCannotBeLoaded)
     fCore.addPlugin("missing_symbol");
     EXPECT_EQ(-8, fCore.start());
     EXPECT_EQ(1, fCore.logCount("undefined symbol: _Z25functionThatNobodyDefinesv"));
+    const std::string path = fCore.dir.file("plugins/libmissing_symbol.so");
+    EXPECT_EQ("",
+              firstOutOfOrder(fCore.logFile(),
+                              {"D Core [loadPluginLib] PLibrary::load freeLibOnDestroy: 0 return "
+                               "res: -8",
+                               "E Core [loadPluginLib] Cannot load library: " + path + " reason: ",
+                               "E Core [startFlow] Failed to load lib err: -8"}));
 }
 
 TEST_F(Start, FilesOfOtherNamesAreNotLoaded)
@@ -304,7 +316,7 @@ TEST_F(Start, AutostartInitialisesBeforeTheStartEvent)
     fCore.set("core.autostart.list", "alpha");
     ASSERT_EQ(0, fCore.start());
     EXPECT_EQ(1, PluginHooks::count("alpha.init"));
-    EXPECT_EQ(1, fCore.logCount("[initAutoStartPlugin] Call initPlugin() for libalpha.so"));
+    EXPECT_EQ(1, fCore.logCount("D Core [initAutoStartPlugin] Call initPlugin() for libalpha.so"));
 }
 
 TEST_F(Start, FailingAutostartIsLoggedAndDoesNotFailTheStart)
@@ -386,21 +398,107 @@ TEST_F(Start, DisabledLogMakesNoFile)
     EXPECT_FALSE(std::filesystem::exists(fCore.logFile()));
 }
 
+/// Counts the events that it gets.
+class StartListener final : public IEventListener
+{
+public:
+    int incRef() override
+    {
+        return ++fRefCount;
+    }
+
+    int decRef() override
+    {
+        return --fRefCount;
+    }
+
+    int handleEvent(const PLiteral& iTopic, IBase* iParam1, int iParam2) override
+    {
+        EXPECT_EQ(kIxlaCoreStartTopic, iTopic);
+        EXPECT_EQ(nullptr, iParam1);
+        EXPECT_EQ(0, iParam2);
+        fThread = std::this_thread::get_id();
+        return ++fEvents;
+    }
+
+    std::atomic<int> fRefCount{0};
+    int fEvents = 0;
+    std::thread::id fThread;
+};
+
 TEST_F(Start, SendsTheStartEventAfterAutostart)
 {
+    StartListener listener;
     fCore.addPlugin("alpha");
     fCore.set("core.autostart.list", "alpha");
     PluginHooks::on("alpha.init",
-                    []
+                    [&]
                     {
                         IBase* dispatcher = nullptr;
-                        IBase* self = nullptr;
                         EXPECT_EQ(0, ixlaGetInstance(kIxlaEventDispatcherId, dispatcher));
-                        // Asked for from its own init, it is not there yet.
-                        EXPECT_EQ(-2003, ixlaGetInstance(L"test.alpha", self));
-                        return 0;
+                        return static_cast<IEventDispatcher*>(dispatcher)
+                            ->addListener(kIxlaCoreStartTopic, &listener);
                     });
     ASSERT_EQ(0, fCore.start());
-    EXPECT_EQ(1, fCore.logCount("[startFlow] Sending event: event.core.start"));
+    EXPECT_EQ(1, listener.fEvents);
+    EXPECT_EQ(std::this_thread::get_id(), listener.fThread);
+    ASSERT_EQ(0, fCore.stop());
+    EXPECT_EQ(0, listener.fRefCount);
+}
+
+TEST_F(Start, StepsRunInTheirOrder)
+{
+    fCore.addPlugin("alpha");
+    fCore.set("core.plugins.log.maxsize", "1000");
+    fCore.set("core.autostart.list", "alpha");
+    fCore.set("core.load.plugin.list", "alpha");
+    ASSERT_EQ(0, fCore.start());
+    EXPECT_EQ("",
+              firstOutOfOrder(
+                  fCore.logFile(),
+                  {"D Core **************************************************",
+                   "D Core [startFlow] Logger initialized.",
+                   "D Core [startFlow] Core v3.3.32",
+                   "[loadInternalPlugins] Loading internal plugin IConfig.",
+                   "[loadInternalPlugins] Loading internal plugin IEventDispatcher.",
+                   "[loadInternalPlugins] Loading internal plugin ILogger.",
+                   "[getInstanceInternal] Get instance for interface ID: com.kelvora.ixla.config",
+                   "[startFlow] Loading core prs: ",
+                   "[setGlobalConfig] Set plugins config dir: ",
+                   "[setGlobalConfig] Set plugins log dir: ",
+                   "[setGlobalConfig] Set plugins log max size: ",
+                   "[setGlobalConfig] Set plugins enable key: ",
+                   "[startFlow] Parse loadPluginsList: alpha",
+                   "[startFlow] Loading plugins from dir: ",
+                   "D Core **************************************************",
+                   "[startFlow] Loading plugin: ",
+                   "[startFlow] Mark that core is started",
+                   "[getInstanceInternal] Get instance for interface ID: "
+                   "com.kelvora.ixla.eventdispatcher",
+                   "[startFlow] Get autostart list: alpha",
+                   "D Core [initAutoStartPlugin] Call initPlugin() for libalpha.so",
+                   "[startFlow] Sending event: event.core.start",
+                   "[startFlow] Free mem: ",
+                   "[startFlow] Proc mem Start flow end: ",
+                   "[startFlow] Done.",
+                   "D Core **************************************************"}));
+}
+
+TEST_F(Start, LimitOfLinesAndNumberOfPartsReachTheLog)
+{
+    fCore.set("core.log.maxcount", "5");
+    fCore.set("core.log.parts", "2");
+    ASSERT_EQ(0, fCore.start());
+    EXPECT_TRUE(std::filesystem::exists(fCore.logFile() + ".2"));
+    EXPECT_FALSE(std::filesystem::exists(fCore.logFile() + ".3"));
+}
+
+TEST_F(Start, LimitOfSizeReachesTheLog)
+{
+    fCore.set("core.log.maxsize", "1000");
+    fCore.set("core.log.parts", "1");
+    ASSERT_EQ(0, fCore.start());
+    EXPECT_TRUE(std::filesystem::exists(fCore.logFile() + ".1"));
+    EXPECT_GE(1000u, std::filesystem::file_size(fCore.logFile() + ".1"));
 }
 } // namespace

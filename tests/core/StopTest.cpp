@@ -1,6 +1,7 @@
 #include "IEventDispatcher.h"
 #include "Ixla.h"
 #include "PBaseptr.h"
+#include "core/LogOrder.h"
 #include "plugins/ITestService.h"
 #include "support/CoreRun.h"
 #include "support/PluginHooks.h"
@@ -81,8 +82,9 @@ TEST_F(Stop, ZeroTimeoutStillWaitsForOneWakeUp)
     startListening();
     EXPECT_EQ(0, fCore.stop());
     EXPECT_EQ(1, PluginHooks::count("alpha.event"));
-    EXPECT_EQ(1, fCore.logCount("[stopFlow] Waiting finished fNotifyExit: 0"));
-    EXPECT_EQ(1, fCore.logCount("[stopFlow] Join return res: (nil) exitCode: 0"));
+    EXPECT_EQ(1, fCore.logCount("D Core [stopFlow] Waiting finished with timeout!"));
+    EXPECT_EQ(1, fCore.logCount("D Core [stopFlow] Waiting finished fNotifyExit: 0"));
+    EXPECT_EQ(1, fCore.logCount("D Core [stopFlow] Join return res: (nil) exitCode: 0"));
 }
 
 TEST_F(Stop, GraceSleepIsSkippedWhenLibrariesStay)
@@ -121,8 +123,8 @@ TEST_F(Stop, LateListenerIsAbandonedAndMayReturnAfterTheCoreIsGone)
     holdListener();
     PortFaults::condVarWait.armOnThisThread(-733);
     EXPECT_EQ(0, fCore.stop());
-    EXPECT_EQ(1, fCore.logCount("[stopFlow] Waiting finished with timeout!"));
-    EXPECT_EQ(1, fCore.logCount("[stopFlow] Waiting finished fNotifyExit: 1"));
+    EXPECT_EQ(1, fCore.logCount("D Core [stopFlow] Waiting finished with timeout!"));
+    EXPECT_EQ(1, fCore.logCount("D Core [stopFlow] Waiting finished fNotifyExit: 1"));
     EXPECT_EQ(0, fCore.logCount("[stopFlow] Join"));
     EXPECT_EQ(1, PluginHooks::count("alpha.destroyed"));
     EXPECT_EQ(0, PluginHooks::count("alpha.service destroyed"));
@@ -180,6 +182,22 @@ TEST_F(Stop, LogTellsTheSteps)
     EXPECT_EQ(2, fCore.logCount("D Core [stopFlow] Free mem: "));
     EXPECT_EQ(2, fCore.logCount("D Core [stopFlow] Proc mem: "));
     EXPECT_EQ(0, fCore.logCount(" E Core "));
+}
+
+TEST_F(Stop, StepsRunInTheirOrder)
+{
+    startListening();
+    EXPECT_EQ(0, fCore.stop());
+    EXPECT_EQ("", firstOutOfOrder(
+                      fCore.logFile(),
+                      {"[stopFlow] Stopping core...", "[stopFlow] Free mem: ",
+                       "[stopFlow] Proc mem: ", "[stopFlow] Get core.notify.exit.timeout",
+                       "[stopFlow] Waiting notify thread to finish",
+                       "[stopFlow] Waiting finished fNotifyExit: 0",
+                       "[stopFlow] Join notify thread to exit...", "[stopFlow] Join return res: ",
+                       "[stopFlow] freeLibsOnDestroy : ", "[stopFlow] Sleep last chance",
+                       "[stopFlow] Free mem: ", "[stopFlow] Proc mem: ", "[stopFlow] Done.",
+                       "D Core **************************************************"}));
 }
 
 TEST_F(Stop, MutexThatCannotBeLockedEndsTheStopFlow)
@@ -260,8 +278,8 @@ TEST_F(Stop, NotifierThatCannotLockIsWaitedForUntilTheLimit)
     const auto begin = std::chrono::steady_clock::now();
     EXPECT_EQ(0, fCore.stop());
     EXPECT_LE(std::chrono::seconds(1), std::chrono::steady_clock::now() - begin);
-    EXPECT_EQ(1, fCore.logCount("[thNotifyCoreExit] notifyCoreExit res: -1013"));
-    EXPECT_EQ(1, fCore.logCount("[stopFlow] Waiting finished with timeout!"));
+    EXPECT_EQ(1, fCore.logCount("D Core [thNotifyCoreExit] notifyCoreExit res: -1013"));
+    EXPECT_EQ(1, fCore.logCount("D Core [stopFlow] Waiting finished with timeout!"));
 }
 
 TEST_F(Stop, CloseFailuresAreLogged)
