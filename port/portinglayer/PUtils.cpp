@@ -253,8 +253,8 @@ int PUtils::binaryToStr(const unsigned char* iData, unsigned int iSize, PString&
     return 0;
 }
 
-// Room is made before anything changes, and a side that lies in the source's own buffer is written
-// last.
+// Room is made before anything changes. The key goes first: in the source's own buffer it ends
+// before the value begins.
 int PUtils::getKeyValue(const PLiteral& iText, PString& oKey, PString& oValue,
                         wchar_t iSeparator) noexcept
 {
@@ -272,13 +272,8 @@ int PUtils::getKeyValue(const PLiteral& iText, PString& oKey, PString& oValue,
     }
     const PSpan key = PBlank::trimmed(iText.ptr(), at);
     const PSpan value = PBlank::trimmed(iText.ptr() + at + 1, iText.len() - at - 1);
-    const bool valueFirst = iText.ptr() == oKey.ptr();
-    PString& first = valueFirst ? oValue : oKey;
-    PString& second = valueFirst ? oKey : oValue;
-    const PSpan firstText = valueFirst ? value : key;
-    const PSpan secondText = valueFirst ? key : value;
-    const int res = first.set(firstText.text, firstText.len);
-    return res != 0 ? res : second.set(secondText.text, secondText.len);
+    const int res = oKey.set(key.text, key.len);
+    return res != 0 ? res : oValue.set(value.text, value.len);
 }
 
 void PUtils::fixFileSeparator(PString& ioPath) noexcept

@@ -254,7 +254,7 @@ TEST(Utils, TextWithoutSeparatorIsRefused)
 
 TEST(Utils, SplitTextMayBeOneOfItsSides)
 {
-    PString key(L"key=value");
+    PString key(L"  key  =value");
     PString value;
     EXPECT_EQ(0, PUtils::getKeyValue(key, key, value, L'='));
     EXPECT_EQ(PLiteral(L"key"), key);
