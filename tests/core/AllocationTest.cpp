@@ -51,6 +51,7 @@ TEST_F(CoreAllocation, EveryFailureDuringStartEndsItWithACodeAndLeavesNothing)
     arguments.push_back(L"core.autostart.list=a-plugin-of-a-rather-long-name");
     arguments.push_back(L"custom.config.a=b");
     fCore.addPlugin("alpha"); // not in the list
+    const int loaded = PluginHooks::count("alpha.factory");
     testing::internal::CaptureStderr();
     int failed = 0;
     int swept = 0;
@@ -73,7 +74,7 @@ TEST_F(CoreAllocation, EveryFailureDuringStartEndsItWithACodeAndLeavesNothing)
     testing::internal::GetCapturedStderr();
     EXPECT_LT(50, swept);
     EXPECT_LT(40, failed);
-    EXPECT_EQ(0, PluginHooks::count("alpha.factory"));
+    EXPECT_EQ(loaded, PluginHooks::count("alpha.factory"));
     RecordProperty("swept", swept);
 }
 
