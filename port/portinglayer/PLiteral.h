@@ -13,7 +13,7 @@ class PString;
 /// never null; a null pointer counts as the empty text.
 ///
 /// No member throws. Any number of threads may read a text at once.
-/// A PString must not be deleted through a PLiteral pointer.
+/// A PString must not be deleted, nor assigned to, through a PLiteral pointer or reference.
 class IXLA_EXPORT PLiteral
 {
 public:

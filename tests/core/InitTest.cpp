@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <fstream>
 #include <future>
 #include <stdexcept>
@@ -137,6 +138,7 @@ TEST_F(Init, FailedWaitIsReportedWithTheMutexLeftHeld)
     // The first thread cannot finish while this one holds the mutex.
     EXPECT_EQ(std::future_status::timeout, first.wait_for(std::chrono::milliseconds(50)));
     // It never can, and nothing but the end of the process helps it.
+    std::filesystem::remove_all(fCore.dir.path());
     std::_Exit(HasFailure() ? 1 : 0);
 }
 
