@@ -218,6 +218,14 @@ TEST_F(ConfigLockFaults, ReadersWithOnlyInnerLocksFailingAnswerFromTheirOwnValue
     EXPECT_EQ(valueOf(config, "port"), "80");
 }
 
+TEST_F(ConfigLockFaults, RecordsAreNotUsedWithoutTheReadersOwnLock)
+{
+    PortFaults::mutexLock.armOnThisThread(-77, 0, 1);
+
+    EXPECT_EQ(valueOf(config, "port"), "80");
+    EXPECT_EQ(valueOf(config, "port"), "8080");
+}
+
 TEST_F(ConfigFaults, ManagerWithoutAMutexRefusesEverything)
 {
     PortFaults::mutexInit.armOnThisThread(-12);

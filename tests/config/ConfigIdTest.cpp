@@ -131,10 +131,10 @@ TEST_F(ConfigId, WithoutDirectoryNamesAreRelativeToTheWorkingDirectory)
     ASSERT_EQ(manager.removeSetKey(L"ixlap.global", L"core.plugins.config.dir"), 0);
     const std::filesystem::path before = std::filesystem::current_path();
     std::filesystem::current_path(dir.path());
-    config = loadID("plugin.a", "k = 1");
+    const std::string value = valueOf(loadID("plugin.a", "k = 1"), "k");
     std::filesystem::current_path(before);
 
-    EXPECT_EQ(valueOf(config, "k"), "1");
+    EXPECT_EQ(value, "1");
 }
 
 TEST_F(ConfigId, UnlistedIdIsAnEmptyConfiguration)
@@ -346,6 +346,15 @@ TEST_F(ConfigId, UnlistedIdAfterCleanupKeepsTheManagerConfiguration)
     ASSERT_EQ(load("b"), 0);
     config.clear();
     EXPECT_EQ(references(), 2);
+}
+
+TEST_F(ConfigId, KeptManagerConfigurationResolvesNoStorePathAfterCleanup)
+{
+    mapIDs("a = a.prs");
+    manager.cleanup();
+    ASSERT_EQ(load("b"), 0);
+
+    EXPECT_EQ(list(), -2002);
 }
 
 TEST_F(ConfigId, EmptyTargetFailsFileByFileAndNotTheOperation)

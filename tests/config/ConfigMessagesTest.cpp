@@ -64,6 +64,16 @@ TEST_F(ConfigMessages, FileThatCannotBeAppendedIsLoggedAsAnError)
     EXPECT_EQ(logged("[appendByID] Failed to append file path(" + path("a.prs") + ") err: -2"), 1);
 }
 
+TEST_F(ConfigMessages, DirectoryThatEndsWithASlashGetsNoSecondOne)
+{
+    core.writeManagerConfig("net = a.prs");
+    ASSERT_EQ(own->removeSetKey(kIxlaGlobalConfigId, L"core.plugins.config.dir"), 0);
+    ASSERT_EQ(own->setString(kIxlaGlobalConfigId, L"core.plugins.config.dir", wide(path(""))), 0);
+    ASSERT_EQ(load("net"), 0);
+
+    EXPECT_EQ(logged("[appendByID] Append file path: " + path("a.prs")), 1);
+}
+
 TEST_F(ConfigMessages, EmptyTargetIsLoggedForEveryFile)
 {
     core.writeManagerConfig("net = a.prs");
