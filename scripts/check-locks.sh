@@ -1,0 +1,25 @@
+#!/usr/bin/env bash
+# Lets clang check the lock annotations of the product's sources: check-locks.sh
+# Every member that a lock guards, and every function that expects one held, says so (see
+# port/portinglayer/PThreadSafety.h); a use without the lock is an error.
+set -eu
+
+root=$(cd "$(dirname "$0")/.." && pwd)
+"$root/scripts/install-deps.sh" test
+cd "$root"
+
+# check WORD_SIZE FILE
+check() {
+    clang++ "-m$1" -std=c++20 -fsyntax-only -Iinclude -Iport -I. \
+        -Wall -Wextra -Wthread-safety -Werror "$2"
+}
+
+if check 32 tests/locks/unlocked_use.cpp 2>/dev/null; then
+    echo "The check lets an unlocked use through" >&2
+    exit 1
+fi
+for source in port/*/*.cpp core/*.cpp config/*.cpp events/*.cpp logging/*.cpp; do
+    check 32 "$source"
+    check 64 "$source"
+done
+echo "Lock annotations hold"
