@@ -83,7 +83,11 @@ int PLoggerPlugin::createDefaultLogger()
     {
         return result;
     }
-    fGate = std::make_shared<PGate>();
+    if (!fGate)
+    {
+        // Kept by a further init: loggers of the earlier one still pass it.
+        fGate = std::make_shared<PGate>();
+    }
     const PBaseptr<ILogger> logger = createLogger(file);
     fDefaultLogger = logger.get();
     return eIxlaOk;

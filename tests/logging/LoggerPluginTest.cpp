@@ -427,6 +427,19 @@ TEST_F(LoggerPlugin, LoggersOutliveIt)
     EXPECT_THAT(texts(), ElementsAre("b"));
 }
 
+TEST_F(LoggerPlugin, LoggersOfAnEarlierInitHandOutNoMoreEither)
+{
+    plugin->init();
+    const PBaseptr<ILogger> named = get("a");
+    PBaseptr<ILogger> other;
+    EXPECT_EQ(0, plugin->init());
+
+    end();
+
+    EXPECT_EQ(eIxlaNoInstance, named->getLogger(L"b", other));
+    EXPECT_FALSE(other);
+}
+
 TEST_F(LoggerPlugin, LoggersThatOutliveItHandOutNoMore)
 {
     plugin->init();
