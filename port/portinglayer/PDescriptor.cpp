@@ -71,9 +71,10 @@ int PDescriptor::writeAll(int iHandle, const char* iBytes, std::size_t iSize) no
     {
         const std::size_t size = std::min<std::size_t>(iSize, INT_MAX);
         const ssize_t count = _retried([=] { return ::write(iHandle, iBytes, size); });
-        if (count < 0)
+        if (count <= 0)
         {
-            return PErrno::last();
+            // A device that takes nothing and tells no reason would be written to for ever.
+            return count < 0 ? PErrno::last() : PErrno::code(EIO);
         }
         iBytes += count;
         iSize -= static_cast<std::size_t>(count);

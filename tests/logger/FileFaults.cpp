@@ -19,7 +19,8 @@ FileFault FileFaults::open;
 
 namespace
 {
-std::atomic<std::size_t> sShorten{0};
+constexpr std::size_t kWhole = ~std::size_t{0};
+std::atomic<std::size_t> sShorten{kWhole};
 
 template <class TFunction>
 TFunction* _next(const char* iName)
@@ -59,7 +60,8 @@ void FileFaults::shortenNextWrite(std::size_t iBytes)
 extern "C" IXLA_EXPORT ssize_t write(int iHandle, const void* iBytes, size_t iSize)
 {
     static auto* const real = _next<ssize_t(int, const void*, size_t)>("write");
-    if (const std::size_t shortened = sShorten.exchange(0))
+    const std::size_t shortened = sShorten.exchange(kWhole);
+    if (shortened != kWhole)
     {
         return real(iHandle, iBytes, shortened);
     }

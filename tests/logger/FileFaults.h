@@ -31,7 +31,7 @@ struct FileFaults
     static FileFault truncate;
     static FileFault open;
 
-    /// The next write takes only so many bytes.
+    /// The next write takes only so many bytes, perhaps none.
     static void shortenNextWrite(std::size_t iBytes);
 };
 

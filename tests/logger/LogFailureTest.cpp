@@ -119,6 +119,27 @@ TEST_F(LogFailure, InterruptedWriteIsMadeAgain)
     EXPECT_THAT(texts(), ElementsAre("a"));
 }
 
+TEST_F(LogFailure, InterruptedOpeningIsMadeAgain)
+{
+    FileFaults::open.arm(EINTR, 3);
+
+    EXPECT_EQ(0, init());
+    EXPECT_EQ(0, info("a"));
+
+    EXPECT_THAT(texts(), ElementsAre("a"));
+}
+
+TEST_F(LogFailure, WriteThatTakesNothingLosesTheLine)
+{
+    init();
+    FileFaults::shortenNextWrite(0);
+
+    EXPECT_EQ(-EIO, info("lost"));
+    EXPECT_EQ(0, info("a"));
+
+    EXPECT_THAT(texts(), ElementsAre(lossReport(1, -EIO), "a"));
+}
+
 TEST_F(LogFailure, ShortWriteIsContinued)
 {
     init();

@@ -1,0 +1,63 @@
+#include "logger/FileFaults.h"
+#include "portinglayer/PFile.h"
+#include "support/TempDir.h"
+#include "support/Texts.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+
+namespace
+{
+class FileFailure : public testing::Test
+{
+protected:
+    int openNew()
+    {
+        return file.popen(dir.wideFile("out.txt"), PFile::eWrite | PFile::eNewText | PFile::eCreate,
+                          0);
+    }
+
+    TempDir dir;
+    PFile file;
+};
+} // namespace
+
+TEST_F(FileFailure, InterruptedOpeningIsMadeAgain)
+{
+    FileFaults::open.arm(EINTR, 3);
+
+    EXPECT_EQ(0, openNew());
+    EXPECT_EQ(4, FileFaults::open.calls());
+}
+
+TEST_F(FileFailure, InterruptedWriteIsMadeAgain)
+{
+    ASSERT_EQ(0, openNew());
+    FileFaults::write.arm(EINTR, 3);
+
+    EXPECT_EQ(0, file.pwriteLine(L"a"));
+    EXPECT_EQ(0, file.pclose());
+
+    EXPECT_EQ("a\n", dir.read("out.txt"));
+}
+
+TEST_F(FileFailure, ShortWriteIsContinued)
+{
+    ASSERT_EQ(0, openNew());
+    FileFaults::shortenNextWrite(3);
+
+    EXPECT_EQ(0, file.pwriteLine(L"abcdef"));
+    EXPECT_EQ(0, file.pclose());
+
+    EXPECT_EQ("abcdef\n", dir.read("out.txt"));
+}
+
+TEST_F(FileFailure, WriteThatTakesNothingIsAnError)
+{
+    ASSERT_EQ(0, openNew());
+    FileFaults::shortenNextWrite(0);
+
+    EXPECT_EQ(0, file.pwriteLine(L"a"));
+    EXPECT_EQ(-EIO, file.pclose());
+}
