@@ -222,7 +222,7 @@ int PConfig::findInManager(const PLiteral& iKey, Records& oRecords) noexcept
     return eIxlaOk;
 }
 
-// Readers whose lock failed may run this beside others, so the cache is read and set atomically.
+// Readers without the lock run this beside others, so the cache is read and set atomically.
 bool PConfig::_isPinned(PConfigValue& ioRecord) noexcept
 {
     if (__atomic_load_n(&ioRecord.fConst, __ATOMIC_RELAXED))
@@ -277,7 +277,7 @@ int PConfig::read(const PLiteral& iKey, const PLiteral& iAttribute, const TCopy&
         return allowed;
     }
     std::optional<PLockGuard> lock;
-    if (fManager)
+    if (fManager && fID.len() != 0)
     {
         lock.emplace(_implementation(fManager)->mutex());
     }

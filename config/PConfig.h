@@ -11,8 +11,9 @@
 /// Answers from its own values and, when it has an ID, from the manager's run-time and stored
 /// values of that ID (see IConfig for who wins).
 ///
-/// A read holds the manager's lock from the lookup until the text is copied: other threads may
-/// remove the records meanwhile. When that lock fails only the own values answer.
+/// With an ID, a read holds the manager's lock from the lookup until the text is copied: other
+/// threads may remove the records meanwhile. When that lock fails only the own values answer.
+/// Without one a read locks nothing, and so never waits for files that the manager reads.
 class PConfig : public IConfig
 {
 public:

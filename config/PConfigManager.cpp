@@ -181,29 +181,29 @@ int PConfigManager::_parseLine(const PLiteral& iLine, PString& oKey, PString& oA
     {
         return eIxlaBadConfigLine;
     }
-    const unsigned int valueStart = equals + 1;
-    if (oKey.set(iLine.ptr(), equals) != 0 ||
-        oValue.set(iLine.ptr() + valueStart, iLine.len() - valueStart) != 0)
+    unsigned int colon = 0;
+    const bool hasAttribute = iLine.chr(L':', colon) && colon < equals;
+    ShortText key;
+    if (key.set(iLine.ptr(), hasAttribute ? colon : equals) != 0)
     {
         return eIxlaNoMemory;
     }
-    oKey.trim();
-    oValue.trim();
-    oAttribute.clear();
-
-    unsigned int colon = 0;
-    if (oKey.chr(L':', colon))
+    key.trim();
+    if (key.len() == 0)
     {
-        const unsigned int nameStart = colon + 1;
-        if (oAttribute.set(oKey.ptr() + nameStart, oKey.len() - nameStart) != 0 ||
-            oKey.set(oKey.ptr(), colon) != 0)
-        {
-            return eIxlaNoMemory;
-        }
-        oAttribute.trim();
-        oKey.trim();
+        return eIxlaBadConfigLine;
     }
-    return oKey.len() == 0 ? eIxlaBadConfigLine : eIxlaOk;
+
+    const unsigned int nameStart = hasAttribute ? colon + 1 : equals;
+    const unsigned int valueStart = equals + 1;
+    if (oAttribute.set(iLine.ptr() + nameStart, equals - nameStart) != 0 ||
+        oValue.set(iLine.ptr() + valueStart, iLine.len() - valueStart) != 0 || oKey.set(key) != 0)
+    {
+        return eIxlaNoMemory;
+    }
+    oAttribute.trim();
+    oValue.trim();
+    return eIxlaOk;
 }
 
 int PConfigManager::_checkAllowedChars(const PLiteral& iID, const PLiteral& iKey,
@@ -946,7 +946,7 @@ int PConfigManager::nl_loadStore(PBaseptr<IConfig>& oStore)
 
 int PConfigManager::nl_saveStore(const PConfigValues& iStore, PStoreWriter& ioWriter)
 {
-    int result = PFile::pdelete(fStorePath);
+    int result = configResult(PFile::pdelete(fStorePath));
     if (result != 0)
     {
         if (fLogger)
@@ -954,9 +954,9 @@ int PConfigManager::nl_saveStore(const PConfigValues& iStore, PStoreWriter& ioWr
             fLogger->error(0, L"[%s] Failed to delete old store file: (%ls) err: %d",
                            "nl_saveStore", fStorePath.ptr(), result);
         }
-        return configResult(result);
+        return result;
     }
-    result = ioWriter.create(fStorePath);
+    result = configResult(ioWriter.create(fStorePath));
     if (result != 0)
     {
         if (fLogger)
@@ -964,7 +964,7 @@ int PConfigManager::nl_saveStore(const PConfigValues& iStore, PStoreWriter& ioWr
             fLogger->error(0, L"[%s] Failed to create store file: (%ls) err: %d", "nl_saveStore",
                            fStorePath.ptr(), result);
         }
-        return configResult(result);
+        return result;
     }
     return configResult(ioWriter.write(iStore));
 }

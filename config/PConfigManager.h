@@ -137,8 +137,8 @@ public:
     int getLoadedString(const PLiteral& iID, const PLiteral& iKey, PString& oValue) noexcept;
 
     /// Splits "key = value" or "key : attribute = value" and trims the parts; without an attribute
-    /// oAttribute is empty. The first "=" and the first ":" before it count. Returns 0, -3001
-    /// without "=" or with an empty key, or -501; the texts have no meaning on failure.
+    /// oAttribute is empty. The first "=" and the first ":" before it count. Returns 0; -3001
+    /// without "=" or with an empty key, and the texts stay; or -501, and they have no meaning.
     static int _parseLine(const PLiteral& iLine, PString& oKey, PString& oAttribute,
                           PString& oValue) noexcept;
 
