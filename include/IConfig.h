@@ -15,10 +15,10 @@
 /// arguments answers from its own keys alone.
 ///
 /// All getters may run on any number of threads at once, but not while the same configuration is
-/// being appended to. They lock the manager while they look up and copy. Out-arguments stay as
-/// they were on failure. Unless its line says otherwise a getter returns 0, -504 when there is no
-/// such key or attribute, -3004 when a name holds "=", ":" or "|", -501 for lack of memory, and
-/// the typed ones the code of the conversion: -22 for a text of another form, -34 for a number
+/// being appended to. With an ID they lock the manager from the lookup to the copy. Out-arguments
+/// stay as they were on failure. Unless its line says otherwise a getter returns 0, -504 when there
+/// is no such key or attribute, -3004 when a name holds "=", ":" or "|", -501 for lack of memory,
+/// and the typed ones the code of the conversion: -22 for a text of another form, -34 for a number
 /// out of range.
 class IConfig : public IBase
 {

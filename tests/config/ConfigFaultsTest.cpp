@@ -226,6 +226,41 @@ TEST_F(ConfigLockFaults, RecordsAreNotUsedWithoutTheReadersOwnLock)
     EXPECT_EQ(valueOf(config, "port"), "8080");
 }
 
+TEST_F(ConfigLockFaults, ReadersWithoutIdLockNothing)
+{
+    const PBaseptr<IConfig> file = byFile("a = 1\na:const = true");
+    PortFaults::mutexLock.armOnThisThread(-77);
+
+    EXPECT_EQ(valueOf(file, "a"), "1");
+    EXPECT_EQ(attrOf(file, "a", "const"), "true");
+    EXPECT_EQ(PortFaults::mutexLock.hits(), 0);
+}
+
+TEST_F(ConfigLockFaults, FilesAndArgumentsAreReadWithoutTheLock)
+{
+    PortFaults::mutexLock.armOnThisThread(-77);
+
+    EXPECT_THAT(keysOf(byFile("a = 1")), ElementsAre("a"));
+    EXPECT_THAT(keysOf(byArgs({"b=1"})), ElementsAre("b"));
+    EXPECT_EQ(PortFaults::mutexLock.hits(), 0);
+}
+
+TEST_F(ConfigLockFaults, NamesAreRefusedBeforeTheLockIsTaken)
+{
+    PortFaults::mutexLock.armOnThisThread(-77);
+
+    EXPECT_EQ(manager.appendByID(L"a|b", config), -3004);
+    EXPECT_EQ(manager.setString(L"a|b", L"K", L"1"), -3004);
+    EXPECT_EQ(manager.removeSetKey(L"a|b", L"K"), -3004);
+    EXPECT_EQ(manager.setAttrString(L"A", L"a|b", L"x", L"1"), -3004);
+    EXPECT_EQ(manager.removeSetAttr(L"A", L"K", L"a|b"), -3004);
+    EXPECT_EQ(manager.storeString(L"a|b", L"K", L"1"), -3004);
+    EXPECT_EQ(manager.removeStoredKey(L"A", L"a|b"), -3004);
+    EXPECT_EQ(manager.storeAttrString(L"A", L"K", L"a|b", L"1"), -3004);
+    EXPECT_EQ(manager.removeStoredAttr(L"A", L"K", L"a|b"), -3004);
+    EXPECT_EQ(PortFaults::mutexLock.hits(), 0);
+}
+
 TEST_F(ConfigFaults, ManagerWithoutAMutexRefusesEverything)
 {
     PortFaults::mutexInit.armOnThisThread(-12);
@@ -270,7 +305,7 @@ TEST_F(ConfigStoreFaults, FailedDeleteIsLoggedAndKeepsTheFile)
     EXPECT_EQ(storeIt(), -13);
 
     EXPECT_EQ(readFile(core.storeFile()), "net|port = 1\n");
-    EXPECT_EQ(logged("[nl_saveStore] Failed to delete old store file: (" + core.storeFile() +
+    EXPECT_EQ(logged(" E pgs [nl_saveStore] Failed to delete old store file: (" + core.storeFile() +
                      ") err: -13"),
               1);
 }
@@ -281,9 +316,9 @@ TEST_F(ConfigStoreFaults, FailedCreationIsLoggedAndTheFileIsGone)
     EXPECT_EQ(storeIt(), -28);
 
     EXPECT_FALSE(fs::exists(core.storeFile()));
-    EXPECT_EQ(
-        logged("[nl_saveStore] Failed to create store file: (" + core.storeFile() + ") err: -28"),
-        1);
+    EXPECT_EQ(logged(" E pgs [nl_saveStore] Failed to create store file: (" + core.storeFile() +
+                     ") err: -28"),
+              1);
 }
 
 TEST_F(ConfigStoreFaults, ResultOfClosingIsTheResult)
@@ -314,7 +349,7 @@ TEST_F(ConfigStoreFaults, UnreadableFileListIsLogged)
               0);
     PBaseptr<IConfig> config;
     ASSERT_EQ(own->loadByID(L"net", config), 0);
-    const std::string message = "[appendByID] Failed to load config for iID(net) err: -7";
+    const std::string message = " E pgs [appendByID] Failed to load config for iID(net) err: -7";
     int result = 0;
     // Which copy on the way is that of the list is the implementation's matter.
     for (int skip = 0; skip < 50 && logged(message) == 0; ++skip)

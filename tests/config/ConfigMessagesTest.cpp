@@ -48,11 +48,11 @@ TEST_F(ConfigMessages, ListAndPathOfEveryFileAreLogged)
     core.writeConfig("b.prs", "k = 1");
     ASSERT_EQ(load("net"), 0);
 
-    EXPECT_EQ(logged("[appendByID] Parse for iID: net files: a.prs, b.prs"), 1);
-    EXPECT_EQ(logged("[appendByID] Parse file: a.prs"), 1);
-    EXPECT_EQ(logged("[appendByID] Append file path: " + path("a.prs")), 1);
-    EXPECT_EQ(logged("[appendByID] Parse file: b.prs"), 1);
-    EXPECT_EQ(logged("[appendByID] Append file path: " + path("b.prs")), 1);
+    EXPECT_EQ(logged(" D pgs [appendByID] Parse for iID: net files: a.prs, b.prs"), 1);
+    EXPECT_EQ(logged(" D pgs [appendByID] Parse file: a.prs"), 1);
+    EXPECT_EQ(logged(" D pgs [appendByID] Append file path: " + path("a.prs")), 1);
+    EXPECT_EQ(logged(" D pgs [appendByID] Parse file: b.prs"), 1);
+    EXPECT_EQ(logged(" D pgs [appendByID] Append file path: " + path("b.prs")), 1);
     EXPECT_EQ(logged("Failed"), 0);
 }
 
@@ -61,7 +61,8 @@ TEST_F(ConfigMessages, FileThatCannotBeAppendedIsLoggedAsAnError)
     core.writeManagerConfig("net = a.prs");
     ASSERT_EQ(load("net"), 0);
 
-    EXPECT_EQ(logged("[appendByID] Failed to append file path(" + path("a.prs") + ") err: -2"), 1);
+    EXPECT_EQ(
+        logged(" E pgs [appendByID] Failed to append file path(" + path("a.prs") + ") err: -2"), 1);
 }
 
 TEST_F(ConfigMessages, DirectoryThatEndsWithASlashGetsNoSecondOne)
@@ -71,7 +72,7 @@ TEST_F(ConfigMessages, DirectoryThatEndsWithASlashGetsNoSecondOne)
     ASSERT_EQ(own->setString(kIxlaGlobalConfigId, L"core.plugins.config.dir", wide(path(""))), 0);
     ASSERT_EQ(load("net"), 0);
 
-    EXPECT_EQ(logged("[appendByID] Append file path: " + path("a.prs")), 1);
+    EXPECT_EQ(logged(" D pgs [appendByID] Append file path: " + path("a.prs")), 1);
 }
 
 TEST_F(ConfigMessages, EmptyTargetIsLoggedForEveryFile)
@@ -80,15 +81,16 @@ TEST_F(ConfigMessages, EmptyTargetIsLoggedForEveryFile)
     core.writeConfig("a.prs", "k = 1");
     ASSERT_EQ(own->appendByID(L"net", PBaseptr<IConfig>()), 0);
 
-    EXPECT_EQ(logged("[appendByID] Failed to append file path(" + path("a.prs") + ") err: -502"),
-              1);
+    EXPECT_EQ(
+        logged(" E pgs [appendByID] Failed to append file path(" + path("a.prs") + ") err: -502"),
+        1);
 }
 
 TEST_F(ConfigMessages, UnlistedIdIsLogged)
 {
     ASSERT_EQ(load("unlisted"), 0);
 
-    EXPECT_EQ(logged("[appendByID] No config for iID(unlisted)"), 1);
+    EXPECT_EQ(logged(" D pgs [appendByID] No config for iID(unlisted)"), 1);
 }
 
 TEST_F(ConfigMessages, MissingManagerConfigurationIsLoggedAtEveryTry)
@@ -97,7 +99,7 @@ TEST_F(ConfigMessages, MissingManagerConfigurationIsLoggedAtEveryTry)
     EXPECT_EQ(load("net"), -2);
     EXPECT_EQ(load("net"), -2);
 
-    EXPECT_EQ(logged("[nl_loadManagerConfig] Failed to load config manager file(" +
+    EXPECT_EQ(logged(" E pgs [nl_loadManagerConfig] Failed to load config manager file(" +
                      path("ixlap.configmanager.prs") + ") err: -2"),
               2);
 }
@@ -109,7 +111,7 @@ TEST_F(ConfigMessages, GlobalIdNeverFetchesTheLogger)
 
     ASSERT_EQ(load("other"), 0);
     ASSERT_EQ(load("ixlap.global"), 0);
-    EXPECT_EQ(logged("[appendByID] No config for iID(ixlap.global)"), 1);
+    EXPECT_EQ(logged(" D pgs [appendByID] No config for iID(ixlap.global)"), 1);
 }
 
 TEST_F(ConfigMessages, SilentLoggerChangesNothing)
@@ -121,4 +123,16 @@ TEST_F(ConfigMessages, SilentLoggerChangesNothing)
     ASSERT_EQ(load("net"), 0);
 
     EXPECT_EQ(logged("[appendByID] Parse"), 0);
+}
+
+TEST_F(ConfigMessages, DebugLinesHaveTheLevelZero)
+{
+    core.writeManagerConfig("net = a.prs");
+    core.writeConfig("a.prs", "k = 1");
+    PBaseptr<ILogger> logger(core.get<ILogger>(kIxlaLoggerId));
+    ASSERT_EQ(logger->setLevel(0), 0);
+    ASSERT_EQ(load("net"), 0);
+    ASSERT_EQ(load("unlisted"), 0);
+
+    EXPECT_EQ(logged("[appendByID] "), 4);
 }

@@ -278,6 +278,21 @@ TEST_F(ConfigParser, RejectsLinesWithoutKeyOrSeparator)
     }
 }
 
+TEST_F(ConfigParser, RejectedLineLeavesTheTextsAlone)
+{
+    PString key(L"k");
+    PString attribute(L"a");
+    PString value(L"v");
+
+    for (const wchar_t* line : {L"no separator", L"= 1", L" : name = 1"})
+    {
+        EXPECT_EQ(PConfigManager::_parseLine(line, key, attribute, value), -3001);
+    }
+    EXPECT_EQ(key, L"k");
+    EXPECT_EQ(attribute, L"a");
+    EXPECT_EQ(value, L"v");
+}
+
 TEST_F(ConfigParser, SeparatorsAreRefusedInEveryNameAndNothingElse)
 {
     for (const wchar_t* bad : {L"=", L":", L"|", L"a=b", L"a:", L"|a"})
@@ -351,4 +366,11 @@ TEST_F(ConfigParser, DirectoryIsNoConfiguration)
 {
     EXPECT_EQ(manager.loadByFile(wide(dir.path().string()), config), -21);
     EXPECT_FALSE(config);
+}
+
+TEST_F(ConfigParser, FileThatCannotBeReadOnCountsAsEnded)
+{
+    // Opens like any file; its first page is not mapped, so reading it fails.
+    EXPECT_EQ(manager.loadByFile(L"/proc/self/mem", config), 0);
+    EXPECT_THAT(keysOf(config), IsEmpty());
 }

@@ -140,6 +140,14 @@ TEST_F(ConfigStore, StoredAttributeKeepsItsEarlierText)
     EXPECT_EQ(storeText(), "net|port = 8080\nnet|port:unit = tcp\n");
 }
 
+TEST_F(ConfigStore, AttributeThatIsStoredAlreadyStillRewritesTheFile)
+{
+    dir.write("store.txt", "# by hand\nnet|port = 8080\nnet|port:unit = tcp\n");
+    storeAttr("net", "port", "unit", "udp");
+
+    EXPECT_EQ(storeText(), "net|port = 8080\nnet|port:unit = tcp\n");
+}
+
 TEST_F(ConfigStore, EmptyValueLeavesTheLineEndingInABlank)
 {
     store("net", "port", "");
