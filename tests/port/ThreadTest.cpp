@@ -21,6 +21,12 @@ void* passGate(void* iGate)
     return static_cast<Gate*>(iGate)->pass() ? iGate : nullptr;
 }
 
+void* openGate(void* iGate)
+{
+    static_cast<Gate*>(iGate)->open();
+    return nullptr;
+}
+
 void* ownId(void* oId)
 {
     *static_cast<unsigned long*>(oId) = PThread::getCurrentThreadId();
@@ -114,6 +120,20 @@ TEST(Thread, RunsOnByItselfWhenNobodyJoinedIt)
     detached.go.open();
 
     EXPECT_TRUE(detached.gone.pass());
+}
+
+// A thread that is neither joined nor detached keeps its stack, and the address space of a 32-bit
+// process ends long before the last of these.
+TEST(Thread, ThreadsThatNobodyJoinedLeaveNothingBehind)
+{
+    // Never freed, because the threads may still be leaving open().
+    static Gate* const gone = new Gate[1000];
+    for (int i = 0; i < 1000; ++i)
+    {
+        PThread thread;
+        ASSERT_EQ(0, thread.pcreate(openGate, &gone[i])) << i;
+        ASSERT_TRUE(gone[i].pass()) << i;
+    }
 }
 
 TEST(Thread, IdsTellThreadsApart)
