@@ -43,8 +43,20 @@ protected:
         EXPECT_EQ(manager.addListener(L"net", L"T"), 0);
     }
 
+    typedef std::vector<std::pair<std::string, std::function<int()>>> Operations;
+
     /// Every operation that locks, with its name.
-    std::vector<std::pair<std::string, std::function<int()>>> operations()
+    Operations operations()
+    {
+        Operations all;
+        for (const Operations& group : {loads(), sets(), stores(), registrations(), lookups()})
+        {
+            all.insert(all.end(), group.begin(), group.end());
+        }
+        return all;
+    }
+
+    Operations loads()
     {
         return {
             {"listIDs",
@@ -62,6 +74,12 @@ protected:
              {
                  return manager.appendByID(L"net", config);
              }},
+        };
+    }
+
+    Operations sets()
+    {
+        return {
             {"setString",
              [this]
              {
@@ -87,6 +105,12 @@ protected:
              {
                  return manager.removeSetAttr(L"net", L"port", L"unit");
              }},
+        };
+    }
+
+    Operations stores()
+    {
+        return {
             {"storeString",
              [this]
              {
@@ -107,6 +131,12 @@ protected:
              {
                  return manager.removeStoredAttr(L"net", L"port", L"unit");
              }},
+        };
+    }
+
+    Operations registrations()
+    {
+        return {
             {"addListener",
              [this]
              {
@@ -117,6 +147,12 @@ protected:
              {
                  return manager.removeListener(L"net", L"T");
              }},
+        };
+    }
+
+    Operations lookups()
+    {
+        return {
             {"findDynamicValue",
              [this]
              {

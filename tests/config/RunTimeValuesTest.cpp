@@ -170,11 +170,21 @@ TEST_F(RunTimeEvents, EverySetIsAnnouncedAlsoOneThatChangesNothing)
     EXPECT_THAT(recorder->events(), ElementsAre("topic 0 A K ", "topic 0 A K "));
 }
 
-TEST_F(RunTimeEvents, RemovalsAndRefusalsAreSilent)
+TEST_F(RunTimeEvents, RemovalsAreSilent)
 {
     EXPECT_EQ(manager->removeSetKey(L"A", L"K"), 0);
     EXPECT_EQ(manager->removeSetAttr(L"A", L"K", L"unit"), 0);
+    EXPECT_EQ(manager->setString(L"A", L"K", L"1"), 0);
+    EXPECT_EQ(manager->removeSetAttr(L"A", L"K", L"unit"), 0);
+    EXPECT_EQ(manager->removeSetKey(L"A", L"K"), 0);
+
+    EXPECT_THAT(recorder->events(), ElementsAre("topic 0 A K "));
+}
+
+TEST_F(RunTimeEvents, RefusalsAreSilent)
+{
     EXPECT_EQ(manager->setString(L"A", L"a=b", L"1"), -3004);
+    EXPECT_EQ(manager->setAttrString(L"A", L"K", L"a|b", L"1"), -3004);
     EXPECT_EQ(manager->setAttrString(L"A", L"K", L"unit", L"s"), -3002);
 
     EXPECT_THAT(recorder->events(), IsEmpty());
