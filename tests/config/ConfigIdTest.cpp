@@ -118,6 +118,17 @@ TEST_F(ConfigId, BackslashesOfANameAreSeparators)
     EXPECT_EQ(valueOf(config, "k"), "sub");
 }
 
+TEST_F(ConfigId, BackslashesOfACustomPathAreSeparators)
+{
+    std::string path = dir.write("elsewhere/other.prs", "k = custom");
+    std::replace(path.begin(), path.end(), '/', '\\');
+    mapIDs("plugin.a = a.prs");
+    set("ixlap.global", "custom.config.a.prs", path);
+
+    ASSERT_EQ(load("plugin.a"), 0);
+    EXPECT_EQ(valueOf(config, "k"), "custom");
+}
+
 TEST_F(ConfigId, DirectoryMayEndWithASlash)
 {
     ASSERT_EQ(manager.removeSetKey(L"ixlap.global", L"core.plugins.config.dir"), 0);

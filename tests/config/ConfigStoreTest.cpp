@@ -84,11 +84,15 @@ TEST_F(ConfigStore, FirstStoreMakesAFileOfOneLine)
 
 TEST_F(ConfigStore, FileBelongsToItsOwnerAlone)
 {
+    struct stat made = {};
+    struct stat rewritten = {};
+    EXPECT_EQ(loadedOf("net", "port"), "<-504>");
+    ASSERT_EQ(::stat(dir.file("store.txt").c_str(), &made), 0);
     store("net", "port", "8080");
-    struct stat status = {};
-    ASSERT_EQ(::stat(dir.file("store.txt").c_str(), &status), 0);
+    ASSERT_EQ(::stat(dir.file("store.txt").c_str(), &rewritten), 0);
 
-    EXPECT_EQ(status.st_mode & 0777u, 0600u);
+    EXPECT_EQ(made.st_mode & 0777u, 0600u);
+    EXPECT_EQ(rewritten.st_mode & 0777u, 0600u);
 }
 
 TEST_F(ConfigStore, SecondStoreReplacesTheValueAndKeepsTheAttributes)
