@@ -3,37 +3,47 @@
 #include "PErrno.h"
 #include "PUtf8.h"
 
-#include <cstdint>
 #include <cstring>
-#include <new>
 
-PPathBytes::PPathBytes(const PLiteral& iPath, const char* iPrefix) noexcept
-    : fBytes(fShort), fResult(0)
+namespace
+{
+/// The bytes that a character of a path takes, if it can stand in one at all.
+std::size_t _encodedSize(wchar_t iChar)
+{
+    const bool standsForByte = iChar >= 0xDC80 && iChar <= 0xDCFF;
+    if (iChar < 0x80 || standsForByte)
+    {
+        return 1;
+    }
+    if (iChar < 0x800)
+    {
+        return 2;
+    }
+    return iChar < 0x10000 ? 3 : 4;
+}
+
+std::size_t _encodedSize(const PLiteral& iPath)
+{
+    std::size_t size = 0;
+    for (unsigned int i = 0; i < iPath.len() && size < PATH_MAX; ++i)
+    {
+        size += _encodedSize(iPath.ptr()[i]);
+    }
+    return size;
+}
+} // namespace
+
+PPathBytes::PPathBytes(const PLiteral& iPath, const char* iPrefix) noexcept : fResult(0)
 {
     const std::size_t prefix = std::strlen(iPrefix);
-    const unsigned long long size =
-        prefix + static_cast<unsigned long long>(iPath.len()) * PUtf8::eMaxBytes + 1;
-    if (size > sizeof fShort)
+    if (prefix + _encodedSize(iPath) >= sizeof fBytes)
     {
-        fBytes =
-            size <= PTRDIFF_MAX ? new (std::nothrow) char[static_cast<std::size_t>(size)] : nullptr;
-    }
-    if (!fBytes)
-    {
-        fResult = PErrno::code(ENOMEM);
+        fResult = PErrno::code(ENAMETOOLONG);
         return;
     }
     std::memcpy(fBytes, iPrefix, prefix);
     if (PUtf8::encodePath(iPath.ptr(), iPath.len(), fBytes + prefix) == PUtf8::eNoPath)
     {
         fResult = PErrno::code(EINVAL);
-    }
-}
-
-PPathBytes::~PPathBytes()
-{
-    if (fBytes != fShort)
-    {
-        delete[] fBytes;
     }
 }

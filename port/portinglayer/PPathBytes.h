@@ -4,20 +4,19 @@
 
 #include "PLiteral.h"
 
-#include <cstddef>
+#include <climits>
 
-/// Converts a path; short ones without allocating.
+/// Converts a path. Needs no memory: the system takes no longer paths than fit in here.
 class PPathBytes
 {
 public:
     /// Puts iPrefix, a narrow text of at most a few characters, before the path.
     explicit PPathBytes(const PLiteral& iPath, const char* iPrefix = "") noexcept;
-    ~PPathBytes();
 
     PPathBytes(const PPathBytes&) = delete;
     PPathBytes& operator=(const PPathBytes&) = delete;
 
-    /// 0, -22 for a text that no path can be, -12 for lack of memory.
+    /// 0, -22 for a text that no path can be, -36 for one that is too long.
     int result() const noexcept
     {
         return fResult;
@@ -30,8 +29,7 @@ public:
     }
 
 private:
-    char fShort[512];
-    char* fBytes;
+    char fBytes[PATH_MAX];
     int fResult;
 };
 

@@ -78,8 +78,7 @@ TEST_F(EntryPoints, FailedStartLeavesRoomForAnother)
 TEST_F(EntryPoints, StopClearsTheCoreAndReturnsTheErrorOfTheStopFlow)
 {
     ASSERT_EQ(0, fCore.start());
-    // The first lock of this thread reads the time limit from the configuration.
-    PortFaults::mutexLock.armOnThisThread(-7, 1, 1);
+    PortFaults::mutexLock.armOnThisThread(-7, 0, 1);
     EXPECT_EQ(-1013, fCore.stop());
     EXPECT_EQ(1, PortFaults::mutexLock.hits());
     EXPECT_EQ(-1002, ixlaStop());

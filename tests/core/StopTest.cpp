@@ -203,8 +203,7 @@ TEST_F(Stop, StepsRunInTheirOrder)
 TEST_F(Stop, MutexThatCannotBeLockedEndsTheStopFlow)
 {
     startListening();
-    // The first lock of this thread reads the time limit from the configuration.
-    PortFaults::mutexLock.armOnThisThread(-22, 1, 1);
+    PortFaults::mutexLock.armOnThisThread(-22, 0, 1);
     EXPECT_EQ(-1013, fCore.stop());
     EXPECT_EQ(0, PluginHooks::count("alpha.event"));
     EXPECT_EQ(1, PluginHooks::count("alpha.destroyed"));
@@ -214,8 +213,7 @@ TEST_F(Stop, MutexThatCannotBeUnlockedEndsTheStopFlow)
 {
     startListening();
     PluginHooks::on("alpha.event", [] { return 0; });
-    // Unlocking after the read of the time limit passes; the next one is the stop flow's.
-    PortFaults::mutexUnlock.armOnThisThread(-22, 1, 1);
+    PortFaults::mutexUnlock.armOnThisThread(-22, 0, 1);
     EXPECT_EQ(-1014, fCore.stop());
     EXPECT_EQ(1, PluginHooks::count("alpha.event"));
     EXPECT_EQ(0, fCore.logCount("[stopFlow] freeLibsOnDestroy"));

@@ -319,6 +319,16 @@ TEST_F(FileTest, MissingFileIsReported)
     EXPECT_EQ(-9, file.pclose());
 }
 
+TEST_F(FileTest, PathThatIsTooLongIsRefused)
+{
+    const PString path = wide("/" + std::string(4095, 'x'));
+    PFile file;
+
+    EXPECT_EQ(-36, file.popen(path, PFile::eRead, 0));
+    EXPECT_EQ(-36, PFile::pdelete(path));
+    EXPECT_FALSE(PFile::exists(path));
+}
+
 TEST_F(FileTest, ModeWithoutReadingOrWritingIsRefused)
 {
     PFile file;
