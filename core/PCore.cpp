@@ -80,8 +80,15 @@ bool PCore::ixlaIsInterfaceAvailable(const PLiteral& iInterfaceId)
         PLogger::debug(getCoreLogger(), 0, kCoreLogFrame);
         return false;
     }
-    const bool found = fInterfaces.find(iInterfaceId) != fInterfaces.end();
+    const bool found = findPlugin(iInterfaceId) != nullptr;
     PLogger::debug(getCoreLogger(), 0, L"[ixlaIsInterfaceAvailable] return res: %d", found ? 1 : 0);
     PLogger::debug(getCoreLogger(), 0, kCoreLogFrame);
     return found;
+}
+
+/// The record behind an interface ID, or null.
+PCorePlugin* PCore::findPlugin(const PLiteral& iInterfaceId) const
+{
+    const auto found = fInterfaces.find(iInterfaceId);
+    return found == fInterfaces.end() ? nullptr : found->second.load();
 }

@@ -25,9 +25,9 @@ class PThread;
 /// The core behind the exported functions, whose contracts are in Ixla.h.
 ///
 /// Its mutex guards the init states of all records, the record list during unload, and the exit
-/// flag. The registry is read without it: it changes only before the core is started, in unload
-/// and in the clean-up. Plugin code runs with no lock held, except the destruction of a plugin
-/// that is being unloaded.
+/// flag. The registry is read without it: entries come before the core is started and go in the
+/// clean-up; unload only empties them, so other interfaces may be looked up meanwhile. Plugin code
+/// runs with no lock held, except the destruction of a plugin that is being unloaded.
 class PCore
 {
 public:
@@ -107,6 +107,9 @@ private:
     void publishCustomKeys();
     void pinGlobal(const PLiteral& iKey);
 
+    // PCore.cpp
+    PCorePlugin* findPlugin(const PLiteral& iInterfaceId) const;
+
     // PCoreLoad.cpp
     bool readFreeLibraries();
     int createPlugin(PLibrary& iLibrary, PBaseptr<IPlugin>& oPlugin);
@@ -135,7 +138,8 @@ private:
     PMutex fMutex;
     PConditionalVar fCondVar;
     std::vector<PCorePlugin*> fCorePlugins; ///< owned; built-in ones first
-    std::map<PString, PCorePlugin*, PLiteralLess> fInterfaces;
+    /// Null for an interface of a plugin that was unloaded.
+    std::map<PString, std::atomic<PCorePlugin*>, PLiteralLess> fInterfaces;
     std::atomic<bool> fStarted;
     PBaseptr<IConfigManager> fConfigManager;
     PBaseptr<IConfig> fConfig;

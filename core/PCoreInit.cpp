@@ -163,14 +163,14 @@ int PCore::getInstanceInternal(const PLiteral& iInterfaceId, IBase*& oInstance)
     PLogger::debug(logger, 2, kCoreLogFrame);
     PLogger::debug(logger, 2, L"[getInstanceInternal] Get instance for interface ID: %ls",
                    iInterfaceId.ptr());
-    const auto found = fInterfaces.find(iInterfaceId);
-    if (found == fInterfaces.end())
+    PCorePlugin* const found = findPlugin(iInterfaceId);
+    if (!found)
     {
         PLogger::error(logger, 0, L"[getInstanceInternal] Unknown interface ID: %ls",
                        iInterfaceId.ptr());
         return eIxlaUnknownInterface;
     }
-    PCorePlugin& record = *found->second;
+    PCorePlugin& record = *found;
     if (record.fLibrary)
     {
         PLogger::info(logger, 1, L"[getInstanceInternal] Call initPlugin() for %ls",
@@ -280,13 +280,13 @@ int PCore::nl_unloadPlugin(IPlugin* iPlugin)
         PLogger::debug(getCoreLogger(), 0, L"[ixlaUnloadPlugin] Remove interface ID: %ls",
                        ids[i].ptr());
         const auto entry = fInterfaces.find(ids[i]);
-        if (entry == fInterfaces.end())
+        if (entry == fInterfaces.end() || !entry->second.load())
         {
             PLogger::error(getCoreLogger(), 0,
                            L"[ixlaUnloadPlugin] Failed to find interface ID in map");
             continue;
         }
-        fInterfaces.erase(entry);
+        entry->second.store(nullptr);
     }
     fCorePlugins.erase(found);
     // Destroyed with the mutex held, so that nobody finds the plugin half gone: a thread that asks

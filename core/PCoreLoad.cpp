@@ -231,12 +231,12 @@ int PCore::checkInterfaces(const PString* iIDs, unsigned int iCount)
 {
     for (unsigned int i = 0; iIDs && i < iCount; ++i)
     {
-        const auto found = fInterfaces.find(iIDs[i]);
-        if (found == fInterfaces.end())
+        const PCorePlugin* const found = findPlugin(iIDs[i]);
+        if (!found)
         {
             continue;
         }
-        const PPtr<PLibrary>& owner = found->second->fLibrary;
+        const PPtr<PLibrary>& owner = found->fLibrary;
         if (owner)
         {
             PLogger::error(getCoreLogger(), 0,

@@ -123,6 +123,43 @@ TEST_F(CoreStress, RequestsOfManyPluginsFindTheirOwn)
     EXPECT_EQ(1, PluginHooks::count("twice.init"));
 }
 
+TEST_F(CoreStress, OtherInterfacesAreFoundWhileAPluginIsUnloaded)
+{
+    // Without lines of the log, and with relaxed counters, nothing orders the threads.
+    fCore.set("core.log.level", "-1");
+    for (const char* name : {"alpha", "beta", "twice"})
+    {
+        fCore.addPlugin(name);
+    }
+    ASSERT_EQ(0, fCore.start());
+    ITestService* const beta = fCore.get<ITestService>(L"test.beta");
+    ASSERT_NE(nullptr, beta);
+    std::atomic<int> failures{0};
+    std::atomic<int> lookups{0};
+    std::atomic<int> unload{1};
+    together(
+        [&](int iThread)
+        {
+            while (iThread == 0 && lookups.load(std::memory_order_relaxed) < 1000)
+            {
+                std::this_thread::yield();
+            }
+            if (iThread == 0)
+            {
+                unload.store(ixlaUnloadPlugin(beta->getPlugin()), std::memory_order_relaxed);
+            }
+            while (unload.load(std::memory_order_relaxed) == 1)
+            {
+                const bool found = ixlaIsInterfaceAvailable(L"test.twice");
+                failures.fetch_add(found ? 0 : 1, std::memory_order_relaxed);
+                lookups.fetch_add(1, std::memory_order_relaxed);
+            }
+        });
+    EXPECT_EQ(0, failures);
+    EXPECT_EQ(0, unload);
+    EXPECT_FALSE(ixlaIsInterfaceAvailable(L"test.beta.second"));
+}
+
 TEST_F(CoreStress, AThousandStartsAndStopsLeaveNothingBehind)
 {
     fCore.set("core.log.level", "-1");
