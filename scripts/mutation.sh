@@ -1,0 +1,218 @@
+#!/usr/bin/env bash
+# Plants small faults in the product, one at a time, and shows which of them the tests catch:
+#   mutation.sh                 tries all faults; fails when less than 95 % are caught
+#   mutation.sh --only ID...    tries these alone; fails as above
+#   mutation.sh --self-test     tries faults whose outcome is known
+#   mutation.sh --list          shows the faults
+# The faults are the lists in tests/mutation. They are planted in a copy of the tree, in
+# build/mutation, which must pass its tests first. Each fault meets the tests of its own directory,
+# then, if those don't catch it, all others. A test that hangs counts as failed; a fault that
+# doesn't compile doesn't count.
+set -eu
+
+root=$(cd "$(dirname "$0")/.." && pwd)
+work=$root/build/mutation
+tree=$work/tree
+# As deep in the copy as other builds are in the tree, so that ccache sees the same paths.
+build=$tree/build/mutation
+wanted_percent=95
+test_seconds=60
+# The check that the faults can be planted fails where one has been.
+unfit_tests='^Mutation\.'
+
+# shellcheck source-path=SCRIPTDIR source=../tests/mutation/faults.sh
+. "$root/tests/mutation/faults.sh"
+
+caught=0
+survived=()
+
+die() {
+    echo "$*" >&2
+    exit 1
+}
+
+list_faults() {
+    local id
+    for id in "${fault_ids[@]}"; do
+        printf '%-28s %-36s %s\n' "$id" "${fault_file[$id]}" "${fault_breaks[$id]}"
+    done
+}
+
+# The files of the tree, as they are, committed or not.
+list_files() {
+    git -C "$root" ls-files --cached --others --exclude-standard | while IFS= read -r file; do
+        if [ -f "$root/$file" ]; then
+            printf '%s\n' "$file"
+        fi
+    done | sort
+}
+
+copied_files() {
+    (cd "$tree" && find . -path ./build -prune -o -type f -print) | sed 's,^\./,,' | sort
+}
+
+# Brings the copy up to date. Only what differs is touched, so that little is built again.
+copy_tree() {
+    local file
+    mkdir -p "$tree"
+    list_files >"$work/files"
+    while IFS= read -r file; do
+        if ! cmp -s "$root/$file" "$tree/$file"; then
+            mkdir -p "$(dirname "$tree/$file")"
+            cp "$root/$file" "$tree/$file"
+        fi
+    done <"$work/files"
+    copied_files | comm -23 - "$work/files" | while IFS= read -r file; do
+        rm "$tree/$file"
+    done
+}
+
+# Libraries may change under their users, whose tests are asked for when they run: both spare work.
+configure() {
+    local launcher=()
+    if command -v ccache >/dev/null; then
+        launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
+    fi
+    (cd "$tree" && cmake --preset release -B "$build" "${launcher[@]}" \
+        -DCMAKE_LINK_DEPENDS_NO_SHARED=ON -DCMAKE_GTEST_DISCOVER_TESTS_DISCOVERY_MODE=PRE_TEST \
+        -DIXLAL_TEST_TIMEOUT="$test_seconds") >"$work/build.log" 2>&1
+}
+
+build_targets() {
+    cmake --build "$build" -j2 --target "$@" >"$work/build.log" 2>&1
+}
+
+# run_tests DIRECTORY EXCLUDED: the tests of a build directory.
+run_tests() {
+    ctest --test-dir "$1" -j2 --stop-on-failure -E "$2" >"$work/test.log" 2>&1
+}
+
+# The first tests that failed, or what else was wrong.
+failed_tests() {
+    local failed
+    failed=$(sed -n 's/^[[:space:]]*[0-9]* - \(.*\)$/\1/p' "$work/test.log" | head -n 2 | paste -sd ,)
+    echo "${failed:-tests that cannot be listed}"
+}
+
+# Once for every state of the tree.
+prove_green() {
+    local state
+    state=$(cd "$tree" && copied_files | xargs -d '\n' cksum | cksum)
+    if [ "$state" = "$(cat "$work/green" 2>/dev/null)" ]; then
+        return
+    fi
+    echo "Building and testing the tree without a fault"
+    rm -f "$work/green"
+    configure || die "It cannot be configured, see $work/build.log"
+    build_targets all || die "It cannot be built, see $work/build.log"
+    run_tests "$build" "$unfit_tests" || die "It fails its own tests, $(failed_tests), see $work/test.log"
+    echo "$state" >"$work/green"
+}
+
+# meets TARGET DIRECTORY EXCLUDED: sets outcome and, when tests catch the fault, by which ones.
+meets() {
+    outcome=survived
+    if ! build_targets "$1"; then
+        outcome=uncompilable
+    elif ! run_tests "$2" "$3"; then
+        outcome=caught
+        by=$(failed_tests)
+    fi
+}
+
+# meets_tests DIRECTORY: first those of one directory of tests/. That headers compile for other
+# compilers takes long and finds few faults, so it comes with all the others.
+meets_tests() {
+    meets "tests/$1/all" "$build/tests/$1" '^(Mutation|Headers)\.'
+    if [ "$outcome" = survived ]; then
+        meets all "$build" "$unfit_tests"
+    fi
+}
+
+try_fault() {
+    local file=$tree/${fault_file[$1]} by=
+    planted "$tree" "$1" >"$work/planted" || die "$1 cannot be planted: its text has changed"
+    cat "$work/planted" >"$file"
+    meets_tests "$(first_tests "$1")"
+    cp "$root/${fault_file[$1]}" "$file"
+    printf '%-12s %-28s %s\n' "$outcome" "$1" "${by:-${fault_reason[$1]-}}"
+}
+
+try_faults() {
+    local id outcome
+    for id in "$@"; do
+        try_fault "$id"
+        case $outcome in
+            caught) caught=$((caught + 1)) ;;
+            survived) survived+=("$id") ;;
+        esac
+    done
+}
+
+# Without this a run could show anything.
+self_test() {
+    local id outcome outcomes=
+    for id in control-comment control-fatal control-hanging control-uncompilable; do
+        try_fault "$id"
+        outcomes+="$outcome "
+    done
+    [ "$outcomes" = "survived caught caught uncompilable " ] ||
+        die "These had to be survived, caught, caught and uncompilable"
+}
+
+summarise() {
+    local id total=$((caught + ${#survived[@]}))
+    echo "$caught of $total faults caught"
+    for id in "${survived[@]}"; do
+        echo "Survived: $id: ${fault_breaks[$id]} (${fault_file[$id]}): ${fault_reason[$id]-}"
+    done
+    [ "$total" -gt 0 ] && [ $((caught * 100)) -ge $((total * wanted_percent)) ]
+}
+
+read_lists() {
+    local list
+    for list in "$root"/tests/mutation/*.faults; do
+        case $list in
+            */stale.faults | */controls.faults) ;;
+            *) read_faults "$list" ;;
+        esac
+    done
+}
+
+prepare() {
+    mkdir -p "$work"
+    copy_tree
+    prove_green
+}
+
+case ${1-} in
+    --list)
+        read_lists
+        list_faults
+        ;;
+    --only)
+        shift
+        read_lists
+        for id in "$@"; do
+            [ -n "${fault_file[$id]-}" ] || die "There is no fault $id"
+        done
+        prepare
+        try_faults "$@"
+        summarise
+        ;;
+    --self-test)
+        read_faults "$root/tests/mutation/controls.faults"
+        prepare
+        self_test
+        ;;
+    "")
+        read_lists
+        selected=("${fault_ids[@]}")
+        read_faults "$root/tests/mutation/controls.faults"
+        prepare
+        self_test
+        try_faults "${selected[@]}"
+        summarise
+        ;;
+    *) die "Usage: mutation.sh [--list | --self-test | --only ID...]" ;;
+esac
