@@ -297,6 +297,21 @@ TEST_F(FileTest, LinesReadAheadAreNotWrittenAgain)
     EXPECT_EQ("one\ntwo\nthree\nfour\n", dir.read("both.txt"));
 }
 
+TEST_F(FileTest, RoomMadeWhileReadingKeepsTheLinesThatAreLeft)
+{
+    dir.write("lines.txt", "first\nsecond\nthird\n");
+    PFile file;
+    PString line;
+    ASSERT_EQ(0, file.popen(dir.wideFile("lines.txt"), PFile::eRead, 0));
+    ASSERT_EQ(0, file.preadLine(line));
+
+    ASSERT_EQ(0, file.reserve(100000));
+    EXPECT_EQ(0, file.preadLine(line));
+    EXPECT_EQ("second", narrow(line));
+    EXPECT_EQ(0, file.preadLine(line));
+    EXPECT_EQ("third", narrow(line));
+}
+
 TEST_F(FileTest, EndOfFileLeavesTheLineAsItWas)
 {
     dir.write("one.txt", "a\n");

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/mman.h>
 #include <sys/sysinfo.h>
 #include <unistd.h>
 #include <vector>
@@ -31,6 +32,18 @@ TEST(Process, MemoryUsageGrowsWithTouchedMemory)
     EXPECT_GT(before, 0u);
     EXPECT_GT(memoryUsage(), before + size / 2);
     EXPECT_EQ('x', touched[size / 2]);
+}
+
+TEST(Process, ReservedMemoryIsNotUsedMemory)
+{
+    constexpr std::size_t size = 64u << 20;
+    const unsigned long long before = memoryUsage();
+    void* const reserved =
+        mmap(nullptr, size, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+
+    ASSERT_NE(MAP_FAILED, reserved);
+    EXPECT_LT(memoryUsage(), before + size / 2);
+    munmap(reserved, size);
 }
 
 TEST(Process, UnknownProcessIsReported)

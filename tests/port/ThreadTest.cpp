@@ -1,4 +1,5 @@
 #include "port/Gate.h"
+#include "portinglayer/PMonotonic.h"
 #include "portinglayer/PThread.h"
 #include "portinglayer/PTime.h"
 
@@ -51,6 +52,11 @@ void* runDetached(void* iDetached)
 
 void noSignal(int)
 {
+}
+
+long long nanoseconds(const timespec& iTime)
+{
+    return iTime.tv_sec * 1000000000LL + iTime.tv_nsec;
 }
 } // namespace
 
@@ -192,6 +198,20 @@ TEST(Time, TicksNeverGoBack)
         const long long now = PTime::getTickCount();
         ASSERT_GE(now, last);
         last = now;
+    }
+}
+
+TEST(Time, LimitsAreAsFarAwayAsAsked)
+{
+    for (int i = 0; i < 100; ++i)
+    {
+        const long long before = nanoseconds(PMonotonic::now());
+        const timespec limit = PMonotonic::after(1999);
+        const long long after = nanoseconds(PMonotonic::now());
+
+        ASSERT_LT(limit.tv_nsec, 1000000000);
+        ASSERT_GE(nanoseconds(limit), before + 1999000000);
+        ASSERT_LE(nanoseconds(limit), after + 1999000000);
     }
 }
 
