@@ -21,5 +21,7 @@ function(ixlal_library target file_name)
         LINK_DEPENDS ${script})
     target_link_libraries(${target} PRIVATE ixlal_flags PUBLIC ixlal_headers)
     target_link_options(${target} PRIVATE
-        -Wl,--version-script=${script} -Wl,-z,relro,-z,now -Wl,--no-undefined -Wl,--as-needed)
+        -Wl,--version-script=${script} -Wl,-z,relro,-z,now -Wl,--as-needed
+        # Fuzzers bring the runtime of clang's sanitizers along, the libraries do not.
+        $<$<NOT:$<BOOL:${IXLAL_BUILD_FUZZERS}>>:-Wl,--no-undefined>)
 endfunction()

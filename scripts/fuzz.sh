@@ -1,0 +1,139 @@
+#!/usr/bin/env bash
+# Fuzzes the product: fuzz.sh [--seconds N] [--jobs N] [TARGET...]
+# Runs each target of tests/fuzz (all unless some are named) for N seconds (60), two at a time
+# unless --jobs says otherwise. What is found grows in build/fuzz/work; tests/fuzz/corpus is only
+# read. Fails on any finding and tells how to run it again.
+set -eu
+
+root=$(cd "$(dirname "$0")/.." && pwd)
+build=$root/build/fuzz
+work=$build/work
+seconds=60
+jobs=2
+targets=()
+
+usage() {
+    sed -n '2,5s/^# //p' "$0" >&2
+    exit 2
+}
+
+read_arguments() {
+    while [ $# -gt 0 ]; do
+        case $1 in
+        --seconds | --jobs)
+            [[ "${2:-}" =~ ^[1-9][0-9]*$ ]] || usage
+            declare -g "${1#--}=$2"
+            shift
+            ;;
+        -*) usage ;;
+        *)
+            [ -d "$root/tests/fuzz/corpus/$1" ] || usage
+            targets+=("$1")
+            ;;
+        esac
+        shift
+    done
+    if [ ${#targets[@]} -eq 0 ]; then
+        targets=(conversions log parser store tokens utf8)
+    fi
+}
+
+build_fuzzers() {
+    mkdir -p "$work"
+    cmake --preset fuzz >"$build/configure.log" || { cat "$build/configure.log"; exit 1; }
+    cmake --build --preset fuzz
+}
+
+# fuzz TARGET SECONDS CORPUS...: results go to TARGET.log, findings to TARGET-*
+# Scheduling by entropy costs more here than the targets themselves.
+fuzz() {
+    local target=$1 limit=$2 dictionary=$root/tests/fuzz/dictionaries/$1.dict
+    local options=(-entropic=0 -timeout=60 -print_final_stats=1)
+    shift 2
+    if [ -f "$dictionary" ]; then
+        options+=("-dict=$dictionary")
+    fi
+    ASAN_OPTIONS=malloc_context_size=6 "$build/bin/fuzz_$target" "${options[@]}" \
+        "-max_total_time=$limit" "-artifact_prefix=$work/$target-" "$@" >"$work/$target.log" 2>&1
+}
+
+# A target that is wrong must be found out, or silence of the others says nothing.
+prove_bite() {
+    rm -rf "$work/wrong" "$work"/wrong-*
+    mkdir -p "$work/wrong"
+    if fuzz wrong 60 "$work/wrong" || ! grep -q "Doesn't hold: bytes come back" "$work/wrong.log"; then
+        echo "The fuzzer does not find what is wrong on purpose; see $work/wrong.log" >&2
+        exit 1
+    fi
+    echo "The target that is wrong on purpose was found out"
+}
+
+# The last line of progress tells the coverage, the statistics behind it the executions.
+report() {
+    awk -v name="$1" '
+        /^#[0-9]+[ \t]+[A-Za-z]+ +cov: / { for (i = 1; i < NF; ++i) seen[$i] = $(i + 1) }
+        /^stat::number_of_executed_units:/ { executions = $2 }
+        /^stat::average_exec_per_sec:/ { rate = $2 }
+        END { printf "%-12s %10d executions %7d exec/s %6d edges %7d features, corpus %s\n",
+                     name, executions, rate, seen["cov:"], seen["ft:"], seen["corp:"] }
+    ' "$work/$1.log"
+}
+
+tell_finding() {
+    local finding
+    tail -n 60 "$work/$1.log" >&2
+    finding=$(sed -n 's/.*Test unit written to //p' "$work/$1.log" | tail -n 1)
+    echo "$1: FOUND ${finding:-a failure, see $work/$1.log}" >&2
+    echo "Run it again: $build/bin/fuzz_$1 ${finding:-}" >&2
+    echo "Keep it: copy it to tests/fuzz/corpus/$1/" >&2
+}
+
+# Leaves a mark for each target that failed.
+run_target() {
+    mkdir -p "$work/$1"
+    rm -f "$work/$1.failed"
+    if fuzz "$1" "$seconds" "$work/$1" "$root/tests/fuzz/corpus/$1"; then
+        report "$1"
+    else
+        touch "$work/$1.failed"
+    fi
+}
+
+run_targets() {
+    local running=0 target
+    for target in "${targets[@]}"; do
+        if [ "$running" -ge "$jobs" ]; then
+            wait -n
+        fi
+        run_target "$target" &
+        running=$((running + 1))
+    done
+    wait
+}
+
+tell_failures() {
+    local target failed=0
+    for target in "${targets[@]}"; do
+        if [ -e "$work/$target.failed" ]; then
+            tell_finding "$target"
+            failed=1
+        fi
+    done
+    return "$failed"
+}
+
+read_arguments "$@"
+"$root/scripts/install-deps.sh" test
+cd "$root"
+build_fuzzers
+
+# Whatever a crash leaves behind goes with this directory.
+memory=/dev/shm
+[ -w "$memory" ] || memory=${TMPDIR:-/tmp}
+TMPDIR=$(mktemp -d "$memory/ixlal-fuzz-run-XXXXXX")
+export TMPDIR
+trap 'rm -rf "$TMPDIR"' EXIT
+
+prove_bite
+run_targets
+tell_failures

@@ -1,0 +1,259 @@
+// The parser of files and arguments: what configurations and the core make of an input that is a
+// file of lines, and at the same time one argument a line, against the model of the format.
+#include "config/PConfigManager.h"
+#include "core/PStartArguments.h"
+#include "fuzz/Check.h"
+#include "fuzz/ConversionModel.h"
+#include "fuzz/LineModel.h"
+#include "fuzz/MemoryDir.h"
+#include "fuzz/Texts.h"
+
+#include <algorithm>
+#include <memory>
+
+namespace
+{
+typedef std::vector<std::wstring> Lines;
+
+/// A manager without a core; it reads files and arguments all the same.
+struct Parser
+{
+    const MemoryDir dir;
+    const PString path = dir.wideFile("in.prs");
+    const PBaseptr<IConfigManager> manager = PBaseptr<IConfigManager>::adopt(new PConfigManager);
+};
+
+int _codeOfNames(const std::wstring& iKey, const std::wstring& iAttribute)
+{
+    return LineModel::isName(iKey) && LineModel::isName(iAttribute) ? 0 : -3004;
+}
+
+void _checkTyped(IConfig& ioConfig, const std::wstring& iKey, const std::wstring& iValue)
+{
+    int expected = 0;
+    int number = 0;
+    const int numberCode = ConversionModel::toNumber(iValue, expected);
+    checkCode(ioConfig.getInt32(owned(iKey), number), numberCode, "code of a number");
+    check(number == expected, "number");
+
+    std::string bytes;
+    unsigned char* data = nullptr;
+    unsigned int size = 0;
+    const int bytesCode = ConversionModel::toBytes(iValue, bytes);
+    checkCode(ioConfig.getBinary(owned(iKey), data, size), bytesCode, "code of bytes");
+    const std::unique_ptr<unsigned char[]> owner(data);
+    check(size == bytes.size() && std::equal(bytes.begin(), bytes.end(), data,
+                                             [](char l, unsigned char r)
+                                             { return static_cast<unsigned char>(l) == r; }),
+          "bytes");
+}
+
+void _checkAttributes(IConfig& ioConfig, const std::wstring& iKey, const ModelRecord& iRecord)
+{
+    std::vector<PString> names;
+    checkCode(ioConfig.getAttributes(owned(iKey), names), 0, "attributes can be listed");
+    check(names.size() == iRecord.attributes.size(), "number of attributes");
+    auto name = names.begin();
+    for (const auto& [attribute, text] : iRecord.attributes)
+    {
+        checkText(textOf(*name++), attribute, "attribute");
+        PString found(L"before");
+        const int code = _codeOfNames(iKey, attribute);
+        checkCode(ioConfig.getAttrString(owned(iKey), owned(attribute), found), code,
+                  "code of an attribute");
+        checkText(textOf(found), code == 0 ? text : L"before", "text of an attribute");
+    }
+}
+
+void _checkRecord(IConfig& ioConfig, const std::wstring& iKey, const ModelRecord& iRecord)
+{
+    PString found(L"before");
+    const int code = _codeOfNames(iKey, L"");
+    checkCode(ioConfig.getString(owned(iKey), found), code, "code of a value");
+    checkText(textOf(found), code == 0 ? iRecord.value : L"before", "value");
+    if (code == 0)
+    {
+        _checkTyped(ioConfig, iKey, iRecord.value);
+        _checkAttributes(ioConfig, iKey, iRecord);
+    }
+}
+
+void _checkConfig(IConfig& ioConfig, const ModelValues& iExpected)
+{
+    std::vector<PString> keys(1);
+    checkCode(ioConfig.getKeys(keys), 0, "keys can be listed");
+    check(keys.size() == iExpected.size(), "number of keys");
+    auto key = keys.begin();
+    for (const auto& [name, record] : iExpected)
+    {
+        checkText(textOf(*key++), name, "key");
+        _checkRecord(ioConfig, name, record);
+    }
+}
+
+/// What was loaded, or that nothing was.
+void _checkLoaded(int iFoundCode, const PBaseptr<IConfig>& iConfig, int iCode,
+                  const ModelValues& iExpected)
+{
+    checkCode(iFoundCode, iCode, "code of loading");
+    check(static_cast<bool>(iConfig) == (iCode == 0), "a failed load hands nothing out");
+    if (iConfig)
+    {
+        _checkConfig(*iConfig, iExpected);
+    }
+}
+
+int _appendArguments(const Lines& iLines, ModelValues& ioValues)
+{
+    int result = iLines.empty() ? -502 : 0;
+    for (auto line = iLines.begin(); line != iLines.end() && result == 0; ++line)
+    {
+        result = LineModel::append(*line, ioValues);
+    }
+    return result;
+}
+
+void _checkLoads(const Parser& iParser, const Lines& iLines)
+{
+    ModelValues values;
+    const int fileCode = LineModel::appendFile(iLines, values);
+    PBaseptr<IConfig> config;
+    int found = iParser.manager->loadByFile(iParser.path, config);
+    _checkLoaded(found, config, fileCode, values);
+
+    values.clear();
+    config.clear();
+    const std::vector<PString> arguments = owned(iLines);
+    const int code = _appendArguments(iLines, values);
+    found = iParser.manager->loadByArgs(arguments, config);
+    _checkLoaded(found, config, code, values);
+
+    config.clear();
+    const auto count = static_cast<unsigned int>(arguments.size());
+    found = iParser.manager->loadByArgs(arguments.data(), count, config);
+    _checkLoaded(found, config, code, values);
+}
+
+/// Later values win, attributes stay, and what stood before a bad line is kept.
+void _checkAppends(const Parser& iParser, const Lines& iLines)
+{
+    Lines first = {L"key = first", L"key:attribute = first"};
+    ModelValues values;
+    checkCode(_appendArguments(first, values), 0, "these are arguments");
+    PBaseptr<IConfig> config;
+    checkCode(iParser.manager->loadByArgs(owned(first), config), 0, "arguments can be loaded");
+
+    const std::vector<PString> arguments = owned(iLines);
+    int code = _appendArguments(iLines, values);
+    checkCode(iParser.manager->appendByArgs(arguments, config), code, "code of appending");
+    _checkConfig(*config, values);
+    code = LineModel::appendFile(iLines, values);
+    checkCode(iParser.manager->appendByFile(iParser.path, config), code, "code of appending");
+    _checkConfig(*config, values);
+    std::reverse(first.begin(), first.end());
+    code = _appendArguments(first, values);
+    checkCode(iParser.manager->appendByArgs(owned(first).data(), 2, config), code, "appending");
+    _checkConfig(*config, values);
+}
+
+/// A line that is no entry leaves the texts as they were.
+void _checkLine(const std::wstring& iLine)
+{
+    ModelValues values;
+    const int code = LineModel::append(iLine, values);
+    PString key(L"before");
+    PString attribute(L"before");
+    PString value(L"before");
+    checkCode(PConfigManager::_parseLine(owned(iLine), key, attribute, value), code, "line");
+    if (code != 0)
+    {
+        const bool untouched = key == L"before" && attribute == L"before" && value == L"before";
+        check(untouched, "a bad line touches nothing");
+        return;
+    }
+    checkText(textOf(key), values.begin()->first, "key of a line");
+    const ModelRecord& record = values.begin()->second;
+    const bool plain = record.attributes.empty();
+    const std::wstring name = plain ? std::wstring() : record.attributes.begin()->first;
+    checkText(textOf(attribute), name, "attribute of a line");
+    const std::wstring text = plain ? record.value : record.attributes.begin()->second;
+    checkText(textOf(value), text, "text of a line");
+}
+
+/// What the core takes from its arguments.
+struct StartModel
+{
+    int parse(const std::wstring& iArgument);
+
+    std::map<std::wstring, std::wstring> paths;
+    std::map<std::wstring, int> numbers;
+    bool enable = true;
+};
+
+int StartModel::parse(const std::wstring& iArgument)
+{
+    const std::size_t equals = iArgument.find(L'=');
+    const std::wstring key = LineModel::trimmed(iArgument.substr(0, equals));
+    if (equals == std::wstring::npos)
+    {
+        return 0;
+    }
+    std::wstring value = LineModel::trimmed(iArgument.substr(equals + 1));
+    if (key == L"core.log.enable")
+    {
+        return ConversionModel::toBool(value, enable) == 0 ? 0 : -502;
+    }
+    const bool limit = key == L"core.log.maxsize" || key == L"core.log.parts";
+    if (limit || key == L"core.log.level" || key == L"core.log.maxcount")
+    {
+        int number = 0;
+        const bool taken = ConversionModel::toNumber(value, number) == 0 && !(limit && number < 0);
+        numbers[key] = taken ? number : numbers[key];
+        return taken || key == L"core.log.maxcount" ? 0 : -502;
+    }
+    if (key == L"core.prs.file" || key == L"core.log.file")
+    {
+        std::replace(value.begin(), value.end(), L'\\', L'/');
+    }
+    paths[key] = value;
+    return 0;
+}
+
+void _checkStartArguments(const Lines& iLines)
+{
+    StartModel model;
+    int code = 0;
+    for (auto line = iLines.begin(); line != iLines.end() && code == 0; ++line)
+    {
+        code = model.parse(*line);
+    }
+    PStartArguments found;
+    const std::vector<PString> arguments = owned(iLines);
+    const auto count = static_cast<unsigned int>(arguments.size());
+    checkCode(found.parse(arguments.data(), count), code, "code of the core's arguments");
+    checkText(textOf(found.fCorePrsFile), model.paths[L"core.prs.file"], "property file");
+    checkText(textOf(found.fLogFile), model.paths[L"core.log.file"], "log file");
+    checkText(textOf(found.fPluginsDir), model.paths[L"core.plugins.dir"], "plugins");
+    check(found.fLogMaxSize == model.numbers[L"core.log.maxsize"], "size of the log");
+    check(found.fLogParts == model.numbers[L"core.log.parts"], "parts of the log");
+    check(found.fLogLevel == model.numbers[L"core.log.level"], "level of the log");
+    check(found.fLogMaxCount == model.numbers[L"core.log.maxcount"], "lines of the log");
+    check(found.fLogEnable == model.enable, "whether there is a log");
+}
+} // namespace
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* iData, std::size_t iSize)
+{
+    static const Parser sParser;
+    const std::string_view bytes = bytesOf(iData, iSize);
+    const Lines lines = LineModel::linesOf(bytes);
+    sParser.dir.write("in.prs", bytes);
+    _checkLoads(sParser, lines);
+    _checkAppends(sParser, lines);
+    _checkStartArguments(lines);
+    for (const std::wstring& line : lines)
+    {
+        _checkLine(line);
+    }
+    return 0;
+}

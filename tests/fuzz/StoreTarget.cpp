@@ -1,0 +1,388 @@
+// The store: a script of operations against a model in memory. Each line of an input is one
+// operation, a letter and fields behind "/" (see Script).
+#include "IConfig.h"
+#include "Ixla.h"
+#include "config/PConfigManager.h"
+#include "fuzz/Check.h"
+#include "fuzz/MemoryDir.h"
+#include "fuzz/StoreModel.h"
+#include "fuzz/Texts.h"
+
+#include <cstdlib>
+
+namespace
+{
+constexpr std::size_t kMostOperations = 60;
+const std::wstring kOwnID = L"own";
+
+ModelValues _ownValues()
+{
+    return {{L"key", {L"mine", {{L"unit", L"ms"}}}},
+            {L"pinned", {L"fixed", {{L"const", L"true"}}}},
+            {L"attr", {L"", {{L"b", L"2"}}}}};
+}
+
+std::string _fileOf(const std::vector<std::wstring>& iLines)
+{
+    std::string bytes;
+    for (const std::wstring& line : iLines)
+    {
+        bytes += encoded(line) + '\n';
+    }
+    return bytes;
+}
+
+/// The fields of one operation, and the one value behind them in its forms.
+struct Operation
+{
+    Operation(std::string_view iLine, bool iHasAttribute)
+    {
+        id = decoded(takeField(iLine, '/'));
+        key = decoded(takeField(iLine, '/'));
+        attribute = iHasAttribute ? decoded(takeField(iLine, '/')) : std::wstring();
+        bytes = iLine;
+        text = decoded(iLine);
+        number = std::strtoull(bytes.c_str(), nullptr, 10);
+    }
+
+    std::wstring id;
+    std::wstring key;
+    std::wstring attribute;
+    std::string bytes;
+    std::wstring text;
+    unsigned long long number;
+};
+
+std::wstring _hex(const std::string& iBytes)
+{
+    std::wstring text;
+    for (const char byte : iBytes)
+    {
+        constexpr wchar_t kDigits[] = L"0123456789abcdef";
+        text += kDigits[static_cast<unsigned char>(byte) >> 4];
+        text += kDigits[byte & 0x0F];
+    }
+    return text;
+}
+
+/// One run: the manager, the model, and the operations on both.
+///   s i u I U t b  ID/KEY/VALUE            store a text, number (four kinds), truth value, bytes
+///   S 1 2 3 4 T B  ID/KEY/ATTRIBUTE/VALUE  the same as attributes
+///   r ID/KEY   R ID/KEY/ATTRIBUTE          remove
+///   g ID/KEY/ATTRIBUTE                     read
+///   l  list the IDs   n  begin anew with another manager   N  the same without a load
+///   x LINE  somebody adds a line to the file   m  somebody deletes the file
+class Script
+{
+public:
+    explicit Script(const MemoryDir& iDir) : fDir(iDir), fModel(_ownValues())
+    {
+        fDir.remove("store.txt");
+        begin(true);
+    }
+
+    ~Script()
+    {
+        end();
+    }
+
+    Script(const Script&) = delete;
+    Script& operator=(const Script&) = delete;
+
+    void run(std::string_view iLine);
+
+    /// Looks at all that was ever named, through another manager.
+    void review();
+
+private:
+    typedef std::vector<std::wstring> Names;
+
+    void begin(bool iLoad);
+    void end();
+    PBaseptr<IConfig> load(const std::wstring& iID);
+    void store(char iKind, const Operation& iOperation);
+    void storeAttribute(char iKind, const Operation& iOperation);
+    void remove(const Operation& iOperation);
+    void removeAttribute(const Operation& iOperation);
+    void read(const Operation& iOperation);
+    void list();
+    void addLine(std::string_view iLine);
+    void checkFile(int iCode);
+
+    const MemoryDir& fDir;
+    StoreModel fModel;
+    PBaseptr<IConfigManager> fManager;
+    std::vector<Operation> fNamed;
+};
+
+void Script::begin(bool iLoad)
+{
+    fManager = PBaseptr<IConfigManager>::adopt(new PConfigManager);
+    fModel.restart();
+    const PString dir = owned(decoded(fDir.path()));
+    checkCode(fManager->setString(kIxlaGlobalConfigId, L"core.plugins.config.dir", dir), 0, "dir");
+    if (iLoad)
+    {
+        load(kOwnID);
+    }
+}
+
+// The manager and the configurations that it keeps hold one another.
+void Script::end()
+{
+    static_cast<PConfigManager&>(*fManager).cleanup();
+    fManager.clear();
+}
+
+PBaseptr<IConfig> Script::load(const std::wstring& iID)
+{
+    PBaseptr<IConfig> config;
+    const int code = LineModel::isName(iID) ? 0 : -3004;
+    checkCode(fManager->loadByID(owned(iID), config), code, "code of loading by ID");
+    if (code == 0)
+    {
+        fModel.load();
+    }
+    return config;
+}
+
+void Script::store(char iKind, const Operation& iOperation)
+{
+    const PString id = owned(iOperation.id);
+    const PString key = owned(iOperation.key);
+    const unsigned long long number = iOperation.number;
+    const auto small = static_cast<unsigned int>(number);
+    const auto size = static_cast<unsigned int>(iOperation.bytes.size());
+    std::wstring text;
+    int code = 0;
+    switch (iKind)
+    {
+    case 'i':
+        code = fManager->storeInt32(id, key, static_cast<int>(small));
+        text = std::to_wstring(static_cast<int>(small));
+        break;
+    case 'u':
+        code = fManager->storeUint32(id, key, small);
+        text = std::to_wstring(small);
+        break;
+    case 'I':
+        code = fManager->storeInt64(id, key, static_cast<long long>(number));
+        text = std::to_wstring(static_cast<long long>(number));
+        break;
+    case 'U':
+        code = fManager->storeUint64(id, key, number);
+        text = std::to_wstring(number);
+        break;
+    case 't':
+        code = fManager->storeBool(id, key, number % 2 != 0);
+        text = number % 2 != 0 ? L"true" : L"false";
+        break;
+    case 'b':
+        code = fManager->storeBinary(
+            id, key, reinterpret_cast<const unsigned char*>(iOperation.bytes.data()), size);
+        text = _hex(iOperation.bytes);
+        break;
+    default:
+        code = fManager->storeString(id, key, owned(iOperation.text));
+        text = iOperation.text;
+    }
+    checkCode(code, fModel.store(iOperation.id, iOperation.key, text), "code of storing");
+    checkFile(code);
+}
+
+void Script::storeAttribute(char iKind, const Operation& iOperation)
+{
+    const PString id = owned(iOperation.id);
+    const PString key = owned(iOperation.key);
+    const PString name = owned(iOperation.attribute);
+    const unsigned long long number = iOperation.number;
+    const auto small = static_cast<unsigned int>(number);
+    const auto size = static_cast<unsigned int>(iOperation.bytes.size());
+    std::wstring text;
+    int code = 0;
+    switch (iKind)
+    {
+    case '1':
+        code = fManager->storeAttrInt32(id, key, name, static_cast<int>(small));
+        text = std::to_wstring(static_cast<int>(small));
+        break;
+    case '2':
+        code = fManager->storeAttrUint32(id, key, name, small);
+        text = std::to_wstring(small);
+        break;
+    case '3':
+        code = fManager->storeAttrInt64(id, key, name, static_cast<long long>(number));
+        text = std::to_wstring(static_cast<long long>(number));
+        break;
+    case '4':
+        code = fManager->storeAttrUint64(id, key, name, number);
+        text = std::to_wstring(number);
+        break;
+    case 'T':
+        code = fManager->storeAttrBool(id, key, name, number % 2 != 0);
+        text = number % 2 != 0 ? L"true" : L"false";
+        break;
+    case 'B':
+        code = fManager->storeAttrBinary(
+            id, key, name, reinterpret_cast<const unsigned char*>(iOperation.bytes.data()), size);
+        text = _hex(iOperation.bytes);
+        break;
+    default:
+        code = fManager->storeAttrString(id, key, name, owned(iOperation.text));
+        text = iOperation.text;
+    }
+    const int expected =
+        fModel.storeAttribute(iOperation.id, iOperation.key, iOperation.attribute, text);
+    checkCode(code, expected, "code of storing an attribute");
+    checkFile(code);
+}
+
+void Script::remove(const Operation& iOperation)
+{
+    const int code = fManager->removeStoredKey(owned(iOperation.id), owned(iOperation.key));
+    checkCode(code, fModel.remove(iOperation.id, iOperation.key), "code of removing");
+    checkFile(code);
+}
+
+void Script::removeAttribute(const Operation& iOperation)
+{
+    const int code = fManager->removeStoredAttr(owned(iOperation.id), owned(iOperation.key),
+                                                owned(iOperation.attribute));
+    const int expected =
+        fModel.removeAttribute(iOperation.id, iOperation.key, iOperation.attribute);
+    checkCode(code, expected, "code of removing an attribute");
+    checkFile(code);
+}
+
+void Script::read(const Operation& iOperation)
+{
+    const PBaseptr<IConfig> config = load(iOperation.id);
+    if (!config)
+    {
+        return;
+    }
+    const bool hasOwn = iOperation.id == kOwnID;
+    // Without an ID there is nothing but own values.
+    const bool asks = !iOperation.id.empty();
+    std::wstring expected = L"before";
+    PString found(L"before");
+    int code = asks ? fModel.read(iOperation.id, hasOwn, iOperation.key, expected)
+                    : (LineModel::isName(iOperation.key) ? -504 : -3004);
+    checkCode(config->getString(owned(iOperation.key), found), code, "code of reading");
+    checkText(textOf(found), expected, "value");
+    if (!asks)
+    {
+        return;
+    }
+    expected = L"before";
+    found = L"before";
+    code =
+        fModel.readAttribute(iOperation.id, hasOwn, iOperation.key, iOperation.attribute, expected);
+    const int foundCode =
+        config->getAttrString(owned(iOperation.key), owned(iOperation.attribute), found);
+    checkCode(foundCode, code, "code of reading an attribute");
+    checkText(textOf(found), expected, "text of an attribute");
+}
+
+void Script::list()
+{
+    Names expected;
+    const int code = fModel.list({kOwnID}, expected);
+    std::vector<PString> ids(1);
+    checkCode(fManager->listIDs(ids), code, "code of listing");
+    check(ids.size() == expected.size(), "number of IDs");
+    for (std::size_t i = 0; i < ids.size(); ++i)
+    {
+        checkText(textOf(ids[i]), expected[i], "ID");
+    }
+}
+
+void Script::addLine(std::string_view iLine)
+{
+    const std::wstring line = decoded(iLine);
+    std::vector<std::wstring> lines = fModel.lines();
+    fModel.addLine(line);
+    lines.push_back(line);
+    fDir.write("store.txt", _fileOf(lines));
+}
+
+/// After an operation the file holds what the model would write.
+void Script::checkFile(int iCode)
+{
+    if (iCode == 0)
+    {
+        const std::vector<std::wstring> lines = LineModel::linesOf(fDir.read("store.txt"));
+        check(lines == fModel.lines(), "lines of the store file");
+    }
+}
+
+void Script::run(std::string_view iLine)
+{
+    const char kind = iLine.empty() ? 'l' : iLine[0];
+    const std::string_view fields = iLine.substr(iLine.empty() ? 0 : 1);
+    const bool hasAttribute = std::string_view("S1234TBRg").find(kind) != std::string_view::npos;
+    if (kind == 'x')
+    {
+        return addLine(fields);
+    }
+    if (kind == 'm')
+    {
+        fModel.deleteFile();
+        return fDir.remove("store.txt");
+    }
+    if (kind == 'n' || kind == 'N')
+    {
+        end();
+        return begin(kind == 'n');
+    }
+    if (kind == 'l')
+    {
+        return list();
+    }
+    const Operation& operation = fNamed.emplace_back(fields, hasAttribute);
+    if (kind == 'g')
+    {
+        return read(operation);
+    }
+    if (kind == 'r')
+    {
+        return remove(operation);
+    }
+    if (kind == 'R')
+    {
+        return removeAttribute(operation);
+    }
+    hasAttribute ? storeAttribute(kind, operation) : store(kind, operation);
+}
+
+void Script::review()
+{
+    end();
+    begin(true);
+    list();
+    for (const Operation& operation : fNamed)
+    {
+        read(operation);
+    }
+}
+} // namespace
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* iData, std::size_t iSize)
+{
+    static const MemoryDir sDir;
+    sDir.write("ixlap.configmanager.prs",
+               "own = own.prs\nixlap.configmanager.store.file = store.txt\n");
+    sDir.write("own.prs", _fileOf(LineModel::render(_ownValues())));
+    Script script(sDir);
+    std::size_t left = kMostOperations;
+    for (const std::string_view line : split(bytesOf(iData, iSize), '\n'))
+    {
+        if (left-- == 0)
+        {
+            break;
+        }
+        script.run(line);
+    }
+    script.review();
+    return 0;
+}
