@@ -4,7 +4,8 @@ set -eu
 
 packages=(g++ g++-multilib cmake ninja-build)
 if [ "${1:-build}" = test ]; then
-    packages+=(googletest clang binutils file)
+    packages+=(googletest binutils file python3)
+    packages+=(clang libclang-rt-dev clang-tidy cppcheck abigail-tools gcovr)
 fi
 
 missing=()
