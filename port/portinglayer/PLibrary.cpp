@@ -2,6 +2,7 @@
 
 #include "PDescriptor.h"
 #include "PErrno.h"
+#include "PLibraryImage.h"
 #include "PPathBytes.h"
 #include "PUtf8.h"
 
@@ -60,6 +61,10 @@ int PLibrary::load(const PLiteral& iPath, PLibrary*& oLibrary, bool iFreeOnDestr
     if (path.result() != 0)
     {
         return _fail(path.result(), std::strerror(-path.result()));
+    }
+    if (PLibraryImage::isCutShort(path.get()))
+    {
+        return _fail(PErrno::code(ENOEXEC), "file is cut short");
     }
     try
     {

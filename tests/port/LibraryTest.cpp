@@ -139,6 +139,24 @@ TEST_F(LibraryTest, MissingSymbolOfALibraryRefusesItAtOnce)
     EXPECT_THAT(loadError(), testing::HasSubstr("symbolThatNobodyDefines"));
 }
 
+TEST_F(LibraryTest, LibraryThatIsCutShortIsReportedWithTheReason)
+{
+    const std::string path = copy(IXLAL_TEST_LIBRARY);
+    fs::resize_file(path, 5000);
+
+    EXPECT_EQ(-8, load(path));
+    EXPECT_EQ("file is cut short", loadError());
+}
+
+TEST_F(LibraryTest, EveryHeaderThatIsCutShortIsReported)
+{
+    const std::string bytes = readFile(IXLAL_TEST_LIBRARY);
+    for (std::size_t length = 0; length < 600; ++length)
+    {
+        EXPECT_EQ(-8, load(dir.write("libcut.so", bytes.substr(0, length)))) << length;
+    }
+}
+
 TEST_F(LibraryTest, PathWithZeroIsRefused)
 {
     PLibrary* loaded = nullptr;
