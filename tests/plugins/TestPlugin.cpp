@@ -1,5 +1,6 @@
 // A plugin whose steps the test binary watches and decides. TEST_PLUGIN_NAME is its name in the
-// reported steps, TEST_PLUGIN_IDS the list of its interface IDs.
+// reported steps, TEST_PLUGIN_IDS the list of its interface IDs. TEST_PLUGIN_REFERENCES is the
+// count that the plugin is born with, TEST_PLUGIN_INSTANCE what it hands out.
 
 #include "IPlugin.h"
 #include "Ixla.h"
@@ -13,6 +14,13 @@
 extern "C" int ixlalTestStep(const char* iStep);
 
 #define TEST_STEP(step) ixlalTestStep(TEST_PLUGIN_NAME "." step)
+
+#ifndef TEST_PLUGIN_REFERENCES
+#define TEST_PLUGIN_REFERENCES 0
+#endif
+#ifndef TEST_PLUGIN_INSTANCE
+#define TEST_PLUGIN_INSTANCE fService.get()
+#endif
 
 namespace
 {
@@ -110,7 +118,7 @@ public:
         {
             if (iInterfaceId.cmp(id) == 0)
             {
-                oInstance = static_cast<ITestService*>(fService.get());
+                oInstance = static_cast<ITestService*>(TEST_PLUGIN_INSTANCE);
                 return 0;
             }
         }
@@ -119,7 +127,7 @@ public:
     }
 
 private:
-    PCounterSync fRefCount{0};
+    PCounterSync fRefCount{TEST_PLUGIN_REFERENCES};
     PBaseptr<TestService> fService;
 };
 

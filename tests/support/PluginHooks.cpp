@@ -3,6 +3,7 @@
 #include "portinglayer/PExport.h"
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <map>
@@ -17,6 +18,8 @@ struct State
     std::map<std::string, std::function<int()>> actions;
     std::vector<std::string> journal;
 };
+
+std::atomic<bool> sEnded{false};
 
 // Never destroyed: plugin libraries report until the very end of the process.
 State& _state()
@@ -33,6 +36,7 @@ int _count(const State& iState, const std::string& iStep)
 
 /// What the test plugins call.
 extern "C" IXLA_EXPORT int ixlalTestStep(const char* iStep);
+extern "C" IXLA_EXPORT bool ixlalTestEnded();
 
 extern "C" int ixlalTestStep(const char* iStep)
 {
@@ -49,6 +53,16 @@ extern "C" int ixlalTestStep(const char* iStep)
     }
     state.changed.notify_all();
     return action ? action() : 0;
+}
+
+extern "C" bool ixlalTestEnded()
+{
+    return sEnded;
+}
+
+void PluginHooks::end()
+{
+    sEnded = true;
 }
 
 void PluginHooks::on(const std::string& iStep, std::function<int()> iAction)

@@ -21,6 +21,9 @@ struct PluginHooks
     /// Waits until a step was reported iTimes; false after ten seconds.
     static bool waitFor(const std::string& iStep, int iTimes = 1);
 
+    /// Tells plugins that work until the end of the test to end now (see ixlalTestEnded).
+    static void end();
+
     /// Position of a step in the journal; -1 when it was not reported.
     static int position(const std::string& iStep);
 };

@@ -1,0 +1,114 @@
+#include "hostile/HostileTest.h"
+
+#include <algorithm>
+#include <dlfcn.h>
+#include <filesystem>
+#include <vector>
+
+namespace fs = std::filesystem;
+
+namespace
+{
+class HostileLibrary : public HostileTest
+{
+protected:
+    /// Puts the first iLength bytes of alpha's library into plugins/.
+    void addCut(std::size_t iLength)
+    {
+        // Another file than the one before, which may still be mapped.
+        fs::remove(fCore.dir.path() / "plugins" / "libcut.so");
+        fCore.dir.write("plugins/libcut.so", fAlpha.substr(0, iLength));
+    }
+
+    /// Where the headers end, where every page ends, and the last byte before the loader has all
+    /// that it maps.
+    std::vector<std::size_t> cuts() const
+    {
+        std::vector<std::size_t> lengths;
+        for (std::size_t length = 0; length < 512; length += 13)
+        {
+            lengths.push_back(length);
+        }
+        for (std::size_t length = 512; length < fAlpha.size(); length += 4096)
+        {
+            lengths.push_back(length - 1);
+            lengths.push_back(length);
+            lengths.push_back(length - length % 4096 + 4096);
+        }
+        return lengths;
+    }
+
+    /// Starts, which fails with -8 and the loader's reason in the log.
+    void expectRefused(const std::string& iFile, const std::string& iReason)
+    {
+        EXPECT_EQ(-8, fCore.start());
+        const std::string path = fCore.dir.file("plugins/" + iFile);
+        EXPECT_EQ(
+            1, fCore.logCount("E Core [loadPluginLib] Cannot load library: " + path + " reason: "));
+        EXPECT_EQ(1, fCore.logCount(iReason));
+        EXPECT_EQ(1, fCore.logCount("E Core [startFlow] Failed to load lib err: -8"));
+        EXPECT_EQ(eIxlaCoreNotStarted, ixlaStop());
+    }
+
+    std::string fAlpha = readFile(IXLAL_TEST_PLUGINS "/alpha/libalpha.so");
+};
+
+TEST_F(HostileLibrary, EmptyFileIsRefused)
+{
+    fCore.dir.write("plugins/empty.so", "");
+    expectRefused("empty.so", "file too short");
+}
+
+TEST_F(HostileLibrary, TextFileIsRefused)
+{
+    fCore.dir.write("plugins/text.so", std::string(10000, 'x'));
+    expectRefused("text.so", "invalid ELF header");
+}
+
+TEST_F(HostileLibrary, LibraryOfTheOtherWordSizeIsRefused)
+{
+    fCore.addPlugin("other_bits");
+    expectRefused("libother_bits.so", "wrong ELF class");
+}
+
+TEST_F(HostileLibrary, CutLibraryIsRefused)
+{
+    addCut(4096);
+    expectRefused("libcut.so", "file is cut short");
+}
+
+TEST_F(HostileLibrary, LibraryCutAnywhereIsRefusedOrWorks)
+{
+    int refused = 0;
+    int working = 0;
+    for (const std::size_t length : cuts())
+    {
+        addCut(length);
+        const int result = fCore.start();
+        if (result == 0)
+        {
+            // Only what the loader doesn't need is missing.
+            EXPECT_EQ(0, request("test.alpha")) << length;
+            EXPECT_EQ(0, fCore.stop()) << length;
+            ++working;
+            continue;
+        }
+        EXPECT_EQ(-8, result) << length;
+        ++refused;
+    }
+    EXPECT_LT(40, refused);
+    EXPECT_LT(0, working);
+    addCut(fAlpha.size());
+    EXPECT_EQ(0, fCore.start());
+    EXPECT_TRUE(stopsCleanly());
+}
+
+#if !defined(__SANITIZE_THREAD__)
+TEST_F(HostileLibrary, LoaderAloneDoesNotSurviveACutLibrary)
+{
+    addCut(4096);
+    const std::string path = fCore.dir.file("plugins/libcut.so");
+    EXPECT_DEATH(dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL), "");
+}
+#endif
+} // namespace

@@ -1,0 +1,33 @@
+// HostileTest: a core with plugins that mean no good, and what it must keep up all the same.
+#ifndef IXLAL_TESTS_HOSTILETEST_H
+#define IXLAL_TESTS_HOSTILETEST_H
+
+#include "support/CoreRun.h"
+#include "support/PluginHooks.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+
+class HostileTest : public testing::Test
+{
+protected:
+    /// Starts with one plugin.
+    void startWith(const std::string& iPlugin);
+
+    /// The result of a lookup; oInstance as the core left it.
+    static int request(const std::string& iId, IBase*& oInstance);
+    static int request(const std::string& iId);
+
+    /// Stops the core; true when that went as if there had been no hostile plugin: with result 0,
+    /// all steps and no error in the core log, and no core left.
+    bool stopsCleanly();
+
+    /// Waits until iCondition holds; false after ten seconds.
+    static bool waitUntil(const std::function<bool()>& iCondition);
+
+    CoreRun fCore;
+};
+
+#endif

@@ -1,0 +1,6 @@
+// Compiled for the other word size: a plugin library that this process cannot load.
+
+void* ixlaGetPlugin()
+{
+    return nullptr;
+}
