@@ -161,8 +161,16 @@ int PConfigManager::decRef() noexcept
 
 void PConfigManager::cleanup() noexcept
 {
+    // Other threads may still read through configurations that they keep. What goes is released
+    // after the lock.
+    PBaseptr<IConfig> managerConfig;
+    PBaseptr<IConfig> loadedStore;
+    // Without the lock there is nothing better to do than the same.
+    const PLockGuard lock(fMutex);
     fClosed = true;
+    managerConfig = fManagerConfig;
     fManagerConfig.clear();
+    loadedStore = fLoadedStore;
     fLoadedStore.clear();
 }
 
