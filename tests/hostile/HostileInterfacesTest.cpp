@@ -1,7 +1,7 @@
 #include "hostile/HostileTest.h"
 #include "plugins/ITestService.h"
 
-#include <chrono>
+#include <ctime>
 #include <fstream>
 #include <string>
 
@@ -62,22 +62,28 @@ TEST_F(HostileInterfaces, IdsOfTenThousandCharactersAreToldApart)
 
 TEST_F(HostileInterfaces, HundredThousandIdsAreServed)
 {
-    const auto begin = std::chrono::steady_clock::now();
+    const std::clock_t begin = std::clock();
+    // Without a line for every one of them.
+    fCore.set("core.log.level", "-1");
     startWith("many_ids");
     IBase* instance = nullptr;
     for (unsigned int number = 0; number < 100000; number += 999)
     {
         ASSERT_EQ(0, request(id(number, 20), instance)) << number;
     }
-    EXPECT_EQ(eIxlaUnknownInterface, request(id(100000, 20)));
     EXPECT_EQ(1, PluginHooks::count("many_ids.init"));
-    EXPECT_EQ(100003, fCore.logCount("D Core [processPlugin] Add interface ID: "));
+    EXPECT_EQ(eIxlaUnknownInterface, request(id(100000, 20)));
     EXPECT_EQ(0, ixlaUnloadPlugin(static_cast<IPlugin*>(instance)));
-    EXPECT_EQ(100000, fCore.logCount("D Core [ixlaUnloadPlugin] Remove interface ID: "));
     EXPECT_EQ(eIxlaUnknownInterface, request(id(0, 20)));
-    EXPECT_TRUE(stopsCleanly());
+    EXPECT_EQ(0, fCore.stop());
+    for (const unsigned int number : {100000u, 0u})
+    {
+        EXPECT_EQ(1, fCore.logCount("E Core [getInstanceInternal] Unknown interface ID: " +
+                                    id(number, 20)));
+    }
+    EXPECT_EQ(2, fCore.logCount(" E Core "));
     // Far above what it takes, and far below what a search through all of them would.
-    EXPECT_GT(std::chrono::seconds(60), std::chrono::steady_clock::now() - begin);
+    EXPECT_GT(20, (std::clock() - begin) / CLOCKS_PER_SEC);
 }
 
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
@@ -112,7 +118,7 @@ TEST_F(HostileInterfaces, InstanceThatIsNullComesThrough)
 
 TEST_F(HostileInterfaces, SecondPluginWithTheSameHugeListIsRefusedWhole)
 {
-    fCore.set("core.log.level", "0");
+    fCore.set("core.log.level", "-1");
     fCore.addPlugin("many_ids");
     fCore.addPlugin("many_ids", "many_ids_again");
     EXPECT_EQ(eIxlaInterfaceRegistered, fCore.start());
