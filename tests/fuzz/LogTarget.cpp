@@ -124,6 +124,7 @@ bool _looksLike(std::string_view iText, std::string_view iPattern)
 ///   i e d  LEVEL FORMAT ARGUMENTS  write a line; LEVEL and FORMAT are one character each
 ///   x      LEVEL WIDTH BYTES       dump bytes
 ///   l      LEVEL                   set the level
+///   o                              close the log and go on with another logger of the same file
 class Script
 {
 public:
@@ -135,6 +136,7 @@ public:
     void finish();
 
 private:
+    void open(bool iNew);
     template <class... TArgument>
     void log(const std::optional<std::wstring>& iExpected, const wchar_t* iFormat,
              TArgument... iArguments);
@@ -153,16 +155,22 @@ private:
     int fLevel = 0;
 };
 
-Script::Script(const MemoryDir& iDir, const Settings& iSettings)
-    : fDir(iDir), fSettings(iSettings), fLogger(std::in_place)
+Script::Script(const MemoryDir& iDir, const Settings& iSettings) : fDir(iDir), fSettings(iSettings)
 {
     for (int part = 1; part <= kMostParts; ++part)
     {
         fDir.remove("fuzz.log." + std::to_string(part));
     }
-    const int code = fLogger->init(fDir.wideFile("fuzz.log"), owned(fSettings.tag), true,
+    open(true);
+}
+
+void Script::open(bool iNew)
+{
+    fLogger.emplace();
+    const int code = fLogger->init(fDir.wideFile("fuzz.log"), owned(fSettings.tag), iNew,
                                    fSettings.size, fSettings.parts, fSettings.lines, true);
     checkCode(code, 0, "a log can be opened");
+    fLevel = 0;
 }
 
 template <class... TArgument>
@@ -270,6 +278,10 @@ void Script::run(std::string_view iLine)
         return first;
     };
     fKind = take();
+    if (fKind == 'o')
+    {
+        return open(false);
+    }
     const char level = take();
     fCallLevel = level == '-' ? -1 : level - '0';
     if (fKind == 'l')

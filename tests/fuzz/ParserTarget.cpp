@@ -1,5 +1,7 @@
 // The parser of files and arguments: what configurations and the core make of an input that is a
 // file of lines, and at the same time one argument a line, against the model of the format.
+#include "Ixla.h"
+#include "config/PConfig.h"
 #include "config/PConfigManager.h"
 #include "core/PStartArguments.h"
 #include "fuzz/Check.h"
@@ -156,6 +158,72 @@ void _checkAppends(const Parser& iParser, const Lines& iLines)
     _checkConfig(*config, values);
 }
 
+/// The file names of a list; only "in.prs" is there to be read.
+std::size_t _countFiles(const std::wstring& iList)
+{
+    std::size_t count = 0;
+    for (std::wstring rest = iList + L','; !rest.empty(); rest.erase(0, rest.find(L',') + 1))
+    {
+        count += LineModel::trimmed(rest.substr(0, rest.find(L','))) == L"in.prs";
+    }
+    return count;
+}
+
+void _checkByID(IConfigManager& ioManager, const std::wstring& iID, const Lines& iLines,
+                const std::wstring& iList)
+{
+    ModelValues expected;
+    for (std::size_t left = _countFiles(iList); left > 0; --left)
+    {
+        // A file that breaks off has given what stands before the bad line.
+        static_cast<void>(LineModel::appendFile(iLines, expected));
+    }
+    PBaseptr<IConfig> config;
+    const int code = _codeOfNames(iID, L"");
+    checkCode(ioManager.loadByID(owned(iID), config), code, "code of loading by ID");
+    if (code != 0)
+    {
+        return;
+    }
+    // Reads by key would look into the store as well.
+    const PConfigValues& values = static_cast<PConfig&>(*config).values();
+    check(values.size() == expected.size(), "number of keys of an ID");
+    auto found = values.begin();
+    for (const auto& [key, record] : expected)
+    {
+        checkText(textOf(found->first), key, "key of an ID");
+        checkText(textOf(found->second.fValue), record.value, "value of an ID");
+        check(found->second.fAttributes.size() == record.attributes.size(), "attributes of an ID");
+        ++found;
+    }
+}
+
+/// The input as the file that says which files belong to which ID.
+void _checkIDs(const Parser& iParser, std::string_view iBytes, const Lines& iLines)
+{
+    constexpr std::size_t kMostIDs = 8;
+    iParser.dir.write("ixlap.configmanager.prs", iBytes);
+    PConfigManager* const manager = new PConfigManager;
+    const PBaseptr<IConfigManager> holder = PBaseptr<IConfigManager>::adopt(manager);
+    const PString dir = owned(decoded(iParser.dir.path()));
+    checkCode(manager->setString(kIxlaGlobalConfigId, L"core.plugins.config.dir", dir), 0, "dir");
+
+    ModelValues lists;
+    const int code = LineModel::appendFile(iLines, lists);
+    PBaseptr<IConfig> config;
+    checkCode(manager->loadByID(L"unlisted in any file", config), code, "code of the lists");
+    std::size_t left = code == 0 ? kMostIDs : 0;
+    for (auto list = lists.begin(); list != lists.end() && left > 0; ++list, --left)
+    {
+        // Other places may hold anything.
+        if (list->second.value.find_first_of(L"/\\") == std::wstring::npos)
+        {
+            _checkByID(*manager, list->first, iLines, list->second.value);
+        }
+    }
+    manager->cleanup();
+}
+
 /// A line that is no entry leaves the texts as they were.
 void _checkLine(const std::wstring& iLine)
 {
@@ -251,6 +319,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* iData, std::size_t iSize)
     _checkLoads(sParser, lines);
     _checkAppends(sParser, lines);
     _checkStartArguments(lines);
+    _checkIDs(sParser, bytes, lines);
     for (const std::wstring& line : lines)
     {
         _checkLine(line);

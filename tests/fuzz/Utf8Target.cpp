@@ -6,6 +6,7 @@
 #include "portinglayer/PFile.h"
 #include "portinglayer/PUtf8.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace
@@ -208,6 +209,16 @@ void _checkFile(const MemoryDir& iDir, std::string_view iBytes)
     check(_readLines(iDir, "out") == lines, "lines read as they were written");
 }
 
+/// The bytes in the middle of which the buffer of a file ends, behind a line of their own or not.
+void _checkAcrossBuffer(const MemoryDir& iDir, std::string_view iBytes, bool iOwnLine)
+{
+    constexpr std::size_t kBuffer = 16384;
+    const std::size_t before = kBuffer - std::min(iBytes.size() / 2, kBuffer - 1);
+    std::string bytes(before, 'x');
+    bytes.back() = iOwnLine ? '\n' : 'x';
+    _checkFile(iDir, bytes.append(iBytes));
+}
+
 /// Four bytes a character, so that every number occurs.
 std::wstring _anyText(std::string_view iBytes)
 {
@@ -232,5 +243,9 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* iData, std::size_t iSize)
     _checkLine(bytes, true);
     _checkPath(bytes);
     _checkFile(sDir, bytes);
+    if (iSize % 32 == 3)
+    {
+        _checkAcrossBuffer(sDir, bytes, iSize % 64 == 3);
+    }
     return 0;
 }
