@@ -1,5 +1,5 @@
-#include "logger/FileFaults.h"
 #include "logger/LogTest.h"
+#include "support/FileFaults.h"
 
 #include <cerrno>
 #include <csignal>
@@ -132,7 +132,7 @@ TEST_F(LogFailure, InterruptedOpeningIsMadeAgain)
 TEST_F(LogFailure, WriteThatTakesNothingLosesTheLine)
 {
     init();
-    FileFaults::shortenNextWrite(0);
+    FileFaults::write.shorten(0);
 
     EXPECT_EQ(-EIO, info("lost"));
     EXPECT_EQ(0, info("a"));
@@ -143,7 +143,7 @@ TEST_F(LogFailure, WriteThatTakesNothingLosesTheLine)
 TEST_F(LogFailure, ShortWriteIsContinued)
 {
     init();
-    FileFaults::shortenNextWrite(10);
+    FileFaults::write.shorten(10);
 
     EXPECT_EQ(0, info("a"));
 
@@ -154,7 +154,7 @@ TEST_F(LogFailure, TornLineIsCutOff)
 {
     init();
     info("a");
-    FileFaults::shortenNextWrite(10);
+    FileFaults::write.shorten(10);
     FileFaults::write.arm(ENOSPC);
 
     EXPECT_EQ(-ENOSPC, info("lost"));
@@ -166,7 +166,7 @@ TEST_F(LogFailure, TornLineIsCutOff)
 TEST_F(LogFailure, TornLineThatCannotBeCutIsEnded)
 {
     init();
-    FileFaults::shortenNextWrite(10);
+    FileFaults::write.shorten(10);
     FileFaults::write.arm(ENOSPC);
     FileFaults::truncate.arm(EPERM);
     info("lost");

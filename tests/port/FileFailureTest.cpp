@@ -1,5 +1,5 @@
-#include "logger/FileFaults.h"
 #include "portinglayer/PFile.h"
+#include "support/FileFaults.h"
 #include "support/TempDir.h"
 #include "support/Texts.h"
 
@@ -45,7 +45,7 @@ TEST_F(FileFailure, InterruptedWriteIsMadeAgain)
 TEST_F(FileFailure, ShortWriteIsContinued)
 {
     ASSERT_EQ(0, openNew());
-    FileFaults::shortenNextWrite(3);
+    FileFaults::write.shorten(3);
 
     EXPECT_EQ(0, file.pwriteLine(L"abcdef"));
     EXPECT_EQ(0, file.pclose());
@@ -56,7 +56,7 @@ TEST_F(FileFailure, ShortWriteIsContinued)
 TEST_F(FileFailure, WriteThatTakesNothingIsAnError)
 {
     ASSERT_EQ(0, openNew());
-    FileFaults::shortenNextWrite(0);
+    FileFaults::write.shorten(0);
 
     EXPECT_EQ(0, file.pwriteLine(L"a"));
     EXPECT_EQ(-EIO, file.pclose());
