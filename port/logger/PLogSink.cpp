@@ -1,6 +1,7 @@
 #include "PLogSink.h"
 
 #include "PSafeWrite.h"
+#include "portinglayer/PRetry.h"
 #include "portinglayer/PUtf8.h"
 
 #include <algorithm>
@@ -22,12 +23,25 @@ constexpr std::size_t kPartDigits = 16; // "." and the digits of a part number
 
 int _open(const char* iPath, int iFlags) noexcept
 {
-    int handle = -1;
-    do
-    {
-        handle = ::open(iPath, iFlags | O_CLOEXEC | O_NOCTTY, kFileMode);
-    } while (handle < 0 && errno == EINTR);
+    const int handle =
+        PRetry::call([=] { return ::open(iPath, iFlags | O_CLOEXEC | O_NOCTTY, kFileMode); });
     return handle < 0 ? -errno : handle;
+}
+
+int _state(int iHandle, struct stat& oState) noexcept
+{
+    return PRetry::call([&] { return ::fstat(iHandle, &oState); });
+}
+
+int _truncate(int iHandle, off_t iSize) noexcept
+{
+    return PRetry::call([=] { return ::ftruncate(iHandle, iSize); });
+}
+
+template <std::size_t tSize>
+ssize_t _readAt(int iHandle, char (&oBytes)[tSize], off_t iFrom) noexcept
+{
+    return PRetry::call([&] { return ::pread(iHandle, oBytes, tSize, iFrom); });
 }
 
 /// Moves a handle away from those of the standard streams, which a host may have closed: what is
@@ -117,7 +131,8 @@ int PLogSink::makeDirectories() noexcept
          slash = fPath.find('/', slash + 1))
     {
         fFrom.assign(fPath, 0, slash);
-        if (::mkdir(fFrom.c_str(), kDirectoryMode) != 0 && errno != EEXIST)
+        if (PRetry::call([this] { return ::mkdir(fFrom.c_str(), kDirectoryMode); }) != 0 &&
+            errno != EEXIST)
         {
             return -errno;
         }
@@ -130,7 +145,7 @@ int PLogSink::makeDirectories() noexcept
 void PLogSink::examine() noexcept
 {
     struct stat state = {};
-    fRegular = ::fstat(fHandle, &state) == 0 && S_ISREG(state.st_mode);
+    fRegular = _state(fHandle, state) == 0 && S_ISREG(state.st_mode);
     fSize = fRegular ? static_cast<unsigned long long>(state.st_size) : 0;
     fLines = 0;
     fTorn = false;
@@ -141,7 +156,7 @@ void PLogSink::examine() noexcept
     }
     char bytes[4096];
     off_t from = fLimits.lines > 0 ? 0 : state.st_size - 1;
-    for (ssize_t got = 0; (got = ::pread(reader, bytes, sizeof bytes, from)) > 0; from += got)
+    for (ssize_t got = 0; (got = _readAt(reader, bytes, from)) > 0; from += got)
     {
         fLines += static_cast<unsigned long long>(std::count(bytes, bytes + got, '\n'));
         fTorn = bytes[got - 1] != '\n';
@@ -185,7 +200,7 @@ int PLogSink::rotate() noexcept
         close();
         return open();
     }
-    if (fLimits.parts == 0 && ::ftruncate(fHandle, 0) == 0)
+    if (fLimits.parts == 0 && _truncate(fHandle, 0) == 0)
     {
         fTorn = false;
     }
@@ -202,11 +217,11 @@ bool PLogSink::isMovedAway() const noexcept
 {
     struct stat ours = {};
     struct stat theirs = {};
-    if (::fstat(fHandle, &ours) != 0)
+    if (_state(fHandle, ours) != 0)
     {
         return false;
     }
-    if (::stat(fPath.c_str(), &theirs) != 0)
+    if (PRetry::call([&] { return ::stat(fPath.c_str(), &theirs); }) != 0)
     {
         return errno == ENOENT;
     }
@@ -222,7 +237,7 @@ bool PLogSink::moveAside() noexcept
     for (; free < fLimits.parts; ++free)
     {
         partName(free, fTo);
-        if (::lstat(fTo.c_str(), &ignored) != 0)
+        if (PRetry::call([&] { return ::lstat(fTo.c_str(), &ignored); }) != 0)
         {
             break;
         }
@@ -231,7 +246,7 @@ bool PLogSink::moveAside() noexcept
     {
         partName(free, fTo);
         partName(free - 1, fFrom);
-        if (std::rename(fFrom.c_str(), fTo.c_str()) != 0)
+        if (PRetry::call([this] { return std::rename(fFrom.c_str(), fTo.c_str()); }) != 0)
         {
             return false;
         }
@@ -282,8 +297,8 @@ void PLogSink::cutOff(std::size_t iSize) noexcept
     }
     struct stat state = {};
     const off_t end = ::lseek(fHandle, 0, SEEK_CUR);
-    if (end < 0 || ::fstat(fHandle, &state) != 0 || state.st_size != end ||
-        ::ftruncate(fHandle, end - static_cast<off_t>(iSize)) != 0)
+    if (end < 0 || _state(fHandle, state) != 0 || state.st_size != end ||
+        _truncate(fHandle, end - static_cast<off_t>(iSize)) != 0)
     {
         fTorn = true;
         fSize += iSize;

@@ -1,6 +1,7 @@
 #include "PDescriptor.h"
 
 #include "PErrno.h"
+#include "PRetry.h"
 
 #include <algorithm>
 #include <climits>
@@ -9,17 +10,6 @@
 
 namespace
 {
-template <class TCall>
-auto _retried(const TCall& iCall) noexcept
-{
-    auto result = iCall();
-    while (result < 0 && errno == EINTR)
-    {
-        result = iCall();
-    }
-    return result;
-}
-
 /// Moves a descriptor that has the number of a standard stream to a higher number.
 int _aboveStandard(int iHandle) noexcept
 {
@@ -37,7 +27,7 @@ int _aboveStandard(int iHandle) noexcept
 
 PDescriptor::PDescriptor(const char* iPath, int iFlags, mode_t iAccess) noexcept
     : fHandle(_aboveStandard(
-          _retried([=] { return ::open(iPath, iFlags | O_CLOEXEC | O_NOCTTY, iAccess); }))),
+          PRetry::call([=] { return ::open(iPath, iFlags | O_CLOEXEC | O_NOCTTY, iAccess); }))),
       fResult(fHandle < 0 ? PErrno::last() : 0)
 {
 }
@@ -61,7 +51,7 @@ int PDescriptor::release() noexcept
 ssize_t PDescriptor::readSome(int iHandle, char* oBytes, std::size_t iSize) noexcept
 {
     const std::size_t size = std::min<std::size_t>(iSize, INT_MAX);
-    const ssize_t count = _retried([=] { return ::read(iHandle, oBytes, size); });
+    const ssize_t count = PRetry::call([=] { return ::read(iHandle, oBytes, size); });
     return count < 0 ? PErrno::last() : count;
 }
 
@@ -70,7 +60,7 @@ int PDescriptor::writeAll(int iHandle, const char* iBytes, std::size_t iSize) no
     while (iSize > 0)
     {
         const std::size_t size = std::min<std::size_t>(iSize, INT_MAX);
-        const ssize_t count = _retried([=] { return ::write(iHandle, iBytes, size); });
+        const ssize_t count = PRetry::call([=] { return ::write(iHandle, iBytes, size); });
         if (count <= 0)
         {
             // A device that takes nothing and tells no reason would be written to for ever.

@@ -2,6 +2,7 @@
 
 #include "PErrno.h"
 #include "PPathBytes.h"
+#include "PRetry.h"
 #include "PUtf8.h"
 
 #include <algorithm>
@@ -24,6 +25,28 @@ struct CloseDir
         closedir(iDir);
     }
 };
+
+DIR* _openDir(const char* iPath) noexcept
+{
+    DIR* dir = opendir(iPath);
+    while (!dir && errno == EINTR)
+    {
+        dir = opendir(iPath);
+    }
+    return dir;
+}
+
+/// The next entry; null with an errno of 0 at the end.
+const dirent* _nextEntry(DIR* iDir) noexcept
+{
+    const dirent* entry = nullptr;
+    do
+    {
+        errno = 0;
+        entry = readdir(iDir);
+    } while (!entry && errno == EINTR);
+    return entry;
+}
 
 /// Whether a whole name matches a pattern of "*" and "?". After a mismatch only the last "*" takes
 /// one more character, which keeps the work within the product of both lengths.
@@ -68,7 +91,8 @@ bool _isDirectory(DIR* iDir, const dirent& iEntry) noexcept
         return iEntry.d_type == DT_DIR;
     }
     struct stat status = {};
-    return fstatat(dirfd(iDir), iEntry.d_name, &status, 0) == 0 && S_ISDIR(status.st_mode);
+    const int found = PRetry::call([&] { return fstatat(dirfd(iDir), iEntry.d_name, &status, 0); });
+    return found == 0 && S_ISDIR(status.st_mode);
 }
 
 PString _wideName(const std::string& iName)
@@ -84,8 +108,7 @@ int _readNames(DIR* iDir, std::vector<std::string>& oNames)
 {
     for (;;)
     {
-        errno = 0;
-        const dirent* const entry = readdir(iDir);
+        const dirent* const entry = _nextEntry(iDir);
         if (!entry)
         {
             return errno != 0 ? PErrno::last() : 0;
@@ -114,7 +137,7 @@ int PDir::preaddir() noexcept
     {
         return path.result();
     }
-    const std::unique_ptr<DIR, CloseDir> dir(opendir(path.get()));
+    const std::unique_ptr<DIR, CloseDir> dir(_openDir(path.get()));
     if (!dir)
     {
         return PErrno::last();

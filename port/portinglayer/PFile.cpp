@@ -3,6 +3,7 @@
 #include "PDescriptor.h"
 #include "PErrno.h"
 #include "PPathBytes.h"
+#include "PRetry.h"
 #include "PUtf8.h"
 
 #include <algorithm>
@@ -30,6 +31,11 @@ int _flags(unsigned int iMode) noexcept
     flags |= writes && !empties ? O_APPEND : 0;
     flags |= (iMode & PFile::eCreate) != 0 ? O_CREAT : 0;
     return flags;
+}
+
+int _state(int iHandle, struct stat& oState) noexcept
+{
+    return PRetry::call([&] { return ::fstat(iHandle, &oState); });
 }
 
 bool _startsWithMark(const char* iBegin, const char* iEnd) noexcept
@@ -110,7 +116,7 @@ int PFile::popen(const PLiteral& iPath, unsigned int iMode, unsigned int iAccess
         return file.result();
     }
     struct stat status = {};
-    if (::fstat(file.get(), &status) != 0)
+    if (_state(file.get(), status) != 0)
     {
         return PErrno::last();
     }
@@ -203,7 +209,7 @@ void PFile::getFileName(PString& ioPath) noexcept
 bool PFile::exists(const PLiteral& iPath) noexcept
 {
     const PPathBytes path(iPath);
-    return path.result() == 0 && ::access(path.get(), F_OK) == 0;
+    return path.result() == 0 && PRetry::call([&] { return ::access(path.get(), F_OK); }) == 0;
 }
 
 int PFile::pdelete(const PLiteral& iPath) noexcept
@@ -213,7 +219,7 @@ int PFile::pdelete(const PLiteral& iPath) noexcept
     {
         return path.result();
     }
-    return ::unlink(path.get()) == 0 ? 0 : PErrno::last();
+    return PRetry::call([&] { return ::unlink(path.get()); }) == 0 ? 0 : PErrno::last();
 }
 
 // Reading goes on behind what was written.
@@ -230,7 +236,11 @@ int PFile::startWriting(const PLiteral& iLine) noexcept
     if (!fWriting)
     {
         struct stat status = {};
-        fAtStart = ::fstat(fHandle, &status) == 0 && status.st_size == 0;
+        if (_state(fHandle, status) != 0 && fWriteResult == 0)
+        {
+            fWriteResult = PErrno::last();
+        }
+        fAtStart = status.st_size == 0;
         fBegin = fEnd = 0;
         fWriting = true;
     }

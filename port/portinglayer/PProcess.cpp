@@ -3,10 +3,32 @@
 #include "PDescriptor.h"
 #include "PErrno.h"
 
+#include <cstddef>
 #include <cstdio>
 #include <fcntl.h>
 #include <sys/sysinfo.h>
 #include <unistd.h>
+
+namespace
+{
+/// Reads what a file holds and ends it with a zero; a file that is longer is cut.
+template <std::size_t tSize>
+int _readAll(int iHandle, char (&oText)[tSize]) noexcept
+{
+    std::size_t size = 0;
+    ssize_t count = 1;
+    for (; count > 0 && size < tSize - 1; size += static_cast<std::size_t>(count))
+    {
+        count = PDescriptor::readSome(iHandle, oText + size, tSize - 1 - size);
+        if (count < 0)
+        {
+            return static_cast<int>(count);
+        }
+    }
+    oText[size] = '\0';
+    return 0;
+}
+} // namespace
 
 unsigned int PProcess::getCurrentPID() noexcept
 {
@@ -23,12 +45,11 @@ int PProcess::getMemoryUsage(unsigned int iPid, unsigned long long& oBytes) noex
         return file.result();
     }
     char text[128];
-    const ssize_t count = PDescriptor::readSome(file.get(), text, sizeof text - 1);
-    if (count < 0)
+    const int res = _readAll(file.get(), text);
+    if (res != 0)
     {
-        return static_cast<int>(count);
+        return res;
     }
-    text[count] = '\0';
     unsigned long long pages = 0;
     if (std::sscanf(text, "%*u %llu", &pages) != 1)
     {
