@@ -229,7 +229,8 @@ bool PLogSink::isMovedAway() const noexcept
 }
 
 /// Moves the older parts up as far as the first number that is free, so that a gap costs no part
-/// its lines; only with all numbers taken does the oldest go.
+/// its lines; only with all numbers taken does the oldest go. A number that cannot be looked at
+/// counts as taken.
 bool PLogSink::moveAside() noexcept
 {
     unsigned int free = 1;
@@ -237,7 +238,7 @@ bool PLogSink::moveAside() noexcept
     for (; free < fLimits.parts; ++free)
     {
         partName(free, fTo);
-        if (PRetry::call([&] { return ::lstat(fTo.c_str(), &ignored); }) != 0)
+        if (PRetry::call([&] { return ::lstat(fTo.c_str(), &ignored); }) != 0 && errno == ENOENT)
         {
             break;
         }
