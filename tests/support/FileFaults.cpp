@@ -149,6 +149,13 @@ std::array<FileFault*, 14> FileFaults::all()
             &mkdir, &rename, &seek,  &truncate, &control, &openDir, &readDir};
 }
 
+FileFault* FileFaults::find(const std::string& iName)
+{
+    const auto faults = all();
+    return *std::find_if(faults.begin(), faults.end(),
+                         [&](const FileFault* iFault) { return iFault->name() == iName; });
+}
+
 void FileFaults::disarm()
 {
     for (FileFault* fault : all())

@@ -76,6 +76,9 @@ struct FileFaults
 
     static std::array<FileFault*, 14> all();
 
+    /// The kind of that name, which must exist.
+    static FileFault* find(const std::string& iName);
+
     static void disarm();
 
     /// The path of the call that was struck last.

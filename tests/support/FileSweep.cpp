@@ -72,8 +72,14 @@ FileSweep::FileSweep(std::string iName, Maker iMaker)
 
 std::vector<std::string> FileSweep::run()
 {
+    const auto all = FileFaults::all();
+    return run({all.begin(), all.end()});
+}
+
+std::vector<std::string> FileSweep::run(const std::vector<FileFault*>& iCalls)
+{
     countCalls();
-    for (FileFault* call : FileFaults::all())
+    for (FileFault* call : iCalls)
     {
         if (fPoints.count(call) == 0)
         {

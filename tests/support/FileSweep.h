@@ -62,8 +62,10 @@ public:
 
     FileSweep(std::string iName, Maker iMaker);
 
-    /// Runs all points, prints how many there were and returns what was wrong, a text each.
+    /// Runs the points of all kinds of calls, or of some, prints how many there were and returns
+    /// what was wrong, a text each.
     std::vector<std::string> run();
+    std::vector<std::string> run(const std::vector<FileFault*>& iCalls);
 
     /// The points of one kind of call, and of all.
     int points(const FileFault& iCall) const;
