@@ -1,0 +1,98 @@
+#!/usr/bin/env bash
+# Compares the binary interface of the built libraries with its record in abi/:
+#   check-abi.sh [--record] [LIBRARIES [ROOT]]
+# LIBRARIES is the directory of the three libraries of the 32-bit release build, build/release/lib
+# by default; ROOT holds the headers they were built from, this tree by default. Any change fails,
+# additions too, with a report of what changed. --record writes the record anew instead.
+set -eu -o pipefail
+
+here=$(cd "$(dirname "$0")/.." && pwd)
+if ! command -v abidw >/dev/null; then
+    echo "abidw is missing: install abigail-tools" >&2
+    exit 2
+fi
+recording=no
+if [ "${1:-}" = --record ]; then
+    recording=yes
+    shift
+fi
+libraries=$(cd "${1:-$here/build/release/lib}" && pwd)
+root=$(cd "${2:-$here}" && pwd)
+record=$here/abi
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+# The names that a library exports, one a line.
+list_exports() {
+    nm -D --defined-only "$1" | awk '{ print $NF }' | LC_ALL=C sort
+}
+
+# describe LIBRARY ABIDW_OPTION...: what the public headers say of a library. Nothing in it depends
+# on where the tree lies.
+describe() {
+    local library=$1
+    shift
+    abidw "$@" --headers-dir "$work/headers" --drop-private-types \
+        --suppressions "$record/private.abignore" --no-corpus-path --no-comp-dir-path \
+        --no-show-locs --no-parameter-names --no-elf-needed --type-id-style hash "$library" |
+        sed "s|\(<abi-instr .*path='\)[^']*/|\1|"
+}
+
+# The library that only exists to have the headers described.
+build_services() {
+    g++ -m32 -std=c++20 -g -fPIC -shared -nostdlib -fvisibility=hidden \
+        -femit-class-debug-always "-I$root/include" "-I$root/port" -Wl,-soname,services \
+        -o "$work/services.so" "$here/abi/services.cpp"
+}
+
+describe_all() {
+    local library
+    local name
+
+    mkdir "$work/headers"
+    cp "$root"/include/*.h "$root"/port/portinglayer/*.h "$root/port/logger/PLogger.h" \
+        "$work/headers"
+    build_services
+    describe "$work/services.so" >"$work/services.abi"
+    for name in libixlal.core libixlal.logger libixlal.portinglayer; do
+        library=$libraries/$name.so
+        describe "$library" --exported-interfaces-only >"$work/$name.abi"
+        list_exports "$library" >"$work/$name.exports"
+    done
+}
+
+# Compares one description with its record; fails with a report when something changed.
+compare() {
+    local name
+    name=$(basename "$1")
+    case $name in
+        *.exports)
+            diff -u --label "abi/$name" --label built "$record/$name" "$1" && return
+            ;;
+        *)
+            abidiff --no-default-suppression --harmless --redundant --no-show-locs \
+                "$record/$name" "$1" >"$work/report" && return
+            # A change shows again in whatever takes a pointer to what changed.
+            grep -v 'implicit parameter\|, as being reported\|, as reported earlier' "$work/report"
+            ;;
+    esac
+    echo "The binary interface is not as abi/$name says"
+    return 1
+}
+
+describe_all
+if [ "$recording" = yes ]; then
+    cp "$work"/*.abi "$work"/*.exports "$record"
+    echo "Recorded the binary interface in abi/"
+    exit 0
+fi
+
+failed=0
+for description in "$work"/*.abi "$work"/*.exports; do
+    compare "$description" || failed=1
+done
+if [ $failed -ne 0 ]; then
+    echo "If the change is wanted: scripts/check-abi.sh --record, and commit abi/ with it"
+    exit 1
+fi
+echo "The binary interface is as recorded"

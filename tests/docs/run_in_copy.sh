@@ -1,0 +1,19 @@
+#!/usr/bin/env bash
+# As run_commands.sh, for commands that change files of the tree: they change a copy of them, which
+# must come out as it went in, because the commands record what the tree says already.
+# Usage: run_in_copy.sh DOCUMENT ROOT
+set -eu
+
+here=$(cd "$(dirname "$0")" && pwd)
+root=$(cd "$2" && pwd)
+copy=$(mktemp -d)
+trap 'rm -rf "$copy"' EXIT
+
+for entry in "$root"/*; do
+    ln -s "$entry" "$copy/$(basename "$entry")"
+done
+rm "$copy/abi" "$copy/scripts"
+cp -r "$root/abi" "$root/scripts" "$copy"
+
+"$here/run_commands.sh" "$1" "$copy"
+diff -r "$root/abi" "$copy/abi"
