@@ -4,6 +4,7 @@
 #include "portinglayer/PCounter.h"
 #include "portinglayer/PCounterSync.h"
 #include "portinglayer/PString.h"
+#include "support/Slots.h"
 
 #include <gtest/gtest.h>
 
@@ -73,14 +74,6 @@ struct Counted : IBase
 
     int references = 0;
 };
-
-/// Calls a member without arguments by its place in the object's table of virtual members, which
-/// begins with the two forms of the destructor.
-void callSlot(void* iObject, std::size_t iSlot)
-{
-    void** const table = *static_cast<void***>(iObject);
-    reinterpret_cast<void (*)(void*)>(table[iSlot])(iObject);
-}
 } // namespace
 
 TEST(Layout, HooksOfTheHolderFollowItsDestructor)
@@ -88,9 +81,9 @@ TEST(Layout, HooksOfTheHolderFollowItsDestructor)
     Counted object;
     PBaseptr<Counted> holder(&object);
 
-    callSlot(&holder, 2);
+    callSlot<void>(&holder, 3);
     EXPECT_EQ(2, object.references);
-    callSlot(&holder, 3);
+    callSlot<void>(&holder, 4);
     EXPECT_EQ(1, object.references);
 }
 

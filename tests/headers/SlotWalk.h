@@ -1,0 +1,154 @@
+// SlotWalk: calls every slot of an interface by its number and sees which operation it reaches.
+#ifndef IXLAL_TESTS_SLOTWALK_H
+#define IXLAL_TESTS_SLOTWALK_H
+
+#include "support/Slots.h"
+
+#include <sstream>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+/// What the operation that was called last is, and what it was given.
+struct SlotCall
+{
+    /// Every recording operation calls this with its name, the addresses of what it got by
+    /// reference, and the values of the rest.
+    template <class... TArguments>
+    int note(const char* iOperation, const TArguments&... iArguments)
+    {
+        operation = iOperation;
+        arguments = shown(iArguments...);
+        return result;
+    }
+
+    template <class... TArguments>
+    static std::string shown(const TArguments&... iArguments)
+    {
+        std::ostringstream text;
+        (show(text, iArguments), ...);
+        return text.str();
+    }
+
+    std::string operation = "nothing";
+    std::string arguments;
+    int result = 0; ///< what the next operation returns
+
+private:
+    template <class TArgument>
+    static void show(std::ostream& oText, const TArgument& iArgument)
+    {
+        if constexpr (std::is_pointer_v<TArgument>)
+        {
+            oText << static_cast<const void*>(iArgument) << ' ';
+        }
+        else
+        {
+            oText << iArgument << ' ';
+        }
+    }
+};
+
+/// Walks one table. Nothing here depends on the order in which the header declares the operations:
+/// the caller says which number each one has.
+class SlotWalk
+{
+public:
+    SlotWalk(const char* iInterface, void* iObject, SlotCall& ioCall)
+        : fInterface(iInterface), fObject(iObject), fCall(ioCall)
+    {
+    }
+
+    /// Calls a slot that must reach iOperation; the types are those of its arguments.
+    template <class... TArguments>
+    void expect(std::size_t iSlot, const char* iOperation,
+                std::type_identity_t<TArguments>... iArguments)
+    {
+        const std::string given = SlotCall::shown(_given<TArguments>(iArguments)...);
+        prepare(iSlot);
+        check(iSlot, iOperation, given,
+              callSlot<int, TArguments...>(fObject, iSlot, static_cast<TArguments>(iArguments)...));
+    }
+
+    /// The same for an operation whose form is iLevel, iFormat, ...
+    void expectMessage(std::size_t iSlot, const char* iOperation)
+    {
+        typedef int (*Message)(void*, int, const wchar_t*, ...);
+        const wchar_t* const format = L"%d";
+        prepare(iSlot);
+        const auto message = reinterpret_cast<Message>(slotOf(fObject, iSlot));
+        check(iSlot, iOperation, SlotCall::shown(7, format, 42), message(fObject, 7, format, 42));
+    }
+
+    /// One line for every slot that reaches something else.
+    const std::vector<std::string>& problems() const
+    {
+        return fProblems;
+    }
+
+private:
+    template <class TArgument, class TValue>
+    static auto _given(TValue& iArgument)
+    {
+        if constexpr (std::is_reference_v<TArgument>)
+        {
+            return &iArgument;
+        }
+        else if constexpr (std::is_class_v<TArgument>)
+        {
+            return iArgument.get();
+        }
+        else
+        {
+            return iArgument;
+        }
+    }
+
+    void prepare(std::size_t iSlot)
+    {
+        fCall = SlotCall();
+        fCall.result = 1000 + static_cast<int>(iSlot);
+    }
+
+    void check(std::size_t iSlot, const std::string& iOperation, const std::string& iArguments,
+               int iResult)
+    {
+        const std::string slot = fInterface + " slot " + std::to_string(iSlot);
+        if (fCall.operation != iOperation)
+        {
+            fProblems.push_back(slot + " reaches " + fCall.operation + " instead of " + iOperation);
+        }
+        else if (fCall.arguments != iArguments || fCall.result != iResult)
+        {
+            fProblems.push_back(slot + " garbles what " + iOperation + " is given or returns");
+        }
+    }
+
+    std::string fInterface;
+    void* fObject;
+    SlotCall& fCall;
+    std::vector<std::string> fProblems;
+};
+
+/// Begins the walk through a recorder, whose member call notes what its operations see, with what
+/// every interface begins with.
+template <class TRecorder>
+SlotWalk beginWalk(const char* iInterface, TRecorder& ioRecorder)
+{
+    SlotWalk walk(iInterface, &ioRecorder, ioRecorder.call);
+    walk.expect(1, "incRef");
+    walk.expect(2, "decRef");
+    return walk;
+}
+
+/// The walks through all public interfaces: the problems of each.
+std::vector<std::string> walkBase();
+std::vector<std::string> walkPlugin();
+std::vector<std::string> walkEventDispatcher();
+std::vector<std::string> walkEventListener();
+std::vector<std::string> walkLogger();
+std::vector<std::string> walkConfig();
+std::vector<std::string> walkConfigChanged();
+std::vector<std::string> walkConfigManager();
+
+#endif

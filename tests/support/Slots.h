@@ -1,0 +1,24 @@
+// Slots: reaches the virtual operations of an object by their numbers.
+#ifndef IXLAL_TESTS_SLOTS_H
+#define IXLAL_TESTS_SLOTS_H
+
+#include <cstddef>
+#include <utility>
+
+/// What stands in slot iSlot, counted from 1, of the table of an object.
+inline void* slotOf(const void* iObject, std::size_t iSlot)
+{
+    return (*static_cast<void** const*>(iObject))[iSlot - 1];
+}
+
+/// Calls a slot as a compiler does: a plain function whose first argument is the object. The types
+/// of the arguments are those of the operation, and must be given.
+template <class TResult, class... TArguments>
+TResult callSlot(void* iObject, std::size_t iSlot, TArguments... iArguments)
+{
+    const auto operation =
+        reinterpret_cast<TResult (*)(void*, TArguments...)>(slotOf(iObject, iSlot));
+    return operation(iObject, std::forward<TArguments>(iArguments)...);
+}
+
+#endif
