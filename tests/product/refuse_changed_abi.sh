@@ -14,7 +14,7 @@ trap 'rm -rf "$work"' EXIT
 failed=0
 
 fresh_copy() {
-    rm -rf "$work/tree" "$work/lib"
+    rm -rf "${work:?}/tree" "${work:?}/lib"
     mkdir "$work/tree" "$work/lib"
     cp -r "$root/include" "$root/port" "$root/core" "$work/tree"
     cp "$libraries"/libixlal.*.so "$work/lib"
@@ -82,12 +82,13 @@ change include/IEventDispatcher.h '/virtual int send/d'
 refused "An operation removed" "IEventDispatcher::send"
 change include/IPlugin.h 's/virtual int init() = 0;/&\n    virtual ~IPlugin() {}/'
 refused "A virtual destructor added" "IPlugin::~IPlugin"
-change include/IConfig.h 's/getInt32(const PLiteral& iKey, int& /getInt32(const PLiteral\& iKey, long\& /'
+change include/IConfig.h 's/\(getInt32(const PLiteral& iKey\), int& /\1, long\& /'
 refused "An argument of another type and the same size" "IConfig::getInt32" "long int"
 change include/PPtr.h 's/^    int fType;/&\n    int fAdded;/'
 change include/PPtr.h 's/^static_assert.*//'
 refused "A field added to the holders" "PPtr<PString>" "fAdded"
-change include/PPtr.h 's/^    unsigned int\* fCounter;//; s/^    int fType;/&\n    unsigned int* fCounter;/'
+change include/PPtr.h '/^    unsigned int\* fCounter;/d'
+change include/PPtr.h 's/^    int fType;/&\n    unsigned int* fCounter;/'
 refused "Fields of the holders swapped" "PPtr<PString>" "offset changed"
 change include/Ixla.h 's/eIxlaNoInstance = -2002/eIxlaNoInstance = -2005/'
 refused "A code changed" "eIxlaNoInstance"
