@@ -3,7 +3,7 @@
 #   check-abi.sh [--record] [LIBRARIES [ROOT]]
 # LIBRARIES is the directory of the three libraries of the 32-bit release build, build/release/lib
 # by default; ROOT holds the headers they were built from, this tree by default. Any change fails,
-# additions too, with a report of what changed. --record writes the record anew instead.
+# additions too, with a report of what changed. --record brings the record up to date instead.
 set -eu -o pipefail
 
 here=$(cd "$(dirname "$0")/.." && pwd)
@@ -80,9 +80,17 @@ compare() {
     return 1
 }
 
+# A description in another order, as other sources give it, says the same: it is left as it is.
+record_changed() {
+    local description
+    for description in "$work"/*.abi "$work"/*.exports; do
+        compare "$description" >/dev/null 2>&1 || cp "$description" "$record"
+    done
+}
+
 describe_all
 if [ "$recording" = yes ]; then
-    cp "$work"/*.abi "$work"/*.exports "$record"
+    record_changed
     echo "Recorded the binary interface in abi/"
     exit 0
 fi
