@@ -5,8 +5,6 @@
 #include "fuzz/Texts.h"
 #include "portinglayer/PUtils.h"
 
-#include <algorithm>
-#include <cstring>
 #include <memory>
 
 namespace
@@ -62,7 +60,7 @@ void _checkTextOf(std::string_view iBytes, int (*iToText)(TValue, PString&) noex
                   int (*iConvert)(const PLiteral&, TValue&) noexcept)
 {
     TValue value = 0;
-    std::memcpy(&value, iBytes.data(), std::min(iBytes.size(), sizeof value));
+    iBytes.copy(reinterpret_cast<char*>(&value), sizeof value);
     PString text(L"before");
     checkCode(iToText(value, text), 0, "a number has a text");
     checkText(textOf(text), std::to_wstring(value), "text of a number");

@@ -254,7 +254,7 @@ void Script::dump(unsigned int iWidth, std::string_view iBytes)
     for (std::size_t at = 0; at < iBytes.size() && fCallLevel <= fLevel; at += width)
     {
         const std::string_view part = iBytes.substr(at, width);
-        char hex[16];
+        char hex[24];
         std::snprintf(hex, sizeof hex, "%08zx ", at);
         std::string line = hex;
         std::string characters;

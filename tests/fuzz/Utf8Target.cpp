@@ -7,7 +7,6 @@
 #include "portinglayer/PUtf8.h"
 
 #include <algorithm>
-#include <cstring>
 
 namespace
 {
@@ -223,7 +222,7 @@ void _checkAcrossBuffer(const MemoryDir& iDir, std::string_view iBytes, bool iOw
 std::wstring _anyText(std::string_view iBytes)
 {
     std::wstring text(iBytes.size() / sizeof(wchar_t), L'\0');
-    std::memcpy(text.data(), iBytes.data(), text.size() * sizeof(wchar_t));
+    iBytes.copy(reinterpret_cast<char*>(text.data()), text.size() * sizeof(wchar_t));
     return text;
 }
 } // namespace
