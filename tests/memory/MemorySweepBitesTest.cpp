@@ -1,0 +1,168 @@
+#include "support/AllocationFaults.h"
+#include "support/AllocationSweep.h"
+
+#include <gmock/gmock.h>
+
+#include <cstdlib>
+#include <memory>
+#include <new>
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+// Operations with one fault each, and what a sweep says of them.
+
+namespace
+{
+/// Takes two blocks for as long as it runs and fails as it should.
+int _goodOperation()
+{
+    const std::unique_ptr<int> first(new (std::nothrow) int);
+    const std::unique_ptr<int> second(first ? new (std::nothrow) int : nullptr);
+    return second ? 0 : -501;
+}
+
+std::vector<std::string> _problems(const AllocationSweep& iSweep)
+{
+    return trySweep(iSweep).problems;
+}
+} // namespace
+
+TEST(MemorySweepBites, GoodOperationHasNoProblemAndAllItsPoints)
+{
+    const AllocationSweepResult result = trySweep({.operation = "good", .run = &_goodOperation});
+
+    EXPECT_THAT(result.problems, IsEmpty());
+    EXPECT_EQ(2, result.points);
+}
+
+TEST(MemorySweepBites, OperationThatLeaksOnFailureIsReported)
+{
+    std::vector<int*> leaked;
+    leaked.reserve(100);
+    const auto leaky = [&leaked]
+    {
+        int* const first = new (std::nothrow) int;
+        const std::unique_ptr<int> second(first ? new (std::nothrow) int : nullptr);
+        if (first && !second)
+        {
+            leaked.push_back(first);
+            return -501;
+        }
+        delete first;
+        return second ? 0 : -501;
+    };
+
+    EXPECT_THAT(_problems({.operation = "leaky", .run = leaky}),
+                ElementsAre("without allocation 2: leaks 1 blocks"));
+    for (int* block : leaked)
+    {
+        delete block;
+    }
+}
+
+TEST(MemorySweepBites, OperationThatLeaksFromMallocIsReported)
+{
+    if (!AllocationFaults::reachesMalloc())
+    {
+        GTEST_SKIP() << "the sanitizer's own leak check sees to malloc";
+    }
+    std::vector<void*> leaked;
+    leaked.reserve(100);
+    const auto leaky = [&leaked]
+    {
+        void* const first = std::malloc(10);
+        void* const second = first ? std::malloc(10) : nullptr;
+        std::free(second);
+        if (first && !second)
+        {
+            leaked.push_back(first);
+            return -501;
+        }
+        std::free(first);
+        return second ? 0 : -501;
+    };
+
+    EXPECT_THAT(_problems({.operation = "leaky", .run = leaky}),
+                ElementsAre("without allocation 2: leaks 1 blocks"));
+    for (void* block : leaked)
+    {
+        std::free(block);
+    }
+}
+
+TEST(MemorySweepBites, OperationThatThrowsIsReported)
+{
+    // Asked for directly, so that the compiler may not leave it out.
+    const auto throwing = []
+    {
+        operator delete(operator new(10));
+        return 0;
+    };
+
+    EXPECT_THAT(_problems({.operation = "throwing", .run = throwing}),
+                ElementsAre("without allocation 1: lets an exception out"));
+}
+
+TEST(MemorySweepBites, OperationThatSwallowsTheFailureIsReported)
+{
+    const auto swallowing = []
+    {
+        static_cast<void>(_goodOperation());
+        return 0;
+    };
+
+    EXPECT_THAT(_problems({.operation = "swallowing", .run = swallowing}),
+                ElementsAre("without allocation 1: swallows the failure"));
+    EXPECT_THAT(
+        _problems({.operation = "sparing", .run = swallowing, .spares = "it needs no block"}),
+        IsEmpty());
+}
+
+TEST(MemorySweepBites, OperationThatReturnsAnotherCodeIsReported)
+{
+    const auto other = []
+    {
+        return _goodOperation() == 0 ? 0 : -12;
+    };
+
+    EXPECT_THAT(_problems({.operation = "other", .run = other}),
+                ElementsAre("without allocation 1: returns -12"));
+}
+
+TEST(MemorySweepBites, OperationThatStaysFailedIsReported)
+{
+    bool failed = false;
+    const auto broken = [&failed]
+    {
+        failed = failed || _goodOperation() != 0;
+        return failed ? -501 : 0;
+    };
+
+    EXPECT_THAT(_problems({.operation = "broken", .run = broken}),
+                ElementsAre("without allocation 1: fails with memory back: -501"));
+}
+
+TEST(MemorySweepBites, OperationThatFailsOnlyWhenAllLaterAllocationsFailIsReported)
+{
+    // Its second attempt succeeds when only one allocation fails.
+    const auto retrying = []
+    {
+        return _goodOperation() == 0 || _goodOperation() == 0 ? 0 : -12;
+    };
+
+    EXPECT_THAT(_problems({.operation = "retrying", .run = retrying, .spares = "it tries again"}),
+                ElementsAre("from allocation 1: returns -12"));
+}
+
+TEST(MemorySweepBites, OperationThatNeverSucceedsIsReported)
+{
+    EXPECT_THAT(_problems({.operation = "never",
+                           .run =
+                               []
+                           {
+                               return -501;
+                           }}),
+                ElementsAre("fails with memory: -501", "fails with memory: -501"));
+}
