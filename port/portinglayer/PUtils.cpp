@@ -130,9 +130,11 @@ int _formatLong(PString& oText, const wchar_t* iFormat, va_list iArgs) noexcept
     const int formatError = written < 0 ? errno : 0;
     const bool closed = std::fclose(stream) == 0;
     const std::unique_ptr<wchar_t, FreeText> owner(text);
-    if (written < 0 || !closed)
+    // Closing lets go of a text for which it finds no memory, and succeeds all the same.
+    const bool lost = !closed || !text;
+    if (written < 0 || lost)
     {
-        return PErrno::code(formatError == ENOMEM || !closed ? ENOMEM : EILSEQ);
+        return PErrno::code(formatError == ENOMEM || lost ? ENOMEM : EILSEQ);
     }
     return oText.set(text, static_cast<unsigned int>(len));
 }
