@@ -44,55 +44,6 @@ TEST_F(CoreAllocation, RequestOfAnInitialisedPluginAllocatesNothing)
     EXPECT_TRUE(available);
 }
 
-TEST_F(CoreAllocation, EveryFailureDuringStartEndsItWithACodeAndLeavesNothing)
-{
-    std::vector<PString> arguments = coreArguments();
-    arguments.push_back(L"core.load.plugin.list=one,two");
-    arguments.push_back(L"core.autostart.list=a-plugin-of-a-rather-long-name");
-    arguments.push_back(L"custom.config.a=b");
-    fCore.addPlugin("alpha"); // not in the list
-    const int loaded = PluginHooks::count("alpha.factory");
-    testing::internal::CaptureStderr();
-    int failed = 0;
-    int swept = 0;
-    for (;; ++swept)
-    {
-        AllocationFaults::failOnceAfter(swept);
-        const int result = ixlaStart(arguments.data(), static_cast<unsigned>(arguments.size()));
-        AllocationFaults::disarm();
-        failed += result != 0;
-        ASSERT_TRUE(result == 0 || result == -501 || result == -502 || result == -1003 ||
-                    result == -1004 || result == -1005 || result == -1006 || result == -1010)
-            << "allocation " << swept << ": " << result;
-        const bool struck = AllocationFaults::struck();
-        ASSERT_EQ(result == 0 ? 0 : -1002, ixlaStop()) << swept;
-        if (!struck)
-        {
-            break;
-        }
-    }
-    testing::internal::GetCapturedStderr();
-    EXPECT_LT(50, swept);
-    EXPECT_LT(40, failed);
-    EXPECT_EQ(loaded, PluginHooks::count("alpha.factory"));
-    RecordProperty("swept", swept);
-}
-
-TEST_F(CoreAllocation, BadArgumentIsNeverSkipped)
-{
-    const PString argument(L"core.log.level=high");
-    int swept = 0;
-    for (bool struck = true; struck; ++swept)
-    {
-        AllocationFaults::failOnceAfter(swept);
-        const int result = ixlaStart(&argument, 1);
-        AllocationFaults::disarm();
-        struck = AllocationFaults::struck();
-        ASSERT_EQ(struck ? -501 : -502, result) << swept;
-    }
-    EXPECT_LT(2, swept);
-}
-
 TEST_F(CoreAllocation, BuiltInPluginThatCannotBeRegisteredIsLogged)
 {
     std::vector<PString> arguments = coreArguments();

@@ -1,14 +1,10 @@
 #include "events/PEventDispatcher.h"
 
 #include "Ixla.h"
-#include "events/PEventDispatcherPlugin.h"
 #include "events/TestListener.h"
 #include "support/AllocationFaults.h"
-#include "support/CoreRun.h"
 
 #include <gtest/gtest.h>
-
-#include <memory>
 
 namespace
 {
@@ -31,15 +27,6 @@ protected:
         AllocationFaults::disarm();
     }
 
-    /// Adds with the allocation after iSkip others failing.
-    int addWithFault(TestListener* iListener, int iSkip)
-    {
-        AllocationFaults::failOnceAfter(iSkip);
-        const int result = dispatcher->addListener(kTopic, iListener);
-        AllocationFaults::disarm();
-        return result;
-    }
-
     int send(const PLiteral& iTopic = kTopic)
     {
         return dispatcher->send(iTopic, nullptr, 0);
@@ -50,72 +37,6 @@ protected:
     PBaseptr<TestListener> first;
     PBaseptr<TestListener> second;
 };
-
-TEST_F(EventDispatcherMemory, FailedFirstSubscriptionLeavesNoTopic)
-{
-    int failures = 0;
-    for (; addWithFault(first.get(), failures) != eIxlaOk; ++failures)
-    {
-        ASSERT_TRUE(AllocationFaults::struck());
-        EXPECT_EQ(1, first->references());
-        EXPECT_EQ(eIxlaNoListener, send());
-        EXPECT_EQ(eIxlaNoListener, dispatcher->removeListener(kTopic, first.get()));
-    }
-
-    EXPECT_LT(0, failures);
-    EXPECT_EQ(eIxlaOk, send());
-}
-
-TEST_F(EventDispatcherMemory, FailedFurtherSubscriptionKeepsTheEarlierOnes)
-{
-    ASSERT_EQ(eIxlaOk, dispatcher->addListener(kTopic, first.get()));
-
-    int failures = 0;
-    for (; addWithFault(second.get(), failures) != eIxlaOk; ++failures)
-    {
-        EXPECT_EQ(1, second->references());
-        EXPECT_EQ(2, first->references());
-        EXPECT_EQ(eIxlaNoListener, dispatcher->removeListener(kTopic, second.get()));
-    }
-
-    EXPECT_LT(0, failures);
-    EXPECT_EQ(eIxlaOk, send());
-    EXPECT_EQ((std::vector<std::string>{"L2", "L1"}), journal.entries());
-}
-
-TEST_F(EventDispatcherMemory, LackOfMemoryHasItsResultCode)
-{
-    EXPECT_EQ(eIxlaNoMemory, addWithFault(first.get(), 0));
-}
-
-// The caller may have made the listener just for this call, so that nobody else holds it.
-TEST_F(EventDispatcherMemory, FailedSubscriptionLeavesAnUncountedListenerAlive)
-{
-    auto* const fresh = new TestListener(journal, "fresh");
-
-    int failures = 0;
-    for (; addWithFault(fresh, failures) != eIxlaOk; ++failures)
-    {
-        ASSERT_EQ(3, journal.alive);
-    }
-
-    EXPECT_LT(0, failures);
-    EXPECT_EQ(1, fresh->references());
-}
-
-TEST_F(EventDispatcherMemory, FailedSendNotifiesNobody)
-{
-    dispatcher->addListener(kTopic, first.get());
-    dispatcher->addListener(kTopic, second.get());
-
-    AllocationFaults::failAfter(0);
-    const int result = send();
-    AllocationFaults::disarm();
-
-    EXPECT_EQ(eIxlaNoMemory, result);
-    EXPECT_TRUE(journal.entries().empty());
-    EXPECT_EQ(eIxlaOk, send());
-}
 
 TEST_F(EventDispatcherMemory, SendAllocatesOnceForAnyNumberOfListeners)
 {
@@ -154,78 +75,5 @@ TEST_F(EventDispatcherMemory, RemovalNeedsNoMemory)
 
     EXPECT_EQ(0, results);
     EXPECT_EQ(eIxlaNoListener, send());
-}
-
-class EventDispatcherPluginMemory : public testing::Test
-{
-protected:
-    void TearDown() override
-    {
-        AllocationFaults::disarm();
-    }
-
-    /// Initialises with the allocation after iSkip others failing.
-    int initWithFault(int iSkip)
-    {
-        AllocationFaults::failOnceAfter(iSkip);
-        const int result = plugin->init();
-        AllocationFaults::disarm();
-        return result;
-    }
-
-    IBase* instance()
-    {
-        IBase* result = nullptr;
-        EXPECT_EQ(eIxlaOk, plugin->getInstance(kIxlaEventDispatcherId, result));
-        return result;
-    }
-
-    PBaseptr<IPlugin> plugin = PBaseptr<IPlugin>::adopt(new PEventDispatcherPlugin);
-};
-
-TEST_F(EventDispatcherPluginMemory, FailedInitKeepsNoDispatcher)
-{
-    int failures = 0;
-    for (int result = 0; (result = initWithFault(failures)) != eIxlaOk; ++failures)
-    {
-        EXPECT_EQ(eIxlaNoMemory, result);
-        EXPECT_EQ(nullptr, instance());
-    }
-
-    EXPECT_LT(1, failures);
-    EXPECT_NE(nullptr, instance());
-}
-
-// Taking hold of the log is one more step that can fail.
-TEST_F(EventDispatcherPluginMemory, FailedInitWithALogKeepsNoDispatcher)
-{
-    CoreRun core;
-    core.writeManagerConfig("");
-    ASSERT_EQ(0, core.start());
-
-    bool struck = true;
-    for (int skip = 0; struck; ++skip)
-    {
-        const int result = initWithFault(skip);
-        struck = AllocationFaults::struck();
-        EXPECT_EQ(result != eIxlaOk, instance() == nullptr) << skip;
-        plugin = PBaseptr<IPlugin>::adopt(new PEventDispatcherPlugin);
-    }
-}
-
-TEST_F(EventDispatcherPluginMemory, FailedInterfaceListIsNull)
-{
-    unsigned int count = 77;
-    int failures = 0;
-    std::unique_ptr<PString[]> interfaces;
-    while (!interfaces)
-    {
-        AllocationFaults::failOnceAfter(failures++);
-        interfaces.reset(plugin->getInterfaces(count));
-        AllocationFaults::disarm();
-        ASSERT_EQ(interfaces ? 1u : 77u, count);
-    }
-
-    EXPECT_LT(1, failures);
 }
 } // namespace

@@ -90,21 +90,3 @@ TEST_F(LogMemory, WideDumpWithoutMemoryIsLostAndCounted)
     info("a");
     EXPECT_THAT(texts(), ElementsAre(lossReport(1, -ENOMEM), "a"));
 }
-
-TEST_F(LogMemory, InitWithoutMemoryCanBeRepeated)
-{
-    const PString path = dir.wideFile("test.log");
-    int failures = 0;
-    int result = -ENOMEM;
-    for (; result == -ENOMEM && failures < 100; ++failures)
-    {
-        AllocationFaults::failOnceAfter(failures);
-        result = logger->init(path, L"a longer tag than fits inside", false, 0, 0, 0, true);
-        AllocationFaults::disarm();
-    }
-
-    EXPECT_EQ(0, result);
-    EXPECT_GT(failures, 3);
-    EXPECT_EQ(0, info("a"));
-    EXPECT_EQ(1u, lines().size());
-}

@@ -1,6 +1,4 @@
-#include "portinglayer/PDir.h"
 #include "portinglayer/PFile.h"
-#include "portinglayer/PLibrary.h"
 #include "support/AllocationFaults.h"
 #include "support/TempDir.h"
 #include "support/Texts.h"
@@ -31,36 +29,10 @@ protected:
         ASSERT_EQ(0, file.popen(dir.wideFile("out.txt"), mode, 0));
     }
 
-    int readWithout(int iSkip, PString& oLine)
-    {
-        AllocationFaults::failAfter(iSkip);
-        const int res = file.preadLine(oLine);
-        AllocationFaults::disarm();
-        return res;
-    }
-
     TempDir dir;
     PFile file;
 };
 } // namespace
-
-TEST_F(FileMemory, LineThatCouldNotBeReadComesLater)
-{
-    const std::string longLine(20000, 'x');
-    openForReading(longLine + "\nnext\n");
-    PString line(L"same");
-
-    int failures = 0;
-    while (readWithout(failures, line) == -12)
-    {
-        ASSERT_EQ(PLiteral(L"same"), line) << failures;
-        ASSERT_LT(++failures, 20);
-    }
-    EXPECT_GT(failures, 2);
-    EXPECT_EQ(longLine, narrow(line));
-    EXPECT_EQ(0, file.preadLine(line));
-    EXPECT_EQ("next", narrow(line));
-}
 
 TEST_F(FileMemory, PathsOfAnyLengthNeedNoMemory)
 {
@@ -129,39 +101,4 @@ TEST_F(FileMemory, LineThatCouldNotBeWrittenLeavesNoTrace)
     EXPECT_EQ(0, file.pwriteLine(L"last"));
     EXPECT_EQ(0, file.pclose());
     EXPECT_EQ("first\nlast\n", dir.read("out.txt"));
-}
-
-TEST_F(FileMemory, DirectoryWithoutMemoryHasNoEntries)
-{
-    dir.write("a", "");
-    dir.write("b", "");
-    PDir listing(wide(dir.path().string()), L"*");
-    int failures = 0;
-    int res = -12;
-    for (int skip = 0; res != 0 && skip < 50; ++skip)
-    {
-        AllocationFaults::failAfter(skip);
-        res = listing.preaddir();
-        AllocationFaults::disarm();
-        failures += res == -12;
-        ASSERT_TRUE(res == 0 || (res == -12 && listing == 1)) << skip;
-    }
-
-    EXPECT_EQ(0, res);
-    EXPECT_GT(failures, 2);
-}
-
-TEST_F(FileMemory, LibraryWithoutMemoryIsNotLoaded)
-{
-    PLibrary* library = nullptr;
-    int failures = 0;
-    for (int skip = 0; skip < 2; ++skip)
-    {
-        AllocationFaults::failAfter(skip);
-        failures += PLibrary::load(L"/nowhere/libnone.so", library, true) == -12;
-        AllocationFaults::disarm();
-    }
-
-    EXPECT_EQ(2, failures);
-    EXPECT_EQ(nullptr, library);
 }

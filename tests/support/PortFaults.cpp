@@ -16,7 +16,16 @@
 namespace
 {
 std::mutex sSleepsMutex;
-std::vector<unsigned int> sSleeps;
+
+/// With room, so that noting a sleep needs no memory: psleep cannot fail.
+std::vector<unsigned int> _roomForSleeps()
+{
+    std::vector<unsigned int> sleeps;
+    sleeps.reserve(1000);
+    return sleeps;
+}
+
+std::vector<unsigned int> sSleeps = _roomForSleeps();
 
 /// The library's own definition behind the one of this binary.
 template <class TFunction>

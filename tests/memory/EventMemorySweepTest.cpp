@@ -1,0 +1,154 @@
+// Sweeps over the operations of the event dispatcher.
+
+#include "events/PEventDispatcher.h"
+#include "events/TestListener.h"
+#include "support/AllocationSweep.h"
+
+#include <gmock/gmock.h>
+
+using testing::IsEmpty;
+
+namespace
+{
+const PLiteral kTopic(L"a topic that is longer than any text that needs no memory of its own");
+
+class EventMemorySweep : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        dispatcher = PBaseptr<PEventDispatcher>::adopt(new PEventDispatcher);
+        ASSERT_EQ(0, dispatcher->init());
+    }
+
+    int add(const PBaseptr<TestListener>& iListener)
+    {
+        return dispatcher->addListener(kTopic, iListener.get());
+    }
+
+    int remove(const PBaseptr<TestListener>& iListener)
+    {
+        return dispatcher->removeListener(kTopic, iListener.get());
+    }
+
+    Journal journal;
+    int heard = 0;
+    PBaseptr<PEventDispatcher> dispatcher;
+    PBaseptr<TestListener> first = listener();
+    PBaseptr<TestListener> second = listener();
+
+private:
+    /// Counts what it hears, and so needs no memory for it.
+    PBaseptr<TestListener> listener()
+    {
+        return TestListener::make(journal, "",
+                                  [this](TestListener&, const TestEvent&)
+                                  {
+                                      ++heard;
+                                      return 0;
+                                  });
+    }
+};
+} // namespace
+
+TEST_F(EventMemorySweep, References)
+{
+    sweepAllocations({.operation = "IEventDispatcher::incRef",
+                      .run = [&] { return dispatcher->incRef() > 1 ? 0 : -1; },
+                      .undo =
+                          [&]
+                      {
+                          dispatcher->decRef();
+                      }});
+    sweepAllocations({.operation = "IEventDispatcher::decRef",
+                      .before = [&] { dispatcher->incRef(); },
+                      .run =
+                          [&]
+                      {
+                          return dispatcher->decRef() > 0 ? 0 : -1;
+                      }});
+}
+
+TEST_F(EventMemorySweep, FirstSubscription)
+{
+    sweepAllocations({.operation = "IEventDispatcher::addListener",
+                      .run = [&] { return add(first); },
+                      .unchanged =
+                          [&]
+                      {
+                          EXPECT_EQ(1, first->references());
+                          EXPECT_EQ(-5001, dispatcher->send(kTopic, nullptr, 0));
+                          EXPECT_EQ(-5001, remove(first));
+                      },
+                      .done = [&] { EXPECT_EQ(2, first->references()); },
+                      .undo =
+                          [&]
+                      {
+                          EXPECT_EQ(0, remove(first));
+                      }});
+}
+
+TEST_F(EventMemorySweep, FurtherSubscription)
+{
+    sweepAllocations({.operation = "IEventDispatcher::addListener of a second listener",
+                      .before = [&] { ASSERT_EQ(0, add(first)); },
+                      .run = [&] { return add(second); },
+                      .unchanged =
+                          [&]
+                      {
+                          EXPECT_EQ(2, first->references());
+                          EXPECT_EQ(1, second->references());
+                          EXPECT_EQ(-5001, remove(second));
+                      },
+                      .done = [&] { EXPECT_EQ(2, second->references()); },
+                      .undo =
+                          [&]
+                      {
+                          EXPECT_EQ(0, remove(first));
+                          EXPECT_EQ(0, remove(second));
+                      }});
+}
+
+// The caller may have made the listener just for this call, so that nobody else holds it.
+TEST_F(EventMemorySweep, SubscriptionOfAnUncountedListener)
+{
+    TestListener* fresh = nullptr;
+    sweepAllocations({.operation = "IEventDispatcher::addListener of an uncounted listener",
+                      .before = [&] { fresh = new TestListener(journal, ""); },
+                      .run = [&] { return dispatcher->addListener(kTopic, fresh); },
+                      .unchanged = [&] { EXPECT_EQ(3, journal.alive); },
+                      .done = [&] { EXPECT_EQ(1, fresh->references()); },
+                      .undo =
+                          [&]
+                      {
+                          EXPECT_EQ(0, dispatcher->removeListener(kTopic, fresh));
+                      }});
+    EXPECT_EQ(2, journal.alive);
+}
+
+TEST_F(EventMemorySweep, Removal)
+{
+    sweepAllocations({.operation = "IEventDispatcher::removeListener",
+                      .before = [&] { ASSERT_EQ(0, add(first)); },
+                      .run = [&] { return remove(first); },
+                      .done =
+                          [&]
+                      {
+                          EXPECT_EQ(1, first->references());
+                      }});
+}
+
+TEST_F(EventMemorySweep, Event)
+{
+    ASSERT_EQ(0, add(first));
+    ASSERT_EQ(0, add(second));
+    sweepAllocations({.operation = "IEventDispatcher::send",
+                      .before = [&] { heard = 0; },
+                      .run = [&] { return dispatcher->send(kTopic, nullptr, 0); },
+                      .unchanged = [&] { EXPECT_EQ(0, heard); },
+                      .done =
+                          [&]
+                      {
+                          EXPECT_EQ(2, heard);
+                      }});
+}
