@@ -75,8 +75,8 @@ std::string Holdings::growthSince(const Holdings& iBefore) const
 {
     std::string growth = _growth("handles", iBefore.handles, handles, 0);
     growth += _growth("threads", iBefore.threads, threads, 0);
-    // Blocks that malloc keeps at hand count as given, and counting itself takes some.
-    growth += _growth("allocated memory", iBefore.allocated, allocated, 16 * kKilobyte);
+    // Counting takes some, and so does every further arena of malloc.
+    growth += _growth("allocated memory", iBefore.allocated, allocated, 32 * kKilobyte);
     if (!IXLAL_SANITIZED)
     {
         // Sanitizers keep what was freed for a while, and records of what happened.

@@ -12,8 +12,9 @@
 #include <memory>
 #include <vector>
 
-/// In some cycles the libraries are closed at the stop, in the others they stay mapped. What
-/// the process holds is measured after each stop, when all threads of the workers have ended.
+/// Every cycle has a host's thread of its own. In some cycles the libraries are closed at the stop,
+/// in the others they stay mapped. What the process holds is measured after each stop, when all
+/// threads of the workers have ended.
 class Soak
 {
 public:
