@@ -1,0 +1,97 @@
+#include "model/Episode.h"
+
+#include <gtest/gtest.h>
+
+#include <charconv>
+#include <cstdlib>
+#include <cstring>
+#include <iostream>
+#include <random>
+
+// The steps are the same under the sanitizers, which take some ten times as long.
+
+namespace
+{
+using namespace std::chrono_literals;
+
+constexpr std::size_t kStepsOfEpisode = 1000;
+constexpr std::uint64_t kEpisodesOfSeed = 100;
+constexpr std::size_t kLastSteps = 10;
+
+/// What the shortened sequence and its place in the run look like.
+std::string _report(Episode ioEpisode, const Episode::Difference& iDifference)
+{
+    ioEpisode.cutAfter(iDifference.step);
+    const std::size_t size = ioEpisode.size();
+    std::string report = "at step " + std::to_string(size) + ", the last ones were\n" +
+                         ioEpisode.text(size > kLastSteps ? size - kLastSteps : 0);
+    ioEpisode.shrink(20s);
+    report += "shrunk to " + std::to_string(ioEpisode.size()) + " steps:\n" + ioEpisode.text();
+    const Episode::Difference last = ioEpisode.run().value_or(iDifference);
+    return report + "the system: " + last.system + "\nthe model:  " + last.model;
+}
+
+/// Episodes of the seed until system and model differ; nothing when they never do.
+std::string _firstDifference(std::uint64_t iSeed, Fault iFault)
+{
+    for (std::uint64_t number = 0; number < kEpisodesOfSeed; ++number)
+    {
+        const Episode episode(iSeed * kEpisodesOfSeed + number, kStepsOfEpisode, iFault);
+        if (const std::optional<Episode::Difference> difference = episode.run())
+        {
+            return "IXLAL_MODEL_SEED=" + std::to_string(iSeed) + ", episode " +
+                   std::to_string(number) + ", " + _report(episode, *difference);
+        }
+    }
+    return "";
+}
+
+/// The number in an environment variable.
+std::uint64_t _fromEnvironment(const char* iName, std::uint64_t iDefault)
+{
+    const char* const text = std::getenv(iName);
+    if (text)
+    {
+        std::from_chars(text, text + std::strlen(text), iDefault);
+    }
+    return iDefault;
+}
+
+class ModelSeeds : public testing::TestWithParam<std::uint64_t>
+{
+};
+
+TEST_P(ModelSeeds, SystemAndModelAgree)
+{
+    const std::string difference = _firstDifference(GetParam(), Fault::eNone);
+    EXPECT_TRUE(difference.empty()) << difference;
+}
+
+INSTANTIATE_TEST_SUITE_P(Fixed, ModelSeeds, testing::Range<std::uint64_t>(1, 11));
+
+/// IXLAL_MODEL_SEED replays a seed; IXLAL_MODEL_FAULT makes the model wrong, to see a report.
+TEST(ModelFreshSeed, SystemAndModelAgree)
+{
+    const std::uint64_t seed = _fromEnvironment("IXLAL_MODEL_SEED", std::random_device()());
+    const auto fault = static_cast<Fault>(_fromEnvironment("IXLAL_MODEL_FAULT", 0));
+    std::cout << "IXLAL_MODEL_SEED=" << seed << std::endl;
+    const std::string difference = _firstDifference(seed, fault);
+    EXPECT_TRUE(difference.empty()) << difference;
+}
+
+class WrongModel : public testing::TestWithParam<int>
+{
+};
+
+TEST_P(WrongModel, IsNoticedAndShrunkToAFewSteps)
+{
+    const std::string report = _firstDifference(1, static_cast<Fault>(GetParam()));
+    std::cout << report << std::endl;
+    const std::string mark = "shrunk to ";
+    const std::size_t at = report.find(mark);
+    ASSERT_NE(std::string::npos, at);
+    EXPECT_LE(std::atoi(report.c_str() + at + mark.size()), 8);
+}
+
+INSTANTIATE_TEST_SUITE_P(Faults, WrongModel, testing::Range(1, static_cast<int>(Fault::eCount)));
+} // namespace
