@@ -237,6 +237,19 @@ TEST_F(ConfigLockFaults, OperationsThatCannotLockChangeNothing)
     EXPECT_EQ(manager.removeListener(L"net", L"U"), -504);
 }
 
+// What was done stays done; the code of giving the lock back is nobody's result.
+TEST_F(ConfigLockFaults, FailedUnlockIsNoResult)
+{
+    for (const auto& [name, operation] : operations())
+    {
+        PortFaults::mutexUnlock.armOnThisThread(-78, 0, 1);
+        EXPECT_NE(operation(), -78) << name;
+        EXPECT_EQ(PortFaults::mutexUnlock.hits(), 1) << name;
+        PortFaults::mutexUnlock.disarm();
+    }
+    EXPECT_EQ(dynamicOf(manager, "net", "new"), "1");
+}
+
 TEST_F(ConfigLockFaults, ReadersThatCannotLockAnswerFromTheirOwnValues)
 {
     PortFaults::mutexLock.armOnThisThread(-77);

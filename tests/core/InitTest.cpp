@@ -134,6 +134,9 @@ TEST_F(Init, FailedWaitIsReportedWithTheMutexLeftHeld)
     PortFaults::condVarWait.armOnThisThread(-22, 0, 1);
     EXPECT_EQ(-2003, request(L"test.alpha"));
     EXPECT_EQ(1, PortFaults::condVarWait.hits());
+    EXPECT_EQ(1, fCore.logCount("] Waiting other thread to init plugin..."));
+    EXPECT_EQ(1, fCore.logCount("] Failed to init plugin err: -2003"));
+    EXPECT_EQ(0, fCore.logCount("] Waiting finished"));
     held.release();
     // The first thread cannot finish while this one holds the mutex.
     EXPECT_EQ(std::future_status::timeout, first.wait_for(std::chrono::milliseconds(50)));

@@ -370,6 +370,7 @@ TEST_F(Start, WithoutConfigurationManagerIsRefused)
     EXPECT_EQ(-1003, fCore.start());
     EXPECT_EQ(
         1, fCore.logCount("E Core [startFlow] Failed to get IConfigManager instance err: -2003"));
+    EXPECT_EQ(1, fCore.logCount("] Failed to init plugin err: -1013"));
 }
 
 TEST_F(Start, WithoutEventDispatcherIsRefusedThoughTheBannerWasShown)
