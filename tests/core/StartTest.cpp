@@ -186,6 +186,13 @@ TEST_F(Start, BrokenPropertyFileIsRefused)
     EXPECT_EQ(1, fCore.logCount("E Core [startFlow] Failed to load core config err: -3001"));
 }
 
+TEST_F(Start, BrokenArgumentBehindAPropertyFileIsRefused)
+{
+    const std::string file = fCore.dir.write("core.prs", "custom.config.a = file\n");
+    const PString arguments[] = {wide("core.prs.file=" + file), L"no separator"};
+    EXPECT_EQ(-1005, ixlaStart(arguments, 2));
+}
+
 TEST_F(Start, LastFailedDefaultWriteIsRefused)
 {
     // The enable flag is written last and needs no number, so the write before it decides here.

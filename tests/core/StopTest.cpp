@@ -134,6 +134,22 @@ TEST_F(Stop, LateListenerIsAbandonedAndMayReturnAfterTheCoreIsGone)
     EXPECT_TRUE(PluginHooks::waitFor("alpha.service destroyed"));
 }
 
+TEST_F(Stop, LateListenerIsAbandonedWhenTheConfiguredSecondsAreOver)
+{
+    fCore.set("core.notify.exit.timeout", "1");
+    startListening();
+    holdListener();
+    PortFaults::condVarWait.armOnThisThread(-733);
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_EQ(0, fCore.stop());
+    const auto waited = std::chrono::steady_clock::now() - begin;
+    EXPECT_LE(std::chrono::seconds(1), waited);
+    EXPECT_GT(std::chrono::seconds(8), waited);
+    fLeave.set_value();
+    fLeft.get_future().wait();
+    EXPECT_TRUE(PluginHooks::waitFor("alpha.service destroyed"));
+}
+
 TEST_F(Stop, LibraryOfALateListenerStaysMapped)
 {
     fCore.set("core.notify.exit.timeout", "0");
