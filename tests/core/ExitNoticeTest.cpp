@@ -3,10 +3,12 @@
 #include "core/PCore.h"
 #include "support/CoreRun.h"
 #include "support/PortFaults.h"
+#include "support/SleepingThread.h"
 
 #include <gtest/gtest.h>
 
 #include <thread>
+#include <unistd.h>
 
 namespace
 {
@@ -38,12 +40,18 @@ TEST(ExitNotice, CoreMayNotGoWhileTheNotifierReports)
     EXPECT_FALSE(notice.isAbandoned());
 }
 
-TEST(ExitNotice, AwaitReturnsWhenTheNotifierIsDone)
+TEST(ExitNotice, AwaitIsWokenWhenTheNotifierIsDone)
 {
+    const pid_t core = gettid();
     PExitNotice notice;
     notice.sending();
     ASSERT_TRUE(notice.beginReport());
-    std::thread notifier([&] { notice.done(); });
+    std::thread notifier(
+        [&]
+        {
+            EXPECT_TRUE(waitUntilAsleep(core));
+            notice.done();
+        });
     notice.abandonOrAwait();
     EXPECT_FALSE(notice.isAbandoned());
     notifier.join();

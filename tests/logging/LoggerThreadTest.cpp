@@ -1,10 +1,12 @@
 #include "logging/LoggingTest.h"
 #include "logging/PGate.h"
+#include "support/SleepingThread.h"
 
 #include <atomic>
 #include <barrier>
 #include <functional>
 #include <thread>
+#include <unistd.h>
 
 namespace
 {
@@ -109,6 +111,7 @@ TEST_F(LoggerThreads, AskLoggersWhileThePluginEnds)
 
 TEST_F(LoggerThreads, GateWaitsForThoseInside)
 {
+    const pid_t closing = gettid();
     PGate gate;
     std::atomic<bool> left{false};
     std::atomic<int> refused{0};
@@ -124,6 +127,7 @@ TEST_F(LoggerThreads, GateWaitsForThoseInside)
                 std::this_thread::yield();
             }
             ++refused;
+            EXPECT_TRUE(waitUntilAsleep(closing));
             left = true;
             gate.leave();
         });
