@@ -132,9 +132,10 @@ meets_tests() {
 try_fault() {
     local file=$tree/${fault_file[$1]} by=
     planted "$tree" "$1" >"$work/planted" || die "$1 cannot be planted: its text has changed"
+    cp "$file" "$work/original"
     cat "$work/planted" >"$file"
     meets_tests "$(first_tests "$1")"
-    cp "$root/${fault_file[$1]}" "$file"
+    cat "$work/original" >"$file"
     printf '%-12s %-28s %s\n' "$outcome" "$1" "${by:-${fault_reason[$1]-}}"
 }
 
