@@ -50,6 +50,12 @@ TEST_F(StartArguments, HaveDefaults)
     EXPECT_TRUE(fArguments.fLogEnable);
 }
 
+TEST_F(StartArguments, LimitsMayBeZero)
+{
+    EXPECT_EQ(0, parse({L"core.log.maxsize=0", L"core.log.parts=0", L"core.log.level=1"}));
+    EXPECT_EQ(1, fArguments.fLogLevel);
+}
+
 TEST_F(StartArguments, NegativeSizeIsRefusedWithALine)
 {
     EXPECT_EQ(eIxlaInvalidArgument, parse({L"core.log.maxsize=-1"}));
