@@ -6,6 +6,7 @@
 
 #include <gmock/gmock.h>
 
+#include <thread>
 #include <utility>
 
 using testing::ElementsAre;
@@ -236,6 +237,18 @@ TEST_F(RunTimeEvents, ListenerMaySetReadAndRegister)
 
     EXPECT_THAT(recorder->events(), ElementsAre("topic 0 A K ", "topic 0 A inner ",
                                                 "topic 0 A last ", "later 0 A last "));
+}
+
+TEST_F(RunTimeEvents, OtherThreadsMaySetWhileAListenerRuns)
+{
+    recorder->onEvent = [&](IConfigChanged&)
+    {
+        std::thread other([&] { EXPECT_EQ(manager->setString(L"B", L"K", L"2"), 0); });
+        other.join();
+    };
+    EXPECT_EQ(manager->setString(L"A", L"K", L"1"), 0);
+
+    EXPECT_THAT(recorder->events(), ElementsAre("topic 0 A K "));
 }
 
 TEST_F(RunTimeEvents, ValueIsReadableWhileItIsAnnounced)

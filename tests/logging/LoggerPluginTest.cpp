@@ -202,6 +202,19 @@ TEST_F(LoggerPlugin, CountIsThatOfTheConfiguration)
     EXPECT_THAT(texts(), ElementsAre("3"));
 }
 
+TEST_F(LoggerPlugin, ZerosOfAFurtherInitReplaceEarlierSettings)
+{
+    setting("level", "1");
+    plugin->init();
+    setting("level", "0");
+    plugin->init();
+
+    defaultLogger()->info(1, L"one");
+    defaultLogger()->info(0, L"zero");
+
+    EXPECT_THAT(texts(), ElementsAre("zero"));
+}
+
 TEST_F(LoggerPlugin, NegativeLimitsAreNone)
 {
     setting("maxsize", "-1");
