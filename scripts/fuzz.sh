@@ -57,15 +57,16 @@ fuzz() {
         "-max_total_time=$limit" "-artifact_prefix=$work/$target-" "$@" >"$work/$target.log" 2>&1
 }
 
-# A target that is wrong must be found out, or silence of the others says nothing.
+# prove_bite TARGET REPORT: a target that is wrong on purpose must be found out, or silence of the
+# others says nothing.
 prove_bite() {
-    rm -rf "$work/wrong" "$work"/wrong-*
-    mkdir -p "$work/wrong"
-    if fuzz wrong 60 "$work/wrong" || ! grep -q "Doesn't hold: bytes come back" "$work/wrong.log"; then
-        echo "The fuzzer does not find what is wrong on purpose; see $work/wrong.log" >&2
+    rm -rf "${work:?}/$1" "$work/$1"-*
+    mkdir -p "$work/$1"
+    if fuzz "$1" 60 "$work/$1" || ! grep -q "$2" "$work/$1.log"; then
+        echo "The fuzzer does not find what is wrong on purpose; see $work/$1.log" >&2
         exit 1
     fi
-    echo "The target that is wrong on purpose was found out"
+    echo "Found out what is wrong on purpose: $2"
 }
 
 # The last line of progress tells the coverage, the statistics behind it the executions.
@@ -134,6 +135,7 @@ TMPDIR=$(mktemp -d "$memory/ixlal-fuzz-run-XXXXXX")
 export TMPDIR
 trap 'rm -rf "$TMPDIR"' EXIT
 
-prove_bite
+prove_bite wrong "Doesn't hold: bytes come back"
+prove_bite overrun "AddressSanitizer: heap-buffer-overflow"
 run_targets
 tell_failures
