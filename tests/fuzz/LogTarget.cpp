@@ -4,6 +4,7 @@
 #include "fuzz/MemoryDir.h"
 #include "fuzz/Texts.h"
 #include "logger/PLogger.h"
+#include "portinglayer/PUtils.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -173,10 +174,22 @@ void Script::open(bool iNew)
     fLevel = 0;
 }
 
+/// What the system's own formatting gives, and the code for a text that cannot be formatted.
+template <class... TArgument>
+void _checkFormatted(const std::optional<std::wstring>& iExpected, const wchar_t* iFormat,
+                     TArgument... iArguments)
+{
+    PString text(L"before");
+    const int code = !iFormat ? -22 : iExpected ? 0 : -84;
+    checkCode(PUtils::pformatString(text, iFormat, iArguments...), code, "code of formatting");
+    checkText(textOf(text), code == 0 ? *iExpected : L"before", "formatted text");
+}
+
 template <class... TArgument>
 void Script::log(const std::optional<std::wstring>& iExpected, const wchar_t* iFormat,
                  TArgument... iArguments)
 {
+    _checkFormatted(iExpected, iFormat, iArguments...);
     PLogger* const logger = &*fLogger;
     int code = 0;
     switch (fKind)

@@ -30,24 +30,81 @@ int _codeOfNames(const std::wstring& iKey, const std::wstring& iAttribute)
     return LineModel::isName(iKey) && LineModel::isName(iAttribute) ? 0 : -3004;
 }
 
-void _checkTyped(IConfig& ioConfig, const std::wstring& iKey, const std::wstring& iValue)
+template <class TValue>
+void _checkNumber(const std::wstring& iText, int (IConfig::*iRead)(const PLiteral&, TValue&),
+                  IConfig& ioConfig, const std::wstring& iKey)
 {
-    int expected = 0;
-    int number = 0;
-    const int numberCode = ConversionModel::toNumber(iValue, expected);
-    checkCode(ioConfig.getInt32(owned(iKey), number), numberCode, "code of a number");
-    check(number == expected, "number");
+    TValue expected = 0;
+    TValue found = 0;
+    const int code = ConversionModel::toNumber(iText, expected);
+    checkCode((ioConfig.*iRead)(owned(iKey), found), code, "code of a number");
+    check(found == expected, "number");
+}
 
-    std::string bytes;
+template <class TValue>
+void _checkNumber(const std::wstring& iText,
+                  int (IConfig::*iRead)(const PLiteral&, const PLiteral&, TValue&),
+                  IConfig& ioConfig, const std::wstring& iKey, const std::wstring& iAttribute)
+{
+    TValue expected = 0;
+    TValue found = 0;
+    const int code = ConversionModel::toNumber(iText, expected);
+    checkCode((ioConfig.*iRead)(owned(iKey), owned(iAttribute), found), code,
+              "code of an attribute's number");
+    check(found == expected, "number of an attribute");
+}
+
+void _checkBool(const std::wstring& iText, int iFoundCode, bool iFound)
+{
+    bool expected = false;
+    const int code = ConversionModel::toBool(iText, expected);
+    checkCode(iFoundCode, code, "code of a truth value");
+    check(iFound == expected, "truth value");
+}
+
+/// Takes the block over.
+void _checkBinary(const std::wstring& iText, int iFoundCode, unsigned char* iData,
+                  unsigned int iSize)
+{
+    const std::unique_ptr<unsigned char[]> owner(iData);
+    std::string expected;
+    const int code = ConversionModel::toBytes(iText, expected);
+    checkCode(iFoundCode, code, "code of bytes");
+    checkBytes(std::string(reinterpret_cast<const char*>(iData), iSize), expected, "bytes");
+}
+
+void _checkTyped(IConfig& ioConfig, const std::wstring& iKey, const std::wstring& iText)
+{
+    _checkNumber(iText, &IConfig::getInt32, ioConfig, iKey);
+    _checkNumber(iText, &IConfig::getUint32, ioConfig, iKey);
+    _checkNumber(iText, &IConfig::getInt64, ioConfig, iKey);
+    _checkNumber(iText, &IConfig::getUint64, ioConfig, iKey);
+    const PString key = owned(iKey);
+    bool truth = false;
+    int code = ioConfig.getBool(key, truth);
+    _checkBool(iText, code, truth);
     unsigned char* data = nullptr;
     unsigned int size = 0;
-    const int bytesCode = ConversionModel::toBytes(iValue, bytes);
-    checkCode(ioConfig.getBinary(owned(iKey), data, size), bytesCode, "code of bytes");
-    const std::unique_ptr<unsigned char[]> owner(data);
-    check(size == bytes.size() && std::equal(bytes.begin(), bytes.end(), data,
-                                             [](char l, unsigned char r)
-                                             { return static_cast<unsigned char>(l) == r; }),
-          "bytes");
+    code = ioConfig.getBinary(key, data, size);
+    _checkBinary(iText, code, data, size);
+}
+
+void _checkTyped(IConfig& ioConfig, const std::wstring& iKey, const std::wstring& iAttribute,
+                 const std::wstring& iText)
+{
+    _checkNumber(iText, &IConfig::getAttrInt32, ioConfig, iKey, iAttribute);
+    _checkNumber(iText, &IConfig::getAttrUint32, ioConfig, iKey, iAttribute);
+    _checkNumber(iText, &IConfig::getAttrInt64, ioConfig, iKey, iAttribute);
+    _checkNumber(iText, &IConfig::getAttrUint64, ioConfig, iKey, iAttribute);
+    const PString key = owned(iKey);
+    const PString attribute = owned(iAttribute);
+    bool truth = false;
+    int code = ioConfig.getAttrBool(key, attribute, truth);
+    _checkBool(iText, code, truth);
+    unsigned char* data = nullptr;
+    unsigned int size = 0;
+    code = ioConfig.getAttrBinary(key, attribute, data, size);
+    _checkBinary(iText, code, data, size);
 }
 
 void _checkAttributes(IConfig& ioConfig, const std::wstring& iKey, const ModelRecord& iRecord)
@@ -64,6 +121,10 @@ void _checkAttributes(IConfig& ioConfig, const std::wstring& iKey, const ModelRe
         checkCode(ioConfig.getAttrString(owned(iKey), owned(attribute), found), code,
                   "code of an attribute");
         checkText(textOf(found), code == 0 ? text : L"before", "text of an attribute");
+        if (code == 0)
+        {
+            _checkTyped(ioConfig, iKey, attribute, text);
+        }
     }
 }
 
