@@ -2,6 +2,7 @@
 
 #include "PErrno.h"
 #include "PRetry.h"
+#include "PWriteSignals.h"
 
 #include <algorithm>
 #include <climits>
@@ -57,6 +58,7 @@ ssize_t PDescriptor::readSome(int iHandle, char* oBytes, std::size_t iSize) noex
 
 int PDescriptor::writeAll(int iHandle, const char* iBytes, std::size_t iSize) noexcept
 {
+    PWriteSignals signals;
     while (iSize > 0)
     {
         const std::size_t size = std::min<std::size_t>(iSize, INT_MAX);
@@ -64,7 +66,9 @@ int PDescriptor::writeAll(int iHandle, const char* iBytes, std::size_t iSize) no
         if (count <= 0)
         {
             // A device that takes nothing and tells no reason would be written to for ever.
-            return count < 0 ? PErrno::last() : PErrno::code(EIO);
+            const int error = count < 0 ? errno : EIO;
+            signals.takeBack(error);
+            return PErrno::code(error);
         }
         iBytes += count;
         iSize -= static_cast<std::size_t>(count);

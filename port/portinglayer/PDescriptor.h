@@ -36,7 +36,7 @@ public:
     /// Reads once, up to iSize bytes. Returns the number of bytes or a negated errno.
     static ssize_t readSome(int iHandle, char* oBytes, std::size_t iSize) noexcept;
 
-    /// Writes all bytes. Returns 0 or a negated errno.
+    /// Writes all bytes; a write that fails raises no signal. Returns 0 or a negated errno.
     static int writeAll(int iHandle, const char* iBytes, std::size_t iSize) noexcept;
 
     /// Closes; returns 0 or a negated errno. The descriptor is gone either way.

@@ -38,7 +38,8 @@ public:
     /// Opens iPath, close-on-exec, waiting out interrupted calls. iAccess is the permission bits
     /// of a created file, less the umask; 0 stands for 0600. Without eNewText writing starts at
     /// the end of the file. -22 for a mode without reading or writing and for a path with a zero
-    /// character, -16 when a file is open already, -21 for a directory.
+    /// character, -16 when a file is open already, -21 for a directory. Opening a named pipe waits
+    /// for its other end.
     int popen(const PLiteral& iPath, unsigned int iMode, unsigned int iAccess) noexcept;
 
     /// Writes out what is buffered and closes. Returns the first error of any write since popen,

@@ -6,6 +6,11 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <csignal>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace
 {
@@ -60,4 +65,19 @@ TEST_F(FileFailure, WriteThatTakesNothingIsAnError)
 
     EXPECT_EQ(0, file.pwriteLine(L"a"));
     EXPECT_EQ(-EIO, file.pclose());
+}
+
+TEST_F(FileFailure, PipeThatNobodyReadsAnyMoreDoesNotEndTheProcess)
+{
+    mkfifo(dir.file("out.txt").c_str(), 0600);
+    const int reader = open(dir.file("out.txt").c_str(), O_RDONLY | O_NONBLOCK);
+    ASSERT_EQ(0, file.popen(dir.wideFile("out.txt"), PFile::eWrite, 0));
+    close(reader);
+
+    EXPECT_EQ(0, file.pwriteLine(L"a"));
+    EXPECT_EQ(-EPIPE, file.pclose());
+
+    sigset_t pending;
+    sigpending(&pending);
+    EXPECT_EQ(0, sigismember(&pending, SIGPIPE));
 }
