@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <climits>
+#include <csignal>
 #include <cstdarg>
 #include <cstdio>
 
@@ -31,6 +32,8 @@ FileFault FileFaults::readDir("readdir");
 namespace
 {
 char sStruckPath[PATH_MAX];
+std::atomic<int> sKillSkip{-1}; // -1 while no call is to kill
+std::atomic<int> sKillPermille{0};
 
 void _notePath(const char* iPath)
 {
@@ -130,6 +133,10 @@ bool FileFault::shortens(int iHandle, std::size_t& ioSize)
 
 bool FileFault::strikesNow()
 {
+    if (sKillSkip >= 0 && sKillSkip.fetch_sub(1) == 0)
+    {
+        ::kill(::getpid(), SIGKILL);
+    }
     ++fCalls;
     if (fLeft == 0 || fSkip.fetch_sub(1) > 0)
     {
@@ -154,6 +161,18 @@ FileFault* FileFaults::find(const std::string& iName)
     const auto faults = all();
     return *std::find_if(faults.begin(), faults.end(),
                          [&](const FileFault* iFault) { return iFault->name() == iName; });
+}
+
+void FileFaults::killAfter(int iSkip, int iPermille)
+{
+    sKillPermille = iPermille;
+    sKillSkip = iSkip;
+}
+
+bool FileFaults::killsWithin(std::size_t iSize, std::size_t& oTransferred)
+{
+    oTransferred = iSize * static_cast<std::size_t>(sKillPermille) / 1000;
+    return sKillSkip == 0;
 }
 
 void FileFaults::disarm()
@@ -217,6 +236,12 @@ IXLAL_REPLACE("pread64", ssize_t, ixlalFaultyPread,
 IXLAL_REPLACE("write", ssize_t, ixlalFaultyWrite, (int iHandle, const void* iBytes, size_t iSize))
 {
     static auto* const real = _next<ssize_t(int, const void*, size_t)>("write");
+    std::size_t transferred = 0;
+    if (FileFaults::killsWithin(iSize, transferred))
+    {
+        // What is to be left behind counts; nobody hears of the result.
+        static_cast<void>(real(iHandle, iBytes, transferred));
+    }
     const bool isShort = FileFaults::write.shortens(iHandle, iSize);
     return !isShort && FileFaults::write.strikes(iHandle) ? -1 : real(iHandle, iBytes, iSize);
 }

@@ -81,6 +81,14 @@ struct FileFaults
 
     static void disarm();
 
+    /// Kills the process with SIGKILL at the call after iSkip calls, of whatever kind. A write
+    /// first transfers iPermille thousandths of its bytes; any other call is not made.
+    static void killAfter(int iSkip, int iPermille);
+
+    /// For the replacing definition of write: whether the process is to be killed within it, and
+    /// how many of iSize bytes it transfers first.
+    static bool killsWithin(std::size_t iSize, std::size_t& oTransferred);
+
     /// The path of the call that was struck last.
     static std::string struckPath();
 };
