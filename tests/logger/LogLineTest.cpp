@@ -3,10 +3,12 @@
 #include <cerrno>
 #include <clocale>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <ctime>
 #include <thread>
 
+#include <pthread.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -22,11 +24,26 @@ class LogLine : public LogTest
 protected:
     static std::string now()
     {
-        const std::time_t time = std::time(nullptr);
+        timespec time{};
+        clock_gettime(CLOCK_REALTIME, &time);
         std::tm parts{};
-        localtime_r(&time, &parts);
-        char text[32];
-        return std::string(text, std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", &parts));
+        localtime_r(&time.tv_sec, &parts);
+        char text[64];
+        const std::size_t len = std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", &parts);
+        std::snprintf(text + len, sizeof text - len, ".%03d",
+                      static_cast<int>(time.tv_nsec / 1000000));
+        return text;
+    }
+
+    /// As now, in the later half of a second: there no digit of the fraction can be missed.
+    static std::string lateNow()
+    {
+        std::string time;
+        do
+        {
+            time = now();
+        } while (time[20] < '5');
+        return time;
     }
 
     /// Process and thread number as they stand in a line.
@@ -64,13 +81,13 @@ TEST_F(LogLine, EndsWithOneLineFeed)
     EXPECT_EQ(bytes.size() - 1, bytes.find('\n'));
 }
 
-TEST_F(LogLine, TimeIsLocal)
+TEST_F(LogLine, TimeIsLocalAndExactToTheMillisecond)
 {
     setenv("TZ", "TST-13:45", 1);
     tzset();
     init();
 
-    const std::string before = now();
+    const std::string before = lateNow();
     info("a");
     const std::string after = now();
 
@@ -218,6 +235,19 @@ TEST_F(LogLine, LeavesErrnoAsItWas)
     EXPECT_EQ(-ENOSPC, info("a"));
 
     EXPECT_EQ(1234, errno);
+}
+
+TEST_F(LogLine, LeavesTheWritingThreadCancellableOrNotAsItWas)
+{
+    init();
+    for (const int state : {PTHREAD_CANCEL_ENABLE, PTHREAD_CANCEL_DISABLE})
+    {
+        int left = -1;
+        pthread_setcancelstate(state, nullptr);
+        info("a");
+        pthread_setcancelstate(PTHREAD_CANCEL_ENABLE, &left);
+        EXPECT_EQ(state, left);
+    }
 }
 
 namespace
