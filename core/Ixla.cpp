@@ -1,7 +1,7 @@
 #include "Ixla.h"
 
 #include "PGuarded.h"
-#include "core/PCore.h"
+#include "core/PCoreCall.h"
 
 int ixlaStart(const PString* iArgs, unsigned int iCount)
 {
@@ -15,7 +15,8 @@ int ixlaStop()
 
 int ixlaGetInstance(const PLiteral& iInterfaceId, IBase*& oInstance)
 {
-    PCore* const core = PCore::getCore();
+    const PCoreCall call;
+    PCore* const core = call.core();
     if (!core)
     {
         return eIxlaCoreNotStarted;
@@ -25,13 +26,15 @@ int ixlaGetInstance(const PLiteral& iInterfaceId, IBase*& oInstance)
 
 bool ixlaIsInterfaceAvailable(const PLiteral& iInterfaceId)
 {
-    PCore* const core = PCore::getCore();
+    const PCoreCall call;
+    PCore* const core = call.core();
     return core && core->ixlaIsInterfaceAvailable(iInterfaceId);
 }
 
 int ixlaUnloadPlugin(IPlugin* iPlugin)
 {
-    PCore* const core = PCore::getCore();
+    const PCoreCall call;
+    PCore* const core = call.core();
     if (!core)
     {
         return eIxlaCoreNotStarted;

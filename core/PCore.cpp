@@ -1,13 +1,57 @@
 #include "core/PCore.h"
 
 #include "PGuarded.h"
+#include "core/PCallGate.h"
+#include "core/PCoreCall.h"
 #include "core/PCoreLog.h"
 
 #include <new>
 
-std::atomic<PCore*> PCore::fCore{nullptr};
+namespace
+{
+/// True while a thread starts or stops the core.
+std::atomic<bool> sChanging{false};
 
-PCore::PCore() noexcept : fStarted(false), fNotifyExit(false)
+/// The right to start or stop the core, which one thread has at a time.
+class Change
+{
+public:
+    Change() noexcept : fGranted(!sChanging.exchange(true))
+    {
+    }
+
+    ~Change()
+    {
+        if (fGranted)
+        {
+            sChanging = false;
+        }
+    }
+
+    Change(const Change&) = delete;
+    Change& operator=(const Change&) = delete;
+
+    bool granted() const noexcept
+    {
+        return fGranted;
+    }
+
+private:
+    const bool fGranted;
+};
+} // namespace
+
+std::atomic<PCore*> PCore::fCore{nullptr};
+std::atomic<PCallGate*> PCore::fGate{nullptr};
+PCore* PCore::fKeptCores = nullptr;
+
+PCore::PCore() noexcept
+    : fStarted(false),
+      fNotifyExit(false),
+      fKept(false),
+      fKeptGate(nullptr),
+      fKeptLogger(nullptr),
+      fNextKept(nullptr)
 {
 }
 
@@ -16,42 +60,77 @@ PCore* PCore::getCore() noexcept
     return fCore.load(std::memory_order_acquire);
 }
 
-PCore* PCore::takeCore() noexcept
+PCallGate* PCore::getGate() noexcept
 {
-    return fCore.exchange(nullptr);
+    return fGate.load(std::memory_order_acquire);
 }
 
 int PCore::ixlaStart(const PString* iArgs, unsigned int iCount) noexcept
 {
-    if (getCore())
+    const Change change;
+    if (!change.granted() || getCore())
     {
-        PLogger::error(getCoreLogger(), 0, L"[PCore] Try to start already started core.");
+        // The log is there as long as the core that it belongs to.
+        const PCoreCall call;
+        PLogger::error(call.core() ? getCoreLogger() : nullptr, 0,
+                       L"[PCore] Try to start already started core.");
         return eIxlaCoreExists;
     }
-    PCore* const core = new (std::nothrow) PCore;
+    return start(iArgs, iCount);
+}
+
+int PCore::start(const PString* iArgs, unsigned int iCount) noexcept
+{
+    PCallGate* const gate = provideGate();
+    PCore* const core = gate ? new (std::nothrow) PCore : nullptr;
     if (!core)
     {
         return eIxlaNoMemory;
     }
     fCore.store(core, std::memory_order_release);
+    gate->open();
     const int result = ixlaGuarded([&] { return core->startFlow(iArgs, iCount); });
     if (result != 0)
     {
-        delete takeCore();
+        endCore();
     }
     return result;
 }
 
+PCallGate* PCore::provideGate() noexcept
+{
+    if (!getGate())
+    {
+        fGate = new (std::nothrow) PCallGate;
+    }
+    return getGate();
+}
+
 int PCore::ixlaStop() noexcept
 {
-    PCore* const core = getCore();
+    const Change change;
+    PCore* const core = change.granted() ? getCore() : nullptr;
     if (!core)
     {
         return eIxlaCoreNotStarted;
     }
     const int result = ixlaGuarded([core] { return core->stopFlow(); });
-    delete takeCore();
+    endCore();
     return result;
+}
+
+void PCore::endCore() noexcept
+{
+    PCore* const core = fCore.exchange(nullptr);
+    core->partFromNotifier();
+    if (core->letCallsLeave())
+    {
+        delete core;
+    }
+    else
+    {
+        core->keep();
+    }
 }
 
 int PCore::ixlaGetInstance(const PLiteral& iInterfaceId, IBase*& oInstance)

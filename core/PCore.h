@@ -17,8 +17,10 @@
 #include <memory>
 #include <vector>
 
+class PCallGate;
 class PDir;
 class PExitNotice;
+class PLogger;
 class PStartArguments;
 class PThread;
 
@@ -34,6 +36,7 @@ public:
     PCore() noexcept;
 
     /// Cleans up what the stop did not, closes mutex and condition variable and ends the core log.
+    /// No call may be inside the core.
     virtual ~PCore();
 
     PCore(const PCore&) = delete;
@@ -41,6 +44,10 @@ public:
 
     /// The core, also while it starts; null when there is none.
     static PCore* getCore() noexcept;
+
+    /// The gate that calls from outside pass, see PCoreCall; null before the first start and after
+    /// a stop that had to leave calls inside.
+    static PCallGate* getGate() noexcept;
 
     static int ixlaStart(const PString* iArgs, unsigned int iCount) noexcept;
     static int ixlaStop() noexcept;
@@ -82,7 +89,9 @@ public:
     void cleanup();
 
 private:
-    static PCore* takeCore() noexcept;
+    static int start(const PString* iArgs, unsigned int iCount) noexcept;
+    static PCallGate* provideGate() noexcept;
+    static void endCore() noexcept;
 
     // PCoreStart.cpp
     void openLog(const PStartArguments& iArguments);
@@ -131,9 +140,14 @@ private:
     int nl_awaitNotifier(int iTimeout) IXLA_REQUIRES(fMutex);
     bool nl_partFromNotifier() IXLA_REQUIRES(fMutex);
     void graceSleep(int iTimeout);
+    void partFromNotifier() noexcept;
+    bool letCallsLeave() noexcept;
+    void keep() noexcept;
     int reportExit();
 
     static std::atomic<PCore*> fCore;
+    static std::atomic<PCallGate*> fGate;
+    static PCore* fKeptCores; ///< those that calls never left; only the one start or stop sets it
 
     PMutex fMutex;
     PConditionalVar fCondVar;
@@ -146,6 +160,12 @@ private:
     PBaseptr<IEventDispatcher> fEventDispatcher;
     bool fNotifyExit IXLA_GUARDED_BY(fMutex);
     std::shared_ptr<PExitNotice> fExitNotice; ///< null until the stop
+
+    // Of a core that is kept for the calls inside, all for good.
+    bool fKept;
+    PCallGate* fKeptGate;
+    PLogger* fKeptLogger;
+    PCore* fNextKept;
 };
 
 #endif

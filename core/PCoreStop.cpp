@@ -1,4 +1,5 @@
 #include "PGuarded.h"
+#include "core/PCallGate.h"
 #include "core/PCore.h"
 #include "core/PCoreLog.h"
 #include "core/PExitNotice.h"
@@ -15,6 +16,7 @@ constexpr wchar_t kTimeoutKey[] = L"core.notify.exit.timeout";
 constexpr int kDefaultTimeoutSeconds = 300;
 constexpr unsigned int kWaitMilliseconds = 5000;
 constexpr unsigned int kShortestGraceMilliseconds = 2500;
+constexpr unsigned int kLongestLeaveMilliseconds = 5000;
 
 void _logMemory()
 {
@@ -45,7 +47,10 @@ int PCore::stopFlow()
         return result;
     }
     graceSleep(timeout);
-    cleanup();
+    if (letCallsLeave())
+    {
+        cleanup();
+    }
     _logMemory();
     PLogger::debug(getCoreLogger(), 0, L"[stopFlow] Done.");
     PLogger::debug(getCoreLogger(), 0, kCoreLogFrame);
@@ -247,7 +252,7 @@ void PCore::cleanup()
     }
 }
 
-PCore::~PCore()
+void PCore::partFromNotifier() noexcept
 {
     if (fExitNotice && !fExitNotice->abandon())
     {
@@ -256,6 +261,38 @@ PCore::~PCore()
         fMutex.unlock();
         fExitNotice->abandonOrAwait();
     }
+}
+
+bool PCore::letCallsLeave() noexcept
+{
+    if (fKept)
+    {
+        return false;
+    }
+    const unsigned int calls = getGate()->close(kLongestLeaveMilliseconds);
+    if (calls != 0)
+    {
+        fKept = true;
+        PLogger::error(getCoreLogger(), 0,
+                       L"[PCore] Calls that do not leave the core: %u, keep plugins and libraries",
+                       calls);
+    }
+    return !fKept;
+}
+
+void PCore::keep() noexcept
+{
+    // Who asks for the log from now on gets none; a call that got it before may go on writing.
+    fKeptLogger = getCoreLogger();
+    setCoreLogger(nullptr);
+    // The calls inside leave through their own gate; the next core gets a new one.
+    fKeptGate = fGate.exchange(nullptr);
+    fNextKept = fKeptCores;
+    fKeptCores = this;
+}
+
+PCore::~PCore()
+{
     cleanup();
     int result = fMutex.close();
     if (result != 0)

@@ -1,0 +1,44 @@
+// PCallGate: lets calls into the core until it stops, and knows how many are inside.
+#ifndef IXLAL_PCALLGATE_H
+#define IXLAL_PCALLGATE_H
+
+#include "portinglayer/PConditionalVar.h"
+#include "portinglayer/PMutex.h"
+
+#include <atomic>
+
+/// A call enters before it looks for the core and leaves when it touches the core no more. Gates
+/// are never destroyed: a thread may come to one at any time. [any thread]
+class PCallGate
+{
+public:
+    /// A closed gate.
+    PCallGate() noexcept;
+
+    PCallGate(const PCallGate&) = delete;
+    PCallGate& operator=(const PCallGate&) = delete;
+
+    /// True while the gate is open, and for the thread that closed it; the caller then leaves
+    /// later. A call may enter again from inside. Never waits.
+    bool enter() noexcept;
+
+    void leave() noexcept;
+
+    void open() noexcept;
+
+    /// Lets in the calling thread alone from now on, and waits until everybody has left, but not
+    /// longer than iMilliseconds. Returns how many are still inside.
+    unsigned int close(unsigned int iMilliseconds) noexcept;
+
+private:
+    bool isClosed(unsigned int iState) const noexcept;
+    void tellCloser() noexcept;
+    void awaitCalls(unsigned int iMilliseconds) noexcept;
+
+    std::atomic<unsigned int> fState; ///< the closed mark, and the number of calls inside
+    std::atomic<unsigned long> fCloser;
+    PMutex fMutex;
+    PConditionalVar fLeft; ///< signalled when the last call leaves a closed gate
+};
+
+#endif
