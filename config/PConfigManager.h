@@ -119,8 +119,8 @@ public:
     virtual ~PConfigManager();
 
     /// Marks the manager as shutting down and drops its two configurations, so that its last
-    /// holder destroys it. Locks nothing: no other thread may be using the manager.
-    void cleanup() noexcept IXLA_NO_THREAD_SAFETY_ANALYSIS;
+    /// holder destroys it. Other threads may go on using the manager.
+    void cleanup() noexcept;
 
     /// The manager's lock, for reads that use the records of the finders below: hold it from the
     /// lookup to the copy.

@@ -4,37 +4,8 @@
 #include "portinglayer/PThread.h"
 #include "portinglayer/PTime.h"
 
-namespace
-{
-constexpr unsigned int kClosed = 1u << 31;
-} // namespace
-
 PCallGate::PCallGate() noexcept : fState(kClosed), fCloser(0)
 {
-}
-
-// The state is looked at before it is changed, so that callers who are refused again and again
-// don't make a closed gate look busy.
-bool PCallGate::enter() noexcept
-{
-    if (isClosed(fState.load()))
-    {
-        return false;
-    }
-    if (!isClosed(fState.fetch_add(1)))
-    {
-        return true;
-    }
-    leave();
-    return false;
-}
-
-void PCallGate::leave() noexcept
-{
-    if (fState.fetch_sub(1) == (kClosed | 1u))
-    {
-        tellCloser();
-    }
 }
 
 void PCallGate::open() noexcept
@@ -57,9 +28,9 @@ unsigned int PCallGate::close(unsigned int iMilliseconds) noexcept
     return fState & ~kClosed;
 }
 
-bool PCallGate::isClosed(unsigned int iState) const noexcept
+bool PCallGate::isCloser() const noexcept
 {
-    return (iState & kClosed) != 0 && fCloser != PThread::getCurrentThreadId();
+    return fCloser == PThread::getCurrentThreadId();
 }
 
 // Failures are not looked at here: who waits looks at the state again by itself.

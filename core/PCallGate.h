@@ -20,9 +20,29 @@ public:
 
     /// True while the gate is open, and for the thread that closed it; the caller then leaves
     /// later. A call may enter again from inside. Never waits.
-    bool enter() noexcept;
+    bool enter() noexcept
+    {
+        // The state is looked at before it is changed, so that callers who are refused again and
+        // again don't make a closed gate look busy.
+        if (isClosed(fState.load()))
+        {
+            return false;
+        }
+        if (!isClosed(fState.fetch_add(1)))
+        {
+            return true;
+        }
+        leave();
+        return false;
+    }
 
-    void leave() noexcept;
+    void leave() noexcept
+    {
+        if (fState.fetch_sub(1) == (kClosed | 1u))
+        {
+            tellCloser();
+        }
+    }
 
     void open() noexcept;
 
@@ -31,7 +51,14 @@ public:
     unsigned int close(unsigned int iMilliseconds) noexcept;
 
 private:
-    bool isClosed(unsigned int iState) const noexcept;
+    static constexpr unsigned int kClosed = 1u << 31;
+
+    bool isClosed(unsigned int iState) const noexcept
+    {
+        return (iState & kClosed) != 0 && !isCloser();
+    }
+
+    bool isCloser() const noexcept;
     void tellCloser() noexcept;
     void awaitCalls(unsigned int iMilliseconds) noexcept;
 

@@ -55,16 +55,6 @@ PCore::PCore() noexcept
 {
 }
 
-PCore* PCore::getCore() noexcept
-{
-    return fCore.load(std::memory_order_acquire);
-}
-
-PCallGate* PCore::getGate() noexcept
-{
-    return fGate.load(std::memory_order_acquire);
-}
-
 int PCore::ixlaStart(const PString* iArgs, unsigned int iCount) noexcept
 {
     const Change change;

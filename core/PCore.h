@@ -43,11 +43,17 @@ public:
     PCore& operator=(const PCore&) = delete;
 
     /// The core, also while it starts; null when there is none.
-    static PCore* getCore() noexcept;
+    static PCore* getCore() noexcept
+    {
+        return fCore.load(std::memory_order_acquire);
+    }
 
     /// The gate that calls from outside pass, see PCoreCall; null before the first start and after
     /// a stop that had to leave calls inside.
-    static PCallGate* getGate() noexcept;
+    static PCallGate* getGate() noexcept
+    {
+        return fGate.load(std::memory_order_acquire);
+    }
 
     static int ixlaStart(const PString* iArgs, unsigned int iCount) noexcept;
     static int ixlaStop() noexcept;
@@ -140,7 +146,8 @@ private:
     int nl_awaitNotifier(int iTimeout) IXLA_REQUIRES(fMutex);
     bool nl_partFromNotifier() IXLA_REQUIRES(fMutex);
     void graceSleep(int iTimeout);
-    void partFromNotifier() noexcept;
+    // Unlocks what an early return of the stop flow may have left locked.
+    void partFromNotifier() noexcept IXLA_NO_THREAD_SAFETY_ANALYSIS;
     bool letCallsLeave() noexcept;
     void keep() noexcept;
     int reportExit();

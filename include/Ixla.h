@@ -59,14 +59,18 @@ constexpr wchar_t kIxlaGlobalConfigId[] = L"ixlap.global";
 /// Starts the core: iArgs points to iCount texts of the form key=value, read during the call
 /// only. Loads the plugins, initialises those of the autostart list and sends the start event, all
 /// on this thread.
-/// Returns 0; -1001 when a core exists; -502 for no arguments or a bad core argument; another code
-/// of the start, after which no core exists and a new start may be tried. [host thread]
+/// Returns 0; -1001 when a core exists or is being started or stopped; -502 for no arguments or a
+/// bad core argument; another code of the start, after which no core exists and a new start may be
+/// tried. [host thread]
 IXLA_EXPORT int ixlaStart(const PString* iArgs, unsigned int iCount);
 
 /// Stops the core: announces the exit to listeners, waits for them within
 /// "core.notify.exit.timeout" seconds, lets other threads leave plugin code, then releases
-/// services, plugins and libraries. The core is gone afterwards whatever the result.
-/// Returns 0, -1002 when there is no core, or -1013 to -1015. [host thread]
+/// services, plugins and libraries. Other threads are refused before anything is released, as
+/// without a core. A call that stays inside the core for seconds more keeps all of them for good.
+/// The core is gone afterwards whatever the result.
+/// Returns 0, -1002 when there is no core or it is being started or stopped, or -1013 to -1015.
+/// [host thread]
 IXLA_EXPORT int ixlaStop();
 
 /// Hands out the service behind iInterfaceId, initialising its plugin first if nobody did.
