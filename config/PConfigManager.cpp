@@ -949,7 +949,18 @@ int PConfigManager::nl_loadStore(PBaseptr<IConfig>& oStore)
         (void)file.popen(fStorePath, PFile::eWrite | PFile::eCreate, 0);
         (void)file.pclose();
     }
-    return loadByFile(fStorePath, oStore);
+    if (!fClosed)
+    {
+        return loadByFile(fStorePath, oStore);
+    }
+    // Nobody will break the circle any more that a kept snapshot and its manager would form.
+    const PBaseptr<IConfig> store = PBaseptr<IConfig>::adopt(new PConfig(nullptr, PString()));
+    const int loaded = appendByFile(fStorePath, store);
+    if (loaded == 0)
+    {
+        oStore = store;
+    }
+    return loaded;
 }
 
 int PConfigManager::nl_saveStore(const PConfigValues& iStore, PStoreWriter& ioWriter)
