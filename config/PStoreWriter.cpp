@@ -28,7 +28,7 @@ int _join(std::initializer_list<const PLiteral*> iParts, PString& oLine) noexcep
 {
     int result = 0;
     oLine.clear();
-    for (auto part = iParts.begin(); part != iParts.end() && result == 0; ++part)
+    for (const auto* part = iParts.begin(); part != iParts.end() && result == 0; ++part)
     {
         result = oLine.cat(**part);
     }

@@ -100,7 +100,7 @@ private:
     static void endCore() noexcept;
 
     // PCoreStart.cpp
-    void openLog(const PStartArguments& iArguments);
+    static void openLog(const PStartArguments& iArguments);
     int initLocks();
     int loadCoreConfig(const PStartArguments& iArguments, const PString* iArgs,
                        unsigned int iCount);
@@ -127,13 +127,13 @@ private:
 
     // PCoreLoad.cpp
     bool readFreeLibraries();
-    int createPlugin(PLibrary& iLibrary, PBaseptr<IPlugin>& oPlugin);
+    static int createPlugin(PLibrary& iLibrary, PBaseptr<IPlugin>& oPlugin);
     int checkInterfaces(const PString* iIDs, unsigned int iCount);
     void addInterfaces(PCorePlugin& iRecord);
     void removeRecord(PCorePlugin& iRecord);
 
     // PCoreInit.cpp
-    int callInit(PCorePlugin& iRecord);
+    static int callInit(const PCorePlugin& iRecord);
     int finishInit(PCorePlugin& ioRecord, int iResult);
     int nl_awaitInit(PCorePlugin& iRecord, bool& oWaitFailed) IXLA_REQUIRES(fMutex);
     int nl_unloadPlugin(IPlugin* iPlugin) IXLA_REQUIRES(fMutex);

@@ -13,6 +13,7 @@ constexpr unsigned int kWaitMilliseconds = 5000;
 
 void* _threadPointer(unsigned long iThreadId)
 {
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): shown with %p, never followed
     return reinterpret_cast<void*>(iThreadId);
 }
 
@@ -88,7 +89,7 @@ int PCore::initPlugin(PCorePlugin& ioRecord)
     return finishInit(ioRecord, callInit(ioRecord));
 }
 
-int PCore::callInit(PCorePlugin& iRecord)
+int PCore::callInit(const PCorePlugin& iRecord)
 {
     void* const plugin = _pluginPointer(iRecord);
     PLogger::debug(getCoreLogger(), 0, L"[initPlugin][pg:%p] Init plugin in thread ID: %p", plugin,
@@ -201,6 +202,7 @@ int PCore::getInstanceInternal(const PLiteral& iInterfaceId, IBase*& oInstance)
     return result;
 }
 
+// cppcheck-suppress constParameter ; takes what PFile::getFileName has cut to a name
 int PCore::initAutoStartPlugin(PString& iPluginName)
 {
     PLogger::debug(getCoreLogger(), 0, kCoreLogFrame);

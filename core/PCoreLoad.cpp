@@ -184,6 +184,9 @@ int PCore::createPlugin(PLibrary& iLibrary, PBaseptr<IPlugin>& oPlugin)
     return eIxlaOk;
 }
 
+// Holds shares of its own while it calls the plugin.
+// cppcheck-suppress passedByValue ; see above
+// NOLINTNEXTLINE(performance-unnecessary-value-param): see above
 int PCore::processPlugin(PBaseptr<IPlugin> iPlugin, PPtr<PLibrary> iLibrary)
 {
     if (iLibrary)

@@ -16,8 +16,9 @@ constexpr char kConsoleVariable[] = "LOG_IXLACORE";
 
 void _print(const char* iText)
 {
-    std::fputs(iText, stderr);
-    std::fflush(stderr);
+    // There is nobody to tell when even this cannot be written.
+    static_cast<void>(std::fputs(iText, stderr));
+    static_cast<void>(std::fflush(stderr));
 }
 } // namespace
 
@@ -89,6 +90,7 @@ void PCore::openLog(const PStartArguments& iArguments)
                  iArguments.fLogMaxCount, iArguments.fLogEnable);
     setCoreLogger(logger);
     logger->setLevel(iArguments.fLogLevel);
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): the core never changes the environment
     if (std::getenv(kConsoleVariable))
     {
         logger->setPrintOnConsole(true);

@@ -29,8 +29,9 @@ void _join(PThread& ioNotifier)
     PLogger::debug(getCoreLogger(), 0, L"[stopFlow] Join notify thread to exit...");
     void* exitCode = nullptr;
     const int result = ioNotifier.pjoin(exitCode);
-    PLogger::debug(getCoreLogger(), 0, L"[stopFlow] Join return res: %p exitCode: %d",
-                   reinterpret_cast<void*>(static_cast<std::intptr_t>(result)),
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): shown with %p, never followed
+    void* const shown = reinterpret_cast<void*>(static_cast<std::intptr_t>(result));
+    PLogger::debug(getCoreLogger(), 0, L"[stopFlow] Join return res: %p exitCode: %d", shown,
                    static_cast<int>(reinterpret_cast<std::intptr_t>(exitCode)));
 }
 } // namespace

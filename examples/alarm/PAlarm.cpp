@@ -122,8 +122,8 @@ int PAlarm::onEvent(const PLiteral& iTopic, IBase* iParam1)
 
 void PAlarm::onSample(const ISample& iSample)
 {
-    fAlarms += fLoad.check(iSample.getLoad(), *fManager, *fLogger);
-    fAlarms += fMemory.check(iSample.getMemory(), *fManager, *fLogger);
+    fAlarms += fLoad.check(iSample.getLoad(), *fManager, *fLogger) ? 1 : 0;
+    fAlarms += fMemory.check(iSample.getMemory(), *fManager, *fLogger) ? 1 : 0;
 }
 
 int PAlarm::onConfigChanged(const IConfigChanged& iChange)

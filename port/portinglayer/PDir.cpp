@@ -43,7 +43,7 @@ const dirent* _nextEntry(DIR* iDir) noexcept
     do
     {
         errno = 0;
-        entry = readdir(iDir);
+        entry = readdir(iDir); // NOLINT(concurrency-mt-unsafe): the stream is the caller's own
     } while (!entry && errno == EINTR);
     return entry;
 }

@@ -22,7 +22,8 @@ thread_local char sError[1024];
 
 int _fail(int iCode, const char* iReason) noexcept
 {
-    std::snprintf(sError, sizeof sError, "%s", iReason ? iReason : "");
+    // A long reason is cut.
+    static_cast<void>(std::snprintf(sError, sizeof sError, "%s", iReason ? iReason : ""));
     return iCode;
 }
 
@@ -60,6 +61,7 @@ int PLibrary::load(const PLiteral& iPath, PLibrary*& oLibrary, bool iFreeOnDestr
     const PPathBytes path(iPath, _prefix(iPath));
     if (path.result() != 0)
     {
+        // NOLINTNEXTLINE(concurrency-mt-unsafe): glibc keeps a text for every thread
         return _fail(path.result(), std::strerror(-path.result()));
     }
     if (PLibraryImage::isCutShort(path.get()))
@@ -73,7 +75,7 @@ int PLibrary::load(const PLiteral& iPath, PLibrary*& oLibrary, bool iFreeOnDestr
         library->fHandle = dlopen(path.get(), RTLD_NOW | RTLD_LOCAL);
         if (!library->fHandle)
         {
-            _fail(0, dlerror());
+            _fail(0, dlerror()); // NOLINT(concurrency-mt-unsafe): glibc keeps one per thread
             return _refusal(path.get());
         }
         oLibrary = library.release();

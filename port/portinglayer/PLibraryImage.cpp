@@ -51,7 +51,7 @@ bool PLibraryImage::isCutShort(const char* iPath) noexcept
     for (unsigned int i = 0; i < header.e_phnum; ++i)
     {
         Segment segment;
-        const Offset at = static_cast<Offset>(header.e_phoff) + i * sizeof segment;
+        const Offset at = static_cast<Offset>(header.e_phoff) + Offset(i) * sizeof segment;
         if (!_read(file, &segment, sizeof segment, at))
         {
             return false;

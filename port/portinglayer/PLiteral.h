@@ -23,6 +23,7 @@ public:
     }
 
     /// A view of iText up to its terminating zero.
+    // cppcheck-suppress noExplicitConstructor ; any wide text may stand where a view is asked for
     PLiteral(const wchar_t* iText) noexcept;
 
     /// Turns this view to another text.

@@ -51,6 +51,7 @@ PString::PString(const PString& iText) : PString(iText.ptr(), iText.len())
 {
 }
 
+// NOLINTNEXTLINE(performance-noexcept-move-constructor): see the header
 PString::PString(PString&& ioText) : PString()
 {
     take(ioText);
@@ -90,6 +91,7 @@ PString& PString::operator=(const PString& iText)
     return *this = static_cast<const PLiteral&>(iText);
 }
 
+// NOLINTNEXTLINE(performance-noexcept-move-constructor): see the header
 PString& PString::operator=(PString&& ioText)
 {
     if (this != &ioText)
@@ -235,6 +237,7 @@ void PString::take(PString& ioText)
     ioText.fCapacity = 0;
 }
 
+// NOLINTNEXTLINE(readability-non-const-parameter): the text writes into it from now on
 void PString::useBuffer(wchar_t* iBuffer, unsigned int iCapacity) noexcept
 {
     freeBuffer();

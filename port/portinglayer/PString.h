@@ -18,15 +18,18 @@ public:
     {
     }
 
+    // cppcheck-suppress noExplicitConstructor ; a view turns into an owner without further ado
     PString(const PLiteral& iText);
     PString(const PString& iText);
-    PString(PString&& ioText);
+    // A text inside another object cannot change hands; copying it may lack memory.
+    PString(PString&& ioText); // NOLINT(performance-noexcept-move-constructor)
+    // cppcheck-suppress noExplicitConstructor ; and so does any wide text
     PString(const wchar_t* iText, unsigned int iLen = ~0u);
     virtual ~PString();
 
     PString& operator=(const PLiteral& iText);
     PString& operator=(const PString& iText);
-    PString& operator=(PString&& ioText);
+    PString& operator=(PString&& ioText); // NOLINT(performance-noexcept-move-constructor)
     PString& operator=(const wchar_t* iText);
 
     /// Replaces the content by the first iLen characters of iText (all of it when it is shorter,
@@ -78,6 +81,7 @@ template <unsigned int N>
 class PShortString : public PString
 {
 public:
+    // cppcheck-suppress uninitMemberVar ; the base writes all that it reads
     PShortString() noexcept : PString(N, fShort)
     {
     }

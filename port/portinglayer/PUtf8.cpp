@@ -190,6 +190,7 @@ char* _putWide(std::uint32_t iChar, char* oBytes) noexcept
 /// Writes the first of iLen characters.
 char* _putLine(const wchar_t* iText, std::size_t iLen, bool iFileStart, char* oBytes) noexcept
 {
+    // NOLINTNEXTLINE(bugprone-signed-char-misuse,cert-str34-c): a wchar_t has 32 bits
     const auto character = static_cast<std::uint32_t>(*iText);
     if (_breaksLine(character))
     {
@@ -273,6 +274,7 @@ std::size_t PUtf8::encodePath(const wchar_t* iText, std::size_t iLen, char* oByt
     char* out = oBytes;
     for (std::size_t pos = 0; pos < iLen; ++pos)
     {
+        // NOLINTNEXTLINE(bugprone-signed-char-misuse,cert-str34-c): a wchar_t has 32 bits
         const auto character = static_cast<std::uint32_t>(iText[pos]);
         if (_isStandIn(character))
         {

@@ -1,0 +1,136 @@
+#!/usr/bin/env bash
+# Lets cppcheck and clang-tidy look at our sources: check-static.sh [cppcheck|tidy|tests]
+# Without an argument: cppcheck on all of them and clang-tidy on the product and the examples.
+# tests: clang-tidy on the tests, which takes long.
+# Any finding fails. What clang-tidy looks for is in .clang-tidy, here and in examples/ and tests/.
+# A finding that stands is excused where it stands, with the reason.
+set -eu
+
+root=$(cd "$(dirname "$0")/.." && pwd)
+cd "$root"
+product=(include port core config events logging examples)
+out=build/static
+
+# complains REPORT WANTED...: whether the report about unsound.cpp has a line with each of these.
+complains() {
+    local report=$1 wanted
+    shift
+    for wanted in "$@"; do
+        if ! grep -q -- "$wanted" "$report"; then
+            echo "Nothing like $wanted about tests/static/unsound.cpp" >&2
+            return 1
+        fi
+    done
+}
+
+# run_cppcheck PLATFORM ARGUMENTS...
+run_cppcheck() {
+    local platform=$1
+    shift
+    cppcheck -j 2 --quiet --std=c++20 --language=c++ --platform="$platform" --inline-suppr \
+        --error-exitcode=1 --template='{file}:{line}: {severity}: {message} [{id}]' \
+        --suppress=missingIncludeSystem -Iinclude -Iport -I. "$@"
+}
+
+# Left out: useStlAlgorithm, because a short loop with an early return is easier to read than an
+# algorithm and a lambda; shadowFunction, because a local cannot be mistaken for a function, and
+# the compiler's -Wshadow sees what it can be mistaken for.
+check_cppcheck() {
+    local all=warning,performance,portability,style platform
+    if run_cppcheck unix32 --enable="$all" tests/static/unsound.cpp 2>"$out/cppcheck.txt"; then
+        echo "cppcheck lets unsound code through" >&2
+        return 1
+    fi
+    complains "$out/cppcheck.txt" arrayIndexOutOfBounds accessMoved
+
+    for platform in unix32 unix64; do
+        run_cppcheck "$platform" --enable="$all" --suppress=useStlAlgorithm \
+            --suppress=shadowFunction "${product[@]}"
+    done
+    # Not the samples that are wrong on purpose. One source has lambdas with template parameters,
+    # which cppcheck cannot read, and it takes a test's own log() for the logarithm.
+    run_cppcheck unix32 --enable=warning,portability --library=googletest -Itests \
+        -i tests/static -i tests/locks -i tests/sanitizers \
+        --suppress=syntaxError:tests/headers/ConfigWalks.cpp \
+        --suppress=ignoredReturnValue:tests/core/FullDiskTest.cpp tests
+    echo "cppcheck has nothing to say"
+}
+
+# How every source is compiled, for 32 bits.
+make_database() {
+    cmake -S . -B "$out" -G Ninja -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_COMPILER=clang++ \
+        -DCMAKE_CXX_FLAGS=-m32 >"$out/cmake.txt" 2>&1 || {
+        cat "$out/cmake.txt" >&2
+        return 1
+    }
+}
+
+# list_sources DIRECTORY...: what is compiled there, the largest first: what takes longest must not
+# begin last.
+list_sources() {
+    local directories
+    directories=$(IFS='|' && echo "$*")
+    grep -o '"file": "[^"]*"' "$out/compile_commands.json" | cut -d '"' -f 4 | sort -u |
+        grep -E "^$root/($directories)/" | xargs ls -S
+}
+
+# Looks at one source; what there is to say goes into a file of its own.
+tidy_one() {
+    local report="$out/tidy/${1//\//_}.txt"
+    if clang-tidy --quiet -p "$out" "$1" >"$report" 2>"$report.err"; then
+        rm "$report" "$report.err"
+    elif [ ! -s "$report" ]; then
+        mv "$report.err" "$report"
+    fi
+}
+
+# The sample lies under the path of a public header, so that it is looked at as the product is.
+refuse_unsound() {
+    mkdir -p "$out/include"
+    cp tests/static/unsound.* "$out/include/"
+    if clang-tidy --quiet "$out/include/unsound.cpp" -- -m32 -std=c++20 >"$out/tidy.txt" 2>&1; then
+        echo "clang-tidy lets unsound code through" >&2
+        return 1
+    fi
+    complains "$out/tidy.txt" bugprone-use-after-move clang-analyzer-core.NullDereference \
+        'unsound.h:.*modernize-use-override'
+}
+
+# check_tidy DIRECTORY...
+check_tidy() {
+    rm -rf "$out/tidy"
+    mkdir -p "$out/tidy"
+    refuse_unsound
+    make_database
+    list_sources "$@" >"$out/sources.txt"
+    export -f tidy_one
+    export out
+    xargs -P 2 -I '{}' bash -c 'tidy_one "{}"' <"$out/sources.txt"
+    if compgen -G "$out/tidy/*.txt" >/dev/null; then
+        cat "$out"/tidy/*.txt
+        return 1
+    fi
+    echo "clang-tidy has nothing to say about $(wc -l <"$out/sources.txt") sources in $*"
+}
+
+scripts/install-deps.sh test
+mkdir -p "$out"
+case ${1:-all} in
+all)
+    check_cppcheck
+    check_tidy "${product[@]}"
+    ;;
+cppcheck)
+    check_cppcheck
+    ;;
+tidy)
+    check_tidy "${product[@]}"
+    ;;
+tests)
+    check_tidy tests
+    ;;
+*)
+    echo "Usage: check-static.sh [cppcheck|tidy|tests]" >&2
+    exit 2
+    ;;
+esac

@@ -1,0 +1,18 @@
+// unsound: a header that scripts/check-static.sh must complain about.
+#ifndef IXLAL_TESTS_UNSOUND_H
+#define IXLAL_TESTS_UNSOUND_H
+
+class Unsound
+{
+public:
+    virtual ~Unsound() = default;
+    virtual int shift(int iPlaces) const;
+};
+
+class MoreUnsound : public Unsound
+{
+public:
+    int shift(int iPlaces) const; // nothing says that it overrides
+};
+
+#endif
