@@ -1,0 +1,36 @@
+#!/usr/bin/env bash
+# Whether the commands in the tables of a document are there: check_commands.sh DOCUMENT ROOT BUILD
+# Each "ctest ... -R PATTERN" must select a test of the build, each script must exist.
+set -eu
+
+document=$1
+root=$2
+build=$3
+failures=0
+
+fail() {
+    echo "$1" >&2
+    failures=$((failures + 1))
+}
+
+# Columns are told apart by bars, so a bar inside a command is written with a backslash.
+commands() {
+    grep -o '`\(ctest --preset\|scripts/\)[^`]*`' "$document" | tr -d '`' | sed 's/\\|/|/g' | sort -u
+}
+
+selects_a_test() {
+    local pattern
+    pattern=$(sed "s/.* -R //; s/'//g" <<<"$1")
+    ctest --test-dir "$build" -N -R "$pattern" | grep -q 'Total Tests: [1-9]'
+}
+
+while read -r command; do
+    case $command in
+    *" -R ^Sanitizers") ;; # only in the builds that have them
+    ctest*) selects_a_test "$command" || fail "no test: $command" ;;
+    *) [ -x "$root/${command%% *}" ] || fail "no script: $command" ;;
+    esac
+done < <(commands)
+
+[ -n "$(commands)" ] || fail "$document shows no command"
+[ "$failures" -eq 0 ]
