@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <new>
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || defined(IXLAL_COUNTS_LINES)
 #define IXLAL_OWN_MALLOC 0
 #else
 #define IXLAL_OWN_MALLOC 1

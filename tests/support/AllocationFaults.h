@@ -3,8 +3,8 @@
 #define IXLAL_TESTS_ALLOCATIONFAULTS_H
 
 /// The binary that links these objects replaces operator new for the whole process, and malloc and
-/// its kin too unless a sanitizer is built in. Only the allocations of the thread that armed it
-/// fail or are counted.
+/// its kin too unless a sanitizer or the counting of lines is built in. Only the allocations of the
+/// thread that armed it fail or are counted.
 struct AllocationFaults
 {
     /// Which allocations are meant.
@@ -30,7 +30,7 @@ struct AllocationFaults
     static int counted();
 
     /// Whether eAll reaches further than eObjects. A sanitizer has a malloc of its own, which a
-    /// second one in the binary would blind.
+    /// second one in the binary would blind; the counting of lines dies without memory.
     static bool reachesMalloc();
 
     /// The blocks that all threads together have allocated and not freed; with a sanitizer only
