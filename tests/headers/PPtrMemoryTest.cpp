@@ -19,6 +19,19 @@ struct Plain
     }
 };
 
+/// An interface through which nothing can be destroyed, and what stands behind it.
+struct Bare
+{
+    virtual void work() = 0;
+};
+
+struct BareObject : Bare
+{
+    void work() override
+    {
+    }
+};
+
 struct Counted : IBase
 {
     virtual ~Counted()
@@ -150,4 +163,14 @@ TEST_F(PPtrMemory, AdoptedNullAllocatesNothing)
 
     EXPECT_EQ(0, AllocationFaults::counted());
     EXPECT_EQ(nullptr, holder.get());
+}
+
+TEST_F(PPtrMemory, ArrayBehindAnInterfaceWithoutDestructorIsFreed)
+{
+    const long long before = AllocationFaults::live();
+    {
+        const PPtr<Bare> holder(new BareObject[2], ePtrArray);
+        EXPECT_LT(before, AllocationFaults::live());
+    }
+    EXPECT_EQ(before, AllocationFaults::live());
 }
