@@ -1,0 +1,69 @@
+// A plugin with as many interface IDs as the environment says. The plugin itself is the service
+// behind all of them; it knows them by what they begin with.
+
+#include "support/InterfacesPlugin.h"
+
+#include "IPlugin.h"
+#include "Ixla.h"
+#include "portinglayer/PCounterSync.h"
+
+#include <cstdlib>
+#include <memory>
+
+namespace
+{
+const PLiteral sPrefix(L"com.kelvora.bench.");
+
+class InterfacesPlugin final : public IPlugin
+{
+public:
+    virtual ~InterfacesPlugin() = default;
+
+    int incRef() override
+    {
+        return ++fRefCount;
+    }
+
+    int decRef() override
+    {
+        const int count = fRefCount.change(-1);
+        if (count == 0)
+        {
+            delete this;
+        }
+        return count;
+    }
+
+    int init() override
+    {
+        return eIxlaOk;
+    }
+
+    PString* getInterfaces(unsigned int& oCount) override
+    {
+        const char* const number = std::getenv(kInterfacesVariable);
+        oCount = number ? static_cast<unsigned int>(std::atoi(number)) : 0;
+        std::unique_ptr<PString[]> ids(new PString[oCount]);
+        for (unsigned int i = 0; i < oCount; ++i)
+        {
+            ids[i] = benchInterfaceId(static_cast<int>(i)).c_str();
+        }
+        return ids.release();
+    }
+
+    int getInstance(const PLiteral& iInterfaceId, IBase*& oInstance) override
+    {
+        const bool known = iInterfaceId.startsWith(sPrefix.ptr(), sPrefix.len());
+        oInstance = known ? this : nullptr;
+        return known ? eIxlaOk : eIxlaUnknownInterface;
+    }
+
+private:
+    PCounterSync fRefCount{0};
+};
+} // namespace
+
+IPlugin* ixlaGetPlugin()
+{
+    return new InterfacesPlugin;
+}

@@ -1,0 +1,136 @@
+#include "support/Contest.h"
+
+#include "support/Allocations.h"
+#include "support/SecondThread.h"
+
+#include <benchmark/benchmark.h>
+#include <cstdio>
+#include <optional>
+#include <valgrind/callgrind.h>
+
+namespace
+{
+constexpr unsigned int kWarmUpTurns = 64;
+
+std::string _name(const Contest::Entry& iEntry, int iSize, int iThreads)
+{
+    return iEntry.of.name + '/' + iEntry.contestant + '/' + std::to_string(iSize) + '/' +
+           std::to_string(iThreads);
+}
+
+void _measureTurns(benchmark::State& ioState, Body& ioBody)
+{
+    unsigned int wrong = ioBody.repeat(0, kWarmUpTurns);
+    unsigned int first = kWarmUpTurns;
+    const auto turns = static_cast<unsigned int>(ioState.max_iterations);
+    const unsigned long before = Allocations::count();
+    while (ioState.KeepRunningBatch(turns))
+    {
+        wrong += ioBody.repeat(first, turns);
+        first += turns;
+    }
+    const unsigned long allocations = Allocations::count() - before;
+    ioState.counters["allocations"] = static_cast<double>(allocations) / turns;
+    if (wrong > 0)
+    {
+        ioState.SkipWithError("wrong result");
+    }
+}
+
+void _measureTimedTurns(benchmark::State& ioState, Body& ioBody)
+{
+    for (auto _ : ioState)
+    {
+        const double seconds = ioBody.timedTurn();
+        if (seconds < 0)
+        {
+            ioState.SkipWithError("wrong result");
+            return;
+        }
+        ioState.SetIterationTime(seconds);
+    }
+}
+
+void _measure(benchmark::State& ioState, const Contest::Entry& iEntry, int iSize, int iThreads)
+{
+    const std::unique_ptr<Body> body = iEntry.make(iSize);
+    std::optional<Rival> rival;
+    if (iThreads == 2)
+    {
+        rival.emplace([&body](unsigned int iFirst)
+                      { return body->repeat(iFirst, Rival::kTurns) == 0; });
+    }
+    if (iEntry.timesItself)
+    {
+        _measureTimedTurns(ioState, *body);
+    }
+    else
+    {
+        _measureTurns(ioState, *body);
+    }
+    if (rival && !rival->end())
+    {
+        ioState.SkipWithError("wrong result in the second thread");
+    }
+    if (const double bytes = body->heldBytes(); bytes > 0)
+    {
+        ioState.counters["bytes"] = bytes;
+    }
+}
+
+/// The instructions between the marks are those of the turns and of one call.
+bool _count(const Contest::Entry& iEntry, int iSize)
+{
+    const std::unique_ptr<Body> body = iEntry.make(iSize);
+    unsigned int wrong = body->repeat(0, kWarmUpTurns);
+    const std::string name = _name(iEntry, iSize, 1);
+    CALLGRIND_START_INSTRUMENTATION;
+    CALLGRIND_ZERO_STATS;
+    wrong += body->repeat(kWarmUpTurns, iEntry.of.countTurns);
+    CALLGRIND_DUMP_STATS_AT(name.c_str());
+    CALLGRIND_STOP_INSTRUMENTATION;
+    std::printf("%s %u\n", name.c_str(), iEntry.of.countTurns);
+    return wrong == 0;
+}
+} // namespace
+
+void Contest::registerAll()
+{
+    for (const Entry& entry : fEntries)
+    {
+        for (const int size : entry.of.sizes)
+        {
+            for (int threads = 1; threads <= (entry.of.twoThreads ? 2 : 1); ++threads)
+            {
+                auto* const measured = benchmark::RegisterBenchmark(
+                    _name(entry, size, threads).c_str(), [&entry, size, threads](auto& ioState)
+                    { _measure(ioState, entry, size, threads); });
+                measured->Iterations(static_cast<benchmark::IterationCount>(entry.of.turns));
+                if (entry.timesItself)
+                {
+                    measured->UseManualTime();
+                }
+                else
+                {
+                    measured->UseRealTime();
+                }
+            }
+        }
+    }
+}
+
+bool Contest::runForCounting(const std::string& iFilter) const
+{
+    bool right = true;
+    for (const Entry& entry : fEntries)
+    {
+        for (const int size : entry.of.sizes)
+        {
+            if (entry.of.countTurns > 0 && _name(entry, size, 1).find(iFilter) != std::string::npos)
+            {
+                right = _count(entry, size) && right;
+            }
+        }
+    }
+    return right;
+}

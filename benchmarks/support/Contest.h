@@ -1,0 +1,123 @@
+// Contest: the contestants of all cases, and how they are measured.
+#ifndef IXLAL_BENCHMARKS_CONTEST_H
+#define IXLAL_BENCHMARKS_CONTEST_H
+
+#include <concepts>
+#include <memory>
+#include <string>
+#include <vector>
+
+/// One contestant, made for one size. The measuring calls it for many turns at once, so that the
+/// call itself doesn't count.
+class Body
+{
+public:
+    virtual ~Body() = default;
+
+    /// Does iTurns turns from iFirst on. Returns how many of them had a wrong result. May be called
+    /// by two threads at once when the case is measured so.
+    virtual unsigned int repeat(unsigned int iFirst, unsigned int iTurns) = 0;
+
+    /// One turn that takes its own time and returns it in seconds, below 0 for a wrong result; for
+    /// cases that have to prepare each turn.
+    virtual double timedTurn() = 0;
+
+    /// The bytes that the result of a turn holds; 0 when the case doesn't ask.
+    virtual double heldBytes() = 0;
+};
+
+/// A contestant is a class with a constructor that takes the size, and one of
+///     bool turn(unsigned int iTurn);  // whether the result was right
+///     double timedTurn();
+/// and, when its case asks for memory, double heldBytes().
+template <class TWork>
+class WorkBody final : public Body
+{
+public:
+    explicit WorkBody(int iSize) : fWork(iSize)
+    {
+    }
+
+    unsigned int repeat(unsigned int iFirst, unsigned int iTurns) override
+    {
+        unsigned int wrong = 0;
+        if constexpr (requires { fWork.turn(0u); })
+        {
+            for (unsigned int turn = iFirst; turn != iFirst + iTurns; ++turn)
+            {
+                wrong += !fWork.turn(turn);
+            }
+        }
+        return wrong;
+    }
+
+    double timedTurn() override
+    {
+        if constexpr (requires { fWork.timedTurn(); })
+        {
+            return fWork.timedTurn();
+        }
+        return -1;
+    }
+
+    double heldBytes() override
+    {
+        if constexpr (requires { fWork.heldBytes(); })
+        {
+            return fWork.heldBytes();
+        }
+        return 0;
+    }
+
+private:
+    TWork fWork;
+};
+
+/// What all contestants of a case have in common.
+struct Case
+{
+    std::string name;
+    std::vector<int> sizes;      ///< what they mean is told by the case
+    unsigned int turns;          ///< in one sample
+    bool twoThreads = false;     ///< also measured while a second thread does the same
+    unsigned int countTurns = 0; ///< turns whose instructions are counted; 0 for none
+};
+
+class Contest
+{
+public:
+    struct Entry
+    {
+        Case of;
+        std::string contestant; ///< "floor", "ours" or the name of a peer
+        bool timesItself;
+        std::unique_ptr<Body> (*make)(int iSize);
+    };
+
+    template <class TWork>
+    void enter(const Case& iCase, const std::string& iContestant)
+    {
+        fEntries.push_back(
+            {iCase, iContestant, requires(TWork & work) { work.timedTurn();
+    }
+    ,
+        [](int iSize) -> std::unique_ptr<Body>
+    {
+        return std::make_unique<WorkBody<TWork>>(iSize);
+    }});
+}
+
+/// Hands all entries to Google Benchmark. Lives until they have run.
+void registerAll();
+
+/// Does the turns to be counted of the entries whose name holds iFilter, each between two
+/// marks for callgrind, which dumps the instructions under the entry's name. Returns whether
+/// all results were right.
+bool runForCounting(const std::string& iFilter) const;
+
+private:
+std::vector<Entry> fEntries;
+}
+;
+
+#endif

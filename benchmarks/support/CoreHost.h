@@ -1,0 +1,48 @@
+// CoreHost: the running core that contestants use.
+#ifndef IXLAL_BENCHMARKS_COREHOST_H
+#define IXLAL_BENCHMARKS_COREHOST_H
+
+#include "Ixla.h"
+
+#include <string>
+
+/// What a core is started with.
+struct HostSetup
+{
+    int interfaces = 0;     ///< interface IDs of the one plugin, which is initialised; 0 for none
+    bool coreLog = false;   ///< a core log of level 0
+    std::string manager;    ///< lines for the manager's configuration, which always has a store
+    std::string config;     ///< the file "bench.prs" of the configuration ID "bench"
+    bool pluginLog = false; ///< the plugins' log of level 0 is enabled
+
+    bool operator==(const HostSetup&) const = default;
+};
+
+/// There is one core at a time, in a directory of its own on tmpfs. It goes on running until
+/// another setup is asked for, and ends with the process.
+namespace CoreHost
+{
+/// Starts a core with iSetup unless one is running. Ends the process with a message when it
+/// cannot.
+void need(const HostSetup& iSetup);
+
+/// Stops the core if one is running.
+void stop();
+
+/// The directory of the running core; the configurations are in config/.
+std::string directory();
+
+/// The service behind an ID, borrowed. Ends the process with a message when there is none.
+IBase* service(const wchar_t* iId);
+
+template <class T>
+T* get(const wchar_t* iId)
+{
+    return static_cast<T*>(service(iId));
+}
+
+/// The interface ID number iNumber of the plugin.
+std::wstring interfaceId(int iNumber);
+} // namespace CoreHost
+
+#endif

@@ -1,0 +1,36 @@
+// Runs the benchmarks, or does the turns whose instructions callgrind counts:
+//   ixlal-bench [Google Benchmark's options]
+//   ixlal-bench --count [PART OF A NAME]
+
+#include "events/SendCase.h"
+#include "lookup/LookupCase.h"
+#include "support/CoreHost.h"
+#include "support/SecondThread.h"
+
+#include <benchmark/benchmark.h>
+#include <string>
+
+int main(int iCount, char** iArguments)
+{
+    const Sleeper sleeper;
+    Contest contest;
+    enterLookup(contest);
+    enterSend(contest);
+
+    if (iCount > 1 && std::string(iArguments[1]) == "--count")
+    {
+        const bool right = contest.runForCounting(iCount > 2 ? iArguments[2] : "");
+        CoreHost::stop();
+        return right ? 0 : 1;
+    }
+    benchmark::Initialize(&iCount, iArguments);
+    if (benchmark::ReportUnrecognizedArguments(iCount, iArguments))
+    {
+        return 2;
+    }
+    contest.registerAll();
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    CoreHost::stop();
+    return 0;
+}

@@ -1,0 +1,31 @@
+// Shuffled: the numbers of many things in an order that caches and predictors don't know by heart.
+#ifndef IXLAL_BENCHMARKS_SHUFFLED_H
+#define IXLAL_BENCHMARKS_SHUFFLED_H
+
+#include <array>
+#include <random>
+
+class Shuffled
+{
+public:
+    /// Numbers below iCount, the same ones every time.
+    explicit Shuffled(int iCount)
+    {
+        std::minstd_rand random(1);
+        for (unsigned int& number : fNumbers)
+        {
+            number = static_cast<unsigned int>(random()) % static_cast<unsigned int>(iCount);
+        }
+    }
+
+    unsigned int operator[](unsigned int iTurn) const
+    {
+        return fNumbers[iTurn % kNumbers];
+    }
+
+private:
+    static constexpr unsigned int kNumbers = 4096;
+    std::array<unsigned int, kNumbers> fNumbers;
+};
+
+#endif
