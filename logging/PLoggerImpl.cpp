@@ -8,6 +8,15 @@
 #include <cstdarg>
 #include <new>
 
+namespace
+{
+/// Tested before the arguments are touched, so that a filtered line costs little else.
+bool _isLogged(const PLogger* iLogger, int iLevel)
+{
+    return iLogger && iLogger->isLogged(iLevel);
+}
+} // namespace
+
 PLoggerImpl::PLoggerImpl(const PLiteral& iFile, const PLiteral& iTag, unsigned int iMaxSize,
                          int iParts, int iMaxCount, bool iEnable, PLoggerPlugin* iPlugin) noexcept
     : fRefCount(0),
@@ -68,6 +77,10 @@ int PLoggerImpl::setPrintOnConsole(bool iPrint) noexcept
 
 int PLoggerImpl::info(int iLevel, const wchar_t* iFormat, ...) noexcept
 {
+    if (!_isLogged(fLogger, iLevel))
+    {
+        return 0;
+    }
     va_list args;
     va_start(args, iFormat);
     const int result = PLogger::info(fLogger, iLevel, iFormat, args);
@@ -86,6 +99,10 @@ int PLoggerImpl::error(int iLevel, const wchar_t* iFormat, ...) noexcept
 
 int PLoggerImpl::debug(int iLevel, const wchar_t* iFormat, ...) noexcept
 {
+    if (!_isLogged(fLogger, iLevel))
+    {
+        return 0;
+    }
     va_list args;
     va_start(args, iFormat);
     const int result = PLogger::debug(fLogger, iLevel, iFormat, args);
@@ -104,6 +121,10 @@ int PLoggerImpl::dumpHex(int iLevel, const void* iData, int iSize, unsigned int 
 
 int PLoggerImpl::showMsgBox(int iLevel, const wchar_t* iFormat, ...) noexcept
 {
+    if (!_isLogged(fLogger, iLevel))
+    {
+        return 0;
+    }
     va_list args;
     va_start(args, iFormat);
     const int result = PLogger::showMsgBox(fLogger, iLevel, iFormat, args);

@@ -37,6 +37,11 @@ private:
     int fState;
 };
 
+bool _isLogged(const PLogger* iLogger, int iLevel)
+{
+    return iLogger && iLogger->isLogged(iLevel);
+}
+
 unsigned int _limit(int iLimit)
 {
     return iLimit > 0 ? static_cast<unsigned int>(iLimit) : 0;
@@ -104,9 +109,13 @@ int PLogger::setPrintOnConsole(bool iPrint) noexcept
 
 int PLogger::info(PLogger* iLogger, int iLevel, const wchar_t* iFormat, ...) noexcept
 {
+    if (!_isLogged(iLogger, iLevel))
+    {
+        return 0;
+    }
     va_list args;
     va_start(args, iFormat);
-    const int result = info(iLogger, iLevel, iFormat, args);
+    const int result = iLogger->write('I', false, iFormat, args);
     va_end(args);
     return result;
 }
@@ -122,16 +131,20 @@ int PLogger::error(PLogger* iLogger, int iLevel, const wchar_t* iFormat, ...) no
 
 int PLogger::debug(PLogger* iLogger, int iLevel, const wchar_t* iFormat, ...) noexcept
 {
+    if (!_isLogged(iLogger, iLevel))
+    {
+        return 0;
+    }
     va_list args;
     va_start(args, iFormat);
-    const int result = debug(iLogger, iLevel, iFormat, args);
+    const int result = iLogger->write('D', false, iFormat, args);
     va_end(args);
     return result;
 }
 
 int PLogger::info(PLogger* iLogger, int iLevel, const wchar_t* iFormat, va_list iArgs) noexcept
 {
-    return iLogger && iLogger->isLogged(iLevel) ? iLogger->write('I', false, iFormat, iArgs) : 0;
+    return _isLogged(iLogger, iLevel) ? iLogger->write('I', false, iFormat, iArgs) : 0;
 }
 
 int PLogger::error(PLogger* iLogger, int, const wchar_t* iFormat, va_list iArgs) noexcept
@@ -141,19 +154,19 @@ int PLogger::error(PLogger* iLogger, int, const wchar_t* iFormat, va_list iArgs)
 
 int PLogger::debug(PLogger* iLogger, int iLevel, const wchar_t* iFormat, va_list iArgs) noexcept
 {
-    return iLogger && iLogger->isLogged(iLevel) ? iLogger->write('D', false, iFormat, iArgs) : 0;
+    return _isLogged(iLogger, iLevel) ? iLogger->write('D', false, iFormat, iArgs) : 0;
 }
 
 int PLogger::showMsgBox(PLogger* iLogger, int iLevel, const wchar_t* iFormat,
                         va_list iArgs) noexcept
 {
-    return iLogger && iLogger->isLogged(iLevel) ? iLogger->write('I', true, iFormat, iArgs) : 0;
+    return _isLogged(iLogger, iLevel) ? iLogger->write('I', true, iFormat, iArgs) : 0;
 }
 
 int PLogger::dumpHex(PLogger* iLogger, int iLevel, const void* iData, unsigned int iSize,
                      unsigned int iWidth) noexcept
 {
-    if (!iLogger || !iLogger->isLogged(iLevel) || !iLogger->fFile)
+    if (!_isLogged(iLogger, iLevel) || !iLogger->fFile)
     {
         return 0;
     }

@@ -61,26 +61,27 @@ public:
     static int debug(PLogger* iLogger, int iLevel, const wchar_t* iFormat, ...) noexcept;
 
     /// The same. They keep a literal 0 or a string literal as first argument from being taken for
-    /// an argument list, which is a char* on 32-bit x86.
+    /// an argument list, which is a char* on 32-bit x86, and filter where they are called: a line
+    /// that isn't written costs a test.
     template <class... TArgs>
     static int info(PLogger* iLogger, int iLevel, const wchar_t* iFormat, TArgs... iArgs) noexcept
     {
         const Form form = &PLogger::info;
-        return form(iLogger, iLevel, iFormat, iArgs...);
+        return iLogger && iLogger->isLogged(iLevel) ? form(iLogger, iLevel, iFormat, iArgs...) : 0;
     }
 
     template <class... TArgs>
     static int error(PLogger* iLogger, int iLevel, const wchar_t* iFormat, TArgs... iArgs) noexcept
     {
         const Form form = &PLogger::error;
-        return form(iLogger, iLevel, iFormat, iArgs...);
+        return iLogger ? form(iLogger, iLevel, iFormat, iArgs...) : 0;
     }
 
     template <class... TArgs>
     static int debug(PLogger* iLogger, int iLevel, const wchar_t* iFormat, TArgs... iArgs) noexcept
     {
         const Form form = &PLogger::debug;
-        return form(iLogger, iLevel, iFormat, iArgs...);
+        return iLogger && iLogger->isLogged(iLevel) ? form(iLogger, iLevel, iFormat, iArgs...) : 0;
     }
 
     /// The same with an argument list. So on 32-bit x86 a plain char* must not be the first
