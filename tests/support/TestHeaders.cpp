@@ -1,0 +1,1 @@
+// Has the headers of the tests precompiled; holds nothing itself.
