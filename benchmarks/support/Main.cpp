@@ -3,6 +3,8 @@
 //   ixlal-bench --count [PART OF A NAME]
 
 #include "events/SendCase.h"
+#include "logging/FilteredCase.h"
+#include "logging/LogCase.h"
 #include "lookup/LookupCase.h"
 #include "support/CoreHost.h"
 #include "support/SecondThread.h"
@@ -16,6 +18,8 @@ int main(int iCount, char** iArguments)
     Contest contest;
     enterLookup(contest);
     enterSend(contest);
+    enterLog(contest);
+    enterFiltered(contest);
 
     if (iCount > 1 && std::string(iArguments[1]) == "--count")
     {

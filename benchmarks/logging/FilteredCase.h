@@ -1,0 +1,9 @@
+#ifndef IXLAL_BENCHMARKS_FILTEREDCASE_H
+#define IXLAL_BENCHMARKS_FILTEREDCASE_H
+
+#include "support/Contest.h"
+
+/// What does a line cost that isn't written, because its level is too high or there is no logger?
+void enterFiltered(Contest& ioContest);
+
+#endif
