@@ -42,6 +42,10 @@ void _write(const Host& iHost)
                     "ixlap.configmanager.store.file = store.txt\nbench = bench.prs\n" +
                         iHost.setup.manager);
     iHost.dir.write("config/bench.prs", iHost.setup.config);
+    if (!iHost.setup.store.empty())
+    {
+        iHost.dir.write("config/store.txt", iHost.setup.store);
+    }
     if (iHost.setup.interfaces > 0)
     {
         fs::copy(fs::path(IXLAL_BENCH_PLUGINS) / "libinterfaces.so", iHost.dir.path() / "plugins");

@@ -13,6 +13,7 @@ struct HostSetup
     bool coreLog = false;   ///< a core log of level 0
     std::string manager;    ///< lines for the manager's configuration, which always has a store
     std::string config;     ///< the file "bench.prs" of the configuration ID "bench"
+    std::string store;      ///< the file of stored values, unless it's empty
     bool pluginLog = false; ///< the plugins' log of level 0 is enabled
 
     bool operator==(const HostSetup&) const = default;
