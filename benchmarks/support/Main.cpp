@@ -10,6 +10,8 @@
 #include "logging/FilteredCase.h"
 #include "logging/LogCase.h"
 #include "lookup/LookupCase.h"
+#include "start/FirstRequestCase.h"
+#include "start/StartCase.h"
 #include "support/CoreHost.h"
 #include "support/SecondThread.h"
 
@@ -28,6 +30,8 @@ int main(int iCount, char** iArguments)
     enterSet(contest);
     enterLoad(contest);
     enterStore(contest);
+    enterStart(contest);
+    enterFirstRequest(contest);
 
     if (iCount > 1 && std::string(iArguments[1]) == "--count")
     {
