@@ -41,10 +41,15 @@ const BuiltIn sBuiltIns[] = {
      L"[loadInternalPlugins] Failed to process ILogger plugin err: %d"},
 };
 
-/// Reads the memory of the process into oBytes and says so; the failure is logged.
+/// Reads the memory of the process into oBytes and says so; the failure is logged. Without a log
+/// nobody would hear of it.
 void _measure(const wchar_t* iFormat, const PLiteral& iPath, unsigned long long& oBytes,
               int (*iLog)(PLogger*, int, const wchar_t*, ...))
 {
+    if (!getCoreLogger())
+    {
+        return;
+    }
     const int result = PProcess::getMemoryUsage(PProcess::getCurrentPID(), oBytes);
     if (result != 0)
     {

@@ -7,6 +7,14 @@
 namespace
 {
 std::atomic<PLogger*> sCoreLogger{nullptr};
+
+/// Whether lines with figures about memory are written. Reading the figures takes longer than all
+/// else that the core does for a plugin, so they are only read to be written.
+bool _areFiguresLogged() noexcept
+{
+    const PLogger* const logger = getCoreLogger();
+    return logger && logger->isLogged(0);
+}
 } // namespace
 
 PLogger* getCoreLogger() noexcept
@@ -21,6 +29,10 @@ void setCoreLogger(PLogger* iLogger) noexcept
 
 void logFreeMemory(const wchar_t* iFormat) noexcept
 {
+    if (!_areFiguresLogged())
+    {
+        return;
+    }
     unsigned long long bytes = 0;
     // The figure only informs: without it the line says 0.
     PProcess::getFreeMemory(bytes);
@@ -35,7 +47,10 @@ void logProcessMemory(const wchar_t* iFormat) noexcept
 unsigned long long readProcessMemory() noexcept
 {
     unsigned long long bytes = 0;
-    // As above.
-    PProcess::getMemoryUsage(PProcess::getCurrentPID(), bytes);
+    if (_areFiguresLogged())
+    {
+        // As above.
+        PProcess::getMemoryUsage(PProcess::getCurrentPID(), bytes);
+    }
     return bytes;
 }

@@ -20,7 +20,8 @@ void setCoreLogger(PLogger* iLogger) noexcept;
 void logFreeMemory(const wchar_t* iFormat) noexcept;
 void logProcessMemory(const wchar_t* iFormat) noexcept;
 
-/// The memory that the process uses, in bytes; 0 when it cannot be read. [any thread]
+/// The memory that the process uses, in bytes, for a line of level 0; 0 when it cannot be read, or
+/// when the core log doesn't write such lines. [any thread]
 unsigned long long readProcessMemory() noexcept;
 
 #endif
