@@ -16,15 +16,36 @@ typedef ElfW(Phdr) Segment;
 
 constexpr unsigned char kOwnClass = sizeof(void*) == 8 ? ELFCLASS64 : ELFCLASS32;
 
-bool _read(const PDescriptor& iFile, void* oBytes, std::size_t iSize, Offset iAt) noexcept
+/// Reads the headers of a file. They stand at its front, which is fetched in one call.
+class Headers
 {
-    return pread(iFile.get(), oBytes, iSize, static_cast<off_t>(iAt)) ==
-           static_cast<ssize_t>(iSize);
-}
+public:
+    explicit Headers(const PDescriptor& iFile) noexcept
+        : fFile(iFile), fFrontSize(pread(iFile.get(), fFront, sizeof fFront, 0))
+    {
+    }
 
-bool _readHeader(const PDescriptor& iFile, Header& oHeader) noexcept
+    bool read(void* oBytes, std::size_t iSize, Offset iAt) const noexcept
+    {
+        const Offset front = fFrontSize < 0 ? 0 : static_cast<Offset>(fFrontSize);
+        if (iSize <= front && iAt <= front - iSize)
+        {
+            std::memcpy(oBytes, fFront + iAt, iSize);
+            return true;
+        }
+        return pread(fFile.get(), oBytes, iSize, static_cast<off_t>(iAt)) ==
+               static_cast<ssize_t>(iSize);
+    }
+
+private:
+    const PDescriptor& fFile;
+    char fFront[1024];
+    const ssize_t fFrontSize;
+};
+
+bool _readHeader(const Headers& iHeaders, Header& oHeader) noexcept
 {
-    return _read(iFile, &oHeader, sizeof oHeader, 0) &&
+    return iHeaders.read(&oHeader, sizeof oHeader, 0) &&
            std::memcmp(oHeader.e_ident, ELFMAG, SELFMAG) == 0 &&
            oHeader.e_ident[EI_CLASS] == kOwnClass && oHeader.e_phentsize == sizeof(Segment);
 }
@@ -41,9 +62,13 @@ bool PLibraryImage::isCutShort(const char* iPath) noexcept
 {
     const PDescriptor file(iPath, O_RDONLY | O_NONBLOCK);
     struct stat status = {};
+    if (file.result() != 0 || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode))
+    {
+        return false;
+    }
+    const Headers headers(file);
     Header header;
-    if (file.result() != 0 || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode) ||
-        !_readHeader(file, header))
+    if (!_readHeader(headers, header))
     {
         return false;
     }
@@ -52,7 +77,7 @@ bool PLibraryImage::isCutShort(const char* iPath) noexcept
     {
         Segment segment;
         const Offset at = static_cast<Offset>(header.e_phoff) + Offset(i) * sizeof segment;
-        if (!_read(file, &segment, sizeof segment, at))
+        if (!headers.read(&segment, sizeof segment, at))
         {
             return false;
         }
