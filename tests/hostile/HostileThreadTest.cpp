@@ -198,10 +198,12 @@ TEST_F(HostileThread, InitThatNeverEndsHoldsNeitherTheStopNorTheNextCore)
 TEST_F(HostileThread, StoppingFromWithinAnInitKeepsWhatTheInitNeeds)
 {
     startWith("alpha");
+    const int logged = fCore.logCount("] Init plugin done.");
     int stopped = -1;
     PluginHooks::on("alpha.init", [&] { return stopped = ixlaStop(); });
     EXPECT_EQ(0, request("test.alpha"));
     EXPECT_EQ(0, stopped);
+    EXPECT_EQ(logged, fCore.logCount("] Init plugin done."));
     EXPECT_EQ(1, fCore.logCount(kKept + "1, keep plugins and libraries"));
     EXPECT_EQ(eIxlaCoreNotStarted, request("test.alpha"));
     EXPECT_EQ(eIxlaCoreNotStarted, fCore.stop());
