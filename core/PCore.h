@@ -10,11 +10,12 @@
 #include "core/PCorePlugin.h"
 #include "portinglayer/PConditionalVar.h"
 #include "portinglayer/PMutex.h"
+#include "portinglayer/PTextHash.h"
 #include "portinglayer/PThreadSafety.h"
 
 #include <atomic>
-#include <map>
 #include <memory>
+#include <unordered_map>
 #include <vector>
 
 class PCallGate;
@@ -160,7 +161,7 @@ private:
     PConditionalVar fCondVar;
     std::vector<PCorePlugin*> fCorePlugins; ///< owned; built-in ones first
     /// Null for an interface of a plugin that was unloaded.
-    std::map<PString, std::atomic<PCorePlugin*>, PLiteralLess> fInterfaces;
+    std::unordered_map<PString, std::atomic<PCorePlugin*>, PTextHash, PTextEqual> fInterfaces;
     std::atomic<bool> fStarted;
     PBaseptr<IConfigManager> fConfigManager;
     PBaseptr<IConfig> fConfig;

@@ -161,7 +161,7 @@ int PCore::nl_awaitInit(PCorePlugin& iRecord, bool& oWaitFailed)
 int PCore::getInstanceInternal(const PLiteral& iInterfaceId, IBase*& oInstance)
 {
     PLogger* const logger = getCoreLogger();
-    PLogger::debug(logger, 2, kCoreLogFrame);
+    PLogger::debug(logger, 2, L"%ls", kCoreLogFrame);
     PLogger::debug(logger, 2, L"[getInstanceInternal] Get instance for interface ID: %ls",
                    iInterfaceId.ptr());
     PCorePlugin* const found = findPlugin(iInterfaceId);
@@ -172,7 +172,7 @@ int PCore::getInstanceInternal(const PLiteral& iInterfaceId, IBase*& oInstance)
         return eIxlaUnknownInterface;
     }
     PCorePlugin& record = *found;
-    if (record.fLibrary)
+    if (record.fLibrary && logger && logger->isLogged(1))
     {
         PLogger::info(logger, 1, L"[getInstanceInternal] Call initPlugin() for %ls",
                       record.fLibrary->getName().ptr());
@@ -198,7 +198,7 @@ int PCore::getInstanceInternal(const PLiteral& iInterfaceId, IBase*& oInstance)
         PLogger::error(logger, 0, L"[getInstanceInternal][pg:%p] Failed to get instance err: %d",
                        _pluginPointer(record), result);
     }
-    PLogger::debug(logger, 2, kCoreLogFrame);
+    PLogger::debug(logger, 2, L"%ls", kCoreLogFrame);
     return result;
 }
 

@@ -1,0 +1,47 @@
+// PTextHash, PTextEqual: for hash tables of texts.
+#ifndef IXLAL_PTEXTHASH_H
+#define IXLAL_PTEXTHASH_H
+
+#include "PLiteral.h"
+
+#include <cstddef>
+#include <cwchar>
+
+/// For tables that are searched by any PLiteral without copying it first. [any thread]
+struct PTextHash
+{
+    typedef void is_transparent;
+
+    std::size_t operator()(const PLiteral& iText) const noexcept
+    {
+        // Two characters a step, in which only a rotation waits for the step before. The last one
+        // of an odd number is taken with the terminating zero.
+        const wchar_t* const text = iText.ptr();
+        std::size_t hash = iText.len();
+        for (unsigned int i = 0; i < iText.len(); i += 2)
+        {
+            hash = (hash << 5 | hash >> (sizeof hash * 8 - 5)) ^
+                   (_code(text[i]) + _code(text[i + 1]) * 65599u);
+        }
+        return hash * 2654435761u;
+    }
+
+private:
+    static std::size_t _code(wchar_t iChar) noexcept
+    {
+        return static_cast<std::size_t>(iChar);
+    }
+};
+
+struct PTextEqual
+{
+    typedef void is_transparent;
+
+    bool operator()(const PLiteral& iLeft, const PLiteral& iRight) const noexcept
+    {
+        return iLeft.len() == iRight.len() &&
+               std::wmemcmp(iLeft.ptr(), iRight.ptr(), iLeft.len()) == 0;
+    }
+};
+
+#endif
