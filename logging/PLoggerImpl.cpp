@@ -15,6 +15,17 @@ bool _isLogged(const PLogger* iLogger, int iLevel)
 {
     return iLogger && iLogger->isLogged(iLevel);
 }
+
+// Apart, because what they need to call another library would be prepared for filtered lines too.
+[[gnu::noinline]] int _info(PLogger* iLogger, int iLevel, const wchar_t* iFormat, va_list iArgs)
+{
+    return PLogger::info(iLogger, iLevel, iFormat, iArgs);
+}
+
+[[gnu::noinline]] int _debug(PLogger* iLogger, int iLevel, const wchar_t* iFormat, va_list iArgs)
+{
+    return PLogger::debug(iLogger, iLevel, iFormat, iArgs);
+}
 } // namespace
 
 PLoggerImpl::PLoggerImpl(const PLiteral& iFile, const PLiteral& iTag, unsigned int iMaxSize,
@@ -83,7 +94,7 @@ int PLoggerImpl::info(int iLevel, const wchar_t* iFormat, ...) noexcept
     }
     va_list args;
     va_start(args, iFormat);
-    const int result = PLogger::info(fLogger, iLevel, iFormat, args);
+    const int result = _info(fLogger, iLevel, iFormat, args);
     va_end(args);
     return result;
 }
@@ -105,7 +116,7 @@ int PLoggerImpl::debug(int iLevel, const wchar_t* iFormat, ...) noexcept
     }
     va_list args;
     va_start(args, iFormat);
-    const int result = PLogger::debug(fLogger, iLevel, iFormat, args);
+    const int result = _debug(fLogger, iLevel, iFormat, args);
     va_end(args);
     return result;
 }
