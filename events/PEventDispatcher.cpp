@@ -59,6 +59,7 @@ PEventDispatcher::~PEventDispatcher()
     }
     Topics topics;
     topics.swap(fListeners);
+    fIndex.clear();
     releaseListeners(topics);
     if (const int code = fMutex.unlock())
     {
@@ -156,18 +157,22 @@ int PEventDispatcher::send(const PLiteral& iTopic, IBase* iParam1, int iParam2) 
         return eIxlaInvalidArgument;
     }
 
-    Listeners listeners;
+    // Goes last: a listener that was removed meanwhile is released with it, outside the lock.
+    PPtr<Listeners> listeners;
     PLockGuard lock(fMutex);
     if (lock.result() != 0)
     {
         return lockFailed("send", lock.result());
     }
-    const int result = nl_copyListeners(iTopic, listeners);
+    const int result = nl_findListeners(iTopic, listeners);
     if (const int code = lock.unlock())
     {
         return unlockFailed("send", code);
     }
-    deliver(listeners, iTopic, iParam1, iParam2);
+    if (result == eIxlaOk)
+    {
+        deliver(*listeners, iTopic, iParam1, iParam2);
+    }
     debug(kTraceLevel, L"[EventDispatcher][send] res: %d", result);
     return result;
 }
@@ -179,8 +184,7 @@ int PEventDispatcher::nl_addListener(const PLiteral& iTopic, IEventListener* iLi
     {
         return nl_addTopic(iTopic, iListener);
     }
-    Listeners& listeners = *topic->second;
-    if (_findListener(listeners, iListener) != listeners.end())
+    if (_findListener(*topic->second, iListener) != topic->second->end())
     {
         return eIxlaListenerExists;
     }
@@ -189,27 +193,34 @@ int PEventDispatcher::nl_addListener(const PLiteral& iTopic, IEventListener* iLi
         {
             // Made in place: a holder that the vector had to drop again would release, and perhaps
             // destroy, a listener that is still the caller's.
-            listeners.emplace_back(iListener);
+            nl_ownListeners(topic->second).emplace_back(iListener);
             return eIxlaOk;
         });
 }
 
 int PEventDispatcher::nl_addTopic(const PLiteral& iTopic, IEventListener* iListener)
 {
-    // Made whole on the side, so that the table never holds a topic without a listener.
+    // Made whole on the side, so that the table never holds a topic without a listener. The entry
+    // keeps its place in memory when it moves over.
     Topics fresh;
+    Index* const index = &fIndex;
     const int result = ixlaGuarded(
         [&]
         {
-            const auto topic = fresh.emplace(PString(iTopic), std::make_unique<Listeners>()).first;
+            const auto topic = fresh.emplace(PString(iTopic), PPtr<Listeners>()).first;
+            _hold(std::make_unique<Listeners>(), topic->second);
+            index->emplace(topic->first, &topic->second);
+            // Last, for the reason that nl_addListener has.
             topic->second->emplace_back(iListener);
             return eIxlaOk;
         });
-    if (result == eIxlaOk)
+    if (result != eIxlaOk)
     {
-        fListeners.merge(fresh);
+        fIndex.erase(iTopic);
+        return result;
     }
-    return result;
+    fListeners.merge(fresh);
+    return eIxlaOk;
 }
 
 int PEventDispatcher::nl_removeListener(const PLiteral& iTopic, IEventListener* iListener,
@@ -220,35 +231,54 @@ int PEventDispatcher::nl_removeListener(const PLiteral& iTopic, IEventListener* 
     {
         return eIxlaNoListener;
     }
-    Listeners& listeners = *topic->second;
-    const Listeners::iterator found = _findListener(listeners, iListener);
-    if (found == listeners.end())
+    const Listeners::iterator found = _findListener(*topic->second, iListener);
+    if (found == topic->second->end())
     {
         return eIxlaNoListener;
     }
     oRemoved = *found;
-    listeners.erase(found);
-    if (listeners.empty())
+    if (topic->second->size() == 1)
     {
+        fIndex.erase(topic->first);
         fListeners.erase(topic);
+        return eIxlaOk;
     }
-    return eIxlaOk;
-}
-
-int PEventDispatcher::nl_copyListeners(const PLiteral& iTopic, Listeners& oListeners) const
-{
-    const Topics::const_iterator topic = fListeners.find(iTopic);
-    if (topic == fListeners.end())
-    {
-        return eIxlaNoListener;
-    }
-    const Listeners& listeners = *topic->second;
+    const auto place = found - topic->second->begin();
     return ixlaGuarded(
         [&]
         {
-            oListeners = listeners;
+            Listeners& listeners = nl_ownListeners(topic->second);
+            listeners.erase(listeners.begin() + place);
             return eIxlaOk;
         });
+}
+
+int PEventDispatcher::nl_findListeners(const PLiteral& iTopic, PPtr<Listeners>& oListeners) const
+{
+    const auto found = fIndex.find(iTopic);
+    if (found == fIndex.end())
+    {
+        return eIxlaNoListener;
+    }
+    oListeners = *found->second;
+    return eIxlaOk;
+}
+
+void PEventDispatcher::_hold(std::unique_ptr<Listeners> iListeners, PPtr<Listeners>& oHolder)
+{
+    oHolder = iListeners.get();
+    // The holder has it from here on.
+    static_cast<void>(iListeners.release());
+}
+
+/// The list, for the table alone: a copy of its own when deliveries share it.
+PEventDispatcher::Listeners& PEventDispatcher::nl_ownListeners(PPtr<Listeners>& ioListeners)
+{
+    if (ioListeners.holders() > 1)
+    {
+        _hold(std::make_unique<Listeners>(*ioListeners), ioListeners);
+    }
+    return *ioListeners;
 }
 
 PEventDispatcher::Listeners::iterator
@@ -265,21 +295,17 @@ void PEventDispatcher::deliver(const Listeners& iListeners, const PLiteral& iTop
     for (auto entry = iListeners.rbegin(); entry != iListeners.rend(); ++entry)
     {
         debug(kTraceLevel, L"[EventDispatcher][send] Notify listener: %p", _address(entry->get()));
-        notify(**entry, iTopic, iParam1, iParam2);
-    }
-}
-
-void PEventDispatcher::notify(IEventListener& ioListener, const PLiteral& iTopic, IBase* iParam1,
-                              int iParam2) const
-{
-    try
-    {
-        // No listener has a say in the delivery to the others, hence the result is not looked at.
-        (void)ioListener.handleEvent(iTopic, iParam1, iParam2);
-    }
-    catch (...)
-    {
-        error(L"[EventDispatcher][send] Listener threw an exception: %p", _address(&ioListener));
+        try
+        {
+            // No listener has a say in the delivery to the others, hence the result is not looked
+            // at.
+            (void)(*entry)->handleEvent(iTopic, iParam1, iParam2);
+        }
+        catch (...)
+        {
+            error(L"[EventDispatcher][send] Listener threw an exception: %p",
+                  _address(entry->get()));
+        }
     }
 }
 
@@ -294,7 +320,7 @@ void PEventDispatcher::releaseListeners(Topics& ioTopics) const
             debug(0, L"[EventDispatcher][destructor] Not removed listener: %p",
                   _address(listener.get()));
         }
-        listeners.reset();
+        listeners.clear();
     }
 }
 

@@ -8,9 +8,11 @@
 #include "portinglayer/PCounterSync.h"
 #include "portinglayer/PMutex.h"
 #include "portinglayer/PString.h"
+#include "portinglayer/PTextHash.h"
 
 #include <map>
 #include <memory>
+#include <unordered_map>
 #include <vector>
 
 /// Keeps the listeners of each topic and delivers events to them (see IEventDispatcher). Create it
@@ -43,22 +45,25 @@ public:
 private:
     /// In the order of subscription, each listener once.
     typedef std::vector<PBaseptr<IEventListener>> Listeners;
-    /// A topic is present only while it has a listener.
-    typedef std::map<PString, std::unique_ptr<Listeners>, PLiteralLess> Topics;
+    /// A topic is present only while it has a listener. Deliveries in progress share its list, and
+    /// a shared list is not changed any more.
+    typedef std::map<PString, PPtr<Listeners>, PLiteralLess> Topics;
+    typedef std::unordered_map<PLiteral, const PPtr<Listeners>*, PTextHash, PTextEqual> Index;
 
     int nl_addListener(const PLiteral& iTopic, IEventListener* iListener) IXLA_REQUIRES(fMutex);
     int nl_addTopic(const PLiteral& iTopic, IEventListener* iListener) IXLA_REQUIRES(fMutex);
     int nl_removeListener(const PLiteral& iTopic, IEventListener* iListener,
                           PBaseptr<IEventListener>& oRemoved) IXLA_REQUIRES(fMutex);
-    int nl_copyListeners(const PLiteral& iTopic, Listeners& oListeners) const IXLA_REQUIRES(fMutex);
+    int nl_findListeners(const PLiteral& iTopic, PPtr<Listeners>& oListeners) const
+        IXLA_REQUIRES(fMutex);
+    static void _hold(std::unique_ptr<Listeners> iListeners, PPtr<Listeners>& oHolder);
+    static Listeners& nl_ownListeners(PPtr<Listeners>& ioListeners);
 
     static Listeners::iterator _findListener(Listeners& ioListeners,
                                              const IEventListener* iListener);
 
     void deliver(const Listeners& iListeners, const PLiteral& iTopic, IBase* iParam1,
                  int iParam2) const;
-    void notify(IEventListener& ioListener, const PLiteral& iTopic, IBase* iParam1,
-                int iParam2) const;
     void releaseListeners(Topics& ioTopics) const;
 
     /// Log the failure of a mutex operation within the named operation; return its code.
@@ -73,6 +78,8 @@ private:
     PCounterSync fRefCount;
     PMutex fMutex;
     Topics fListeners IXLA_GUARDED_BY(fMutex);
+    /// The same topics; a delivery finds its list here.
+    Index fIndex IXLA_GUARDED_BY(fMutex);
     PBaseptr<ILogger> fLogger; ///< constant after construction; may be empty
 };
 

@@ -21,14 +21,15 @@ public:
     /// Ends the subscription and drops its reference; a delivery in progress still reaches the
     /// listener and keeps it alive until then.
     /// Returns 0, -5001 when the listener isn't subscribed to the topic, -502 for an empty topic
-    /// or a null listener, or the mutex's code. [any thread]
+    /// or a null listener, -501 for lack of memory while the topic's event is being delivered
+    /// (nothing changes then), or the mutex's code. [any thread]
     virtual int removeListener(const PLiteral& iTopic, IEventListener* iListener) = 0;
 
     /// Calls every listener that is subscribed to iTopic at this moment, the most recently added
     /// one first, and returns when all have run. iParam1 is passed through without taking a
     /// reference; it may be null.
-    /// Returns 0, -5001 when the topic has no listeners, -502 for an empty topic, -501 for lack
-    /// of memory (nobody is notified then), or the mutex's code. [any thread]
+    /// Needs no memory. Returns 0, -5001 when the topic has no listeners, -502 for an empty topic,
+    /// or the mutex's code. [any thread]
     virtual int send(const PLiteral& iTopic, IBase* iParam1, int iParam2) = 0;
 };
 

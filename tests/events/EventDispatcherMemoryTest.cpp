@@ -38,7 +38,7 @@ protected:
     PBaseptr<TestListener> second;
 };
 
-TEST_F(EventDispatcherMemory, SendAllocatesOnceForAnyNumberOfListeners)
+TEST_F(EventDispatcherMemory, SendAllocatesNothingForAnyNumberOfListeners)
 {
     std::vector<PBaseptr<TestListener>> listeners;
     for (int i = 0; i < 20; ++i)
@@ -50,7 +50,7 @@ TEST_F(EventDispatcherMemory, SendAllocatesOnceForAnyNumberOfListeners)
     AllocationFaults::startCounting();
     ASSERT_EQ(eIxlaOk, send());
 
-    EXPECT_EQ(1, AllocationFaults::counted());
+    EXPECT_EQ(0, AllocationFaults::counted());
 }
 
 TEST_F(EventDispatcherMemory, SendToNobodyAllocatesNothing)
@@ -74,6 +74,51 @@ TEST_F(EventDispatcherMemory, RemovalNeedsNoMemory)
     AllocationFaults::disarm();
 
     EXPECT_EQ(0, results);
+    EXPECT_EQ(eIxlaNoListener, send());
+}
+
+TEST_F(EventDispatcherMemory, ChangeDuringADeliveryThatLacksMemoryChangesNothing)
+{
+    std::vector<int> results;
+    const auto changing =
+        TestListener::make(journal, "changing",
+                           [&](TestListener& ioSelf, const TestEvent&)
+                           {
+                               results.assign(2, 0);
+                               AllocationFaults::failAfter(0);
+                               results[0] = dispatcher->removeListener(kTopic, &ioSelf);
+                               results[1] = dispatcher->addListener(kTopic, second.get());
+                               AllocationFaults::disarm();
+                               return 0;
+                           });
+    dispatcher->addListener(kTopic, first.get());
+    dispatcher->addListener(kTopic, changing.get());
+
+    ASSERT_EQ(eIxlaOk, send());
+
+    EXPECT_EQ((std::vector<int>{eIxlaNoMemory, eIxlaNoMemory}), results);
+    ASSERT_EQ(eIxlaOk, send());
+    EXPECT_EQ((std::vector<std::string>{"changing", "L1", "changing", "L1"}), journal.entries());
+    EXPECT_EQ(eIxlaOk, dispatcher->removeListener(kTopic, changing.get()));
+}
+
+TEST_F(EventDispatcherMemory, LastListenerLeavesDuringADeliveryWithoutMemory)
+{
+    int result = -1;
+    const auto leaving = TestListener::make(journal, "leaving",
+                                            [&](TestListener& ioSelf, const TestEvent&)
+                                            {
+                                                AllocationFaults::failAfter(0);
+                                                result =
+                                                    dispatcher->removeListener(kTopic, &ioSelf);
+                                                AllocationFaults::disarm();
+                                                return 0;
+                                            });
+    dispatcher->addListener(kTopic, leaving.get());
+
+    ASSERT_EQ(eIxlaOk, send());
+
+    EXPECT_EQ(eIxlaOk, result);
     EXPECT_EQ(eIxlaNoListener, send());
 }
 } // namespace
