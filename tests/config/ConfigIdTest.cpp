@@ -1,12 +1,19 @@
 #include "config/ConfigTest.h"
 
 #include "Ixla.h"
+#include "portinglayer/PLockGuard.h"
+#include "support/SleepingThread.h"
 #include "support/Texts.h"
 
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <atomic>
 #include <filesystem>
+#include <future>
+#include <thread>
+
+#include <unistd.h>
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -325,6 +332,26 @@ TEST_F(ConfigId, ResolvedStorePathSurvivesCleanup)
 
     store("a", "k", "2");
     EXPECT_EQ(storeText(), "a|k = 2\n");
+}
+
+TEST_F(ConfigId, CleanupWaitsForThoseWhoReadWithTheLock)
+{
+    PLockGuard lock(manager.mutex());
+    std::promise<pid_t> started;
+    std::atomic<bool> done{false};
+    std::thread cleaner(
+        [&]
+        {
+            started.set_value(gettid());
+            manager.cleanup();
+            done = true;
+        });
+
+    EXPECT_TRUE(waitUntilAsleep(started.get_future().get()));
+    EXPECT_FALSE(done);
+    EXPECT_EQ(lock.unlock(), 0);
+    cleaner.join();
+    EXPECT_TRUE(done);
 }
 
 TEST_F(ConfigId, CleanupBreaksTheCycleOfReferences)

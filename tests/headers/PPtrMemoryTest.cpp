@@ -168,9 +168,12 @@ TEST_F(PPtrMemory, AdoptedNullAllocatesNothing)
 TEST_F(PPtrMemory, ArrayBehindAnInterfaceWithoutDestructorIsFreed)
 {
     const long long before = AllocationFaults::live();
+    int freed = 0;
     {
         const PPtr<Bare> holder(new BareObject[2], ePtrArray);
         EXPECT_LT(before, AllocationFaults::live());
+        freed = AllocationFaults::arraysFreed();
     }
     EXPECT_EQ(before, AllocationFaults::live());
+    EXPECT_EQ(freed + 1, AllocationFaults::arraysFreed());
 }

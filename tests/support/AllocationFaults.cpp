@@ -31,6 +31,7 @@ thread_local bool sReachesMalloc = false;
 thread_local bool sStruck = false;
 thread_local int sLeft = 0;
 thread_local int sCounted = 0;
+thread_local int sArraysFreed = 0;
 std::atomic<long long> sLive{0};
 
 bool _strikes()
@@ -122,6 +123,11 @@ int AllocationFaults::counted()
     return sCounted;
 }
 
+int AllocationFaults::arraysFreed()
+{
+    return sArraysFreed;
+}
+
 bool AllocationFaults::reachesMalloc()
 {
     return IXLAL_OWN_MALLOC != 0;
@@ -163,6 +169,7 @@ void operator delete(void* iMemory) noexcept
 
 void operator delete[](void* iMemory) noexcept
 {
+    ++sArraysFreed;
     _free(iMemory);
 }
 
@@ -173,7 +180,7 @@ void operator delete(void* iMemory, std::size_t) noexcept
 
 void operator delete[](void* iMemory, std::size_t) noexcept
 {
-    _free(iMemory);
+    operator delete[](iMemory);
 }
 
 #if IXLAL_OWN_MALLOC

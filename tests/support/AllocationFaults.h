@@ -29,6 +29,9 @@ struct AllocationFaults
     static void startCounting();
     static int counted();
 
+    /// Arrays that this thread has freed by operator delete[] so far.
+    static int arraysFreed();
+
     /// Whether eAll reaches further than eObjects. A sanitizer has a malloc of its own, which a
     /// second one in the binary would blind; the counting of lines dies without memory.
     static bool reachesMalloc();
