@@ -3,7 +3,7 @@
 #include "logger/PLogger.h"
 #include "support/BenchDir.h"
 
-#include <chrono>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -130,19 +130,42 @@ private:
 
     static char* _encode(const wchar_t* iBegin, const wchar_t* iEnd, char* oBytes)
     {
-        for (; iBegin != iEnd; ++iBegin)
+        while (iBegin != iEnd)
         {
-            const auto character = static_cast<unsigned int>(*iBegin);
-            if (character - 0x0E < 0x80 - 0x0E)
+            const std::size_t plain = _copyPlain(iBegin, iEnd, oBytes);
+            iBegin += plain;
+            oBytes += plain;
+            if (iBegin != iEnd)
             {
-                *oBytes++ = static_cast<char>(character);
-            }
-            else
-            {
-                oBytes = _encodeOther(character, oBytes);
+                oBytes = _encodeOther(static_cast<unsigned int>(*iBegin++), oBytes);
             }
         }
         return oBytes;
+    }
+
+    /// Printable characters of ASCII, four at a time while there are four.
+    static std::size_t _copyPlain(const wchar_t* iBegin, const wchar_t* iEnd, char* oBytes)
+    {
+        const auto size = static_cast<std::size_t>(iEnd - iBegin);
+        std::size_t done = 0;
+        for (; done + 4 <= size; done += 4)
+        {
+            const auto first = static_cast<std::uint32_t>(iBegin[done]);
+            const auto second = static_cast<std::uint32_t>(iBegin[done + 1]);
+            const auto third = static_cast<std::uint32_t>(iBegin[done + 2]);
+            const auto fourth = static_cast<std::uint32_t>(iBegin[done + 3]);
+            const std::uint32_t all = first | second << 8 | third << 16 | fourth << 24;
+            if ((first | second | third | fourth) >= 0x80 || ((all - 0x20202020u) & 0x80808080u))
+            {
+                break;
+            }
+            std::memcpy(oBytes + done, &all, sizeof all);
+        }
+        for (; done < size && static_cast<std::uint32_t>(iBegin[done]) - 0x20 < 0x60; ++done)
+        {
+            oBytes[done] = static_cast<char>(iBegin[done]);
+        }
+        return done;
     }
 
     static char* _encodeOther(unsigned int iChar, char* oBytes)

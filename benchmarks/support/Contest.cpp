@@ -2,6 +2,7 @@
 
 #include "support/Allocations.h"
 #include "support/SecondThread.h"
+#include "support/Stopwatch.h"
 
 #include <benchmark/benchmark.h>
 #include <cstdio>
@@ -37,8 +38,9 @@ void _measureTurns(benchmark::State& ioState, Body& ioBody)
     }
 }
 
-void _measureTimedTurns(benchmark::State& ioState, Body& ioBody)
+void _measureTimedTurns(benchmark::State& ioState, Body& ioBody, unsigned int iOperations)
 {
+    const unsigned long before = Stopwatch::allocations();
     for (auto _ : ioState)
     {
         const double seconds = ioBody.timedTurn();
@@ -47,8 +49,11 @@ void _measureTimedTurns(benchmark::State& ioState, Body& ioBody)
             ioState.SkipWithError("wrong result");
             return;
         }
-        ioState.SetIterationTime(seconds);
+        ioState.SetIterationTime(seconds / iOperations);
     }
+    const unsigned long allocations = Stopwatch::allocations() - before;
+    ioState.counters["allocations"] =
+        static_cast<double>(allocations) / static_cast<double>(ioState.iterations()) / iOperations;
 }
 
 void _measure(benchmark::State& ioState, const Contest::Entry& iEntry, int iSize, int iThreads)
@@ -62,7 +67,7 @@ void _measure(benchmark::State& ioState, const Contest::Entry& iEntry, int iSize
     }
     if (iEntry.timesItself)
     {
-        _measureTimedTurns(ioState, *body);
+        _measureTimedTurns(ioState, *body, iEntry.of.operations);
     }
     else
     {
@@ -78,18 +83,32 @@ void _measure(benchmark::State& ioState, const Contest::Entry& iEntry, int iSize
     }
 }
 
+/// Only what the turns' own watches let through is counted.
+unsigned int _repeatTimed(Body& ioBody, unsigned int iTurns)
+{
+    unsigned int wrong = 0;
+    CALLGRIND_TOGGLE_COLLECT;
+    for (unsigned int turn = 0; turn < iTurns; ++turn)
+    {
+        wrong += ioBody.timedTurn() < 0;
+    }
+    CALLGRIND_TOGGLE_COLLECT;
+    return wrong;
+}
+
 /// The instructions between the marks are those of the turns and of one call.
 bool _count(const Contest::Entry& iEntry, int iSize)
 {
     const std::unique_ptr<Body> body = iEntry.make(iSize);
     unsigned int wrong = body->repeat(0, kWarmUpTurns);
     const std::string name = _name(iEntry, iSize, 1);
+    const unsigned int turns = iEntry.of.countTurns;
     CALLGRIND_START_INSTRUMENTATION;
     CALLGRIND_ZERO_STATS;
-    wrong += body->repeat(kWarmUpTurns, iEntry.of.countTurns);
+    wrong += iEntry.timesItself ? _repeatTimed(*body, turns) : body->repeat(kWarmUpTurns, turns);
     CALLGRIND_DUMP_STATS_AT(name.c_str());
     CALLGRIND_STOP_INSTRUMENTATION;
-    std::printf("%s %u\n", name.c_str(), iEntry.of.countTurns);
+    std::printf("%s %u\n", name.c_str(), turns * iEntry.of.operations);
     return wrong == 0;
 }
 } // namespace

@@ -18,8 +18,8 @@ public:
     /// by two threads at once when the case is measured so.
     virtual unsigned int repeat(unsigned int iFirst, unsigned int iTurns) = 0;
 
-    /// One turn that takes its own time and returns it in seconds, below 0 for a wrong result; for
-    /// cases that have to prepare each turn.
+    /// One turn that takes its own time with a Stopwatch and returns it in seconds, below 0 for a
+    /// wrong result; for cases that have to prepare each turn.
     virtual double timedTurn() = 0;
 
     /// The bytes that the result of a turn holds; 0 when the case doesn't ask.
@@ -81,6 +81,7 @@ struct Case
     unsigned int turns;          ///< in one sample
     bool twoThreads = false;     ///< also measured while a second thread does the same
     unsigned int countTurns = 0; ///< turns whose instructions are counted; 0 for none
+    unsigned int operations = 1; ///< in one turn that takes its own time
 };
 
 class Contest

@@ -2,6 +2,8 @@
 
 #include "support/BenchDir.h"
 #include "support/InterfacesPlugin.h"
+#include "support/LibraryCopies.h"
+#include "support/Stopwatch.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -42,6 +44,10 @@ void _write(const Host& iHost)
                     "ixlap.configmanager.store.file = store.txt\nbench = bench.prs\n" +
                         iHost.setup.manager);
     iHost.dir.write("config/bench.prs", iHost.setup.config);
+    if (!iHost.setup.store.empty())
+    {
+        iHost.dir.write("config/store.txt", iHost.setup.store);
+    }
     if (iHost.setup.interfaces > 0)
     {
         fs::copy(fs::path(IXLAL_BENCH_PLUGINS) / "libinterfaces.so", iHost.dir.path() / "plugins");
@@ -51,11 +57,13 @@ void _write(const Host& iHost)
 std::vector<PString> _arguments(const Host& iHost)
 {
     const std::wstring path = iHost.dir.path().wstring();
+    const std::wstring plugins = fs::path(iHost.setup.pluginsDir).wstring();
     std::vector<PString> arguments = {
-        (L"core.plugins.dir=" + path + L"/plugins").c_str(),
+        (L"core.plugins.dir=" + (plugins.empty() ? path + L"/plugins" : plugins)).c_str(),
         (L"core.plugins.config.dir=" + path + L"/config").c_str(),
         (L"core.plugins.log.dir=" + path + L"/log").c_str(),
         iHost.setup.pluginLog ? L"core.plugins.log.enable=true" : L"core.plugins.log.enable=false",
+        // A core that frees them sleeps for seconds first.
         L"core.free.plugins.lib=false",
         L"core.notify.exit.timeout=30",
     };
@@ -75,15 +83,23 @@ void CoreHost::need(const HostSetup& iSetup)
         return;
     }
     stop();
+    start(iSetup);
+}
+
+double CoreHost::start(const HostSetup& iSetup)
+{
     sHost = std::make_unique<Host>(iSetup);
     _write(*sHost);
     ::setenv(kInterfacesVariable, std::to_string(iSetup.interfaces).c_str(), 1);
     const std::vector<PString> arguments = _arguments(*sHost);
+    Stopwatch watch;
     const int result = ixlaStart(arguments.data(), static_cast<unsigned int>(arguments.size()));
+    const double seconds = watch.stop();
     if (result != 0)
     {
         _die("The core doesn't start", result);
     }
+    return seconds;
 }
 
 void CoreHost::stop()
@@ -96,6 +112,10 @@ void CoreHost::stop()
     if (result != 0)
     {
         _die("The core doesn't stop", result);
+    }
+    if (!sHost->setup.pluginsDir.empty())
+    {
+        LibraryCopies::unload(sHost->setup.pluginsDir);
     }
     sHost.reset();
 }

@@ -13,7 +13,9 @@ struct HostSetup
     bool coreLog = false;   ///< a core log of level 0
     std::string manager;    ///< lines for the manager's configuration, which always has a store
     std::string config;     ///< the file "bench.prs" of the configuration ID "bench"
+    std::string store;      ///< the file of stored values, unless it's empty
     bool pluginLog = false; ///< the plugins' log of level 0 is enabled
+    std::string pluginsDir; ///< of LibraryCopies; the core's own directory if it's empty
 
     bool operator==(const HostSetup&) const = default;
 };
@@ -25,6 +27,9 @@ namespace CoreHost
 /// Starts a core with iSetup unless one is running. Ends the process with a message when it
 /// cannot.
 void need(const HostSetup& iSetup);
+
+/// Starts a core with iSetup, while none is running. Returns the seconds that the call took.
+double start(const HostSetup& iSetup);
 
 /// Stops the core if one is running.
 void stop();

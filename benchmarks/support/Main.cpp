@@ -2,10 +2,16 @@
 //   ixlal-bench [Google Benchmark's options]
 //   ixlal-bench --count [PART OF A NAME]
 
+#include "config/LoadCase.h"
+#include "config/ReadCase.h"
+#include "config/SetCase.h"
+#include "config/StoreCase.h"
 #include "events/SendCase.h"
 #include "logging/FilteredCase.h"
 #include "logging/LogCase.h"
 #include "lookup/LookupCase.h"
+#include "start/FirstRequestCase.h"
+#include "start/StartCase.h"
 #include "support/CoreHost.h"
 #include "support/SecondThread.h"
 
@@ -20,6 +26,12 @@ int main(int iCount, char** iArguments)
     enterSend(contest);
     enterLog(contest);
     enterFiltered(contest);
+    enterRead(contest);
+    enterSet(contest);
+    enterLoad(contest);
+    enterStore(contest);
+    enterStart(contest);
+    enterFirstRequest(contest);
 
     if (iCount > 1 && std::string(iArguments[1]) == "--count")
     {

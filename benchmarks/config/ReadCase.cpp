@@ -1,0 +1,320 @@
+#include "config/ReadCase.h"
+
+#include "IConfigManager.h"
+#include "PBaseptr.h"
+#include "config/FloorConfig.h"
+#include "support/CoreHost.h"
+#include "support/Shuffled.h"
+
+#include <Poco/AutoPtr.h>
+#include <Poco/Util/LayeredConfiguration.h>
+#include <Poco/Util/MapConfiguration.h>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <vector>
+
+namespace
+{
+enum ESource
+{
+    eOwn,
+    eStored,
+    eRunTime,
+    ePinned
+};
+
+bool _isIn(ESource iPlace, ESource iSource)
+{
+    return iPlace == iSource || (iSource == ePinned && iPlace != eStored);
+}
+
+/// The keys asked for, or those that fill the other places.
+std::string _key(int iNumber, bool iAsked)
+{
+    std::string digits = std::to_string(iNumber);
+    digits.insert(0, 5 - digits.size(), '0');
+    return (iAsked ? "service.limit." : "service.other.") + digits;
+}
+
+std::string _value(int iNumber)
+{
+    return std::to_string(100000 + iNumber);
+}
+
+std::wstring _widened(const std::string& iText)
+{
+    return {iText.begin(), iText.end()};
+}
+
+/// Three maps under one lock.
+template <ESource tSource>
+class FloorRead
+{
+public:
+    explicit FloorRead(int iSize)
+    {
+        for (int i = 0; i < iSize; ++i)
+        {
+            fill(fOwn, eOwn, i);
+            fill(fStored, eStored, i);
+            fill(fRunTime, eRunTime, i);
+        }
+    }
+
+    bool getString(std::wstring_view iKey, std::wstring& oValue)
+    {
+        const std::lock_guard lock(fMutex);
+        const FloorRecord* const record = used(iKey);
+        if (record)
+        {
+            oValue.assign(record->value);
+        }
+        return record;
+    }
+
+    bool getInt32(std::wstring_view iKey, int& oValue)
+    {
+        return getString(iKey, fText) && parse(fText, oValue);
+    }
+
+    typedef std::wstring Text;
+    typedef std::wstring_view Key;
+
+private:
+    static void fill(FloorValues& ioValues, ESource iPlace, int iNumber)
+    {
+        FloorRecord& record = ioValues[_widened(_key(iNumber, _isIn(iPlace, tSource)))];
+        record.value = _widened(_value(iPlace == eRunTime && tSource == ePinned ? 0 : iNumber));
+        record.pinned = iPlace == eOwn && tSource == ePinned;
+    }
+
+    static const FloorRecord* find(const FloorValues& iValues, std::wstring_view iKey)
+    {
+        const auto found = iValues.find(iKey);
+        return found != iValues.end() ? &found->second : nullptr;
+    }
+
+    const FloorRecord* used(std::wstring_view iKey) const
+    {
+        const FloorRecord* const own = find(fOwn, iKey);
+        if (own && own->pinned)
+        {
+            return own;
+        }
+        const FloorRecord* const stored = find(fStored, iKey);
+        if (stored && stored->pinned)
+        {
+            return stored;
+        }
+        const FloorRecord* const runTime = find(fRunTime, iKey);
+        return runTime ? runTime : stored ? stored : own;
+    }
+
+    static bool parse(std::wstring_view iText, int& oValue)
+    {
+        const bool negative = !iText.empty() && iText.front() == L'-';
+        iText.remove_prefix(negative);
+        int value = 0;
+        for (const wchar_t digit : iText)
+        {
+            if (digit < L'0' || digit > L'9' || __builtin_mul_overflow(value, 10, &value) ||
+                __builtin_sub_overflow(value, digit - L'0', &value))
+            {
+                return false;
+            }
+        }
+        return !iText.empty() && (negative || !__builtin_sub_overflow(0, value, &value)) &&
+               (oValue = value, true);
+    }
+
+    std::mutex fMutex;
+    FloorValues fOwn;
+    FloorValues fStored;
+    FloorValues fRunTime;
+    std::wstring fText;
+};
+
+template <ESource tSource>
+class OurRead
+{
+public:
+    explicit OurRead(int iSize)
+    {
+        CoreHost::need(setup(iSize));
+        auto* const manager = CoreHost::get<IConfigManager>(kIxlaConfigManagerId);
+        for (int i = 0; i < iSize; ++i)
+        {
+            const std::wstring key = _widened(_key(i, _isIn(eRunTime, tSource)));
+            manager->setInt32(L"bench", key.c_str(), tSource == ePinned ? 0 : 100000 + i);
+        }
+        manager->loadByID(L"bench", fConfig);
+    }
+
+    bool getString(const PLiteral& iKey, PString& oValue)
+    {
+        return fConfig->getString(iKey, oValue) == 0;
+    }
+
+    bool getInt32(const PLiteral& iKey, int& oValue)
+    {
+        return fConfig->getInt32(iKey, oValue) == 0;
+    }
+
+    typedef PString Text;
+    typedef PLiteral Key;
+
+private:
+    static HostSetup setup(int iSize)
+    {
+        HostSetup setup;
+        for (int i = 0; i < iSize; ++i)
+        {
+            const std::string own = _key(i, _isIn(eOwn, tSource));
+            setup.config += own + " = " + _value(i) + '\n';
+            setup.config += tSource == ePinned ? own + ":const = true\n" : "";
+            setup.store += "bench|" + _key(i, _isIn(eStored, tSource)) + " = " + _value(i) + '\n';
+        }
+        return setup;
+    }
+
+    PBaseptr<IConfig> fConfig;
+};
+
+/// Three layers, each with a lock and a map of its own, of bytes. Values are copied more than once
+/// on their way, and references to other values inside them are looked for. Nothing can be pinned.
+template <ESource tSource>
+class PocoRead
+{
+public:
+    explicit PocoRead(int iSize) : fLayers(new Poco::Util::LayeredConfiguration)
+    {
+        for (const ESource place : {eRunTime, eStored, eOwn})
+        {
+            Poco::AutoPtr layer(new Poco::Util::MapConfiguration);
+            for (int i = 0; i < iSize; ++i)
+            {
+                layer->setString(_key(i, _isIn(place, tSource)), _value(i));
+            }
+            fLayers->add(layer);
+        }
+    }
+
+    bool getString(const std::string& iKey, std::string& oValue)
+    {
+        oValue = fLayers->getString(iKey);
+        return true;
+    }
+
+    bool getInt32(const std::string& iKey, int& oValue)
+    {
+        oValue = fLayers->getInt(iKey);
+        return true;
+    }
+
+    typedef std::string Text;
+    typedef std::string Key;
+
+private:
+    Poco::AutoPtr<Poco::Util::LayeredConfiguration> fLayers;
+};
+
+/// Asks for the keys in turn, which are made before.
+template <class TRead>
+class Keys
+{
+public:
+    explicit Keys(int iSize) : fRead(iSize), fOrder(iSize)
+    {
+        for (int i = 0; i < iSize; ++i)
+        {
+            fNames.push_back(_key(i, true));
+            fWideNames.push_back(_widened(fNames.back()));
+        }
+        for (std::size_t i = 0; i < fNames.size(); ++i)
+        {
+            if constexpr (std::is_same_v<typename TRead::Key, std::string>)
+            {
+                fKeys.emplace_back(fNames[i]);
+            }
+            else
+            {
+                fKeys.emplace_back(fWideNames[i].c_str());
+            }
+        }
+    }
+
+protected:
+    TRead fRead;
+    const Shuffled fOrder;
+    std::vector<std::string> fNames;
+    std::vector<std::wstring> fWideNames;
+    std::vector<typename TRead::Key> fKeys;
+};
+
+/// Reads into a text that is kept.
+template <class TRead>
+class ReadText : private Keys<TRead>
+{
+public:
+    explicit ReadText(int iSize) : Keys<TRead>(iSize)
+    {
+    }
+
+    bool turn(unsigned int iTurn)
+    {
+        const unsigned int number = this->fOrder[iTurn];
+        return this->fRead.getString(this->fKeys[number], fText) &&
+               fText[5] == static_cast<wchar_t>('0' + number % 10);
+    }
+
+private:
+    typename TRead::Text fText;
+};
+
+template <class TRead>
+class ReadNumber : private Keys<TRead>
+{
+public:
+    explicit ReadNumber(int iSize) : Keys<TRead>(iSize)
+    {
+    }
+
+    bool turn(unsigned int iTurn)
+    {
+        const unsigned int number = this->fOrder[iTurn];
+        int value = 0;
+        return this->fRead.getInt32(this->fKeys[number], value) &&
+               value == static_cast<int>(100000 + number);
+    }
+};
+
+template <ESource tSource>
+void _enter(Contest& ioContest, const std::string& iSource)
+{
+    Case text{"read " + iSource + " text", {100, 10000}, 4000};
+    text.countTurns = 4096;
+    ioContest.enter<ReadText<FloorRead<tSource>>>(text, "floor");
+    ioContest.enter<ReadText<OurRead<tSource>>>(text, "ours");
+
+    Case number{"read " + iSource + " number", {100, 10000}, 4000};
+    number.countTurns = 4096;
+    ioContest.enter<ReadNumber<FloorRead<tSource>>>(number, "floor");
+    ioContest.enter<ReadNumber<OurRead<tSource>>>(number, "ours");
+
+    if constexpr (tSource != ePinned)
+    {
+        ioContest.enter<ReadText<PocoRead<tSource>>>(text, "poco");
+        ioContest.enter<ReadNumber<PocoRead<tSource>>>(number, "poco");
+    }
+}
+} // namespace
+
+void enterRead(Contest& ioContest)
+{
+    _enter<eOwn>(ioContest, "own");
+    _enter<eStored>(ioContest, "stored");
+    _enter<eRunTime>(ioContest, "run-time");
+    _enter<ePinned>(ioContest, "pinned");
+}

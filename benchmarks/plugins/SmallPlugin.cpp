@@ -1,0 +1,75 @@
+// A plugin with one interface ID, to be copied: the copies differ in the digits of the ID.
+
+#include "support/SmallPlugin.h"
+
+#include "IPlugin.h"
+#include "Ixla.h"
+#include "portinglayer/PCounterSync.h"
+
+#include <memory>
+
+// The names are kSmallPluginHook and, in the bytes of the library, kSmallPluginId.
+extern "C"
+{
+    [[gnu::visibility("default")]] SmallPluginHook benchOnInit = nullptr;
+    [[gnu::visibility(
+        "default")]] extern const wchar_t benchId[sizeof kSmallPluginId / sizeof(wchar_t)];
+    // Visible, so that nothing is concluded from what it holds here.
+    const wchar_t benchId[] = L"com.kelvora.bench.small.00000";
+}
+
+namespace
+{
+class SmallPlugin final : public IPlugin
+{
+public:
+    virtual ~SmallPlugin() = default;
+
+    int incRef() override
+    {
+        return ++fRefCount;
+    }
+
+    int decRef() override
+    {
+        const int count = fRefCount.change(-1);
+        if (count == 0)
+        {
+            delete this;
+        }
+        return count;
+    }
+
+    int init() override
+    {
+        if (benchOnInit)
+        {
+            benchOnInit();
+        }
+        return eIxlaOk;
+    }
+
+    PString* getInterfaces(unsigned int& oCount) override
+    {
+        std::unique_ptr<PString[]> ids(new PString[1]);
+        ids[0] = benchId;
+        oCount = 1;
+        return ids.release();
+    }
+
+    int getInstance(const PLiteral& iInterfaceId, IBase*& oInstance) override
+    {
+        const bool known = iInterfaceId.cmp(benchId) == 0;
+        oInstance = known ? this : nullptr;
+        return known ? eIxlaOk : eIxlaUnknownInterface;
+    }
+
+private:
+    PCounterSync fRefCount{0};
+};
+} // namespace
+
+IPlugin* ixlaGetPlugin()
+{
+    return new SmallPlugin;
+}

@@ -1,0 +1,89 @@
+// Checks how much room the core takes, against limits: of its library, of a running core without
+// plugins, and of every interface that is registered. Fails when a limit is exceeded.
+//
+// The program itself isn't linked with the core, so that the memory of a running core can be told
+// from that of a bare process: all that comes with the core counts, the pages of its libraries and
+// of the one that starts it too.
+
+#include "sizes/SizeProbe.h"
+#include "support/BenchDir.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <dlfcn.h>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+namespace
+{
+constexpr int kInterfaces = 10000;
+constexpr long long kLibraryLimit = 250 * 1024;
+constexpr long long kCoreLimit = 1024 * 1024;
+constexpr long long kInterfaceLimit = 300;
+
+[[noreturn]] void _die(const char* iWhat)
+{
+    std::fprintf(stderr, "%s\n", iWhat);
+    std::exit(2);
+}
+
+long long _strippedLibrary()
+{
+    const BenchDir dir(BenchDir::eMemory);
+    const std::string stripped = dir.file("core.so");
+    const std::string command = IXLAL_BENCH_STRIP " -o " + stripped + " " IXLAL_BENCH_CORE;
+    if (std::system(command.c_str()) != 0)
+    {
+        _die("The library cannot be stripped");
+    }
+    return static_cast<long long>(std::filesystem::file_size(stripped));
+}
+
+/// The memory that the process shares with no other one.
+long long _privateBytes()
+{
+    std::ifstream file("/proc/self/smaps_rollup");
+    long long kilobytes = 0;
+    for (std::string line; std::getline(file, line);)
+    {
+        if (line.starts_with("Private_Clean:") || line.starts_with("Private_Dirty:"))
+        {
+            kilobytes += std::stoll(line.substr(line.find(':') + 1));
+        }
+    }
+    return kilobytes * 1024;
+}
+
+SizeProbe* _loadProbe()
+{
+    void* const library = ::dlopen(IXLAL_BENCH_PLUGINS "/libsizeprobe.so", RTLD_NOW);
+    void* const probe = library ? ::dlsym(library, kSizeProbe) : nullptr;
+    if (!probe)
+    {
+        _die(::dlerror());
+    }
+    return reinterpret_cast<SizeProbe*>(probe);
+}
+
+bool _check(const char* iWhat, long long iBytes, long long iLimit)
+{
+    std::printf("%-46s %8lld bytes, limit %8lld\n", iWhat, iBytes, iLimit);
+    return iBytes < iLimit;
+}
+} // namespace
+
+int main()
+{
+    bool held = _check("core library, stripped", _strippedLibrary(), kLibraryLimit);
+
+    const long long bare = _privateBytes();
+    SizeProbe* const probe = _loadProbe();
+    const long long core = probe(0);
+    const long long started = _privateBytes();
+    held = _check("private memory of a core without plugins", started - bare, kCoreLimit) && held;
+
+    const long long each = (probe(kInterfaces) - core + kInterfaces - 1) / kInterfaces;
+    held = _check("allocated for each registered interface", each, kInterfaceLimit) && held;
+    return held ? 0 : 1;
+}
