@@ -39,7 +39,7 @@ public:
 
 private:
     const PDescriptor& fFile;
-    char fFront[1024];
+    char fFront[1024] = {};
     const ssize_t fFrontSize;
 };
 
