@@ -1,5 +1,6 @@
 #include "PLogFile.h"
 
+#include "PLogNumbers.h"
 #include "PLogText.h"
 #include "PSafeWrite.h"
 #include "portinglayer/PUtf8.h"
@@ -7,8 +8,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <limits>
-
-#include <unistd.h>
 
 namespace
 {
@@ -21,24 +20,13 @@ constexpr std::string_view kLossError = " err: ";
 constexpr std::size_t kDumpBytesEach = 4;
 constexpr int kOffsetDigits = 8;
 
-/// The number of the calling thread, asked for once. A forked child is another process, where the
-/// kept number is that of the parent's thread.
-pid_t _threadNumber(pid_t iProcess) noexcept
-{
-    static thread_local pid_t sProcess = 0;
-    static thread_local pid_t sThread = 0;
-    if (sProcess != iProcess)
-    {
-        sThread = ::gettid();
-        sProcess = iProcess;
-    }
-    return sThread;
-}
-
+/// The tag between blanks.
 std::string _encodeTag(const PLiteral& iTag)
 {
-    PLogLine line(iTag.len() * std::size_t{PUtf8::eMaxBytes} + 1);
+    PLogLine line(iTag.len() * std::size_t{PUtf8::eMaxBytes} + 2);
+    line.add(' ');
     line.addText(iTag.ptr(), iTag.len());
+    line.add(' ');
     return std::string(line.bytes());
 }
 
@@ -185,17 +173,10 @@ int PLogFile::nl_lose(int iResult) noexcept
 
 void PLogFile::nl_addHeader(char iKind) noexcept
 {
-    const pid_t process = ::getpid();
     fLine.add(fClock.now());
-    fLine.add(' ');
-    fLine.addNumber(process);
-    fLine.add(':');
-    fLine.addNumber(_threadNumber(process));
-    fLine.add(' ');
+    fLine.add(PLogNumbers::own());
     fLine.add(iKind);
-    fLine.add(' ');
     fLine.add(fTag);
-    fLine.add(' ');
 }
 
 void PLogFile::nl_addLossReport() noexcept

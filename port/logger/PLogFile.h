@@ -54,7 +54,7 @@ private:
     void nl_addHeader(char iKind) noexcept IXLA_REQUIRES(fMutex);
     void nl_addLossReport() noexcept IXLA_REQUIRES(fMutex);
 
-    const std::string fTag;       ///< as it stands in the lines
+    const std::string fTag;       ///< as it stands in the lines, with its blanks
     const std::size_t fFixedRoom; ///< for all that goes out with a text
     PLogMutex fMutex;
     PLogClock fClock IXLA_GUARDED_BY(fMutex);

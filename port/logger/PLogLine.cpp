@@ -2,13 +2,54 @@
 
 #include "portinglayer/PUtf8.h"
 
+#include <algorithm>
+#include <bit>
 #include <cerrno>
 #include <charconv>
+#include <cstdint>
 #include <cstring>
 #include <new>
 
+static_assert(std::endian::native == std::endian::little, "_copyPlain puts bytes together so");
+
 namespace
 {
+bool _isPlain(wchar_t iChar)
+{
+    return iChar >= 0x20 && iChar < 0x80;
+}
+
+std::uint32_t _bits(wchar_t iChar)
+{
+    // NOLINTNEXTLINE(bugprone-signed-char-misuse,cert-str34-c): a wchar_t has 32 bits
+    return static_cast<std::uint32_t>(iChar);
+}
+
+/// Copies characters of ASCII, up to the first other or control character; returns how many. Takes
+/// four at a time: of their bytes together, one below a blank lends from its highest bit.
+std::size_t _copyPlain(const wchar_t* iText, std::size_t iLen, char* oBytes)
+{
+    std::size_t done = 0;
+    for (; done + 4 <= iLen; done += 4)
+    {
+        const std::uint32_t first = _bits(iText[done]);
+        const std::uint32_t second = _bits(iText[done + 1]);
+        const std::uint32_t third = _bits(iText[done + 2]);
+        const std::uint32_t fourth = _bits(iText[done + 3]);
+        const std::uint32_t bytes = first | second << 8 | third << 16 | fourth << 24;
+        if ((first | second | third | fourth) >= 0x80 || ((bytes - 0x20202020u) & 0x80808080u) != 0)
+        {
+            break;
+        }
+        std::memcpy(oBytes + done, &bytes, sizeof bytes);
+    }
+    for (; done < iLen && _isPlain(iText[done]); ++done)
+    {
+        oBytes[done] = static_cast<char>(iText[done]);
+    }
+    return done;
+}
+
 /// The letter that shows a character which would break the line; 0 for all others.
 char _escapeLetter(wchar_t iChar)
 {
@@ -23,6 +64,12 @@ char _escapeLetter(wchar_t iChar)
     default:
         return 0;
     }
+}
+
+/// Whether a character ends a run of those that only PUtf8 can write.
+bool _endsForeign(wchar_t iChar)
+{
+    return _isPlain(iChar) || _escapeLetter(iChar) != 0;
 }
 } // namespace
 
@@ -49,12 +96,6 @@ int PLogLine::reset(std::size_t iRoom) noexcept
     return 0;
 }
 
-void PLogLine::add(std::string_view iBytes) noexcept
-{
-    std::memcpy(fBytes + fSize, iBytes.data(), iBytes.size());
-    fSize += iBytes.size();
-}
-
 void PLogLine::addNumber(long long iNumber) noexcept
 {
     char digits[24];
@@ -72,18 +113,26 @@ void PLogLine::addHex(unsigned int iNumber, int iDigits) noexcept
 
 void PLogLine::addText(const wchar_t* iText, std::size_t iLen) noexcept
 {
-    std::size_t begin = 0;
-    for (std::size_t i = 0; i < iLen; ++i)
+    const wchar_t* const end = iText + iLen;
+    for (;;)
     {
-        const char letter = _escapeLetter(iText[i]);
-        if (letter == 0)
+        const std::size_t plain =
+            _copyPlain(iText, static_cast<std::size_t>(end - iText), fBytes + fSize);
+        fSize += plain;
+        iText += plain;
+        if (iText == end)
         {
+            return;
+        }
+        if (const char letter = _escapeLetter(*iText))
+        {
+            add('\\');
+            add(letter);
+            ++iText;
             continue;
         }
-        fSize += PUtf8::encodeLine(iText + begin, i - begin, fBytes + fSize);
-        add('\\');
-        add(letter);
-        begin = i + 1;
+        const wchar_t* const rest = std::find_if(iText, end, &_endsForeign);
+        fSize += PUtf8::encodeLine(iText, static_cast<std::size_t>(rest - iText), fBytes + fSize);
+        iText = rest;
     }
-    fSize += PUtf8::encodeLine(iText + begin, iLen - begin, fBytes + fSize);
 }

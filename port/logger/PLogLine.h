@@ -3,6 +3,7 @@
 #define IXLAL_PLOGLINE_H
 
 #include <cstddef>
+#include <cstring>
 #include <memory>
 #include <string_view>
 
@@ -22,7 +23,11 @@ public:
         fBytes[fSize++] = iByte;
     }
 
-    void add(std::string_view iBytes) noexcept;
+    void add(std::string_view iBytes) noexcept
+    {
+        std::memcpy(fBytes + fSize, iBytes.data(), iBytes.size());
+        fSize += iBytes.size();
+    }
 
     /// Decimal digits, 20 at most.
     void addNumber(long long iNumber) noexcept;

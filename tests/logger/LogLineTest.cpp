@@ -155,6 +155,36 @@ TEST_F(LogLine, BreaksAndZerosInTheTextAreShown)
     EXPECT_THAT(texts(), ElementsAre("a\\nb\\r\\nc\\0d"));
 }
 
+TEST_F(LogLine, ShowsEveryCharacterWhereverItStands)
+{
+    const std::vector<std::pair<wchar_t, std::string>> characters = {
+        {L'\t', "\t"},
+        {L'\x1F', "\x1F"},
+        {L' ', " "},
+        {L'\x7F', "\x7F"},
+        {L'\x80', "\xC2\x80"},
+        {L'\u00e4', "\xC3\xA4"},
+        {L'\U0001F600', "\xF0\x9F\x98\x80"},
+        {static_cast<wchar_t>(0xDCFF), "\xFF"},
+        {L'\n', "\\n"},
+    };
+    init();
+    std::vector<std::string> expected;
+
+    for (const auto& [character, bytes] : characters)
+    {
+        for (std::size_t place = 0; place < 9; ++place)
+        {
+            std::wstring text(9, L'x');
+            text[place] = character;
+            PLogger::info(logger.get(), 0, L"%ls", text.c_str());
+            expected.push_back(filler(place) + bytes + filler(8 - place));
+        }
+    }
+
+    EXPECT_EQ(expected, texts());
+}
+
 TEST_F(LogLine, BreaksInTheTagAreShown)
 {
     init({.tag = "a\nb"});
