@@ -273,8 +273,10 @@ int PLogSink::append(std::string_view iBytes) noexcept
     std::size_t done = 0;
     while (done < iBytes.size())
     {
-        const ssize_t written =
-            PSafeWrite::write(fHandle, iBytes.data() + done, iBytes.size() - done);
+        const char* const rest = iBytes.data() + done;
+        const std::size_t size = iBytes.size() - done;
+        const ssize_t written = fRegular ? PSafeWrite::writeFile(fHandle, rest, size, fSize + done)
+                                         : PSafeWrite::write(fHandle, rest, size);
         if (written <= 0)
         {
             cutOff(done);

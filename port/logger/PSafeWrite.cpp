@@ -5,7 +5,28 @@
 
 #include <cerrno>
 
+#include <sys/resource.h>
+#include <sys/syscall.h>
 #include <unistd.h>
+
+namespace
+{
+// In 32-bit the older call takes half the time of the one that counts in 64 bits. It shows limits
+// that it cannot count up to as none.
+#ifdef SYS_ugetrlimit
+constexpr long kGetLimit = SYS_ugetrlimit;
+#else
+constexpr long kGetLimit = SYS_getrlimit;
+#endif
+constexpr unsigned long kMostCounted = ~0ul;
+
+/// Whether the process may give files any size up to kMostCounted.
+bool _isSizeUnlimited() noexcept
+{
+    unsigned long limit[2] = {}; // the one that counts, and how high it may be set
+    return ::syscall(kGetLimit, RLIMIT_FSIZE, limit) == 0 && limit[0] == kMostCounted;
+}
+} // namespace
 
 ssize_t PSafeWrite::write(int iHandle, const char* iBytes, std::size_t iSize) noexcept
 {
@@ -18,6 +39,17 @@ ssize_t PSafeWrite::write(int iHandle, const char* iBytes, std::size_t iSize) no
     const int error = errno;
     signals.takeBack(error);
     return -error;
+}
+
+ssize_t PSafeWrite::writeFile(int iHandle, const char* iBytes, std::size_t iSize,
+                              unsigned long long iFileSize) noexcept
+{
+    if (iFileSize >= kMostCounted - iSize || !_isSizeUnlimited())
+    {
+        return write(iHandle, iBytes, iSize);
+    }
+    const ssize_t written = PRetry::call([=] { return ::write(iHandle, iBytes, iSize); });
+    return written < 0 ? -errno : written;
 }
 
 void PSafeWrite::print(std::string_view iBytes) noexcept

@@ -16,6 +16,12 @@ public:
     /// written, which may be fewer than asked for, or a negated errno.
     static ssize_t write(int iHandle, const char* iBytes, std::size_t iSize) noexcept;
 
+    /// The same to the end of a regular file of iFileSize bytes, where only the size can raise a
+    /// signal: signals are held back unless the process may give files any size, which takes less
+    /// time to ask. A limit that another thread sets meanwhile counts from the next write on.
+    static ssize_t writeFile(int iHandle, const char* iBytes, std::size_t iSize,
+                             unsigned long long iFileSize) noexcept;
+
     /// Writes to the standard error stream; what cannot be written is dropped.
     static void print(std::string_view iBytes) noexcept;
 };

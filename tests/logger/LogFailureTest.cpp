@@ -268,6 +268,17 @@ TEST_F(LogSizeLimit, OfTheProcessNeitherEndsItNorTearsLines)
     EXPECT_EQ(lossReport(2, -EFBIG), texts()[texts().size() - 2]);
 }
 
+TEST_F(LogSizeLimit, SetBelowTheEndOfTheFileDoesNotEndTheProcess)
+{
+    init();
+    info("a");
+
+    limit(1);
+
+    EXPECT_EQ(-EFBIG, info("lost"));
+    EXPECT_THAT(texts(), ElementsAre("a"));
+}
+
 TEST_F(LogSizeLimit, LeavesNoSignalPending)
 {
     init();
