@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that are missing: install-deps.sh build|test
+# Installs the Debian packages that are missing: install-deps.sh build|test|bench|plots
 set -eu
 
 packages=(g++ g++-multilib cmake ninja-build)
@@ -7,6 +7,11 @@ if [ "${1:-build}" = test ]; then
     packages+=(googletest binutils file python3)
     packages+=(clang libclang-rt-dev clang-tidy cppcheck abigail-tools gcovr)
 fi
+
+case ${1:-build} in
+    bench) packages+=(valgrind python3) ;;
+    plots) packages+=(valgrind python3 python3-matplotlib) ;;
+esac
 
 missing=()
 for package in "${packages[@]}"; do

@@ -238,6 +238,20 @@ TEST_F(LogRotation, TwoLoggersOfOneFileLoseNothing)
     EXPECT_FALSE(exists("test.log.9"));
 }
 
+TEST_F(LogRotation, FileThatStandsInForAFullOneIsNotMoved)
+{
+    init({.maxSize = sizeOf(2), .parts = 2});
+    write({"a", "b"});
+    fs::rename(dir.path() / "test.log", dir.path() / "saved.log");
+    dir.write("test.log", "x\n");
+
+    write({"c"});
+
+    EXPECT_THAT(texts("saved.log"), ElementsAre("a", "b"));
+    EXPECT_THAT(lines("test.log"), ElementsAre("x", HasSubstr("c")));
+    EXPECT_FALSE(exists("test.log.1"));
+}
+
 TEST_F(LogRotation, DeletedFullFileIsMadeAgain)
 {
     init({.maxSize = sizeOf(1), .parts = 1});

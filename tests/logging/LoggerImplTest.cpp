@@ -88,6 +88,15 @@ TEST_F(LoggerImpl, DumpsBytes)
     EXPECT_THAT(texts("own.log"), ElementsAre("00000000  61 62  |ab|", "00000002  63     |c|"));
 }
 
+TEST_F(LoggerImpl, DumpOfNothingWritesNothing)
+{
+    const PBaseptr<ILogger> logger = make();
+
+    EXPECT_EQ(0, logger->dumpHex(0, "abc", 0, 16));
+
+    EXPECT_THAT(texts("own.log"), ElementsAre());
+}
+
 TEST_F(LoggerImpl, DumpOfANegativeSizeIsRefused)
 {
     const PBaseptr<ILogger> logger = make();

@@ -166,6 +166,18 @@ TEST_F(MutexTest, GuardHoldsItForAScope)
     EXPECT_EQ(0, mutex.close());
 }
 
+TEST_F(MutexTest, GuardThatCouldNotLockLeavesTheLockOfItsCaller)
+{
+    PMutex once;
+    ASSERT_EQ(0, once.init(false));
+    ASSERT_EQ(0, once.lock());
+    {
+        const PLockGuard guard(once);
+        EXPECT_EQ(-35, guard.result());
+    }
+    EXPECT_EQ(0, once.unlock());
+}
+
 TEST_F(MutexTest, GuardTellsThatLockingFailed)
 {
     ASSERT_EQ(0, mutex.close());

@@ -1,0 +1,84 @@
+#!/usr/bin/env bash
+# Measures the product beside floors and peers:
+#   bench.sh              everything: table, JSON and plots in build/bench/results
+#   bench.sh --short      each case once; fails on allocations, sizes and instructions, never on times
+#   bench.sh --record     as --short, but records the instructions as the new baseline
+# All contestants of a case run in one process, in turns. Instructions are counted by callgrind.
+set -eu
+
+root=$(cd "$(dirname "$0")/.." && pwd)
+build=$root/build/bench
+results=$build/results
+# Debian's own interpreter, for which its packages are installed.
+report=(/usr/bin/python3 "$root/scripts/bench_report.py" "$results")
+repetitions=20
+# The cases whose instructions the baseline holds.
+baseline_cases=(lookup send read filtered)
+
+prepare() {
+    "$root/scripts/install-deps.sh" "$1"
+    "$root/scripts/fetch-peers.sh"
+    cd "$root"
+    cmake --preset bench >build/configure.log || {
+        cat build/configure.log
+        exit 1
+    }
+    cmake --build --preset bench
+    rm -rf "$results"
+    mkdir -p "$results"
+}
+
+# measure REPETITIONS
+measure() {
+    "$build/bin/ixlal-bench" --benchmark_repetitions="$1" \
+        --benchmark_enable_random_interleaving=true \
+        --benchmark_out="$results/times.json" --benchmark_out_format=json \
+        >"$results/times.log" 2>"$results/errors.log" || {
+        cat "$results/errors.log"
+        exit 1
+    }
+}
+
+# count [PART OF A CASE'S NAME]
+count() {
+    local counts=$results/counts-${1:-all}
+    mkdir -p "$counts"
+    valgrind --tool=callgrind --instr-atstart=no --callgrind-out-file="$counts/out" \
+        "$build/bin/ixlal-bench" --count "${1:-}" >"$counts/turns" 2>"$counts/log" || {
+        cat "$counts/log"
+        exit 1
+    }
+}
+
+measure_briefly() {
+    local name
+    measure 1
+    for name in "${baseline_cases[@]}"; do
+        count "$name"
+    done
+    "$build/bin/ixlal-sizes" 2>/dev/null
+}
+
+case ${1-} in
+    "")
+        prepare plots
+        measure "$repetitions"
+        count
+        "$build/bin/ixlal-sizes" 2>/dev/null | tee "$results/sizes"
+        "${report[@]}" report
+        ;;
+    --short)
+        prepare bench
+        measure_briefly
+        "${report[@]}" check
+        ;;
+    --record)
+        prepare bench
+        measure_briefly
+        "${report[@]}" record
+        ;;
+    *)
+        sed -n '2,6s/^# \?//p' "$0"
+        exit 2
+        ;;
+esac
