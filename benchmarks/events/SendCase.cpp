@@ -2,7 +2,7 @@
 
 #include "IEventDispatcher.h"
 #include "PBaseptr.h"
-#include "portinglayer/PCounterSync.h"
+#include "shared/PCounted.h"
 #include "support/CoreHost.h"
 #include "support/Shuffled.h"
 
@@ -118,34 +118,14 @@ public:
     unsigned int count = 0;
 };
 
-class OurListener final : public IEventListener
+class OurListener final : public PCounted<IEventListener>
 {
 public:
-    virtual ~OurListener() = default;
-
-    int incRef() override
-    {
-        return ++fRefCount;
-    }
-
-    int decRef() override
-    {
-        const int count = fRefCount.change(-1);
-        if (count == 0)
-        {
-            delete this;
-        }
-        return count;
-    }
-
     int handleEvent(const PLiteral&, IBase* iParam1, int iParam2) override
     {
         static_cast<Heard*>(iParam1)->count += static_cast<unsigned int>(iParam2);
         return 0;
     }
-
-private:
-    PCounterSync fRefCount{0};
 };
 
 class OurSend

@@ -5,7 +5,7 @@
 
 #include "IPlugin.h"
 #include "Ixla.h"
-#include "portinglayer/PCounterSync.h"
+#include "shared/PCounted.h"
 
 #include <cstdlib>
 #include <memory>
@@ -14,26 +14,9 @@ namespace
 {
 const PLiteral sPrefix(L"com.kelvora.bench.");
 
-class InterfacesPlugin final : public IPlugin
+class InterfacesPlugin final : public PCounted<IPlugin>
 {
 public:
-    virtual ~InterfacesPlugin() = default;
-
-    int incRef() override
-    {
-        return ++fRefCount;
-    }
-
-    int decRef() override
-    {
-        const int count = fRefCount.change(-1);
-        if (count == 0)
-        {
-            delete this;
-        }
-        return count;
-    }
-
     int init() override
     {
         return eIxlaOk;
@@ -57,9 +40,6 @@ public:
         oInstance = known ? this : nullptr;
         return known ? eIxlaOk : eIxlaUnknownInterface;
     }
-
-private:
-    PCounterSync fRefCount{0};
 };
 } // namespace
 

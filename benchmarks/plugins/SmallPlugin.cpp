@@ -4,7 +4,7 @@
 
 #include "IPlugin.h"
 #include "Ixla.h"
-#include "portinglayer/PCounterSync.h"
+#include "shared/PCounted.h"
 
 #include <memory>
 
@@ -20,26 +20,9 @@ extern "C"
 
 namespace
 {
-class SmallPlugin final : public IPlugin
+class SmallPlugin final : public PCounted<IPlugin>
 {
 public:
-    virtual ~SmallPlugin() = default;
-
-    int incRef() override
-    {
-        return ++fRefCount;
-    }
-
-    int decRef() override
-    {
-        const int count = fRefCount.change(-1);
-        if (count == 0)
-        {
-            delete this;
-        }
-        return count;
-    }
-
     int init() override
     {
         if (benchOnInit)
@@ -63,9 +46,6 @@ public:
         oInstance = known ? this : nullptr;
         return known ? eIxlaOk : eIxlaUnknownInterface;
     }
-
-private:
-    PCounterSync fRefCount{0};
 };
 } // namespace
 
