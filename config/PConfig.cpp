@@ -13,7 +13,7 @@ namespace
 /// Texts up to this length are converted without allocating.
 constexpr unsigned int kShortText = 127;
 
-constexpr wchar_t kConstAttribute[] = L"const";
+const PLiteral sConstAttribute(L"const");
 
 PConfigManager* _implementation(const PBaseptr<IConfigManager>& iManager) noexcept
 {
@@ -22,7 +22,7 @@ PConfigManager* _implementation(const PBaseptr<IConfigManager>& iManager) noexce
 } // namespace
 
 PConfig::PConfig(IConfigManager* iManager, const PLiteral& iID)
-    : fRefCount(0), fID(iID), fManager(iManager)
+    : fRefCount(0), fValues(PConfigValues::allocator_type(fArena)), fID(iID), fManager(iManager)
 {
 }
 
@@ -178,12 +178,12 @@ int PConfig::getAttrBinary(const PLiteral& iKey, const PLiteral& iAttribute, uns
 
 int PConfig::__findValue(const PLiteral& iKey, PConfigValue*& oValue) noexcept
 {
-    const PConfigValues::iterator found = fValues.find(iKey);
-    if (found == fValues.end())
+    const PConfigPlace place(fValues, iKey);
+    if (!place.found)
     {
         return eIxlaNotFound;
     }
-    oValue = &found->second;
+    oValue = &place.at->second;
     return eIxlaOk;
 }
 
@@ -193,7 +193,8 @@ int PConfig::_findUsedValue(const PLiteral& iKey, const PLiteral& iAttribute,
     Records records;
     // No own record is one of the cases to choose from.
     (void)__findValue(iKey, records.own);
-    const int result = findInManager(iKey, records);
+    const bool pinned = records.own && _isPinned(*records.own);
+    const int result = pinned ? needStore() : findInManager(iKey, records);
     return result != 0 ? result : _choose(records, iAttribute, oValue);
 }
 
@@ -205,21 +206,27 @@ int PConfig::findOwnValue(const PLiteral& iKey, const PLiteral& iAttribute,
     return result != 0 ? result : _choose(records, iAttribute, oValue);
 }
 
-// A store that cannot be read counts as one without values; only lack of memory is passed on,
-// because it says nothing about what the store holds.
 int PConfig::findInManager(const PLiteral& iKey, Records& oRecords) noexcept
 {
-    if (!fManager || fID.len() == 0)
+    if (!hasSources())
     {
         return eIxlaOk;
     }
-    PConfigManager& manager = *_implementation(fManager);
-    if (manager.findDynamicValue(fID, iKey, oRecords.dynamic) == eIxlaNoMemory ||
-        manager.findLoadedValue(fID, iKey, oRecords.stored) == eIxlaNoMemory)
-    {
-        return eIxlaNoMemory;
-    }
-    return eIxlaOk;
+    const int result =
+        _implementation(fManager)->findValues(fID, iKey, oRecords.dynamic, oRecords.stored);
+    return result == eIxlaNoMemory ? result : eIxlaOk;
+}
+
+// The first read of all reads the store, whatever it answers from.
+int PConfig::needStore() noexcept
+{
+    const int result = hasSources() ? _implementation(fManager)->needLoadedStore() : eIxlaOk;
+    return result == eIxlaNoMemory ? result : eIxlaOk;
+}
+
+bool PConfig::hasSources() const noexcept
+{
+    return fManager && fID.len() != 0;
 }
 
 // Readers without the lock run this beside others, so the cache is read and set atomically.
@@ -229,8 +236,12 @@ bool PConfig::_isPinned(PConfigValue& ioRecord) noexcept
     {
         return true;
     }
+    if (ioRecord.fAttributes.empty())
+    {
+        return false;
+    }
     bool pinned = false;
-    const auto attribute = ioRecord.fAttributes.find(PLiteral(kConstAttribute));
+    const auto attribute = ioRecord.fAttributes.find(sConstAttribute);
     if (attribute == ioRecord.fAttributes.end() ||
         PUtils::strToBool(attribute->second, pinned) != 0 || !pinned)
     {
@@ -277,7 +288,7 @@ int PConfig::read(const PLiteral& iKey, const PLiteral& iAttribute, const TCopy&
         return allowed;
     }
     std::optional<PLockGuard> lock;
-    if (fManager && fID.len() != 0)
+    if (hasSources())
     {
         lock.emplace(_implementation(fManager)->mutex());
     }

@@ -83,7 +83,10 @@ private:
     static int _choose(const Records& iRecords, const PLiteral& iAttribute,
                        PConfigValue*& oValue) noexcept;
 
+    // A store that cannot be read counts as one without values; only lack of memory is passed on.
     int findInManager(const PLiteral& iKey, Records& oRecords) noexcept;
+    int needStore() noexcept;
+    bool hasSources() const noexcept;
     int findOwnValue(const PLiteral& iKey, const PLiteral& iAttribute,
                      PConfigValue*& oValue) noexcept;
 
@@ -96,6 +99,7 @@ private:
                    TValue&... oValue) noexcept;
 
     PCounterSync fRefCount;
+    PConfigArena fArena; ///< the records of fValues, and the texts of those that were read
     PConfigValues fValues;
     PString fID;
     PBaseptr<IConfigManager> fManager;

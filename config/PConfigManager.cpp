@@ -7,11 +7,14 @@
 #include "config/PConfigChanged.h"
 #include "config/PConfigResult.h"
 #include "config/PStoreWriter.h"
+#include "portinglayer/PBlank.h"
 #include "portinglayer/PFile.h"
 #include "portinglayer/PLockGuard.h"
 #include "portinglayer/PUtils.h"
 
 #include <algorithm>
+#include <cwchar>
+#include <tuple>
 #include <utility>
 
 namespace
@@ -31,6 +34,64 @@ void _makeStoreKey(const PLiteral& iID, const PLiteral& iKey, PString& oStoreKey
     oStoreKey = iID;
     oStoreKey += L"|";
     oStoreKey += iKey;
+}
+
+/// The parts of a line.
+struct LineParts
+{
+    PSpan key;
+    PSpan attribute; ///< empty for a value
+    PSpan value;
+};
+
+/// See _parseLine.
+int _split(const PSpan& iLine, LineParts& oParts) noexcept
+{
+    const auto between = [](const wchar_t* iBegin, const wchar_t* iEnd)
+    {
+        return PBlank::trimmed(iBegin, static_cast<unsigned int>(iEnd - iBegin));
+    };
+    const wchar_t* const end = iLine.text + iLine.len;
+    const wchar_t* const equals = std::find(iLine.text, end, L'=');
+    if (equals == end)
+    {
+        return eIxlaBadConfigLine;
+    }
+    const wchar_t* const colon = std::find(iLine.text, equals, L':');
+    const PSpan key = between(iLine.text, colon);
+    if (key.len == 0)
+    {
+        return eIxlaBadConfigLine;
+    }
+    oParts.key = key;
+    oParts.attribute = between(colon != equals ? colon + 1 : equals, equals);
+    oParts.value = between(equals + 1, end);
+    return eIxlaOk;
+}
+
+/// Inserts a value. Throws std::bad_alloc.
+void _insert(PConfigValues& ioValues, PConfigValues::iterator iPlace, const PLiteral& iKey,
+             const PLiteral& iValue)
+{
+    ioValues.emplace_hint(iPlace, std::piecewise_construct, std::forward_as_tuple(iKey),
+                          std::forward_as_tuple(iValue));
+}
+
+/// Keeps a line that was read into the room of an arena, before anything else is made there; the
+/// parts are then those of what is kept. Throws std::bad_alloc.
+void _keep(PConfigArena& ioArena, LineParts& ioParts)
+{
+    const wchar_t* const line = ioParts.key.text;
+    const auto len = static_cast<std::size_t>(ioParts.value.text + ioParts.value.len + 1 - line);
+    auto* const kept = static_cast<wchar_t*>(ioArena.take(len * sizeof(wchar_t)));
+    if (kept != line)
+    {
+        std::wmemmove(kept, line, len);
+    }
+    for (PSpan* part : {&ioParts.key, &ioParts.attribute, &ioParts.value})
+    {
+        part->text = kept + (part->text - line);
+    }
 }
 
 /// Removes a key, or one attribute of it when iAttribute isn't null.
@@ -184,34 +245,16 @@ PMutex& PConfigManager::mutex() noexcept
 int PConfigManager::_parseLine(const PLiteral& iLine, PString& oKey, PString& oAttribute,
                                PString& oValue) noexcept
 {
-    unsigned int equals = 0;
-    if (!iLine.chr(L'=', equals))
+    LineParts parts = {};
+    const int result = _split({iLine.ptr(), iLine.len()}, parts);
+    if (result != 0)
     {
-        return eIxlaBadConfigLine;
+        return result;
     }
-    unsigned int colon = 0;
-    const bool hasAttribute = iLine.chr(L':', colon) && colon < equals;
-    ShortText key;
-    if (key.set(iLine.ptr(), hasAttribute ? colon : equals) != 0)
-    {
-        return eIxlaNoMemory;
-    }
-    key.trim();
-    if (key.len() == 0)
-    {
-        return eIxlaBadConfigLine;
-    }
-
-    const unsigned int nameStart = hasAttribute ? colon + 1 : equals;
-    const unsigned int valueStart = equals + 1;
-    if (oAttribute.set(iLine.ptr() + nameStart, equals - nameStart) != 0 ||
-        oValue.set(iLine.ptr() + valueStart, iLine.len() - valueStart) != 0 || oKey.set(key) != 0)
-    {
-        return eIxlaNoMemory;
-    }
-    oAttribute.trim();
-    oValue.trim();
-    return eIxlaOk;
+    const bool copied = oAttribute.set(parts.attribute.text, parts.attribute.len) == 0 &&
+                        oValue.set(parts.value.text, parts.value.len) == 0 &&
+                        oKey.set(parts.key.text, parts.key.len) == 0;
+    return copied ? eIxlaOk : eIxlaNoMemory;
 }
 
 int PConfigManager::_checkAllowedChars(const PLiteral& iID, const PLiteral& iKey,
@@ -236,15 +279,15 @@ int PConfigManager::_addValue(PConfigValues& ioValues, const PLiteral& iKey,
     return ixlaGuarded(
         [&]
         {
-            const PConfigValues::iterator place = ioValues.lower_bound(iKey);
-            if (place != ioValues.end() && place->first == iKey)
+            const PConfigPlace place(ioValues, iKey);
+            if (place.found)
             {
-                place->second.fValue = iValue;
-                return eIxlaOk;
+                place.at->second.fValue = iValue;
             }
-            PConfigValue record;
-            record.fValue = iValue;
-            ioValues.emplace_hint(place, iKey, std::move(record));
+            else
+            {
+                _insert(ioValues, place.at, iKey, iValue);
+            }
             return eIxlaOk;
         });
 }
@@ -255,15 +298,15 @@ int PConfigManager::_addAttrValue(PConfigValues& ioValues, const PLiteral& iKey,
     return ixlaGuarded(
         [&]
         {
-            const PConfigValues::iterator place = ioValues.lower_bound(iKey);
-            if (place == ioValues.end() || place->first != iKey)
+            const PConfigPlace place(ioValues, iKey);
+            if (!place.found)
             {
                 PConfigValue record;
                 record.fAttributes.emplace(iAttribute, iValue);
-                ioValues.emplace_hint(place, iKey, std::move(record));
+                ioValues.emplace_hint(place.at, iKey, std::move(record));
                 return eIxlaOk;
             }
-            auto& attributes = place->second.fAttributes;
+            auto& attributes = place.at->second.fAttributes;
             const auto attribute = attributes.lower_bound(iAttribute);
             if (attribute == attributes.end() || attribute->first != iAttribute)
             {
@@ -275,10 +318,10 @@ int PConfigManager::_addAttrValue(PConfigValues& ioValues, const PLiteral& iKey,
 
 int PConfigManager::_removeKey(PConfigValues& ioValues, const PLiteral& iKey) noexcept
 {
-    const PConfigValues::iterator found = ioValues.find(iKey);
-    if (found != ioValues.end())
+    const PConfigPlace place(ioValues, iKey);
+    if (place.found)
     {
-        ioValues.erase(found);
+        ioValues.erase(place.at);
     }
     return eIxlaOk;
 }
@@ -286,12 +329,12 @@ int PConfigManager::_removeKey(PConfigValues& ioValues, const PLiteral& iKey) no
 int PConfigManager::_removeAttr(PConfigValues& ioValues, const PLiteral& iKey,
                                 const PLiteral& iAttribute) noexcept
 {
-    const PConfigValues::iterator found = ioValues.find(iKey);
-    if (found == ioValues.end())
+    const PConfigPlace place(ioValues, iKey);
+    if (!place.found)
     {
         return eIxlaOk;
     }
-    auto& attributes = found->second.fAttributes;
+    auto& attributes = place.at->second.fAttributes;
     const auto attribute = attributes.find(iAttribute);
     if (attribute != attributes.end())
     {
@@ -313,29 +356,57 @@ int PConfigManager::_appendLine(const PLiteral& iLine, Entry& ioEntry,
                : _addAttrValue(ioValues, ioEntry.key, ioEntry.attribute, ioEntry.value);
 }
 
-// A file that cannot be read on counts as ended there, unless it is only memory that is lacking.
-int PConfigManager::_appendLines(PFile& ioFile, PConfigValues& ioValues) noexcept
+int PConfigManager::_appendReadLine(const PSpan& iLine, PConfigValues& ioValues)
 {
-    PString line;
-    Entry entry;
-    for (;;)
+    LineParts parts = {};
+    const int result = _split(iLine, parts);
+    if (result != 0)
     {
+        return result;
+    }
+    const PConfigPlace place(ioValues, PConfigText(parts.key));
+    if (!place.found)
+    {
+        _keep(*ioValues.get_allocator().arena(), parts);
+    }
+    if (parts.attribute.len > 0)
+    {
+        return _addAttrValue(ioValues, PConfigText(parts.key), PConfigText(parts.attribute),
+                             PConfigText(parts.value));
+    }
+    if (place.found)
+    {
+        place.at->second.fValue = PConfigText(parts.value);
+    }
+    else
+    {
+        ioValues.emplace_hint(place.at, std::piecewise_construct, std::forward_as_tuple(parts.key),
+                              std::forward_as_tuple(parts.value));
+    }
+    return eIxlaOk;
+}
+
+// A file that cannot be read on counts as ended there, unless it is only memory that is lacking.
+int PConfigManager::_appendLines(PFile& ioFile, PConfigValues& ioValues)
+{
+    PConfigArena& arena = *ioValues.get_allocator().arena();
+    int result = eIxlaOk;
+    while (result == eIxlaOk)
+    {
+        const PConfigArena::Room room = arena.room();
+        PConfigText line(room.len, room.text);
         const int read = configResult(ioFile.preadLine(line));
         if (read != 0)
         {
             return read == eIxlaNoMemory ? read : 0;
         }
-        line.trim();
-        if (line.len() == 0 || line.ptr()[0] == L'#')
+        const PSpan text = PBlank::trimmed(line.ptr(), line.len());
+        if (text.len > 0 && *text.text != L'#')
         {
-            continue;
-        }
-        const int result = _appendLine(line, entry, ioValues);
-        if (result != 0)
-        {
-            return result;
+            result = _appendReadLine(text, ioValues);
         }
     }
+    return result;
 }
 
 int PConfigManager::_appendArgs(const PString* iArgs, std::size_t iCount,
@@ -400,7 +471,7 @@ int PConfigManager::appendByFile(const PLiteral& iFile, PBaseptr<IConfig> ioConf
     {
         return configResult(result);
     }
-    result = _appendLines(file, _valuesOf(ioConfig));
+    result = ixlaGuarded([&] { return _appendLines(file, _valuesOf(ioConfig)); });
     // Nothing was written, so closing has nothing to tell.
     (void)file.pclose();
     return result;
@@ -709,7 +780,12 @@ int PConfigManager::nl_setString(const PLiteral& iID, const PLiteral& iKey, cons
         return result;
     }
     nl_prepareChange(IConfigChanged::eValueSet, iID, iKey, PLiteral(), oChange);
-    return values->find(iKey) == values->end() ? _addValue(*values, iKey, iValue) : eIxlaOk;
+    const PConfigPlace place(*values, iKey);
+    if (!place.found)
+    {
+        _insert(*values, place.at, iKey, iValue);
+    }
+    return eIxlaOk;
 }
 
 int PConfigManager::nl_setAttrString(const PLiteral& iID, const PLiteral& iKey,
@@ -722,7 +798,7 @@ int PConfigManager::nl_setAttrString(const PLiteral& iID, const PLiteral& iKey,
     {
         return result;
     }
-    if (values->find(iKey) == values->end())
+    if (!PConfigPlace(*values, iKey).found)
     {
         return eIxlaNoValueForAttribute;
     }
@@ -800,12 +876,12 @@ int PConfigManager::nl_findDynamicValue(const PLiteral& iID, const PLiteral& iKe
     {
         return result;
     }
-    const PConfigValues::iterator found = values->find(iKey);
-    if (found == values->end())
+    const PConfigPlace place(*values, iKey);
+    if (!place.found)
     {
         return eIxlaNotFound;
     }
-    oValue = &found->second;
+    oValue = &place.at->second;
     return eIxlaOk;
 }
 
@@ -896,7 +972,7 @@ int PConfigManager::nl_storeAttrString(const PLiteral& iID, const PLiteral& iKey
     ShortText storeKey;
     _makeStoreKey(iID, iKey, storeKey);
     PConfigValues& values = _valuesOf(store);
-    if (values.find(storeKey) == values.end())
+    if (!PConfigPlace(values, storeKey).found)
     {
         return eIxlaNoValueForAttribute;
     }
@@ -988,16 +1064,18 @@ int PConfigManager::nl_saveStore(const PConfigValues& iStore, PStoreWriter& ioWr
     return configResult(ioWriter.write(iStore));
 }
 
+int PConfigManager::nl_needLoadedStore()
+{
+    return fLoadedStore ? static_cast<int>(eIxlaOk) : nl_loadStore(fLoadedStore);
+}
+
 int PConfigManager::nl_findLoadedValue(const PLiteral& iID, const PLiteral& iKey,
                                        PConfigValue*& oValue)
 {
-    if (!fLoadedStore)
+    const int result = nl_needLoadedStore();
+    if (result != 0)
     {
-        const int result = nl_loadStore(fLoadedStore);
-        if (result != 0)
-        {
-            return result;
-        }
+        return result;
     }
     ShortText storeKey;
     _makeStoreKey(iID, iKey, storeKey);
@@ -1013,6 +1091,27 @@ int PConfigManager::nl_getLoadedString(const PLiteral& iID, const PLiteral& iKey
         oValue = record->fValue;
     }
     return result;
+}
+
+// Only lack of memory is passed on, because it says nothing about what the store holds.
+int PConfigManager::nl_findValues(const PLiteral& iID, const PLiteral& iKey,
+                                  PConfigValue*& oDynamic, PConfigValue*& oStored)
+{
+    // No run-time value is no failure.
+    (void)nl_findDynamicValue(iID, iKey, oDynamic);
+    const int result = nl_findLoadedValue(iID, iKey, oStored);
+    return result == eIxlaNoMemory ? result : eIxlaOk;
+}
+
+int PConfigManager::findValues(const PLiteral& iID, const PLiteral& iKey, PConfigValue*& oDynamic,
+                               PConfigValue*& oStored) noexcept
+{
+    return locked(&PConfigManager::nl_findValues, iID, iKey, oDynamic, oStored);
+}
+
+int PConfigManager::needLoadedStore() noexcept
+{
+    return locked(&PConfigManager::nl_needLoadedStore);
 }
 
 int PConfigManager::findLoadedValue(const PLiteral& iID, const PLiteral& iKey,

@@ -16,6 +16,7 @@
 
 class PFile;
 class PStoreWriter;
+struct PSpan;
 
 /// The configuration manager (see IConfigManager). Lives on the heap and must be held in a
 /// PBaseptr before its first use, because every configuration that it makes holds it.
@@ -132,6 +133,14 @@ public:
     int findDynamicValue(const PLiteral& iID, const PLiteral& iKey, PConfigValue*& oValue) noexcept;
     int findLoadedValue(const PLiteral& iID, const PLiteral& iKey, PConfigValue*& oValue) noexcept;
 
+    /// Finds both of them at once. Returns 0, -501, or the mutex's code; records that aren't found
+    /// stay as they were.
+    int findValues(const PLiteral& iID, const PLiteral& iKey, PConfigValue*& oDynamic,
+                   PConfigValue*& oStored) noexcept;
+
+    /// Reads the store unless it was read before. Returns 0 or the code of reading.
+    int needLoadedStore() noexcept;
+
     /// Copy the text of such a record.
     int getDynamicString(const PLiteral& iID, const PLiteral& iKey, PString& oValue) noexcept;
     int getLoadedString(const PLiteral& iID, const PLiteral& iKey, PString& oValue) noexcept;
@@ -194,7 +203,8 @@ private:
 
     static PConfigValues& _valuesOf(const PBaseptr<IConfig>& iConfig) noexcept;
     static int _appendLine(const PLiteral& iLine, Entry& ioEntry, PConfigValues& ioValues) noexcept;
-    static int _appendLines(PFile& ioFile, PConfigValues& ioValues) noexcept;
+    static int _appendReadLine(const PSpan& iLine, PConfigValues& ioValues);
+    static int _appendLines(PFile& ioFile, PConfigValues& ioValues);
     static int _appendArgs(const PString* iArgs, std::size_t iCount,
                            const PBaseptr<IConfig>& ioConfig) noexcept;
     static void _announce(const Change& iChange) noexcept;
@@ -237,6 +247,9 @@ private:
         IXLA_REQUIRES(fMutex);
     int nl_loadStore(PBaseptr<IConfig>& oStore) IXLA_REQUIRES(fMutex);
     int nl_saveStore(const PConfigValues& iStore, PStoreWriter& ioWriter) IXLA_REQUIRES(fMutex);
+    int nl_needLoadedStore() IXLA_REQUIRES(fMutex);
+    int nl_findValues(const PLiteral& iID, const PLiteral& iKey, PConfigValue*& oDynamic,
+                      PConfigValue*& oStored) IXLA_REQUIRES(fMutex);
     int nl_findLoadedValue(const PLiteral& iID, const PLiteral& iKey, PConfigValue*& oValue)
         IXLA_REQUIRES(fMutex);
     int nl_getLoadedString(const PLiteral& iID, const PLiteral& iKey, PString& oValue)

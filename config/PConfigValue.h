@@ -2,14 +2,28 @@
 #ifndef IXLAL_PCONFIGVALUE_H
 #define IXLAL_PCONFIGVALUE_H
 
-#include "portinglayer/PString.h"
+#include "config/PConfigArena.h"
+#include "config/PConfigText.h"
+#include "config/PSearchText.h"
 
 #include <map>
+#include <utility>
 
 /// A value with its attributes.
 struct PConfigValue
 {
-    PString fValue; ///< empty also for a key that was named only to carry attributes
+    PConfigValue() = default;
+
+    explicit PConfigValue(const PLiteral& iText) : fValue(iText)
+    {
+    }
+
+    /// A value without attributes whose text stays where it is.
+    explicit PConfigValue(const PSpan& iText) noexcept : fValue(iText)
+    {
+    }
+
+    PConfigText fValue; ///< empty also for a key that was named only to carry attributes
     std::map<PString, PString, PLiteralLess> fAttributes;
 
     /// Whether the attribute "const" was ever seen to read as true; a cache that readers fill and
@@ -18,6 +32,17 @@ struct PConfigValue
 };
 
 /// Records by key.
-typedef std::map<PString, PConfigValue, PLiteralLess> PConfigValues;
+typedef std::map<PConfigText, PConfigValue, PSearchLess,
+                 PConfigAllocator<std::pair<const PConfigText, PConfigValue>>>
+    PConfigValues;
+
+/// Where a key is, or where it would be inserted.
+struct PConfigPlace
+{
+    PConfigPlace(PConfigValues& ioValues, const PLiteral& iKey) noexcept;
+
+    PConfigValues::iterator at;
+    bool found;
+};
 
 #endif

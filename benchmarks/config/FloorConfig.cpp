@@ -74,34 +74,26 @@ wchar_t _decodeWide(std::string_view iText, std::size_t& ioPos)
     return static_cast<wchar_t>(valid ? character : 0xDC00u + lead);
 }
 
-void _decode(std::string_view iText, std::wstring& oText)
+std::wstring _decoded(std::string_view iText)
 {
-    oText.resize(iText.size());
-    wchar_t* out = oText.data();
-    for (std::size_t pos = 0; pos < iText.size();)
+    const char* const end = iText.data() + iText.size();
+    const char* const other = std::find_if(iText.data(), end, [](char iByte) { return iByte < 0; });
+    std::wstring text(iText.data(), other);
+    for (auto pos = static_cast<std::size_t>(other - iText.data()); pos < iText.size();)
     {
-        const auto byte = static_cast<unsigned char>(iText[pos]);
-        if (byte < 0x80)
+        if (iText[pos] >= 0)
         {
-            *out++ = byte;
-            ++pos;
+            text += static_cast<wchar_t>(iText[pos++]);
         }
         else
         {
-            *out++ = _decodeWide(iText, pos);
+            text += _decodeWide(iText, pos);
         }
     }
-    oText.resize(static_cast<std::size_t>(out - oText.data()));
-}
-
-std::wstring _decoded(std::string_view iText)
-{
-    std::wstring text;
-    _decode(iText, text);
     return text;
 }
 
-bool _insert(std::string_view iLine, FloorValues& ioValues, std::wstring& ioKey)
+bool _insert(std::string_view iLine, FloorValues& ioValues)
 {
     const std::size_t equals = iLine.find('=');
     if (equals == std::string_view::npos)
@@ -116,11 +108,10 @@ bool _insert(std::string_view iLine, FloorValues& ioValues, std::wstring& ioKey)
     {
         return false;
     }
-    _decode(key, ioKey);
-    FloorRecord& record = ioValues.try_emplace(ioValues.end(), std::move(ioKey))->second;
+    FloorRecord& record = ioValues.try_emplace(ioValues.end(), _decoded(key))->second;
     if (colon == std::string_view::npos)
     {
-        _decode(text, record.value);
+        record.value = _decoded(text);
     }
     else
     {
@@ -131,13 +122,12 @@ bool _insert(std::string_view iLine, FloorValues& ioValues, std::wstring& ioKey)
 
 bool _parse(std::string_view iText, FloorValues& ioValues)
 {
-    std::wstring key;
     while (!iText.empty())
     {
         const std::size_t end = iText.find('\n');
         const std::string_view line = _trimmed(iText.substr(0, end));
         iText.remove_prefix(end == std::string_view::npos ? iText.size() : end + 1);
-        if (!line.empty() && line.front() != '#' && !_insert(line, ioValues, key))
+        if (!line.empty() && line.front() != '#' && !_insert(line, ioValues))
         {
             return false;
         }

@@ -10,7 +10,6 @@
 #include <cstdint>
 #include <cstring>
 #include <fcntl.h>
-#include <memory>
 #include <new>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -50,25 +49,23 @@ unsigned long long _lineBytes(unsigned int iLen) noexcept
     return iLen * static_cast<unsigned long long>(PUtf8::eMaxBytes) + 1;
 }
 
-/// Decodes the bytes of one line into oLine.
+/// Decodes the bytes of one line into oLine, in its own buffer: there are no more characters than
+/// bytes.
 int _decode(const char* iBytes, std::size_t iLen, bool iFileStart, PString& oLine) noexcept
 {
-    wchar_t shortText[512];
-    std::unique_ptr<wchar_t[]> longText;
-    wchar_t* text = shortText;
-    if (iLen > sizeof shortText / sizeof *shortText)
-    {
-        const bool fits = iLen <= PTRDIFF_MAX / sizeof(wchar_t);
-        longText.reset(fits ? new (std::nothrow) wchar_t[iLen] : nullptr);
-        text = longText.get();
-    }
-    if (!text)
+    if (iLen >= UINT32_MAX || oLine.reserve(static_cast<unsigned int>(iLen)) != 0)
     {
         return PErrno::code(ENOMEM);
     }
+    if (iLen == 0)
+    {
+        oLine.clear();
+        return 0;
+    }
+    // A PString owns its characters, so they may be changed in place.
+    wchar_t* const text = const_cast<wchar_t*>(oLine.ptr());
     const std::size_t len = PUtf8::decodeLine(iBytes, iLen, text, iFileStart);
-    return len < UINT32_MAX ? oLine.set(text, static_cast<unsigned int>(len))
-                            : PErrno::code(ENOMEM);
+    return oLine.set(text, static_cast<unsigned int>(len));
 }
 } // namespace
 

@@ -36,7 +36,7 @@ wchar_t* _allocate(unsigned int iCapacity) noexcept
 
 void _copy(wchar_t* oTarget, const wchar_t* iSource, unsigned int iLen) noexcept
 {
-    if (iLen > 0)
+    if (iLen > 0 && oTarget != iSource)
     {
         std::wmemmove(oTarget, iSource, iLen);
     }

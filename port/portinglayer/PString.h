@@ -59,6 +59,15 @@ protected:
     /// terminating zero, and leaves it for the heap when that is too small.
     PString(unsigned int iCapacity, wchar_t* iBuffer) noexcept;
 
+    /// The same in a buffer that holds a text of iLen characters and its terminating zero already.
+    // NOLINTNEXTLINE(readability-non-const-parameter): the text writes into it from now on
+    PString(unsigned int iCapacity, wchar_t* iBuffer, unsigned int iLen) noexcept
+        : fCapacity(iCapacity & 0x7FFFFFFFu), fBorrowed(1)
+    {
+        fPtr = iBuffer;
+        fLen = iLen;
+    }
+
 private:
     wchar_t* buffer() noexcept
     {

@@ -1,6 +1,7 @@
 #include "PUtf8.h"
 
 #include <cstdint>
+#include <cstring>
 
 namespace
 {
@@ -220,6 +221,27 @@ std::size_t _copyPlain(const TFrom* iFrom, std::size_t iLen, TTo* oTo) noexcept
     return count;
 }
 
+/// Widens bytes below 0x80, which stand for themselves, four at a time up to the first four with
+/// another one among them; returns how many.
+std::size_t _widenAscii(const char* iFrom, std::size_t iLen, wchar_t* oTo) noexcept
+{
+    const char* from = iFrom;
+    for (const char* const last = iFrom + iLen - iLen % 4; from != last; from += 4, oTo += 4)
+    {
+        std::uint32_t bytes = 0;
+        std::memcpy(&bytes, from, sizeof bytes);
+        if ((bytes & 0x80808080u) != 0)
+        {
+            break;
+        }
+        oTo[0] = from[0];
+        oTo[1] = from[1];
+        oTo[2] = from[2];
+        oTo[3] = from[3];
+    }
+    return static_cast<std::size_t>(from - iFrom);
+}
+
 wchar_t _standIn(char iByte) noexcept
 {
     const auto byte = static_cast<unsigned char>(iByte);
@@ -256,6 +278,9 @@ std::size_t PUtf8::decodeLine(const char* iBytes, std::size_t iLen, wchar_t* oTe
     std::size_t pos = 0;
     while (pos < iLen)
     {
+        const std::size_t ascii = _widenAscii(iBytes + pos, iLen - pos, out);
+        pos += ascii;
+        out += ascii;
         const std::size_t plain = _copyPlain(iBytes + pos, iLen - pos, out);
         pos += plain;
         out += plain;

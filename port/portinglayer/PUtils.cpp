@@ -22,6 +22,25 @@ struct Decimal
     unsigned long long magnitude;
 };
 
+bool _isDigit(wchar_t iChar) noexcept
+{
+    return iChar >= L'0' && iChar <= L'9';
+}
+
+/// Reads as many digits as cannot make more than 32 bits; most numbers have no more.
+unsigned int _parseFront(const PSpan& iText, unsigned int& oRead) noexcept
+{
+    constexpr unsigned int kMost = std::numeric_limits<unsigned int>::digits10;
+    unsigned int number = 0;
+    unsigned int read = 0;
+    for (; read < std::min(iText.len, kMost) && _isDigit(iText.text[read]); ++read)
+    {
+        number = number * 10 + static_cast<unsigned int>(iText.text[read] - L'0');
+    }
+    oRead = read;
+    return number;
+}
+
 int _parse(const PLiteral& iText, Decimal& oNumber) noexcept
 {
     PSpan text = PBlank::trimmed(iText.ptr(), iText.len());
@@ -31,10 +50,12 @@ int _parse(const PLiteral& iText, Decimal& oNumber) noexcept
         ++text.text;
         --text.len;
     }
-    for (unsigned int i = 0; i < text.len; ++i)
+    unsigned int read = 0;
+    number.magnitude = _parseFront(text, read);
+    for (; read < text.len; ++read)
     {
-        const wchar_t digit = text.text[i];
-        if (digit < L'0' || digit > L'9')
+        const wchar_t digit = text.text[read];
+        if (!_isDigit(digit))
         {
             return PErrno::code(EINVAL);
         }

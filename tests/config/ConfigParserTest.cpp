@@ -89,6 +89,49 @@ TEST_F(ConfigParser, AttributeAloneMakesAKeyWithAnEmptyValue)
     EXPECT_EQ(attrOf(config, "b", "flag"), "on");
 }
 
+TEST_F(ConfigParser, AttributeAloneMakesAKeyOfAnyLength)
+{
+    const std::string key(40, 'k');
+    config = byFile(key + " : " + std::string(40, 'a') + " = " + std::string(40, 't'));
+
+    EXPECT_THAT(keysOf(config), ElementsAre(key));
+    EXPECT_EQ(valueOf(config, key), "");
+    EXPECT_EQ(attrOf(config, key, std::string(40, 'a')), std::string(40, 't'));
+}
+
+TEST_F(ConfigParser, LinesOfAllLengthsAreKept)
+{
+    std::string text;
+    for (unsigned int len = 1; len <= 2000; len += 7)
+    {
+        text += std::string(len % 5, ' ') + "key" + std::to_string(len) + " = " +
+                std::string(len, 'v') + '\n';
+    }
+    config = byFile(text);
+
+    for (unsigned int len = 1; len <= 2000; len += 7)
+    {
+        EXPECT_EQ(valueOf(config, "key" + std::to_string(len)), std::string(len, 'v'));
+    }
+}
+
+TEST_F(ConfigParser, KeysInAnyOrderAreFoundAgain)
+{
+    std::string text;
+    for (int i = 0; i < 500; ++i)
+    {
+        text += "shared." + std::to_string(i * 7919 % 500) + " = " + std::to_string(i) + '\n';
+    }
+    config = byFile(text);
+
+    for (int i = 0; i < 500; ++i)
+    {
+        EXPECT_EQ(valueOf(config, "shared." + std::to_string(i * 7919 % 500)), std::to_string(i));
+    }
+    EXPECT_EQ(valueOf(config, "shared"), "<-504>");
+    EXPECT_EQ(valueOf(config, "shared.1x"), "<-504>");
+}
+
 TEST_F(ConfigParser, EmptyAttributeNameMakesAValueLine)
 {
     config = byFile("c := 5");

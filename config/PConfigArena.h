@@ -1,0 +1,96 @@
+// PConfigArena: the memory in which a configuration keeps what it has read.
+#ifndef IXLAL_PCONFIGARENA_H
+#define IXLAL_PCONFIGARENA_H
+
+#include <cstddef>
+
+/// Hands out memory piece by piece from blocks that grow, and frees it all at its own end; single
+/// pieces are not given back. A fresh one has no block. Belongs to one thread at a time.
+class PConfigArena
+{
+public:
+    /// Room for a text.
+    struct Room
+    {
+        wchar_t* text;
+        unsigned int len; ///< characters without the terminating zero
+    };
+
+    PConfigArena() noexcept = default;
+    ~PConfigArena();
+
+    PConfigArena(const PConfigArena&) = delete;
+    PConfigArena& operator=(const PConfigArena&) = delete;
+
+    /// Takes a piece of iSize bytes. Throws std::bad_alloc.
+    void* take(std::size_t iSize);
+
+    /// What is free in front of the next piece, enough for a line of usual length: what fits into
+    /// it stands where take() takes it. Throws std::bad_alloc.
+    Room room();
+
+private:
+    struct Block
+    {
+        Block* next;
+    };
+
+    void addBlock(std::size_t iSize);
+
+    Block* fBlocks = nullptr;
+    char* fFree = nullptr; ///< the next piece
+    char* fEnd = nullptr;  ///< end of the newest block
+    std::size_t fNextSize = 1024;
+};
+
+/// Lets a container keep its elements in an arena, or on the heap when it has none.
+template <class T>
+class PConfigAllocator
+{
+public:
+    typedef T value_type;
+
+    PConfigAllocator() noexcept = default;
+
+    explicit PConfigAllocator(PConfigArena& ioArena) noexcept : fArena(&ioArena)
+    {
+    }
+
+    // A container asks for its nodes with an allocator made from that of its elements.
+    template <class TOther>
+    // cppcheck-suppress noExplicitConstructor ; containers convert without asking
+    PConfigAllocator(const PConfigAllocator<TOther>& iOther) noexcept : fArena(iOther.arena())
+    {
+    }
+
+    T* allocate(std::size_t iCount)
+    {
+        static_assert(alignof(T) <= alignof(void*), "pieces are aligned for pointers");
+        const std::size_t size = iCount * sizeof(T);
+        return static_cast<T*>(fArena ? fArena->take(size) : ::operator new(size));
+    }
+
+    void deallocate(T* iElements, std::size_t) noexcept
+    {
+        if (!fArena)
+        {
+            ::operator delete(iElements);
+        }
+    }
+
+    /// Null for the heap.
+    PConfigArena* arena() const noexcept
+    {
+        return fArena;
+    }
+
+    friend bool operator==(const PConfigAllocator& iLeft, const PConfigAllocator& iRight) noexcept
+    {
+        return iLeft.fArena == iRight.fArena;
+    }
+
+private:
+    PConfigArena* fArena = nullptr;
+};
+
+#endif
