@@ -11,7 +11,7 @@ build=$root/build/bench
 results=$build/results
 # Debian's own interpreter, for which its packages are installed.
 report=(/usr/bin/python3 "$root/scripts/bench_report.py" "$results")
-repetitions=20
+repetitions=12
 # The cases whose instructions the baseline holds.
 baseline_cases=(lookup send read filtered)
 
