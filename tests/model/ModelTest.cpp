@@ -8,14 +8,21 @@
 #include <iostream>
 #include <random>
 
-// The steps are the same under the sanitizers, which take some ten times as long.
-
 namespace
 {
 using namespace std::chrono_literals;
 
 constexpr std::size_t kStepsOfEpisode = 1000;
 constexpr std::uint64_t kEpisodesOfSeed = 100;
+
+/// How many of a seed's are run when no difference is expected. The sanitizers take some ten times
+/// as long.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr std::uint64_t kEpisodesRun = 25;
+#else
+constexpr std::uint64_t kEpisodesRun = kEpisodesOfSeed;
+#endif
+
 constexpr std::size_t kLastSteps = 10;
 
 /// What the shortened sequence and its place in the run look like.
@@ -34,7 +41,8 @@ std::string _report(Episode ioEpisode, const Episode::Difference& iDifference)
 /// Episodes of the seed until system and model differ; nothing when they never do.
 std::string _firstDifference(std::uint64_t iSeed, Fault iFault)
 {
-    for (std::uint64_t number = 0; number < kEpisodesOfSeed; ++number)
+    const std::uint64_t episodes = iFault == Fault::eNone ? kEpisodesRun : kEpisodesOfSeed;
+    for (std::uint64_t number = 0; number < episodes; ++number)
     {
         const Episode episode(iSeed * kEpisodesOfSeed + number, kStepsOfEpisode, iFault);
         if (const std::optional<Episode::Difference> difference = episode.run())
