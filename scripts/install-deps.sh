@@ -2,10 +2,11 @@
 # Installs the Debian packages that are missing: install-deps.sh build|test|bench|plots
 set -eu
 
-packages=(g++ g++-multilib cmake ninja-build)
+packages=(g++ g++-multilib cmake ninja-build libcli11-dev nlohmann-json3-dev)
 if [ "${1:-build}" = test ]; then
     packages+=(googletest binutils file python3)
     packages+=(clang libclang-rt-dev clang-tidy cppcheck abigail-tools gcovr)
+    packages+=(python3-pyelftools mandoc)
 fi
 
 case ${1:-build} in
