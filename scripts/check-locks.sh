@@ -18,8 +18,8 @@ if check 32 tests/locks/unlocked_use.cpp 2>/dev/null; then
     echo "The check lets an unlocked use through" >&2
     exit 1
 fi
-for source in port/*/*.cpp core/*.cpp config/*.cpp events/*.cpp logging/*.cpp; do
-    check 32 "$source"
-    check 64 "$source"
-done
+export -f check
+for bits in 32 64; do
+    printf "$bits %s\n" port/*/*.cpp core/*.cpp config/*.cpp events/*.cpp logging/*.cpp
+done | xargs -P "$(nproc)" -L 1 bash -euc 'check "$@"' check
 echo "Lock annotations hold"
