@@ -4,18 +4,32 @@ add_library(ixlal_flags INTERFACE)
 target_compile_options(ixlal_flags INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror)
 
+# Whoever uses installed 32-bit libraries builds for 32 bits. In the tree, the preset says it.
+set(ixlal_word_flag "")
+if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+    set(ixlal_word_flag -m32)
+endif()
+
 # Directories of the headers that hosts and plugins see.
 add_library(ixlal_headers INTERFACE)
 target_include_directories(ixlal_headers INTERFACE
-    ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR}/port)
+    $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
+    $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/port>
+    $<INSTALL_INTERFACE:include/ixlal>)
+target_compile_options(ixlal_headers INTERFACE $<INSTALL_INTERFACE:${ixlal_word_flag}>)
+target_link_options(ixlal_headers INTERFACE $<INSTALL_INTERFACE:${ixlal_word_flag}>)
+set_target_properties(ixlal_headers PROPERTIES EXPORT_NAME headers)
 
 # ixlal_library(TARGET FILE_NAME): a shared library that exports what its version script lists,
 # with full RELRO, next to the libraries it needs.
 function(ixlal_library target file_name)
     add_library(${target} SHARED)
+    string(REPLACE ixlal_ "" name ${target})
+    add_library(ixlal::${name} ALIAS ${target})
     set(script ${CMAKE_CURRENT_SOURCE_DIR}/exports.map)
     set_target_properties(${target} PROPERTIES
         OUTPUT_NAME ${file_name}
+        EXPORT_NAME ${name}
         BUILD_WITH_INSTALL_RPATH ON
         INSTALL_RPATH $ORIGIN
         LINK_DEPENDS ${script})

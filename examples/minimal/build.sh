@@ -16,7 +16,7 @@ mkdir -p "$output/plugins"
 
 # -fno-gnu-unique and the version script keep the library unloadable and export the factory alone.
 g++ "${flags[@]}" -O2 -fPIC -shared -fvisibility=hidden -fno-gnu-unique \
-    -Wl,--version-script="$root/examples/plugin.map" -Wl,--no-undefined \
+    -Wl,--version-script="$root/cmake/plugin.map" -Wl,--no-undefined \
     "${headers[@]}" "$here/plugin.cpp" -o "$output/plugins/libhello.so" \
     -L"$libraries" -lixlal.core -lixlal.portinglayer
 

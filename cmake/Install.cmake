@@ -1,0 +1,83 @@
+# What "cmake --install" puts into a prefix, and by component what goes into which Debian package.
+
+include(CMakePackageConfigHelpers)
+
+set(ixlal_triplet x86_64-linux-gnu)
+set(ixlal_any_compiler "")
+if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+    set(ixlal_triplet i386-linux-gnu)
+    # The targets bring the word size along, whatever size the compiler makes by itself.
+    set(ixlal_any_compiler ARCH_INDEPENDENT)
+endif()
+set(ixlal_package_dir lib/cmake/ixlal)
+
+# ixlal_install_program(TARGET DIRECTORY): a program that finds the libraries of its prefix.
+function(ixlal_install_program target directory)
+    string(REGEX REPLACE "[^/]+" ".." up ${directory})
+    set_target_properties(${target} PROPERTIES INSTALL_RPATH $ORIGIN/${up}/lib)
+    install(TARGETS ${target} DESTINATION ${directory} COMPONENT ixlal-tools)
+    set_property(GLOBAL APPEND PROPERTY IXLAL_PROGRAMS $<TARGET_FILE:${target}>)
+endfunction()
+
+# ixlal_install_script(LINK HOME FILES...): the files of a tool in Python, and the link to it.
+function(ixlal_install_script link home)
+    get_filename_component(name ${link} NAME)
+    set(destination share/ixlal/${name})
+    install(PROGRAMS ${home}/${name} DESTINATION ${destination} COMPONENT ixlal-tools)
+    install(FILES ${ARGN} DESTINATION ${destination} COMPONENT ixlal-tools)
+    install(FILES ${link} DESTINATION bin COMPONENT ixlal-tools)
+endfunction()
+
+# _ixlal_install_headers(SOURCE DIRECTORY RULES...): the headers of a directory of the tree.
+function(_ixlal_install_headers source directory)
+    install(DIRECTORY ${PROJECT_SOURCE_DIR}/${source}/ DESTINATION include/ixlal/${directory}
+        COMPONENT libixlal-dev FILES_MATCHING PATTERN *.h ${ARGN})
+endfunction()
+
+# _ixlal_install_libraries(DIRECTORY EXPORT RUNTIME DEVELOPMENT [EXCLUDE_FROM_ALL]): the libraries,
+# and what says where they are; RUNTIME and DEVELOPMENT are the components.
+function(_ixlal_install_libraries directory export runtime development)
+    install(TARGETS ixlal_core ixlal_logger ixlal_portinglayer ixlal_headers ixlal_sdk
+        EXPORT ${export} LIBRARY DESTINATION ${directory} COMPONENT ${runtime} ${ARGN})
+    install(EXPORT ${export} NAMESPACE ixlal::
+        DESTINATION ${ixlal_package_dir} COMPONENT ${development} ${ARGN})
+
+    set(made ${PROJECT_BINARY_DIR}/cmake/${export})
+    configure_package_config_file(cmake/ixlalConfig.cmake.in ${made}/ixlalConfig.cmake
+        INSTALL_DESTINATION ${ixlal_package_dir})
+    install(FILES ${made}/ixlalConfig.cmake
+        DESTINATION ${ixlal_package_dir} COMPONENT ${development} ${ARGN})
+
+    string(REGEX REPLACE "[^/]+" ".." up ${directory}/pkgconfig)
+    configure_file(cmake/ixlal.pc.in ${made}/ixlal.pc @ONLY)
+    install(FILES ${made}/ixlal.pc
+        DESTINATION ${directory}/pkgconfig COMPONENT ${development} ${ARGN})
+endfunction()
+
+# As a package, the libraries stand beside the system's own of their word size.
+_ixlal_install_libraries(lib ixlalTargets prefix prefix)
+_ixlal_install_libraries(lib/${ixlal_triplet} ixlalPackageTargets
+    libixlal libixlal-dev EXCLUDE_FROM_ALL)
+
+_ixlal_install_headers(include "")
+_ixlal_install_headers(port/portinglayer portinglayer
+    # What the porting layer keeps to itself.
+    REGEX "P(Blank|Descriptor|Errno|LibraryImage|Monotonic|PathBytes|Retry|WriteSignals)\\.h$"
+    EXCLUDE)
+install(FILES port/logger/PLogger.h DESTINATION include/ixlal/logger COMPONENT libixlal-dev)
+_ixlal_install_headers(sdk "")
+
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/cmake/ixlalConfigVersion.cmake
+    COMPATIBILITY SameMajorVersion ${ixlal_any_compiler})
+install(FILES
+    ${PROJECT_BINARY_DIR}/cmake/ixlalConfigVersion.cmake
+    cmake/ixlalPlugin.cmake
+    cmake/plugin.map
+    DESTINATION ${ixlal_package_dir} COMPONENT libixlal-dev)
+
+if(IXLAL_BUILD_TOOLS)
+    install(DIRECTORY tools/man/ DESTINATION share/man/man1 COMPONENT ixlal-tools
+        FILES_MATCHING PATTERN *.1)
+    install(DIRECTORY tools/completion/ DESTINATION share/bash-completion/completions
+        COMPONENT ixlal-tools)
+endif()

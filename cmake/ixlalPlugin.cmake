@@ -1,0 +1,43 @@
+# ixlal_add_plugin(NAME [SOURCES] FILE... [LINK LIBRARY...] [VALIDATE]): the target NAME, which is
+# the plugin library libNAME.so. It is built for the word size of the core, exports its factory
+# alone, can be unloaded, and is not linked while it wants a symbol that nobody supplies. LINK names
+# further libraries, as target_link_libraries() takes them. VALIDATE runs ixla-validate on every new
+# library; one that fails fails the build.
+function(ixlal_add_plugin name)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "VALIDATE" "" "SOURCES;LINK")
+    set(sources ${arg_UNPARSED_ARGUMENTS} ${arg_SOURCES})
+    if(NOT sources)
+        message(FATAL_ERROR "ixlal_add_plugin(${name}) has no sources")
+    endif()
+
+    set(script ${CMAKE_CURRENT_FUNCTION_LIST_DIR}/plugin.map)
+    add_library(${name} MODULE ${sources})
+    set_target_properties(${name} PROPERTIES
+        CXX_VISIBILITY_PRESET hidden
+        VISIBILITY_INLINES_HIDDEN ON
+        LINK_DEPENDS ${script})
+    target_compile_features(${name} PRIVATE cxx_std_11)
+    target_compile_options(${name} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>)
+    target_link_libraries(${name} PRIVATE ixlal::core ${arg_LINK})
+    target_link_options(${name} PRIVATE
+        -Wl,--version-script=${script} -Wl,--no-undefined -Wl,-z,relro,-z,now)
+    if(arg_VALIDATE)
+        _ixlal_validate(${name})
+    endif()
+endfunction()
+
+function(_ixlal_validate name)
+    set(validator ${IXLAL_VALIDATE})
+    if(TARGET ixla-validate)
+        set(validator ixla-validate)
+        add_dependencies(${name} ixla-validate)
+    endif()
+    if(NOT validator)
+        message(FATAL_ERROR "ixlal_add_plugin(${name} ... VALIDATE) finds no ixla-validate: install "
+            "the package ixlal-tools, or name the program with -DIXLAL_VALIDATE=FILE")
+    endif()
+    add_custom_command(TARGET ${name} POST_BUILD
+        COMMAND ${validator} $<TARGET_FILE:${name}>
+        COMMENT "Validating ${name}"
+        VERBATIM)
+endfunction()
