@@ -46,7 +46,9 @@ std::atomic<PCallGate*> PCore::fGate{nullptr};
 PCore* PCore::fKeptCores = nullptr;
 
 PCore::PCore() noexcept
-    : fStarted(false),
+    : fInitCount(0),
+      fFirstWait(nullptr),
+      fStarted(false),
       fNotifyExit(false),
       fKept(false),
       fKeptGate(nullptr),

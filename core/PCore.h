@@ -21,6 +21,7 @@
 class PCallGate;
 class PDir;
 class PExitNotice;
+class PInitWait;
 class PLogger;
 class PStartArguments;
 class PThread;
@@ -137,6 +138,8 @@ private:
     static int callInit(const PCorePlugin& iRecord);
     int finishInit(PCorePlugin& ioRecord, int iResult);
     int nl_awaitInit(PCorePlugin& iRecord, bool& oWaitFailed) IXLA_REQUIRES(fMutex);
+    void nl_logWait(const PCorePlugin& iRecord) IXLA_REQUIRES(fMutex);
+    void nl_logLoop(const PCorePlugin& iRecord) IXLA_REQUIRES(fMutex);
     int nl_unloadPlugin(IPlugin* iPlugin) IXLA_REQUIRES(fMutex);
 
     // PCoreStop.cpp
@@ -162,6 +165,8 @@ private:
     std::vector<PCorePlugin*> fCorePlugins; ///< owned; built-in ones first
     /// Null for an interface of a plugin that was unloaded.
     std::unordered_map<PString, std::atomic<PCorePlugin*>, PTextHash, PTextEqual> fInterfaces;
+    unsigned int fInitCount IXLA_GUARDED_BY(fMutex); ///< initialisations begun
+    PInitWait* fFirstWait IXLA_GUARDED_BY(fMutex);   ///< those who wait for one
     std::atomic<bool> fStarted;
     PBaseptr<IConfigManager> fConfigManager;
     PBaseptr<IConfig> fConfig;

@@ -1,11 +1,15 @@
 #include "PGuarded.h"
 #include "core/PCore.h"
 #include "core/PCoreLog.h"
+#include "core/PInitChain.h"
+#include "core/PInitWait.h"
 #include "portinglayer/PFile.h"
 #include "portinglayer/PLockGuard.h"
 #include "portinglayer/PThread.h"
+#include "portinglayer/PTime.h"
 
 #include <algorithm>
+#include <string>
 
 namespace
 {
@@ -51,6 +55,19 @@ int _guardedGetInstance(const PCorePlugin& iRecord, const PLiteral& iInterfaceId
         throw;
     }
 }
+
+/// The text that iDescribe makes and oText keeps, or an excuse when memory lacks.
+template <class TDescribe>
+const wchar_t* _describe(std::wstring& oText, const TDescribe& iDescribe) noexcept
+{
+    const int result = ixlaGuarded(
+        [&]
+        {
+            oText = iDescribe();
+            return eIxlaOk;
+        });
+    return result == eIxlaOk ? oText.c_str() : L"no memory to say for whom";
+}
 } // namespace
 
 int PCore::initPlugin(PCorePlugin& ioRecord)
@@ -82,6 +99,7 @@ int PCore::initPlugin(PCorePlugin& ioRecord)
     }
     ioRecord.fInitState = PCorePlugin::eInitialising;
     ioRecord.fInitThreadId = PThread::getCurrentThreadId();
+    ioRecord.fInitOrder = ++fInitCount;
     if (lock.unlock() != 0)
     {
         return eIxlaUnlockFailed;
@@ -136,6 +154,8 @@ int PCore::nl_awaitInit(PCorePlugin& iRecord, bool& oWaitFailed)
     PLogger::debug(getCoreLogger(), 0,
                    L"[intiPlugin][pg:%p] Waiting other thread to init plugin...", plugin);
     const unsigned long self = PThread::getCurrentThreadId();
+    const PInitWait listed(fFirstWait, self, iRecord);
+    const long long start = PTime::getTickCount();
     while (iRecord.fInitState == PCorePlugin::eInitialising)
     {
         if (iRecord.fInitThreadId == self && self != 0)
@@ -143,6 +163,7 @@ int PCore::nl_awaitInit(PCorePlugin& iRecord, bool& oWaitFailed)
             PLogger::error(getCoreLogger(), 0,
                            L"[intiPlugin][pg:%p] Detect plugin init loop lock thread ID: %p",
                            plugin, _threadPointer(self));
+            nl_logLoop(iRecord);
             return eIxlaInitLoop;
         }
         const int result = fCondVar.wait(&fMutex, kWaitMilliseconds);
@@ -151,11 +172,52 @@ int PCore::nl_awaitInit(PCorePlugin& iRecord, bool& oWaitFailed)
             oWaitFailed = true;
             return eIxlaInitFailed;
         }
+        const long long waited = PTime::getTickCountDiff(start, PTime::getTickCount());
+        if (result == PConditionalVar::eTimeout || waited >= kWaitMilliseconds)
+        {
+            nl_logWait(iRecord);
+        }
     }
     PLogger::debug(getCoreLogger(), 0,
                    L"[intiPlugin][pg:%p] Waiting finished iCorePg.fInitState: %d", plugin,
                    iRecord.fInitState);
     return iRecord.fInitState == PCorePlugin::eInitFailed ? eIxlaInitFailed : eIxlaOk;
+}
+
+void PCore::nl_logWait(const PCorePlugin& iRecord)
+{
+    PLogger* const logger = getCoreLogger();
+    if (!logger || iRecord.fInitState != PCorePlugin::eInitialising)
+    {
+        return;
+    }
+    PInitChain chain(fCorePlugins, fFirstWait);
+    std::wstring text;
+    const wchar_t* const said =
+        _describe(text, [&] { return chain.describeWait(PThread::getCurrentThreadId(), iRecord); });
+    const wchar_t* const format = L"[intiPlugin][pg:%p] Still waiting: %ls";
+    if (chain.isCircle())
+    {
+        PLogger::error(logger, 0, format, _pluginPointer(iRecord), said);
+    }
+    else
+    {
+        PLogger::info(logger, 0, format, _pluginPointer(iRecord), said);
+    }
+}
+
+void PCore::nl_logLoop(const PCorePlugin& iRecord)
+{
+    if (!getCoreLogger())
+    {
+        return;
+    }
+    PInitChain chain(fCorePlugins, fFirstWait);
+    std::wstring text;
+    const wchar_t* const said =
+        _describe(text, [&] { return chain.describeLoop(PThread::getCurrentThreadId(), iRecord); });
+    PLogger::error(getCoreLogger(), 0, L"[intiPlugin][pg:%p] Init loop: %ls",
+                   _pluginPointer(iRecord), said);
 }
 
 int PCore::getInstanceInternal(const PLiteral& iInterfaceId, IBase*& oInstance)

@@ -1,7 +1,7 @@
 #include "core/PCorePlugin.h"
 
 PCorePlugin::PCorePlugin() noexcept
-    : fInterfaceCount(0), fInitState(eNotInitialised), fInitThreadId(0)
+    : fInterfaceCount(0), fInitState(eNotInitialised), fInitThreadId(0), fInitOrder(0)
 {
 }
 

@@ -37,6 +37,7 @@ public:
     unsigned int fInterfaceCount;
     int fInitState;
     unsigned long fInitThreadId; ///< 0 until some thread runs init
+    unsigned int fInitOrder;     ///< the how manieth initialisation of the core it is, from 1
 };
 
 #endif

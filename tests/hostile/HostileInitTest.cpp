@@ -36,7 +36,8 @@ TEST_F(HostileInit, TenThreadsWaitTwelveSecondsForIt)
     }
     EXPECT_LE(std::chrono::seconds(12), std::chrono::steady_clock::now() - begin);
     EXPECT_EQ(1, PluginHooks::count("alpha.init"));
-    // They looked twice in between, said nothing then and gave up nothing.
+    // They looked twice in between, said for whom they wait and gave up nothing.
+    EXPECT_EQ(20, fCore.logCount("I Core [intiPlugin][pg:"));
     EXPECT_EQ(10, fCore.logCount(waiting));
     EXPECT_EQ(20, fCore.logCount("D Core [intiPlugin][pg:"));
     EXPECT_EQ(10, fCore.logCount("] Waiting finished iCorePg.fInitState: 2"));

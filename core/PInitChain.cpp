@@ -1,0 +1,135 @@
+#include "core/PInitChain.h"
+
+#include "core/PCorePlugin.h"
+#include "core/PInitWait.h"
+
+#include <algorithm>
+#include <cwchar>
+
+PInitChain::PInitChain(const std::vector<PCorePlugin*>& iRecords, const PInitWait* iWaits)
+    : fRecords(iRecords), fWaits(iWaits), fIsCircle(false)
+{
+}
+
+std::wstring PInitChain::describeWait(unsigned long iThreadId, const PCorePlugin& iTarget)
+{
+    fText.clear();
+    fIsCircle = false;
+    appendThread(iThreadId);
+    if (const PCorePlugin* const outermost = findInit(iThreadId, 0))
+    {
+        appendInits(*outermost);
+        fText += L" and";
+    }
+    fText += L" waits for ";
+    appendName(iTarget);
+    followFrom(iThreadId, iTarget);
+    return fText;
+}
+
+std::wstring PInitChain::describeLoop(unsigned long iThreadId, const PCorePlugin& iTarget)
+{
+    fText.clear();
+    appendThread(iThreadId);
+    appendInits(iTarget);
+    fText += L", which asks for ";
+    appendName(iTarget);
+    closeCircle();
+    return fText;
+}
+
+void PInitChain::followFrom(unsigned long iThreadId, const PCorePlugin& iTarget)
+{
+    std::vector<const PCorePlugin*> targets;
+    const PCorePlugin* target = &iTarget;
+    while (target->fInitState == PCorePlugin::eInitialising)
+    {
+        targets.push_back(target);
+        fText += L", which ";
+        appendThread(target->fInitThreadId);
+        fText += L" initialises";
+        appendInnerInits(*target);
+        const PInitWait* const wait = PInitWait::find(fWaits, target->fInitThreadId);
+        if (!wait)
+        {
+            return;
+        }
+        target = &wait->record();
+        fText += L", which waits for ";
+        appendName(*target);
+        const bool isKnown = std::find(targets.begin(), targets.end(), target) != targets.end();
+        if (isKnown || target->fInitThreadId == iThreadId)
+        {
+            closeCircle();
+            return;
+        }
+    }
+}
+
+void PInitChain::closeCircle()
+{
+    fText += L" (circle)";
+    fIsCircle = true;
+}
+
+/// The first initialisation under way that the thread began after that of order iAfter, or null.
+const PCorePlugin* PInitChain::findInit(unsigned long iThreadId, unsigned int iAfter) const
+{
+    const PCorePlugin* found = nullptr;
+    for (const PCorePlugin* const record : fRecords)
+    {
+        const bool isCandidate = record->fInitState == PCorePlugin::eInitialising &&
+                                 record->fInitThreadId == iThreadId && record->fInitOrder > iAfter;
+        if (isCandidate && (!found || record->fInitOrder < found->fInitOrder))
+        {
+            found = record;
+        }
+    }
+    return found;
+}
+
+void PInitChain::appendThread(unsigned long iThreadId)
+{
+    wchar_t text[sizeof("thread 0x") + 2 * sizeof(iThreadId)];
+    const int length =
+        std::swprintf(text, sizeof(text) / sizeof(text[0]), L"thread 0x%lx", iThreadId);
+    fText.append(text, length > 0 ? static_cast<std::size_t>(length) : 0);
+}
+
+/// The library's file name; a built-in plugin goes by its first interface.
+void PInitChain::appendName(const PCorePlugin& iRecord)
+{
+    if (!iRecord.fLibrary)
+    {
+        fText += iRecord.fInterfaceCount > 0 ? iRecord.fInterfaceIDs.get()[0].ptr()
+                                             : L"a built-in plugin";
+        return;
+    }
+    const wchar_t* const path = iRecord.fLibrary->getName().ptr();
+    const wchar_t* const slash = std::wcsrchr(path, L'/');
+    fText += slash ? slash + 1 : path;
+}
+
+void PInitChain::appendInits(const PCorePlugin& iOutermost)
+{
+    fText += L" initialises ";
+    appendName(iOutermost);
+    appendInnerInits(iOutermost);
+}
+
+/// What the thread that initialises iRecord has begun to initialise since then.
+void PInitChain::appendInnerInits(const PCorePlugin& iRecord)
+{
+    const wchar_t* separator = L" (inside it: ";
+    const PCorePlugin* inner = &iRecord;
+    while ((inner = findInit(iRecord.fInitThreadId, inner->fInitOrder)) != nullptr)
+    {
+        fText += separator;
+        appendName(*inner);
+        separator = L", ";
+    }
+    if (*separator == L',')
+    {
+        fText += L')';
+    }
+}

@@ -1,0 +1,304 @@
+#include "Ixla.h"
+#include "support/AllocationFaults.h"
+#include "support/CoreRun.h"
+#include "support/PluginHooks.h"
+#include "support/PortFaults.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <future>
+#include <regex>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace
+{
+class InitChain : public testing::Test
+{
+protected:
+    InitChain()
+    {
+        for (const char* name : {"alpha", "beta", "gamma"})
+        {
+            fCore.addPlugin(name);
+        }
+    }
+
+    ~InitChain() override
+    {
+        PortFaults::reset();
+    }
+
+    static int request(const wchar_t* iId)
+    {
+        IBase* instance = nullptr;
+        return ixlaGetInstance(iId, instance);
+    }
+
+    static std::future<int> requestOnThread(const wchar_t* iId)
+    {
+        return std::async(std::launch::async, [iId] { return request(iId); });
+    }
+
+    /// The log's texts behind iMarker, oldest first, with its threads named A, B, C as they appear
+    /// in each of them.
+    std::vector<std::string> chains(const std::string& iMarker) const
+    {
+        std::vector<std::string> texts;
+        std::ifstream log(fCore.logFile());
+        for (std::string line; std::getline(log, line);)
+        {
+            const std::size_t found = line.find(iMarker);
+            if (found != std::string::npos)
+            {
+                texts.push_back(withNamedThreads(line.substr(found + iMarker.size())));
+            }
+        }
+        return texts;
+    }
+
+    /// As above, but waits until there are iCount; ten seconds at most.
+    std::vector<std::string> awaitChains(const std::string& iMarker, std::size_t iCount) const
+    {
+        for (int i = 0; i < 1000 && chains(iMarker).size() < iCount; ++i)
+        {
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
+        return chains(iMarker);
+    }
+
+    /// Ends the process, because threads of it will never go on.
+    void endProcess()
+    {
+        std::filesystem::remove_all(fCore.dir.path());
+        std::_Exit(HasFailure() ? 1 : 0);
+    }
+
+    CoreRun fCore;
+
+private:
+    static std::string withNamedThreads(std::string iText)
+    {
+        const std::regex number("0x[0-9a-f]+");
+        std::smatch match;
+        for (char name = 'A'; std::regex_search(iText, match, number); ++name)
+        {
+            iText =
+                std::regex_replace(iText, std::regex(match.str() + "\\b"), std::string(1, name));
+        }
+        return iText;
+    }
+};
+
+TEST_F(InitChain, WaitNamesThePluginAndTheThreadThatInitialisesIt)
+{
+    ASSERT_EQ(0, fCore.start());
+    std::promise<void> leave;
+    PluginHooks::on("alpha.init",
+                    [&]
+                    {
+                        leave.get_future().wait();
+                        return 0;
+                    });
+    std::future<int> first = requestOnThread(L"test.alpha");
+    ASSERT_TRUE(PluginHooks::waitFor("alpha.init"));
+    PortFaults::condVarWait.arm(-733, 0, 2);
+    std::future<int> second = requestOnThread(L"test.alpha");
+    const std::string line = "thread A waits for libalpha.so, which thread B initialises";
+    EXPECT_EQ((std::vector<std::string>{line, line}), awaitChains("] Still waiting: ", 2));
+    EXPECT_EQ(2, fCore.logCount("I Core [intiPlugin][pg:0x"));
+    leave.set_value();
+    EXPECT_EQ(0, first.get());
+    EXPECT_EQ(0, second.get());
+    EXPECT_EQ(2u, chains("] Still waiting: ").size());
+}
+
+TEST_F(InitChain, WaitUnderFiveSecondsIsNotWorthALine)
+{
+    ASSERT_EQ(0, fCore.start());
+    std::promise<void> leave;
+    PluginHooks::on("alpha.init",
+                    [&]
+                    {
+                        leave.get_future().wait();
+                        return 0;
+                    });
+    std::future<int> first = requestOnThread(L"test.alpha");
+    ASSERT_TRUE(PluginHooks::waitFor("alpha.init"));
+    PortFaults::condVarWait.arm(0, 0, 3);
+    std::future<int> second = requestOnThread(L"test.alpha");
+    while (PortFaults::condVarWait.hits() < 3)
+    {
+        std::this_thread::yield();
+    }
+    leave.set_value();
+    EXPECT_EQ(0, first.get());
+    EXPECT_EQ(0, second.get());
+    EXPECT_EQ(0u, chains("] Still waiting: ").size());
+}
+
+TEST_F(InitChain, EndedWaitIsNotPartOfALaterChain)
+{
+    ASSERT_EQ(0, fCore.start());
+    std::promise<void> leaveAlpha;
+    std::promise<void> leaveBeta;
+    std::future<void> alphaMayEnd = leaveAlpha.get_future();
+    std::future<void> betaMayEnd = leaveBeta.get_future();
+    PluginHooks::on("alpha.init",
+                    [&]
+                    {
+                        const int result = request(L"test.beta");
+                        alphaMayEnd.wait();
+                        return result;
+                    });
+    PluginHooks::on("beta.init",
+                    [&]
+                    {
+                        betaMayEnd.wait();
+                        return 0;
+                    });
+    std::future<int> beta = requestOnThread(L"test.beta");
+    ASSERT_TRUE(PluginHooks::waitFor("beta.init"));
+    std::future<int> alpha = requestOnThread(L"test.alpha");
+    ASSERT_TRUE(PluginHooks::waitFor("alpha.init"));
+    leaveBeta.set_value();
+    EXPECT_EQ(0, beta.get());
+    ASSERT_TRUE(PluginHooks::waitFor("beta.getInstance", 2));
+
+    PortFaults::condVarWait.arm(-733, 0, 1);
+    std::future<int> waiter = requestOnThread(L"test.alpha");
+    EXPECT_EQ(
+        (std::vector<std::string>{"thread A waits for libalpha.so, which thread B initialises"}),
+        awaitChains("] Still waiting: ", 1));
+    leaveAlpha.set_value();
+    EXPECT_EQ(0, alpha.get());
+    EXPECT_EQ(0, waiter.get());
+}
+
+TEST_F(InitChain, CircleOfTwoThreadsIsNamedByBoth)
+{
+    ASSERT_EQ(0, fCore.start());
+    PluginHooks::on("alpha.init",
+                    []
+                    {
+                        PluginHooks::waitFor("beta.init");
+                        return request(L"test.beta");
+                    });
+    PluginHooks::on("beta.init",
+                    []
+                    {
+                        PluginHooks::waitFor("alpha.init");
+                        return request(L"test.alpha");
+                    });
+    // Each looks again after the limit of a real wait, then twice at once, woken by something else.
+    PortFaults::condVarWait.arm(0, 2, 2);
+    std::future<int> alpha = requestOnThread(L"test.alpha");
+    std::future<int> beta = requestOnThread(L"test.beta");
+    const std::vector<std::string> seen = awaitChains("] Still waiting: ", 4);
+    const std::string fromAlpha =
+        "thread A initialises libalpha.so and waits for libbeta.so, which thread B initialises, "
+        "which waits for libalpha.so (circle)";
+    const std::string fromBeta =
+        "thread A initialises libbeta.so and waits for libalpha.so, which thread B initialises, "
+        "which waits for libbeta.so (circle)";
+    const auto sawAlpha = std::count(seen.begin(), seen.end(), fromAlpha);
+    const auto sawBeta = std::count(seen.begin(), seen.end(), fromBeta);
+    EXPECT_LE(1, sawAlpha);
+    EXPECT_LE(1, sawBeta);
+    EXPECT_EQ(4, sawAlpha + sawBeta);
+    EXPECT_EQ(4, fCore.logCount("E Core [intiPlugin][pg:0x"));
+
+    // Who waits for a part of it sees it too.
+    PortFaults::condVarWait.arm(-733, 0, 1);
+    std::future<int> outsider = requestOnThread(L"test.beta");
+    EXPECT_EQ("thread A waits for libbeta.so, which thread B initialises, which waits for "
+              "libalpha.so, which thread C initialises, which waits for libbeta.so (circle)",
+              awaitChains("] Still waiting: ", 5).back());
+    endProcess();
+}
+
+TEST_F(InitChain, LoopOfAPluginWithItselfIsNamed)
+{
+    ASSERT_EQ(0, fCore.start());
+    PluginHooks::on("alpha.init",
+                    []
+                    {
+                        EXPECT_EQ(-2003, request(L"test.alpha"));
+                        return 0;
+                    });
+    EXPECT_EQ(0, request(L"test.alpha"));
+    EXPECT_EQ((std::vector<std::string>{
+                  "thread A initialises libalpha.so, which asks for libalpha.so (circle)"}),
+              chains("] Init loop: "));
+    // Behind the line that tells of the loop.
+    EXPECT_EQ(2, fCore.logCount("E Core [intiPlugin][pg:0x"));
+}
+
+TEST_F(InitChain, LoopNamesThePluginsBetweenInTheirOrder)
+{
+    ASSERT_EQ(0, fCore.start());
+    PluginHooks::on("gamma.init", [] { return request(L"test.beta"); });
+    PluginHooks::on("beta.init", [] { return request(L"test.alpha"); });
+    PluginHooks::on("alpha.init",
+                    []
+                    {
+                        EXPECT_EQ(-2003, request(L"test.beta"));
+                        EXPECT_EQ(-2003, request(L"test.gamma"));
+                        return 0;
+                    });
+    EXPECT_EQ(0, request(L"test.gamma"));
+    EXPECT_EQ((std::vector<std::string>{
+                  "thread A initialises libbeta.so (inside it: libalpha.so), which asks for "
+                  "libbeta.so (circle)",
+                  "thread A initialises libgamma.so (inside it: libbeta.so, libalpha.so), which "
+                  "asks for libgamma.so (circle)"}),
+              chains("] Init loop: "));
+}
+
+TEST_F(InitChain, InnerInitialisationsOfBothThreadsAreNamed)
+{
+    ASSERT_EQ(0, fCore.start());
+    std::promise<void> leave;
+    PluginHooks::on("beta.init", [] { return request(L"test.alpha"); });
+    PluginHooks::on("alpha.init",
+                    [&]
+                    {
+                        leave.get_future().wait();
+                        return 0;
+                    });
+    PluginHooks::on("gamma.init", [] { return request(L"test.beta"); });
+    std::future<int> first = requestOnThread(L"test.beta");
+    ASSERT_TRUE(PluginHooks::waitFor("alpha.init"));
+    PortFaults::condVarWait.arm(-733, 0, 1);
+    std::future<int> second = requestOnThread(L"test.gamma");
+    EXPECT_EQ(
+        (std::vector<std::string>{"thread A initialises libgamma.so and waits for libbeta.so, "
+                                  "which thread B initialises (inside it: libalpha.so)"}),
+        awaitChains("] Still waiting: ", 1));
+    leave.set_value();
+    EXPECT_EQ(0, first.get());
+    EXPECT_EQ(0, second.get());
+}
+
+TEST_F(InitChain, LackOfMemoryShortensTheLineAlone)
+{
+    ASSERT_EQ(0, fCore.start());
+    int inner = 0;
+    PluginHooks::on("alpha.init",
+                    [&]
+                    {
+                        AllocationFaults::failAfter(0);
+                        inner = request(L"test.alpha");
+                        AllocationFaults::disarm();
+                        return 0;
+                    });
+    EXPECT_EQ(0, request(L"test.alpha"));
+    EXPECT_EQ(-2003, inner);
+    EXPECT_EQ((std::vector<std::string>{"no memory to say for whom"}), chains("] Init loop: "));
+}
+} // namespace
