@@ -22,7 +22,8 @@ do
     # shellcheck disable=SC2086 -- an empty $more is no argument
     if ! printf '#include "%s"\n' "$header" |
         "$compiler" "-std=c++$standard" "-m$bits" -fsyntax-only -Wall -Wextra -Wpedantic -Wshadow \
-            -Wconversion -Werror $more "-I$root" "-I$root/include" "-I$root/port" -x c++ -
+            -Wconversion -Werror $more "-I$root" "-I$root/include" "-I$root/port" "-I$root/sdk" \
+            -x c++ -
     then
         echo "$header does not compile"
         failed=1
