@@ -1,0 +1,14 @@
+#!/usr/bin/env bash
+# Whether systemd understands the example of a unit: check_unit.sh UNIT HOST
+set -eu
+
+if ! command -v systemd-analyze >/dev/null; then
+    echo "systemd-analyze is not installed, so the unit is not checked"
+    exit 77
+fi
+work=$(mktemp -d "${TMPDIR:-/tmp}/ixlal-test-XXXXXX")
+trap 'rm -rf "$work"' EXIT
+
+sed "s,/usr/bin/ixla-host,$2," "$1" >"$work/ixla-host@example.service"
+grep -qF "ExecStart=$2 --prs" "$work/ixla-host@example.service"
+systemd-analyze verify --man=no "$work/ixla-host@example.service"

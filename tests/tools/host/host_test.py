@@ -1,0 +1,359 @@
+"""The host, as an operator and a service manager use it: host_test.py HOST PLUGIN"""
+
+import os
+import re
+import shutil
+import signal
+import socket
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+from pathlib import Path
+
+HOST, PLUGIN = sys.argv.pop(1), sys.argv.pop(1)
+LIMIT = 30  # seconds for what should take a moment
+
+
+class HostTest(unittest.TestCase):
+    def setUp(self):
+        temporary = tempfile.TemporaryDirectory()
+        self.addCleanup(temporary.cleanup)
+        self.dir = Path(temporary.name)
+        for name in ("plugins", "config", "log"):
+            (self.dir / name).mkdir()
+        shutil.copy(PLUGIN, self.dir / "plugins")
+        self.write("config/ixlap.configmanager.prs", "ixlap.configmanager.store.file = store.txt\n")
+        self.write("core.prs", "core.plugins.dir = plugins\n"
+                               "core.plugins.config.dir = config\n"
+                               "core.plugins.log.dir = log\n"
+                               "core.free.plugins.lib = false\n")
+
+    def write(self, name, text):
+        (self.dir / name).write_text(text)
+
+    def launch(self, *arguments, behaviour="", **options):
+        options.setdefault("stdout", subprocess.PIPE)
+        environment = {**os.environ, "OBSTINATE": behaviour, **options.pop("environment", {})}
+        host = subprocess.Popen([HOST, *arguments], cwd=self.dir, env=environment, text=True,
+                                stderr=subprocess.PIPE, **options)
+        self.addCleanup(self.end, host)
+        return host
+
+    @staticmethod
+    def end(host):
+        if host.poll() is None:
+            host.kill()
+        host.communicate()
+
+    def run_host(self, *arguments, **options):
+        host = self.launch(*arguments, **options)
+        out, err = host.communicate(timeout=LIMIT)
+        return host.returncode, out, err
+
+    def serve(self, *arguments, **options):
+        """A host that has said that it is ready."""
+        host = self.launch("--prs", "core.prs", *arguments, **options)
+        self.await_line(host, f"ixla-host: ready, process {host.pid}\n")
+        return host
+
+    def await_line(self, host, wanted):
+        for line in host.stdout:
+            if line == wanted:
+                return
+        self.fail(f"never said {wanted!r}: {host.stderr.read()}")
+
+    def finish(self, host):
+        out, err = host.communicate(timeout=LIMIT)
+        return host.returncode, out, err
+
+    def wait_for_text(self, stream, wanted):
+        """Reads until wanted has come; what was read."""
+        text = ""
+        while wanted not in text:
+            line = stream.readline()
+            self.assertTrue(line, f"never said {wanted!r}: {text}")
+            text += line
+        return text
+
+
+class Stopping(HostTest):
+    def test_a_signal_stops_in_good_order(self):
+        for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
+            with self.subTest(number):
+                host = self.serve()
+                host.send_signal(number)
+                code, out, err = self.finish(host)
+                self.assertEqual((0, "ixla-host: stopped\n"), (code, out))
+                self.assertIn(f"ixla-host: {number.name}, stops;", err)
+
+    def test_a_second_signal_ends_a_stop_that_hangs(self):
+        for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
+            with self.subTest(number):
+                host = self.serve("--require", "test.obstinate", behaviour="hang in stop")
+                host.send_signal(signal.SIGTERM)
+                self.await_line(host, "hangs\n")
+                host.send_signal(number)
+                code, out, err = self.finish(host)
+                self.assertEqual((128 + number, ""), (code, out))
+                self.assertIn(f"{number.name} again, ends at once", err)
+
+    def test_a_second_signal_ends_a_start_that_hangs(self):
+        host = self.launch("--prs", "core.prs", "core.autostart.list=obstinate",
+                           behaviour="hang in init")
+        self.await_line(host, "initialises\n")
+        host.send_signal(signal.SIGINT)
+        self.wait_for_text(host.stderr, "SIGINT, stops")
+        host.send_signal(signal.SIGTERM)
+        self.assertEqual(128 + signal.SIGTERM, self.finish(host)[0])
+
+    def test_a_signal_during_the_start_stops_right_after_it(self):
+        host = self.launch("--prs", "core.prs", "core.autostart.list=obstinate",
+                           "--ready-file", "ready", behaviour="slow init")
+        self.await_line(host, "initialises\n")
+        host.send_signal(signal.SIGTERM)
+        self.assertEqual((0, "ixla-host: stopped\n"), self.finish(host)[:2])
+
+    def test_a_signal_spares_what_is_not_initialised_yet(self):
+        shutil.copy(PLUGIN, self.dir / "plugins/libzzz.so")
+        host = self.launch("--prs", "core.prs", "core.load.plugin.list=obstinate",
+                           "--require", "test.obstinate", "--require", "com.kelvora.ixla.logger",
+                           behaviour="slow init")
+        self.await_line(host, "initialises\n")
+        host.send_signal(signal.SIGTERM)
+        self.assertEqual((0, "ixla-host: stopped\n"), self.finish(host)[:2])
+
+    def test_hangup_is_ignored_under_nohup(self):
+        ignore = lambda: signal.signal(signal.SIGHUP, signal.SIG_IGN)  # noqa: E731
+        host = self.serve(preexec_fn=ignore)
+        host.send_signal(signal.SIGHUP)
+        time.sleep(0.1)
+        host.send_signal(signal.SIGTERM)
+        code, _, err = self.finish(host)
+        self.assertEqual(0, code)
+        self.assertNotIn("again", err)
+        self.assertNotIn("SIGHUP", err)
+
+    def test_threads_of_plugins_leave_the_signals_to_the_host(self):
+        host = self.serve("--require", "test.obstinate", behaviour="threads")
+        wanted = sum(1 << (number - 1) for number in (signal.SIGHUP, signal.SIGINT, signal.SIGTERM))
+        takers = 0
+        threads = list(Path(f"/proc/{host.pid}/task").iterdir())
+        for thread in threads:
+            blocked = re.search(r"^SigBlk:\s*(\w+)", (thread / "status").read_text(), re.M)
+            takers += int(blocked.group(1), 16) & wanted != wanted
+        self.assertGreaterEqual(len(threads), 3)
+        self.assertEqual(1, takers)  # the one that waits for them
+
+    def test_seconds_limit_the_time(self):
+        began = time.monotonic()
+        code, out, _ = self.run_host("--prs", "core.prs", "--seconds", "1")
+        self.assertEqual(0, code)
+        self.assertGreaterEqual(time.monotonic() - began, 1)
+        self.assertRegex(out, r"^ixla-host: ready, process \d+\nixla-host: stopped\n$")
+
+    def test_a_reader_that_goes_away_does_not_end_it(self):
+        reading, writing = os.pipe()
+        os.close(reading)
+        with os.fdopen(writing, "w") as closed:
+            code, _, _ = self.run_host("--prs", "core.prs", "--seconds", "0", stdout=closed)
+        self.assertEqual(0, code)
+
+
+class Requiring(HostTest):
+    def start(self, *arguments, **options):
+        return self.run_host("--prs", "core.prs", "--seconds", "0", *arguments, **options)
+
+    def test_initialises_what_is_required(self):
+        code, out, _ = self.start("--require", "test.obstinate")
+        self.assertEqual(0, code)
+        self.assertEqual("initialises", out.splitlines()[0])
+
+    def test_initialises_nothing_else(self):
+        self.assertNotIn("initialises", self.start()[1])
+
+    def test_names_every_interface_that_is_missing(self):
+        code, out, err = self.start("--require", "test.obstinate", "--require", "test.one",
+                                    "--require=test.two")
+        self.assertEqual((3, "ixla-host: stopped\n"), (code, out))
+        self.assertIn("ixla-host: no plugin offers the required interface test.one\n", err)
+        self.assertIn("ixla-host: no plugin offers the required interface test.two\n", err)
+
+    def test_tells_why_an_interface_did_not_initialise(self):
+        code, out, err = self.start("--require", "test.obstinate", "core.log.file=core.log",
+                                    behaviour="fail in init")
+        self.assertEqual((4, "initialises\nixla-host: stopped\n"), (code, out))
+        self.assertIn("test.obstinate did not initialise: -2003 (eIxlaInitFailed: ", err)
+        self.assertIn("ixla-host: the core log says why: core.log\n", err)
+        self.assertIn("err: -7", (self.dir / "core.log").read_text())
+
+    def test_takes_no_instance_for_a_failure(self):
+        code, _, err = self.start("--require", "test.obstinate", behaviour="null instance")
+        self.assertEqual(4, code)
+        self.assertIn("did not initialise: no instance", err)
+
+
+class ReadyFile(HostTest):
+    def test_is_there_while_all_is_ready(self):
+        host = self.serve("--ready-file", "ready")
+        self.assertEqual(f"{host.pid}\n", (self.dir / "ready").read_text())
+        self.assertEqual(1, sum("ready" in name.name for name in self.dir.iterdir()))
+        host.send_signal(signal.SIGTERM)
+        self.assertEqual(0, self.finish(host)[0])
+        self.assertEqual([], list(self.dir.glob("ready*")))
+
+    def test_goes_when_the_stop_begins(self):
+        host = self.serve("--ready-file", "ready", "--require", "test.obstinate",
+                          behaviour="hang in stop")
+        host.send_signal(signal.SIGTERM)
+        self.await_line(host, "hangs\n")
+        self.assertEqual([], list(self.dir.glob("ready*")))
+
+    def test_of_an_earlier_process_goes_before_the_start(self):
+        self.write("ready", "1\n")
+        code, _, _ = self.run_host("core.plugins.dir=plugins", "--ready-file", "ready")
+        self.assertEqual(1, code)
+        self.assertEqual([], list(self.dir.glob("ready*")))
+
+    def test_is_not_made_for_a_missing_interface(self):
+        host = self.launch("--prs", "core.prs", "--ready-file", "ready", "--require", "test.one",
+                           "--seconds", "60")
+        self.assertEqual(3, self.finish(host)[0])
+        self.assertEqual([], list(self.dir.glob("ready*")))
+
+    def test_that_cannot_be_made_is_told_before_the_start(self):
+        code, out, err = self.run_host("--prs", "core.prs", "--ready-file", "none/ready")
+        self.assertEqual((5, ""), (code, out))
+        self.assertEqual("ixla-host: the ready file none/ready cannot be written or removed: "
+                         "No such file or directory\n", err)
+
+    def test_that_cannot_be_made_any_more_stops_the_host(self):
+        (self.dir / "run").mkdir()
+        host = self.launch("--prs", "core.prs", "--ready-file", "run/ready",
+                           "core.autostart.list=obstinate", behaviour="slow init")
+        self.await_line(host, "initialises\n")
+        (self.dir / "run").rmdir()
+        code, out, err = self.finish(host)
+        self.assertEqual((5, "ixla-host: stopped\n"), (code, out))
+        self.assertIn("the ready file run/ready cannot be written", err)
+
+    def test_replaces_regular_files_only(self):
+        (self.dir / "link").symlink_to("/dev/null")
+        for path in ("/dev/null", "plugins", "link"):
+            with self.subTest(path):
+                code, _, err = self.run_host("--prs", "core.prs", "--ready-file", path)
+                self.assertEqual((5, f"ixla-host: the ready file {path} is no regular file; "
+                                     "name another\n"), (code, err))
+
+
+class Manager(HostTest):
+    def notified(self, name):
+        """What a service manager hears from a run."""
+        with socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM) as manager:
+            manager.bind(name.replace("@", "\0"))
+            manager.settimeout(LIMIT)
+            code, _, _ = self.run_host("--prs", "core.prs", "--seconds", "0",
+                                       environment={"NOTIFY_SOCKET": name})
+            self.assertEqual(0, code)
+            return [manager.recv(100).decode() for _ in range(2)]
+
+    def test_hears_of_both_ends(self):
+        for name in (str(self.dir / "socket"), f"@ixlal-{os.getpid()}"):
+            with self.subTest(name):
+                self.assertEqual(["READY=1", "STOPPING=1"], self.notified(name))
+
+    def test_that_does_not_listen_harms_nothing(self):
+        code, _, err = self.run_host("--prs", "core.prs", "--seconds", "0",
+                                     environment={"NOTIFY_SOCKET": "/nowhere/socket"})
+        self.assertEqual(0, code)
+        self.assertIn("NOTIFY_SOCKET cannot be told READY=1: No such file or directory", err)
+
+    def test_with_a_name_that_is_too_long_harms_nothing(self):
+        code, _, err = self.run_host("--prs", "core.prs", "--seconds", "0",
+                                     environment={"NOTIFY_SOCKET": "/" + 200 * "x"})
+        self.assertEqual(0, code)
+        self.assertIn("File name too long", err)
+
+
+class FailedStart(HostTest):
+    def fails(self, *arguments, **options):
+        code, out, err = self.run_host(*arguments, **options)
+        self.assertEqual((1, ""), (code, out))
+        return err
+
+    def test_tells_the_result_and_how_to_get_a_log(self):
+        err = self.fails("core.log.level=high")
+        self.assertEqual("ixla-host: the core did not start: -502 (eIxlaInvalidArgument: invalid "
+                         "argument)\nixla-host: the argument core.log.file=FILE makes a log that "
+                         "says why\n", err)
+
+    def test_names_the_log_that_there_is(self):
+        err = self.fails("core.log.file = sub\\core.log", "core.plugins.dir=plugins")
+        self.assertIn("ixla-host: the core log says why: sub/core.log\n", err)
+        self.assertIn("core.plugins.config.dir and core.plugins.log.dir are needed", err)
+
+    def test_says_when_the_log_is_missing(self):
+        err = self.fails("core.log.file=/proc/none/core.log", "core.plugins.dir=plugins")
+        self.assertIn("there is no core log /proc/none/core.log: No such file", err)
+
+    def test_tells_what_a_property_file_needs(self):
+        self.assertIn("ixla-config check", self.fails("--prs", "none.prs"))
+
+    def test_sends_to_the_libraries(self):
+        self.write("plugins/libwrong.so", "no library")
+        err = self.fails("--prs", "core.prs")
+        self.assertIn("the core did not start: -8 (Exec format error)", err)
+        self.assertIn("ixla-inspect DIR", err)
+
+    def test_takes_any_text(self):
+        (self.dir / "plugins").rename(self.dir / "Größe 7")
+        self.write("Größe 7/libwrong.so", "no library")
+        self.fails("--prs", "core.prs", "core.plugins.dir=Größe 7", "core.log.file=Prüfung.log")
+        self.assertIn("Größe 7/libwrong.so", (self.dir / "Prüfung.log").read_text())
+
+
+class CommandLine(HostTest):
+    def test_that_is_wrong_is_refused(self):
+        for arguments, wanted in (
+                ((), "nothing to start: give --prs FILE or core.plugins.dir=DIR"),
+                (("--require", "x"), "nothing to start"),
+                (("plugins",), "'plugins' is no KEY=VALUE"),
+                (("=x",), "'=x' is no KEY=VALUE"),
+                ((" =x",), "' =x' is no KEY=VALUE"),
+                (("",), "'' is no KEY=VALUE"),
+                (("--seconds", "x", "a=b"), "'x' is no number of seconds"),
+                (("--seconds", "-1", "a=b"), "'-1' is no number of seconds"),
+                (("--seconds", "1.5", "a=b"), "'1.5' is no number of seconds"),
+                (("--seconds", "99999999999", "a=b"), "'99999999999' is no number of seconds"),
+                (("--seconds",), "--seconds"),
+                (("--require", ""), "--require"),
+                (("--prs", ""), "--prs"),
+                (("--unknown",), "--unknown")):
+            with self.subTest(arguments):
+                code, out, err = self.run_host(*arguments)
+                self.assertEqual((2, ""), (code, out))
+                self.assertRegex(err, r"^ixla-host: [^\n]*; see ixla-host --help\n$")
+                self.assertIn(wanted, err)
+
+    def test_takes_a_number_as_decimal(self):
+        began = time.monotonic()
+        self.assertEqual(0, self.run_host("--prs", "core.prs", "--seconds", "01")[0])
+        self.assertGreaterEqual(time.monotonic() - began, 1)
+
+    def test_requires_one_interface_an_option(self):
+        code, _, err = self.run_host("--prs", "core.prs", "--require", "test.one",
+                                     "core.free.plugins.lib=false")
+        self.assertEqual(3, code)
+        self.assertNotIn("interface core.free", err)
+
+    def test_arguments_win_over_the_property_file(self):
+        self.write("core.prs", "core.plugins.dir = nowhere\ncore.plugins.config.dir = config\n"
+                               "core.plugins.log.dir = log\ncore.free.plugins.lib = false\n")
+        code, _, _ = self.run_host("--prs", "core.prs", "core.plugins.dir=plugins", "--seconds",
+                                   "0", "--require", "test.obstinate")
+        self.assertEqual(0, code)
+
+
+if __name__ == "__main__":
+    unittest.main()

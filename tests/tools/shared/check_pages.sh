@@ -1,0 +1,53 @@
+#!/usr/bin/env bash
+# Whether a tool's man page and completion know all that its help does:
+# check_pages.sh PROGRAM MAN COMPLETION [SUBCOMMAND...]
+set -eu
+
+program=$1
+man=$2
+completion=$3
+shift 3
+name=$(basename "$program")
+failures=0
+
+fail() {
+    echo "$name: $1" >&2
+    failures=$((failures + 1))
+}
+
+# help_options [SUBCOMMAND]: the long options of the help.
+help_options() {
+    "$program" "$@" --help | grep -oE '^ +(-[a-z], ?)?--[a-z][a-z-]*' | grep -oE -- '--[a-z-]+' | sort -u
+}
+
+# complete_words WORD...: what the completion offers for the last word.
+complete_words() {
+    COMP_WORDS=("$name" "$@")
+    COMP_CWORD=$#
+    COMPREPLY=()
+    "$(complete -p "$name" | sed 's/.*-F \([^ ]*\).*/\1/')"
+    printf '%s\n' "${COMPREPLY[@]}"
+}
+
+# check_options [SUBCOMMAND]
+check_options() {
+    local option offered
+    offered=$(complete_words "$@" --)
+    for option in $(help_options "$@"); do
+        grep -qE "Fl ${option#-}( |\$)" "$man" || fail "no $option in the man page"
+        # What stands before a subcommand need not be offered behind it.
+        grep -qxF -- "$option" <<<"$offered" || fail "no completion of ${*} $option"
+    done
+}
+
+# shellcheck disable=SC1090 # the file under test
+source "$completion"
+mandoc -Tlint -W warning "$man" || fail "mandoc has something to say"
+[ "$("$program" --help | grep -c "^ *$name .")" -ge 2 ] || fail "fewer than two examples in --help"
+check_options
+for subcommand in "$@"; do
+    grep -qE "^\.(It )?Cm $subcommand( |\$)" "$man" || fail "no $subcommand in the man page"
+    complete_words '' | grep -qxF -- "$subcommand" || fail "no completion of $subcommand"
+    check_options "$subcommand"
+done
+[ "$failures" -eq 0 ]

@@ -1,0 +1,205 @@
+#include "host/PHost.h"
+
+#include "Ixla.h"
+#include "helpers/ResultText.h"
+#include "host/PNotifySocket.h"
+
+#include <cerrno>
+#include <iostream>
+#include <system_error>
+#include <unistd.h>
+
+namespace
+{
+// Written at once, for those who follow the output through a pipe.
+void _say(const std::string& iText)
+{
+    std::cout << "ixla-host: " << iText << std::endl;
+}
+
+void _complain(const std::string& iText)
+{
+    std::cerr << "ixla-host: " << iText << std::endl;
+}
+
+std::string _systemText(int iError)
+{
+    return std::generic_category().message(iError);
+}
+
+void _notify(const char* iState)
+{
+    if (const int error = PNotifySocket::send(iState))
+    {
+        _complain("NOTIFY_SOCKET cannot be told " + std::string(iState) + ": " +
+                  _systemText(error));
+    }
+}
+
+/// What mends a failed start; null where only the log knows.
+const char* _advise(int iResult)
+{
+    switch (iResult)
+    {
+    case eIxlaMissingCoreKey:
+        return "core.plugins.config.dir and core.plugins.log.dir are needed, in the property file "
+               "or as arguments";
+    case eIxlaNoPluginsDir:
+        return "core.plugins.dir is needed, in the property file or as an argument";
+    case eIxlaCoreConfigFailed:
+        return "the property file must be there and have \"=\" in every line; ixla-config check "
+               "FILE finds what is wrong with it";
+    case eIxlaInterfaceRegistered:
+    case eIxlaNullPlugin:
+    case -ENOEXEC:
+        return "ixla-inspect DIR shows which library is wrong, and why";
+    default:
+        return nullptr;
+    }
+}
+} // namespace
+
+PHost::PHost(const PHostOptions& iOptions) : fOptions(iOptions), fReadyFile(iOptions.fReadyFile)
+{
+}
+
+EExitCode PHost::run()
+{
+    if (const int error = fReadyFile.prepare())
+    {
+        return complainOfReadyFile(error);
+    }
+    EExitCode code = start();
+    if (code != eExitOk)
+    {
+        return code;
+    }
+    code = initialise();
+    if (code == eExitOk && !fSignals.hasCome())
+    {
+        code = serve();
+    }
+    return stop(code);
+}
+
+EExitCode PHost::start() const
+{
+    const std::vector<PString>& arguments = fOptions.fCoreArguments;
+    const int result = ixlaStart(arguments.data(), static_cast<unsigned int>(arguments.size()));
+    if (result == eIxlaOk)
+    {
+        return eExitOk;
+    }
+    _complain("the core did not start: " + ixlaResultText(result));
+    tellLog();
+    if (const char* const advice = _advise(result))
+    {
+        _complain(advice);
+    }
+    return eExitStartFailed;
+}
+
+EExitCode PHost::initialise() const
+{
+    const EExitCode code = findRequired();
+    return code == eExitOk ? initialiseRequired() : code;
+}
+
+EExitCode PHost::findRequired() const
+{
+    EExitCode code = eExitOk;
+    for (const std::string& id : fOptions.fRequired)
+    {
+        if (!ixlaIsInterfaceAvailable(toWide(id)))
+        {
+            _complain("no plugin offers the required interface " + id);
+            code = eExitInterfaceMissing;
+        }
+    }
+    if (code != eExitOk)
+    {
+        _complain("ixla-inspect DIR shows which library offers what");
+    }
+    return code;
+}
+
+EExitCode PHost::initialiseRequired() const
+{
+    for (const std::string& id : fOptions.fRequired)
+    {
+        if (fSignals.hasCome())
+        {
+            return eExitOk;
+        }
+        IBase* instance = nullptr;
+        const int result = ixlaGetInstance(toWide(id), instance);
+        if (result != eIxlaOk || !instance)
+        {
+            _complain("the required interface " + id + " did not initialise: " +
+                      (result == eIxlaOk ? "no instance" : ixlaResultText(result)));
+            tellLog();
+            return eExitInterfaceFailed;
+        }
+    }
+    return eExitOk;
+}
+
+EExitCode PHost::serve()
+{
+    if (const int error = fReadyFile.publish())
+    {
+        return complainOfReadyFile(error);
+    }
+    _say("ready, process " + std::to_string(getpid()));
+    _notify("READY=1");
+    std::optional<std::chrono::seconds> limit;
+    if (fOptions.fSeconds != PHostOptions::eNoLimit)
+    {
+        limit = std::chrono::seconds(fOptions.fSeconds);
+    }
+    fSignals.wait(limit);
+    return eExitOk;
+}
+
+EExitCode PHost::stop(EExitCode iSoFar)
+{
+    const int error = fReadyFile.withdraw();
+    const EExitCode code = error == 0 || iSoFar != eExitOk ? iSoFar : complainOfReadyFile(error);
+    _notify("STOPPING=1");
+    const int result = ixlaStop();
+    if (result == eIxlaOk)
+    {
+        _say("stopped");
+        return code;
+    }
+    _complain("the stop failed: " + ixlaResultText(result));
+    tellLog();
+    return code == eExitOk ? eExitStopFailed : code;
+}
+
+EExitCode PHost::complainOfReadyFile(int iError) const
+{
+    _complain("the ready file " + fOptions.fReadyFile +
+              (iError == EEXIST ? " is no regular file; name another"
+                                : " cannot be written or removed: " + _systemText(iError)));
+    return eExitReadyFile;
+}
+
+void PHost::tellLog() const
+{
+    const std::string path = fOptions.pathOf(L"core.log.file");
+    const int error = access(path.c_str(), R_OK) == 0 ? 0 : errno;
+    if (path.empty())
+    {
+        _complain("the argument core.log.file=FILE makes a log that says why");
+    }
+    else if (error == 0)
+    {
+        _complain("the core log says why: " + path);
+    }
+    else
+    {
+        _complain("there is no core log " + path + ": " + _systemText(error) +
+                  "; with LOG_IXLACORE=1 in the environment it comes to the standard error stream");
+    }
+}

@@ -1,0 +1,156 @@
+#include "host/PHostOptions.h"
+
+#include "host/EExitCode.h"
+#include "portinglayer/PUtf8.h"
+#include "portinglayer/PUtils.h"
+
+#include <CLI/CLI.hpp>
+
+#include <iostream>
+
+namespace
+{
+constexpr char kVersion[] = "ixla-host " IXLAL_VERSION;
+constexpr char kDescription[] =
+    "Runs the core with any set of plugins until a signal comes.\n"
+    "SIGINT, SIGTERM and SIGHUP stop it in good order, a second signal ends it at once.\n";
+constexpr char kFooter[] =
+    "Exit codes:\n"
+    "  0      stopped in good order\n"
+    "  1      the core did not start\n"
+    "  2      the command line is wrong\n"
+    "  3      no plugin offers a required interface\n"
+    "  4      a required interface failed to initialise\n"
+    "  5      the ready file cannot be written or removed\n"
+    "  6      the stop failed\n"
+    "  7      the host itself failed, for lack of memory or threads\n"
+    "  128+N  a second signal, number N, ended it\n"
+    "\n"
+    "Examples:\n"
+    "  ixla-host --prs /etc/ixlal/core.prs --require com.example.ixla.hello\n"
+    "  ixla-host --seconds 0 core.plugins.dir=plugins core.plugins.config.dir=config \\\n"
+    "            core.plugins.log.dir=log core.log.file=core.log\n"
+    "  ixla-host --prs core.prs --ready-file /run/ixlal.ready &";
+
+std::string _checkArgument(const std::string& iArgument)
+{
+    const std::size_t equals = iArgument.find('=');
+    const bool isKeyValue = iArgument.find_first_not_of(" \t") < equals;
+    return isKeyValue && equals != std::string::npos ? "" : "'" + iArgument + "' is no KEY=VALUE";
+}
+
+std::string _checkText(const std::string& iText)
+{
+    return iText.empty() ? "the text is empty" : "";
+}
+
+/// A decimal number: CLI11 would take one that begins with 0 for octal.
+int _toSeconds(const std::string& iText)
+{
+    int seconds = 0;
+    if (PUtils::strToInt32(toWide(iText), seconds) != 0 || seconds < 0)
+    {
+        throw CLI::ValidationError("--seconds", "'" + iText + "' is no number of seconds");
+    }
+    return seconds;
+}
+
+std::string _toPath(const PLiteral& iPath)
+{
+    std::string bytes(iPath.len() * PUtf8::eMaxBytes + 1, '\0');
+    const std::size_t length = PUtf8::encodePath(iPath.ptr(), iPath.len(), bytes.data());
+    bytes.resize(length == PUtf8::eNoPath ? 0 : length);
+    return bytes;
+}
+} // namespace
+
+PString toWide(const std::string& iText)
+{
+    std::vector<wchar_t> characters(iText.size() + 1);
+    const std::size_t count = PUtf8::decodeLine(iText.data(), iText.size(), characters.data());
+    return PString(characters.data(), static_cast<unsigned int>(count));
+}
+
+bool PHostOptions::parse(int iCount, const char* const* iArguments, int& oExitCode)
+{
+    CLI::App app(kDescription, "ixla-host");
+    try
+    {
+        read(app, iCount, iArguments);
+        return true;
+    }
+    catch (const CLI::ParseError& problem)
+    {
+        if (problem.get_exit_code() == 0)
+        {
+            oExitCode = app.exit(problem); // prints the help or the version
+            return false;
+        }
+        std::cerr << "ixla-host: " << problem.what() << "; see ixla-host --help\n";
+        oExitCode = eExitUsage;
+        return false;
+    }
+}
+
+void PHostOptions::read(CLI::App& ioApp, int iCount, const char* const* iArguments)
+{
+    std::string propertyFile;
+    std::vector<std::string> arguments;
+    ioApp.footer(kFooter);
+    ioApp.set_version_flag("--version", kVersion, "Print the version and exit");
+    ioApp.add_option("--prs", propertyFile, "Property file of the core; as core.prs.file=FILE")
+        ->option_text("FILE")
+        ->check(_checkText);
+    ioApp
+        .add_option("--require", fRequired,
+                    "Interface that must be there and initialise; repeatable")
+        ->option_text("ID")
+        ->allow_extra_args(false)
+        ->check(_checkText);
+    ioApp.add_option("--ready-file", fReadyFile, "Holds the process number while all is ready")
+        ->option_text("FILE")
+        ->check(_checkText);
+    ioApp
+        .add_option_function<std::string>(
+            "--seconds", [this](const std::string& text) { fSeconds = _toSeconds(text); },
+            "Stop so long after all is ready")
+        ->option_text("N");
+    ioApp.add_option("arguments", arguments, "Arguments of the core")
+        ->option_text("KEY=VALUE ...")
+        ->check(_checkArgument);
+    ioApp.parse(iCount, iArguments);
+    collect(propertyFile, arguments);
+}
+
+void PHostOptions::collect(const std::string& iPropertyFile,
+                           const std::vector<std::string>& iArguments)
+{
+    if (!iPropertyFile.empty())
+    {
+        fCoreArguments.push_back(toWide("core.prs.file=" + iPropertyFile));
+    }
+    for (const std::string& argument : iArguments)
+    {
+        fCoreArguments.push_back(toWide(argument));
+    }
+    if (fCoreArguments.empty())
+    {
+        throw CLI::ValidationError("nothing to start: give --prs FILE or core.plugins.dir=DIR");
+    }
+}
+
+std::string PHostOptions::pathOf(const wchar_t* iKey) const
+{
+    PString path;
+    for (const PString& argument : fCoreArguments)
+    {
+        PString key;
+        PString value;
+        if (PUtils::getKeyValue(argument, key, value, L'=') == 0 && key.cmp(iKey) == 0)
+        {
+            path = value; // as for the core, the last one counts
+        }
+    }
+    PUtils::fixFileSeparator(path);
+    return _toPath(path);
+}

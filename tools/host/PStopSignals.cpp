@@ -1,0 +1,124 @@
+#include "host/PStopSignals.h"
+
+#include <cstdio>
+#include <cstring>
+#include <pthread.h>
+#include <system_error>
+#include <unistd.h>
+
+namespace
+{
+constexpr int kSignalled = 128;
+
+extern "C" void _doNothing(int)
+{
+}
+
+bool _isIgnored(int iSignal)
+{
+    struct sigaction action = {};
+    return sigaction(iSignal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
+}
+
+/// A handler, because programs that plugins start would inherit an ignored signal.
+void _disarmSigpipe()
+{
+    struct sigaction action = {};
+    action.sa_handler = &_doNothing;
+    action.sa_flags = SA_RESTART;
+    if (!_isIgnored(SIGPIPE))
+    {
+        sigaction(SIGPIPE, &action, nullptr); // cannot fail for this signal
+    }
+}
+} // namespace
+
+PStopSignals::PStopSignals()
+{
+    _disarmSigpipe();
+    sigemptyset(&fSignals);
+    sigaddset(&fSignals, SIGINT);
+    sigaddset(&fSignals, SIGTERM);
+    if (!_isIgnored(SIGHUP))
+    {
+        sigaddset(&fSignals, SIGHUP);
+    }
+    if (const int error = pthread_sigmask(SIG_BLOCK, &fSignals, nullptr))
+    {
+        throw std::system_error(error, std::generic_category(), "signals cannot be blocked");
+    }
+    fListener = std::thread([this] { listen(); });
+}
+
+PStopSignals::~PStopSignals()
+{
+    {
+        const std::lock_guard<std::mutex> lock(fMutex);
+        fEnding = true;
+    }
+    pthread_kill(fListener.native_handle(), SIGINT); // the thread is there until it is joined
+    fListener.join();
+}
+
+bool PStopSignals::hasCome() const
+{
+    const std::lock_guard<std::mutex> lock(fMutex);
+    return fHasCome;
+}
+
+void PStopSignals::wait(std::optional<std::chrono::seconds> iLimit) const
+{
+    std::unique_lock<std::mutex> lock(fMutex);
+    const auto hasCome = [this]
+    {
+        return fHasCome;
+    };
+    if (iLimit)
+    {
+        fChanged.wait_until(lock, std::chrono::steady_clock::now() + *iLimit, hasCome);
+    }
+    else
+    {
+        fChanged.wait(lock, hasCome);
+    }
+}
+
+void PStopSignals::listen()
+{
+    for (;;)
+    {
+        int caught = 0;
+        const bool waited = sigwait(&fSignals, &caught) == 0;
+        if (isEnding())
+        {
+            return;
+        }
+        if (waited)
+        {
+            take(caught);
+        }
+    }
+}
+
+bool PStopSignals::isEnding() const
+{
+    const std::lock_guard<std::mutex> lock(fMutex);
+    return fEnding;
+}
+
+void PStopSignals::take(int iSignal)
+{
+    // Straight to the descriptor: a thread that hangs may hold the stream.
+    const char* const name = sigabbrev_np(iSignal);
+    if (hasCome())
+    {
+        dprintf(STDERR_FILENO, "ixla-host: SIG%s again, ends at once\n", name);
+        _exit(kSignalled + iSignal);
+    }
+    dprintf(STDERR_FILENO, "ixla-host: SIG%s, stops; a second signal ends it at once\n", name);
+    {
+        const std::lock_guard<std::mutex> lock(fMutex);
+        fHasCome = true;
+    }
+    fChanged.notify_all();
+}

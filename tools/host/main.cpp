@@ -1,0 +1,21 @@
+// ixla-host: runs the core with any set of plugins.
+
+#include "host/PHost.h"
+
+#include <exception>
+#include <iostream>
+
+int main(int iCount, char** iArguments)
+{
+    try
+    {
+        PHostOptions options;
+        int exitCode = eExitOk;
+        return options.parse(iCount, iArguments, exitCode) ? PHost(options).run() : exitCode;
+    }
+    catch (const std::exception& problem)
+    {
+        std::cerr << "ixla-host: " << problem.what() << '\n';
+        return eExitHostFailed;
+    }
+}

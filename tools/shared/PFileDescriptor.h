@@ -1,0 +1,46 @@
+// PFileDescriptor: a file descriptor that is closed at the latest when its owner goes.
+#ifndef IXLAL_TOOLS_PFILEDESCRIPTOR_H
+#define IXLAL_TOOLS_PFILEDESCRIPTOR_H
+
+#include <cerrno>
+#include <unistd.h>
+#include <utility>
+
+class PFileDescriptor
+{
+public:
+    /// Takes over iDescriptor; a negative one stands for none.
+    explicit PFileDescriptor(int iDescriptor) noexcept : fDescriptor(iDescriptor)
+    {
+    }
+
+    ~PFileDescriptor()
+    {
+        close(); // who cares for the result has closed it before
+    }
+
+    PFileDescriptor(const PFileDescriptor&) = delete;
+    PFileDescriptor& operator=(const PFileDescriptor&) = delete;
+
+    int get() const noexcept
+    {
+        return fDescriptor;
+    }
+
+    explicit operator bool() const noexcept
+    {
+        return fDescriptor >= 0;
+    }
+
+    /// Returns 0 or the errno of closing; 0 when it is closed already.
+    int close() noexcept
+    {
+        const int descriptor = std::exchange(fDescriptor, -1);
+        return descriptor < 0 || ::close(descriptor) == 0 ? 0 : errno;
+    }
+
+private:
+    int fDescriptor;
+};
+
+#endif
