@@ -1,15 +1,23 @@
 #include "alarm/PAlarm.h"
 
-#include "Ixla.h"
-#include "PGuarded.h"
-#include "shared/PService.h"
+#include "helpers/PPlugin.h"
+#include "helpers/ServiceLookup.h"
 
 namespace
 {
 constexpr wchar_t kLogName[] = L"alarm.log";
-constexpr wchar_t kConfigTopic[] = L"com.example.ixla.alarm.config";
-constexpr const wchar_t* kTopics[] = {kSampleTopic, kConfigTopic, kIxlaCoreExitTopic};
+
+class AlarmPlugin : public PPlugin
+{
+public:
+    AlarmPlugin()
+    {
+        offer<PAlarm>(kAlarmId);
+    }
+};
 } // namespace
+
+IXLA_PLUGIN(AlarmPlugin)
 
 PAlarm::PAlarm()
     : fLoad(L"load in hundredths", kLoadLimitKey, L"load.highest"),
@@ -17,7 +25,7 @@ PAlarm::PAlarm()
 {
 }
 
-int PAlarm::start()
+int PAlarm::onInit()
 {
     const int result = findServices();
     if (result != eIxlaOk)
@@ -26,114 +34,61 @@ int PAlarm::start()
     }
     fLoad.load(*fConfig, *fLogger);
     fMemory.load(*fConfig, *fLogger);
-    fRunning = true;
     return subscribe();
 }
 
 int PAlarm::findServices()
 {
-    PBaseptr<ILogger> pluginsLog;
-    int result = findService(kIxlaLoggerId, pluginsLog);
+    int result = eIxlaOk;
+    fManager = ixlaService<IConfigManager>(result);
     if (result == eIxlaOk)
     {
+        result = fManager->loadByID(kAlarmId, fConfig);
+    }
+    if (result == eIxlaOk)
+    {
+        const PBaseptr<ILogger> pluginsLog = ixlaService<ILogger>(result);
         // While plugin logging is disabled no named log is handed out; the shared one then takes
         // the lines and drops them.
         fLogger = pluginsLog;
-        result = pluginsLog->getLogger(kLogName, fLogger);
-    }
-    if (result == eIxlaOk)
-    {
-        result = findService(kIxlaEventDispatcherId, fDispatcher);
-    }
-    if (result == eIxlaOk)
-    {
-        result = findService(kIxlaConfigManagerId, fManager);
-    }
-    return result == eIxlaOk ? fManager->loadByID(kAlarmId, fConfig) : result;
-}
-
-int PAlarm::subscribe()
-{
-    int result = fManager->addListener(kAlarmId, kConfigTopic);
-    for (const wchar_t* topic : kTopics)
-    {
-        if (result == eIxlaOk)
-        {
-            result = fDispatcher->addListener(topic, this);
-        }
+        result = pluginsLog ? pluginsLog->getLogger(kLogName, fLogger) : result;
     }
     return result;
 }
 
-// The dispatcher holds this object as its listener, and this object holds the dispatcher: both
-// shares are given up here, or neither would ever end.
-void PAlarm::stop()
+int PAlarm::subscribe()
 {
-    PBaseptr<IEventDispatcher> dispatcher;
-    PBaseptr<IConfigManager> manager;
-    {
-        const std::lock_guard<std::mutex> lock(fMutex);
-        fRunning = false;
-        dispatcher = fDispatcher;
-        manager = fManager;
-        fDispatcher.clear();
-        fManager.clear();
-        fConfig.clear();
-        fLogger.clear();
-    }
-    // After a start that failed half way some of these are not registered, which is as good.
-    if (manager)
-    {
-        (void)manager->removeListener(kAlarmId, kConfigTopic);
-    }
-    for (const wchar_t* topic : kTopics)
-    {
-        if (dispatcher)
-        {
-            (void)dispatcher->removeListener(topic, this);
-        }
-    }
-}
-
-int PAlarm::handleEvent(const PLiteral& iTopic, IBase* iParam1, int)
-{
-    return ixlaGuarded([&] { return onEvent(iTopic, iParam1); });
-}
-
-int PAlarm::onEvent(const PLiteral& iTopic, IBase* iParam1)
-{
-    if (iTopic == kIxlaCoreExitTopic)
-    {
-        stop();
-        return eIxlaOk;
-    }
-    const std::lock_guard<std::mutex> lock(fMutex);
-    if (!fRunning || !iParam1)
-    {
-        return eIxlaInvalidArgument;
-    }
-    if (iTopic == kConfigTopic)
-    {
-        return onConfigChanged(*static_cast<IConfigChanged*>(iParam1));
-    }
-    onSample(*static_cast<ISample*>(iParam1));
-    return eIxlaOk;
-}
-
-void PAlarm::onSample(const ISample& iSample)
-{
-    fAlarms += fLoad.check(iSample.getLoad(), *fManager, *fLogger) ? 1 : 0;
-    fAlarms += fMemory.check(iSample.getMemory(), *fManager, *fLogger) ? 1 : 0;
-}
-
-int PAlarm::onConfigChanged(const IConfigChanged& iChange)
-{
-    PString key;
-    const int result = iChange.getKey(key);
+    const int result = fSamples.subscribe(kSampleTopic,
+                                          [this](const PLiteral&, IBase* iSample, int)
+                                          {
+                                              if (iSample)
+                                              {
+                                                  onSample(static_cast<ISample&>(*iSample));
+                                              }
+                                          });
     if (result != eIxlaOk)
     {
         return result;
     }
+    return fChanges.subscribe(kAlarmId,
+                              [this](const IConfigChanged& iChange) { onConfigChanged(iChange); });
+}
+
+void PAlarm::onSample(const ISample& iSample)
+{
+    const std::lock_guard<std::mutex> lock(fMutex);
+    fAlarms += fLoad.check(iSample.getLoad(), *fManager, *fLogger) ? 1 : 0;
+    fAlarms += fMemory.check(iSample.getMemory(), *fManager, *fLogger) ? 1 : 0;
+}
+
+void PAlarm::onConfigChanged(const IConfigChanged& iChange)
+{
+    PString key;
+    if (iChange.getKey(key) != eIxlaOk)
+    {
+        return;
+    }
+    const std::lock_guard<std::mutex> lock(fMutex);
     for (PWatchedFigure* figure : {&fLoad, &fMemory})
     {
         if (figure->isLimitKey(key))
@@ -141,7 +96,6 @@ int PAlarm::onConfigChanged(const IConfigChanged& iChange)
             figure->reloadLimit(*fConfig, *fLogger);
         }
     }
-    return eIxlaOk;
 }
 
 int PAlarm::getHighestLoad() const

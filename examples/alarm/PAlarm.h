@@ -2,28 +2,22 @@
 #ifndef IXLAL_EXAMPLES_PALARM_H
 #define IXLAL_EXAMPLES_PALARM_H
 
-#include "IConfigChanged.h"
-#include "IEventDispatcher.h"
-#include "IEventListener.h"
 #include "alarm/PWatchedFigure.h"
+#include "helpers/PConfigSubscription.h"
+#include "helpers/PService.h"
+#include "helpers/PSubscription.h"
 #include "shared/IAlarm.h"
 #include "shared/ISample.h"
-#include "shared/PCounted.h"
 
 #include <mutex>
 
 /// Writes a log of its own, "alarm.log", and keeps the highest values in the store.
-class PAlarm : public PCounted<IAlarm, IEventListener>
+class PAlarm : public PService<IAlarm>
 {
 public:
-    typedef IAlarm Interface;
-
     PAlarm();
 
-    int start();
-
-    /// Ends the subscriptions and lets go of the services.
-    void stop();
+    int onInit() override;
 
     int getHighestLoad() const override;
     int getHighestMemory() const override;
@@ -31,27 +25,27 @@ public:
     int getEarlierMemory() const override;
     int getAlarmCount() const override;
 
-    /// Samples, changes of its own configuration, and the core's exit.
-    int handleEvent(const PLiteral& iTopic, IBase* iParam1, int iParam2) override;
-
 private:
     int findServices();
     int subscribe();
-    int onEvent(const PLiteral& iTopic, IBase* iParam1);
     void onSample(const ISample& iSample);
-    int onConfigChanged(const IConfigChanged& iChange);
+    void onConfigChanged(const IConfigChanged& iChange);
 
-    /// Guards everything below but the highest values. Held while the services are called, except
-    /// the dispatcher, whose listeners might come back here.
-    std::mutex fMutex;
-    bool fRunning = false;
+    // Constant once the subscriptions are there.
     PBaseptr<IConfigManager> fManager;
     PBaseptr<IConfig> fConfig;
     PBaseptr<ILogger> fLogger;
-    PBaseptr<IEventDispatcher> fDispatcher;
+
     std::atomic<int> fAlarms{0};
+
+    /// Guards both figures but for their highest values; held while the services above are called.
+    std::mutex fMutex;
     PWatchedFigure fLoad;
     PWatchedFigure fMemory;
+
+    // Last: they end before what their listeners use.
+    PSubscription fSamples;
+    PConfigSubscription fChanges;
 };
 
 #endif

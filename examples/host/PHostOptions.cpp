@@ -1,13 +1,13 @@
 #include "host/PHostOptions.h"
 
-#include "portinglayer/PUtf8.h"
+#include "helpers/Text.h"
 #include "portinglayer/PUtils.h"
 
 namespace
 {
 bool _toNumber(const std::string& iText, int& oNumber)
 {
-    return PUtils::strToInt32(toWide(iText), oNumber) == 0;
+    return PUtils::strToInt32(ixlaWide(iText), oNumber) == 0;
 }
 
 bool _isOption(const std::string& iArgument)
@@ -40,7 +40,7 @@ bool PHostOptions::parse(const std::vector<std::string>& iArguments, std::string
         const bool isOption = _isOption(argument);
         if (!isOption && argument.find('=') != std::string::npos)
         {
-            coreArguments.push_back(toWide(argument));
+            coreArguments.push_back(ixlaWide(argument));
             continue;
         }
         if (!isOption || ++i == iArguments.size() || !parseOption(argument, iArguments[i]))
@@ -56,7 +56,7 @@ bool PHostOptions::parseOption(const std::string& iOption, const std::string& iV
 {
     if (iOption == "--config")
     {
-        coreArguments.push_back(toWide("core.prs.file=" + iValue));
+        coreArguments.push_back(ixlaWide("core.prs.file=" + iValue));
         return true;
     }
     if (iOption == "--seconds")
@@ -74,13 +74,6 @@ bool PHostOptions::parseRaised(const std::string& iText)
     {
         return false;
     }
-    raised.emplace_back(toWide(iText.substr(0, equals)), number);
+    raised.emplace_back(ixlaWide(iText.substr(0, equals)), number);
     return true;
-}
-
-PString toWide(const std::string& iText)
-{
-    std::vector<wchar_t> characters(iText.size() + 1);
-    const std::size_t count = PUtf8::decodeLine(iText.data(), iText.size(), characters.data());
-    return PString(characters.data(), static_cast<unsigned int>(count));
 }

@@ -27,7 +27,4 @@ private:
     bool parseRaised(const std::string& iText);
 };
 
-/// UTF-8 to wide text.
-PString toWide(const std::string& iText);
-
 #endif

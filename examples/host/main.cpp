@@ -2,11 +2,12 @@
 
 #include "IConfigManager.h"
 #include "Ixla.h"
+#include "helpers/ResultText.h"
+#include "helpers/ServiceLookup.h"
 #include "host/PHostOptions.h"
 #include "host/PStopSignal.h"
 #include "shared/IAlarm.h"
 #include "shared/ISample.h"
-#include "shared/PService.h"
 
 #include <chrono>
 #include <cstdio>
@@ -21,15 +22,21 @@ enum EExitCode
     eExitUsage = 2
 };
 
+/// Tells of a failure; returns iResult.
+int _report(const char* iWhat, int iResult)
+{
+    if (iResult != eIxlaOk)
+    {
+        std::fprintf(stderr, "[host] %s, result: %s\n", iWhat, ixlaResultText(iResult).c_str());
+    }
+    return iResult;
+}
+
 int _startCore(const PHostOptions& iOptions)
 {
-    const int result = ixlaStart(iOptions.coreArguments.data(),
-                                 static_cast<unsigned int>(iOptions.coreArguments.size()));
-    if (result != eIxlaOk)
-    {
-        std::fprintf(stderr, "[host] start failed, result: %d; the core's log says why\n", result);
-    }
-    return result;
+    return _report("start failed",
+                   ixlaStart(iOptions.coreArguments.data(),
+                             static_cast<unsigned int>(iOptions.coreArguments.size())));
 }
 
 /// Asking for the sampler's service is what makes the core initialise its plugin.
@@ -40,19 +47,15 @@ int _startSampler()
         std::printf("[host] no sampler among the plugins\n");
         return eIxlaOk;
     }
-    PBaseptr<IBase> sampler;
-    const int result = findService(kSamplerId, sampler);
-    if (result != eIxlaOk)
-    {
-        std::fprintf(stderr, "[host] no sampler, result: %d\n", result);
-    }
-    return result;
+    int result = eIxlaOk;
+    ixlaService<IBase>(kSamplerId, result);
+    return _report("no sampler", result);
 }
 
 int _raiseThresholds(const PHostOptions& iOptions)
 {
-    PBaseptr<IConfigManager> manager;
-    int result = findService(kIxlaConfigManagerId, manager);
+    int result = eIxlaOk;
+    const PBaseptr<IConfigManager> manager = ixlaService<IConfigManager>(result);
     for (const auto& [key, value] : iOptions.raised)
     {
         if (result == eIxlaOk)
@@ -60,11 +63,7 @@ int _raiseThresholds(const PHostOptions& iOptions)
             result = manager->setInt32(kAlarmId, key, value);
         }
     }
-    if (result != eIxlaOk)
-    {
-        std::fprintf(stderr, "[host] thresholds not raised, result: %d\n", result);
-    }
-    return result;
+    return _report("thresholds not raised", result);
 }
 
 /// Until the time is over or a signal comes.
@@ -102,11 +101,7 @@ int _host(const PHostOptions& iOptions)
         return eExitFailed;
     }
     const int ran = _run(iOptions, signal);
-    const int stopped = ixlaStop();
-    if (stopped != eIxlaOk)
-    {
-        std::fprintf(stderr, "[host] stop failed, result: %d\n", stopped);
-    }
+    const int stopped = _report("stop failed", ixlaStop());
     return ran == eIxlaOk && stopped == eIxlaOk ? eExitOk : eExitFailed;
 }
 } // namespace

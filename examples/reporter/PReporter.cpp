@@ -1,17 +1,22 @@
 #include "reporter/PReporter.h"
 
-#include "Ixla.h"
-#include "PGuarded.h"
+#include "helpers/PPlugin.h"
+#include "helpers/ServiceLookup.h"
 #include "shared/ISample.h"
-#include "shared/PService.h"
 
 #include <cstdio>
 #include <string>
 
 namespace
 {
-constexpr wchar_t kConfigTopic[] = L"com.example.ixla.reporter.config";
-constexpr const wchar_t* kTopics[] = {kSampleTopic, kConfigTopic, kIxlaCoreExitTopic};
+class ReporterPlugin : public PPlugin
+{
+public:
+    ReporterPlugin()
+    {
+        offer<PReporter>(L"com.example.ixla.reporter");
+    }
+};
 
 std::string _showLoad(int iHundredths)
 {
@@ -30,108 +35,36 @@ std::string _showMemory(int iPercent)
 }
 } // namespace
 
-int PReporter::start()
-{
-    int result = findService(kIxlaEventDispatcherId, fDispatcher);
-    if (result == eIxlaOk)
-    {
-        result = findService(kIxlaConfigManagerId, fManager);
-    }
-    if (result == eIxlaOk)
-    {
-        result = findService(kAlarmId, fAlarm);
-    }
-    return result == eIxlaOk ? subscribe() : result;
-}
+IXLA_PLUGIN(ReporterPlugin)
 
-int PReporter::subscribe()
+int PReporter::onInit()
 {
-    int result = fManager->addListener(kAlarmId, kConfigTopic);
-    for (const wchar_t* topic : kTopics)
+    int result =
+        fSampleEvents.subscribe(kSampleTopic, [this](const PLiteral&, IBase*, int) { ++fSamples; });
+    if (result == eIxlaOk)
     {
-        if (result == eIxlaOk)
-        {
-            result = fDispatcher->addListener(topic, this);
-        }
+        result = fChangeEvents.subscribe(kAlarmId, [this](const IConfigChanged&) { ++fChanges; });
+    }
+    if (result == eIxlaOk)
+    {
+        fAlarm = ixlaService<IAlarm>(kAlarmId, result);
     }
     return result;
 }
 
-// The dispatcher holds this object as its listener, and this object holds the dispatcher: both
-// shares are given up here, or neither would ever end.
-void PReporter::stop()
+void PReporter::onExit()
 {
-    PBaseptr<IEventDispatcher> dispatcher;
-    PBaseptr<IConfigManager> manager;
-    PBaseptr<IAlarm> alarm;
+    if (!fAlarm)
     {
-        const std::lock_guard<std::mutex> lock(fMutex);
-        dispatcher = fDispatcher;
-        manager = fManager;
-        alarm = fAlarm;
-        fDispatcher.clear();
-        fManager.clear();
-        fAlarm.clear();
-    }
-    // After a start that failed half way some of these are not registered, which is as good.
-    if (manager)
-    {
-        (void)manager->removeListener(kAlarmId, kConfigTopic);
-    }
-    for (const wchar_t* topic : kTopics)
-    {
-        if (dispatcher)
-        {
-            (void)dispatcher->removeListener(topic, this);
-        }
-    }
-}
-
-int PReporter::handleEvent(const PLiteral& iTopic, IBase*, int)
-{
-    return ixlaGuarded(
-        [&]
-        {
-            onEvent(iTopic);
-            return eIxlaOk;
-        });
-}
-
-void PReporter::onEvent(const PLiteral& iTopic)
-{
-    if (iTopic == kSampleTopic)
-    {
-        ++fSamples;
-    }
-    else if (iTopic == kConfigTopic)
-    {
-        ++fChanges;
-    }
-    else
-    {
-        printSummary();
-        stop();
-    }
-}
-
-void PReporter::printSummary()
-{
-    PBaseptr<IAlarm> alarm;
-    {
-        const std::lock_guard<std::mutex> lock(fMutex);
-        alarm = fAlarm;
-    }
-    if (!alarm)
-    {
-        return;
+        return; // it never began
     }
     std::printf("[reporter] samples: %d, alarms: %d, configuration changes: %d\n", fSamples.load(),
-                alarm->getAlarmCount(), fChanges.load());
+                fAlarm->getAlarmCount(), fChanges.load());
     std::printf("[reporter] highest so far: load %s, memory %s\n",
-                _showLoad(alarm->getHighestLoad()).c_str(),
-                _showMemory(alarm->getHighestMemory()).c_str());
+                _showLoad(fAlarm->getHighestLoad()).c_str(),
+                _showMemory(fAlarm->getHighestMemory()).c_str());
     std::printf("[reporter] highest of earlier runs: load %s, memory %s\n",
-                _showLoad(alarm->getEarlierLoad()).c_str(),
-                _showMemory(alarm->getEarlierMemory()).c_str());
+                _showLoad(fAlarm->getEarlierLoad()).c_str(),
+                _showMemory(fAlarm->getEarlierMemory()).c_str());
     std::fflush(stdout);
 }

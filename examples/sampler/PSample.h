@@ -2,16 +2,25 @@
 #ifndef IXLAL_EXAMPLES_PSAMPLE_H
 #define IXLAL_EXAMPLES_PSAMPLE_H
 
+#include "helpers/PCounted.h"
 #include "shared/ISample.h"
-#include "shared/PCounted.h"
 
 class PSample : public PCounted<ISample>
 {
 public:
-    PSample(int iLoad, int iMemory);
+    PSample(int iLoad, int iMemory) : fLoad(iLoad), fMemory(iMemory)
+    {
+    }
 
-    int getLoad() const override;
-    int getMemory() const override;
+    int getLoad() const override
+    {
+        return fLoad;
+    }
+
+    int getMemory() const override
+    {
+        return fMemory;
+    }
 
 private:
     const int fLoad;

@@ -1,45 +1,48 @@
 #include "sampler/PSampler.h"
 
 #include "IConfigManager.h"
-#include "Ixla.h"
 #include "PGuarded.h"
+#include "helpers/PPlugin.h"
+#include "helpers/ResultText.h"
+#include "helpers/ServiceLookup.h"
 #include "sampler/PMachine.h"
 #include "sampler/PSample.h"
-#include "shared/ISample.h"
-#include "shared/PService.h"
 
 namespace
 {
 constexpr wchar_t kPeriodKey[] = L"period";
 constexpr int kShortestPeriod = 10;
+
+class SamplerPlugin : public PPlugin
+{
+public:
+    SamplerPlugin()
+    {
+        offer<PSampler>(kSamplerId);
+    }
+};
 } // namespace
 
-int PSampler::start()
+IXLA_PLUGIN(SamplerPlugin)
+
+int PSampler::onInit()
 {
-    const int result = findService(kIxlaEventDispatcherId, fDispatcher);
-    if (result != eIxlaOk)
+    int result = eIxlaOk;
+    fDispatcher = ixlaService<IEventDispatcher>(result);
+    if (result == eIxlaOk)
     {
-        return result;
+        fLogger = ixlaService<ILogger>(result);
     }
-    if (findService(kIxlaLoggerId, fLogger) != eIxlaOk)
+    if (result == eIxlaOk)
     {
-        return eIxlaNoInstance;
+        readPeriod();
+        fThread = std::thread([this] { run(); });
     }
-    readPeriod();
-    const int subscribed = fDispatcher->addListener(kIxlaCoreExitTopic, this);
-    if (subscribed != eIxlaOk)
-    {
-        return subscribed;
-    }
-    fThread = std::thread([this] { run(); });
-    return eIxlaOk;
+    return result;
 }
 
-// The dispatcher holds this object as its listener, and this object holds the dispatcher: both
-// shares are given up here, or neither would ever end.
-void PSampler::stop()
+void PSampler::onExit()
 {
-    const std::lock_guard<std::mutex> stopping(fStopMutex);
     {
         const std::lock_guard<std::mutex> lock(fMutex);
         fStopping = true;
@@ -49,31 +52,14 @@ void PSampler::stop()
     {
         fThread.join();
     }
-    if (fDispatcher)
-    {
-        // Not subscribed when the start failed half way, which is as good.
-        (void)fDispatcher->removeListener(kIxlaCoreExitTopic, this);
-    }
-    fDispatcher.clear();
-    fLogger.clear();
-}
-
-int PSampler::handleEvent(const PLiteral&, IBase*, int)
-{
-    return ixlaGuarded(
-        [this]
-        {
-            stop();
-            return eIxlaOk;
-        });
 }
 
 void PSampler::readPeriod()
 {
-    PBaseptr<IConfigManager> manager;
     PBaseptr<IConfig> config;
     int period = 0;
-    int result = findService(kIxlaConfigManagerId, manager);
+    int result = eIxlaOk;
+    const PBaseptr<IConfigManager> manager = ixlaService<IConfigManager>(result);
     if (result == eIxlaOk)
     {
         result = manager->loadByID(kSamplerId, config);
@@ -86,8 +72,8 @@ void PSampler::readPeriod()
     {
         fPeriod = std::chrono::milliseconds(period);
     }
-    fLogger->info(0, L"[sampler] period: %d ms, read with result: %d",
-                  static_cast<int>(fPeriod.count()), result);
+    fLogger->info(0, L"[sampler] period: %d ms, read with result: %s",
+                  static_cast<int>(fPeriod.count()), ixlaResultText(result).c_str());
 }
 
 void PSampler::run()
