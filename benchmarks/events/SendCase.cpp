@@ -2,7 +2,7 @@
 
 #include "IEventDispatcher.h"
 #include "PBaseptr.h"
-#include "shared/PCounted.h"
+#include "helpers/PCounted.h"
 #include "support/CoreHost.h"
 #include "support/Shuffled.h"
 

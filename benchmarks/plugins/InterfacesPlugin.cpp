@@ -5,7 +5,7 @@
 
 #include "IPlugin.h"
 #include "Ixla.h"
-#include "shared/PCounted.h"
+#include "helpers/PCounted.h"
 
 #include <cstdlib>
 #include <memory>

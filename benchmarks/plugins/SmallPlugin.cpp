@@ -4,7 +4,7 @@
 
 #include "IPlugin.h"
 #include "Ixla.h"
-#include "shared/PCounted.h"
+#include "helpers/PCounted.h"
 
 #include <memory>
 
