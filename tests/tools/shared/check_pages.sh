@@ -29,12 +29,17 @@ complete_words() {
     printf '%s\n' "${COMPREPLY[@]}"
 }
 
+# shown_in_page WORD: whether the page as people see it has the word at the start of a line.
+shown_in_page() {
+    grep -qE -- "^ +(-[a-z], )?$1( |\$)" <<<"$page"
+}
+
 # check_options [SUBCOMMAND]
 check_options() {
     local option offered
     offered=$(complete_words "$@" --)
     for option in $(help_options "$@"); do
-        grep -qE "Fl ${option#-}( |\$)" "$man" || fail "no $option in the man page"
+        shown_in_page "$option" || fail "no $option in the man page"
         # What stands before a subcommand need not be offered behind it.
         grep -qxF -- "$option" <<<"$offered" || fail "no completion of ${*} $option"
     done
@@ -43,10 +48,11 @@ check_options() {
 # shellcheck disable=SC1090 # the file under test
 source "$completion"
 mandoc -Tlint -W warning "$man" || fail "mandoc has something to say"
+page=$(mandoc -Tutf8 "$man" | sed 's/.\x08//g')
 [ "$("$program" --help | grep -c "^ *$name .")" -ge 2 ] || fail "fewer than two examples in --help"
 check_options
 for subcommand in "$@"; do
-    grep -qE "^\.(It )?Cm $subcommand( |\$)" "$man" || fail "no $subcommand in the man page"
+    shown_in_page "$subcommand" || fail "no $subcommand in the man page"
     complete_words '' | grep -qxF -- "$subcommand" || fail "no completion of $subcommand"
     check_options "$subcommand"
 done

@@ -1,0 +1,229 @@
+#include "config/CheckCommand.h"
+
+#include "config/PConfigCheck.h"
+#include "config/PConfigPlaces.h"
+#include "config/PCoreSession.h"
+#include "config/PToolError.h"
+#include "helpers/ResultText.h"
+#include "shared/ToolTexts.h"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <filesystem>
+#include <iostream>
+
+namespace
+{
+constexpr wchar_t kStoreFileKey[] = L"ixlap.configmanager.store.file";
+
+/// Looks at the files one after the other, with a core that reads what they name.
+class Checker
+{
+public:
+    explicit Checker(const CheckRequest& iRequest)
+        : fRequest(iRequest), fSession(fScratch, fScratch.configDir(), {})
+    {
+    }
+
+    void look(const std::string& iFile);
+
+    /// Prints the JSON form, and returns the exit code.
+    int finish() const;
+
+private:
+    PConfigCheck::EFileKind kindOf(const std::string& iFile) const;
+    bool isStoreBeside(const std::string& iFile) const;
+    PConfigPlaces placesFor(const std::string& iFile) const;
+    void checkIDs(const std::string& iFile, const PConfigFile& iLines, PConfigCheck& ioCheck) const;
+    void checkList(const PConfigPlaces& iPlaces, const ConfigLine& iLine,
+                   PConfigCheck& ioCheck) const;
+    void checkListed(const PConfigPlaces& iPlaces, const ConfigLine& iLine, unsigned int iColumn,
+                     const PString& iName, PConfigCheck& ioCheck) const;
+    static void checkStorePlace(const PConfigPlaces& iPlaces, const ConfigLine& iLine,
+                                PConfigCheck& ioCheck);
+    void report(const std::string& iFile, const PConfigCheck& iCheck);
+
+    const CheckRequest& fRequest;
+    const PScratch fScratch;
+    const PCoreSession fSession;
+    nlohmann::json fReports = nlohmann::json::array();
+    unsigned int fErrors = 0;
+    unsigned int fWarnings = 0;
+};
+
+void Checker::look(const std::string& iFile)
+{
+    PConfigFile lines;
+    const int result = lines.read(wideText(iFile));
+    if (result != 0)
+    {
+        std::cerr << "ixla-config: " << iFile << ": cannot be read: " << ixlaResultText(result)
+                  << '\n';
+        fReports.push_back({{"file", iFile}, {"result", result}});
+        ++fErrors;
+        return;
+    }
+    const PConfigCheck::EFileKind kind = kindOf(iFile);
+    PConfigCheck check(lines, kind);
+    if (kind == PConfigCheck::eManager)
+    {
+        checkIDs(iFile, lines, check);
+    }
+    report(iFile, check);
+}
+
+int Checker::finish() const
+{
+    if (fRequest.json)
+    {
+        const nlohmann::json all = {
+            {"files", fReports}, {"errors", fErrors}, {"warnings", fWarnings}};
+        std::cout << all.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
+    }
+    return fErrors > 0 || (fRequest.strict && fWarnings > 0) ? eExitFailed : eExitOk;
+}
+
+PConfigCheck::EFileKind Checker::kindOf(const std::string& iFile) const
+{
+    const std::filesystem::path name = std::filesystem::path(iFile).filename();
+    if (fRequest.isStore)
+    {
+        return PConfigCheck::eStore;
+    }
+    if (name == utf8Text(PConfigPlaces::managerFile()))
+    {
+        return PConfigCheck::eManager;
+    }
+    return isStoreBeside(iFile) ? PConfigCheck::eStore : PConfigCheck::eValues;
+}
+
+/// Whether a manager's file names this file as its store.
+bool Checker::isStoreBeside(const std::string& iFile) const
+{
+    try
+    {
+        PConfigPlaces places = placesFor(iFile);
+        places.readManagerFile(fSession.manager());
+        std::error_code error;
+        return std::filesystem::equivalent(utf8Text(places.storePath()), iFile, error) && !error;
+    }
+    catch (const PToolError&)
+    {
+        return false; // no manager's file there
+    }
+}
+
+PConfigPlaces Checker::placesFor(const std::string& iFile) const
+{
+    const std::string beside = std::filesystem::path(iFile).parent_path();
+    const std::string dir = !fRequest.dir.empty() ? fRequest.dir : beside.empty() ? "." : beside;
+    return PConfigPlaces(fSession.manager(), dir, fRequest.core);
+}
+
+void Checker::checkIDs(const std::string& iFile, const PConfigFile& iLines,
+                       PConfigCheck& ioCheck) const
+{
+    const PConfigPlaces places = placesFor(iFile);
+    for (const ConfigLine& line : iLines.lines())
+    {
+        if (line.kind != ConfigLine::eEntry || line.attribute.text.len() > 0)
+        {
+            continue;
+        }
+        if (line.key.text == kStoreFileKey)
+        {
+            checkStorePlace(places, line, ioCheck);
+        }
+        else
+        {
+            checkList(places, line, ioCheck);
+        }
+    }
+}
+
+void Checker::checkList(const PConfigPlaces& iPlaces, const ConfigLine& iLine,
+                        PConfigCheck& ioCheck) const
+{
+    PString rest(iLine.value.text);
+    PString name;
+    unsigned int position = 0;
+    bool isEmpty = true;
+    while (PLiteral::getNextToken(rest, name, L',') == 0)
+    {
+        isEmpty = false;
+        unsigned int offset = 0;
+        PLiteral(iLine.value.text.ptr() + position).str(name, offset);
+        position += offset;
+        checkListed(iPlaces, iLine, iLine.value.column + position, name, ioCheck);
+        position += name.len();
+    }
+    if (isEmpty)
+    {
+        ioCheck.add(false, iLine.number, iLine.value.column,
+                    "ID \"" + shownText(iLine.key.text) + "\" has no files");
+    }
+}
+
+void Checker::checkListed(const PConfigPlaces& iPlaces, const ConfigLine& iLine,
+                          unsigned int iColumn, const PString& iName, PConfigCheck& ioCheck) const
+{
+    const PString path = iPlaces.pathOf(iName);
+    PBaseptr<IConfig> config;
+    const int result = fSession.manager().loadByFile(path, config);
+    if (result != 0)
+    {
+        ioCheck.add(false, iLine.number, iColumn,
+                    "ID \"" + shownText(iLine.key.text) + "\": " + shownText(path) + ": " +
+                        ixlaResultText(result));
+    }
+}
+
+void Checker::checkStorePlace(const PConfigPlaces& iPlaces, const ConfigLine& iLine,
+                              PConfigCheck& ioCheck)
+{
+    const std::filesystem::path path = utf8Text(iPlaces.pathOf(iLine.value.text));
+    std::error_code error;
+    if (iLine.value.text.len() == 0)
+    {
+        ioCheck.add(false, iLine.number, iLine.value.column,
+                    "no store file: store operations answer -3003");
+    }
+    else if (!std::filesystem::is_directory(path.has_parent_path() ? path.parent_path() : ".",
+                                            error))
+    {
+        ioCheck.add(false, iLine.number, iLine.value.column,
+                    "the directory of the store " + path.string() + " is not there");
+    }
+}
+
+void Checker::report(const std::string& iFile, const PConfigCheck& iCheck)
+{
+    nlohmann::json findings = nlohmann::json::array();
+    for (const ConfigFinding& finding : iCheck.findings())
+    {
+        ++(finding.isError ? fErrors : fWarnings);
+        const char* const severity = finding.isError ? "error" : "warning";
+        findings.push_back({{"line", finding.line},
+                            {"column", finding.column},
+                            {"severity", severity},
+                            {"text", finding.text}});
+        if (!fRequest.json)
+        {
+            std::cout << iFile << ':' << finding.line << ':' << finding.column << ": " << severity
+                      << ": " << finding.text << '\n';
+        }
+    }
+    fReports.push_back({{"file", iFile}, {"result", 0}, {"findings", findings}});
+}
+} // namespace
+
+int runCheck(const CheckRequest& iRequest)
+{
+    Checker checker(iRequest);
+    for (const std::string& file : iRequest.files)
+    {
+        checker.look(file);
+    }
+    return checker.finish();
+}

@@ -1,0 +1,21 @@
+// The subcommand that looks for mistakes in configuration files.
+#ifndef IXLAL_TOOLS_CHECKCOMMAND_H
+#define IXLAL_TOOLS_CHECKCOMMAND_H
+
+#include <string>
+#include <vector>
+
+struct CheckRequest
+{
+    std::vector<std::string> files;
+    std::string dir; ///< where the files of IDs are; that of the manager's file if empty
+    std::vector<std::string> core; ///< key=value each
+    bool isStore = false;          ///< the files are stores
+    bool strict = false;           ///< warnings fail, too
+    bool json = false;
+};
+
+/// Prints what is found and returns an exit code. Throws PToolError.
+int runCheck(const CheckRequest& iRequest);
+
+#endif

@@ -1,0 +1,65 @@
+// PConfigCheck: what is wrong or doubtful in a configuration file.
+#ifndef IXLAL_TOOLS_PCONFIGCHECK_H
+#define IXLAL_TOOLS_PCONFIGCHECK_H
+
+#include "config/PConfigFile.h"
+
+#include <map>
+#include <string>
+#include <vector>
+
+/// Something about one place of a file.
+struct ConfigFinding
+{
+    bool isError = false; ///< the core refuses the line; otherwise it reads it, but perhaps not as
+                          ///< somebody meant it
+    unsigned int line = 0;
+    unsigned int column = 0; ///< in characters, from 1
+    std::string text;
+};
+
+/// Looks at one file. Results are in the order of lines and columns.
+class PConfigCheck
+{
+public:
+    enum EFileKind
+    {
+        eValues,
+        eManager, ///< the manager's own: IDs and their files
+        eStore    ///< keys are "ID|key"
+    };
+
+    PConfigCheck(const PConfigFile& iFile, EFileKind iKind);
+
+    const std::vector<ConfigFinding>& findings() const;
+
+    /// Adds something that was found elsewhere.
+    void add(bool iIsError, unsigned int iLine, unsigned int iColumn, const std::string& iText);
+
+private:
+    /// What the lines so far say about a key.
+    struct Seen
+    {
+        unsigned int value = 0; ///< the line of the last value, 0 for none
+        std::map<PString, unsigned int> attributes;
+    };
+
+    void findValues(const PConfigFile& iFile);
+    void checkSyntax(const ConfigLine& iLine);
+    void checkBytes(const ConfigLine& iLine);
+    void checkNames(const ConfigLine& iLine);
+    void checkKey(const ConfigLine& iLine);
+    void checkValue(const ConfigLine& iLine);
+    void checkEdges(const ConfigPart& iPart, unsigned int iLine, const char* iWhat);
+    void checkDuplicate(const ConfigLine& iLine);
+    void checkAttribute(const ConfigLine& iLine, const Seen& iSeen);
+    void warn(const ConfigLine& iLine, const ConfigPart& iPlace, const std::string& iText);
+    void sort();
+
+    const EFileKind fKind;
+    std::map<PString, unsigned int> fFirstValues; ///< the line of each key's first value
+    std::map<PString, Seen> fSeen;
+    std::vector<ConfigFinding> fFindings;
+};
+
+#endif

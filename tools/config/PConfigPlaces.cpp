@@ -1,0 +1,152 @@
+#include "config/PConfigPlaces.h"
+
+#include "Ixla.h"
+#include "config/PToolError.h"
+#include "helpers/ResultText.h"
+#include "portinglayer/PUtils.h"
+#include "shared/ToolTexts.h"
+
+#include <algorithm>
+#include <filesystem>
+
+namespace
+{
+constexpr wchar_t kManagerFile[] = L"ixlap.configmanager.prs";
+constexpr wchar_t kStoreFileKey[] = L"ixlap.configmanager.store.file";
+constexpr wchar_t kPropertyFileKey[] = L"core.prs.file";
+constexpr wchar_t kDirKey[] = L"core.plugins.config.dir";
+constexpr wchar_t kCustomPrefix[] = L"custom.config.";
+
+void _checkDirectory(const std::string& iDir)
+{
+    std::error_code error;
+    if (!std::filesystem::is_directory(iDir, error))
+    {
+        throw PToolError(iDir + ": " + (error ? error.message() : "not a directory") +
+                         "; --dir is the directory that core.plugins.config.dir names");
+    }
+}
+
+void _appendPropertyFile(IConfigManager& ioManager, const PBaseptr<IConfig>& ioConfig)
+{
+    PString file;
+    if (ioConfig->getString(kPropertyFileKey, file) != 0 || file.len() == 0)
+    {
+        return;
+    }
+    PUtils::fixFileSeparator(file);
+    const int result = ioManager.appendByFile(file, ioConfig);
+    if (result != 0)
+    {
+        throw PToolError(utf8Text(file) + ": the core's property file: " + ixlaResultText(result));
+    }
+}
+} // namespace
+
+PConfigPlaces::PConfigPlaces(IConfigManager& ioManager, const std::string& iDir,
+                             const std::vector<std::string>& iArguments)
+{
+    _checkDirectory(iDir);
+    std::vector<PString> arguments;
+    std::transform(iArguments.begin(), iArguments.end(), std::back_inserter(arguments), &wideText);
+    arguments.push_back(wideText("core.plugins.config.dir=" + iDir));
+    int result = ioManager.loadByArgs(arguments, fCore);
+    if (result == 0)
+    {
+        // Arguments win over the file, and later ones over earlier ones.
+        _appendPropertyFile(ioManager, fCore);
+        result = ioManager.appendByArgs(arguments, fCore);
+    }
+    if (result != 0)
+    {
+        throw PToolError("--core: the core refuses the arguments: " + ixlaResultText(result));
+    }
+}
+
+PString PConfigPlaces::pathOf(const PLiteral& iName) const
+{
+    PString custom(kCustomPrefix);
+    custom += iName;
+    PString name;
+    if (fCore->getString(custom, name) != 0)
+    {
+        name = iName;
+    }
+    PUtils::fixFileSeparator(name);
+    unsigned int slash = 0;
+    PString path;
+    if (!name.chr(L'/', slash) && fCore->getString(kDirKey, path) == 0)
+    {
+        PUtils::fixFileSeparator(path);
+        path += path.endsWith(L"/") ? L"" : L"/";
+    }
+    path += name;
+    return path;
+}
+
+PString PConfigPlaces::managerPath() const
+{
+    return pathOf(kManagerFile);
+}
+
+void PConfigPlaces::readManagerFile(IConfigManager& ioManager)
+{
+    const PString path = managerPath();
+    const int result = ioManager.loadByFile(path, fManager);
+    if (result == eIxlaBadConfigLine)
+    {
+        throw PToolError(utf8Text(path) + ": the core cannot read it: " + ixlaResultText(result) +
+                         "; `ixla-config check` shows the line");
+    }
+    if (result != 0)
+    {
+        throw PToolError(utf8Text(path) + ": " + ixlaResultText(result) +
+                         "; this file says which files make up each ID, so --dir must hold it");
+    }
+}
+
+std::vector<PString> PConfigPlaces::listedIDs() const
+{
+    std::vector<PString> ids;
+    if (fManager->getKeys(ids) != 0)
+    {
+        throw std::bad_alloc();
+    }
+    std::erase(ids, PString(kStoreFileKey));
+    return ids;
+}
+
+std::vector<PString> PConfigPlaces::filesOf(const PLiteral& iID) const
+{
+    std::vector<PString> names;
+    PString list;
+    if (fManager->getString(iID, list) != 0)
+    {
+        return names;
+    }
+    PString name;
+    while (PLiteral::getNextToken(list, name, L',') == 0)
+    {
+        names.push_back(name);
+    }
+    return names;
+}
+
+PString PConfigPlaces::storeName() const
+{
+    PString name;
+    // Without a name it stays empty.
+    static_cast<void>(fManager->getString(kStoreFileKey, name));
+    return name;
+}
+
+PString PConfigPlaces::storePath() const
+{
+    const PString name = storeName();
+    return name.len() > 0 ? pathOf(name) : PString();
+}
+
+const wchar_t* PConfigPlaces::managerFile()
+{
+    return kManagerFile;
+}

@@ -1,0 +1,175 @@
+#include "config/PConfigView.h"
+
+#include "Ixla.h"
+#include "config/PToolError.h"
+#include "helpers/ResultText.h"
+#include "portinglayer/PFile.h"
+#include "shared/ToolTexts.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+
+namespace
+{
+constexpr std::string_view kFileLine = "[appendByID] Append file path: ";
+
+/// The part of a store's key that stands for an ID.
+PString _storePrefix(const PLiteral& iID)
+{
+    PString prefix(iID);
+    prefix += L"|";
+    return prefix;
+}
+
+void _sortUnique(std::vector<PString>& ioTexts)
+{
+    std::sort(ioTexts.begin(), ioTexts.end());
+    ioTexts.erase(std::unique(ioTexts.begin(), ioTexts.end()), ioTexts.end());
+}
+} // namespace
+
+PConfigView::PConfigView(const ConfigOptions& iOptions, EPurpose iPurpose) : fDir(iOptions.dir)
+{
+    {
+        const PCoreSession scout(fScratch, fScratch.configDir(), {});
+        fPlaces.emplace(scout.manager(), iOptions.dir, iOptions.core);
+        fPlaces->readManagerFile(scout.manager());
+    }
+    std::vector<std::string> arguments = iOptions.core;
+    if (iPurpose == eRead && fPlaces->storeName().len() > 0 && !hasStore())
+    {
+        arguments.push_back("custom.config." + utf8Text(fPlaces->storeName()) + "=" +
+                            fScratch.unusedFile());
+    }
+    fSession.emplace(fScratch, iOptions.dir, arguments);
+}
+
+IConfigManager& PConfigView::manager() const
+{
+    return fSession->manager();
+}
+
+const PConfigPlaces& PConfigView::places() const
+{
+    return *fPlaces;
+}
+
+bool PConfigView::hasStore() const
+{
+    const PString path = fPlaces->storePath();
+    return path.len() > 0 && PFile::exists(path);
+}
+
+std::vector<PString> PConfigView::ids() const
+{
+    std::vector<PString> ids = fPlaces->listedIDs();
+    for (const PString& key : storeKeys())
+    {
+        unsigned int bar = 0;
+        if (key.chr(L'|', bar))
+        {
+            ids.emplace_back(key.ptr(), bar);
+        }
+    }
+    _sortUnique(ids);
+    return ids;
+}
+
+unsigned int PConfigView::storedKeys(const PLiteral& iID) const
+{
+    const PString prefix = _storePrefix(iID);
+    const std::vector<PString> keys = storeKeys();
+    const auto count = std::count_if(keys.begin(), keys.end(),
+                                     [&](const PString& iKey)
+                                     { return iKey.startsWith(prefix.ptr(), prefix.len()); });
+    return static_cast<unsigned int>(count);
+}
+
+PBaseptr<IConfig> PConfigView::load(const PLiteral& iID) const
+{
+    const std::string shown = shownText(iID);
+    if (iID == kIxlaGlobalConfigId)
+    {
+        throw PToolError(shown + ": a core answers this ID from the arguments that it was started "
+                                 "with, so ask the process that runs it");
+    }
+    const std::vector<PString> known = ids();
+    if (std::find(known.begin(), known.end(), iID) == known.end())
+    {
+        throw PToolError("no ID " + shown + " in " + utf8Text(fPlaces->managerPath()) +
+                         " nor in the store; `ixla-config --dir " + fDir +
+                         " ids` lists those there are");
+    }
+    PBaseptr<IConfig> config;
+    require(manager().loadByID(iID, config), shown);
+    return config;
+}
+
+std::vector<PString> PConfigView::keys(const PLiteral& iID) const
+{
+    std::vector<PString> keys;
+    require(load(iID)->getKeys(keys), shownText(iID));
+    const PString prefix = _storePrefix(iID);
+    for (const PString& key : storeKeys())
+    {
+        if (key.startsWith(prefix.ptr(), prefix.len()))
+        {
+            keys.emplace_back(key.ptr() + prefix.len(), key.len() - prefix.len());
+        }
+    }
+    _sortUnique(keys);
+    return keys;
+}
+
+std::vector<PString> PConfigView::filesRead(const PLiteral& iID) const
+{
+    const std::string log = fScratch.logDir() + "/ixlaplugins.log";
+    std::error_code error;
+    const std::uintmax_t before = std::filesystem::file_size(log, error);
+    static_cast<void>(load(iID));
+    std::ifstream lines(log);
+    lines.seekg(error ? 0 : static_cast<std::streamoff>(before));
+    std::vector<PString> files;
+    for (std::string line; std::getline(lines, line);)
+    {
+        const std::size_t at = line.find(kFileLine);
+        if (at != std::string::npos)
+        {
+            files.push_back(wideText(line.substr(at + kFileLine.size())));
+        }
+    }
+    if (files.size() != fPlaces->filesOf(iID).size())
+    {
+        throw PToolError(log + ": the core's log does not tell which files it has read; is there "
+                               "space left?");
+    }
+    return files;
+}
+
+PBaseptr<IConfig> PConfigView::makeEmpty() const
+{
+    PBaseptr<IConfig> config;
+    require(manager().loadByFile(L"/dev/null", config), "/dev/null");
+    return config;
+}
+
+void PConfigView::require(int iResult, const std::string& iWhat)
+{
+    if (iResult != 0)
+    {
+        throw PToolError(iWhat + ": " + ixlaResultText(iResult));
+    }
+}
+
+/// The keys of the store, "ID|key" each; none for a store that the core cannot read.
+std::vector<PString> PConfigView::storeKeys() const
+{
+    std::vector<PString> keys;
+    PBaseptr<IConfig> store;
+    if (hasStore() && manager().loadByFile(fPlaces->storePath(), store) == 0)
+    {
+        require(store->getKeys(keys), "the store");
+    }
+    return keys;
+}

@@ -1,0 +1,101 @@
+// PExplanation: where the value of a key comes from.
+#ifndef IXLAL_TOOLS_PEXPLANATION_H
+#define IXLAL_TOOLS_PEXPLANATION_H
+
+#include "config/PConfigFile.h"
+#include "config/PConfigView.h"
+
+#include <nlohmann/json.hpp>
+
+#include <map>
+#include <ostream>
+#include <string>
+#include <vector>
+
+/// Every line that names the key, what becomes of it and why.
+///
+/// The files, their order, the values and what is pinned are the core's answers. Lines and the
+/// layout of the store are read from the files. Which line wins follows from both, and is then
+/// compared with what the core answers for the ID as a whole.
+class PExplanation
+{
+public:
+    /// Throws PToolError for an unknown ID and for names that the core refuses.
+    PExplanation(const PConfigView& iView, const PString& iID, const PString& iKey);
+
+    /// Whether any line that the core reads names the key.
+    bool isFound() const;
+
+    /// Whether any line names the key, be it read or not.
+    bool hasLines() const;
+
+    /// Whether a file pins the key, so that nothing else counts.
+    bool isPinnedByFile() const;
+
+    /// Whether the core answers what the lines say.
+    bool agrees() const;
+
+    void print(std::ostream& oStream) const;
+    nlohmann::json json() const;
+
+private:
+    /// A file of the ID, or the store.
+    struct Layer
+    {
+        PString path;
+        bool isStore = false;
+        int result = 0;              ///< the core's code for the file
+        unsigned int brokenLine = 0; ///< the first line that the core refuses
+    };
+
+    /// A line that names the key.
+    struct Occurrence
+    {
+        std::size_t layer = 0;
+        unsigned int line = 0;
+        PString attribute; ///< empty for the value
+        PString text;
+        bool isRead = false;
+        bool answers = false; ///< the core answers with it
+        std::string fate;
+    };
+
+    /// What answers a read of the value or of one attribute.
+    struct Answer
+    {
+        const Occurrence* line = nullptr; ///< null when no line gives it
+        int result = 0;                   ///< the core's
+        PString text;                     ///< the core's
+        bool agrees = false;
+    };
+
+    void addFiles(const PConfigView& iView);
+    void addStore(const PConfigView& iView);
+    void addLines(const PConfigFile& iFile, const PString& iKey, std::size_t iLayer);
+    bool isStorePinned(const PConfigView& iView) const;
+    bool isStored(const Occurrence& iLine) const;
+    bool hasRecord(bool iStored) const;
+    Occurrence* candidate(bool iStored, const PString& iAttribute);
+    void judge(const PString& iAttribute);
+    std::string fateOf(const Occurrence& iLine, const Occurrence* iCandidate) const;
+    void ask(const PConfigView& iView);
+    void tryRunTime(const PConfigView& iView, IConfig& iConfig);
+
+    std::string where(const Occurrence& iLine) const;
+    std::string lineText(const Occurrence& iLine) const;
+    std::string reason() const;
+    void printLines(std::ostream& oStream) const;
+    void printNotes(std::ostream& oStream) const;
+    nlohmann::json lineJson(const Occurrence& iLine) const;
+
+    const PString fID;
+    const PString fKey;
+    std::vector<Layer> fLayers;
+    std::vector<Occurrence> fLines;
+    bool fOwnPinned = false;
+    bool fStorePinned = false;
+    bool fRunTimeChanges = false;
+    std::map<PString, Answer> fAnswers; ///< by attribute; the value's is that of the empty one
+};
+
+#endif

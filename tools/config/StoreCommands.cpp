@@ -1,0 +1,245 @@
+#include "config/StoreCommands.h"
+
+#include "Ixla.h"
+#include "config/OtherCores.h"
+#include "config/PConfigFile.h"
+#include "config/PExplanation.h"
+#include "config/PToolError.h"
+#include "helpers/ResultText.h"
+#include "portinglayer/PBlank.h"
+#include "shared/ToolTexts.h"
+
+#include <algorithm>
+#include <iostream>
+
+namespace
+{
+void _warn(const std::string& iText)
+{
+    std::cerr << "ixla-config: warning: " << iText << '\n';
+}
+
+/// Names that a line of the store cannot give back.
+void _checkName(const std::string& iName, const char* iWhat)
+{
+    const PString name = wideText(iName);
+    const PSpan trimmed = PBlank::trimmed(name.ptr(), name.len());
+    if (name.len() == 0 || trimmed.len != name.len())
+    {
+        throw PToolError(std::string(iWhat) + " \"" + shownText(name) +
+                             "\": a name is not empty and has no blanks at its ends",
+                         eExitUsage);
+    }
+}
+
+void _checkValue(const std::string& iValue)
+{
+    const PString value = wideText(iValue);
+    if (PBlank::trimmed(value.ptr(), value.len()).len != value.len())
+    {
+        throw PToolError("value \"" + shownText(value) +
+                             "\": the store keeps no blanks at the ends",
+                         eExitUsage);
+    }
+}
+
+/// The request with its texts as the core takes them.
+class Change
+{
+public:
+    Change(const StoreRequest& iRequest, const PConfigView& iView)
+        : fID(wideText(iRequest.id)),
+          fKey(wideText(iRequest.key)),
+          fAttribute(wideText(iRequest.attribute)),
+          fView(iView)
+    {
+    }
+
+    int store(const PLiteral& iValue) const
+    {
+        IConfigManager& manager = fView.manager();
+        return fAttribute.len() > 0 ? manager.storeAttrString(fID, fKey, fAttribute, iValue)
+                                    : manager.storeString(fID, fKey, iValue);
+    }
+
+    int remove() const
+    {
+        IConfigManager& manager = fView.manager();
+        return fAttribute.len() > 0 ? manager.removeStoredAttr(fID, fKey, fAttribute)
+                                    : manager.removeStoredKey(fID, fKey);
+    }
+
+    /// Whether the store has it, and then its text.
+    bool isStored(PString& oText) const;
+
+    /// The line of the store without its value.
+    std::string name() const
+    {
+        return shownText(fID) + "|" + shownText(fKey) + (fAttribute.len() > 0 ? ":" : "") +
+               shownText(fAttribute);
+    }
+
+    /// Where the store is, or where it would be.
+    std::string place() const
+    {
+        return shownText(fView.places().storePath());
+    }
+
+private:
+    const PString fID;
+    const PString fKey;
+    const PString fAttribute; ///< empty for the value
+    const PConfigView& fView;
+};
+
+bool Change::isStored(PString& oText) const
+{
+    PString key(fID);
+    key += L"|";
+    key += fKey;
+    PConfigFile store;
+    if (!fView.hasStore() || store.read(fView.places().storePath()) != 0)
+    {
+        return false;
+    }
+    bool found = false;
+    for (const ConfigLine& line : store.lines())
+    {
+        const bool matches = line.kind == ConfigLine::eEntry && line.key.text == key;
+        // A key whose value was left out has an empty one.
+        const bool counts = matches && (fAttribute.len() == 0 || line.attribute.text == fAttribute);
+        // Later values replace earlier ones, attributes stay as first given.
+        if (counts && line.attribute.text == fAttribute && !(found && fAttribute.len() > 0))
+        {
+            oText = line.value.text;
+        }
+        found = found || counts;
+    }
+    return found;
+}
+
+/// Why the core refused, and what to do.
+std::string _advice(int iResult, const Change& iChange, const PConfigView& iView)
+{
+    const std::string code = ixlaResultText(iResult);
+    switch (iResult)
+    {
+    case eIxlaNoStoreFile:
+        return shownText(iView.places().managerPath()) + ": " + code +
+               "; add a line \"ixlap.configmanager.store.file = store.txt\"";
+    case eIxlaForbiddenCharacter:
+        return iChange.name() + ": " + code + "; choose another name";
+    case eIxlaNoValueForAttribute:
+        return iChange.name() + ": " + code + "; store a value for the key first";
+    case eIxlaBadConfigLine:
+        return iChange.place() + ": " + code + "; `ixla-config check --store " + iChange.place() +
+               "` shows the line";
+    default:
+        return iChange.place() + ": " + code +
+               "; the store is written anew, so its directory must let you create files";
+    }
+}
+
+void _require(int iResult, const Change& iChange, const PConfigView& iView)
+{
+    if (iResult != 0)
+    {
+        throw PToolError(_advice(iResult, iChange, iView));
+    }
+}
+
+void _checkNames(const StoreRequest& iRequest)
+{
+    _checkName(iRequest.id, "ID");
+    _checkName(iRequest.key, "key");
+    if (iRequest.hasAttribute)
+    {
+        _checkName(iRequest.attribute, "attribute");
+    }
+}
+
+/// What the change does besides, told before it is made.
+void _warnBefore(const PConfigView& iView)
+{
+    const std::vector<std::string> others = findOtherCores();
+    if (!others.empty())
+    {
+        _warn("other processes run a core and may write the same store, which nothing guards: " +
+              others.front() +
+              (others.size() > 1 ? " and " + std::to_string(others.size() - 1) + " more" : ""));
+    }
+    PConfigFile store;
+    if (iView.hasStore() && store.read(iView.places().storePath()) == 0 && store.comments() > 0)
+    {
+        _warn(shownText(iView.places().storePath()) +
+              ": its comments are lost, because the core writes the store anew");
+    }
+}
+
+void _warnUnknown(const std::string& iID, const PConfigView& iView)
+{
+    const std::vector<PString> known = iView.ids();
+    if (std::find(known.begin(), known.end(), wideText(iID)) == known.end())
+    {
+        _warn("no files are listed for " + shownText(wideText(iID)) + "; is it spelled right?");
+    }
+}
+
+void _store(const StoreRequest& iRequest)
+{
+    const PConfigView view(iRequest.options, PConfigView::eWriteStore);
+    const Change change(iRequest, view);
+    const PString value = wideText(iRequest.value);
+    _warnBefore(view);
+    _warnUnknown(iRequest.id, view);
+    _require(change.store(value), change, view);
+    PString stored;
+    if (!change.isStored(stored) || stored != value)
+    {
+        throw PToolError(change.place() + ": " + change.name() + " is \"" + shownText(stored) +
+                         "\" and stays so: an attribute keeps its first text, so remove it first");
+    }
+    std::cout << change.place() << ": " << change.name() << " = " << shownText(stored) << '\n';
+}
+
+/// A stored value that nobody will read.
+void _warnHidden(const StoreRequest& iRequest)
+{
+    const PConfigView view(iRequest.options, PConfigView::eRead);
+    const PExplanation now(view, wideText(iRequest.id), wideText(iRequest.key));
+    if (now.isPinnedByFile())
+    {
+        _warn("a file pins " + shownText(wideText(iRequest.key)) +
+              " with const, so the stored value is not read; `ixla-config explain` shows where");
+    }
+}
+} // namespace
+
+int runStore(const StoreRequest& iRequest)
+{
+    _checkNames(iRequest);
+    _checkValue(iRequest.value);
+    _store(iRequest);
+    _warnHidden(iRequest);
+    return eExitOk;
+}
+
+int runRemove(const StoreRequest& iRequest)
+{
+    _checkNames(iRequest);
+    const PConfigView view(iRequest.options, PConfigView::eWriteStore);
+    const Change change(iRequest, view);
+    PString text;
+    if (view.places().storeName().len() > 0 && !change.isStored(text))
+    {
+        throw PToolError(change.place() + ": nothing is stored for " + change.name());
+    }
+    _warnBefore(view);
+    _require(change.remove(), change, view);
+    if (change.isStored(text))
+    {
+        throw PToolError(change.place() + ": " + change.name() + " is still there");
+    }
+    std::cout << change.place() << ": removed " << change.name() << '\n';
+    return eExitOk;
+}

@@ -1,0 +1,25 @@
+// The subcommands that change the store.
+#ifndef IXLAL_TOOLS_STORECOMMANDS_H
+#define IXLAL_TOOLS_STORECOMMANDS_H
+
+#include "config/PConfigView.h"
+
+#include <string>
+
+/// What to store or to remove; names are bytes as given.
+struct StoreRequest
+{
+    ConfigOptions options;
+    std::string id;
+    std::string key;
+    std::string value; ///< what to store
+    std::string attribute;
+    bool hasAttribute = false;
+};
+
+/// Each prints the line of the store and returns an exit code; what somebody should know goes to
+/// the standard error stream. They throw PToolError.
+int runStore(const StoreRequest& iRequest);
+int runRemove(const StoreRequest& iRequest);
+
+#endif

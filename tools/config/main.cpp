@@ -1,0 +1,214 @@
+// ixla-config: what is configured, why, and what is wrong with it.
+
+#include "config/CheckCommand.h"
+#include "config/PCoreSession.h"
+#include "config/PToolError.h"
+#include "config/ReadCommands.h"
+#include "config/StoreCommands.h"
+
+#include <CLI/CLI.hpp>
+
+#include <cstdlib>
+#include <iostream>
+
+namespace
+{
+constexpr char kDescription[] = "Tells what a core makes of a configuration directory, finds "
+                                "mistakes in its files, and changes "
+                                "its store.";
+
+constexpr char kExamples[] = R"(
+Examples:
+  ixla-config --dir config ids --verbose
+  ixla-config --dir config explain com.example.net port
+  ixla-config --dir config --core core.prs.file=host.prs get com.example.net port
+  ixla-config check config/*.prs
+  ixla-config --dir config store com.example.net port 8080
+
+Exit codes: 0 done, 1 not found, errors found or refused by the core, 2 wrong usage.)";
+
+/// What the command line says.
+struct Arguments
+{
+    ReadRequest read;
+    StoreRequest store;
+    CheckRequest check;
+    ConfigOptions options;
+};
+
+void _addKey(CLI::App& ioCommand, std::string& oID, std::string& oKey)
+{
+    ioCommand.add_option("ID", oID, "configuration ID")->required();
+    ioCommand.add_option("KEY", oKey, "key")->required();
+}
+
+void _addAttribute(CLI::App& ioCommand, std::string& oAttribute, const std::string& iWhat)
+{
+    ioCommand.add_option("--attr", oAttribute, iWhat)->type_name("NAME");
+}
+
+void _addReaders(CLI::App& ioTool, ReadRequest& oRequest)
+{
+    const std::string json = "print JSON";
+    CLI::App* const ids = ioTool.add_subcommand("ids", "The IDs that have files or stored values");
+    ids->add_flag("--json", oRequest.json, json);
+    ids->add_flag("-v,--verbose", oRequest.verbose, "with the files of each ID");
+
+    CLI::App* const keys = ioTool.add_subcommand("keys", "The keys of an ID");
+    keys->add_option("ID", oRequest.id, "configuration ID")->required();
+    keys->add_flag("--json", oRequest.json, json);
+    keys->add_flag("-v,--verbose", oRequest.verbose, "with the value of each key");
+
+    CLI::App* const get = ioTool.add_subcommand("get", "The value of a key, as it stands");
+    _addKey(*get, oRequest.id, oRequest.key);
+    _addAttribute(*get, oRequest.attribute, "the text of this attribute instead");
+    get->add_flag("--json", oRequest.json, json);
+
+    CLI::App* const explain =
+        ioTool.add_subcommand("explain", "Every line that names a key, which one wins, and why");
+    _addKey(*explain, oRequest.id, oRequest.key);
+    explain->add_flag("--json", oRequest.json, json);
+}
+
+void _addCheck(CLI::App& ioTool, CheckRequest& oRequest)
+{
+    CLI::App* const check = ioTool.add_subcommand("check", "Mistakes in configuration files");
+    check->add_option("FILE", oRequest.files, "configuration file")->required();
+    check->add_flag("--store", oRequest.isStore, "the files are stores, with keys ID|key");
+    check->add_flag("--strict", oRequest.strict, "warnings fail, too");
+    check->add_flag("--json", oRequest.json, "print JSON");
+}
+
+void _addWriters(CLI::App& ioTool, StoreRequest& oRequest)
+{
+    CLI::App* const store = ioTool.add_subcommand("store", "Write a value to the store");
+    _addKey(*store, oRequest.id, oRequest.key);
+    store->add_option("VALUE", oRequest.value, "text of the value")->required();
+    _addAttribute(*store, oRequest.attribute, "write this attribute of the stored value instead");
+
+    CLI::App* const remove = ioTool.add_subcommand("remove", "Remove a value from the store");
+    _addKey(*remove, oRequest.id, oRequest.key);
+    _addAttribute(*remove, oRequest.attribute, "remove this attribute alone");
+}
+
+void _describe(CLI::App& ioTool, Arguments& oArguments)
+{
+    ioTool.footer(kExamples);
+    ioTool.set_version_flag("--version", "ixla-config " IXLAL_VERSION);
+    ioTool
+        .add_option("--dir", oArguments.options.dir,
+                    "directory of the configuration files (core.plugins.config.dir); check takes "
+                    "that of the file")
+        ->type_name("DIR");
+    ioTool
+        .add_option("--core", oArguments.options.core,
+                    "further argument of the core, such as core.prs.file=FILE or "
+                    "custom.config.NAME=FILE; may be repeated")
+        ->type_name("KEY=VALUE")
+        ->expected(1)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    ioTool.require_subcommand(1);
+    ioTool.fallthrough();
+    _addReaders(ioTool, oArguments.read);
+    _addCheck(ioTool, oArguments.check);
+    _addWriters(ioTool, oArguments.store);
+}
+
+void _checkOptions(const ConfigOptions& iOptions, const std::string& iCommand)
+{
+    if (iOptions.dir.empty() && iCommand != "check")
+    {
+        throw PToolError(iCommand + " needs --dir, the directory of the configuration files",
+                         eExitUsage);
+    }
+    for (const std::string& argument : iOptions.core)
+    {
+        const std::string key = argument.substr(0, argument.find('='));
+        if (key.empty() || key.size() == argument.size())
+        {
+            throw PToolError("--core " + argument + ": not KEY=VALUE", eExitUsage);
+        }
+        if (PCoreSession::isReserved(key))
+        {
+            throw PToolError("--core " + argument + ": the tool sets this key itself" +
+                                 (key == "core.plugins.config.dir" ? "; use --dir" : ""),
+                             eExitUsage);
+        }
+    }
+}
+
+int _run(const CLI::App& iCommand, Arguments& ioArguments)
+{
+    const std::string& name = iCommand.get_name();
+    _checkOptions(ioArguments.options, name);
+    const bool hasAttribute =
+        iCommand.get_option_no_throw("--attr") && iCommand.count("--attr") > 0;
+    if (name == "check")
+    {
+        ioArguments.check.dir = ioArguments.options.dir;
+        ioArguments.check.core = ioArguments.options.core;
+        return runCheck(ioArguments.check);
+    }
+    if (name == "store" || name == "remove")
+    {
+        ioArguments.store.options = ioArguments.options;
+        ioArguments.store.hasAttribute = hasAttribute;
+        return name == "store" ? runStore(ioArguments.store) : runRemove(ioArguments.store);
+    }
+    ioArguments.read.options = ioArguments.options;
+    ioArguments.read.hasAttribute = hasAttribute;
+    return name == "ids"    ? runIds(ioArguments.read)
+           : name == "keys" ? runKeys(ioArguments.read)
+           : name == "get"  ? runGet(ioArguments.read)
+                            : runExplain(ioArguments.read);
+}
+
+int _main(int iCount, char** iArguments)
+{
+    CLI::App tool(kDescription, "ixla-config");
+    Arguments arguments;
+    _describe(tool, arguments);
+    try
+    {
+        tool.parse(iCount, iArguments);
+    }
+    catch (const CLI::ParseError& error)
+    {
+        if (error.get_exit_code() == 0)
+        {
+            return tool.exit(error);
+        }
+        const std::vector<std::string> unknown = tool.remaining();
+        throw PToolError((unknown.empty() ? error.what() : "unknown: " + unknown.front()) +
+                             "; see ixla-config --help",
+                         eExitUsage);
+    }
+    return _run(*tool.get_subcommands().front(), arguments);
+}
+} // namespace
+
+int main(int iCount, char** iArguments)
+{
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): no thread was begun yet
+    ::unsetenv("LOG_IXLACORE"); // the log of this core interests nobody
+    try
+    {
+        const int code = _main(iCount, iArguments);
+        std::cout.flush();
+        if (!std::cout)
+        {
+            throw PToolError("cannot write to the standard output");
+        }
+        return code;
+    }
+    catch (const PToolError& error)
+    {
+        std::cerr << "ixla-config: " << error.what() << '\n';
+        return error.code();
+    }
+    catch (const std::exception& error)
+    {
+        std::cerr << "ixla-config: " << error.what() << '\n';
+        return eExitFailed;
+    }
+}
