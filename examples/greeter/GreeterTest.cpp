@@ -1,0 +1,62 @@
+#include "IConfigManager.h"
+#include "IGreeter.h"
+#include "testkit/GTest.h"
+
+namespace
+{
+class GreeterTest : public IxlaTest
+{
+protected:
+    GreeterTest()
+    {
+        fCore.addPlugin(GREETER_LIBRARY); // its path, told by CMakeLists.txt
+    }
+
+    std::string greet(const wchar_t* iName)
+    {
+        PString greeting;
+        EXPECT_THAT(fCore.service<IGreeter>(kGreeterId)->greet(iName, greeting), IsOk());
+        return ixlaNarrow(greeting);
+    }
+};
+
+TEST_F(GreeterTest, SaysHelloUnlessToldOtherwise)
+{
+    fCore.start();
+    EXPECT_EQ("Hello, Ann", greet(L"Ann"));
+}
+
+TEST_F(GreeterTest, SaysWhatItsConfigurationSays)
+{
+    fCore.configure("com.example.greeter", "greeting = Good morning\n");
+    fCore.start();
+    EXPECT_EQ("Good morning, Ann", greet(L"Ann"));
+}
+
+TEST_F(GreeterTest, FollowsAValueThatIsSetAtRunTime)
+{
+    fCore.start();
+    EXPECT_EQ("Hello, Ann", greet(L"Ann"));
+    const auto manager = fCore.service<IConfigManager>();
+    EXPECT_THAT(manager->setString(kGreeterId, L"greeting", L"Good night"), IsOk());
+    EXPECT_EQ("Good night, Ann", greet(L"Ann"));
+}
+
+TEST_F(GreeterTest, TellsEveryGreetingToListenersAndToTheLog)
+{
+    fCore.start();
+    PEventRecorder& greeted = fCore.record(kGreetedTopic);
+    greet(L"Ann");
+    greet(L"Bob");
+    EXPECT_EQ(2, greeted.waitFor(2).number);
+    fCore.log().waitFor("greeting 2: Hello, Bob");
+}
+
+TEST_F(GreeterTest, RefusesAnEmptyName)
+{
+    fCore.start();
+    PString greeting;
+    const auto greeter = fCore.service<IGreeter>(kGreeterId);
+    EXPECT_THAT(greeter->greet(L"", greeting), IsResult(eIxlaInvalidArgument));
+}
+} // namespace

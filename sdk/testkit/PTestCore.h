@@ -1,0 +1,307 @@
+// PTestCore: a core of its own for a test.
+#ifndef IXLAL_SDK_PTESTCORE_H
+#define IXLAL_SDK_PTESTCORE_H
+
+#include "IEventDispatcher.h"
+#include "Ixla.h"
+#include "PBaseptr.h"
+#include "helpers/ResultText.h"
+#include "helpers/ServiceLookup.h"
+#include "helpers/Text.h"
+#include "testkit/PEventRecorder.h"
+#include "testkit/PTestDirectory.h"
+#include "testkit/PTestError.h"
+#include "testkit/PTestLog.h"
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <list>
+#include <map>
+#include <string>
+#include <vector>
+
+/// Starts a real core in a temporary directory, with the plugins and the configuration that a test
+/// gives it, and stops it and removes the directory in every case, also when the test throws.
+///
+///     PTestCore core;
+///     core.addPlugin("build/libgreeter.so");
+///     core.configure("com.example.greeter", "greeting = Good morning\n");
+///     core.start();
+///     const auto greeter = core.service<IGreeter>(kGreeterId);
+///     PEventRecorder& greeted = core.record(kGreetedTopic);
+///
+/// A process has one core at a time, so start() refuses while another one runs. Objects that a
+/// service handed out must be gone before stop(), and so before the PTestCore: declare it first.
+///
+/// The directory holds plugins/, config/ and log/, the core log as core.log and the store as
+/// config/store.txt. Libraries are not closed at the stop, which makes it quick; set
+/// "core.free.plugins.lib" to "true" to see that they can be. Operations throw PTestError unless
+/// their line says otherwise. One thread uses a PTestCore.
+class PTestCore
+{
+public:
+    PTestCore()
+        : fArguments({{"core.log.level", "0"},
+                      {"core.plugins.log.enable", "true"},
+                      {"core.free.plugins.lib", "false"},
+                      {"core.notify.exit.timeout", "5"}})
+    {
+        for (const char* name : {"plugins", "config", "log"})
+        {
+            fDirectory.makeDirectory(name);
+        }
+    }
+
+    ~PTestCore()
+    {
+        try
+        {
+            stop();
+        }
+        catch (const std::exception& problem)
+        {
+            std::fprintf(stderr, "[testkit] %s\n", problem.what());
+        }
+    }
+
+    PTestCore(const PTestCore&) = delete;
+    PTestCore& operator=(const PTestCore&) = delete;
+
+    /// Before start(): a plugin library, copied in under its name.
+    void addPlugin(const std::filesystem::path& iFile)
+    {
+        refuseStarted("addPlugin");
+        if (iFile.extension() != ".so")
+        {
+            throw PTestError(iFile.string() + " does not end with .so: the core would not see it");
+        }
+        fDirectory.copy(iFile, "plugins" / iFile.filename(),
+                        "build it first, and let the build tell the test its path");
+    }
+
+    /// Before start(): the text of the configuration iId, as lines "key = value". Another call for
+    /// the same ID replaces the text.
+    void configure(const std::string& iId, const std::string& iText)
+    {
+        refuseStarted("configure");
+        fDirectory.write("config/" + iId + ".prs", iText);
+        fConfigured[iId] = iId + ".prs";
+    }
+
+    /// Before start(): a configuration file, copied in under its name. The manager's own,
+    /// ixlap.configmanager.prs, says which IDs the others belong to; the store stays in the
+    /// temporary directory whatever it says.
+    void addConfigFile(const std::filesystem::path& iFile)
+    {
+        refuseStarted("addConfigFile");
+        if (iFile.filename() == kManagerFile)
+        {
+            std::ifstream in(iFile);
+            fManagerText.assign(std::istreambuf_iterator<char>(in), {});
+        }
+        fDirectory.copy(iFile, "config" / iFile.filename(), "name a file that is there");
+    }
+
+    /// Before start(): an argument of the core. The files and directories are the test kit's.
+    void set(const std::string& iKey, const std::string& iValue)
+    {
+        refuseStarted("set");
+        for (const auto& [key, place] : places())
+        {
+            if (iKey == key)
+            {
+                throw PTestError(iKey + " belongs to the test kit; see directory()");
+            }
+        }
+        fArguments[iKey] = iValue;
+    }
+
+    /// Starts the core.
+    void start()
+    {
+        const int result = tryStart();
+        if (result == eIxlaCoreExists)
+        {
+            throw PTestError("this process runs a core already, and can have only one: stop the "
+                             "other PTestCore first, or run the tests in processes of their own");
+        }
+        if (result != eIxlaOk)
+        {
+            throw PTestError("the core does not start: " + ixlaResultText(result) +
+                             "; mend what its log names:\n" + errorLines());
+        }
+    }
+
+    /// The same for a start that may fail: returns its result, and throws for a second start only.
+    int tryStart()
+    {
+        refuseStarted("start");
+        writeManagerFile();
+        std::vector<PString> arguments;
+        for (const auto& [key, value] : fArguments)
+        {
+            arguments.push_back(ixlaWide(key + "=" + value));
+        }
+        for (const auto& [key, place] : places())
+        {
+            arguments.push_back(ixlaWide(key + "=" + (fDirectory.path() / place).string()));
+        }
+        const int result = ixlaStart(arguments.data(), static_cast<unsigned int>(arguments.size()));
+        fStarted = result == eIxlaOk;
+        return result;
+    }
+
+    /// Ends the recorders and stops the core; does nothing when none was started. Throws when a
+    /// plugin did not let the core stop in time.
+    void stop()
+    {
+        if (!fStarted)
+        {
+            return;
+        }
+        for (PEventRecorder& recorder : fRecorders)
+        {
+            recorder.end();
+        }
+        fStarted = false;
+        const int result = ixlaStop();
+        if (result != eIxlaOk)
+        {
+            throw PTestError("the core does not stop: " + ixlaResultText(result) + "\n" +
+                             errorLines());
+        }
+        expectNotInLog("Waiting finished with timeout!",
+                       "a listener of event.core.exit did not return in time");
+        expectNotInLog("Calls that do not leave the core",
+                       "threads were still inside the core: end them in onExit");
+    }
+
+    bool isStarted() const noexcept
+    {
+        return fStarted;
+    }
+
+    /// The service behind iId, held; its plugin is initialised first if it was not.
+    template <class TService>
+    PBaseptr<TService> service(const PLiteral& iId) const
+    {
+        int result = eIxlaOk;
+        const PBaseptr<TService> found = ixlaService<TService>(iId, result);
+        if (result != eIxlaOk)
+        {
+            throw PTestError("no service \"" + ixlaNarrow(iId) + "\": " + ixlaResultText(result) +
+                             "; was its plugin added, and does it say why?\n" + errorLines());
+        }
+        return found;
+    }
+
+    /// One of the three services of the core: service<IConfigManager>().
+    template <class TService>
+    PBaseptr<TService> service() const
+    {
+        return service<TService>(IxlaServiceId<TService>::get());
+    }
+
+    /// Records the events of a topic from now on; the recorder belongs to this object.
+    PEventRecorder& record(const PLiteral& iTopic)
+    {
+        return fRecorders.emplace_back(iTopic);
+    }
+
+    /// Sends an event to the listeners that there are, perhaps none.
+    void send(const PLiteral& iTopic, IBase* iParam1 = nullptr, int iParam2 = 0) const
+    {
+        const int result = service<IEventDispatcher>()->send(iTopic, iParam1, iParam2);
+        if (result != eIxlaOk && result != eIxlaNoListener)
+        {
+            throw PTestError("cannot send to \"" + ixlaNarrow(iTopic) +
+                             "\": " + ixlaResultText(result));
+        }
+    }
+
+    /// The core log, and a log of the plugins by its name.
+    PTestLog coreLog() const
+    {
+        return PTestLog(fDirectory.path() / "core.log");
+    }
+
+    PTestLog log(const std::string& iName = "ixlaplugins.log") const
+    {
+        return PTestLog(fDirectory.path() / "log" / iName);
+    }
+
+    /// The error lines of all logs, for messages.
+    std::string errorLines() const
+    {
+        std::vector<std::string> lines = coreLog().errors();
+        for (const auto& entry : std::filesystem::directory_iterator(fDirectory.path() / "log"))
+        {
+            const std::vector<std::string> more = PTestLog(entry.path()).errors();
+            lines.insert(lines.end(), more.begin(), more.end());
+        }
+        std::string text;
+        for (const std::string& line : lines)
+        {
+            text += "    " + line + "\n";
+        }
+        return text.empty() ? "    (no errors in the logs)\n" : text;
+    }
+
+    /// Where everything is, for files that a test reads or writes itself.
+    const std::filesystem::path& directory() const noexcept
+    {
+        return fDirectory.path();
+    }
+
+private:
+    static constexpr char kManagerFile[] = "ixlap.configmanager.prs";
+
+    static const std::map<std::string, std::string>& places()
+    {
+        static const std::map<std::string, std::string> sPlaces = {
+            {"core.log.file", "core.log"},
+            {"core.plugins.dir", "plugins"},
+            {"core.plugins.config.dir", "config"},
+            {"core.plugins.log.dir", "log"}};
+        return sPlaces;
+    }
+
+    void refuseStarted(const std::string& iOperation) const
+    {
+        if (fStarted)
+        {
+            throw PTestError(iOperation + "() comes before start(), or after stop()");
+        }
+    }
+
+    // Of two lines for the same key the later one holds.
+    void writeManagerFile() const
+    {
+        std::string text = fManagerText + "\n";
+        for (const auto& [id, file] : fConfigured)
+        {
+            text += id + " = " + file + "\n";
+        }
+        text += "ixlap.configmanager.store.file = store.txt\n";
+        fDirectory.write(std::string("config/") + kManagerFile, text);
+    }
+
+    void expectNotInLog(const std::string& iText, const std::string& iMeaning) const
+    {
+        if (!coreLog().find(iText).empty())
+        {
+            throw PTestError("the core stopped, but " + iMeaning);
+        }
+    }
+
+    PTestDirectory fDirectory;
+    std::map<std::string, std::string> fArguments;
+    std::map<std::string, std::string> fConfigured; ///< files by configuration ID
+    std::string fManagerText;
+    std::list<PEventRecorder> fRecorders;
+    bool fStarted = false;
+};
+
+#endif

@@ -1,0 +1,101 @@
+// PTestLog: a log file as a test sees it.
+#ifndef IXLAL_SDK_PTESTLOG_H
+#define IXLAL_SDK_PTESTLOG_H
+
+#include "testkit/PTestError.h"
+
+#include <algorithm>
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+/// Reads the file anew at every question, also while it is written; a file that is not there yet is
+/// an empty log.
+class PTestLog
+{
+public:
+    explicit PTestLog(std::filesystem::path iFile) : fFile(std::move(iFile))
+    {
+    }
+
+    /// The lines so far, without their ends.
+    std::vector<std::string> lines() const
+    {
+        std::ifstream in(fFile);
+        std::vector<std::string> lines;
+        for (std::string line; std::getline(in, line);)
+        {
+            lines.push_back(line);
+        }
+        return lines;
+    }
+
+    /// The lines so far that hold iText, in their order.
+    std::vector<std::string> find(const std::string& iText) const
+    {
+        std::vector<std::string> found = lines();
+        found.erase(std::remove_if(found.begin(), found.end(),
+                                   [&](const std::string& iLine)
+                                   { return iLine.find(iText) == std::string::npos; }),
+                    found.end());
+        return found;
+    }
+
+    /// The error lines so far.
+    std::vector<std::string> errors() const
+    {
+        std::vector<std::string> found = find(" E Core ");
+        const std::vector<std::string> ofPlugins = find(" E pgs ");
+        found.insert(found.end(), ofPlugins.begin(), ofPlugins.end());
+        return found;
+    }
+
+    /// The first line that holds iText, as soon as there is one. Throws PTestError when iLimit has
+    /// passed without.
+    std::string waitFor(const std::string& iText,
+                        std::chrono::milliseconds iLimit = std::chrono::seconds(5)) const
+    {
+        const auto end = std::chrono::steady_clock::now() + iLimit;
+        for (;;)
+        {
+            const bool last = std::chrono::steady_clock::now() >= end;
+            const std::vector<std::string> found = find(iText);
+            if (!found.empty())
+            {
+                return found.front();
+            }
+            if (last)
+            {
+                throw PTestError("no line with \"" + iText + "\" in " + fFile.string() +
+                                 " within " + std::to_string(iLimit.count()) +
+                                 " ms; it ends with\n" + tail());
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        }
+    }
+
+    /// The last lines, indented, for messages.
+    std::string tail(std::size_t iCount = 10) const
+    {
+        const std::vector<std::string> all = lines();
+        std::string text;
+        for (std::size_t i = all.size() - std::min(all.size(), iCount); i < all.size(); ++i)
+        {
+            text += "    " + all[i] + "\n";
+        }
+        return text.empty() ? "    (nothing)\n" : text;
+    }
+
+    const std::filesystem::path& file() const noexcept
+    {
+        return fFile;
+    }
+
+private:
+    const std::filesystem::path fFile;
+};
+
+#endif
