@@ -11,6 +11,7 @@
 class IConfigChanged : public IBase
 {
 public:
+    /// What was set.
     enum EConfigChnagedType
     {
         eValueSet = 0,    ///< a run-time value was set

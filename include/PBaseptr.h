@@ -50,6 +50,7 @@ public:
         this->fCounter = nullptr;
     }
 
+    /// Leaves the present group and joins that of iOther.
     PBaseptr& operator=(const PBaseptr& iOther)
     {
         PPtr<T>::operator=(iOther);

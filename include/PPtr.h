@@ -110,16 +110,19 @@ public:
         return fPtr;
     }
 
+    /// As get(); not for an empty holder.
     T* operator->() const noexcept
     {
         return fPtr;
     }
 
+    /// The held object; not for an empty holder.
     T& operator*() const noexcept
     {
         return *fPtr;
     }
 
+    /// Whether it holds something.
     explicit operator bool() const noexcept
     {
         return fPtr != nullptr;
@@ -152,6 +155,7 @@ protected:
         }
     }
 
+    /// Starts a group over iPtr, from nothing.
     void start(T* iPtr, int iType)
     {
         if (iPtr)
@@ -167,6 +171,7 @@ protected:
         }
     }
 
+    /// Joins the group of iOther, from nothing.
     void join(const PPtr& iOther)
     {
         fPtr = iOther.fPtr;
@@ -184,8 +189,8 @@ protected:
         enter();
     }
 
-    // The share in the new group is taken before the old one is given up: freeing the old object
-    // may destroy iOther.
+    /// Leaves the group for that of iOther. The share in the new one is taken before the old one is
+    /// given up: freeing the old object may destroy iOther.
     void assign(const PPtr& iOther)
     {
         PPtr incoming(iOther.fPtr, iOther.fCounter, iOther.fType);
@@ -206,6 +211,7 @@ protected:
         }
     }
 
+    /// Leaves the group and starts one over iPtr, unless that is held already.
     void replace(T* iPtr)
     {
         if (iPtr == fPtr)
@@ -223,6 +229,7 @@ protected:
         }
     }
 
+    /// Takes over the share of ioOther, which is empty then.
     void take(PPtr& ioOther) noexcept
     {
         fPtr = ioOther.fPtr;
@@ -239,6 +246,7 @@ protected:
         return fPtr && fCounter && __atomic_sub_fetch(fCounter, 1u, __ATOMIC_ACQ_REL) == 0;
     }
 
+    /// Gives up the share; the last one frees what was held.
     void release()
     {
         if (leave())
@@ -248,9 +256,9 @@ protected:
         }
     }
 
-    T* fPtr;
-    unsigned int* fCounter;
-    int fType;
+    T* fPtr;                ///< null when empty
+    unsigned int* fCounter; ///< the holders of the group
+    int fType;              ///< object or array
 
 private:
     struct Destroyed

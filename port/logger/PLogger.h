@@ -35,7 +35,7 @@ public:
     /// umask. Called once, before any line.
     /// iNew empties an existing file; otherwise lines are appended. iMaxSize is the size in bytes
     /// and iMaxCount the number of lines at which the file is full, 0 or below for no limit. A
-    /// full file becomes iFile.1, the older ones move up to iFile.<iParts>, and the oldest goes;
+    /// full file becomes iFile.1, the older ones move up to iFile.N, N being iParts, and the oldest goes;
     /// with iParts 0 or below the file starts anew instead. iEnable false creates no file and
     /// writes nothing.
     /// Returns 0 or a negated errno, -16 when called again; a logger whose file could not be
@@ -70,6 +70,7 @@ public:
         return iLogger && iLogger->isLogged(iLevel) ? form(iLogger, iLevel, iFormat, iArgs...) : 0;
     }
 
+    /// As info, with that kind.
     template <class... TArgs>
     static int error(PLogger* iLogger, int iLevel, const wchar_t* iFormat, TArgs... iArgs) noexcept
     {
@@ -77,6 +78,7 @@ public:
         return iLogger ? form(iLogger, iLevel, iFormat, iArgs...) : 0;
     }
 
+    /// As info, with that kind.
     template <class... TArgs>
     static int debug(PLogger* iLogger, int iLevel, const wchar_t* iFormat, TArgs... iArgs) noexcept
     {

@@ -7,6 +7,7 @@
 class PCounter
 {
 public:
+    /// Begins at iValue.
     explicit PCounter(int iValue) noexcept : fValue(iValue)
     {
     }
@@ -27,7 +28,7 @@ public:
     }
 
 protected:
-    int fValue;
+    int fValue; ///< changed by atomic operations where threads share it
 };
 
 #endif

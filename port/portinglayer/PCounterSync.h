@@ -9,6 +9,7 @@
 class PCounterSync : public PCounter
 {
 public:
+    /// Begins at iValue.
     explicit PCounterSync(int iValue) noexcept : PCounter(iValue)
     {
     }

@@ -29,6 +29,7 @@ public:
     /// Turns this view to another text.
     PLiteral& operator=(const wchar_t* iText) noexcept;
 
+    /// Another view of the same text.
     PLiteral(const PLiteral&) noexcept = default;
     PLiteral& operator=(const PLiteral&) noexcept = default;
     ~PLiteral() = default;
@@ -45,6 +46,7 @@ public:
         return fPtr;
     }
 
+    /// As ptr().
     operator const wchar_t*() const noexcept
     {
         return fPtr;
@@ -55,7 +57,7 @@ public:
     int cmp(const PLiteral& iOther) const noexcept;
     int cmp(const wchar_t* iText, unsigned int iLen) const noexcept;
 
-    // Texts are too short for a call to pay.
+    /// Whether this text comes first. Inline, because texts are too short for a call to pay.
     bool operator<(const PLiteral& iOther) const noexcept
     {
         const unsigned int same = sameFront(iOther);
@@ -77,17 +79,20 @@ public:
         return same;
     }
 
+    /// Whether both texts have the same characters.
     bool operator==(const PLiteral& iOther) const noexcept;
     bool operator==(const wchar_t* iText) const noexcept
     {
         return *this == PLiteral(iText);
     }
 
+    /// Whether the texts differ.
     bool operator!=(const PLiteral& iOther) const noexcept
     {
         return !(*this == iOther);
     }
 
+    /// Whether the texts differ.
     bool operator!=(const wchar_t* iText) const noexcept
     {
         return !(*this == iText);
@@ -112,15 +117,16 @@ public:
     static int getNextToken(PString& ioList, PString& oToken, wchar_t iSeparator) noexcept;
 
 protected:
-    const wchar_t* fPtr;
-    unsigned int fLen;
+    const wchar_t* fPtr; ///< never null
+    unsigned int fLen;   ///< in characters
 };
 
 /// Orders texts for maps that are searched by any PLiteral without copying it first.
 struct PLiteralLess
 {
-    typedef void is_transparent;
+    typedef void is_transparent; ///< says that any two of them can be compared
 
+    /// Whether iLeft comes first.
     bool operator()(const PLiteral& iLeft, const PLiteral& iRight) const noexcept
     {
         return iLeft < iRight;

@@ -9,6 +9,7 @@
 class IXLA_SCOPED_CAPABILITY PLockGuard
 {
 public:
+    /// Locks iMutex, which must outlive the guard.
     explicit PLockGuard(PMutex& iMutex) noexcept IXLA_ACQUIRE(iMutex)
         : fMutex(iMutex), fResult(iMutex.lock()), fHeld(fResult == 0)
     {

@@ -9,6 +9,7 @@
 class IXLA_EXPORT PProcess
 {
 public:
+    /// The number of this process.
     static unsigned int getCurrentPID() noexcept;
 
     /// The resident memory of a process, in bytes.

@@ -18,6 +18,7 @@ public:
     {
     }
 
+    /// A copy of the text, of its first iLen characters.
     // cppcheck-suppress noExplicitConstructor ; a view turns into an owner without further ado
     PString(const PLiteral& iText);
     PString(const PString& iText);
@@ -27,6 +28,7 @@ public:
     PString(const wchar_t* iText, unsigned int iLen = ~0u);
     virtual ~PString();
 
+    /// Replace the content.
     PString& operator=(const PLiteral& iText);
     PString& operator=(const PString& iText);
     PString& operator=(PString&& ioText); // NOLINT(performance-noexcept-move-constructor)
@@ -41,6 +43,7 @@ public:
     int cat(const PLiteral& iText) noexcept;
     int cat(const wchar_t* iText, unsigned int iLen = ~0u) noexcept;
 
+    /// Append.
     PString& operator+=(const PLiteral& iText);
     PString& operator+=(const wchar_t* iText);
 
@@ -97,6 +100,7 @@ public:
 
     PShortString(const PShortString&) = delete;
     PShortString& operator=(const PShortString&) = delete;
+    /// As those of PString.
     using PString::operator=;
 
 private:

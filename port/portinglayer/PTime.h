@@ -9,6 +9,7 @@
 class IXLA_EXPORT PTime
 {
 public:
+    /// Now, counted from a moment that stays the same while the machine runs.
     static long long getTickCount() noexcept;
 
     /// Milliseconds from iStart to iEnd.

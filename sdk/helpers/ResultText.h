@@ -10,8 +10,8 @@
 /// A result code of the core: its constant in Ixla.h and its meaning.
 struct IxlaResultDescription
 {
-    const char* name;
-    const char* meaning;
+    const char* name;    ///< as in Ixla.h
+    const char* meaning; ///< in a few words
 };
 
 /// The description of a code of Ixla.h; both members are null for any other number. [any thread]

@@ -1,0 +1,52 @@
+#!/usr/bin/env python3
+"""Checks that the links of documents lead somewhere: check_links.py DOCUMENT...
+
+A link may name a file beside the document, a heading (#heading) in it or in the document itself, or
+an address of the net, which is not looked at.
+"""
+
+import pathlib
+import re
+import sys
+
+LINK = re.compile(r"\[[^\]]*\]\(([^)\s]+)\)")
+FENCE = re.compile(r"^```.*?^```", re.MULTILINE | re.DOTALL)
+HEADING = re.compile(r"^#+ (.*)$", re.MULTILINE)
+
+
+def text_of(document):
+    return FENCE.sub("", document.read_text(encoding="utf-8"))
+
+
+def anchors(document):
+    """The names under which the headings of a document are reached."""
+    names = set()
+    for heading in HEADING.findall(text_of(document)):
+        plain = re.sub(r"[^\w\- ]", "", heading.lower())
+        names.add(plain.strip().replace(" ", "-"))
+    return names
+
+
+def leads_nowhere(document, link):
+    if link.startswith(("http://", "https://")):
+        return False
+    name, _, anchor = link.partition("#")
+    target = document.parent / name if name else document
+    return not target.exists() or bool(anchor) and anchor not in anchors(target)
+
+
+def main():
+    found = 0
+    broken = 0
+    for document in map(pathlib.Path, sys.argv[1:]):
+        for link in LINK.findall(text_of(document)):
+            found += 1
+            if leads_nowhere(document, link):
+                broken += 1
+                print(f"{document}: {link} leads nowhere", file=sys.stderr)
+    print(f"{found} links, {broken} of them broken")
+    return 1 if broken or not found else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
