@@ -1,0 +1,81 @@
+# "cpack" in the build tree makes the Debian packages.
+
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_NAME ixlal)
+set(CPACK_PACKAGE_CONTACT "The ixlal maintainers <maintainers@ixlal.example.org>")
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_COMPONENTS_ALL libixlal libixlal-dev ixlal-tools)
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
+    OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_COMPRESSION_TYPE xz)
+set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE amd64)
+if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+    set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE i386)
+endif()
+set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+
+# _ixlal_package(NAME SECTION SUMMARY DESCRIPTION): what the control file says, and what every
+# package holds beside its component.
+function(_ixlal_package name section summary description)
+    string(TOUPPER ${name} upper)
+    set(CPACK_DEBIAN_${upper}_PACKAGE_NAME ${name} PARENT_SCOPE)
+    set(CPACK_DEBIAN_${upper}_PACKAGE_SECTION ${section} PARENT_SCOPE)
+    set(CPACK_DEBIAN_${upper}_DESCRIPTION "${summary}\n${description}" PARENT_SCOPE)
+    install(FILES packaging/copyright packaging/changelog
+        DESTINATION share/doc/${name} COMPONENT ${name} EXCLUDE_FROM_ALL)
+endfunction()
+
+_ixlal_package(libixlal libs "core of a plugin framework - libraries"
+"A host links the core and gets service objects of separately built plugin
+libraries by interface ID. The core brings configuration, events and logs.
+.
+This package holds the libraries that hosts and plugins run with.")
+
+_ixlal_package(libixlal-dev libdevel "core of a plugin framework - development files"
+"A host links the core and gets service objects of separately built plugin
+libraries by interface ID. The core brings configuration, events and logs.
+.
+This package holds the headers, helpers and a test kit for authors of hosts
+and plugins, and what CMake and pkg-config need to find them.")
+
+_ixlal_package(ixlal-tools devel "core of a plugin framework - tools"
+"A host links the core and gets service objects of separately built plugin
+libraries by interface ID. The core brings configuration, events and logs.
+.
+This package holds tools that begin, run, inspect and validate plugins, and
+that explain configurations and logs.")
+
+install(FILES packaging/overrides/libixlal
+    DESTINATION share/lintian/overrides COMPONENT libixlal EXCLUDE_FROM_ALL)
+
+set(same_version "(= ${PROJECT_VERSION})")
+set(CPACK_DEBIAN_LIBIXLAL-DEV_PACKAGE_DEPENDS "libixlal ${same_version}")
+set(CPACK_DEBIAN_LIBIXLAL-DEV_PACKAGE_SUGGESTS "cmake, ixlal-tools ${same_version}")
+set(CPACK_DEBIAN_IXLAL-TOOLS_PACKAGE_DEPENDS
+    "libixlal ${same_version}, python3:any, python3-pyelftools")
+set(CPACK_DEBIAN_IXLAL-TOOLS_PACKAGE_RECOMMENDS "libixlal-dev ${same_version}")
+set(CPACK_DEBIAN_LIBIXLAL_PACKAGE_CONTROL_EXTRA
+    ${PROJECT_SOURCE_DIR}/packaging/triggers ${PROJECT_BINARY_DIR}/packaging/symbols)
+
+# What other packages may want of the libraries.
+set(symbols "")
+foreach(library portinglayer logger core)
+    file(STRINGS abi/libixlal.${library}.exports names)
+    list(TRANSFORM names APPEND "@Base ${PROJECT_VERSION}")
+    list(JOIN names "\n " names)
+    string(APPEND symbols "libixlal.${library}.so libixlal #MINVER#\n ${names}\n")
+endforeach()
+file(GENERATE OUTPUT ${PROJECT_BINARY_DIR}/packaging/symbols CONTENT "${symbols}")
+
+# What the scripts that cpack runs need to know.
+get_property(programs GLOBAL PROPERTY IXLAL_PROGRAMS)
+file(GENERATE OUTPUT ${PROJECT_BINARY_DIR}/packaging/tools.txt
+    CONTENT "$<JOIN:${programs},\n>\n")
+set(CPACK_PROJECT_CONFIG_FILE ${PROJECT_SOURCE_DIR}/packaging/depends.cmake)
+set(CPACK_PRE_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/packaging/stage.cmake)
+set(CPACK_IXLAL_BUILD ${PROJECT_BINARY_DIR})
+
+include(CPack)
