@@ -1,0 +1,157 @@
+"""What ixla-new-plugin writes and refuses: new_plugin_test.py PROGRAM
+That its projects build and test themselves is shown by scripts/check-install.sh."""
+
+import os
+import re
+import shutil
+import subprocess
+import sys
+import tempfile
+import unittest
+from pathlib import Path
+
+PROGRAM = sys.argv.pop(1)
+ID = "com.example.load"
+
+
+class NewPluginTest(unittest.TestCase):
+    def setUp(self):
+        temporary = tempfile.TemporaryDirectory()
+        self.addCleanup(temporary.cleanup)
+        self.dir = Path(temporary.name)
+
+    def run_tool(self, *arguments, **options):
+        return subprocess.run([PROGRAM, *arguments], cwd=self.dir, text=True, check=False,
+                              capture_output=True, timeout=30, **options)
+
+    def files(self):
+        return sorted(str(path.relative_to(self.dir)) for path in self.dir.rglob("*")
+                      if not path.is_dir())
+
+    def assert_refused(self, code, wanted, *arguments):
+        before = self.files()
+        done = self.run_tool(*arguments)
+        self.assertEqual(done.returncode, code, done)
+        self.assertIn(wanted, done.stderr)
+        self.assertTrue(done.stderr.splitlines()[-1].startswith("ixla-new-plugin: "), done.stderr)
+        self.assertNotIn("Traceback", done.stderr)
+        self.assertEqual(self.files(), before)
+
+    def test_writes_the_project_into_a_directory_of_its_name(self):
+        done = self.run_tool("load-sampler", "--id", ID)
+        self.assertEqual((done.returncode, done.stderr), (0, ""))
+        self.assertEqual(self.files(), [
+            "load-sampler/.gitignore",
+            "load-sampler/CMakeLists.txt",
+            "load-sampler/ILoadSamplerService.h",
+            "load-sampler/LoadSamplerPlugin.cpp",
+            "load-sampler/README.md",
+            "load-sampler/config/ixlap.configmanager.prs",
+            "load-sampler/config/load-sampler.prs",
+            "load-sampler/test/LoadSamplerTest.cpp"])
+
+    def test_says_what_it_wrote_and_what_comes_next(self):
+        done = self.run_tool("greeter", "--id", ID, "--dir", "my plugins/greeter")
+        self.assertIn("Wrote to my plugins/greeter:\n", done.stdout)
+        self.assertIn("  cmake --build 'my plugins/greeter/build'\n", done.stdout)
+        for name in self.files():
+            self.assertIn(f"  {name.removeprefix('my plugins/greeter/')}\n", done.stdout)
+
+    def test_leaves_no_placeholder_behind(self):
+        self.run_tool("greeter", "--id", ID)
+        for name in self.files():
+            text = (self.dir / name).read_text(encoding="utf-8")
+            self.assertNotRegex(text, r"@\w+@", name)
+
+    def test_puts_name_and_id_where_they_belong(self):
+        self.run_tool("my_Plugin2", "--id", ID)
+        header = (self.dir / "my_Plugin2/IMyPlugin2Service.h").read_text(encoding="utf-8")
+        self.assertIn("#ifndef MY_PLUGIN2_SERVICE_H", header)
+        self.assertIn(f'constexpr wchar_t kMyPlugin2Id[] = L"{ID}";', header)
+        manager = self.dir / "my_Plugin2/config/ixlap.configmanager.prs"
+        self.assertIn(f"{ID} = my_Plugin2.prs\n", manager.read_text(encoding="utf-8"))
+
+    def test_writes_into_an_empty_directory(self):
+        (self.dir / "empty").mkdir()
+        self.assertEqual(self.run_tool("greeter", "--id", ID, "--dir", "empty").returncode, 0)
+        self.assertIn("empty/CMakeLists.txt", self.files())
+
+    def test_refuses_a_directory_that_holds_something(self):
+        (self.dir / "greeter").mkdir()
+        (self.dir / "greeter/mine.txt").write_text("mine")
+        self.assert_refused(1, "greeter: is not empty", "greeter", "--id", ID)
+
+    def test_refuses_what_is_no_directory(self):
+        (self.dir / "file").write_text("mine")
+        (self.dir / "dangling").symlink_to("nowhere")
+        for name in ("file", "dangling"):
+            self.assert_refused(1, f"{name}: is there and no directory",
+                                "greeter", "--id", ID, "--dir", name)
+        self.assert_refused(1, "file", "greeter", "--id", ID, "--dir", "file/below")
+
+    @unittest.skipUnless(os.path.exists("/dev/full"), "needs /dev/full")
+    def test_reports_output_that_cannot_be_written(self):
+        with open("/dev/full", "w", encoding="utf-8") as full:
+            done = subprocess.run([PROGRAM, "greeter", "--id", ID], cwd=self.dir, text=True,
+                                  check=False, stdout=full, stderr=subprocess.PIPE, timeout=30)
+        self.assertEqual(done.returncode, 1)
+        self.assertNotIn("Traceback", done.stderr)
+
+    def test_leaves_nothing_behind_when_it_cannot_write_all(self):
+        # A file may not grow beyond some bytes: the first small ones fit, a larger one does not.
+        command = f"ulimit -f 1; trap '' XFSZ; exec {PROGRAM} greeter --id {ID} --dir a/b"
+        done = subprocess.run(["bash", "-c", command], cwd=self.dir, text=True, check=False,
+                              capture_output=True, timeout=30)
+        self.assertEqual(done.returncode, 1, done)
+        self.assertIn("File too large: see that it can be written", done.stderr)
+        self.assertEqual(list(self.dir.iterdir()), [])
+
+    def test_refuses_names_that_are_none(self):
+        for name in ("", "x", "2fast", "-", "a b", "a/b", "../up", "a--b", "tail-", "_a", "größe",
+                     "a" * 101, "a\nb", "a;b", "$(x)", "a.b"):
+            with self.subTest(name):
+                self.assert_refused(2, "is no plugin name", "--id", ID, "--", name)
+
+    def test_refuses_names_that_the_build_needs(self):
+        for name in ("test", "all", "install", "Package", "ixlal"):
+            with self.subTest(name):
+                self.assert_refused(2, "means something else to the build", name, "--id", ID)
+
+    def test_refuses_ids_that_are_none(self):
+        for wrong in ("", "greeter", "com..example", ".com.example", "com.example.", "com.ex=am",
+                      "com.ex:am", "com.ex|am", "com.ex am", "com.ex\"am", "com.exämple", "1.2",
+                      "com." + "a" * 100):
+            with self.subTest(wrong):
+                self.assert_refused(2, "is no interface ID", "greeter", f"--id={wrong}")
+
+    def test_refuses_the_ids_of_the_core(self):
+        self.assert_refused(2, "the core's own services",
+                            "greeter", "--id", "com.kelvora.ixla.logger")
+
+    def test_refuses_missing_and_unknown_arguments(self):
+        self.assert_refused(2, "--id", "greeter")
+        self.assert_refused(2, "NAME", "--id", ID)
+        self.assert_refused(2, "--unknown", "greeter", "--id", ID, "--unknown")
+
+    def test_survives_paths_that_are_no_utf_8(self):
+        done = subprocess.run([PROGRAM, b"greeter", b"--id", ID.encode(), b"--dir", b"a\xff"],
+                              cwd=self.dir, check=False, capture_output=True, timeout=30)
+        self.assertEqual((done.returncode, done.stderr), (0, b""))
+        self.assertIn(b"Wrote to a\xff:\n", done.stdout)
+
+    def test_tells_its_version(self):
+        self.assertRegex(self.run_tool("--version").stdout, r"\Aixla-new-plugin \d+\.\d+\.\d+\n\Z")
+
+    def test_sources_are_formatted_as_ours(self):
+        formatter = shutil.which("clang-format")
+        if not formatter:
+            self.skipTest("no clang-format")
+        self.run_tool("greeter", "--id", ID)
+        shutil.copy(Path(__file__).parents[3] / ".clang-format", self.dir)
+        for name in self.files():
+            if re.search(r"\.(h|cpp)$", name):
+                subprocess.run([formatter, "--dry-run", "--Werror", name], cwd=self.dir, check=True)
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,168 @@
+#!/usr/bin/env python3
+"""Writes the project of a new plugin: see --help."""
+
+import argparse
+import re
+import sys
+from contextlib import ExitStack
+from pathlib import Path
+from shlex import quote
+
+TOOL = "ixla-new-plugin"
+VERSION = "@VERSION@"
+
+EPILOG = """\
+examples:
+  ixla-new-plugin greeter --id com.example.greeter
+  ixla-new-plugin load-sampler --id com.example.load --dir ~/src/load
+
+exit status:
+  0  the project is written
+  1  it cannot be written there
+  2  the arguments make no sense
+"""
+
+# Names that CMake and the project itself need for other things.
+RESERVED = frozenset(
+    "all clean depend edit_cache help install ixlal list_install_components package "
+    "package_source preinstall rebuild_cache test".split())
+
+NAME_FORM = re.compile(r"[A-Za-z][A-Za-z0-9]*(?:[-_][A-Za-z0-9]+)*")
+ID_FORM = re.compile(r"[A-Za-z][A-Za-z0-9_-]*(?:\.[A-Za-z0-9_-]+)+")
+MAX_LENGTH = 100
+
+# Where each template goes.
+FILES = {
+    "CMakeLists.txt.in": "CMakeLists.txt",
+    "IService.h.in": "I{Class}Service.h",
+    "Plugin.cpp.in": "{Class}Plugin.cpp",
+    "Test.cpp.in": "test/{Class}Test.cpp",
+    "plugin.prs.in": "config/{name}.prs",
+    "manager.prs.in": "config/ixlap.configmanager.prs",
+    "README.md.in": "README.md",
+    "gitignore.in": ".gitignore",
+}
+
+
+class Refusal(Exception):
+    """What keeps the project from being written; the text is for the user."""
+
+
+def plugin_name(text: str) -> str:
+    """The argument NAME, as argparse takes types."""
+    if not NAME_FORM.fullmatch(text) or not 2 <= len(text) <= MAX_LENGTH:
+        raise argparse.ArgumentTypeError(
+            f"{text!r} is no plugin name: use 2 to {MAX_LENGTH} letters and digits, with single "
+            "'-' or '_' between them and a letter in front, such as load-sampler")
+    if text.lower() in RESERVED:
+        raise argparse.ArgumentTypeError(
+            f"{text!r} means something else to the build: use another name")
+    return text
+
+
+def interface_id(text: str) -> str:
+    """The argument of --id, as argparse takes types."""
+    if not ID_FORM.fullmatch(text) or len(text) > MAX_LENGTH:
+        raise argparse.ArgumentTypeError(
+            f"{text!r} is no interface ID: use a domain of yours in reverse and the name of the "
+            "service, such as com.example.greeter")
+    if text.lower().startswith("com.kelvora.ixla."):
+        raise argparse.ArgumentTypeError(
+            f"{text!r} stands among the IDs of the core's own services: use a domain of yours")
+    return text
+
+
+def parse_arguments() -> argparse.Namespace:
+    parser = argparse.ArgumentParser(
+        prog=TOOL, formatter_class=argparse.RawDescriptionHelpFormatter, epilog=EPILOG,
+        description="Writes a plugin project that builds, tests itself and can be loaded at once: "
+        "sources, CMake\nfile, configuration and a test. Existing files are never touched.")
+    parser.add_argument("name", metavar="NAME", type=plugin_name,
+                        help="name of the plugin; its library is libNAME.so")
+    parser.add_argument("--id", required=True, type=interface_id, metavar="REVERSE.DOMAIN.ID",
+                        help="interface ID of its service, and ID of its configuration")
+    parser.add_argument("--dir", type=Path, metavar="D",
+                        help="directory for the project, new or empty (default: NAME)")
+    parser.add_argument("--version", action="version", version=f"{TOOL} {VERSION}")
+    return parser.parse_args()
+
+
+def class_name(name: str) -> str:
+    """load-sampler becomes LoadSampler."""
+    return "".join(part[0].upper() + part[1:] for part in re.split("[-_]", name))
+
+
+def rendered(words: dict[str, str]) -> dict[Path, str]:
+    """The files of the project and their texts, with the words between @ put in."""
+    templates = Path(__file__).resolve().parent
+    texts = {}
+    for template, target in FILES.items():
+        text = (templates / template).read_text(encoding="utf-8")
+        for word, value in words.items():
+            text = text.replace(f"@{word}@", value)
+        texts[Path(target.format(**words))] = text
+    return texts
+
+
+def check_directory(directory: Path) -> None:
+    if directory.is_dir():
+        if any(directory.iterdir()):
+            raise Refusal(f"{directory}: is not empty: name another directory with --dir")
+    elif directory.exists() or directory.is_symlink():
+        raise Refusal(f"{directory}: is there and no directory: name another one with --dir")
+
+
+def write_project(directory: Path, texts: dict[Path, str]) -> None:
+    """Writes all of it, or leaves nothing behind."""
+    with ExitStack() as undo:
+        for path, text in texts.items():
+            target = directory / path
+            for parent in reversed(target.parents):
+                if not parent.is_dir():
+                    parent.mkdir()
+                    undo.callback(parent.rmdir)
+            # "x": what came in between is not overwritten either.
+            with target.open("x", encoding="utf-8") as stream:
+                undo.callback(target.unlink)
+                stream.write(text)
+        undo.pop_all()
+
+
+def describe(directory: Path, texts: dict[Path, str]) -> str:
+    source, build = quote(str(directory)), quote(str(directory / "build"))
+    return "\n".join([
+        f"Wrote to {directory}:",
+        *(f"  {path}" for path in sorted(texts)),
+        "Build and test it:",
+        f"  cmake -S {source} -B {build}",
+        f"  cmake --build {build}",
+        f"  ctest --test-dir {build} --output-on-failure",
+        f"{directory}/README.md tells how to run it.",
+    ])
+
+
+def main() -> int:
+    # A path may hold bytes that are no UTF-8; they go out as they came in.
+    sys.stdout.reconfigure(errors="surrogateescape")
+    sys.stderr.reconfigure(errors="surrogateescape")
+    arguments = parse_arguments()
+    name = arguments.name
+    directory = arguments.dir or Path(name)
+    words = {"name": name, "Class": class_name(name), "id": arguments.id,
+             "GUARD": name.replace("-", "_").upper(), "version": VERSION}
+    try:
+        texts = rendered(words)
+        check_directory(directory)
+        write_project(directory, texts)
+        print(describe(directory, texts), flush=True)
+        return 0
+    except Refusal as refusal:
+        print(f"{TOOL}: {refusal}", file=sys.stderr)
+    except OSError as error:
+        print(f"{TOOL}: {error.filename or directory}: {error.strerror}: see that it can be "
+              "written, or name another directory with --dir", file=sys.stderr)
+    return 1
+
+
+if __name__ == "__main__":
+    sys.exit(main())
