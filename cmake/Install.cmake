@@ -14,7 +14,8 @@ set(ixlal_package_dir lib/cmake/ixlal)
 # ixlal_install_program(TARGET DIRECTORY): a program that finds the libraries of its prefix.
 function(ixlal_install_program target directory)
     string(REGEX REPLACE "[^/]+" ".." up ${directory})
-    set_target_properties(${target} PROPERTIES INSTALL_RPATH $ORIGIN/${up}/lib)
+    set_target_properties(${target} PROPERTIES
+        INSTALL_RPATH "$ORIGIN/${up}/lib;$ORIGIN/${up}/lib/${ixlal_triplet}")
     install(TARGETS ${target} DESTINATION ${directory} COMPONENT ixlal-tools)
     set_property(GLOBAL APPEND PROPERTY IXLAL_PROGRAMS $<TARGET_FILE:${target}>)
 endfunction()

@@ -33,8 +33,8 @@ function(_ixlal_validate name)
         add_dependencies(${name} ixla-validate)
     endif()
     if(NOT validator)
-        message(FATAL_ERROR "ixlal_add_plugin(${name} ... VALIDATE) finds no ixla-validate: install "
-            "the package ixlal-tools, or name the program with -DIXLAL_VALIDATE=FILE")
+        message(FATAL_ERROR "ixlal_add_plugin(${name} ... VALIDATE) finds no ixla-validate: "
+            "install the package ixlal-tools, or name the program with -DIXLAL_VALIDATE=FILE")
     endif()
     add_custom_command(TARGET ${name} POST_BUILD
         COMMAND ${validator} $<TARGET_FILE:${name}>

@@ -1,0 +1,220 @@
+#!/usr/bin/env bash
+# Shows that what is installed can be used without our tree: check-install.sh [BUILD_DIR]
+# Installs the release build into an empty prefix and unpacks its packages into another. From each
+# of them, projects elsewhere are built and run: the plugin and the host of the README, through
+# CMake and through pkg-config, and a plugin that ixla-new-plugin writes. What must be refused is
+# refused. The packages go through lintian.
+set -eu -o pipefail
+
+root=$(cd "$(dirname "$0")/.." && pwd)
+build=$(cd "${1:-$root/build/release}" && pwd)
+version=$(sed -n 's/^project(ixlal VERSION \([0-9.]*\).*/\1/p' "$root/CMakeLists.txt")
+work=$(mktemp -d "${TMPDIR:-/tmp}/ixlal-install-XXXXXX")
+trap 'rm -rf "$work"' EXIT
+
+# Nothing of this shell's own may help.
+unset CPATH CPLUS_INCLUDE_PATH LIBRARY_PATH LD_LIBRARY_PATH CMAKE_PREFIX_PATH PKG_CONFIG_PATH
+unset CXXFLAGS LDFLAGS
+
+fail() {
+    echo "check-install: $1" >&2
+    exit 1
+}
+
+# quietly COMMAND...: shows what a command said only when it failed.
+quietly() {
+    "$@" >"$work/log" 2>&1 || {
+        cat "$work/log" >&2
+        fail "failed: $*"
+    }
+}
+
+# refused TEXT COMMAND...: the command must fail and say TEXT.
+refused() {
+    local text=$1
+    shift
+    if "$@" >"$work/log" 2>&1; then
+        fail "not refused: $*"
+    fi
+    grep -qF -- "$text" "$work/log" || {
+        cat "$work/log" >&2
+        fail "refused, but not for \"$text\": $*"
+    }
+}
+
+# build_project SOURCE PREFIX [OPTION...]: builds it in SOURCE/build.
+build_project() {
+    local source=$1 prefix=$2
+    shift 2
+    rm -rf "$source/build"
+    cmake -S "$source" -B "$source/build" -DCMAKE_PREFIX_PATH="$prefix" "$@" &&
+        cmake --build "$source/build" -j 2
+}
+
+# A directory with the files of the README and the project that the document shows.
+make_minimal() {
+    mkdir -p "$1"
+    cp "$root"/examples/minimal/{IHello.h,plugin.cpp,host.cpp} "$1"
+    awk '$0 == "```" { on = 0 } on; $0 == "```cmake" { on = 1 }' "$root/docs/packaging.md" \
+        >"$1/CMakeLists.txt"
+}
+
+# make_plugin DIRECTORY SOURCE [OPTION...]: a project of one plugin.
+make_plugin() {
+    mkdir -p "$1"
+    cp "$root/tests/install/$2.cpp" "$1"
+    cat >"$1/CMakeLists.txt" <<TEXT
+cmake_minimum_required(VERSION 3.25)
+project($2 LANGUAGES CXX)
+find_package(ixlal $version CONFIG REQUIRED)
+ixlal_add_plugin($2 SOURCES $2.cpp ${*:3})
+TEXT
+}
+
+# run_minimal HOST PLUGIN PREFIX: the host uses the plugin, with the libraries of the prefix.
+run_minimal() {
+    local run
+    run=$(mktemp -d "$work/run-XXXXXX")
+    mkdir "$run/plugins" "$run/config"
+    cp "$2" "$run/plugins"
+    if ldd "$1" | grep libixlal | grep -vF "=> $3/"; then
+        fail "$1 takes libraries from elsewhere than $3"
+    fi
+    (cd "$run" && "$1" core.plugins.dir=plugins core.plugins.config.dir=config \
+        core.plugins.log.dir=log core.plugins.log.enable=false) \
+        >"$run/out.txt" 2>"$run/err.txt" || {
+        cat "$run/out.txt" "$run/err.txt" >&2
+        fail "failed: $1"
+    }
+    diff - "$run/out.txt" <<'TEXT'
+The plugin says: Hello!
+The plugin says: Hello again!
+service: 0, stop: 0
+TEXT
+}
+
+# exports_factory_alone LIBRARY
+exports_factory_alone() {
+    [ "$(nm -D --defined-only "$1" | cut -d ' ' -f 2-)" = "T _Z13ixlaGetPluginv" ] ||
+        fail "$1 exports something else than its factory"
+}
+
+check_cmake() {
+    local prefix=$1 project=$2/cmake
+    make_minimal "$project"
+    quietly build_project "$project" "$prefix"
+    run_minimal "$project/build/hello-host" "$project/build/libhello.so" "$prefix"
+    exports_factory_alone "$project/build/libhello.so"
+}
+
+check_pkg_config() {
+    local prefix=$1 project=$2/pkg-config
+    make_minimal "$project"
+    PKG_CONFIG_LIBDIR=$(dirname "$(find "$prefix" -name ixlal.pc)")
+    export PKG_CONFIG_LIBDIR
+    [ "$(pkg-config --modversion ixlal)" = "$version" ] || fail "ixlal.pc tells another version"
+    # shellcheck disable=SC2046 # flags are words
+    g++ -O2 -o "$project/libhello.so" "$project/plugin.cpp" \
+        $(pkg-config --variable=plugin_flags ixlal) $(pkg-config --cflags --libs ixlal)
+    # shellcheck disable=SC2046
+    g++ -O2 -o "$project/host" "$project/host.cpp" $(pkg-config --cflags --libs ixlal) \
+        -Wl,-rpath,"$(pkg-config --variable=libdir ixlal | xargs realpath)"
+    run_minimal "$project/host" "$project/libhello.so" "$prefix"
+    exports_factory_alone "$project/libhello.so"
+}
+
+# compile_headers PREFIX STANDARD: those whose names come in, all in one source.
+compile_headers() {
+    sed 's/.*/#include "&"/' >"$work/headers.cpp"
+    g++ -m32 "-std=c++$2" -Wall -Wextra -Wpedantic -Werror -fsyntax-only \
+        -I "$1/include/ixlal" "$work/headers.cpp"
+}
+
+# Installed headers need nothing but one another; the test kit's fixture needs GoogleTest.
+check_headers() {
+    (cd "$1/include/ixlal" && find . -name '*.h' ! -path './testkit/*') | compile_headers "$1" 11
+    (cd "$1/include/ixlal" && find testkit -name 'P*.h') | compile_headers "$1" 17
+}
+
+# Every tool starts and has a man page and a completion.
+check_tools() {
+    local tool name
+    for tool in "$1"/bin/*; do
+        name=$(basename "$tool")
+        [ "$("$tool" --version)" = "$name $version" ] || fail "$name tells another version"
+        compgen -G "$1/share/man/man1/$name.1*" >/dev/null || fail "$name has no man page"
+        [ -f "$1/share/bash-completion/completions/$name" ] || fail "$name has no completion"
+    done
+}
+
+check_new_plugin() {
+    local project=$2/greeter
+    quietly "$1/bin/ixla-new-plugin" greeter --id com.example.greeter --dir "$project"
+    quietly build_project "$project" "$1"
+    quietly ctest --test-dir "$project/build" --output-on-failure
+    exports_factory_alone "$project/build/plugins/libgreeter.so"
+}
+
+# What the functions of the CMake package are there to prevent.
+check_refusals() {
+    local prefix=$1 project=$2
+    make_plugin "$project/undefined" undefined
+    refused "undefined reference to \`nobody()'" build_project "$project/undefined" "$prefix"
+
+    make_plugin "$project/chatty" chatty
+    quietly build_project "$project/chatty" "$prefix"
+    exports_factory_alone "$project/chatty/build/libchatty.so"
+
+    printf '#!/bin/sh\ncase "$*" in *-m32*) exit 1 ;; esac\nexec g++ "$@"\n' >"$work/narrow-g++"
+    chmod +x "$work/narrow-g++"
+    refused "cannot build for the word size" \
+        build_project "$project/chatty" "$prefix" -DCMAKE_CXX_COMPILER="$work/narrow-g++"
+}
+
+# field PACKAGE NAME: of the control file.
+field() {
+    dpkg-deb --field "$work/packages/$1_${version}_i386.deb" "$2"
+}
+
+# depends PACKAGE PATTERN...: each must be among what the package needs.
+depends() {
+    local package=$1 pattern
+    for pattern in "${@:2}"; do
+        field "$package" Depends | tr ',' '\n' | sed 's/^ *//' | grep -qxE -- "$pattern" ||
+            fail "$package does not depend on $pattern: $(field "$package" Depends)"
+    done
+}
+
+check_packages() {
+    local at_least='\(>= [0-9.]+\)' same="\\(= $version\\)" package
+    depends libixlal "libc6 $at_least" "libstdc\\+\\+6 $at_least"
+    depends libixlal-dev "libixlal $same"
+    depends ixlal-tools "libixlal $same" "libc6 $at_least" 'python3:any' 'python3-pyelftools'
+    for package in libixlal libixlal-dev ixlal-tools; do
+        if field "$package" Depends | grep -E 'lib32|i386'; then
+            fail "$package depends on what only a 64-bit machine has"
+        fi
+    done
+    if readelf -S "$work"/root/usr/lib/*/libixlal.*.so | grep -F .debug_info; then
+        fail "libraries are not stripped"
+    fi
+    lintian --profile debian --allow-root --fail-on error "$work"/packages/*.deb
+}
+
+quietly cmake --install "$build" --prefix "$work/prefix"
+quietly cpack --config "$build/CPackConfig.cmake" -B "$work/packages"
+for package in "$work"/packages/*.deb; do
+    dpkg-deb -x "$package" "$work/root"
+done
+
+check_packages
+for prefix in "$work/prefix" "$work/root/usr"; do
+    projects=$work/projects-$(basename "$prefix")
+    check_headers "$prefix"
+    check_tools "$prefix"
+    check_cmake "$prefix" "$projects"
+    check_pkg_config "$prefix" "$projects"
+    check_new_plugin "$prefix" "$projects"
+done
+check_refusals "$work/root/usr" "$work/refusals"
+echo "What is installed works without our tree"

@@ -1,0 +1,10 @@
+// A plugin that wants a function which nobody supplies.
+
+#include "Ixla.h"
+
+IPlugin* nobody();
+
+IPlugin* ixlaGetPlugin()
+{
+    return nobody();
+}
