@@ -1,0 +1,150 @@
+"""What is found out about one library, and the judgement of it."""
+
+import os
+import re
+import stat
+from dataclasses import dataclass, field
+from pathlib import Path
+
+import probe
+from elf import ElfError, Image, defines_privately, read_image
+from loader import Host, Loaded, find_missing, needed_libraries
+
+FACTORY = "_Z13ixlaGetPluginv"
+DEFAULT_PRODUCT = "32-bit i386"
+# What every linker exports without being asked.
+LINKER_SYMBOLS = {"_init", "_fini", "_edata", "_end", "__bss_start"}
+
+
+@dataclass
+class Library:
+    path: Path
+    image: Image | None = None
+    needed: list[Loaded] = field(default_factory=list)
+    missing: list[str] = field(default_factory=list)  # what the loader will say, as far as is known
+    undefined: list[str] = field(default_factory=list)
+    has_factory: bool = False
+    outcome: probe.Outcome | None = None
+    problems: list[str] = field(default_factory=list)
+    hints: list[str] = field(default_factory=list)
+
+    @property
+    def verdict(self) -> str:
+        if self.problems:
+            return "problem"
+        return "ok" if self.has_factory else "skipped"
+
+    @property
+    def interfaces(self) -> list[str]:
+        return self.outcome.interfaces if self.outcome else []
+
+    @property
+    def extra_exports(self) -> list[str]:
+        symbols = self.image.symbols if self.image else []
+        return sorted(symbol.name for symbol in symbols
+                      if symbol.exported and symbol.name not in LINKER_SYMBOLS | {FACTORY})
+
+
+class Inspector:
+    def __init__(self, program: Path | None, limit: float, static: bool) -> None:
+        self.probe = program
+        self.limit = limit
+        self.static = static
+        self.host = Host(program) if program else None
+        self.product = self.host.image.kind if self.host else DEFAULT_PRODUCT
+        self.built_in: list[str] = []
+
+    def inspect(self, path: Path, named: bool) -> Library:
+        """named says that somebody takes the file for a plugin, and no directory had it."""
+        library = Library(path)
+        try:
+            self._read(library)
+            if library.image and not library.problems:
+                self._look_for_factory(library, named)
+                self._look_for_missing(library)
+                self._load(library)
+        except ElfError as problem:
+            library.problems.append(f"the file {problem}")
+        except OSError as problem:
+            library.problems.append(f"the file cannot be read: {problem.strerror}")
+        return library
+
+    def _read(self, library: Library) -> None:
+        if not stat.S_ISREG(library.path.stat().st_mode):
+            library.problems.append("the file is no regular file")
+            return
+        image = library.image = read_image(library.path)
+        if image.kind != self.product:
+            library.problems.append(f"the file is {image.kind}, the product is {self.product}")
+        elif image.type != "shared library" or image.is_program:
+            kind = "program" if image.is_program else image.type
+            library.problems.append(f"the file is no shared library but of the kind: {kind}")
+        elif image.missing_bytes:
+            library.problems.append(f"the file is cut short: {image.missing_bytes} bytes of it "
+                                    "are missing")
+
+    def _look_for_factory(self, library: Library, named: bool) -> None:
+        library.has_factory = any(symbol.exported and symbol.name == FACTORY
+                                  for symbol in library.image.symbols)
+        if library.has_factory:
+            extra = library.extra_exports
+            if extra:
+                more = f" and {len(extra) - 1} more" if extra[1:] else ""
+                library.hints.append(f"exports more than the factory: {extra[0]}{more}")
+            return
+        near = self._find_near_miss(library)
+        if near:
+            library.problems.append(f"has no factory {FACTORY}, but {near}")
+        elif named:
+            library.problems.append(f"has no factory {FACTORY} and so is no plugin")
+        else:
+            library.hints.append("has no factory: the core skips it")
+
+    @staticmethod
+    def _find_near_miss(library: Library) -> str:
+        if defines_privately(library.path, FACTORY):
+            return "defines it without exporting it"
+        for name in library.extra_exports:
+            if re.search("13ixlaGetPlugin|^ixlaGetPlugin$", name):
+                return f"exports {name}: another signature or language"
+        return ""
+
+    def _look_for_missing(self, library: Library) -> None:
+        library.needed = needed_libraries(library.path, library.image, self.host)
+        missing = find_missing(library.image, library.needed, self.host)
+        library.undefined = missing.symbols
+        for loaded in missing.libraries:
+            user = "" if loaded.needed_by == library.path.name else f" (for {loaded.needed_by})"
+            library.missing.append(f"needs {loaded.name}{user}, which is nowhere the loader looks")
+        library.missing += [f"needs the version {version}, which is not there"
+                            for version in missing.versions]
+        library.missing += [f"undefined symbol, which nothing that it needs supplies: {name}"
+                            for name in missing.symbols]
+
+    def _load(self, library: Library) -> None:
+        if self.static or not self.probe:
+            library.problems += library.missing
+            return
+        outcome = library.outcome = probe.load(self.probe, library.path, self.limit)
+        self.built_in = self.built_in or outcome.built_in
+        if outcome.load_ms is not None:
+            library.hints += [f"{each}; the loader takes it all the same"
+                              for each in library.missing]
+        else:
+            library.problems += library.missing
+        if outcome.failure and (outcome.load_ms is not None or not library.missing):
+            result = f"; the core ends its start with {outcome.result}" if outcome.result else ""
+            library.problems.append(outcome.failure + result)
+        if not outcome.failure and library.has_factory and not outcome.interfaces:
+            library.hints.append("offers no interface, so nobody can ask for it")
+
+
+def find_duplicates(libraries: list[Library], built_in: list[str]) -> None:
+    """Each ID belongs to whom the core would ask for it first."""
+    owners: dict[str, str] = dict.fromkeys(built_in, "the core itself")
+    for library in libraries:
+        for interface in dict.fromkeys(library.interfaces):
+            owner = owners.setdefault(interface, os.fspath(library.path))
+            if owner != os.fspath(library.path):
+                library.problems.append(f"offers {interface}, which {owner} offers "
+                                        "already; the core does not start with both")

@@ -1,0 +1,102 @@
+"""Loads a library in a process of its own, which may die of it."""
+
+import json
+import os
+import signal
+import subprocess
+import tempfile
+from dataclasses import dataclass, field
+from pathlib import Path
+
+STAGES = {
+    "": "before it was loaded",
+    "load": "while it was loaded",
+    "create": "in its factory",
+    "list": "in getInterfaces",
+    "release": "while it was released",
+    "done": "after it was released",
+}
+
+
+@dataclass
+class Outcome:
+    """What came of loading a library; failure is empty when all went well."""
+
+    failure: str = ""
+    result: str = ""  # that the core would end its start with
+    interfaces: list[str] = field(default_factory=list)
+    built_in: list[str] = field(default_factory=list)
+    load_ms: float | None = None
+    memory: int | None = None
+
+
+def find_probe(script: Path) -> Path | None:
+    """Both in a prefix and in a build tree the script is share/ixlal/NAME/NAME."""
+    prefix = script.resolve().parents[3]
+    for place in ("libexec/ixlal/ixla-probe", "libexec/ixla-probe"):
+        if os.access(prefix / place, os.X_OK):
+            return prefix / place
+    return None
+
+
+def load(probe: Path, library: Path, limit: float) -> Outcome:
+    with tempfile.TemporaryFile() as written:
+        end = _run([str(probe), str(written.fileno()), str(library)], written.fileno(), limit)
+        written.seek(0)
+        return _judge(_read_lines(written.read()), end)
+
+
+def _run(command: list[str], descriptor: int, limit: float) -> str:
+    """How the process ended; empty for the end that it has when nothing kills it."""
+    process = subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
+                               stderr=subprocess.DEVNULL, pass_fds=[descriptor],
+                               start_new_session=True)
+    try:
+        code = process.wait(limit)
+    except subprocess.TimeoutExpired:
+        return f"did not end within {limit:g} s"
+    finally:
+        _kill_group(process)
+    if code < 0:
+        return f"was killed by {_signal_name(-code)}"
+    return f"ended the process with exit code {code}" if code else ""
+
+
+def _kill_group(process: subprocess.Popen) -> None:
+    """Also what the library has started goes."""
+    try:
+        os.killpg(process.pid, signal.SIGKILL)
+    except ProcessLookupError:
+        pass
+    process.wait()
+
+
+def _signal_name(number: int) -> str:
+    try:
+        return signal.Signals(number).name
+    except ValueError:
+        return f"signal {number}"
+
+
+def _read_lines(written: bytes) -> dict:
+    facts: dict = {}
+    for line in written.decode(errors="replace").splitlines():
+        try:
+            facts.update(json.loads(line))
+        except ValueError:
+            break  # the process died writing it
+    return facts
+
+
+def _judge(facts: dict, end: str) -> Outcome:
+    outcome = Outcome(result=facts.get("result", ""), interfaces=facts.get("interfaces", []),
+                      built_in=facts.get("built_in", []), load_ms=facts.get("load_ms"),
+                      memory=facts.get("memory"))
+    stage = facts.get("stage", "")
+    if end:
+        outcome.failure = f"{end} {STAGES.get(stage, stage)}"
+    elif "reason" in facts:
+        outcome.failure = facts["reason"] or "no reason given"
+    elif stage != "done":
+        outcome.failure = f"ended the process {STAGES.get(stage, stage)}"
+    return outcome
