@@ -9,7 +9,6 @@
 #include "portinglayer/PTime.h"
 
 #include <algorithm>
-#include <string>
 
 namespace
 {
@@ -54,19 +53,6 @@ int _guardedGetInstance(const PCorePlugin& iRecord, const PLiteral& iInterfaceId
                        _pluginPointer(iRecord));
         throw;
     }
-}
-
-/// The text that iDescribe makes and oText keeps, or an excuse when memory lacks.
-template <class TDescribe>
-const wchar_t* _describe(std::wstring& oText, const TDescribe& iDescribe) noexcept
-{
-    const int result = ixlaGuarded(
-        [&]
-        {
-            oText = iDescribe();
-            return eIxlaOk;
-        });
-    return result == eIxlaOk ? oText.c_str() : L"no memory to say for whom";
 }
 } // namespace
 
@@ -192,9 +178,7 @@ void PCore::nl_logWait(const PCorePlugin& iRecord)
         return;
     }
     PInitChain chain(fCorePlugins, fFirstWait);
-    std::wstring text;
-    const wchar_t* const said =
-        _describe(text, [&] { return chain.describeWait(PThread::getCurrentThreadId(), iRecord); });
+    const wchar_t* const said = chain.describeWait(PThread::getCurrentThreadId(), iRecord);
     const wchar_t* const format = L"[intiPlugin][pg:%p] Still waiting: %ls";
     if (chain.isCircle())
     {
@@ -213,9 +197,7 @@ void PCore::nl_logLoop(const PCorePlugin& iRecord)
         return;
     }
     PInitChain chain(fCorePlugins, fFirstWait);
-    std::wstring text;
-    const wchar_t* const said =
-        _describe(text, [&] { return chain.describeLoop(PThread::getCurrentThreadId(), iRecord); });
+    const wchar_t* const said = chain.describeLoop(PThread::getCurrentThreadId(), iRecord);
     PLogger::error(getCoreLogger(), 0, L"[intiPlugin][pg:%p] Init loop: %ls",
                    _pluginPointer(iRecord), said);
 }

@@ -1,20 +1,45 @@
 #include "core/PInitChain.h"
 
+#include "PGuarded.h"
 #include "core/PCorePlugin.h"
 #include "core/PInitWait.h"
 
 #include <algorithm>
 #include <cwchar>
 
-PInitChain::PInitChain(const std::vector<PCorePlugin*>& iRecords, const PInitWait* iWaits)
+PInitChain::PInitChain(const std::vector<PCorePlugin*>& iRecords, const PInitWait* iWaits) noexcept
     : fRecords(iRecords), fWaits(iWaits), fIsCircle(false)
 {
 }
 
-std::wstring PInitChain::describeWait(unsigned long iThreadId, const PCorePlugin& iTarget)
+const wchar_t* PInitChain::describeWait(unsigned long iThreadId,
+                                        const PCorePlugin& iTarget) noexcept
+{
+    return describe([&] { tellWait(iThreadId, iTarget); });
+}
+
+const wchar_t* PInitChain::describeLoop(unsigned long iThreadId,
+                                        const PCorePlugin& iTarget) noexcept
+{
+    return describe([&] { tellLoop(iThreadId, iTarget); });
+}
+
+template <class TTell>
+const wchar_t* PInitChain::describe(const TTell& iTell) noexcept
 {
     fText.clear();
     fIsCircle = false;
+    const int result = ixlaGuarded(
+        [&]
+        {
+            iTell();
+            return eIxlaOk;
+        });
+    return result == eIxlaOk ? fText.ptr() : L"no memory to say for whom";
+}
+
+void PInitChain::tellWait(unsigned long iThreadId, const PCorePlugin& iTarget)
+{
     appendThread(iThreadId);
     if (const PCorePlugin* const outermost = findInit(iThreadId, 0))
     {
@@ -24,18 +49,15 @@ std::wstring PInitChain::describeWait(unsigned long iThreadId, const PCorePlugin
     fText += L" waits for ";
     appendName(iTarget);
     followFrom(iThreadId, iTarget);
-    return fText;
 }
 
-std::wstring PInitChain::describeLoop(unsigned long iThreadId, const PCorePlugin& iTarget)
+void PInitChain::tellLoop(unsigned long iThreadId, const PCorePlugin& iTarget)
 {
-    fText.clear();
     appendThread(iThreadId);
     appendInits(iTarget);
     fText += L", which asks for ";
     appendName(iTarget);
     closeCircle();
-    return fText;
 }
 
 void PInitChain::followFrom(unsigned long iThreadId, const PCorePlugin& iTarget)
@@ -91,9 +113,10 @@ const PCorePlugin* PInitChain::findInit(unsigned long iThreadId, unsigned int iA
 void PInitChain::appendThread(unsigned long iThreadId)
 {
     wchar_t text[sizeof("thread 0x") + 2 * sizeof(iThreadId)];
-    const int length =
-        std::swprintf(text, sizeof(text) / sizeof(text[0]), L"thread 0x%lx", iThreadId);
-    fText.append(text, length > 0 ? static_cast<std::size_t>(length) : 0);
+    if (std::swprintf(text, sizeof(text) / sizeof(text[0]), L"thread 0x%lx", iThreadId) > 0)
+    {
+        fText += text;
+    }
 }
 
 /// The library's file name; a built-in plugin goes by its first interface.
@@ -130,6 +153,6 @@ void PInitChain::appendInnerInits(const PCorePlugin& iRecord)
     }
     if (*separator == L',')
     {
-        fText += L')';
+        fText += L")";
     }
 }
