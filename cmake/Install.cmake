@@ -9,6 +9,7 @@ if(CMAKE_SIZEOF_VOID_P EQUAL 4)
     # The targets bring the word size along, whatever size the compiler makes by itself.
     set(ixlal_any_compiler ARCH_INDEPENDENT)
 endif()
+math(EXPR ixlal_bits "8 * ${CMAKE_SIZEOF_VOID_P}")
 set(ixlal_package_dir lib/cmake/ixlal)
 
 # ixlal_install_program(TARGET DIRECTORY): a program that finds the libraries of its prefix.

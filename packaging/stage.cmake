@@ -7,3 +7,10 @@ file(GLOB_RECURSE documents
 foreach(document ${documents})
     execute_process(COMMAND gzip -9nf ${document} COMMAND_ERROR_IS_FATAL ANY)
 endforeach()
+
+# The system's Python, which leaves no compiled modules between the files of the package.
+file(GLOB scripts ${CPACK_TEMPORARY_INSTALL_DIRECTORY}/ixlal-tools/usr/share/ixlal/*/ixla-*)
+foreach(script ${scripts})
+    execute_process(COMMAND sed -i "1s,^#!/usr/bin/env python3$,#!/usr/bin/python3 -B," ${script}
+        COMMAND_ERROR_IS_FATAL ANY)
+endforeach()
