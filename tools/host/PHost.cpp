@@ -2,6 +2,7 @@
 
 #include "Ixla.h"
 #include "helpers/ResultText.h"
+#include "helpers/Text.h"
 #include "host/PNotifySocket.h"
 
 #include <cerrno>
@@ -110,7 +111,7 @@ EExitCode PHost::findRequired() const
     EExitCode code = eExitOk;
     for (const std::string& id : fOptions.fRequired)
     {
-        if (!ixlaIsInterfaceAvailable(toWide(id)))
+        if (!ixlaIsInterfaceAvailable(ixlaWide(id)))
         {
             _complain("no plugin offers the required interface " + id);
             code = eExitInterfaceMissing;
@@ -132,7 +133,7 @@ EExitCode PHost::initialiseRequired() const
             return eExitOk;
         }
         IBase* instance = nullptr;
-        const int result = ixlaGetInstance(toWide(id), instance);
+        const int result = ixlaGetInstance(ixlaWide(id), instance);
         if (result != eIxlaOk || !instance)
         {
             _complain("the required interface " + id + " did not initialise: " +

@@ -1,5 +1,6 @@
 #include "host/PHostOptions.h"
 
+#include "helpers/Text.h"
 #include "host/EExitCode.h"
 #include "portinglayer/PUtf8.h"
 #include "portinglayer/PUtils.h"
@@ -48,7 +49,7 @@ std::string _checkText(const std::string& iText)
 int _toSeconds(const std::string& iText)
 {
     int seconds = 0;
-    if (PUtils::strToInt32(toWide(iText), seconds) != 0 || seconds < 0)
+    if (PUtils::strToInt32(ixlaWide(iText), seconds) != 0 || seconds < 0)
     {
         throw CLI::ValidationError("--seconds", "'" + iText + "' is no number of seconds");
     }
@@ -63,13 +64,6 @@ std::string _toPath(const PLiteral& iPath)
     return bytes;
 }
 } // namespace
-
-PString toWide(const std::string& iText)
-{
-    std::vector<wchar_t> characters(iText.size() + 1);
-    const std::size_t count = PUtf8::decodeLine(iText.data(), iText.size(), characters.data());
-    return PString(characters.data(), static_cast<unsigned int>(count));
-}
 
 bool PHostOptions::parse(int iCount, const char* const* iArguments, int& oExitCode)
 {
@@ -127,11 +121,11 @@ void PHostOptions::collect(const std::string& iPropertyFile,
 {
     if (!iPropertyFile.empty())
     {
-        fCoreArguments.push_back(toWide("core.prs.file=" + iPropertyFile));
+        fCoreArguments.push_back(ixlaWide("core.prs.file=" + iPropertyFile));
     }
     for (const std::string& argument : iArguments)
     {
-        fCoreArguments.push_back(toWide(argument));
+        fCoreArguments.push_back(ixlaWide(argument));
     }
     if (fCoreArguments.empty())
     {

@@ -37,7 +37,4 @@ private:
     void collect(const std::string& iPropertyFile, const std::vector<std::string>& iArguments);
 };
 
-/// UTF-8 to wide text.
-PString toWide(const std::string& iText);
-
 #endif

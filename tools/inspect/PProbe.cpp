@@ -2,6 +2,7 @@
 
 #include "Ixla.h"
 #include "helpers/ResultText.h"
+#include "helpers/Text.h"
 #include "portinglayer/PUtf8.h"
 
 #include <chrono>
@@ -18,13 +19,6 @@ typedef IPlugin* Factory();
 typedef std::chrono::duration<double, std::milli> Milliseconds;
 
 constexpr char kFactorySymbol[] = "_Z13ixlaGetPluginv";
-
-std::string _bytes(const PLiteral& iText)
-{
-    std::string bytes(iText.len() * PUtf8::eMaxBytes, '\0');
-    bytes.resize(PUtf8::encodeLine(iText.ptr(), iText.len(), bytes.data()));
-    return bytes;
-}
 
 PString _path(const char* iPath)
 {
@@ -57,10 +51,10 @@ PProbe::PProbe(int iDescriptor) : fDescriptor(iDescriptor)
 
 void PProbe::run(const char* iPath)
 {
-    write(
-        {{"stage", "load"},
-         {"built_in",
-          {_bytes(kIxlaConfigManagerId), _bytes(kIxlaEventDispatcherId), _bytes(kIxlaLoggerId)}}});
+    write({{"stage", "load"},
+           {"built_in",
+            {ixlaNarrow(kIxlaConfigManagerId), ixlaNarrow(kIxlaEventDispatcherId),
+             ixlaNarrow(kIxlaLoggerId)}}});
     fMemoryBefore = _privateMemory();
     if (!load(iPath))
     {
@@ -88,7 +82,7 @@ bool PProbe::load(const char* iPath)
     {
         PString reason;
         PLibrary::getLoadError(reason); // without memory for it there is no reason
-        return fail(result, _bytes(reason));
+        return fail(result, ixlaNarrow(reason));
     }
     fLibrary = PPtr<PLibrary>::adopt(loaded);
     write({{"stage", "create"}, {"load_ms", took.count()}});
@@ -121,7 +115,7 @@ bool PProbe::list()
     nlohmann::json line{{"interfaces", nlohmann::json::array()}};
     for (unsigned int i = 0; ids && i < count; ++i)
     {
-        line["interfaces"].push_back(_bytes(ids.get()[i]));
+        line["interfaces"].push_back(ixlaNarrow(ids.get()[i]));
     }
     const std::int64_t memory = _privateMemory();
     if (fMemoryBefore >= 0 && memory >= 0)
