@@ -1,0 +1,214 @@
+#!/usr/bin/env python3
+"""What ixla-validate says about plugins with one flaw each, about files that are no plugins, and
+about its own command line: validate_test.py PROGRAM FLAWED EXAMPLES_DIR PLUGINS_DIR"""
+
+import glob
+import json
+import os
+import shutil
+import subprocess
+import sys
+import tempfile
+import unittest
+from concurrent.futures import ThreadPoolExecutor
+
+PROGRAM, FLAWED, EXAMPLES, PLUGINS = (os.path.abspath(path) for path in sys.argv[1:5])
+
+CHECKS = ['file', 'loads', 'factory', 'counts', 'interfaces', 'init', 'unknown-id', 'threads',
+          'stop', 'unload']
+
+# The flaw, the check that finds it, and what that says.
+QUICK_FLAWS = [
+    ('no plugin', 'factory', 'ixlaGetPlugin returned null'),
+    ('exception in factory', 'factory', 'no factory today'),
+    ('born counted', 'counts', 'the first incRef of a new plugin returned 2 instead of 1'),
+    ('count without array', 'interfaces', 'returned null and a count of 3'),
+    ('array without count', 'interfaces', 'returned an array and a count of 0'),
+    ('count above array', 'interfaces', 'says 3 for an array of 2'),
+    ('duplicate ID', 'interfaces', 'lists "test.flawed" more than once'),
+    ('empty ID', 'interfaces', 'lists an empty interface ID'),
+    ('built-in ID', 'interfaces', 'lists "com.kelvora.ixla.logger", which the core itself'),
+    ('changing IDs', 'interfaces', 'listed something else when asked again'),
+    ('failed init', 'init', '"test.flawed" is refused: -42'),
+    ('exception in init', 'init', 'refused: -2003 (eIxlaInitFailed'),
+    ('exception in init', 'init', 'E pgs [init] Exception: init gave up'),
+    ('crash in init', 'init', 'died of SIGABRT (Aborted) while initialising the plugin'),
+    ('exit in init', 'init', 'ended the process with exit code 3 while initialising'),
+    ('noise', 'init', r'it wrote last:'),
+    ('noise', 'init', r'\x1b[31mred'),
+    ('instance is null', 'init', 'getInstance returned 0 and null'),
+    ('instance anew', 'init', 'another request gave another instance'),
+    ('instance counted', 'init', 'adds a reference to the instance of "test.flawed"'),
+    ('instance anew', 'threads', 'different instances of "test.flawed"'),
+    ('unknown is served', 'unknown-id', 'returned 0 (eIxlaOk: done) instead of -2001'),
+    ('unknown is not null', 'unknown-id', 'did not set the instance to null'),
+]
+
+SLOW_FLAWS = [
+    ('hang in init', 'init', 'did not end within 1 s while initialising the plugin'),
+    ('slow exit', 'stop', 'a listener of event.core.exit did not return in time'),
+    ('thread', 'unload', 'leaves behind: thread '),
+    ('handle', 'unload', '(/dev/zero)'),
+    ('mapped', 'unload', 'its library stays mapped'),
+]
+
+
+def run(*arguments, flaw='', cwd=None):
+    """Runs the program; what it wrote to both streams is in one text."""
+    return subprocess.run([PROGRAM, *arguments], env={**os.environ, 'FLAW': flaw}, cwd=cwd,
+                          stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True,
+                          timeout=100, check=False)
+
+
+class Flaws(unittest.TestCase):
+
+    def expect_flaw(self, flaw, check, text):
+        limit = '1' if check == 'init' else '20'
+        result = run(FLAWED, '--only', check, '--limit', limit, flaw=flaw)
+        self.assertEqual(1, result.returncode, result.stdout)
+        self.assertIn(f'FAIL  {check}', result.stdout)
+        self.assertIn(text, result.stdout)
+
+    def test_each_is_found_by_its_check(self):
+        for flaw, check, text in QUICK_FLAWS:
+            with self.subTest(flaw=flaw):
+                self.expect_flaw(flaw, check, text)
+
+    def test_waiting_for_them_ends(self):
+        with ThreadPoolExecutor(len(SLOW_FLAWS)) as pool:
+            for found in [pool.submit(self.expect_flaw, *flaw) for flaw in SLOW_FLAWS]:
+                found.result()
+
+    def test_checks_behind_a_failed_one_are_skipped(self):
+        result = run(FLAWED, flaw='exception in init')
+        self.assertIn('skip  unload      needs the check "init"', result.stdout)
+        self.assertIn('1 of 10 checks failed, 4 skipped\n', result.stdout)
+
+    def test_no_interface_is_no_flaw(self):
+        result = run(FLAWED, '--only', 'interfaces', '--only', 'init', '--only', 'stop',
+                     flaw='no interfaces')
+        self.assertEqual(0, result.returncode, result.stdout)
+
+    def test_plugin_without_interfaces_is_initialised_all_the_same(self):
+        with tempfile.TemporaryDirectory() as directory:
+            library = shutil.copy(FLAWED, os.path.join(directory, 'libflawed.so'))
+            result = run(library, '--only', 'init', flaw='no interfaces')
+            self.assertIn('0 instances', result.stdout)
+
+
+class Files(unittest.TestCase):
+
+    def expect(self, text, *arguments):
+        result = run(*arguments)
+        self.assertEqual(1, result.returncode, result.stdout)
+        self.assertIn(text, result.stdout)
+
+    def test_what_is_no_library_is_told(self):
+        self.expect('FAIL  file        No such file or directory', '/nowhere/lib.so')
+        self.expect('is no file', '/tmp')
+        self.expect('it does not begin as an ELF file', __file__)
+        self.expect('no shared library', PROGRAM.replace(PROGRAM, self.object_file()))
+
+    def object_file(self):
+        directory = tempfile.mkdtemp()
+        self.addCleanup(shutil.rmtree, directory)
+        with open(FLAWED, 'rb') as library:
+            header = bytearray(library.read(64))
+        header[16] = 1  # a relocatable file
+        path = os.path.join(directory, 'some.o')
+        with open(path, 'wb') as file:
+            file.write(header)
+        return path
+
+    def test_what_is_no_plugin_is_told(self):
+        self.expect('is a 64-bit file, the core is a 32-bit one',
+                    f'{PLUGINS}/other_bits/libother_bits.so')
+        self.expect('undefined symbol: _Z25functionThatNobodyDefinesv',
+                    f'{PLUGINS}/missing_symbol/libmissing_symbol.so')
+        self.expect('exports no factory _Z13ixlaGetPluginv',
+                    f'{PLUGINS}/no_factory/libno_factory.so')
+
+    def test_name_need_not_end_as_that_of_a_library(self):
+        with tempfile.TemporaryDirectory() as directory:
+            shutil.copy(FLAWED, os.path.join(directory, 'flawed.so.1'))
+            result = run('flawed.so.1', '--only', 'threads', cwd=directory)
+            self.assertEqual(0, result.returncode, result.stdout)
+
+
+class Examples(unittest.TestCase):
+
+    def test_all_pass(self):
+        libraries = glob.glob(f'{EXAMPLES}/*/lib*.so')
+        libraries = [library for library in libraries if 'broken' not in library]
+        self.assertGreaterEqual(len(libraries), 5)
+        needed = tempfile.mkdtemp()
+        self.addCleanup(shutil.rmtree, needed)
+        for library in libraries:
+            shutil.copy(library, needed)
+        with ThreadPoolExecutor(len(libraries)) as pool:
+            for result in pool.map(lambda library: run(library, '--plugins', needed), libraries):
+                self.assertEqual(0, result.returncode, result.stdout)
+                self.assertIn('10 checks passed', result.stdout)
+
+    def test_plugin_that_needs_another_says_so(self):
+        result = run(f'{EXAMPLES}/reporter/libreporter.so', '--only', 'init')
+        self.assertEqual(1, result.returncode, result.stdout)
+        self.assertIn('Unknown interface ID: com.example.ixla.alarm', result.stdout)
+        self.assertIn('--plugins', result.stdout)
+
+    def test_configuration_is_read_and_left_alone(self):
+        with tempfile.TemporaryDirectory() as directory:
+            with open(f'{directory}/ixlap.configmanager.prs', 'w', encoding='utf-8') as file:
+                file.write('com.example.greeter = broken.prs\n'
+                           f'ixlap.configmanager.store.file = {directory}/store.txt\n')
+            with open(f'{directory}/broken.prs', 'w', encoding='utf-8') as file:
+                file.write('greeting = Hi\n')
+            before = sorted(os.listdir(directory))
+            result = run(f'{EXAMPLES}/greeter/libgreeter.so', '--config-dir', directory,
+                         '--only', 'init')
+            self.assertEqual(0, result.returncode, result.stdout)
+            self.assertEqual(before, sorted(os.listdir(directory)))
+
+
+class CommandLine(unittest.TestCase):
+
+    def test_json_has_every_check(self):
+        result = run(FLAWED, '--json', flaw='no plugin')
+        self.assertEqual(1, result.returncode)
+        report = json.loads(result.stdout)
+        self.assertEqual(FLAWED, report['plugin'])
+        self.assertFalse(report['passed'])
+        self.assertEqual(CHECKS, [check['name'] for check in report['checks']])
+        self.assertEqual(['pass', 'pass', 'fail'] + ['skip'] * 7,
+                         [check['result'] for check in report['checks']])
+        self.assertIn('returned null', report['checks'][2]['reason'])
+        self.assertIn('return a new plugin', report['checks'][2]['advice'])
+
+    def test_list_names_every_check(self):
+        result = run('--list')
+        self.assertEqual(0, result.returncode)
+        self.assertEqual(CHECKS, [line.split()[0] for line in result.stdout.splitlines()])
+
+    def test_version_is_told(self):
+        self.assertRegex(run('--version').stdout, r'^ixla-validate \d+\.\d+\.\d+\n$')
+
+    def test_nonsense_is_refused(self):
+        for arguments in ([], ['--what'], ['--limit', '0', FLAWED], ['--limit', 'x', FLAWED],
+                          ['--only', 'nothing', FLAWED], ['--config-dir', '/nowhere', FLAWED],
+                          ['--plugins', '/etc/passwd', FLAWED], [FLAWED, 'another']):
+            with self.subTest(arguments=arguments):
+                result = run(*arguments)
+                self.assertEqual(2, result.returncode, result.stdout)
+                self.assertTrue(result.stdout.startswith('ixla-validate: '), result.stdout)
+                self.assertIn('see ixla-validate --help', result.stdout)
+
+    def test_nothing_is_left_in_the_temporary_directory(self):
+        with tempfile.TemporaryDirectory() as directory:
+            environment = {**os.environ, 'TMPDIR': directory, 'FLAW': 'crash in init'}
+            subprocess.run([PROGRAM, FLAWED], env=environment, stdout=subprocess.DEVNULL,
+                           check=False)
+            self.assertEqual([], os.listdir(directory))
+
+
+if __name__ == '__main__':
+    unittest.main(argv=sys.argv[:1], verbosity=2)

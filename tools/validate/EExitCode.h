@@ -1,0 +1,12 @@
+// EExitCode: how ixla-validate ends.
+#ifndef IXLAL_TOOLS_VALIDATE_EEXITCODE_H
+#define IXLAL_TOOLS_VALIDATE_EEXITCODE_H
+
+enum EExitCode
+{
+    eExitPassed = 0,
+    eExitFailed = 1,
+    eExitUsage = 2
+};
+
+#endif

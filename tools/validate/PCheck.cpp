@@ -1,0 +1,22 @@
+#include "validate/PCheck.h"
+
+const std::vector<PCheck>& allChecks()
+{
+    static const std::vector<PCheck> sChecks = {
+        {"file", "is a shared library for the word size of the core", nullptr, &checkFile},
+        {"loads", "can be loaded, with all that it needs", "file", &checkLoads},
+        {"factory", "exports ixlaGetPlugin, which makes a plugin", "loads", &checkFactory},
+        {"counts", "counts its references from 0", "factory", &checkCounts},
+        {"interfaces", "lists its interface IDs, each once, the same every time", "factory",
+         &checkInterfaces},
+        {"init", "initialises, and hands out its instances without a reference", "factory",
+         &checkInit},
+        {"unknown-id", "answers -2001 and null for an ID that it does not offer", "init",
+         &checkUnknownId},
+        {"threads", "gives the same instance to ten threads that ask at once", "init",
+         &checkThreads},
+        {"stop", "lets the core stop in time", "init", &checkStop},
+        {"unload", "leaves no threads, handles or mapped library behind", "init", &checkUnload},
+    };
+    return sChecks;
+}

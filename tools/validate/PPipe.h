@@ -1,0 +1,39 @@
+// PPipe: both ends of a pipe.
+#ifndef IXLAL_TOOLS_PPIPE_H
+#define IXLAL_TOOLS_PPIPE_H
+
+#include "shared/PFileDescriptor.h"
+
+#include <array>
+#include <fcntl.h>
+#include <system_error>
+
+/// No program that is started from here inherits either end.
+class PPipe
+{
+public:
+    /// Throws std::system_error.
+    PPipe() : PPipe(open())
+    {
+    }
+
+    PFileDescriptor reading;
+    PFileDescriptor writing;
+
+private:
+    explicit PPipe(const std::array<int, 2>& iEnds) : reading(iEnds[0]), writing(iEnds[1])
+    {
+    }
+
+    static std::array<int, 2> open()
+    {
+        std::array<int, 2> ends = {-1, -1};
+        if (::pipe2(ends.data(), O_CLOEXEC) != 0)
+        {
+            throw std::system_error(errno, std::generic_category(), "cannot make a pipe");
+        }
+        return ends;
+    }
+};
+
+#endif

@@ -1,0 +1,225 @@
+#include "validate/PTrial.h"
+
+#include "validate/PFailedCheck.h"
+
+#include <algorithm>
+#include <dlfcn.h>
+#include <filesystem>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+namespace
+{
+constexpr char kFactorySymbol[] = "_Z13ixlaGetPluginv";
+
+/// Seconds that the core waits for listeners of its exit; it looks every five.
+constexpr char kExitTimeout[] = "5";
+
+/// What stands behind iMark in iLine; false without it.
+bool _behind(const std::string& iLine, const std::string& iMark, std::string& oRest)
+{
+    const std::size_t at = iLine.find(iMark);
+    if (at == std::string::npos)
+    {
+        return false;
+    }
+    oRest = iLine.substr(at + iMark.size());
+    return true;
+}
+
+void _addConfiguration(const std::string& iDir, PTestCore& ioCore)
+{
+    if (iDir.empty())
+    {
+        return;
+    }
+    for (const fs::directory_entry& entry : fs::directory_iterator(iDir))
+    {
+        if (entry.is_regular_file())
+        {
+            ioCore.addConfigFile(entry.path());
+        }
+    }
+}
+} // namespace
+
+PTrial::PTrial(const PValidateOptions& iOptions, int iPhases) : fOptions(iOptions), fPhases(iPhases)
+{
+}
+
+void PTrial::phase(const std::string& iText) const
+{
+    const std::string line = "phase " + iText + "\n";
+    // What does not arrive is missing in a message, no more.
+    (void)!::write(fPhases, line.data(), line.size());
+}
+
+void* PTrial::load()
+{
+    void* const library = ::dlopen(fOptions.plugin.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (!library)
+    {
+        fLoadError = ::dlerror();
+    }
+    return library;
+}
+
+const std::string& PTrial::loadError() const
+{
+    return fLoadError;
+}
+
+void* PTrial::loadOrFail()
+{
+    phase("loading the library");
+    void* const library = load();
+    if (!library)
+    {
+        throw PFailedCheck(fLoadError, "see the check \"loads\"");
+    }
+    return library;
+}
+
+IPlugin* PTrial::makePlugin()
+{
+    void* const symbol = ::dlsym(loadOrFail(), kFactorySymbol);
+    if (!symbol)
+    {
+        throw PFailedCheck("exports no factory " + std::string(kFactorySymbol),
+                           "define \"IPlugin* ixlaGetPlugin()\" outside of every namespace and "
+                           "export it; IXLA_PLUGIN does");
+    }
+    phase("calling ixlaGetPlugin");
+    IPlugin* const plugin = reinterpret_cast<IPlugin* (*)()>(symbol)();
+    if (!plugin)
+    {
+        throw PFailedCheck("ixlaGetPlugin returned null", "return a new plugin");
+    }
+    phase("taking a reference on the plugin");
+    const int count = plugin->incRef();
+    if (count != 1)
+    {
+        throw PFailedCheck("the first incRef of a new plugin returned " + std::to_string(count) +
+                               " instead of 1",
+                           "begin with a count of 0 and return the new count; PCounted does");
+    }
+    return plugin;
+}
+
+// The library is opened by its own path first: what it needs may stand beside it.
+PTestCore& PTrial::startCore(bool iWithPlugin, bool iUnload)
+{
+    void* const library = loadOrFail();
+    fCore = new PTestCore;
+    linkPlugins(iWithPlugin);
+    _addConfiguration(fOptions.configDir, *fCore);
+    fCore->set("core.notify.exit.timeout", kExitTimeout);
+    fCore->set("core.free.plugins.lib", iUnload ? "true" : "false");
+    phase("starting a core");
+    fCore->start();
+    if (iWithPlugin && registeredIds().empty())
+    {
+        // Nobody can ask for it, so the core has to begin it.
+        fCore->stop();
+        fCore->set("core.autostart.list", linkName());
+        fCore->start();
+    }
+    ::dlclose(library);
+    return *fCore;
+}
+
+// The core takes what ends with ".so" and nothing else.
+std::string PTrial::linkName() const
+{
+    const fs::path name = fs::path(fOptions.plugin).filename();
+    return name.extension() == ".so" ? name.string() : name.string() + ".so";
+}
+
+void PTrial::linkPlugins(bool iWithPlugin) const
+{
+    const fs::path plugins = fCore->directory() / "plugins";
+    if (iWithPlugin)
+    {
+        fs::create_symlink(fOptions.plugin, plugins / linkName());
+    }
+    if (fOptions.pluginsDir.empty())
+    {
+        return;
+    }
+    for (const fs::directory_entry& entry : fs::directory_iterator(fOptions.pluginsDir))
+    {
+        // The plugin under test takes the place of another copy of it.
+        const bool own =
+            entry.path().filename() == linkName() || fs::equivalent(entry.path(), fOptions.plugin);
+        if (entry.path().extension() == ".so" && !own)
+        {
+            fs::create_symlink(entry.path(), plugins / entry.path().filename());
+        }
+    }
+}
+
+std::vector<PString> PTrial::registeredIds() const
+{
+    std::vector<PString> ids;
+    bool own = false;
+    for (const std::string& line : fCore->coreLog().lines())
+    {
+        std::string rest;
+        if (_behind(line, "D Core [processPlugin][pg:", rest))
+        {
+            own = rest.ends_with("/" + linkName());
+        }
+        else if (own && _behind(line, "D Core [processPlugin] Add interface ID: ", rest))
+        {
+            ids.push_back(ixlaWide(rest));
+        }
+    }
+    return ids;
+}
+
+std::vector<IBase*> PTrial::initialise()
+{
+    phase("initialising the plugin");
+    std::vector<IBase*> instances;
+    for (const PString& id : registeredIds())
+    {
+        IBase* instance = nullptr;
+        const int result = ixlaGetInstance(id, instance);
+        if (result != eIxlaOk)
+        {
+            failInit("\"" + ixlaNarrow(id) + "\"");
+        }
+        if (!instance)
+        {
+            throw PFailedCheck("\"" + ixlaNarrow(id) + "\": getInstance returned 0 and null",
+                               "hand out an instance, or a negative code");
+        }
+        instances.push_back(instance);
+    }
+    if (instances.empty() && !fCore->coreLog().find("Failed to init autostart plugin").empty())
+    {
+        failInit("autostart");
+    }
+    return instances;
+}
+
+void PTrial::failInit(const std::string& iRequest) const
+{
+    std::string code;
+    for (const std::string& line : fCore->coreLog().errors())
+    {
+        std::string rest;
+        for (const char* mark : {"] Failed to init plugin err: ", "] Failed to get instance err: "})
+        {
+            if (code.empty() && _behind(line, mark, rest))
+            {
+                code = ": " + ixlaResultText(std::stoi(rest));
+            }
+        }
+    }
+    throw PFailedCheck(iRequest + " is refused" + code,
+                       "mend what the logs name; what init needs can be given with --config-dir "
+                       "and --plugins\n" +
+                           fCore->errorLines());
+}

@@ -1,0 +1,100 @@
+#include "validate/PValidateOptions.h"
+
+#include "validate/EExitCode.h"
+#include "validate/PCheck.h"
+
+#include <CLI/CLI.hpp>
+
+#include <filesystem>
+#include <iostream>
+
+namespace
+{
+constexpr char kExamples[] = R"(Examples:
+  ixla-validate build/libgreeter.so
+  ixla-validate --config-dir config --plugins build/plugins build/libgreeter.so
+  ixla-validate --only unload --limit 60 build/libgreeter.so
+  ixla-validate --json build/libgreeter.so > greeter.json
+
+Exit code: 0 every check passed, 1 a check failed, 2 usage.)";
+
+constexpr int kLongestLimit = 86400;
+
+/// The validator without what it adds to the help.
+CLI::Validator _plain(CLI::Validator iValidator)
+{
+    return iValidator.description("");
+}
+
+std::vector<std::string> _checkNames()
+{
+    std::vector<std::string> names;
+    for (const PCheck& check : allChecks())
+    {
+        names.emplace_back(check.name);
+    }
+    return names;
+}
+
+void _addOptions(CLI::App& ioApp, PValidateOptions& oOptions)
+{
+    ioApp.add_option("PLUGIN", oOptions.given, "the plugin library")->type_name("");
+    ioApp
+        .add_option("--config-dir", oOptions.configDir,
+                    "configuration files for the plugin; they are copied, never changed")
+        ->type_name("DIR")
+        ->check(_plain(CLI::ExistingDirectory));
+    ioApp.add_option("--plugins", oOptions.pluginsDir, "other plugin libraries that it needs")
+        ->type_name("DIR")
+        ->check(_plain(CLI::ExistingDirectory));
+    ioApp.add_option("--limit", oOptions.limit, "seconds that a check may take (20)")
+        ->type_name("SECONDS")
+        ->check(_plain(CLI::Range(1, kLongestLimit)));
+    ioApp
+        .add_option("--only", oOptions.only,
+                    "run this check alone (see --list); may be given again")
+        ->type_name("CHECK")
+        ->allow_extra_args(false)
+        ->check(_plain(CLI::IsMember(_checkNames())));
+    ioApp.add_flag("--list", oOptions.list, "show the checks and end");
+    ioApp.add_flag("--json", oOptions.json, "write one JSON object instead of lines");
+    ioApp.set_version_flag("--version", "ixla-validate " IXLAL_VERSION);
+}
+} // namespace
+
+bool PValidateOptions::parse(int iCount, char** iArguments, int& oExitCode)
+{
+    CLI::App app("Runs the contract of plugins against a plugin library, each check in a process "
+                 "of its own.",
+                 "ixla-validate");
+    app.footer(kExamples);
+    _addOptions(app, *this);
+    try
+    {
+        app.parse(iCount, iArguments);
+        if (given.empty() && !list)
+        {
+            throw CLI::RequiredError("PLUGIN");
+        }
+    }
+    catch (const CLI::ParseError& problem)
+    {
+        const bool asked = problem.get_exit_code() == 0;
+        if (asked)
+        {
+            app.exit(problem);
+        }
+        else
+        {
+            std::cerr << "ixla-validate: " << problem.what() << "; see ixla-validate --help\n";
+        }
+        oExitCode = asked ? eExitPassed : eExitUsage;
+        return false;
+    }
+    plugin = given;
+    for (std::string* path : {&plugin, &configDir, &pluginsDir})
+    {
+        *path = path->empty() ? "" : std::filesystem::absolute(*path).string();
+    }
+    return true;
+}

@@ -1,0 +1,25 @@
+// PValidateOptions: what the command line of ixla-validate asks for.
+#ifndef IXLAL_TOOLS_PVALIDATEOPTIONS_H
+#define IXLAL_TOOLS_PVALIDATEOPTIONS_H
+
+#include <string>
+#include <vector>
+
+class PValidateOptions
+{
+public:
+    /// Reads the command line. False when nothing is left to do; the program then ends with
+    /// oExitCode.
+    bool parse(int iCount, char** iArguments, int& oExitCode);
+
+    std::string given;             ///< the plugin as it was given
+    std::string plugin;            ///< its absolute path
+    std::string configDir;         ///< absolute; empty for none
+    std::string pluginsDir;        ///< absolute; empty for none
+    std::vector<std::string> only; ///< the checks that are to run; empty for all
+    int limit = 20;                ///< seconds for each check
+    bool json = false;
+    bool list = false;
+};
+
+#endif

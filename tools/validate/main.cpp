@@ -1,0 +1,45 @@
+// ixla-validate: runs the contract of plugins against a plugin library.
+
+#include "validate/EExitCode.h"
+#include "validate/PCheck.h"
+#include "validate/PValidation.h"
+
+#include <exception>
+#include <iomanip>
+#include <iostream>
+
+namespace
+{
+void _listChecks()
+{
+    constexpr int kNameWidth = 12;
+    for (const PCheck& check : allChecks())
+    {
+        std::cout << std::left << std::setw(kNameWidth) << check.name << check.summary << '\n';
+    }
+}
+} // namespace
+
+int main(int iCount, char** iArguments)
+{
+    try
+    {
+        PValidateOptions options;
+        int exitCode = eExitPassed;
+        if (!options.parse(iCount, iArguments, exitCode))
+        {
+            return exitCode;
+        }
+        if (options.list)
+        {
+            _listChecks();
+            return eExitPassed;
+        }
+        return PValidation(options).run() ? eExitPassed : eExitFailed;
+    }
+    catch (const std::exception& problem)
+    {
+        std::cerr << "ixla-validate: " << problem.what() << '\n';
+        return eExitFailed;
+    }
+}
