@@ -27,21 +27,21 @@ PString _path(const char* iPath)
     return PString(characters.data(), static_cast<unsigned int>(count));
 }
 
-/// The memory that nobody shares with this process, in bytes; -1 when the system does not tell.
+/// The memory that this process has written and shares with nobody, in bytes; -1 when the system
+/// does not tell. What was only read may go at any time, and is shared as soon as others read it.
 std::int64_t _privateMemory()
 {
     std::ifstream figures("/proc/self/smaps_rollup");
-    std::int64_t total = -1;
     std::string word;
     while (figures >> word)
     {
         std::int64_t kibibytes = 0;
-        if (word.rfind("Private_", 0) == 0 && figures >> kibibytes)
+        if (word == "Private_Dirty:" && figures >> kibibytes)
         {
-            total = (total < 0 ? 0 : total) + kibibytes * 1024;
+            return kibibytes * 1024;
         }
     }
-    return total;
+    return -1;
 }
 } // namespace
 

@@ -13,8 +13,7 @@ from typing import Iterator, NamedTuple
 
 MACHINES = {3: "i386", 8: "mips", 20: "ppc", 21: "ppc64", 22: "s390", 40: "arm", 62: "x86-64",
             183: "aarch64", 243: "riscv", 258: "loongarch"}
-TYPES = {1: "object file", 2: "executable", 3: "shared library", 4: "core dump"}
-SHARED = 3
+TYPES = {1: "object file", 2: "program", 3: "shared library", 4: "core dump"}
 
 PT_LOAD, PT_DYNAMIC = 1, 2
 SHT_SYMTAB, SHT_DYNSYM = 2, 11
@@ -55,7 +54,6 @@ class Image:
     machine: str
     type: str
     missing_bytes: int = 0  # that the loader would map behind the end of the file
-    is_program: bool = False
     soname: str = ""
     needed: list[str] = field(default_factory=list)
     rpath: list[str] = field(default_factory=list)
@@ -190,7 +188,8 @@ class _Reader:
         if DT_STRTAB not in tags or DT_SYMTAB not in tags:
             raise ElfError("is damaged: its dynamic segment has no symbols")
         self.strings = self.take(self.offset_of(tags[DT_STRTAB]), tags.get(DT_STRSZ, 0))
-        image.is_program = bool(tags.get(DT_FLAGS_1, 0) & DF_1_PIE)
+        if tags.get(DT_FLAGS_1, 0) & DF_1_PIE:
+            image.type = TYPES[2]
         image.soname = "".join(self.texts(DT_SONAME)[:1])
         image.needed = self.texts(DT_NEEDED)
         image.rpath = ":".join(self.texts(DT_RPATH)).split(":")

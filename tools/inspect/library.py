@@ -76,9 +76,9 @@ class Inspector:
         image = library.image = read_image(library.path)
         if image.kind != self.product:
             library.problems.append(f"the file is {image.kind}, the product is {self.product}")
-        elif image.type != "shared library" or image.is_program:
-            kind = "program" if image.is_program else image.type
-            library.problems.append(f"the file is no shared library but of the kind: {kind}")
+        elif image.type != "shared library":
+            article = "an" if image.type[0] in "aeiou" else "a"
+            library.problems.append(f"the file is {article} {image.type}, not a shared library")
         elif image.missing_bytes:
             library.problems.append(f"the file is cut short: {image.missing_bytes} bytes of it "
                                     "are missing")

@@ -2,7 +2,7 @@
 
 import glob
 import os
-from dataclasses import dataclass, field
+from dataclasses import dataclass, field, replace
 from functools import cache
 from pathlib import Path
 
@@ -83,21 +83,21 @@ def _closure(path: Path, image: Image, present: dict[str, Loaded]) -> list[Loade
         for name in user_image.needed:
             if name in found:
                 continue
-            loaded = present.get(name) or _search(name, user, user_image, rpath)
-            found[name] = loaded
+            loaded = found[name] = _search(name, user, user_image, rpath, present)
             if loaded.image:
                 waiting.append((loaded.path, loaded.image, rpath))
     return list(found.values())
 
 
-def _search(name: str, user: Path, image: Image, rpath: list[Path]) -> Loaded:
-    loaded = Loaded(name, user.name)
+def _search(name: str, user: Path, image: Image, rpath: list[Path],
+            present: dict[str, Loaded]) -> Loaded:
+    if name in present:
+        return replace(present[name], name=name, needed_by=user.name)
     for candidate in _candidates(name, user, image, rpath):
-        loaded.image = _read(candidate, image.kind)
-        if loaded.image:
-            loaded.path = candidate
-            break
-    return loaded
+        found = _read(candidate, image.kind)
+        if found:
+            return Loaded(name, user.name, candidate, found)
+    return Loaded(name, user.name)
 
 
 def _candidates(name: str, user: Path, image: Image, rpath: list[Path]) -> list[Path]:
