@@ -1,0 +1,50 @@
+#!/usr/bin/env python3
+"""Checks the log lines that a document quotes against the sources: check_log_lines.py DOCUMENT ROOT
+
+Each quoted line must be one that the sources can write, and each error line of the sources must be
+quoted. In the document "…" stands for what a format fills in."""
+
+import re
+import sys
+from pathlib import Path
+
+DIRECTORIES = ("core", "config", "events", "logging", "port")
+TEXT = r'L?"(?:[^"\\]|\\.)*"'
+LINE = re.compile(rf'{TEXT}(?:\s*{TEXT})*')
+ERROR = re.compile(rf'\berror\(\s*(?:[^;"]*?,\s*)?({TEXT}(?:\s*{TEXT})*)', re.S)
+PART = re.compile(r"%(?:ls|llu|lx|d|u|p|s)")
+LOSS = "[PLogger] Lost lines: … err: …"  # put together from parts in port/logger/PLogFile.cpp
+
+
+def joined(literals: str) -> str:
+    """The text of neighbouring literals."""
+    return "".join(re.findall(r'"((?:[^"\\]|\\.)*)"', literals)).strip()
+
+
+def pattern(line: str) -> re.Pattern[str]:
+    """What a quoted line may look like for a format of the sources."""
+    return re.compile(".+".join(re.escape(part) for part in PART.split(line)), re.S)
+
+
+def main() -> int:
+    document, root = Path(sys.argv[1]), Path(sys.argv[2])
+    quoted = {line for row in document.read_text().splitlines() if row.startswith("| `[")
+              for line in re.findall(r"`([^`]*)`", row.split(" | ")[0])}
+    sources = [path.read_text() for directory in DIRECTORIES
+               for path in sorted((root / directory).rglob("*.cpp"))]
+    lines = {joined(found) for source in sources for found in LINE.findall(source)}
+    formats = [pattern(line) for line in lines if line.startswith("[")]
+    errors = {joined(found) for source in sources for found in ERROR.findall(source)}
+    problems = [f"no source writes: {line}" for line in sorted(quoted)
+                if line != LOSS and not any(known.fullmatch(line) for known in formats)]
+    problems += [f"not explained: {line}" for line in sorted(errors)
+                 if line.startswith("[") and not any(map(pattern(line).fullmatch, quoted))]
+    if not quoted:
+        problems.append("no log line is quoted")
+    for problem in problems:
+        print(f"{document.name}: {problem}", file=sys.stderr)
+    return 1 if problems else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
