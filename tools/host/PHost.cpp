@@ -64,6 +64,14 @@ PHost::PHost(const PHostOptions& iOptions) : fOptions(iOptions), fReadyFile(iOpt
 {
 }
 
+PHost::~PHost()
+{
+    if (fStarted)
+    {
+        ixlaStop(); // whatever comes of it, what ended the run is what to tell
+    }
+}
+
 EExitCode PHost::run()
 {
     if (const int error = fReadyFile.prepare())
@@ -75,7 +83,10 @@ EExitCode PHost::run()
     {
         return code;
     }
-    code = initialise();
+    if (!fSignals.hasCome())
+    {
+        code = initialise();
+    }
     if (code == eExitOk && !fSignals.hasCome())
     {
         code = serve();
@@ -83,11 +94,12 @@ EExitCode PHost::run()
     return stop(code);
 }
 
-EExitCode PHost::start() const
+EExitCode PHost::start()
 {
     const std::vector<PString>& arguments = fOptions.fCoreArguments;
     const int result = ixlaStart(arguments.data(), static_cast<unsigned int>(arguments.size()));
-    if (result == eIxlaOk)
+    fStarted = result == eIxlaOk;
+    if (fStarted)
     {
         return eExitOk;
     }
@@ -167,6 +179,7 @@ EExitCode PHost::stop(EExitCode iSoFar)
     const int error = fReadyFile.withdraw();
     const EExitCode code = error == 0 || iSoFar != eExitOk ? iSoFar : complainOfReadyFile(error);
     _notify("STOPPING=1");
+    fStarted = false;
     const int result = ixlaStop();
     if (result == eIxlaOk)
     {

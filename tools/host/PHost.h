@@ -13,12 +13,18 @@ public:
     /// Made before any thread, because of the signals. iOptions must stay.
     explicit PHost(const PHostOptions& iOptions);
 
+    /// Stops the core when an exception has ended the run.
+    ~PHost();
+
+    PHost(const PHost&) = delete;
+    PHost& operator=(const PHost&) = delete;
+
     /// Starts the core, serves until it is time to stop, and stops it again. A signal that comes
     /// during the start stops the core as soon as that is over.
     EExitCode run();
 
 private:
-    EExitCode start() const;
+    EExitCode start();
     EExitCode initialise() const;
     EExitCode findRequired() const;
     EExitCode initialiseRequired() const;
@@ -30,6 +36,7 @@ private:
     const PHostOptions& fOptions;
     PStopSignals fSignals;
     PReadyFile fReadyFile;
+    bool fStarted = false;
 };
 
 #endif
