@@ -1,10 +1,10 @@
-# ixlal_add_plugin(NAME [SOURCES] FILE... [LINK LIBRARY...] [VALIDATE]): the target NAME, which is
-# the plugin library libNAME.so. It is built for the word size of the core, exports its factory
-# alone, can be unloaded, and is not linked while it wants a symbol that nobody supplies. LINK names
-# further libraries, as target_link_libraries() takes them. VALIDATE runs ixla-validate on every new
-# library; one that fails fails the build.
+# ixlal_add_plugin(NAME [SOURCES] FILE... [LINK LIBRARY...] [VALIDATE [OPTION...]]): the target NAME,
+# which is the plugin library libNAME.so. It is built for the word size of the core, exports its
+# factory alone, can be unloaded, and is not linked while it wants a symbol that nobody supplies.
+# LINK names further libraries, as target_link_libraries() takes them. VALIDATE runs ixla-validate
+# with these options on every new library; one that fails fails the build.
 function(ixlal_add_plugin name)
-    cmake_parse_arguments(PARSE_ARGV 1 arg "VALIDATE" "" "SOURCES;LINK")
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LINK;VALIDATE")
     set(sources ${arg_UNPARSED_ARGUMENTS} ${arg_SOURCES})
     if(NOT sources)
         message(FATAL_ERROR "ixlal_add_plugin(${name}) has no sources")
@@ -21,8 +21,8 @@ function(ixlal_add_plugin name)
     target_link_libraries(${name} PRIVATE ixlal::core ${arg_LINK})
     target_link_options(${name} PRIVATE
         -Wl,--version-script=${script} -Wl,--no-undefined -Wl,-z,relro,-z,now)
-    if(arg_VALIDATE)
-        _ixlal_validate(${name})
+    if(arg_VALIDATE OR VALIDATE IN_LIST arg_KEYWORDS_MISSING_VALUES)
+        _ixlal_validate(${name} ${arg_VALIDATE})
     endif()
 endfunction()
 
@@ -37,7 +37,7 @@ function(_ixlal_validate name)
             "install the package ixlal-tools, or name the program with -DIXLAL_VALIDATE=FILE")
     endif()
     add_custom_command(TARGET ${name} POST_BUILD
-        COMMAND ${validator} $<TARGET_FILE:${name}>
+        COMMAND ${validator} ${ARGN} $<TARGET_FILE:${name}>
         COMMENT "Validating ${name}"
         VERBATIM)
 endfunction()

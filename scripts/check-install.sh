@@ -10,7 +10,9 @@ root=$(cd "$(dirname "$0")/.." && pwd)
 build=$(cd "${1:-$root/build/release}" && pwd)
 version=$(sed -n 's/^project(ixlal VERSION \([0-9.]*\).*/\1/p' "$root/CMakeLists.txt")
 work=$(mktemp -d "${TMPDIR:-/tmp}/ixlal-install-XXXXXX")
-trap 'rm -rf "$work"' EXIT
+log=$work/log
+# The checks of the two prefixes run beside one another.
+trap 'wait; rm -rf "$work"' EXIT
 
 # Nothing of this shell's own may help.
 unset CPATH CPLUS_INCLUDE_PATH LIBRARY_PATH LD_LIBRARY_PATH CMAKE_PREFIX_PATH PKG_CONFIG_PATH
@@ -23,8 +25,8 @@ fail() {
 
 # quietly COMMAND...: shows what a command said only when it failed.
 quietly() {
-    "$@" >"$work/log" 2>&1 || {
-        tail -n 40 "$work/log" >&2
+    "$@" >"$log" 2>&1 || {
+        tail -n 40 "$log" >&2
         fail "failed: $*"
     }
 }
@@ -33,11 +35,11 @@ quietly() {
 refused() {
     local text=$1
     shift
-    if "$@" >"$work/log" 2>&1; then
+    if "$@" >"$log" 2>&1; then
         fail "not refused: $*"
     fi
-    grep -qF -- "$text" "$work/log" || {
-        cat "$work/log" >&2
+    grep -qF -- "$text" "$log" || {
+        cat "$log" >&2
         fail "refused, but not for \"$text\": $*"
     }
 }
@@ -59,7 +61,7 @@ make_minimal() {
         >"$1/CMakeLists.txt"
 }
 
-# make_plugin DIRECTORY SOURCE [OPTION...]: a project of one plugin.
+# make_plugin DIRECTORY SOURCE [OPTION...]: a project of one plugin, which has no service to offer.
 make_plugin() {
     mkdir -p "$1"
     cp "$root/tests/install/$2.cpp" "$1"
@@ -125,9 +127,9 @@ check_pkg_config() {
 
 # compile_headers PREFIX STANDARD: those whose names come in, all in one source.
 compile_headers() {
-    sed 's/.*/#include "&"/' >"$work/headers.cpp"
-    g++ -m32 "-std=c++$2" -Wall -Wextra -Wpedantic -Werror -fsyntax-only \
-        -I "$1/include/ixlal" "$work/headers.cpp"
+    sed 's/.*/#include "&"/' |
+        g++ -m32 "-std=c++$2" -Wall -Wextra -Wpedantic -Werror -fsyntax-only \
+            -I "$1/include/ixlal" -x c++ -
 }
 
 # Installed headers need nothing but one another; the test kit's fixture needs GoogleTest.
@@ -151,8 +153,19 @@ check_new_plugin() {
     local project=$2/greeter
     quietly "$1/bin/ixla-new-plugin" greeter --id com.example.greeter --dir "$project"
     quietly build_project "$project" "$1"
+    grep -qE '[0-9] checks passed' "$log" || fail "the new plugin was not validated"
     quietly ctest --test-dir "$project/build" --output-on-failure
     exports_factory_alone "$project/build/plugins/libgreeter.so"
+}
+
+# check_prefix PREFIX DIRECTORY: the projects go into the directory.
+check_prefix() {
+    log=$2.log
+    check_headers "$1"
+    check_tools "$1"
+    check_cmake "$1" "$2"
+    check_pkg_config "$1" "$2"
+    check_new_plugin "$1" "$2"
 }
 
 # What the functions of the CMake package are there to prevent.
@@ -169,6 +182,9 @@ check_refusals() {
     chmod +x "$work/narrow-g++"
     refused "makes no 32-bit programs" \
         build_project "$project/chatty" "$prefix" -DCMAKE_CXX_COMPILER="$work/narrow-g++"
+
+    make_plugin "$project/invalid" chatty VALIDATE --limit 10
+    refused "libchatty.so: 1 of" build_project "$project/invalid" "$prefix"
 }
 
 # field PACKAGE NAME: of the control file.
@@ -207,16 +223,14 @@ for package in "$work"/packages/*.deb; do
     dpkg-deb -x "$package" "$work/root"
 done
 
+check_prefix "$work/prefix" "$work/in-prefix" &
+first=$!
+check_prefix "$work/root/usr" "$work/in-root" &
+second=$!
 check_packages
-for prefix in "$work/prefix" "$work/root/usr"; do
-    projects=$work/projects-$(basename "$prefix")
-    check_headers "$prefix"
-    check_tools "$prefix"
-    check_cmake "$prefix" "$projects"
-    check_pkg_config "$prefix" "$projects"
-    check_new_plugin "$prefix" "$projects"
-done
 check_refusals "$work/root/usr" "$work/refusals"
+wait "$first"
+wait "$second"
 if find "$work/root" -name __pycache__ | grep .; then
     fail "tools leave files of their own between those of the package"
 fi
