@@ -9,7 +9,7 @@ from dataclasses import dataclass, field
 from pathlib import Path
 
 STAGES = {
-    "": "before it was loaded",
+    "": "",
     "load": "while it was loaded",
     "create": "in its factory",
     "list": "in getInterfaces",
@@ -48,9 +48,12 @@ def load(probe: Path, library: Path, limit: float) -> Outcome:
 
 def _run(command: list[str], descriptor: int, limit: float) -> str:
     """How the process ended; empty for the end that it has when nothing kills it."""
-    process = subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
-                               stderr=subprocess.DEVNULL, pass_fds=[descriptor],
-                               start_new_session=True)
+    try:
+        process = subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
+                                   stderr=subprocess.DEVNULL, pass_fds=[descriptor],
+                                   start_new_session=True)
+    except OSError as problem:
+        return f"cannot be tried, because {command[0]} does not run: {problem.strerror}"
     try:
         code = process.wait(limit)
     except subprocess.TimeoutExpired:
@@ -94,7 +97,7 @@ def _judge(facts: dict, end: str) -> Outcome:
                       memory=facts.get("memory"))
     stage = facts.get("stage", "")
     if end:
-        outcome.failure = f"{end} {STAGES.get(stage, stage)}"
+        outcome.failure = f"{end} {STAGES.get(stage, stage)}".rstrip()
     elif "reason" in facts:
         outcome.failure = facts["reason"] or "no reason given"
     elif stage != "done":

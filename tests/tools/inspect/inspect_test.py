@@ -362,6 +362,43 @@ class CommandLine(InspectTest):
                               capture_output=True, text=True, timeout=60)
         self.assertEqual("", done.stderr)
 
+    def install(self, program):
+        """A tool elsewhere, with a program to load libraries that is not the right one."""
+        shutil.copytree(BUILD / "share/ixlal/ixla-inspect", self.dir / "share/ixlal/ixla-inspect")
+        if program:
+            (self.dir / "libexec").mkdir()
+            (self.dir / "libexec/ixla-probe").write_bytes(program)
+            (self.dir / "libexec/ixla-probe").chmod(0o755)
+        return self.dir / "share/ixlal/ixla-inspect/ixla-inspect"
+
+    def run_installed(self, tool, *arguments):
+        done = subprocess.run([tool, *arguments, EXAMPLES / "hello/libhello.so"], text=True,
+                              capture_output=True, timeout=60)
+        self.assertNotIn("Traceback", done.stderr)
+        return done.returncode, done.stdout + done.stderr
+
+    def test_only_reads_without_its_program(self):
+        tool = self.install(None)
+        self.assertEqual((1, "ixla-inspect: its program ixla-probe is not installed; --static goes "
+                             "without it\n"), self.run_installed(tool))
+        code, said = self.run_installed(tool, "--static")
+        self.assertEqual(0, code, said)
+
+    def test_tells_that_its_program_does_not_run(self):
+        program = (BUILD / "libexec/ixla-probe").read_bytes()
+        interpreter = b"/lib/ld-linux.so.2\0"
+        self.assertIn(interpreter, program)
+        tool = self.install(program.replace(interpreter, b"/lib/ld-nowhere.so\0"))
+        code, said = self.run_installed(tool)
+        self.assertEqual(1, code)
+        self.assertRegex(said, "problem: cannot be tried, because .*/ixla-probe does not run: "
+                               "No such file or directory\n")
+
+    def test_tells_that_its_program_is_damaged(self):
+        code, said = self.run_installed(self.install(b"#!/bin/true"))
+        self.assertEqual(1, code)
+        self.assertRegex(said, "^ixla-inspect: .*/ixla-probe: the file is no ELF file\n$")
+
     def test_tells_its_version(self):
         self.assertRegex(self.run_tool("--version")[1], r"^ixla-inspect \d+\.\d+\.\d+\n$")
 
