@@ -24,6 +24,8 @@ public:
     explicit Checker(const CheckRequest& iRequest)
         : fRequest(iRequest), fSession(fScratch, fScratch.configDir(), {})
     {
+        // Refuses options that make no sense, be they needed or not.
+        static_cast<void>(placesFor(std::string()));
     }
 
     void look(const std::string& iFile);

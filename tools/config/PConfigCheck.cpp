@@ -81,19 +81,22 @@ PConfigCheck::PConfigCheck(const PConfigFile& iFile, EFileKind iKind) : fKind(iK
             checkDuplicate(line);
         }
     }
-    sort();
 }
 
-const std::vector<ConfigFinding>& PConfigCheck::findings() const
+std::vector<ConfigFinding> PConfigCheck::findings() const
 {
-    return fFindings;
+    std::vector<ConfigFinding> sorted = fFindings;
+    std::stable_sort(
+        sorted.begin(), sorted.end(),
+        [](const ConfigFinding& iLeft, const ConfigFinding& iRight)
+        { return std::tie(iLeft.line, iLeft.column) < std::tie(iRight.line, iRight.column); });
+    return sorted;
 }
 
 void PConfigCheck::add(bool iIsError, unsigned int iLine, unsigned int iColumn,
                        const std::string& iText)
 {
     fFindings.push_back({iIsError, iLine, iColumn, iText});
-    sort();
 }
 
 void PConfigCheck::findValues(const PConfigFile& iFile)
@@ -271,12 +274,4 @@ void PConfigCheck::checkValue(const ConfigLine& iLine)
 void PConfigCheck::warn(const ConfigLine& iLine, const ConfigPart& iPlace, const std::string& iText)
 {
     fFindings.push_back({false, iLine.number, iPlace.column, iText});
-}
-
-void PConfigCheck::sort()
-{
-    std::stable_sort(
-        fFindings.begin(), fFindings.end(),
-        [](const ConfigFinding& iLeft, const ConfigFinding& iRight)
-        { return std::tie(iLeft.line, iLeft.column) < std::tie(iRight.line, iRight.column); });
 }

@@ -18,7 +18,7 @@ struct ConfigFinding
     std::string text;
 };
 
-/// Looks at one file. Results are in the order of lines and columns.
+/// Looks at one file.
 class PConfigCheck
 {
 public:
@@ -31,7 +31,8 @@ public:
 
     PConfigCheck(const PConfigFile& iFile, EFileKind iKind);
 
-    const std::vector<ConfigFinding>& findings() const;
+    /// What was found, in the order of lines and columns.
+    std::vector<ConfigFinding> findings() const;
 
     /// Adds something that was found elsewhere.
     void add(bool iIsError, unsigned int iLine, unsigned int iColumn, const std::string& iText);
@@ -54,7 +55,6 @@ private:
     void checkDuplicate(const ConfigLine& iLine);
     void checkAttribute(const ConfigLine& iLine, const Seen& iSeen);
     void warn(const ConfigLine& iLine, const ConfigPart& iPlace, const std::string& iText);
-    void sort();
 
     const EFileKind fKind;
     std::map<PString, unsigned int> fFirstValues; ///< the line of each key's first value

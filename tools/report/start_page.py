@@ -74,7 +74,9 @@ def _cells(start: Start, plugin: Plugin) -> list[str]:
     waits = [wait for init in plugin.inits for wait in init.waits]
     names = list(dict.fromkeys(wait.plugin.name for wait in waits))
     memory = _memory(plugin)
-    waited = time_text(_wait_time(start, plugin)) + " for " + ", ".join(names) if waits else ""
+    more = f" and {len(names) - 3} more" if len(names) > 3 else ""
+    waited = (f"{time_text(_wait_time(start, plugin))} for {', '.join(names[:3])}{more}" if waits
+              else "")
     inits = plugin.inits
     return [plain(cell) for cell in (
         plugin.name,

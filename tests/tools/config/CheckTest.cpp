@@ -154,6 +154,14 @@ TEST_F(ConfigToolChecks, TellsOfFilesThatCannotBeRead)
               err);
 }
 
+TEST_F(ConfigToolChecks, RefusesOptionsThatMakeNoSense)
+{
+    EXPECT_EQ(1, run({"--dir", "none", "check", "config/net.prs"}));
+    EXPECT_THAT(err, HasSubstr("none: No such file or directory"));
+    EXPECT_EQ(1, run({"--core", "core.prs.file=none.prs", "check", "config/net.prs"}));
+    EXPECT_THAT(err, HasSubstr("none.prs: the core's property file: -2"));
+}
+
 TEST_F(ConfigToolChecks, PrintsJson)
 {
     write("x.prs", "a = 1\nbroken\n");

@@ -4,6 +4,16 @@
 
 #include <gmock/gmock.h>
 
+#include <atomic>
+#include <chrono>
+#include <csignal>
+#include <fstream>
+#include <thread>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 using ::testing::HasSubstr;
 
 class ConfigToolExplains : public ConfigTool
@@ -162,6 +172,33 @@ TEST_F(ConfigToolExplains, TextsThatWouldSpoilATerminal)
     EXPECT_EQ(0, explain());
     EXPECT_THAT(out, HasSubstr("port = \\x1b[31m\\xff\\tred"));
     EXPECT_THAT(out, ::testing::Not(HasSubstr("\x1B")));
+}
+
+TEST_F(ConfigToolExplains, ADifferenceBetweenTheLinesAndTheCore)
+{
+    // A file that is another one whenever it is opened.
+    const std::string pipe = dir.file("pipe");
+    ASSERT_EQ(0, ::mkfifo(pipe.c_str(), 0600));
+    std::signal(SIGPIPE, SIG_IGN);
+    std::atomic<bool> ends{false};
+    std::thread writer(
+        [&]
+        {
+            for (int i = 0; !ends; ++i)
+            {
+                std::ofstream(pipe) << "port = " << i << '\n';
+                // The reader is to find the end of the file.
+                std::this_thread::sleep_for(std::chrono::milliseconds(5));
+            }
+        });
+    const int code =
+        ask({"--core", "custom.config.net.prs=" + pipe, "explain", "com.example.net", "port"});
+    ends = true;
+    const int reader = ::open(pipe.c_str(), O_RDONLY | O_NONBLOCK); // lets the writer go on
+    writer.join();
+    ::close(reader);
+    EXPECT_EQ(1, code);
+    EXPECT_THAT(out, HasSubstr("DIFFERENCE: asked for the value, the core answers \""));
 }
 
 TEST_F(ConfigToolExplains, NothingAboutAKeyThatNobodyNames)
