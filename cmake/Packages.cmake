@@ -1,4 +1,4 @@
-# "cpack" in the build tree makes the Debian packages.
+# "cpack" in a 32-bit build tree makes the Debian packages.
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME ixlal)
@@ -11,10 +11,7 @@ set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
     OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_COMPRESSION_TYPE xz)
-set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE amd64)
-if(CMAKE_SIZEOF_VOID_P EQUAL 4)
-    set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE i386)
-endif()
+set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE i386)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 
 # _ixlal_package(NAME SECTION SUMMARY DESCRIPTION): what the control file says, and what every
@@ -65,7 +62,8 @@ foreach(library portinglayer logger core)
     file(STRINGS abi/libixlal.${library}.exports names)
     list(TRANSFORM names APPEND "@Base ${PROJECT_VERSION}")
     list(JOIN names "\n " names)
-    string(APPEND symbols "libixlal.${library}.so libixlal #MINVER#\n ${names}\n")
+    string(APPEND symbols "libixlal.${library}.so libixlal #MINVER#\n"
+        "* Build-Depends-Package: libixlal-dev\n ${names}\n")
 endforeach()
 file(GENERATE OUTPUT ${PROJECT_BINARY_DIR}/packaging/symbols CONTENT "${symbols}")
 

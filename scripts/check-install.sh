@@ -156,6 +156,11 @@ check_new_plugin() {
     grep -qE '[0-9] checks passed' "$log" || fail "the new plugin was not validated"
     quietly ctest --test-dir "$project/build" --output-on-failure
     exports_factory_alone "$project/build/plugins/libgreeter.so"
+    cd "$project"
+    quietly "$1/bin/ixla-host" --prs core.prs --require com.example.greeter --seconds 0 \
+        core.log.file=build/core.log
+    quietly "$1/bin/ixla-inspect" build/plugins
+    grep -q 'com\.example\.greeter' "$log" || fail "ixla-inspect does not find the new plugin"
 }
 
 # check_prefix PREFIX DIRECTORY: the projects go into the directory.

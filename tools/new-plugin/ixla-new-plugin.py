@@ -39,6 +39,7 @@ FILES = {
     "Test.cpp.in": "test/{Class}Test.cpp",
     "plugin.prs.in": "config/{name}.prs",
     "manager.prs.in": "config/ixlap.configmanager.prs",
+    "core.prs.in": "core.prs",
     "README.md.in": "README.md",
     "gitignore.in": ".gitignore",
 }

@@ -60,6 +60,7 @@ class NewPluginTest(unittest.TestCase):
             "load-sampler/README.md",
             "load-sampler/config/ixlap.configmanager.prs",
             "load-sampler/config/load-sampler.prs",
+            "load-sampler/core.prs",
             "load-sampler/test/LoadSamplerTest.cpp"])
 
     def test_says_what_it_wrote_and_what_comes_next(self):
