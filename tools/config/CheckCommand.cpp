@@ -5,6 +5,7 @@
 #include "config/PCoreSession.h"
 #include "config/PToolError.h"
 #include "helpers/ResultText.h"
+#include "helpers/Text.h"
 #include "shared/ToolTexts.h"
 
 #include <nlohmann/json.hpp>
@@ -57,7 +58,7 @@ private:
 void Checker::look(const std::string& iFile)
 {
     PConfigFile lines;
-    const int result = lines.read(wideText(iFile));
+    const int result = lines.read(ixlaWide(iFile));
     if (result != 0)
     {
         std::cerr << "ixla-config: " << iFile << ": cannot be read: " << ixlaResultText(result)

@@ -3,6 +3,7 @@
 #include "Ixla.h"
 #include "config/PToolError.h"
 #include "helpers/ResultText.h"
+#include "helpers/Text.h"
 #include "portinglayer/PUtils.h"
 #include "shared/ToolTexts.h"
 
@@ -48,8 +49,8 @@ PConfigPlaces::PConfigPlaces(IConfigManager& ioManager, const std::string& iDir,
 {
     _checkDirectory(iDir);
     std::vector<PString> arguments;
-    std::transform(iArguments.begin(), iArguments.end(), std::back_inserter(arguments), &wideText);
-    arguments.push_back(wideText("core.plugins.config.dir=" + iDir));
+    std::transform(iArguments.begin(), iArguments.end(), std::back_inserter(arguments), &ixlaWide);
+    arguments.push_back(ixlaWide("core.plugins.config.dir=" + iDir));
     int result = ioManager.loadByArgs(arguments, fCore);
     if (result == 0)
     {

@@ -3,6 +3,7 @@
 #include "Ixla.h"
 #include "config/PToolError.h"
 #include "helpers/ResultText.h"
+#include "helpers/Text.h"
 #include "portinglayer/PFile.h"
 #include "shared/ToolTexts.h"
 
@@ -136,7 +137,7 @@ std::vector<PString> PConfigView::filesRead(const PLiteral& iID) const
         const std::size_t at = line.find(kFileLine);
         if (at != std::string::npos)
         {
-            files.push_back(wideText(line.substr(at + kFileLine.size())));
+            files.push_back(ixlaWide(line.substr(at + kFileLine.size())));
         }
     }
     if (files.size() != fPlaces->filesOf(iID).size())

@@ -3,7 +3,7 @@
 #include "Ixla.h"
 #include "config/PToolError.h"
 #include "helpers/ResultText.h"
-#include "shared/ToolTexts.h"
+#include "helpers/Text.h"
 
 #include <algorithm>
 
@@ -51,14 +51,14 @@ std::vector<PString> _arguments(const PScratch& iScratch, const std::string& iCo
                                 const std::vector<std::string>& iArguments)
 {
     std::vector<PString> all;
-    std::transform(iArguments.begin(), iArguments.end(), std::back_inserter(all), &wideText);
+    std::transform(iArguments.begin(), iArguments.end(), std::back_inserter(all), &ixlaWide);
     const std::string own[] = {
         "core.plugins.dir=" + iScratch.pluginsDir(), "core.plugins.config.dir=" + iConfigDir,
         "core.plugins.log.dir=" + iScratch.logDir(), "core.plugins.log.level=0",
         "core.plugins.log.enable=true", "core.plugins.log.maxsize=0", "core.plugins.log.maxcount=0",
         // With it the stop would wait for threads that nobody began.
         "core.free.plugins.lib=false", "core.autostart.list="};
-    std::transform(std::begin(own), std::end(own), std::back_inserter(all), &wideText);
+    std::transform(std::begin(own), std::end(own), std::back_inserter(all), &ixlaWide);
     return all;
 }
 

@@ -4,6 +4,7 @@
 #include "config/PExplanation.h"
 #include "config/PToolError.h"
 #include "helpers/ResultText.h"
+#include "helpers/Text.h"
 #include "shared/ToolTexts.h"
 
 #include <nlohmann/json.hpp>
@@ -40,8 +41,8 @@ nlohmann::json _texts(const std::vector<PString>& iTexts)
 
 int _read(IConfig& iConfig, const ReadRequest& iRequest, PString& oText)
 {
-    const PString key = wideText(iRequest.key);
-    return iRequest.hasAttribute ? iConfig.getAttrString(key, wideText(iRequest.attribute), oText)
+    const PString key = ixlaWide(iRequest.key);
+    return iRequest.hasAttribute ? iConfig.getAttrString(key, ixlaWide(iRequest.attribute), oText)
                                  : iConfig.getString(key, oText);
 }
 
@@ -49,8 +50,8 @@ int _read(IConfig& iConfig, const ReadRequest& iRequest, PString& oText)
 std::string _subject(const ReadRequest& iRequest)
 {
     const std::string attribute =
-        iRequest.hasAttribute ? ":" + shownText(wideText(iRequest.attribute)) : "";
-    return shownText(wideText(iRequest.id)) + " " + shownText(wideText(iRequest.key)) + attribute;
+        iRequest.hasAttribute ? ":" + shownText(ixlaWide(iRequest.attribute)) : "";
+    return shownText(ixlaWide(iRequest.id)) + " " + shownText(ixlaWide(iRequest.key)) + attribute;
 }
 
 PToolError _notFound(const ReadRequest& iRequest)
@@ -91,7 +92,7 @@ int runIds(const ReadRequest& iRequest)
 int runKeys(const ReadRequest& iRequest)
 {
     const PConfigView view(iRequest.options, PConfigView::eRead);
-    const PString id = wideText(iRequest.id);
+    const PString id = ixlaWide(iRequest.id);
     const PBaseptr<IConfig> config = view.load(id);
     nlohmann::json all = nlohmann::json::array();
     for (const PString& key : view.keys(id))
@@ -120,7 +121,7 @@ int runGet(const ReadRequest& iRequest)
 {
     const PConfigView view(iRequest.options, PConfigView::eRead);
     PString text;
-    const int result = _read(*view.load(wideText(iRequest.id)), iRequest, text);
+    const int result = _read(*view.load(ixlaWide(iRequest.id)), iRequest, text);
     if (result == eIxlaNotFound)
     {
         throw _notFound(iRequest);
@@ -148,7 +149,7 @@ int runGet(const ReadRequest& iRequest)
 int runExplain(const ReadRequest& iRequest)
 {
     const PConfigView view(iRequest.options, PConfigView::eRead);
-    const PExplanation explanation(view, wideText(iRequest.id), wideText(iRequest.key));
+    const PExplanation explanation(view, ixlaWide(iRequest.id), ixlaWide(iRequest.key));
     if (iRequest.json)
     {
         _print(explanation.json());

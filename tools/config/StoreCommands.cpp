@@ -6,6 +6,7 @@
 #include "config/PExplanation.h"
 #include "config/PToolError.h"
 #include "helpers/ResultText.h"
+#include "helpers/Text.h"
 #include "portinglayer/PBlank.h"
 #include "shared/ToolTexts.h"
 
@@ -22,7 +23,7 @@ void _warn(const std::string& iText)
 /// Names that a line of the store cannot give back.
 void _checkName(const std::string& iName, const char* iWhat)
 {
-    const PString name = wideText(iName);
+    const PString name = ixlaWide(iName);
     const PSpan trimmed = PBlank::trimmed(name.ptr(), name.len());
     if (name.len() == 0 || trimmed.len != name.len())
     {
@@ -34,7 +35,7 @@ void _checkName(const std::string& iName, const char* iWhat)
 
 void _checkValue(const std::string& iValue)
 {
-    const PString value = wideText(iValue);
+    const PString value = ixlaWide(iValue);
     if (PBlank::trimmed(value.ptr(), value.len()).len != value.len())
     {
         throw PToolError("value \"" + shownText(value) +
@@ -48,9 +49,9 @@ class Change
 {
 public:
     Change(const StoreRequest& iRequest, const PConfigView& iView)
-        : fID(wideText(iRequest.id)),
-          fKey(wideText(iRequest.key)),
-          fAttribute(wideText(iRequest.attribute)),
+        : fID(ixlaWide(iRequest.id)),
+          fKey(ixlaWide(iRequest.key)),
+          fAttribute(ixlaWide(iRequest.attribute)),
           fView(iView)
     {
     }
@@ -179,9 +180,9 @@ void _warnBefore(const PConfigView& iView)
 void _warnUnknown(const std::string& iID, const PConfigView& iView)
 {
     const std::vector<PString> known = iView.ids();
-    if (std::find(known.begin(), known.end(), wideText(iID)) == known.end())
+    if (std::find(known.begin(), known.end(), ixlaWide(iID)) == known.end())
     {
-        _warn("no files are listed for " + shownText(wideText(iID)) + "; is it spelled right?");
+        _warn("no files are listed for " + shownText(ixlaWide(iID)) + "; is it spelled right?");
     }
 }
 
@@ -189,7 +190,7 @@ void _store(const StoreRequest& iRequest)
 {
     const PConfigView view(iRequest.options, PConfigView::eWriteStore);
     const Change change(iRequest, view);
-    const PString value = wideText(iRequest.value);
+    const PString value = ixlaWide(iRequest.value);
     _warnBefore(view);
     _warnUnknown(iRequest.id, view);
     _require(change.store(value), change, view);
@@ -206,10 +207,10 @@ void _store(const StoreRequest& iRequest)
 void _warnHidden(const StoreRequest& iRequest)
 {
     const PConfigView view(iRequest.options, PConfigView::eRead);
-    const PExplanation now(view, wideText(iRequest.id), wideText(iRequest.key));
+    const PExplanation now(view, ixlaWide(iRequest.id), ixlaWide(iRequest.key));
     if (now.isPinnedByFile())
     {
-        _warn("a file pins " + shownText(wideText(iRequest.key)) +
+        _warn("a file pins " + shownText(ixlaWide(iRequest.key)) +
               " with const, so the stored value is not read; `ixla-config explain` shows where");
     }
 }

@@ -71,13 +71,6 @@ std::string _convert(const PLiteral& iText, const TIsSpecial& iIsSpecial, const 
 }
 } // namespace
 
-PString wideText(std::string_view iBytes)
-{
-    std::vector<wchar_t> text(iBytes.size() + 1);
-    const std::size_t length = PUtf8::decodeLine(iBytes.data(), iBytes.size(), text.data());
-    return PString(text.data(), static_cast<unsigned int>(length));
-}
-
 std::string utf8Text(const PLiteral& iText)
 {
     return _convert(iText, &_breaksLine,

@@ -1,16 +1,12 @@
-// ToolTexts: between the bytes of command lines and terminals and the texts of the core.
+// ToolTexts: texts of the core as the bytes of a terminal.
 #ifndef IXLAL_TOOLS_TOOLTEXTS_H
 #define IXLAL_TOOLS_TOOLTEXTS_H
 
 #include "portinglayer/PString.h"
 
 #include <string>
-#include <string_view>
 
-/// The text that the bytes of an argument or a path stand for.
-PString wideText(std::string_view iBytes);
-
-/// The bytes of a text as it stands; utf8Text(wideText(x)) is x.
+/// The bytes of a text as it stands, line breaks included.
 std::string utf8Text(const PLiteral& iText);
 
 /// A text for one line of a terminal: line breaks, other control characters and bytes that are not
