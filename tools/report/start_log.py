@@ -147,6 +147,7 @@ class _Reader:
 
     def __init__(self, start: Start) -> None:
         self.start = start
+        self.previous = start.begin  # time of the line before
         self.by_address: dict[str, Plugin] = {}
         self.stacks: dict[int, list[Init]] = {}  # by thread, the outermost first
         self.waits: dict[tuple[int, str], Wait] = {}
@@ -158,8 +159,9 @@ class _Reader:
     def read(self, time: int, thread: int, kind: str, text: str, place: str) -> None:
         if text == FRAME:
             return
-        if time < self.start.last:
+        if time < self.previous:
             self._doubt("the clock was set back", place)
+        self.previous = time
         self.start.last = max(self.start.last, time)
         if kind == "E":
             self.start.problems.append(Problem(place, time, text))
