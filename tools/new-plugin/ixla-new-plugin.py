@@ -67,9 +67,9 @@ def interface_id(text: str) -> str:
         raise argparse.ArgumentTypeError(
             f"{text!r} is no interface ID: use a domain of yours in reverse and the name of the "
             "service, such as com.example.greeter")
-    if text.lower().startswith("com.kelvora.ixla."):
+    if text.lower().startswith(("com.kelvora.ixla.", "ixlap.")):
         raise argparse.ArgumentTypeError(
-            f"{text!r} stands among the IDs of the core's own services: use a domain of yours")
+            f"{text!r} stands among the IDs of the core itself: use a domain of yours")
     return text
 
 

@@ -145,8 +145,10 @@ class NewPluginTest(unittest.TestCase):
             "com.example\n", "com." + "a" * 100)
 
     def test_refuses_the_ids_of_the_core(self):
-        self.assert_refused(2, "the core's own services",
+        self.assert_refused(2, "among the IDs of the core itself",
                             "greeter", "--id", "com.kelvora.ixla.logger")
+        self.assert_all_refused(load_program().interface_id, "of the core itself",
+                                "com.Kelvora.ixla.other", "ixlap.global", "ixlap.configmanager")
 
     def test_refuses_missing_and_unknown_arguments(self):
         self.assert_refused(2, "--id", "greeter")
