@@ -62,7 +62,7 @@ public:
         }
         catch (const std::exception& problem)
         {
-            std::fprintf(stderr, "[testkit] %s\n", problem.what());
+            (void)std::fprintf(stderr, "[testkit] %s\n", problem.what());
         }
     }
 
@@ -142,7 +142,8 @@ public:
         std::vector<PString> arguments;
         for (const auto& [key, value] : fArguments)
         {
-            arguments.push_back(ixlaWide(key + "=" + value));
+            std::string argument = key;
+            arguments.push_back(ixlaWide(argument.append("=").append(value)));
         }
         for (const auto& [key, place] : places())
         {
@@ -188,7 +189,7 @@ public:
     PBaseptr<TService> service(const PLiteral& iId) const
     {
         int result = eIxlaOk;
-        const PBaseptr<TService> found = ixlaService<TService>(iId, result);
+        PBaseptr<TService> found = ixlaService<TService>(iId, result);
         if (result != eIxlaOk)
         {
             throw PTestError("no service \"" + ixlaNarrow(iId) + "\": " + ixlaResultText(result) +
@@ -282,7 +283,7 @@ private:
         std::string text = fManagerText + "\n";
         for (const auto& [id, file] : fConfigured)
         {
-            text += id + " = " + file + "\n";
+            text.append(id).append(" = ").append(file).append("\n");
         }
         text += "ixlap.configmanager.store.file = store.txt\n";
         fDirectory.write(std::string("config/") + kManagerFile, text);

@@ -32,9 +32,10 @@ public:
 
     ~PTestDirectory()
     {
+        // NOLINTNEXTLINE(concurrency-mt-unsafe): the test kit never changes the environment
         if (std::getenv("IXLAL_TESTKIT_KEEP"))
         {
-            std::fprintf(stderr, "[testkit] kept: %s\n", fPath.c_str());
+            (void)std::fprintf(stderr, "[testkit] kept: %s\n", fPath.c_str());
             return;
         }
         std::error_code ignored; // a file that cannot be removed harms no test

@@ -202,7 +202,7 @@ TEST(PluginAloneTest, ListsItsInterfacesAnewEachTime)
     ASSERT_EQ(1u, count);
     EXPECT_TRUE(first[0] == L"test.own");
     EXPECT_TRUE(second[0] == L"test.own");
-    EXPECT_NE(first.get(), second.get());
+    EXPECT_FALSE(first == second);
 }
 
 TEST(PluginAloneTest, OffersNothingUnlessTold)

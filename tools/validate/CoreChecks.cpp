@@ -114,6 +114,7 @@ std::vector<Answers> _askAtOnce(const std::vector<PString>& iIds)
     std::vector<Answers> answers(kThreads);
     StartLine line(kThreads);
     std::vector<std::thread> threads;
+    threads.reserve(kThreads);
     for (Answers& own : answers)
     {
         threads.emplace_back([&] { _askForAll(iIds, line, own); });

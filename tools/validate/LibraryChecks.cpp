@@ -11,6 +11,7 @@
 #include <fstream>
 #include <set>
 #include <sys/stat.h>
+#include <system_error>
 
 namespace
 {
@@ -160,7 +161,8 @@ PVerdict checkFile(PTrial& ioTrial)
     struct stat status = {};
     if (::stat(file.c_str(), &status) != 0)
     {
-        return PVerdict::fail(std::strerror(errno), "give the path of a plugin library");
+        return PVerdict::fail(std::generic_category().message(errno),
+                              "give the path of a plugin library");
     }
     if (!S_ISREG(status.st_mode))
     {
@@ -169,7 +171,7 @@ PVerdict checkFile(PTrial& ioTrial)
     std::ifstream in(file, std::ios::binary);
     if (!in)
     {
-        return PVerdict::fail("cannot be read: " + std::string(std::strerror(errno)),
+        return PVerdict::fail("cannot be read: " + std::generic_category().message(errno),
                               "make it readable");
     }
     Elf32_Ehdr header = {};
@@ -222,19 +224,19 @@ PVerdict checkInterfaces(PTrial& ioTrial)
     {
         return PVerdict::pass("offers no interface; only an autostart list can initialise it");
     }
-    const PVerdict array = _judgeArray(first);
+    PVerdict array = _judgeArray(first);
     if (!array.passed)
     {
         return array;
     }
     ioTrial.phase("reading the interface IDs");
-    const PVerdict ids = _judgeIds(first);
+    PVerdict ids = _judgeIds(first);
     if (!ids.passed)
     {
         return ids;
     }
     ioTrial.phase("listing the interfaces again");
-    const PVerdict repetition = _judgeRepetition(first, _list(*plugin));
+    PVerdict repetition = _judgeRepetition(first, _list(*plugin));
     if (!repetition.passed)
     {
         return repetition;

@@ -140,6 +140,15 @@ PVerdict _fromLine(const std::string& iLine)
             line.at("advice").get<std::string>()};
 }
 
+/// The environment of the process. No other thread is there yet.
+bool _setEnvironment(const std::string& iScratch)
+{
+    // NOLINTBEGIN(concurrency-mt-unsafe): see above
+    return ::setenv("TMPDIR", iScratch.c_str(), 1) == 0 && ::unsetenv("LOG_IXLACORE") == 0 &&
+           ::unsetenv("IXLAL_TESTKIT_KEEP") == 0;
+    // NOLINTEND(concurrency-mt-unsafe)
+}
+
 /// Makes the process one that leaves nothing behind, wherever it ends.
 void _settle(const std::string& iScratch, int iOutput)
 {
@@ -147,10 +156,8 @@ void _settle(const std::string& iScratch, int iOutput)
     const int nothing = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
     const bool settled = ::setpgid(0, 0) == 0 && ::prctl(PR_SET_PDEATHSIG, SIGKILL) == 0 &&
                          ::setrlimit(RLIMIT_CORE, &noCore) == 0 && ::chdir(iScratch.c_str()) == 0 &&
-                         ::setenv("TMPDIR", iScratch.c_str(), 1) == 0 &&
-                         ::unsetenv("LOG_IXLACORE") == 0 && ::unsetenv("IXLAL_TESTKIT_KEEP") == 0 &&
-                         ::dup2(nothing, 0) == 0 && ::dup2(iOutput, 1) == 1 &&
-                         ::dup2(iOutput, 2) == 2;
+                         _setEnvironment(iScratch) && ::dup2(nothing, 0) == 0 &&
+                         ::dup2(iOutput, 1) == 1 && ::dup2(iOutput, 2) == 2;
     if (!settled)
     {
         throw std::system_error(errno, std::generic_category(), "cannot prepare the process");
@@ -185,7 +192,7 @@ PCheckProcess::~PCheckProcess()
 }
 
 void PCheckProcess::runCheck(const PCheck& iCheck, const PValidateOptions& iOptions,
-                             const std::string& iScratch)
+                             const std::string& iScratch) const
 {
     const int results = fResults.writing.get();
     int exitCode = EXIT_FAILURE;

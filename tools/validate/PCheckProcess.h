@@ -30,7 +30,7 @@ public:
 
 private:
     [[noreturn]] void runCheck(const PCheck& iCheck, const PValidateOptions& iOptions,
-                               const std::string& iScratch);
+                               const std::string& iScratch) const;
     bool readUntilEnd();
     void end();
     PVerdict judge(bool iInTime) const;

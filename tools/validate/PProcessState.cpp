@@ -49,7 +49,9 @@ void _addNew(const std::string& iKind, const std::map<std::string, std::string>&
         const auto before = iEarlier.find(number);
         if (before == iEarlier.end() || before->second != value)
         {
-            ioTexts.push_back(iKind + " " + number + " (" + value + ")");
+            std::string text = iKind;
+            text.append(" ").append(number).append(" (").append(value).append(")");
+            ioTexts.push_back(text);
         }
     }
 }

@@ -60,6 +60,7 @@ void* PTrial::load()
     void* const library = ::dlopen(fOptions.plugin.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (!library)
     {
+        // NOLINTNEXTLINE(concurrency-mt-unsafe): the text is of this thread
         fLoadError = ::dlerror();
     }
     return library;

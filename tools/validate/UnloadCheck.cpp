@@ -10,9 +10,9 @@
 namespace
 {
 /// What a core keeps open after its first stop is not the plugin's.
-PProcessState _stateAfterAnEmptyCore(PTrial& ioTrial)
+PProcessState _stateAfterAnEmptyCore(const PTrial& iTrial)
 {
-    ioTrial.phase("starting and stopping a core without the plugin");
+    iTrial.phase("starting and stopping a core without the plugin");
     PTestCore core;
     core.start();
     core.stop();

@@ -1,5 +1,6 @@
+#include "greeter/IGreeter.h"
+
 #include "IConfigManager.h"
-#include "IGreeter.h"
 #include "testkit/GTest.h"
 
 namespace
