@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Lets cppcheck and clang-tidy look at our sources: check-static.sh [cppcheck|tidy|tests]
+# Lets cppcheck and clang-tidy look at our sources: check-static.sh [cppcheck|tidy|tools|tests]
 # Without an argument: cppcheck on all of them and clang-tidy on the product and the examples.
-# tests: clang-tidy on the tests, which takes long.
+# tools, tests: clang-tidy on these, which takes long.
 # Any finding fails. What clang-tidy looks for is in .clang-tidy, here and in examples/ and tests/.
 # A finding that stands is excused where it stands, with the reason.
 set -eu
@@ -29,7 +29,8 @@ run_cppcheck() {
     shift
     cppcheck -j 2 --quiet --std=c++20 --language=c++ --platform="$platform" --inline-suppr \
         --error-exitcode=1 --template='{file}:{line}: {severity}: {message} [{id}]' \
-        --suppress=missingIncludeSystem -Iinclude -Iport -I. "$@"
+        --library=googletest --suppress=missingIncludeSystem \
+        -Iinclude -Iport -Isdk -Itools -I. "$@"
 }
 
 # Left out: useStlAlgorithm, because a short loop with an early return is easier to read than an
@@ -45,11 +46,11 @@ check_cppcheck() {
 
     for platform in unix32 unix64; do
         run_cppcheck "$platform" --enable="$all" --suppress=useStlAlgorithm \
-            --suppress=shadowFunction "${product[@]}"
+            --suppress=shadowFunction "${product[@]}" sdk tools
     done
     # Not the samples that are wrong on purpose. One source has lambdas with template parameters,
     # which cppcheck cannot read, and it takes a test's own log() for the logarithm.
-    run_cppcheck unix32 --enable=warning,portability --library=googletest -Itests \
+    run_cppcheck unix32 --enable=warning,portability -Itests \
         -i tests/static -i tests/locks -i tests/sanitizers \
         --suppress=syntaxError:tests/headers/ConfigWalks.cpp \
         --suppress=ignoredReturnValue:tests/core/FullDiskTest.cpp tests
@@ -126,11 +127,11 @@ cppcheck)
 tidy)
     check_tidy "${product[@]}"
     ;;
-tests)
-    check_tidy tests
+tools | tests)
+    check_tidy "$1"
     ;;
 *)
-    echo "Usage: check-static.sh [cppcheck|tidy|tests]" >&2
+    echo "Usage: check-static.sh [cppcheck|tidy|tools|tests]" >&2
     exit 2
     ;;
 esac

@@ -195,11 +195,12 @@ TEST_F(InitChain, CircleOfTwoThreadsIsNamedByBoth)
                         PluginHooks::waitFor("alpha.init");
                         return request(L"test.alpha");
                     });
-    // Each looks again after the limit of a real wait, then twice at once, woken by something else.
-    PortFaults::condVarWait.arm(0, 2, 2);
+    // Each looks again after the limit of a real wait, then twenty times at once, woken by
+    // something else.
+    PortFaults::condVarWait.arm(0, 2, 20);
     std::future<int> alpha = requestOnThread(L"test.alpha");
     std::future<int> beta = requestOnThread(L"test.beta");
-    const std::vector<std::string> seen = awaitChains("] Still waiting: ", 4);
+    const std::vector<std::string> seen = awaitChains("] Still waiting: ", 22);
     const std::string fromAlpha =
         "thread A initialises libalpha.so and waits for libbeta.so, which thread B initialises, "
         "which waits for libalpha.so (circle)";
@@ -210,15 +211,15 @@ TEST_F(InitChain, CircleOfTwoThreadsIsNamedByBoth)
     const auto sawBeta = std::count(seen.begin(), seen.end(), fromBeta);
     EXPECT_LE(1, sawAlpha);
     EXPECT_LE(1, sawBeta);
-    EXPECT_EQ(4, sawAlpha + sawBeta);
-    EXPECT_EQ(4, fCore.logCount("E Core [intiPlugin][pg:0x"));
+    EXPECT_EQ(22, sawAlpha + sawBeta);
+    EXPECT_EQ(22, fCore.logCount("E Core [intiPlugin][pg:0x"));
 
     // Who waits for a part of it sees it too.
     PortFaults::condVarWait.arm(-733, 0, 1);
     std::future<int> outsider = requestOnThread(L"test.beta");
     EXPECT_EQ("thread A waits for libbeta.so, which thread B initialises, which waits for "
               "libalpha.so, which thread C initialises, which waits for libbeta.so (circle)",
-              awaitChains("] Still waiting: ", 5).back());
+              awaitChains("] Still waiting: ", 23).back());
     endProcess();
 }
 
