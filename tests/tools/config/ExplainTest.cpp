@@ -8,6 +8,7 @@
 #include <chrono>
 #include <csignal>
 #include <fstream>
+#include <random>
 #include <thread>
 
 #include <fcntl.h>
@@ -172,6 +173,35 @@ TEST_F(ConfigToolExplains, TextsThatWouldSpoilATerminal)
     EXPECT_EQ(0, explain());
     EXPECT_THAT(out, HasSubstr("port = \\x1b[31m\\xff\\tred"));
     EXPECT_THAT(out, ::testing::Not(HasSubstr("\x1B")));
+}
+
+TEST_F(ConfigToolExplains, WhateverFilesAndStoreHoldAsTheCoreDoes)
+{
+    std::mt19937 random(20260504);
+    const auto pick = [&](const std::vector<std::string>& iTexts)
+    {
+        return iTexts[random() % iTexts.size()];
+    };
+    const auto lines = [&](const std::string& iPrefix)
+    {
+        std::string text;
+        for (unsigned int left = random() % 6; left > 0; --left)
+        {
+            text += iPrefix + "port" + pick({"", "", "", ":const", ":unit", ": "}) + " = " +
+                    pick({"1", "2", "true", "no", "", "x y"}) + "\n" +
+                    (random() % 16 == 0 ? "broken\n" : "");
+        }
+        return text;
+    };
+    for (int i = 0; i < 25; ++i)
+    {
+        write("config/net.prs", lines(""));
+        write("config/net.local.prs", lines(""));
+        write("config/store.txt", lines("com.example.net|"));
+        explain("--json");
+        EXPECT_EQ(true, json()["agreesWithCore"]) << out << read("config/net.prs") << "---\n"
+                                                  << read("config/net.local.prs");
+    }
 }
 
 TEST_F(ConfigToolExplains, ADifferenceBetweenTheLinesAndTheCore)
