@@ -21,23 +21,18 @@ function(ixlal_add_plugin name)
     target_link_libraries(${name} PRIVATE ixlal::core ${arg_LINK})
     target_link_options(${name} PRIVATE
         -Wl,--version-script=${script} -Wl,--no-undefined -Wl,-z,relro,-z,now)
-    if(arg_VALIDATE OR VALIDATE IN_LIST arg_KEYWORDS_MISSING_VALUES)
+    if(arg_VALIDATE OR "VALIDATE" IN_LIST arg_KEYWORDS_MISSING_VALUES)
         _ixlal_validate(${name} ${arg_VALIDATE})
     endif()
 endfunction()
 
 function(_ixlal_validate name)
-    set(validator ${IXLAL_VALIDATE})
-    if(TARGET ixla-validate)
-        set(validator ixla-validate)
-        add_dependencies(${name} ixla-validate)
-    endif()
-    if(NOT validator)
+    if(NOT IXLAL_VALIDATE)
         message(FATAL_ERROR "ixlal_add_plugin(${name} ... VALIDATE) finds no ixla-validate: "
             "install the package ixlal-tools, or name the program with -DIXLAL_VALIDATE=FILE")
     endif()
     add_custom_command(TARGET ${name} POST_BUILD
-        COMMAND ${validator} ${ARGN} $<TARGET_FILE:${name}>
+        COMMAND ${IXLAL_VALIDATE} ${ARGN} $<TARGET_FILE:${name}>
         COMMENT "Validating ${name}"
         VERBATIM)
 endfunction()
