@@ -83,7 +83,7 @@ std::string _lastLines(const std::string& iText)
     {
         if (!line.empty() && !line.starts_with("[iXLA] "))
         {
-            lines.push_back("    " + shownText(wideText(line)));
+            lines.push_back("    " + shownText(ixlaWide(line)));
         }
     }
     std::string text;

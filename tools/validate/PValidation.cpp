@@ -1,5 +1,6 @@
 #include "validate/PValidation.h"
 
+#include "helpers/Text.h"
 #include "shared/ToolTexts.h"
 #include "validate/PCheckProcess.h"
 
@@ -23,7 +24,7 @@ std::string _indented(const std::string& iText)
     for (std::string line; std::getline(in, line);)
     {
         text += std::string(text.empty() ? 0 : kResultWidth + kNameWidth, ' ');
-        text += shownText(wideText(line)) + "\n";
+        text += shownText(ixlaWide(line)) + "\n";
     }
     return text;
 }
@@ -106,7 +107,7 @@ void PValidation::conclude() const
         std::cout << fReport.dump(2, ' ', false, replace) << '\n';
         return;
     }
-    std::cout << shownText(wideText(fOptions.given)) << ": ";
+    std::cout << shownText(ixlaWide(fOptions.given)) << ": ";
     if (fMissing.empty())
     {
         std::cout << fRun << (fRun == 1 ? " check" : " checks") << " passed\n";
