@@ -23,6 +23,7 @@ public:
     {
     }
 
+    /// Takes over; ioOther is over then.
     PConfigSubscription(PConfigSubscription&& ioOther) noexcept
         : fRecord(std::move(ioOther.fRecord))
     {

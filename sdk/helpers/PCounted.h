@@ -17,11 +17,13 @@ public:
     PCounted(const PCounted&) = delete;
     PCounted& operator=(const PCounted&) = delete;
 
+    /// Counts one holder more.
     int incRef() noexcept override
     {
         return ++fRefCount;
     }
 
+    /// Counts one holder less; the object goes with the last one.
     int decRef() noexcept override
     {
         const int count = fRefCount.change(-1);

@@ -14,6 +14,7 @@ public:
     class Visit
     {
     public:
+        /// Enters unless the gate is closed.
         explicit Visit(PDeliveryGate& ioGate)
             : fGate(ioGate), fThread(std::this_thread::get_id()), fNext(nullptr)
         {

@@ -16,6 +16,7 @@ template <class TFunction>
 class PListener final : public PCounted<IEventListener>
 {
 public:
+    /// Takes iFunction over.
     explicit PListener(TFunction iFunction) : fFunction(std::move(iFunction))
     {
     }

@@ -32,6 +32,7 @@ public:
             std::unique_ptr<Entry>(new EntryOf<TService, TMaker>(iId, std::move(iMaker))));
     }
 
+    /// How many there are.
     unsigned int size() const noexcept
     {
         return static_cast<unsigned int>(fEntries.size());

@@ -32,6 +32,7 @@ public:
     {
     }
 
+    /// Takes over; ioOther is over then.
     PSubscription(PSubscription&& ioOther) noexcept : fRecord(std::move(ioOther.fRecord))
     {
     }

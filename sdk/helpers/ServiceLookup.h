@@ -15,27 +15,33 @@ class ILogger;
 template <class TService>
 struct IxlaServiceId;
 
+/// The configuration manager.
 template <>
 struct IxlaServiceId<IConfigManager>
 {
+    /// Its interface ID.
     static const wchar_t* get() noexcept
     {
         return kIxlaConfigManagerId;
     }
 };
 
+/// The event dispatcher.
 template <>
 struct IxlaServiceId<IEventDispatcher>
 {
+    /// Its interface ID.
     static const wchar_t* get() noexcept
     {
         return kIxlaEventDispatcherId;
     }
 };
 
+/// The loggers.
 template <>
 struct IxlaServiceId<ILogger>
 {
+    /// Its interface ID.
     static const wchar_t* get() noexcept
     {
         return kIxlaLoggerId;

@@ -15,6 +15,7 @@
 class IxlaTest : public testing::Test
 {
 protected:
+    /// Stops the core, and shows the error lines if the test has failed.
     void TearDown() override
     {
         fCore.stop();
@@ -24,6 +25,7 @@ protected:
         }
     }
 
+    /// Not started yet.
     PTestCore fCore;
 };
 

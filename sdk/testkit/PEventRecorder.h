@@ -18,7 +18,7 @@
 struct PRecordedEvent
 {
     PBaseptr<IBase> parameter; ///< held; empty when the sender gave none
-    int number = 0;
+    int number = 0;            ///< as sent
 
     /// The parameter as the interface that events of the topic carry.
     template <class TInterface>
@@ -52,6 +52,7 @@ public:
         return fEvents;
     }
 
+    /// How many there are so far. [any thread]
     std::size_t count() const
     {
         const std::lock_guard<std::mutex> lock(fMutex);

@@ -179,6 +179,7 @@ public:
                        "threads were still inside the core: end them in onExit");
     }
 
+    /// Whether the core runs.
     bool isStarted() const noexcept
     {
         return fStarted;
@@ -228,6 +229,7 @@ public:
         return PTestLog(fDirectory.path() / "core.log");
     }
 
+    /// The log of a name; without one that of the services and plugins.
     PTestLog log(const std::string& iName = "ixlaplugins.log") const
     {
         return PTestLog(fDirectory.path() / "log" / iName);

@@ -45,6 +45,7 @@ public:
     PTestDirectory(const PTestDirectory&) = delete;
     PTestDirectory& operator=(const PTestDirectory&) = delete;
 
+    /// The directory itself.
     const std::filesystem::path& path() const noexcept
     {
         return fPath;
@@ -52,6 +53,7 @@ public:
 
     // Names are relative to the directory.
 
+    /// Makes a directory in it.
     void makeDirectory(const std::filesystem::path& iName) const
     {
         std::error_code failure;

@@ -9,6 +9,7 @@
 class PTestError : public std::runtime_error
 {
 public:
+    /// iText says what was wrong and what to do.
     explicit PTestError(const std::string& iText) : std::runtime_error(iText)
     {
     }

@@ -17,6 +17,7 @@
 class PTestLog
 {
 public:
+    /// iFile need not be there yet.
     explicit PTestLog(std::filesystem::path iFile) : fFile(std::move(iFile))
     {
     }
@@ -89,6 +90,7 @@ public:
         return text.empty() ? "    (nothing)\n" : text;
     }
 
+    /// The file that is read.
     const std::filesystem::path& file() const noexcept
     {
         return fFile;
