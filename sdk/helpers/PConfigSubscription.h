@@ -55,6 +55,7 @@ public:
     int subscribe(const PLiteral& iID, TFunction iFunction) noexcept
     {
         (void)end(); // as in the destructor
+        fRecord.reset();
         int result = eIxlaOk;
         const PBaseptr<IConfigManager> manager = ixlaService<IConfigManager>(result);
         if (result != eIxlaOk)

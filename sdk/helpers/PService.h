@@ -22,7 +22,9 @@ public:
 
     /// Called once after onInit, also when that failed or threw: when the core announces its exit,
     /// or else before the plugin goes. Ends the threads of the service; what it throws is written
-    /// to the plugins' log. Users may still hold and call the service afterwards.
+    /// to the plugins' log. Users may still hold and call the service afterwards. While a plugin is
+    /// unloaded from a core that goes on, the core's lock is held: threads that are joined here
+    /// must not be asking the core for anything then.
     virtual void onExit()
     {
     }

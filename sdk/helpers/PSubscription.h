@@ -147,6 +147,7 @@ private:
               TFunction& ioFunction) noexcept
     {
         (void)end(); // as in the destructor
+        fRecord.reset();
         return ixlaGuarded(
             [&]() -> int
             {

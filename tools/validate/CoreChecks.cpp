@@ -183,9 +183,9 @@ PVerdict checkUnknownId(PTrial& ioTrial)
     const int result = plugin->init();
     if (result != eIxlaOk)
     {
-        return PVerdict::fail("a second plugin of the factory fails to initialise: " +
+        return PVerdict::fail("does not initialise unless the core holds it: " +
                                   ixlaResultText(result),
-                              "let every plugin of the factory stand for itself");
+                              "let init not ask the core for interfaces of its own plugin");
     }
     ioTrial.phase("asking for an unknown interface ID");
     PVerdict verdict = _judgeUnknown(*plugin, kUnknownId);
