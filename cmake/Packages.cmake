@@ -51,7 +51,8 @@ install(FILES packaging/overrides/libixlal
 set(same_version "(= ${PROJECT_VERSION})")
 set(CPACK_DEBIAN_LIBIXLAL-DEV_PACKAGE_DEPENDS "libixlal ${same_version}")
 set(CPACK_DEBIAN_LIBIXLAL-DEV_PACKAGE_SUGGESTS "ixlal-tools ${same_version}")
-set(CPACK_DEBIAN_IXLAL-TOOLS_PACKAGE_DEPENDS "libixlal ${same_version}, python3:any")
+set(CPACK_DEBIAN_IXLAL-TOOLS_PACKAGE_DEPENDS
+    "libixlal ${same_version}, python3:any, python3-pyelftools")
 set(CPACK_DEBIAN_IXLAL-TOOLS_PACKAGE_RECOMMENDS "libixlal-dev ${same_version}, cmake")
 set(CPACK_DEBIAN_LIBIXLAL_PACKAGE_CONTROL_EXTRA
     ${PROJECT_SOURCE_DIR}/packaging/triggers ${PROJECT_BINARY_DIR}/packaging/symbols)

@@ -210,7 +210,7 @@ check_packages() {
     local at_least='\(>= [0-9.]+\)' same="\\(= $version\\)" package
     depends libixlal "libc6 $at_least" "libstdc\\+\\+6 $at_least"
     depends libixlal-dev "libixlal $same"
-    depends ixlal-tools "libixlal $same" "libc6 $at_least" python3:any
+    depends ixlal-tools "libixlal $same" "libc6 $at_least" python3:any python3-pyelftools
     for package in libixlal libixlal-dev ixlal-tools; do
         if field "$package" Depends | grep -E 'lib32|i386'; then
             fail "$package depends on what only a 64-bit machine has"

@@ -1,31 +1,39 @@
 """What the dynamic loader reads of an ELF file.
 
-Only the headers and the dynamic segment count for the loader. Everything is read with its bounds
-checked, because the files to look at include those that are damaged.
+pyelftools reads the tables; where they are comes from the dynamic segment, because a library may
+lack the section headers. The files to look at include those that are damaged.
 """
 
 import mmap
 import struct
+from collections.abc import Iterable, Iterator
+from contextlib import contextmanager
 from dataclasses import dataclass, field
 from functools import cached_property
+from itertools import islice
 from pathlib import Path
-from typing import Iterator, NamedTuple
+from typing import NamedTuple
+
+from elftools.common.exceptions import ELFError
+from elftools.common.utils import struct_parse
+from elftools.construct import Array, ConstructError
+from elftools.elf.dynamic import Dynamic, DynamicSegment, DynamicTag
+from elftools.elf.elffile import ELFFile
+from elftools.elf.enums import ENUM_E_MACHINE, ENUM_E_TYPE
+from elftools.elf.gnuversions import GNUVerDefSection, GNUVerNeedSection
+from elftools.elf.sections import Section, SymbolTableSection
+from elftools.elf.sections import Symbol as Entry
 
 MACHINES = {3: "i386", 8: "mips", 20: "ppc", 21: "ppc64", 22: "s390", 40: "arm", 62: "x86-64",
             183: "aarch64", 243: "riscv", 258: "loongarch"}
 TYPES = {1: "object file", 2: "program", 3: "shared library", 4: "core dump"}
 
-PT_LOAD, PT_DYNAMIC = 1, 2
-SHT_SYMTAB, SHT_DYNSYM = 2, 11
-DT_NEEDED, DT_HASH, DT_STRTAB, DT_SYMTAB, DT_STRSZ = 1, 4, 5, 6, 10
-DT_SONAME, DT_RPATH, DT_RUNPATH = 14, 15, 29
-DT_GNU_HASH, DT_VERSYM, DT_FLAGS_1 = 0x6ffffef5, 0x6ffffff0, 0x6ffffffb
-DT_VERDEF, DT_VERDEFNUM, DT_VERNEED, DT_VERNEEDNUM = range(0x6ffffffc, 0x70000000)
 DF_1_PIE = 0x08000000
 VER_FLG_WEAK = 2
 VERSION_NUMBER = 0x7fff  # without the bit that hides a version
-STB_LOCAL, STB_WEAK = 0, 2
-HIDDEN = (1, 2)  # visibilities
+# What pyelftools raises, or lets through, when a file does not hold what it should.
+DAMAGE = (ELFError, ConstructError, struct.error, ArithmeticError, AssertionError, AttributeError,
+          LookupError, MemoryError, RecursionError, TypeError, ValueError)
 
 
 class ElfError(Exception):
@@ -85,215 +93,202 @@ class Image:
 
 def read_image(path: Path) -> Image:
     """Raises ElfError, or OSError when the file cannot be read."""
-    with _map(path) as data:
+    with _map(path) as data, _damage_told():
         return _Reader(data).read()
 
 
 def read_header(path: Path) -> Image:
     """The image without its dynamic part; raises as read_image does."""
-    with _map(path) as data:
+    with _map(path) as data, _damage_told():
         return _Reader(data).header()
 
 
 def defines_privately(path: Path, name: str) -> bool:
     """Whether the linker's symbols, which the loader does not see, define a name."""
-    with _map(path) as data:
-        return any(symbol.name == name and symbol.defined
-                   for symbol in _Reader(data).linker_symbols())
+    with _map(path) as data, _damage_told():
+        return any(entry.name == name and _is_defined(entry)
+                   for table in _sections(data, "SHT_SYMTAB")
+                   for entry in table.iter_symbols())
 
 
-def _map(path: Path) -> mmap.mmap:
+@contextmanager
+def _map(path: Path) -> Iterator[mmap.mmap]:
     with path.open("rb") as file:
         try:
-            return mmap.mmap(file.fileno(), 0, access=mmap.ACCESS_READ)
+            data = mmap.mmap(file.fileno(), 0, access=mmap.ACCESS_READ)
         except ValueError:
             raise ElfError("is empty") from None
+    with data:
+        if data[:4] != b"\x7fELF":
+            raise ElfError("is no ELF file")
+        yield data
+
+
+@contextmanager
+def _damage_told() -> Iterator[None]:
+    try:
+        yield
+    except DAMAGE:
+        raise ElfError("is damaged: a part of it is not what it should be, or not there") from None
+
+
+def _sections(data: mmap.mmap, kind: str) -> list[Section]:
+    """None when they are damaged, because nobody needs them for loading."""
+    try:
+        with _damage_told():
+            elf = ELFFile(data)
+            if elf.num_sections() * elf.structs.Elf_Shdr.sizeof() > len(data):
+                return []
+            return [section for section in elf.iter_sections(kind)
+                    if section["sh_offset"] + section["sh_size"] <= len(data)]
+    except ElfError:
+        return []
+
+
+def _is_defined(entry: Entry) -> bool:
+    return entry["st_shndx"] != "SHN_UNDEF"
+
+
+def _until_end(entries: Iterable, step: str) -> Iterator:
+    """The last entry of a chain is the one without a step, whatever its count says."""
+    for entry in entries:
+        yield entry
+        if (entry[0] if isinstance(entry, tuple) else entry)[step] == 0:
+            return
+
+
+class _LoadedFile(ELFFile):
+    """A file as the loader sees it."""
+
+    def num_sections(self) -> int:
+        return 0
+
+
+class _Names:
+    """A string table; its texts need not be UTF-8."""
+
+    def __init__(self, data: mmap.mmap, offset: int) -> None:
+        self.data = data
+        self.offset = offset
+        self.end = len(data)
+
+    def get_string(self, index: int) -> str:
+        start = self.offset + index
+        end = self.data.find(b"\0", start, self.end)
+        if end < 0:
+            raise ElfError(f"is damaged: there is no text {index:#x} among its names")
+        return self.data[start:end].decode(errors="surrogateescape")
 
 
 class _Reader:
     def __init__(self, data: mmap.mmap) -> None:
         self.data = data
-        if data[:4] != b"\x7fELF":
-            raise ElfError("is no ELF file")
-        self.wide = self.unpack("<B", 4)[0] == 2
-        self.order = ">" if self.unpack("<B", 5)[0] == 2 else "<"
-        header = self.unpack("HHIQQQIHHHHHH" if self.wide else "HHIIIIIHHHHHH", 16)
-        self.type, self.machine = header[0], header[1]
-        self.program_headers = header[4], header[9]
-        self.section_headers = header[5], header[11]
-        self.loads: list[tuple[int, int, int]] = []  # address, offset and size
-        self.tags: list[tuple[int, int]] = []
-        self.strings = b""
+        self.elf = _LoadedFile(data)
+        self.tags: list[DynamicTag] = []
+        self.names = _Names(data, 0)
 
     def header(self) -> Image:
-        return Image(bits=64 if self.wide else 32,
-                     machine=MACHINES.get(self.machine, f"machine {self.machine}"),
-                     type=TYPES.get(self.type, f"type {self.type}"))
+        machine, kind = self.elf["e_machine"], self.elf["e_type"]
+        machine, kind = ENUM_E_MACHINE.get(machine, machine), ENUM_E_TYPE.get(kind, kind)
+        return Image(bits=self.elf.elfclass, machine=MACHINES.get(machine, f"machine {machine}"),
+                     type=TYPES.get(kind, f"type {kind}"))
 
     def read(self) -> Image:
         image = self.header()
-        dynamic = self.read_segments(image)
+        size = self.elf.structs.Elf_Phdr.sizeof()
+        if self.elf["e_phnum"] and self.elf["e_phentsize"] != size:
+            raise ElfError(f"is damaged: its program headers are not of {size} bytes")
+        segments = list(self.elf.iter_segments())
+        image.missing_bytes = max([0] + [each["p_offset"] + each["p_filesz"] - len(self.data)
+                                         for each in segments if each["p_type"] == "PT_LOAD"])
+        dynamic = [each for each in segments if isinstance(each, DynamicSegment)]
         if image.missing_bytes == 0 and dynamic:
-            self.read_dynamic(image, *dynamic)
+            self.read_dynamic(image, dynamic[-1])
         return image
 
-    def take(self, offset: int, size: int) -> bytes:
-        if size < 0 or not 0 <= offset <= len(self.data) - size:
-            raise ElfError(f"is damaged: it refers to {size} bytes at {offset:#x}, "
-                           f"but has {len(self.data)}")
-        return self.data[offset:offset + size]
-
-    def unpack(self, form: str, offset: int) -> tuple:
-        form = form if form[0] == "<" else self.order + form
-        return struct.unpack(form, self.take(offset, struct.calcsize(form)))
-
-    def unpack_all(self, form: str, offset: int, count: int) -> Iterator[tuple]:
-        form = self.order + form
-        return struct.iter_unpack(form, self.take(offset, count * struct.calcsize(form)))
+    def read_dynamic(self, image: Image, segment: DynamicSegment) -> None:
+        self.names = _Names(self.data, self.required(segment.get_table_offset("DT_STRTAB")[1]))
+        dynamic = Dynamic(self.data, self.elf, self.names, segment["p_offset"], False)
+        count = segment["p_filesz"] // self.elf.structs.Elf_Dyn.sizeof()
+        self.tags = list(islice(dynamic.iter_tags(), count))
+        self.names.end = self.names.offset + sum(self.values("DT_STRSZ"))
+        if any(flags & DF_1_PIE for flags in self.values("DT_FLAGS_1")):
+            image.type = TYPES[2]
+        image.soname = "".join(self.texts("DT_SONAME")[:1])
+        image.needed = self.texts("DT_NEEDED")
+        image.rpath = ":".join(self.texts("DT_RPATH")).split(":")
+        image.runpath = ":".join(self.texts("DT_RUNPATH")).split(":")
+        self.read_symbols(image, segment)
 
     @staticmethod
-    def text(strings: bytes, index: int) -> str:
-        end = strings.find(b"\0", index)
-        if end < 0:
-            raise ElfError(f"is damaged: there is no text {index:#x} among its names")
-        return strings[index:end].decode(errors="surrogateescape")
+    def required(offset: int | None) -> int:
+        if offset is None:
+            raise ElfError("is damaged: its dynamic segment refers to what is not there")
+        return offset
 
-    def read_segments(self, image: Image) -> tuple[int, int] | None:
-        """Notes what is loaded. Returns offset and size of the dynamic segment."""
-        dynamic = None
-        form = "IIQQQQQQ" if self.wide else "8I"
-        for header in self.unpack_all(form, *self.program_headers):
-            kind, offset, address = header[0], *(header[2:4] if self.wide else header[1:3])
-            size = header[5] if self.wide else header[4]
-            if kind == PT_LOAD:
-                self.loads.append((address, offset, size))
-                image.missing_bytes = max(image.missing_bytes, offset + size - len(self.data))
-            elif kind == PT_DYNAMIC:
-                dynamic = offset, size
-        return dynamic
+    def values(self, tag: str) -> list[int]:
+        return [each["d_val"] for each in self.tags if each["d_tag"] == tag]
 
-    def offset_of(self, address: int) -> int:
-        for start, offset, size in self.loads:
-            if start <= address < start + size:
-                return offset + address - start
-        raise ElfError(f"is damaged: it refers to the address {address:#x}, where nothing is")
+    def texts(self, tag: str) -> list[str]:
+        return [self.names.get_string(value) for value in self.values(tag)]
 
-    def read_dynamic(self, image: Image, offset: int, size: int) -> None:
-        form, entry = ("qQ", 16) if self.wide else ("iI", 8)
-        for tag, value in self.unpack_all(form, offset, size // entry):
-            if tag == 0:
-                break
-            self.tags.append((tag, value))
-        tags = dict(self.tags)
-        if DT_STRTAB not in tags or DT_SYMTAB not in tags:
-            raise ElfError("is damaged: its dynamic segment has no symbols")
-        self.strings = self.take(self.offset_of(tags[DT_STRTAB]), tags.get(DT_STRSZ, 0))
-        if tags.get(DT_FLAGS_1, 0) & DF_1_PIE:
-            image.type = TYPES[2]
-        image.soname = "".join(self.texts(DT_SONAME)[:1])
-        image.needed = self.texts(DT_NEEDED)
-        image.rpath = ":".join(self.texts(DT_RPATH)).split(":")
-        image.runpath = ":".join(self.texts(DT_RUNPATH)).split(":")
-        self.read_symbols(image, tags)
+    def offset(self, tag: str) -> int:
+        addresses = self.values(tag)
+        return self.required(next(self.elf.address_offsets(addresses[0]), None)
+                             if addresses else None)
 
-    def texts(self, wanted: int) -> list[str]:
-        return [self.text(self.strings, value) for tag, value in self.tags if tag == wanted]
+    def table(self, tag: str, count: int, size: int = 0) -> dict[str, int]:
+        """What a section header would say of a table."""
+        offset = self.offset(tag)
+        if not 0 <= count * size <= len(self.data) - offset:
+            raise ElfError(f"is damaged: it has no room for {count} symbols")
+        return {"sh_offset": offset, "sh_size": count * size, "sh_entsize": size,
+                "sh_info": count, "sh_flags": 0, "sh_addralign": 1}
 
-    def read_symbols(self, image: Image, tags: dict[int, int]) -> None:
-        count = self.symbol_count(tags)
-        names = dict(self.version_definitions(tags))
+    def read_symbols(self, image: Image, segment: DynamicSegment) -> None:
+        names = dict(self.version_definitions())
         image.defined_versions = set(names.values())
         names.pop(1, None)  # stands for no version
-        for number, required in self.version_needs(tags):
+        for number, required in self.version_needs():
             names[number] = required.version
             image.required_versions.append(required)
-        versions: list[str | None] = [None] * count
-        if DT_VERSYM in tags:
-            numbers = self.unpack_all("H", self.offset_of(tags[DT_VERSYM]), count)
-            versions = [names.get(number & VERSION_NUMBER) for number, in numbers]
-        symbols = self.symbols(self.offset_of(tags[DT_SYMTAB]), self.strings, versions)
-        image.symbols = list(symbols)
+        count = self.symbol_count(segment)
+        header = self.table("DT_SYMTAB", count, self.elf.structs.Elf_Sym.sizeof())
+        entries = SymbolTableSection(header, "", self.elf, self.names).iter_symbols()
+        image.symbols = [self.symbol(entry, names.get(number & VERSION_NUMBER))
+                         for entry, number in zip(entries, self.version_numbers(count))]
 
-    def symbols(self, offset: int, strings: bytes,
-                versions: list[str | None]) -> Iterator[Symbol]:
-        form = "IBBHQQ" if self.wide else "IIIBBH"
-        entries = self.unpack_all(form, offset, len(versions))
-        for entry, version in zip(entries, versions):
-            name, info, other, section = entry[:4] if self.wide else (entry[0], *entry[3:])
-            binding, defined = info >> 4, section != 0
-            exported = defined and binding != STB_LOCAL and other & 3 not in HIDDEN
-            yield Symbol(self.text(strings, name), version, defined, binding == STB_WEAK, exported)
+    def symbol_count(self, segment: DynamicSegment) -> int:
+        """A hash table, which is always there, need not count what a library only uses."""
+        tables = _sections(self.data, "SHT_DYNSYM")
+        return tables[0].num_symbols() if tables else segment.num_symbols()
 
-    def symbol_count(self, tags: dict[int, int]) -> int:
-        """From the section headers or, without them, from the hash tables."""
-        for kind, _, _, size, _ in self.sections():
-            if kind == SHT_DYNSYM:
-                return size // self.symbol_size()
-        if DT_HASH in tags:
-            return self.unpack("II", self.offset_of(tags[DT_HASH]))[1]
-        return self.hashed_count(tags[DT_GNU_HASH]) if DT_GNU_HASH in tags else 0
+    @staticmethod
+    def symbol(entry: Entry, version: str | None) -> Symbol:
+        binding, defined = entry["st_info"]["bind"], _is_defined(entry)
+        exported = (defined and binding != "STB_LOCAL"
+                    and entry["st_other"]["visibility"] not in ("STV_INTERNAL", "STV_HIDDEN"))
+        return Symbol(entry.name, version, defined, binding == "STB_WEAK", exported)
 
-    def hashed_count(self, address: int) -> int:
-        """The last chain of a hash table ends with the last symbol."""
-        offset = self.offset_of(address)
-        bucket_count, first, filters, _ = self.unpack("4I", offset)
-        buckets = offset + 16 + filters * (8 if self.wide else 4)
-        last = max((bucket for bucket, in self.unpack_all("I", buckets, bucket_count)), default=0)
-        if last < first:
-            return first
-        chains = buckets + 4 * bucket_count
-        while not self.unpack("I", chains + 4 * (last - first))[0] & 1:
-            last += 1
-        return last + 1
+    def version_numbers(self, count: int) -> list[int]:
+        if not self.values("DT_VERSYM"):
+            return [0] * count
+        numbers = Array(count, self.elf.structs.Elf_half(""))
+        return struct_parse(numbers, self.data, self.offset("DT_VERSYM"))
 
-    def symbol_size(self) -> int:
-        return 24 if self.wide else 16
+    def versions(self, kind: type, tag: str, step: str) -> Iterator[tuple]:
+        if not self.values(tag):
+            return iter(())
+        count = min(sum(self.values(f"{tag}NUM")), VERSION_NUMBER)
+        table = kind(self.table(tag, count), "", self.elf, self.names)
+        return _until_end(table.iter_versions(), step)
 
-    def sections(self) -> list[tuple[int, int, int, int, int]]:
-        """Type, address, offset, size and link of each section; none when they are damaged,
-        because nobody needs them for loading."""
-        offset, count = self.section_headers
-        try:
-            headers = list(self.unpack_all("IIQQQQIIQQ" if self.wide else "10I", offset, count))
-        except ElfError:
-            return []
-        return [(header[1], *header[3:7]) for header in headers]
+    def version_definitions(self) -> Iterator[tuple[int, str]]:
+        for version, names in self.versions(GNUVerDefSection, "DT_VERDEF", "vd_next"):
+            yield version["vd_ndx"], next(names).name
 
-    def linker_symbols(self) -> Iterator[Symbol]:
-        sections = self.sections()
-        for kind, _, offset, size, link in sections:
-            if kind == SHT_SYMTAB and link < len(sections):
-                strings = self.take(*sections[link][2:4])
-                yield from self.symbols(offset, strings, [None] * (size // self.symbol_size()))
-
-    def version_definitions(self, tags: dict[int, int]) -> Iterator[tuple[int, str]]:
-        if DT_VERDEF not in tags:
-            return
-        offset = self.offset_of(tags[DT_VERDEF])
-        for _ in range(tags.get(DT_VERDEFNUM, 0)):
-            _, _, number, _, _, names, step = self.unpack("HHHHIII", offset)
-            yield number, self.text(self.strings, self.unpack("I", offset + names)[0])
-            if step == 0:
-                return
-            offset += step
-
-    def version_needs(self, tags: dict[int, int]) -> Iterator[tuple[int, RequiredVersion]]:
-        if DT_VERNEED not in tags:
-            return
-        offset = self.offset_of(tags[DT_VERNEED])
-        for _ in range(min(tags.get(DT_VERNEEDNUM, 0), VERSION_NUMBER)):
-            _, count, file, names, step = self.unpack("HHIII", offset)
-            yield from self.file_needs(self.text(self.strings, file), offset + names, count)
-            if step == 0:
-                return
-            offset += step
-
-    def file_needs(self, file: str, offset: int,
-                   count: int) -> Iterator[tuple[int, RequiredVersion]]:
-        for _ in range(count):
-            _, flags, number, version, step = self.unpack("IHHII", offset)
-            weak = bool(flags & VER_FLG_WEAK)
-            yield number, RequiredVersion(file, self.text(self.strings, version), weak)
-            if step == 0:
-                return
-            offset += step
+    def version_needs(self) -> Iterator[tuple[int, RequiredVersion]]:
+        for file, versions in self.versions(GNUVerNeedSection, "DT_VERNEED", "vn_next"):
+            for version in _until_end(versions, "vna_next"):
+                weak = bool(version["vna_flags"] & VER_FLG_WEAK)
+                yield version["vna_other"], RequiredVersion(file.name, version.name, weak)

@@ -399,6 +399,13 @@ class CommandLine(InspectTest):
         self.assertEqual(1, code)
         self.assertRegex(said, "^ixla-inspect: .*/ixla-probe: the file is no ELF file\n$")
 
+    def test_tells_that_pyelftools_is_missing(self):
+        done = subprocess.run(["/usr/bin/python3", "-S", TOOL, "--help"], capture_output=True,
+                              text=True, timeout=60)
+        self.assertEqual((1, "", "ixla-inspect: the Python module elftools is missing; install "
+                                 "python3-pyelftools\n"),
+                         (done.returncode, done.stdout, done.stderr))
+
     def test_tells_its_version(self):
         self.assertRegex(self.run_tool("--version")[1], r"^ixla-inspect \d+\.\d+\.\d+\n$")
 
