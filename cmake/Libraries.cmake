@@ -20,6 +20,15 @@ target_compile_options(ixlal_headers INTERFACE $<INSTALL_INTERFACE:${ixlal_word_
 target_link_options(ixlal_headers INTERFACE $<INSTALL_INTERFACE:${ixlal_word_flag}>)
 set_target_properties(ixlal_headers PROPERTIES EXPORT_NAME headers)
 
+# ixlal_compile_fewer_checks(): for a directory beside the product. Checked at every call of a
+# member, these double the time that tests and tools take to compile. The product is compiled with
+# them, and so the headers that these include.
+function(ixlal_compile_fewer_checks)
+    if(CMAKE_CXX_FLAGS MATCHES "undefined")
+        add_compile_options(-fno-sanitize=null,alignment,object-size,vptr)
+    endif()
+endfunction()
+
 # ixlal_library(TARGET FILE_NAME): a shared library that exports what its version script lists,
 # with full RELRO, next to the libraries it needs.
 function(ixlal_library target file_name)

@@ -95,16 +95,33 @@ private:
     }
 };
 
+/// Keeps an init running until the test lets it go.
+class HeldInit
+{
+public:
+    explicit HeldInit(const std::string& iPlugin)
+    {
+        PluginHooks::on(iPlugin + ".init",
+                        [mayEnd = fLeave.get_future().share()]
+                        {
+                            mayEnd.wait();
+                            return 0;
+                        });
+    }
+
+    void release()
+    {
+        fLeave.set_value();
+    }
+
+private:
+    std::promise<void> fLeave;
+};
+
 TEST_F(InitChain, WaitNamesThePluginAndTheThreadThatInitialisesIt)
 {
     ASSERT_EQ(0, fCore.start());
-    std::promise<void> leave;
-    PluginHooks::on("alpha.init",
-                    [&]
-                    {
-                        leave.get_future().wait();
-                        return 0;
-                    });
+    HeldInit held("alpha");
     std::future<int> first = requestOnThread(L"test.alpha");
     ASSERT_TRUE(PluginHooks::waitFor("alpha.init"));
     PortFaults::condVarWait.arm(-733, 0, 2);
@@ -112,7 +129,7 @@ TEST_F(InitChain, WaitNamesThePluginAndTheThreadThatInitialisesIt)
     const std::string line = "thread A waits for libalpha.so, which thread B initialises";
     EXPECT_EQ((std::vector<std::string>{line, line}), awaitChains("] Still waiting: ", 2));
     EXPECT_EQ(2, fCore.logCount("I Core [intiPlugin][pg:0x"));
-    leave.set_value();
+    held.release();
     EXPECT_EQ(0, first.get());
     EXPECT_EQ(0, second.get());
     EXPECT_EQ(2u, chains("] Still waiting: ").size());
@@ -121,13 +138,7 @@ TEST_F(InitChain, WaitNamesThePluginAndTheThreadThatInitialisesIt)
 TEST_F(InitChain, WaitUnderFiveSecondsIsNotWorthALine)
 {
     ASSERT_EQ(0, fCore.start());
-    std::promise<void> leave;
-    PluginHooks::on("alpha.init",
-                    [&]
-                    {
-                        leave.get_future().wait();
-                        return 0;
-                    });
+    HeldInit held("alpha");
     std::future<int> first = requestOnThread(L"test.alpha");
     ASSERT_TRUE(PluginHooks::waitFor("alpha.init"));
     PortFaults::condVarWait.arm(0, 0, 3);
@@ -136,7 +147,7 @@ TEST_F(InitChain, WaitUnderFiveSecondsIsNotWorthALine)
     {
         std::this_thread::yield();
     }
-    leave.set_value();
+    held.release();
     EXPECT_EQ(0, first.get());
     EXPECT_EQ(0, second.get());
     EXPECT_EQ(0u, chains("] Still waiting: ").size());
@@ -146,9 +157,8 @@ TEST_F(InitChain, EndedWaitIsNotPartOfALaterChain)
 {
     ASSERT_EQ(0, fCore.start());
     std::promise<void> leaveAlpha;
-    std::promise<void> leaveBeta;
+    HeldInit held("beta");
     std::future<void> alphaMayEnd = leaveAlpha.get_future();
-    std::future<void> betaMayEnd = leaveBeta.get_future();
     PluginHooks::on("alpha.init",
                     [&]
                     {
@@ -156,17 +166,11 @@ TEST_F(InitChain, EndedWaitIsNotPartOfALaterChain)
                         alphaMayEnd.wait();
                         return result;
                     });
-    PluginHooks::on("beta.init",
-                    [&]
-                    {
-                        betaMayEnd.wait();
-                        return 0;
-                    });
     std::future<int> beta = requestOnThread(L"test.beta");
     ASSERT_TRUE(PluginHooks::waitFor("beta.init"));
     std::future<int> alpha = requestOnThread(L"test.alpha");
     ASSERT_TRUE(PluginHooks::waitFor("alpha.init"));
-    leaveBeta.set_value();
+    held.release();
     EXPECT_EQ(0, beta.get());
     ASSERT_TRUE(PluginHooks::waitFor("beta.getInstance", 2));
 
@@ -264,14 +268,8 @@ TEST_F(InitChain, LoopNamesThePluginsBetweenInTheirOrder)
 TEST_F(InitChain, InnerInitialisationsOfBothThreadsAreNamed)
 {
     ASSERT_EQ(0, fCore.start());
-    std::promise<void> leave;
+    HeldInit held("alpha");
     PluginHooks::on("beta.init", [] { return request(L"test.alpha"); });
-    PluginHooks::on("alpha.init",
-                    [&]
-                    {
-                        leave.get_future().wait();
-                        return 0;
-                    });
     PluginHooks::on("gamma.init", [] { return request(L"test.beta"); });
     std::future<int> first = requestOnThread(L"test.beta");
     ASSERT_TRUE(PluginHooks::waitFor("alpha.init"));
@@ -281,7 +279,7 @@ TEST_F(InitChain, InnerInitialisationsOfBothThreadsAreNamed)
         (std::vector<std::string>{"thread A initialises libgamma.so and waits for libbeta.so, "
                                   "which thread B initialises (inside it: libalpha.so)"}),
         awaitChains("] Still waiting: ", 1));
-    leave.set_value();
+    held.release();
     EXPECT_EQ(0, first.get());
     EXPECT_EQ(0, second.get());
 }
