@@ -20,10 +20,14 @@ target_compile_options(ixlal_headers INTERFACE $<INSTALL_INTERFACE:${ixlal_word_
 target_link_options(ixlal_headers INTERFACE $<INSTALL_INTERFACE:${ixlal_word_flag}>)
 set_target_properties(ixlal_headers PROPERTIES EXPORT_NAME headers)
 
-# ixlal_compile_fewer_checks(): for a directory beside the product. Checked at every call of a
-# member, these double the time that tests and tools take to compile. The product is compiled with
-# them, and so the headers that these include.
-function(ixlal_compile_fewer_checks)
+# ixlal_compile_quickly(): for a directory beside the product, whose code under the sanitizers takes
+# far longer to compile than to run. Optimised, or with the checks at every call of a member, it
+# takes two to four times as long. The product is compiled with all of it, and so are the headers
+# that these include.
+function(ixlal_compile_quickly)
+    if(CMAKE_CXX_FLAGS MATCHES "-fsanitize")
+        add_compile_options(-O0)
+    endif()
     if(CMAKE_CXX_FLAGS MATCHES "undefined")
         add_compile_options(-fno-sanitize=null,alignment,object-size,vptr)
     endif()
