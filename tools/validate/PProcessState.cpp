@@ -9,15 +9,17 @@ namespace fs = std::filesystem;
 
 namespace
 {
+using PHeld = PProcessState::PHeld;
+
 /// Threads may end, and handles be closed, while the directory is read.
 template <class TValue>
-std::map<std::string, std::string> _readDirectory(const char* iDirectory, const TValue& iValue)
+std::map<std::string, PHeld> _readDirectory(const char* iDirectory, const TValue& iValue)
 {
-    std::map<std::string, std::string> values;
+    std::map<std::string, PHeld> values;
     for (const fs::directory_entry& entry : fs::directory_iterator(iDirectory))
     {
-        const std::string value = iValue(entry.path());
-        if (!value.empty())
+        const PHeld value = iValue(entry.path());
+        if (!value.name.empty())
         {
             values[entry.path().filename().string()] = value;
         }
@@ -25,32 +27,48 @@ std::map<std::string, std::string> _readDirectory(const char* iDirectory, const 
     return values;
 }
 
-std::string _threadName(const fs::path& iThread)
+PHeld _thread(const fs::path& iThread)
 {
     std::ifstream in(iThread / "comm");
-    std::string name;
-    std::getline(in, name);
-    return name;
+    PHeld thread;
+    std::getline(in, thread.name);
+    thread.identity = iThread.filename();
+    return thread;
+}
+
+/// Pipes, sockets and their like have their number in the name, and all of some kinds one inode.
+std::string _identity(const fs::path& iHandle, const std::string& iName)
+{
+    struct stat status = {};
+    if (!iName.starts_with("/") || ::stat(iHandle.c_str(), &status) != 0)
+    {
+        return iName;
+    }
+    return std::to_string(status.st_dev) + ":" + std::to_string(status.st_ino);
 }
 
 /// Empty for the handle with which the directory is read, which is closed afterwards.
-std::string _handleTarget(const fs::path& iHandle)
+PHeld _handle(const fs::path& iHandle)
 {
     std::error_code gone;
-    const std::string target = fs::read_symlink(iHandle, gone).string();
-    return target.ends_with("/fd") && target.starts_with("/proc/") ? "" : target;
+    const std::string name = fs::read_symlink(iHandle, gone).string();
+    if (name.ends_with("/fd") && name.starts_with("/proc/"))
+    {
+        return {};
+    }
+    return {name, _identity(iHandle, name)};
 }
 
-void _addNew(const std::string& iKind, const std::map<std::string, std::string>& iNow,
-             const std::map<std::string, std::string>& iEarlier, std::vector<std::string>& ioTexts)
+void _addNew(const std::string& iKind, const std::map<std::string, PHeld>& iNow,
+             const std::map<std::string, PHeld>& iEarlier, std::vector<std::string>& ioTexts)
 {
-    for (const auto& [number, value] : iNow)
+    for (const auto& [number, held] : iNow)
     {
         const auto before = iEarlier.find(number);
-        if (before == iEarlier.end() || before->second != value)
+        if (before == iEarlier.end() || before->second.identity != held.identity)
         {
             std::string text = iKind;
-            text.append(" ").append(number).append(" (").append(value).append(")");
+            text.append(" ").append(number).append(" (").append(held.name).append(")");
             ioTexts.push_back(text);
         }
     }
@@ -60,8 +78,8 @@ void _addNew(const std::string& iKind, const std::map<std::string, std::string>&
 PProcessState PProcessState::read()
 {
     PProcessState state;
-    state.threads = _readDirectory("/proc/self/task", &_threadName);
-    state.handles = _readDirectory("/proc/self/fd", &_handleTarget);
+    state.threads = _readDirectory("/proc/self/task", &_thread);
+    state.handles = _readDirectory("/proc/self/fd", &_handle);
     return state;
 }
 

@@ -17,8 +17,15 @@ struct PProcessState
     /// What is here and not in iEarlier, as texts for people.
     std::vector<std::string> since(const PProcessState& iEarlier) const;
 
-    std::map<std::string, std::string> threads; ///< names by thread number
-    std::map<std::string, std::string> handles; ///< what they stand for, by number
+    /// A name is for people; what makes it the same thing stays when it is renamed or removed.
+    struct PHeld
+    {
+        std::string name;
+        std::string identity;
+    };
+
+    std::map<std::string, PHeld> threads; ///< by thread number
+    std::map<std::string, PHeld> handles; ///< by number
 };
 
 #endif

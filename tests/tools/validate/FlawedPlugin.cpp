@@ -48,6 +48,10 @@ public:
         {
             throw std::runtime_error("init gave up");
         }
+        if (_has("removed file"))
+        {
+            (void)::unlink(std::getenv("FILE_TO_REMOVE"));
+        }
         leaveBehind();
         return _has("failed init") ? -42 : 0;
     }

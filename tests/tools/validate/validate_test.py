@@ -53,9 +53,10 @@ SLOW_FLAWS = [
 ]
 
 
-def run(*arguments, flaw='', cwd=None):
+def run(*arguments, flaw='', cwd=None, handles=(), **environment):
     """Runs the program; what it wrote to both streams is in one text."""
-    return subprocess.run([PROGRAM, *arguments], env={**os.environ, 'FLAW': flaw}, cwd=cwd,
+    return subprocess.run([PROGRAM, *arguments], cwd=cwd, pass_fds=handles,
+                          env={**os.environ, 'FLAW': flaw, **environment},
                           stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True,
                           timeout=100, check=False)
 
@@ -78,6 +79,13 @@ class Flaws(unittest.TestCase):
         with ThreadPoolExecutor(len(SLOW_FLAWS)) as pool:
             for found in [pool.submit(self.expect_flaw, *flaw) for flaw in SLOW_FLAWS]:
                 found.result()
+
+    def test_inherited_handle_whose_file_is_removed_is_not_left_behind(self):
+        with tempfile.NamedTemporaryFile(delete=False) as file:
+            result = run(FLAWED, '--only', 'unload', flaw='removed file', handles=[file.fileno()],
+                         FILE_TO_REMOVE=file.name)
+        self.assertFalse(os.path.exists(file.name))
+        self.assertEqual(0, result.returncode, result.stdout)
 
     def test_checks_behind_a_failed_one_are_skipped(self):
         result = run(FLAWED, flaw='exception in init')
