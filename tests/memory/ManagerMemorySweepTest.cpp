@@ -3,6 +3,7 @@
 #include "Ixla.h"
 #include "config/ConfigEventsTest.h"
 #include "config/ConfigTest.h"
+#include "memory/SweepTexts.h"
 #include "support/AllocationSweep.h"
 #include "support/Texts.h"
 
@@ -15,11 +16,7 @@ using testing::IsEmpty;
 
 namespace
 {
-/// Too long for any buffer on the stack.
-const std::string sLong(300, 'x');
-const std::string sLongKey(200, 'k');
 const std::vector<unsigned char> sBlock(200, 0xab);
-const std::string sExactRoom = "a text that has to grow makes do with the exact room";
 
 /// An operation that writes, and the text that a reader of what it wrote gets.
 struct Write

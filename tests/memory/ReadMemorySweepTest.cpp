@@ -2,6 +2,7 @@
 
 #include "config/ConfigTest.h"
 #include "config/PConfigChanged.h"
+#include "memory/SweepTexts.h"
 #include "support/AllocationSweep.h"
 #include "support/Texts.h"
 
@@ -13,11 +14,7 @@ using testing::ElementsAre;
 
 namespace
 {
-/// Too long for any buffer on the stack.
-const std::string sLong(300, 'x');
-const std::string sLongKey(200, 'k');
 const std::string sZeros(300, '0');
-const std::string sExactRoom = "a text that has to grow makes do with the exact room";
 
 /// Reads of a configuration by ID whose values are stored; the store is read anew each time.
 class ReadMemorySweep : public ConfigTest

@@ -11,8 +11,6 @@
 
 namespace
 {
-constexpr const char* kUntouched = "untouched";
-
 const unsigned char sBytes[] = {0xa0, 0x0f, 0xa0};
 
 unsigned int _byteCount(long long iNumber)

@@ -7,8 +7,6 @@
 namespace
 {
 constexpr const char* kExitTopic = "event.core.exit";
-constexpr const char* kUntouched = "untouched";
-
 bool _isAttributeOp(Op iOp)
 {
     return iOp == Op::eSetAttrText || iOp == Op::eSetAttrTyped || iOp == Op::eStoreAttrText ||

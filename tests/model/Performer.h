@@ -6,6 +6,9 @@
 
 #include <string>
 
+/// What stands in a text that nothing has been read into.
+inline constexpr const char* kUntouched = "untouched";
+
 /// The system and its model are both performers. Given the same steps they must tell the same.
 class Performer
 {

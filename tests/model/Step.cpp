@@ -127,7 +127,7 @@ std::string _quoted(const std::string& iText)
     return '"' + quoted + '"';
 }
 
-std::string _join(const std::vector<std::string>& iLines)
+std::string _set(const std::vector<std::string>& iLines)
 {
     std::string text;
     for (const std::string& line : iLines)
@@ -162,7 +162,7 @@ std::string _field(const Step& iStep, char iField)
     case 'f':
         return "f" + std::to_string(iStep.file) + ".prs";
     case '#':
-        return iStep.op == Op::eEditStore ? _quoted(iStep.storeText()) : _join(iStep.lines());
+        return iStep.op == Op::eEditStore ? _quoted(iStep.storeText()) : _set(iStep.lines());
     case 'o':
         return "logger" + std::to_string(iStep.slot);
     case 'S':

@@ -16,8 +16,6 @@
 
 namespace
 {
-constexpr wchar_t kStoreFileKey[] = L"ixlap.configmanager.store.file";
-
 /// Looks at the files one after the other, with a core that reads what they name.
 class Checker
 {

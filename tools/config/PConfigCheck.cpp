@@ -25,11 +25,6 @@ bool _isStrayByte(wchar_t iChar)
     return iChar >= 0xDC80 && iChar <= 0xDCFF;
 }
 
-std::string _quoted(const PLiteral& iText)
-{
-    return '"' + shownText(iText) + '"';
-}
-
 std::string _codePoint(wchar_t iChar)
 {
     char text[16];
@@ -167,13 +162,13 @@ void PConfigCheck::checkNames(const ConfigLine& iLine)
     if (attribute.chr(L':', position) || attribute.chr(L'|', position))
     {
         warn(iLine, iLine.attribute,
-             "attribute " + _quoted(attribute) +
+             "attribute " + quotedText(attribute) +
                  " can never be read (-3004): it holds \":\" or \"|\"");
     }
     if (iLine.hasColon && attribute.len() == 0)
     {
         warn(iLine, iLine.attribute,
-             "no attribute after \":\"; this sets the value of " + _quoted(iLine.key.text));
+             "no attribute after \":\"; this sets the value of " + quotedText(iLine.key.text));
     }
 }
 
@@ -183,12 +178,12 @@ void PConfigCheck::checkKey(const ConfigLine& iLine)
     unsigned int position = 0;
     if (fKind == eStore && !_isStoreKey(key))
     {
-        warn(iLine, iLine.key, _quoted(key) + " is not \"ID|key\", so it can never be read");
+        warn(iLine, iLine.key, quotedText(key) + " is not \"ID|key\", so it can never be read");
     }
     else if (fKind != eStore && key.chr(L'|', position))
     {
         warn(iLine, iLine.key,
-             "key " + _quoted(key) + " can never be read (-3004): it holds \"|\"");
+             "key " + quotedText(key) + " can never be read (-3004): it holds \"|\"");
     }
 }
 
@@ -222,7 +217,7 @@ void PConfigCheck::checkDuplicate(const ConfigLine& iLine)
     if (seen.value != 0)
     {
         warn(iLine, iLine.key,
-             "key " + _quoted(iLine.key.text) + " again; this value replaces that of " +
+             "key " + quotedText(iLine.key.text) + " again; this value replaces that of " +
                  _line(seen.value));
     }
     seen.value = iLine.number;
@@ -230,7 +225,7 @@ void PConfigCheck::checkDuplicate(const ConfigLine& iLine)
 
 void PConfigCheck::checkAttribute(const ConfigLine& iLine, const Seen& iSeen)
 {
-    const std::string name = _quoted(iLine.attribute.text) + " of " + _quoted(iLine.key.text);
+    const std::string name = quotedText(iLine.attribute.text) + " of " + quotedText(iLine.key.text);
     const auto first = iSeen.attributes.find(iLine.attribute.text);
     if (first != iSeen.attributes.end())
     {
@@ -260,7 +255,7 @@ void PConfigCheck::checkValue(const ConfigLine& iLine)
     if (iLine.attribute.text == L"const" && PUtils::strToBool(value, pinned) != 0)
     {
         warn(iLine, iLine.value,
-             "const " + _quoted(value) + " is neither true nor false, so it pins nothing");
+             "const " + quotedText(value) + " is neither true nor false, so it pins nothing");
     }
     const unsigned int comment = fKind == eStore ? 0 : _findComment(value);
     if (comment != 0)

@@ -13,7 +13,6 @@
 namespace
 {
 constexpr wchar_t kManagerFile[] = L"ixlap.configmanager.prs";
-constexpr wchar_t kStoreFileKey[] = L"ixlap.configmanager.store.file";
 constexpr wchar_t kPropertyFileKey[] = L"core.prs.file";
 constexpr wchar_t kDirKey[] = L"core.plugins.config.dir";
 constexpr wchar_t kCustomPrefix[] = L"custom.config.";

@@ -8,6 +8,9 @@
 #include <string>
 #include <vector>
 
+/// The key that names the store file, which is no configuration.
+inline constexpr wchar_t kStoreFileKey[] = L"ixlap.configmanager.store.file";
+
 /// The interface hands out values, not places, so this finds the files that a core would read:
 /// "custom.config.NAME" of its arguments or its property file comes first, a name with a "/" stands
 /// as it is, any other is in the directory. What is in the files is read by the core.

@@ -24,11 +24,6 @@ int _read(IConfig& iConfig, const PLiteral& iKey, const PLiteral& iAttribute, PS
     return iAttribute.len() == 0 ? iConfig.getString(iKey, oText)
                                  : iConfig.getAttrString(iKey, iAttribute, oText);
 }
-
-std::string _quoted(const PLiteral& iText)
-{
-    return '"' + shownText(iText) + '"';
-}
 } // namespace
 
 PExplanation::PExplanation(const PConfigView& iView, const PString& iID, const PString& iKey)
@@ -343,9 +338,9 @@ void PExplanation::printNotes(std::ostream& oStream) const
         if (!answer.agrees)
         {
             oStream << "DIFFERENCE: asked for "
-                    << (attribute.len() > 0 ? "attribute " + _quoted(attribute) : "the value")
+                    << (attribute.len() > 0 ? "attribute " + quotedText(attribute) : "the value")
                     << ", the core answers "
-                    << (answer.result == 0 ? _quoted(answer.text) : ixlaResultText(answer.result))
+                    << (answer.result == 0 ? quotedText(answer.text) : ixlaResultText(answer.result))
                     << '\n';
         }
     }

@@ -82,3 +82,8 @@ std::string shownText(const PLiteral& iText)
     return _convert(
         iText, [](wchar_t iChar) { return _isControl(iChar) || _isStandIn(iChar); }, &_escape);
 }
+
+std::string quotedText(const PLiteral& iText)
+{
+    return '"' + shownText(iText) + '"';
+}

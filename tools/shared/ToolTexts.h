@@ -13,4 +13,7 @@ std::string utf8Text(const PLiteral& iText);
 /// UTF-8 are shown as \n, \t, \x1b and the like.
 std::string shownText(const PLiteral& iText);
 
+/// The same in double quotes.
+std::string quotedText(const PLiteral& iText);
+
 #endif
