@@ -1,0 +1,3 @@
+// Has the headers of the tools precompiled; does nothing itself.
+
+int main() {}
