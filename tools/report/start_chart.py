@@ -338,7 +338,8 @@ def summary(start: Start) -> str:
     loaded = [plugin for plugin in start.plugins if plugin.path and not plugin.problem]
     inits = [init for plugin in start.plugins for init in plugin.inits]
     done = [init for init in inits if init.result == 0]
-    text = f"{len(loaded)} plugins loaded, {len(done)} initialised"
+    plugins = "plugin" if len(loaded) == 1 else "plugins"
+    text = f"{len(loaded)} {plugins} loaded, {len(done)} initialised"
     others = len(inits) - len(done)
     text += f", {others} failed or not ended" if others else ""
     if start.started is not None:

@@ -111,6 +111,9 @@ libc.so  1 ms                                    +4.0 KB  loaded
         self.assertEqual((20, 120, 45), (first["begin"], first["end"], first["own"]))
         self.assertEqual(0, first["memory"])  # the other one took it all
 
+    def test_counts_one_plugin_as_one(self):
+        self.assertIn("\n1 plugin loaded, 0 initialised,", self.report(begin(0) + load(1, "liba.so")))
+
     def test_is_sorted(self):
         log = begin(0) + "".join(load(i, name, took, memory) for i, name, took, memory in (
             (1, "libz.so", 5, 10), (10, "liba.so", 50, -4096), (70, "libm.so", 9, 90_000)))
