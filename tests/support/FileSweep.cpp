@@ -13,16 +13,6 @@ namespace
 {
 // More calls of a kind than any operation makes.
 constexpr int kMostPoints = 2000;
-
-/// One error makes the same threads run as another.
-std::vector<int> _errors()
-{
-#if defined(__SANITIZE_THREAD__)
-    return {EIO};
-#else
-    return {EIO, ENOSPC, EMFILE, EACCES};
-#endif
-}
 } // namespace
 
 int countHandles()
@@ -95,7 +85,7 @@ std::vector<std::string> FileSweep::run(const std::vector<FileFault*>& iCalls)
         {
             continue;
         }
-        for (const int error : _errors())
+        for (const int error : {EIO, ENOSPC, EMFILE, EACCES})
         {
             sweep(*call, {error, false});
             sweep(*call, {error, true});
