@@ -150,7 +150,8 @@ private:
     int nl_awaitNotifier(int iTimeout) IXLA_REQUIRES(fMutex);
     bool nl_partFromNotifier() IXLA_REQUIRES(fMutex);
     void graceSleep(int iTimeout);
-    // Unlocks what an early return of the stop flow may have left locked.
+    // Unlocks what an early return of the stop flow may have left locked, which the analysis cannot
+    // know.
     void partFromNotifier() noexcept IXLA_NO_THREAD_SAFETY_ANALYSIS;
     bool letCallsLeave() noexcept;
     void keep() noexcept;

@@ -189,9 +189,8 @@ int PCore::createPlugin(PLibrary& iLibrary, PBaseptr<IPlugin>& oPlugin)
     return eIxlaOk;
 }
 
-// Holds shares of its own while it calls the plugin.
-// cppcheck-suppress passedByValue ; see above
-// NOLINTNEXTLINE(performance-unnecessary-value-param): see above
+// cppcheck-suppress passedByValue ; holds shares of its own while it calls the plugin
+// NOLINTNEXTLINE(performance-unnecessary-value-param): holds shares of its own, as said above
 int PCore::processPlugin(PBaseptr<IPlugin> iPlugin, PPtr<PLibrary> iLibrary)
 {
     if (iLibrary)

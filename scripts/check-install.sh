@@ -118,7 +118,7 @@ check_pkg_config() {
     # shellcheck disable=SC2046 # flags are words
     g++ -O2 -o "$project/libhello.so" "$project/plugin.cpp" \
         $(pkg-config --variable=plugin_flags ixlal) $(pkg-config --cflags --libs ixlal)
-    # shellcheck disable=SC2046
+    # shellcheck disable=SC2046 # flags are words
     g++ -O2 -o "$project/host" "$project/host.cpp" $(pkg-config --cflags --libs ixlal) \
         -Wl,-rpath,"$(pkg-config --variable=libdir ixlal | xargs realpath)"
     run_minimal "$project/host" "$project/libhello.so" "$prefix"

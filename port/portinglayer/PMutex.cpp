@@ -19,6 +19,7 @@ PMutex::PMutex() noexcept : fHandle(), fOwner(0), fDepth(0), fOpen(false), fRepe
 {
 }
 
+// The analysis cannot look into the lock itself, here and in the two below.
 PMutex::~PMutex() IXLA_NO_THREAD_SAFETY_ANALYSIS
 {
     while (unlock() == 0)
@@ -46,7 +47,6 @@ int PMutex::init(bool iRepeatable) noexcept
     return 0;
 }
 
-// The analysis cannot look into the lock itself.
 int PMutex::lock() noexcept IXLA_NO_THREAD_SAFETY_ANALYSIS
 {
     if (!__atomic_load_n(&fOpen, __ATOMIC_ACQUIRE))

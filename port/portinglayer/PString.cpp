@@ -51,7 +51,7 @@ PString::PString(const PString& iText) : PString(iText.ptr(), iText.len())
 {
 }
 
-// NOLINTNEXTLINE(performance-noexcept-move-constructor): see the header
+// NOLINTNEXTLINE(performance-noexcept-move-constructor): may copy, and lack memory
 PString::PString(PString&& ioText) : PString()
 {
     take(ioText);
@@ -91,7 +91,7 @@ PString& PString::operator=(const PString& iText)
     return *this = static_cast<const PLiteral&>(iText);
 }
 
-// NOLINTNEXTLINE(performance-noexcept-move-constructor): see the header
+// NOLINTNEXTLINE(performance-noexcept-move-constructor): may copy, and lack memory
 PString& PString::operator=(PString&& ioText)
 {
     if (this != &ioText)

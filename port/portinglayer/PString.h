@@ -22,8 +22,9 @@ public:
     // cppcheck-suppress noExplicitConstructor ; a view turns into an owner without further ado
     PString(const PLiteral& iText);
     PString(const PString& iText);
-    // A text inside another object cannot change hands; copying it may lack memory.
-    PString(PString&& ioText); // NOLINT(performance-noexcept-move-constructor)
+    // A text inside another object cannot change hands, so it is copied.
+    // NOLINTNEXTLINE(performance-noexcept-move-constructor): a copy may lack memory
+    PString(PString&& ioText);
     // cppcheck-suppress noExplicitConstructor ; and so does any wide text
     PString(const wchar_t* iText, unsigned int iLen = ~0u);
     virtual ~PString();
@@ -31,7 +32,8 @@ public:
     /// Replace the content.
     PString& operator=(const PLiteral& iText);
     PString& operator=(const PString& iText);
-    PString& operator=(PString&& ioText); // NOLINT(performance-noexcept-move-constructor)
+    // NOLINTNEXTLINE(performance-noexcept-move-constructor): as above, a copy may lack memory
+    PString& operator=(PString&& ioText);
     PString& operator=(const wchar_t* iText);
 
     /// Replaces the content by the first iLen characters of iText (all of it when it is shorter,

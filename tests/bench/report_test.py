@@ -10,7 +10,7 @@ from pathlib import Path
 
 sys.dont_write_bytecode = True
 sys.path.insert(0, sys.argv.pop(1))
-import bench_report  # noqa: E402
+import bench_report
 
 
 def run(name, time, allocations):

@@ -420,6 +420,7 @@ TEST(LockMemorySweep, Mutex)
                return mutex->init(true);
            });
     open();
+    // The analysis refuses a lock that outlasts the function which takes it.
     sweepAllocations({.operation = "PMutex::lock",
                       .run = [&]() IXLA_NO_THREAD_SAFETY_ANALYSIS { return mutex->lock(); },
                       .undo =

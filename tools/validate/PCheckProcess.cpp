@@ -140,10 +140,10 @@ PVerdict _fromLine(const std::string& iLine)
             line.at("advice").get<std::string>()};
 }
 
-/// The environment of the process. No other thread is there yet.
+/// The environment of the process.
 bool _setEnvironment(const std::string& iScratch)
 {
-    // NOLINTBEGIN(concurrency-mt-unsafe): see above
+    // NOLINTBEGIN(concurrency-mt-unsafe): no other thread is there yet
     return ::setenv("TMPDIR", iScratch.c_str(), 1) == 0 && ::unsetenv("LOG_IXLACORE") == 0 &&
            ::unsetenv("IXLAL_TESTKIT_KEEP") == 0;
     // NOLINTEND(concurrency-mt-unsafe)

@@ -1,5 +1,6 @@
 """The host, as an operator and a service manager use it: host_test.py HOST PLUGIN"""
 
+import functools
 import os
 import re
 import shutil
@@ -126,7 +127,7 @@ class Stopping(HostTest):
         self.assertEqual((0, "ixla-host: stopped\n"), self.finish(host)[:2])
 
     def test_hangup_is_ignored_under_nohup(self):
-        ignore = lambda: signal.signal(signal.SIGHUP, signal.SIG_IGN)  # noqa: E731
+        ignore = functools.partial(signal.signal, signal.SIGHUP, signal.SIG_IGN)
         host = self.serve(preexec_fn=ignore)
         host.send_signal(signal.SIGHUP)
         time.sleep(0.1)

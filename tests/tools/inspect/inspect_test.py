@@ -18,7 +18,7 @@ FACTORY = "_Z13ixlaGetPluginv"
 
 sys.dont_write_bytecode = True
 sys.path.insert(0, SOURCES)
-from library import Inspector  # noqa: E402
+from library import Inspector
 
 
 class InspectTest(unittest.TestCase):

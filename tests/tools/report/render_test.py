@@ -14,7 +14,7 @@ from html import unescape
 from pathlib import Path
 
 sys.dont_write_bytecode = True
-from log_text import HOUR, begin, done, init, line, load, wait  # noqa: E402
+from log_text import HOUR, begin, done, init, line, load, wait
 
 REPORT, CIRCLE = sys.argv.pop(1), sys.argv.pop(1)
 BROWSER = shutil.which("chromium")

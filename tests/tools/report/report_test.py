@@ -11,8 +11,8 @@ import xml.etree.ElementTree as ElementTree
 from pathlib import Path
 
 sys.dont_write_bytecode = True
-import log_text  # noqa: E402
-from log_text import begin, done, init, line, load, wait  # noqa: E402
+import log_text
+from log_text import begin, done, init, line, load, wait
 
 REPORT, HOST, PLUGIN, CIRCLE = (sys.argv.pop(1) for _ in range(4))
 SVG = "{http://www.w3.org/2000/svg}"
