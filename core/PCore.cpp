@@ -3,7 +3,6 @@
 #include "PGuarded.h"
 #include "core/PCallGate.h"
 #include "core/PCoreCall.h"
-#include "core/PCoreLog.h"
 
 #include <new>
 
@@ -52,7 +51,6 @@ PCore::PCore() noexcept
       fNotifyExit(false),
       fKept(false),
       fKeptGate(nullptr),
-      fKeptLogger(nullptr),
       fNextKept(nullptr)
 {
 }
@@ -64,7 +62,8 @@ int PCore::ixlaStart(const PString* iArgs, unsigned int iCount) noexcept
     {
         // The log is there as long as the core that it belongs to.
         const PCoreCall call;
-        PLogger::error(call.core() ? getCoreLogger() : nullptr, 0,
+        const PCore* const core = call.core();
+        PLogger::error(core ? core->getCoreLogger() : nullptr, 0,
                        L"[PCore] Try to start already started core.");
         return eIxlaCoreExists;
     }

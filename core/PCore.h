@@ -7,6 +7,7 @@
 #include "IEventDispatcher.h"
 #include "Ixla.h"
 #include "PBaseptr.h"
+#include "core/PCoreLog.h"
 #include "core/PCorePlugin.h"
 #include "portinglayer/PConditionalVar.h"
 #include "portinglayer/PMutex.h"
@@ -22,7 +23,6 @@ class PCallGate;
 class PDir;
 class PExitNotice;
 class PInitWait;
-class PLogger;
 class PStartArguments;
 class PThread;
 
@@ -102,7 +102,6 @@ private:
     static void endCore() noexcept;
 
     // PCoreStart.cpp
-    static void openLog(const PStartArguments& iArguments);
     int initLocks();
     int loadCoreConfig(const PStartArguments& iArguments, const PString* iArgs,
                        unsigned int iCount);
@@ -125,17 +124,27 @@ private:
     void pinGlobal(const PLiteral& iKey);
 
     // PCore.cpp
+    PLogger* getCoreLogger() const noexcept
+    {
+        return fLog.logger();
+    }
     PCorePlugin* findPlugin(const PLiteral& iInterfaceId) const;
 
     // PCoreLoad.cpp
     bool readFreeLibraries();
-    static int createPlugin(PLibrary& iLibrary, PBaseptr<IPlugin>& oPlugin);
+    void measure(const wchar_t* iFormat, const PLiteral& iPath, unsigned long long& oBytes,
+                 int (*iWrite)(PLogger*, int, const wchar_t*, ...)) const;
+    int readInterfaces(IPlugin& iPlugin, PPtr<PString>& oIDs, unsigned int& oCount) const;
+    int createPlugin(PLibrary& iLibrary, PBaseptr<IPlugin>& oPlugin) const;
     int checkInterfaces(const PString* iIDs, unsigned int iCount);
     void addInterfaces(PCorePlugin& iRecord);
     void removeRecord(PCorePlugin& iRecord);
 
     // PCoreInit.cpp
-    static int callInit(const PCorePlugin& iRecord);
+    int callInit(const PCorePlugin& iRecord) const;
+    int guardedInit(const PCorePlugin& iRecord) const;
+    int guardedGetInstance(const PCorePlugin& iRecord, const PLiteral& iInterfaceId,
+                           IBase*& oInstance) const;
     int finishInit(PCorePlugin& ioRecord, int iResult);
     int nl_awaitInit(PCorePlugin& iRecord, bool& oWaitFailed) IXLA_REQUIRES(fMutex);
     void nl_logWait(const PCorePlugin& iRecord) IXLA_REQUIRES(fMutex);
@@ -144,9 +153,11 @@ private:
 
     // PCoreStop.cpp
     static void* thNotifyCoreExit(void* iCore);
+    void writeMemory() const;
     int readExitTimeout();
     int announceExit(int iTimeout);
     int startNotifier(PThread& ioNotifier);
+    void join(PThread& ioNotifier) const;
     int nl_awaitNotifier(int iTimeout) IXLA_REQUIRES(fMutex);
     bool nl_partFromNotifier() IXLA_REQUIRES(fMutex);
     void graceSleep(int iTimeout);
@@ -161,6 +172,7 @@ private:
     static std::atomic<PCallGate*> fGate;
     static PCore* fKeptCores; ///< those that calls never left; only the one start or stop sets it
 
+    PCoreLog fLog; ///< first, because whatever goes before it may write
     PMutex fMutex;
     PConditionalVar fCondVar;
     std::vector<PCorePlugin*> fCorePlugins; ///< owned; built-in ones first
@@ -178,7 +190,6 @@ private:
     // Of a core that is kept for the calls inside, all for good.
     bool fKept;
     PCallGate* fKeptGate;
-    PLogger* fKeptLogger;
     PCore* fNextKept;
 };
 

@@ -1,5 +1,4 @@
 #include "core/PCore.h"
-#include "core/PCoreLog.h"
 #include "portinglayer/PUtils.h"
 
 namespace

@@ -1,6 +1,5 @@
 #include "PGuarded.h"
 #include "core/PCore.h"
-#include "core/PCoreLog.h"
 #include "core/PInitChain.h"
 #include "core/PInitWait.h"
 #include "portinglayer/PFile.h"
@@ -23,36 +22,6 @@ void* _threadPointer(unsigned long iThreadId)
 void* _pluginPointer(const PCorePlugin& iRecord)
 {
     return iRecord.fPlugin.get();
-}
-
-/// Calls init; what a plugin throws counts as a failure.
-int _guardedInit(const PCorePlugin& iRecord)
-{
-    try
-    {
-        return iRecord.fPlugin->init();
-    }
-    catch (...)
-    {
-        PLogger::error(getCoreLogger(), 0, L"[initPlugin][pg:%p] Plugin threw an exception in init",
-                       _pluginPointer(iRecord));
-        return eIxlaInitFailed;
-    }
-}
-
-int _guardedGetInstance(const PCorePlugin& iRecord, const PLiteral& iInterfaceId, IBase*& oInstance)
-{
-    try
-    {
-        return iRecord.fPlugin->getInstance(iInterfaceId, oInstance);
-    }
-    catch (...)
-    {
-        PLogger::error(getCoreLogger(), 0,
-                       L"[getInstanceInternal][pg:%p] Plugin threw an exception in getInstance",
-                       _pluginPointer(iRecord));
-        throw;
-    }
 }
 } // namespace
 
@@ -93,15 +62,15 @@ int PCore::initPlugin(PCorePlugin& ioRecord)
     return finishInit(ioRecord, callInit(ioRecord));
 }
 
-int PCore::callInit(const PCorePlugin& iRecord)
+int PCore::callInit(const PCorePlugin& iRecord) const
 {
     void* const plugin = _pluginPointer(iRecord);
     PLogger::debug(getCoreLogger(), 0, L"[initPlugin][pg:%p] Init plugin in thread ID: %p", plugin,
                    _threadPointer(PThread::getCurrentThreadId()));
-    logFreeMemory(L"[initPlugin] Free mem: %llu");
+    fLog.writeFreeMemory(L"[initPlugin] Free mem: %llu");
     PLogger::info(getCoreLogger(), 0, L"[initPlugin] Proc mem before plugin: [%llu]",
-                  readProcessMemory());
-    const int result = _guardedInit(iRecord);
+                  fLog.readProcessMemory());
+    const int result = guardedInit(iRecord);
     if (result != 0)
     {
         PLogger::error(getCoreLogger(), 0, L"[initPlugin][pg:%p] Failed to init plugin err: %d",
@@ -111,10 +80,25 @@ int PCore::callInit(const PCorePlugin& iRecord)
     {
         PLogger::debug(getCoreLogger(), 0, L"[initPlugin][pg:%p] Init plugin done.", plugin);
     }
-    logFreeMemory(L"[initPlugin] Free mem: %llu");
+    fLog.writeFreeMemory(L"[initPlugin] Free mem: %llu");
     PLogger::info(getCoreLogger(), 0, L"[initPlugin] Proc mem after plugin: [%llu]",
-                  readProcessMemory());
+                  fLog.readProcessMemory());
     return result;
+}
+
+/// Calls init; what a plugin throws counts as a failure.
+int PCore::guardedInit(const PCorePlugin& iRecord) const
+{
+    try
+    {
+        return iRecord.fPlugin->init();
+    }
+    catch (...)
+    {
+        PLogger::error(getCoreLogger(), 0, L"[initPlugin][pg:%p] Plugin threw an exception in init",
+                       _pluginPointer(iRecord));
+        return eIxlaInitFailed;
+    }
 }
 
 int PCore::finishInit(PCorePlugin& ioRecord, int iResult)
@@ -230,7 +214,7 @@ int PCore::getInstanceInternal(const PLiteral& iInterfaceId, IBase*& oInstance)
     }
     PLogger::debug(logger, 2, L"[getInstanceInternal][pg:%p] Get instance from plugin",
                    _pluginPointer(record));
-    result = ixlaGuarded([&] { return _guardedGetInstance(record, iInterfaceId, oInstance); },
+    result = ixlaGuarded([&] { return guardedGetInstance(record, iInterfaceId, oInstance); },
                          eIxlaInitFailed);
     if (result == 0)
     {
@@ -244,6 +228,22 @@ int PCore::getInstanceInternal(const PLiteral& iInterfaceId, IBase*& oInstance)
     }
     PLogger::debug(logger, 2, L"%ls", kCoreLogFrame);
     return result;
+}
+
+int PCore::guardedGetInstance(const PCorePlugin& iRecord, const PLiteral& iInterfaceId,
+                              IBase*& oInstance) const
+{
+    try
+    {
+        return iRecord.fPlugin->getInstance(iInterfaceId, oInstance);
+    }
+    catch (...)
+    {
+        PLogger::error(getCoreLogger(), 0,
+                       L"[getInstanceInternal][pg:%p] Plugin threw an exception in getInstance",
+                       _pluginPointer(iRecord));
+        throw;
+    }
 }
 
 // cppcheck-suppress constParameter ; takes what PFile::getFileName has cut to a name

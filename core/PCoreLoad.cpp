@@ -1,7 +1,6 @@
 #include "PGuarded.h"
 #include "config/PConfigPlugin.h"
 #include "core/PCore.h"
-#include "core/PCoreLog.h"
 #include "events/PEventDispatcherPlugin.h"
 #include "logging/PLoggerPlugin.h"
 #include "portinglayer/PProcess.h"
@@ -40,44 +39,6 @@ const BuiltIn sBuiltIns[] = {
     {&_create<PLoggerPlugin>, L"[loadInternalPlugins] Loading internal plugin ILogger.",
      L"[loadInternalPlugins] Failed to process ILogger plugin err: %d"},
 };
-
-/// Reads the memory of the process into oBytes and says so; the failure is logged. Without a log
-/// nobody would hear of it.
-void _measure(const wchar_t* iFormat, const PLiteral& iPath, unsigned long long& oBytes,
-              int (*iLog)(PLogger*, int, const wchar_t*, ...))
-{
-    if (!getCoreLogger())
-    {
-        return;
-    }
-    const int result = PProcess::getMemoryUsage(PProcess::getCurrentPID(), oBytes);
-    if (result != 0)
-    {
-        PLogger::error(getCoreLogger(), 0, L"[%s] PProcess::getMemoryUsage() failed with err: %d",
-                       kLoadOperation, result);
-        return;
-    }
-    iLog(getCoreLogger(), 0, iFormat, kLoadOperation, iPath.ptr(), oBytes);
-}
-
-/// The interface IDs of a plugin; what a plugin throws refuses it.
-int _getInterfaces(IPlugin& iPlugin, PPtr<PString>& oIDs, unsigned int& oCount)
-{
-    const int result = ixlaGuarded(
-        [&]
-        {
-            oIDs = PPtr<PString>::adopt(iPlugin.getInterfaces(oCount), ePtrArray);
-            return eIxlaOk;
-        },
-        eIxlaInitFailed);
-    if (result != 0)
-    {
-        PLogger::error(getCoreLogger(), 0,
-                       L"[processPlugin][pg:%p] Plugin threw listing its interfaces err: %d",
-                       static_cast<void*>(&iPlugin), result);
-    }
-    return result;
-}
 } // namespace
 
 int PCore::loadInternalPlugins()
@@ -110,7 +71,7 @@ int PCore::loadPluginLib(const PLiteral& iPath)
     PLogger::debug(getCoreLogger(), 0, L"[loadPluginLib] in library: %ls", iPath.ptr());
     const bool freeLibOnDestroy = readFreeLibraries();
     unsigned long long before = 0;
-    _measure(L"[%s] Used mem before %ls plugin: %llu", iPath, before, &PLogger::info);
+    measure(L"[%s] Used mem before %ls plugin: %llu", iPath, before, &PLogger::info);
 
     PLibrary* loaded = nullptr;
     int result = PLibrary::load(iPath, loaded, freeLibOnDestroy);
@@ -142,10 +103,29 @@ int PCore::loadPluginLib(const PLiteral& iPath)
         return result;
     }
     unsigned long long after = 0;
-    _measure(L"[%s] Used mem after %ls plugin: %llu", iPath, after, &PLogger::debug);
+    measure(L"[%s] Used mem after %ls plugin: %llu", iPath, after, &PLogger::debug);
     PLogger::info(getCoreLogger(), 0, L"[%s] Memory usage of plugin %ls: %llu", kLoadOperation,
                   iPath.ptr(), after - before);
     return eIxlaOk;
+}
+
+/// Reads the memory of the process into oBytes and says so; the failure is logged. Without a log
+/// nobody would hear of it.
+void PCore::measure(const wchar_t* iFormat, const PLiteral& iPath, unsigned long long& oBytes,
+                    int (*iWrite)(PLogger*, int, const wchar_t*, ...)) const
+{
+    if (!getCoreLogger())
+    {
+        return;
+    }
+    const int result = PProcess::getMemoryUsage(PProcess::getCurrentPID(), oBytes);
+    if (result != 0)
+    {
+        PLogger::error(getCoreLogger(), 0, L"[%s] PProcess::getMemoryUsage() failed with err: %d",
+                       kLoadOperation, result);
+        return;
+    }
+    iWrite(getCoreLogger(), 0, iFormat, kLoadOperation, iPath.ptr(), oBytes);
 }
 
 bool PCore::readFreeLibraries()
@@ -158,7 +138,7 @@ bool PCore::readFreeLibraries()
     return freeLibraries;
 }
 
-int PCore::createPlugin(PLibrary& iLibrary, PBaseptr<IPlugin>& oPlugin)
+int PCore::createPlugin(PLibrary& iLibrary, PBaseptr<IPlugin>& oPlugin) const
 {
     void* const address = iLibrary.getFunction(kFactorySymbol);
     PLogger::debug(getCoreLogger(), 0, L"[loadPluginLib] Get plugin function ixlaGetPlugin: %p",
@@ -205,7 +185,7 @@ int PCore::processPlugin(PBaseptr<IPlugin> iPlugin, PPtr<PLibrary> iLibrary)
     }
     PPtr<PString> ids;
     unsigned int count = 0;
-    int result = _getInterfaces(*iPlugin, ids, count);
+    int result = readInterfaces(*iPlugin, ids, count);
     if (result == 0)
     {
         result = checkInterfaces(ids.get(), count);
@@ -232,6 +212,25 @@ int PCore::processPlugin(PBaseptr<IPlugin> iPlugin, PPtr<PLibrary> iLibrary)
             addInterfaces(*record.release());
             return eIxlaOk;
         });
+}
+
+/// The interface IDs of a plugin; what a plugin throws refuses it.
+int PCore::readInterfaces(IPlugin& iPlugin, PPtr<PString>& oIDs, unsigned int& oCount) const
+{
+    const int result = ixlaGuarded(
+        [&]
+        {
+            oIDs = PPtr<PString>::adopt(iPlugin.getInterfaces(oCount), ePtrArray);
+            return eIxlaOk;
+        },
+        eIxlaInitFailed);
+    if (result != 0)
+    {
+        PLogger::error(getCoreLogger(), 0,
+                       L"[processPlugin][pg:%p] Plugin threw listing its interfaces err: %d",
+                       static_cast<void*>(&iPlugin), result);
+    }
+    return result;
 }
 
 int PCore::checkInterfaces(const PString* iIDs, unsigned int iCount)

@@ -1,56 +1,83 @@
 #include "core/PCoreLog.h"
 
+#include "core/PStartArguments.h"
 #include "portinglayer/PProcess.h"
 
-#include <atomic>
+#include <cstdlib>
+#include <new>
 
 namespace
 {
-std::atomic<PLogger*> sCoreLogger{nullptr};
-
-/// Whether lines with figures about memory are written. Reading the figures takes longer than all
-/// else that the core does for a plugin, so they are only read to be written.
-bool _areFiguresLogged() noexcept
-{
-    const PLogger* const logger = getCoreLogger();
-    return logger && logger->isLogged(0);
-}
+constexpr char kConsoleVariable[] = "LOG_IXLACORE";
 } // namespace
 
-PLogger* getCoreLogger() noexcept
+PCoreLog::PCoreLog() noexcept : fLogger(nullptr)
 {
-    return sCoreLogger.load(std::memory_order_acquire);
 }
 
-void setCoreLogger(PLogger* iLogger) noexcept
+PCoreLog::~PCoreLog()
 {
-    sCoreLogger.store(iLogger, std::memory_order_release);
+    delete logger();
 }
 
-void logFreeMemory(const wchar_t* iFormat) noexcept
+void PCoreLog::open(const PStartArguments& iArguments) noexcept
 {
-    if (!_areFiguresLogged())
+    if (iArguments.fLogFile.len() == 0)
+    {
+        return;
+    }
+    PLogger* const logger = new (std::nothrow) PLogger;
+    if (!logger)
+    {
+        return;
+    }
+    // A log that cannot be opened does not keep the core from starting; the logger tries again.
+    logger->init(iArguments.fLogFile, L"Core", false,
+                 static_cast<unsigned int>(iArguments.fLogMaxSize), iArguments.fLogParts,
+                 iArguments.fLogMaxCount, iArguments.fLogEnable);
+    fLogger.store(logger, std::memory_order_release);
+    logger->setLevel(iArguments.fLogLevel);
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): the core never changes the environment
+    if (std::getenv(kConsoleVariable))
+    {
+        logger->setPrintOnConsole(true);
+    }
+    PLogger::debug(logger, 0, kCoreLogFrame);
+    PLogger::debug(logger, 0, L"[startFlow] Logger initialized.");
+}
+
+void PCoreLog::writeFreeMemory(const wchar_t* iFormat) const noexcept
+{
+    if (!writesFigures())
     {
         return;
     }
     unsigned long long bytes = 0;
     // The figure only informs: without it the line says 0.
     PProcess::getFreeMemory(bytes);
-    PLogger::debug(getCoreLogger(), 0, iFormat, bytes);
+    PLogger::debug(logger(), 0, iFormat, bytes);
 }
 
-void logProcessMemory(const wchar_t* iFormat) noexcept
+void PCoreLog::writeProcessMemory(const wchar_t* iFormat) const noexcept
 {
-    PLogger::debug(getCoreLogger(), 0, iFormat, readProcessMemory());
+    PLogger::debug(logger(), 0, iFormat, readProcessMemory());
 }
 
-unsigned long long readProcessMemory() noexcept
+unsigned long long PCoreLog::readProcessMemory() const noexcept
 {
     unsigned long long bytes = 0;
-    if (_areFiguresLogged())
+    if (writesFigures())
     {
         // As above.
         PProcess::getMemoryUsage(PProcess::getCurrentPID(), bytes);
     }
     return bytes;
+}
+
+/// Whether lines with figures about memory are written. Reading the figures takes longer than all
+/// else that the core does for a plugin, so they are only read to be written.
+bool PCoreLog::writesFigures() const noexcept
+{
+    const PLogger* const current = logger();
+    return current && current->isLogged(0);
 }

@@ -1,27 +1,53 @@
-// PCoreLog: the log that carries the lines of the core itself.
+// PCoreLog: the log that carries the lines of one core.
 #ifndef IXLAL_PCORELOG_H
 #define IXLAL_PCORELOG_H
 
 #include "logger/PLogger.h"
 
+#include <atomic>
+
+class PStartArguments;
+
 /// The line that frames each public operation of the core in the log.
 constexpr wchar_t kCoreLogFrame[] = L"**************************************************";
 
-/// The core's logger; null before the start created it, without a core log, and after the core is
-/// gone. All forms of PLogger accept null. [any thread]
-PLogger* getCoreLogger() noexcept;
+/// The logger of one core, which owns it from the start to the end: a core that is kept for calls
+/// that do not leave keeps its log, too. [any thread]
+class PCoreLog
+{
+public:
+    PCoreLog() noexcept;
 
-/// Sets the core's logger, which stays owned by the caller; only the starting and the destroyed
-/// core do so.
-void setCoreLogger(PLogger* iLogger) noexcept;
+    /// Ends the log. Nobody may be writing.
+    ~PCoreLog();
 
-/// Log the free memory of the machine, or the memory that the process uses, as a line of kind D
-/// with the figure (%llu) in iFormat; 0 when it cannot be read. [any thread]
-void logFreeMemory(const wchar_t* iFormat) noexcept;
-void logProcessMemory(const wchar_t* iFormat) noexcept;
+    PCoreLog(const PCoreLog&) = delete;
+    PCoreLog& operator=(const PCoreLog&) = delete;
 
-/// The memory that the process uses, in bytes, for a line of level 0; 0 when it cannot be read, or
-/// when the core log doesn't write such lines. [any thread]
-unsigned long long readProcessMemory() noexcept;
+    /// Creates the logger that the arguments ask for; none without a log file, or without the
+    /// memory for it. The starting core does so once.
+    void open(const PStartArguments& iArguments) noexcept;
+
+    /// The logger; null before it is created and without a core log. All forms of PLogger accept
+    /// null.
+    PLogger* logger() const noexcept
+    {
+        return fLogger.load(std::memory_order_acquire);
+    }
+
+    /// Log the free memory of the machine, or the memory that the process uses, as a line of kind D
+    /// with the figure (%llu) in iFormat; 0 when it cannot be read.
+    void writeFreeMemory(const wchar_t* iFormat) const noexcept;
+    void writeProcessMemory(const wchar_t* iFormat) const noexcept;
+
+    /// The memory that the process uses, in bytes, for a line of level 0; 0 when it cannot be read,
+    /// or when the log doesn't write such lines.
+    unsigned long long readProcessMemory() const noexcept;
+
+private:
+    bool writesFigures() const noexcept;
+
+    std::atomic<PLogger*> fLogger; ///< owned
+};
 
 #endif

@@ -6,13 +6,10 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
-#include <cstdlib>
-#include <new>
 
 namespace
 {
 constexpr wchar_t kCoreVersion[] = L"3.3.32";
-constexpr char kConsoleVariable[] = "LOG_IXLACORE";
 
 void _print(const char* iText)
 {
@@ -29,12 +26,12 @@ int PCore::startFlow(const PString* iArgs, unsigned int iCount)
         return eIxlaInvalidArgument;
     }
     PStartArguments arguments;
-    int result = arguments.parse(iArgs, iCount);
+    int result = arguments.parse(iArgs, iCount, getCoreLogger());
     if (result != 0)
     {
         return result;
     }
-    openLog(arguments);
+    fLog.open(arguments);
     PLogger::debug(getCoreLogger(), 0, L"[startFlow] Core v%ls", kCoreVersion);
     result = initLocks();
     if (result != 0)
@@ -71,32 +68,6 @@ int PCore::startFlow(const PString* iArgs, unsigned int iCount)
         result = loadPlugins(arguments.fPluginsDir, loadList);
     }
     return result == 0 ? markStarted() : result;
-}
-
-void PCore::openLog(const PStartArguments& iArguments)
-{
-    if (iArguments.fLogFile.len() == 0)
-    {
-        return;
-    }
-    PLogger* const logger = new (std::nothrow) PLogger;
-    if (!logger)
-    {
-        return;
-    }
-    // A log that cannot be opened does not keep the core from starting; the logger tries again.
-    logger->init(iArguments.fLogFile, L"Core", false,
-                 static_cast<unsigned int>(iArguments.fLogMaxSize), iArguments.fLogParts,
-                 iArguments.fLogMaxCount, iArguments.fLogEnable);
-    setCoreLogger(logger);
-    logger->setLevel(iArguments.fLogLevel);
-    // NOLINTNEXTLINE(concurrency-mt-unsafe): the core never changes the environment
-    if (std::getenv(kConsoleVariable))
-    {
-        logger->setPrintOnConsole(true);
-    }
-    PLogger::debug(logger, 0, kCoreLogFrame);
-    PLogger::debug(logger, 0, L"[startFlow] Logger initialized.");
 }
 
 int PCore::initLocks()
@@ -344,9 +315,9 @@ void PCore::announceStart()
     // Nobody need listen.
     fEventDispatcher->send(kIxlaCoreStartTopic, nullptr, 0);
     _print("\n[iXLA] Plugins initialized.\n\n");
-    logFreeMemory(L"[startFlow] Free mem: %llu");
+    fLog.writeFreeMemory(L"[startFlow] Free mem: %llu");
     PLogger::info(getCoreLogger(), 0, L"[startFlow] Proc mem Start flow end: %llu",
-                  readProcessMemory());
+                  fLog.readProcessMemory());
     PLogger::debug(getCoreLogger(), 0, L"[startFlow] Done.");
     PLogger::debug(getCoreLogger(), 0, kCoreLogFrame);
 }

@@ -1,7 +1,6 @@
 #include "PGuarded.h"
 #include "core/PCallGate.h"
 #include "core/PCore.h"
-#include "core/PCoreLog.h"
 #include "core/PExitNotice.h"
 #include "portinglayer/PLockGuard.h"
 #include "portinglayer/PThread.h"
@@ -17,30 +16,13 @@ constexpr int kDefaultTimeoutSeconds = 300;
 constexpr unsigned int kWaitMilliseconds = 5000;
 constexpr unsigned int kShortestGraceMilliseconds = 2500;
 constexpr unsigned int kLongestLeaveMilliseconds = 5000;
-
-void _logMemory()
-{
-    logFreeMemory(L"[stopFlow] Free mem: %llu");
-    logProcessMemory(L"[stopFlow] Proc mem: %llu");
-}
-
-void _join(PThread& ioNotifier)
-{
-    PLogger::debug(getCoreLogger(), 0, L"[stopFlow] Join notify thread to exit...");
-    void* exitCode = nullptr;
-    const int result = ioNotifier.pjoin(exitCode);
-    // NOLINTNEXTLINE(performance-no-int-to-ptr): shown with %p, never followed
-    void* const shown = reinterpret_cast<void*>(static_cast<std::intptr_t>(result));
-    PLogger::debug(getCoreLogger(), 0, L"[stopFlow] Join return res: %p exitCode: %d", shown,
-                   static_cast<int>(reinterpret_cast<std::intptr_t>(exitCode)));
-}
 } // namespace
 
 int PCore::stopFlow()
 {
     PLogger::debug(getCoreLogger(), 0, kCoreLogFrame);
     PLogger::debug(getCoreLogger(), 0, L"[stopFlow] Stopping core...");
-    _logMemory();
+    writeMemory();
     const int timeout = readExitTimeout();
     const int result = announceExit(timeout);
     if (result != 0)
@@ -52,10 +34,16 @@ int PCore::stopFlow()
     {
         cleanup();
     }
-    _logMemory();
+    writeMemory();
     PLogger::debug(getCoreLogger(), 0, L"[stopFlow] Done.");
     PLogger::debug(getCoreLogger(), 0, kCoreLogFrame);
     return eIxlaOk;
+}
+
+void PCore::writeMemory() const
+{
+    fLog.writeFreeMemory(L"[stopFlow] Free mem: %llu");
+    fLog.writeProcessMemory(L"[stopFlow] Proc mem: %llu");
 }
 
 int PCore::readExitTimeout()
@@ -101,7 +89,7 @@ int PCore::announceExit(int iTimeout)
                    fNotifyExit ? 1 : 0);
     if (!fNotifyExit)
     {
-        _join(notifier);
+        join(notifier);
     }
     return lock.unlock() == 0 ? eIxlaOk : eIxlaUnlockFailed;
 }
@@ -148,6 +136,17 @@ int PCore::nl_awaitNotifier(int iTimeout)
     return eIxlaOk;
 }
 
+void PCore::join(PThread& ioNotifier) const
+{
+    PLogger::debug(getCoreLogger(), 0, L"[stopFlow] Join notify thread to exit...");
+    void* exitCode = nullptr;
+    const int result = ioNotifier.pjoin(exitCode);
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): shown with %p, never followed
+    void* const shown = reinterpret_cast<void*>(static_cast<std::intptr_t>(result));
+    PLogger::debug(getCoreLogger(), 0, L"[stopFlow] Join return res: %p exitCode: %d", shown,
+                   static_cast<int>(reinterpret_cast<std::intptr_t>(exitCode)));
+}
+
 bool PCore::nl_partFromNotifier()
 {
     return !fNotifyExit || fExitNotice->abandon();
@@ -179,7 +178,8 @@ void* PCore::thNotifyCoreExit(void* iCore)
     const int result = core->notifyCoreExit();
     if (!notice->isAbandoned())
     {
-        PLogger::debug(getCoreLogger(), 0, L"[thNotifyCoreExit] notifyCoreExit res: %d", result);
+        PLogger::debug(core->getCoreLogger(), 0, L"[thNotifyCoreExit] notifyCoreExit res: %d",
+                       result);
         notice->done();
     }
     return nullptr;
@@ -283,9 +283,6 @@ bool PCore::letCallsLeave() noexcept
 
 void PCore::keep() noexcept
 {
-    // Who asks for the log from now on gets none; a call that got it before may go on writing.
-    fKeptLogger = getCoreLogger();
-    setCoreLogger(nullptr);
     // The calls inside leave through their own gate; the next core gets a new one.
     fKeptGate = fGate.exchange(nullptr);
     fNextKept = fKeptCores;
@@ -305,7 +302,4 @@ PCore::~PCore()
     {
         PLogger::error(getCoreLogger(), 0, L"[~PCore] Failed to close cond var err: %d", result);
     }
-    PLogger* const logger = getCoreLogger();
-    setCoreLogger(nullptr);
-    delete logger;
 }

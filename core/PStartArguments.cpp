@@ -1,42 +1,42 @@
 #include "core/PStartArguments.h"
 
 #include "Ixla.h"
-#include "core/PCoreLog.h"
+#include "logger/PLogger.h"
 #include "portinglayer/PUtils.h"
 
 #include <cerrno>
 
 namespace
 {
-int _refuse(const PString& iKey, const PString& iValue, int iError)
+int _refuse(PLogger* iLogger, const PString& iKey, const PString& iValue, int iError)
 {
-    PLogger::error(getCoreLogger(), 0, L"[startFlow] Failed parsing arg:[%ls], val:[%ls], err: %d",
+    PLogger::error(iLogger, 0, L"[startFlow] Failed parsing arg:[%ls], val:[%ls], err: %d",
                    iKey.ptr(), iValue.ptr(), iError);
     return eIxlaInvalidArgument;
 }
 
-int _parseLimit(const PString& iKey, const PString& iValue, int& oLimit)
+int _parseLimit(PLogger* iLogger, const PString& iKey, const PString& iValue, int& oLimit)
 {
     int limit = 0;
     const int result = PUtils::strToInt32(iValue, limit);
     if (result != 0 || limit < 0)
     {
-        return _refuse(iKey, iValue, result);
+        return _refuse(iLogger, iKey, iValue, result);
     }
     oLimit = limit;
     return eIxlaOk;
 }
 
-int _parseLevel(const PString& iKey, const PString& iValue, int& oLevel)
+int _parseLevel(PLogger* iLogger, const PString& iKey, const PString& iValue, int& oLevel)
 {
     const int result = PUtils::strToInt32(iValue, oLevel);
-    return result == 0 ? eIxlaOk : _refuse(iKey, iValue, result);
+    return result == 0 ? eIxlaOk : _refuse(iLogger, iKey, iValue, result);
 }
 
-int _parseEnable(const PString& iKey, const PString& iValue, bool& oEnable)
+int _parseEnable(PLogger* iLogger, const PString& iKey, const PString& iValue, bool& oEnable)
 {
     const int result = PUtils::strToBool(iValue, oEnable);
-    return result == 0 ? eIxlaOk : _refuse(iKey, iValue, result);
+    return result == 0 ? eIxlaOk : _refuse(iLogger, iKey, iValue, result);
 }
 
 int _parsePath(const PString& iValue, PString& oPath)
@@ -47,7 +47,7 @@ int _parsePath(const PString& iValue, PString& oPath)
 }
 } // namespace
 
-int PStartArguments::parse(const PString* iArgs, unsigned int iCount)
+int PStartArguments::parse(const PString* iArgs, unsigned int iCount, PLogger* iLogger)
 {
     PString key;
     PString value;
@@ -62,7 +62,7 @@ int PStartArguments::parse(const PString* iArgs, unsigned int iCount)
         {
             continue;
         }
-        result = parseOne(key, value);
+        result = parseOne(key, value, iLogger);
         if (result != 0)
         {
             return result;
@@ -71,7 +71,7 @@ int PStartArguments::parse(const PString* iArgs, unsigned int iCount)
     return eIxlaOk;
 }
 
-int PStartArguments::parseOne(const PString& iKey, const PString& iValue)
+int PStartArguments::parseOne(const PString& iKey, const PString& iValue, PLogger* iLogger)
 {
     if (iKey.cmp(L"core.prs.file") == 0)
     {
@@ -83,25 +83,25 @@ int PStartArguments::parseOne(const PString& iKey, const PString& iValue)
     }
     if (iKey.cmp(L"core.log.maxsize") == 0)
     {
-        return _parseLimit(iKey, iValue, fLogMaxSize);
+        return _parseLimit(iLogger, iKey, iValue, fLogMaxSize);
     }
     if (iKey.cmp(L"core.log.parts") == 0)
     {
-        return _parseLimit(iKey, iValue, fLogParts);
+        return _parseLimit(iLogger, iKey, iValue, fLogParts);
     }
     if (iKey.cmp(L"core.log.level") == 0)
     {
-        return _parseLevel(iKey, iValue, fLogLevel);
+        return _parseLevel(iLogger, iKey, iValue, fLogLevel);
     }
     if (iKey.cmp(L"core.log.enable") == 0)
     {
-        return _parseEnable(iKey, iValue, fLogEnable);
+        return _parseEnable(iLogger, iKey, iValue, fLogEnable);
     }
     if (iKey.cmp(L"core.log.maxcount") == 0)
     {
         // Unlike the other numbers this one never fails the start: a bad count is logged and
         // leaves the log without that limit.
-        _parseLevel(iKey, iValue, fLogMaxCount);
+        _parseLevel(iLogger, iKey, iValue, fLogMaxCount);
         return eIxlaOk;
     }
     if (iKey.cmp(L"core.plugins.dir") == 0)

@@ -4,14 +4,16 @@
 
 #include "portinglayer/PString.h"
 
+class PLogger;
+
 /// The core arguments with their defaults. Keys that are not the core's are left alone here.
 class PStartArguments
 {
 public:
     /// Reads iCount arguments of the form key=value; a later one of the same key wins, and one
     /// without "=" is skipped. Returns 0, -501, or -502 for a value that is none for its key, which
-    /// is logged first. May throw std::bad_alloc.
-    int parse(const PString* iArgs, unsigned int iCount);
+    /// is logged first; iLogger may be null. May throw std::bad_alloc.
+    int parse(const PString* iArgs, unsigned int iCount, PLogger* iLogger);
 
     PString fCorePrsFile;
     PString fLogFile;
@@ -23,7 +25,7 @@ public:
     PString fPluginsDir;
 
 private:
-    int parseOne(const PString& iKey, const PString& iValue);
+    int parseOne(const PString& iKey, const PString& iValue, PLogger* iLogger);
 };
 
 #endif

@@ -1,7 +1,7 @@
 #include "core/PStartArguments.h"
 
 #include "Ixla.h"
-#include "core/PCoreLog.h"
+#include "logger/PLogger.h"
 #include "support/TempDir.h"
 #include "support/Texts.h"
 
@@ -18,17 +18,11 @@ protected:
     StartArguments()
     {
         fLogger.init(fDir.wideFile("core.log"), L"Core", false, 0, 0, 0, true);
-        setCoreLogger(&fLogger);
-    }
-
-    ~StartArguments() override
-    {
-        setCoreLogger(nullptr);
     }
 
     int parse(const std::vector<PString>& iArgs)
     {
-        return fArguments.parse(iArgs.data(), static_cast<unsigned int>(iArgs.size()));
+        return fArguments.parse(iArgs.data(), static_cast<unsigned int>(iArgs.size()), &fLogger);
     }
 
     int logCount(const std::string& iText) const

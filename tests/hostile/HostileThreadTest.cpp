@@ -192,7 +192,33 @@ TEST_F(HostileThread, InitThatNeverEndsHoldsNeitherTheStopNorTheNextCore)
     {
         EXPECT_EQ(0, result.get());
     }
+    EXPECT_EQ(2, fCore.logCount("] Waiting finished iCorePg.fInitState: 2"));
     EXPECT_EQ(0, PluginHooks::count("alpha.unmapped"));
+}
+
+TEST_F(HostileThread, KeptCoreWritesItsOwnLogBesideTheNextCore)
+{
+    startWith("alpha");
+    holdInit();
+    const int logged = fCore.logCount("] Init plugin done.");
+    std::future<int> initialising = requestOnThread("test.alpha");
+    ASSERT_TRUE(PluginHooks::waitFor("alpha.init"));
+    std::future<int> waiting = requestOnThread("test.alpha");
+    ASSERT_TRUE(waitUntil(
+        [this] { return fCore.logCount("] Waiting other thread to init plugin...") == 1; }));
+    EXPECT_FALSE(stopsCleanly());
+
+    const std::string second = fCore.dir.file("second.log");
+    fCore.set("core.log.file", second);
+    fCore.set("core.load.plugin.list", "none");
+    ASSERT_EQ(0, fCore.start());
+    fLeave.set_value();
+    EXPECT_EQ(0, initialising.get());
+    EXPECT_EQ(0, waiting.get());
+    EXPECT_EQ(logged + 1, fCore.logCount("] Init plugin done."));
+    EXPECT_EQ(1, fCore.logCount("] Waiting finished iCorePg.fInitState: 2"));
+    EXPECT_EQ(0, countLines(second, "] Waiting finished"));
+    EXPECT_EQ(0, fCore.stop());
 }
 
 TEST_F(HostileThread, StoppingFromWithinAnInitKeepsWhatTheInitNeeds)
@@ -203,7 +229,7 @@ TEST_F(HostileThread, StoppingFromWithinAnInitKeepsWhatTheInitNeeds)
     PluginHooks::on("alpha.init", [&] { return stopped = ixlaStop(); });
     EXPECT_EQ(0, request("test.alpha"));
     EXPECT_EQ(0, stopped);
-    EXPECT_EQ(logged, fCore.logCount("] Init plugin done."));
+    EXPECT_EQ(logged + 1, fCore.logCount("] Init plugin done."));
     EXPECT_EQ(1, fCore.logCount(kKept + "1, keep plugins and libraries"));
     EXPECT_EQ(eIxlaCoreNotStarted, request("test.alpha"));
     EXPECT_EQ(eIxlaCoreNotStarted, fCore.stop());
