@@ -7,6 +7,7 @@
 #include "config/PConfigChanged.h"
 #include "config/PConfigResult.h"
 #include "config/PStoreWriter.h"
+#include "core/PHeldService.h"
 #include "portinglayer/PBlank.h"
 #include "portinglayer/PFile.h"
 #include "portinglayer/PLockGuard.h"
@@ -520,10 +521,10 @@ int PConfigManager::fetchLogger(const PLiteral& iID, PBaseptr<ILogger>& oLogger)
         return eIxlaOk;
     }
     const int result = locked(&PConfigManager::nl_needsLogger, needed);
-    IBase* instance = nullptr;
-    if (result == 0 && needed && ixlaGetInstance(kIxlaLoggerId, instance) == 0)
+    if (result == 0 && needed)
     {
-        oLogger = static_cast<ILogger*>(instance);
+        const PHeldService<ILogger> logger(kIxlaLoggerId);
+        oLogger = logger.get();
     }
     return result;
 }
@@ -831,24 +832,23 @@ void PConfigManager::nl_prepareChange(IConfigChanged::EConfigChnagedType iType, 
     }
 }
 
-// The dispatcher is held by a plain reference: a holder group would need memory, and what was set
-// is to be announced in any case.
+// Needs no memory: what was set is to be announced in any case.
 void PConfigManager::_announce(const Change& iChange) noexcept
 {
-    IBase* instance = nullptr;
-    if (iChange.topics.empty() || ixlaGetInstance(kIxlaEventDispatcherId, instance) != 0 ||
-        !instance)
+    if (iChange.topics.empty())
     {
         return;
     }
-    IEventDispatcher* const dispatcher = static_cast<IEventDispatcher*>(instance);
-    dispatcher->incRef();
+    const PHeldService<IEventDispatcher> dispatcher(kIxlaEventDispatcherId);
+    if (dispatcher.result() != eIxlaOk)
+    {
+        return;
+    }
     for (const PString& topic : iChange.topics)
     {
         // A topic that nobody listens to, or that cannot be sent, doesn't keep the others back.
-        (void)dispatcher->send(topic, iChange.event.get(), 0);
+        (void)dispatcher.get()->send(topic, iChange.event.get(), 0);
     }
-    dispatcher->decRef();
 }
 
 int PConfigManager::nl_findDynamicCfgValues(const PLiteral& iID, bool iCreate,

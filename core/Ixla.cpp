@@ -2,6 +2,20 @@
 
 #include "PGuarded.h"
 #include "core/PCoreCall.h"
+#include "core/PHeldService.h"
+
+namespace
+{
+int _getInstance(const PCoreCall& iCall, const PLiteral& iInterfaceId, IBase*& oInstance)
+{
+    PCore* const core = iCall.core();
+    if (!core)
+    {
+        return eIxlaCoreNotStarted;
+    }
+    return ixlaGuarded([&] { return core->ixlaGetInstance(iInterfaceId, oInstance); });
+}
+} // namespace
 
 int ixlaStart(const PString* iArgs, unsigned int iCount)
 {
@@ -16,12 +30,25 @@ int ixlaStop()
 int ixlaGetInstance(const PLiteral& iInterfaceId, IBase*& oInstance)
 {
     const PCoreCall call;
-    PCore* const core = call.core();
-    if (!core)
+    return _getInstance(call, iInterfaceId, oInstance);
+}
+
+int ixlaHoldInstance(const PLiteral& iInterfaceId, IBase*& oInstance)
+{
+    const PCoreCall call;
+    IBase* instance = nullptr;
+    const int result = _getInstance(call, iInterfaceId, instance);
+    if (result != eIxlaOk)
     {
-        return eIxlaCoreNotStarted;
+        return result;
     }
-    return ixlaGuarded([&] { return core->ixlaGetInstance(iInterfaceId, oInstance); });
+    if (!instance)
+    {
+        return eIxlaNoInstance;
+    }
+    instance->incRef();
+    oInstance = instance;
+    return eIxlaOk;
 }
 
 bool ixlaIsInterfaceAvailable(const PLiteral& iInterfaceId)

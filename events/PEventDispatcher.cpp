@@ -2,6 +2,7 @@
 
 #include "Ixla.h"
 #include "PGuarded.h"
+#include "core/PHeldService.h"
 #include "portinglayer/PLockGuard.h"
 
 #include <algorithm>
@@ -38,11 +39,8 @@ void PEventDispatcher::error(const wchar_t* iFormat, TArgs... iArgs) const
 
 PEventDispatcher::PEventDispatcher() : fRefCount(0)
 {
-    IBase* logger = nullptr;
-    if (ixlaGetInstance(kIxlaLoggerId, logger) == eIxlaOk && logger)
-    {
-        fLogger = static_cast<ILogger*>(logger);
-    }
+    const PHeldService<ILogger> logger(kIxlaLoggerId);
+    fLogger = logger.get();
     debug(0, L"[EventDispatcher] Create instance: %p", _address(this));
 }
 

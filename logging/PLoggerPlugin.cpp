@@ -3,6 +3,7 @@
 #include "IConfigManager.h"
 #include "Ixla.h"
 #include "PGuarded.h"
+#include "core/PHeldService.h"
 #include "logging/PGate.h"
 #include "logging/PLoggerImpl.h"
 #include "portinglayer/PLockGuard.h"
@@ -23,18 +24,9 @@ constexpr wchar_t kMaxCountKey[] = L"core.plugins.log.maxcount";
 /// Loads the settings that the core shares with all plugins.
 int _loadGlobalConfig(PBaseptr<IConfig>& oConfig)
 {
-    IBase* instance = nullptr;
-    const int result = ixlaGetInstance(kIxlaConfigManagerId, instance);
-    if (result != eIxlaOk)
-    {
-        return result;
-    }
-    if (!instance)
-    {
-        return eIxlaNoInstance;
-    }
-    const PBaseptr<IConfigManager> manager(static_cast<IConfigManager*>(instance));
-    return manager->loadByID(kIxlaGlobalConfigId, oConfig);
+    const PHeldService<IConfigManager> manager(kIxlaConfigManagerId);
+    return manager.result() != eIxlaOk ? manager.result()
+                                       : manager.get()->loadByID(kIxlaGlobalConfigId, oConfig);
 }
 } // namespace
 

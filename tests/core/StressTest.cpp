@@ -18,6 +18,7 @@
 namespace
 {
 constexpr int kThreads = 8;
+constexpr int kStops = 300;
 
 class CoreStress : public testing::Test
 {
@@ -198,6 +199,34 @@ TEST_F(CoreStress, FreedLibrariesAreGoneAfterEveryStop)
         const std::string text(std::istreambuf_iterator<char>(maps), {});
         EXPECT_EQ(std::string::npos, text.find("libalpha.so"));
         EXPECT_EQ(round, PluginHooks::count("alpha.unmapped"));
+    }
+}
+
+TEST_F(CoreStress, SettersAnnounceAllThroughStops)
+{
+    fCore.erase("core.log.file");
+    for (int round = 0; round < kStops; ++round)
+    {
+        ASSERT_EQ(0, fCore.start());
+        const PBaseptr<IConfigManager> manager(fCore.get<IConfigManager>(kIxlaConfigManagerId));
+        ASSERT_EQ(0, manager->addListener(L"id", L"changed"));
+        std::atomic<bool> stopped{false};
+        std::barrier<> begin(3);
+        const auto set = [&]
+        {
+            begin.arrive_and_wait();
+            while (!stopped)
+            {
+                ASSERT_EQ(0, manager->setString(L"id", L"key", L"value"));
+            }
+        };
+        std::thread first(set);
+        std::thread second(set);
+        begin.arrive_and_wait();
+        EXPECT_EQ(0, fCore.stop());
+        stopped = true;
+        first.join();
+        second.join();
     }
 }
 } // namespace

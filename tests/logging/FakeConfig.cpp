@@ -1,5 +1,6 @@
 #include "logging/FakeConfig.h"
 
+#include "core/PHeldService.h"
 #include "portinglayer/PCounterSync.h"
 #include "portinglayer/PUtils.h"
 #include "support/Texts.h"
@@ -369,12 +370,17 @@ int FakeConfig::references()
     return sReferences.change(0);
 }
 
-int ixlaGetInstance(const PLiteral& iInterfaceId, IBase*& oInstance)
+int ixlaHoldInstance(const PLiteral& iInterfaceId, IBase*& oInstance)
 {
     if (FakeConfig::instanceResult != 0 || iInterfaceId != kIxlaConfigManagerId)
     {
         return FakeConfig::instanceResult != 0 ? FakeConfig::instanceResult : eIxlaUnknownInterface;
     }
-    oInstance = FakeConfig::noInstance ? nullptr : &sManager;
+    if (FakeConfig::noInstance)
+    {
+        return eIxlaNoInstance;
+    }
+    sManager.incRef();
+    oInstance = &sManager;
     return 0;
 }

@@ -55,6 +55,8 @@ PortFault PortFaults::fileDelete;
 PortFault PortFaults::int32ToStr;
 PortFault PortFaults::memoryUsage;
 PortFault PortFaults::stringSet;
+thread_local std::function<void()> PortFaults::beforeLock;
+thread_local std::function<void()> PortFaults::afterUnlock;
 std::atomic<bool> PortFaults::skipSleep{false};
 
 void PortFault::arm(int iCode, int iSkip, int iTimes)
@@ -130,6 +132,10 @@ int PMutex::init(bool iRepeatable) noexcept
 int PMutex::lock() noexcept
 {
     static auto* const real = next<int(PMutex*)>("_ZN6PMutex4lockEv");
+    if (PortFaults::beforeLock)
+    {
+        PortFaults::beforeLock();
+    }
     int code = 0;
     return PortFaults::mutexLock.strikes(code) ? code : real(this);
 }
@@ -138,7 +144,12 @@ int PMutex::unlock() noexcept
 {
     static auto* const real = next<int(PMutex*)>("_ZN6PMutex6unlockEv");
     int code = 0;
-    return PortFaults::mutexUnlock.strikes(code) ? code : real(this);
+    const int result = PortFaults::mutexUnlock.strikes(code) ? code : real(this);
+    if (PortFaults::afterUnlock)
+    {
+        PortFaults::afterUnlock();
+    }
+    return result;
 }
 
 int PMutex::close() noexcept

@@ -3,6 +3,7 @@
 #define IXLAL_TESTS_PORTFAULTS_H
 
 #include <atomic>
+#include <functional>
 #include <vector>
 
 /// A call that a test can make fail. The binary that links these objects defines the calls
@@ -51,6 +52,10 @@ struct PortFaults
     static PortFault int32ToStr;
     static PortFault memoryUsage;
     static PortFault stringSet;
+
+    /// Run on the calling thread before it locks a mutex, and after it has unlocked one.
+    static thread_local std::function<void()> beforeLock;
+    static thread_local std::function<void()> afterUnlock;
 
     /// While true, psleep notes its argument instead of sleeping.
     static std::atomic<bool> skipSleep;

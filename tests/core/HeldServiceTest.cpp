@@ -1,0 +1,118 @@
+#include "IConfigManager.h"
+#include "IEventDispatcher.h"
+#include "PBaseptr.h"
+#include "plugins/Counted.h"
+#include "support/CoreRun.h"
+#include "support/PortFaults.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <functional>
+#include <future>
+#include <thread>
+
+namespace
+{
+class CountingListener final : public Counted<IEventListener>
+{
+public:
+    int handleEvent(const PLiteral&, IBase*, int) override
+    {
+        return ++events;
+    }
+
+    std::atomic<int> events{0};
+};
+
+/// A service that asks the core for another one while the core stops. The stop ends exactly between
+/// the call that found the other service and whatever comes next.
+class HeldService : public testing::Test
+{
+protected:
+    HeldService()
+    {
+        EXPECT_EQ(0, fCore.start());
+        fManager = fCore.get<IConfigManager>(kIxlaConfigManagerId);
+    }
+
+    ~HeldService() override
+    {
+        PortFaults::reset();
+    }
+
+    static void awaitClosedGate()
+    {
+        IBase* instance = nullptr;
+        while (ixlaGetInstance(kIxlaConfigManagerId, instance) != eIxlaCoreNotStarted)
+        {
+            std::this_thread::yield();
+        }
+    }
+
+    /// Runs iWork, which takes the manager's lock and then looks up a service, beside a stop.
+    int besideTheStop(const std::function<int()>& iWork)
+    {
+        std::future<int> pending = std::async(std::launch::async,
+                                              [&]
+                                              {
+                                                  holdLookup();
+                                                  return iWork();
+                                              });
+        fInside.get_future().wait();
+        EXPECT_EQ(0, fCore.stop());
+        fStopped.set_value();
+        return pending.get();
+    }
+
+    CoreRun fCore;
+    PBaseptr<IConfigManager> fManager;
+
+private:
+    /// Holds the lookup of this thread twice: inside until the stop has begun to wait for it, then,
+    /// when it has left, until the stop is over.
+    void holdLookup()
+    {
+        PortFaults::beforeLock = [this, locks = 0]() mutable
+        {
+            if (++locks == kCoreLock)
+            {
+                fInside.set_value();
+                awaitClosedGate();
+                PortFaults::afterUnlock = [this, unlocks = 0]() mutable
+                {
+                    if (++unlocks == kGateUnlock)
+                    {
+                        fStopped.get_future().wait();
+                    }
+                };
+            }
+        };
+    }
+
+    static constexpr int kCoreLock = 2;   ///< the first lock of the work is the manager's
+    static constexpr int kGateUnlock = 2; ///< behind that of the core
+
+    std::promise<void> fInside;
+    std::promise<void> fStopped;
+};
+
+TEST_F(HeldService, SetterAnnouncesThroughADispatcherThatStays)
+{
+    const PBaseptr<CountingListener> listener(new CountingListener);
+    IEventDispatcher* const dispatcher = fCore.get<IEventDispatcher>(kIxlaEventDispatcherId);
+    ASSERT_EQ(0, dispatcher->addListener(L"changed", listener.get()));
+    ASSERT_EQ(0, fManager->addListener(L"id", L"changed"));
+    EXPECT_EQ(0, besideTheStop([this] { return fManager->setString(L"id", L"key", L"value"); }));
+    EXPECT_EQ(1, listener->events);
+    EXPECT_EQ(0, fCore.logCount("Calls that do not leave the core"));
+}
+
+TEST_F(HeldService, LoadingLogsThroughALoggerThatStays)
+{
+    PBaseptr<IConfig> config;
+    EXPECT_EQ(0, besideTheStop([&] { return fManager->loadByID(L"id", config); }));
+    EXPECT_TRUE(config);
+    EXPECT_EQ(0, fCore.logCount("Calls that do not leave the core"));
+}
+} // namespace
