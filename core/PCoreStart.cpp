@@ -2,10 +2,10 @@
 #include "core/PCoreLog.h"
 #include "core/PStartArguments.h"
 #include "portinglayer/PDir.h"
+#include "portinglayer/PStandardError.h"
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
 
 namespace
 {
@@ -13,9 +13,8 @@ constexpr wchar_t kCoreVersion[] = L"3.3.32";
 
 void _print(const char* iText)
 {
-    // There is nobody to tell when even this cannot be written.
-    static_cast<void>(std::fputs(iText, stderr));
-    static_cast<void>(std::fflush(stderr));
+    // A stream that takes no banner does not keep the core from starting.
+    static_cast<void>(PStandardError::write(iText));
 }
 } // namespace
 

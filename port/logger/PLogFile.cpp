@@ -2,7 +2,7 @@
 
 #include "PLogNumbers.h"
 #include "PLogText.h"
-#include "PSafeWrite.h"
+#include "portinglayer/PStandardError.h"
 #include "portinglayer/PUtf8.h"
 
 #include <algorithm>
@@ -14,7 +14,8 @@ namespace
 // Time, numbers and separators of a header, and the words of the report on lost lines.
 constexpr std::size_t kHeaderRoom = 96;
 constexpr std::size_t kReportRoom = 96;
-constexpr std::string_view kLossBegin = "[PLogger] Lost lines: ";
+constexpr std::string_view kLostLines = "[PLogger] Lost lines: ";
+constexpr std::string_view kLostEchoes = "[PLogger] Lost echo lines: ";
 constexpr std::string_view kLossError = " err: ";
 // A byte of a dump takes two digits, a blank and its character.
 constexpr std::size_t kDumpBytesEach = 4;
@@ -39,24 +40,27 @@ char _shown(unsigned char iByte)
 PLogFile::PLogFile(const std::string& iPath, const PLiteral& iTag, bool iNew,
                    const PLogLimits& iLimits)
     : fTag(_encodeTag(iTag)),
-      fFixedRoom(2 * (kHeaderRoom + fTag.size()) + kReportRoom),
+      fFixedRoom(3 * (kHeaderRoom + fTag.size()) + 2 * kReportRoom),
       fLine(fFixedRoom + std::size_t{PLogText::eShort} * PUtf8::eMaxBytes),
       fSink(iPath, iNew, iLimits),
       fLineBegin(0),
-      fLost(0),
-      fLastError(0)
+      fLost{0, 0},
+      fUnechoed{0, 0}
 {
 }
 
 PLogFile::~PLogFile()
 {
     PLogLock lock(fMutex);
-    if (fLost > 0 && fLine.reset(fFixedRoom) == 0)
+    const unsigned int reports = (fLost.lines > 0) + (fUnechoed.lines > 0);
+    if (reports == 0 || fLine.reset(fFixedRoom) != 0)
     {
-        nl_addLossReport();
-        // The last try; nobody is left who could hear of a failure.
-        static_cast<void>(fSink.put(fLine.bytes(), 1));
+        return;
     }
+    nl_addReport(kLostLines, fLost);
+    nl_addReport(kLostEchoes, fUnechoed);
+    // The last try; nobody is left who could hear of a failure.
+    static_cast<void>(fSink.put(fLine.bytes(), reports));
 }
 
 int PLogFile::open() noexcept
@@ -78,7 +82,7 @@ int PLogFile::write(char iKind, const PLogText& iText, const PLogEcho& iEcho) no
     fLine.add('\n');
     if (iEcho.text)
     {
-        PSafeWrite::print(fLine.bytes().substr(textBegin));
+        nl_echo(textBegin);
     }
     return nl_send(iEcho);
 }
@@ -140,10 +144,7 @@ int PLogFile::nl_begin(char iKind, std::size_t iLen, std::size_t iBytesEach) noe
     {
         return result;
     }
-    if (fLost > 0)
-    {
-        nl_addLossReport();
-    }
+    nl_addReport(kLostLines, fLost);
     fLineBegin = fLine.bytes().size();
     nl_addHeader(iKind);
     return 0;
@@ -151,23 +152,43 @@ int PLogFile::nl_begin(char iKind, std::size_t iLen, std::size_t iBytesEach) noe
 
 int PLogFile::nl_send(const PLogEcho& iEcho) noexcept
 {
-    const int result = fSink.put(fLine.bytes(), fLost > 0 ? 2 : 1);
+    const int result = fSink.put(fLine.bytes(), fLost.lines > 0 ? 2 : 1);
     if (iEcho.line)
     {
-        PSafeWrite::print(fLine.bytes().substr(fLineBegin));
+        nl_echo(fLineBegin);
     }
     if (result != 0)
     {
         return nl_lose(result);
     }
-    fLost = 0;
+    fLost.lines = 0;
     return 0;
+}
+
+/// Sends what stands behind iBegin to the standard error stream, after a report on what that has
+/// dropped before. The report is put together behind it, where nl_begin has left room.
+void PLogFile::nl_echo(std::size_t iBegin) noexcept
+{
+    const std::size_t end = fLine.bytes().size();
+    nl_addReport(kLostEchoes, fUnechoed);
+    int result = PStandardError::write(fLine.bytes().substr(end));
+    fLine.shorten(end);
+    if (result == 0)
+    {
+        fUnechoed.lines = 0;
+        result = PStandardError::write(fLine.bytes().substr(iBegin));
+    }
+    if (result != 0)
+    {
+        ++fUnechoed.lines;
+        fUnechoed.lastError = result;
+    }
 }
 
 int PLogFile::nl_lose(int iResult) noexcept
 {
-    ++fLost;
-    fLastError = iResult;
+    ++fLost.lines;
+    fLost.lastError = iResult;
     return iResult;
 }
 
@@ -179,12 +200,17 @@ void PLogFile::nl_addHeader(char iKind) noexcept
     fLine.add(fTag);
 }
 
-void PLogFile::nl_addLossReport() noexcept
+/// Nothing where no line was lost.
+void PLogFile::nl_addReport(std::string_view iWhat, const Losses& iLosses) noexcept
 {
+    if (iLosses.lines == 0)
+    {
+        return;
+    }
     nl_addHeader('E');
-    fLine.add(kLossBegin);
-    fLine.addNumber(fLost);
+    fLine.add(iWhat);
+    fLine.addNumber(iLosses.lines);
     fLine.add(kLossError);
-    fLine.addNumber(fLastError);
+    fLine.addNumber(iLosses.lastError);
     fLine.add('\n');
 }

@@ -10,6 +10,7 @@
 
 #include <cstddef>
 #include <string>
+#include <string_view>
 
 class PLogText;
 
@@ -21,8 +22,10 @@ struct PLogEcho
 };
 
 /// One open log. Each line is one write, made under the log's lock. Lines that cannot be written
-/// are counted; the next one that can be is preceded by a line that tells their number. All
-/// operations return 0 or the negated errno of a line that was lost. [any thread]
+/// are counted; the next one that can be is preceded by a line that tells their number. The same
+/// holds for the standard error stream, which never makes a line wait; what it dropped in the end
+/// is told by the file. All operations return 0 or the negated errno of a line that the file lost.
+/// [any thread]
 class PLogFile
 {
 public:
@@ -45,14 +48,21 @@ public:
              const PLogEcho& iEcho) noexcept;
 
 private:
+    struct Losses
+    {
+        long long lines;
+        int lastError;
+    };
+
     int nl_begin(char iKind, std::size_t iLen, std::size_t iBytesEach) noexcept
         IXLA_REQUIRES(fMutex);
     int nl_send(const PLogEcho& iEcho) noexcept IXLA_REQUIRES(fMutex);
     int nl_dumpLine(const unsigned char* iData, unsigned int iOffset, unsigned int iSize,
                     unsigned int iWidth, const PLogEcho& iEcho) noexcept IXLA_REQUIRES(fMutex);
+    void nl_echo(std::size_t iBegin) noexcept IXLA_REQUIRES(fMutex);
     int nl_lose(int iResult) noexcept IXLA_REQUIRES(fMutex);
     void nl_addHeader(char iKind) noexcept IXLA_REQUIRES(fMutex);
-    void nl_addLossReport() noexcept IXLA_REQUIRES(fMutex);
+    void nl_addReport(std::string_view iWhat, const Losses& iLosses) noexcept IXLA_REQUIRES(fMutex);
 
     const std::string fTag;       ///< as it stands in the lines, with its blanks
     const std::size_t fFixedRoom; ///< for all that goes out with a text
@@ -61,8 +71,8 @@ private:
     PLogLine fLine IXLA_GUARDED_BY(fMutex);
     PLogSink fSink IXLA_GUARDED_BY(fMutex);
     std::size_t fLineBegin IXLA_GUARDED_BY(fMutex); ///< where the line stands behind the report
-    long long fLost IXLA_GUARDED_BY(fMutex);
-    int fLastError IXLA_GUARDED_BY(fMutex);
+    Losses fLost IXLA_GUARDED_BY(fMutex);           ///< what the file lacks
+    Losses fUnechoed IXLA_GUARDED_BY(fMutex);       ///< what the standard error stream lacks
 };
 
 #endif

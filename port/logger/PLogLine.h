@@ -18,6 +18,12 @@ public:
     /// next reset must fit. Returns 0 or -12, and then nothing may be added.
     int reset(std::size_t iRoom) noexcept;
 
+    /// Takes back what was added behind the first iSize bytes.
+    void shorten(std::size_t iSize) noexcept
+    {
+        fSize = iSize;
+    }
+
     void add(char iByte) noexcept
     {
         fBytes[fSize++] = iByte;

@@ -46,7 +46,8 @@ public:
     /// The highest level that is written from now on. Returns 0. [any thread]
     int setLevel(int iLevel) noexcept;
 
-    /// Whether lines also go to the standard error stream. Returns 0. [any thread]
+    /// Whether lines also go to the standard error stream, which drops and counts those that it does
+    /// not take at once. Returns 0. [any thread]
     int setPrintOnConsole(bool iPrint) noexcept;
 
     /// Whether a line of this level would be written; costs a comparison. [any thread]

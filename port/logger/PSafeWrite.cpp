@@ -51,16 +51,3 @@ ssize_t PSafeWrite::writeFile(int iHandle, const char* iBytes, std::size_t iSize
     const ssize_t written = PRetry::call([=] { return ::write(iHandle, iBytes, iSize); });
     return written < 0 ? -errno : written;
 }
-
-void PSafeWrite::print(std::string_view iBytes) noexcept
-{
-    while (!iBytes.empty())
-    {
-        const ssize_t written = write(STDERR_FILENO, iBytes.data(), iBytes.size());
-        if (written <= 0)
-        {
-            return;
-        }
-        iBytes.remove_prefix(static_cast<std::size_t>(written));
-    }
-}

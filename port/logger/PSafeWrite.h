@@ -3,7 +3,6 @@
 #define IXLAL_PSAFEWRITE_H
 
 #include <cstddef>
-#include <string_view>
 
 #include <sys/types.h>
 
@@ -21,9 +20,6 @@ public:
     /// time to ask. A limit that another thread sets meanwhile counts from the next write on.
     static ssize_t writeFile(int iHandle, const char* iBytes, std::size_t iSize,
                              unsigned long long iFileSize) noexcept;
-
-    /// Writes to the standard error stream; what cannot be written is dropped.
-    static void print(std::string_view iBytes) noexcept;
 };
 
 #endif

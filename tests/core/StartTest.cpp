@@ -7,12 +7,16 @@
 #include "support/PluginHooks.h"
 #include "support/PortFaults.h"
 #include "support/Texts.h"
+#include "support/UnreadStream.h"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
+#include <future>
 #include <thread>
 
 namespace
@@ -104,6 +108,32 @@ TEST_F(Start, WithoutLogFileNoLogIsWritten)
     const std::string shown = testing::internal::GetCapturedStderr();
     EXPECT_FALSE(std::filesystem::exists(fCore.logFile()));
     EXPECT_EQ("\n[iXLA] Core started.\n\n[iXLA] Plugins initialized.\n\n", shown);
+}
+
+TEST_F(Start, BannersWithoutAReaderDoNotEndTheProcess)
+{
+    UnreadStream stream(UnreadStream::ePipe);
+    stream.closeReader();
+
+    EXPECT_EQ(0, fCore.start());
+
+    sigset_t pending;
+    sigpending(&pending);
+    EXPECT_EQ(0, sigismember(&pending, SIGPIPE));
+}
+
+TEST_F(Start, BannersThatNobodyReadsDoNotKeepItWaiting)
+{
+    setenv("LOG_IXLACORE", "1", 1);
+    UnreadStream stream(UnreadStream::ePipe);
+    stream.fill();
+    auto started = std::async(std::launch::async, [this] { return fCore.start(); });
+
+    const bool isSoon = started.wait_for(std::chrono::seconds(30)) == std::future_status::ready;
+
+    stream.closeReader();
+    EXPECT_TRUE(isSoon);
+    EXPECT_EQ(0, started.get());
 }
 
 TEST_F(Start, EnvironmentVariableShowsTheLogOnTheConsole)

@@ -55,6 +55,15 @@ std::size_t LogTest::overhead() const
            std::to_string(gettid()).size();
 }
 
+int showMessage(PLogger& ioLogger, const wchar_t* iFormat, ...)
+{
+    va_list args;
+    va_start(args, iFormat);
+    const int result = PLogger::showMsgBox(&ioLogger, 0, iFormat, args);
+    va_end(args);
+    return result;
+}
+
 std::string lossReport(int iLines, int iCode)
 {
     return "[PLogger] Lost lines: " + std::to_string(iLines) + " err: " + std::to_string(iCode);

@@ -63,6 +63,9 @@ protected:
     std::unique_ptr<PLogger> logger = std::make_unique<PLogger>();
 };
 
+/// Shows a text as a message box would.
+int showMessage(PLogger& ioLogger, const wchar_t* iFormat, ...);
+
 /// A text such as [PLogger] Lost lines: 2 err: -28
 std::string lossReport(int iLines, int iCode);
 

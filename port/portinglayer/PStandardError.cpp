@@ -1,0 +1,135 @@
+#include "PStandardError.h"
+
+#include "PDescriptor.h"
+#include "PErrno.h"
+#include "PRetry.h"
+#include "PWriteSignals.h"
+
+#include <atomic>
+#include <cerrno>
+#include <cstddef>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace
+{
+// The stream once more, with a mode of its own. The process itself has no such entry when its
+// first thread has ended.
+constexpr char kStreamAnew[] = "/proc/thread-self/fd/2";
+
+/// Whether the last text ended within a line.
+std::atomic<bool> sTorn{false};
+
+/// One attempt to write some of iText, as write(2) counts and fails.
+ssize_t _write(int iHandle, std::string_view iText) noexcept
+{
+    return PRetry::call([=] { return ::write(iHandle, iText.data(), iText.size()); });
+}
+
+ssize_t _send(std::string_view iText) noexcept
+{
+    return PRetry::call(
+        [=]
+        { return ::send(STDERR_FILENO, iText.data(), iText.size(), MSG_DONTWAIT | MSG_NOSIGNAL); });
+}
+
+/// For a pipe that may not be opened anew: what comes out of another pipe can be passed on without
+/// waiting, whatever the mode of the first.
+ssize_t _pass(std::string_view iText) noexcept
+{
+    int ends[2] = {-1, -1};
+    if (::pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0)
+    {
+        return -1;
+    }
+    ssize_t size = _write(ends[1], iText);
+    if (size > 0)
+    {
+        const auto taken = static_cast<std::size_t>(size);
+        size = PRetry::call(
+            [&] {
+                return ::splice(ends[0], nullptr, STDERR_FILENO, nullptr, taken, SPLICE_F_NONBLOCK);
+            });
+    }
+    const int error = errno;
+    PDescriptor::close(ends[0]);
+    PDescriptor::close(ends[1]);
+    errno = error;
+    return size;
+}
+
+/// For a terminal that may not be opened anew: one that is ready has room for a byte.
+ssize_t _writeReady(std::string_view iText) noexcept
+{
+    pollfd stream = {STDERR_FILENO, POLLOUT, 0};
+    if (PRetry::call([&] { return ::poll(&stream, 1, 0); }) < 0)
+    {
+        return -1;
+    }
+    if ((stream.revents & POLLOUT) == 0)
+    {
+        errno = EAGAIN;
+        return -1;
+    }
+    return _write(STDERR_FILENO, iText.substr(0, 1));
+}
+
+/// Writes iText by attempts; returns 0 or a negated errno.
+template <class TAttempt>
+int _writeAll(std::string_view iText, const TAttempt& iAttempt) noexcept
+{
+    while (!iText.empty())
+    {
+        const ssize_t size = iAttempt(iText);
+        if (size <= 0)
+        {
+            return size < 0 ? PErrno::last() : PErrno::code(EIO);
+        }
+        sTorn = iText[static_cast<std::size_t>(size) - 1] != '\n';
+        iText.remove_prefix(static_cast<std::size_t>(size));
+    }
+    return 0;
+}
+
+int _writeNow(std::string_view iText) noexcept
+{
+    struct stat state = {};
+    if (PRetry::call([&] { return ::fstat(STDERR_FILENO, &state); }) != 0)
+    {
+        return PErrno::last();
+    }
+    if (S_ISREG(state.st_mode))
+    {
+        // Has no reader to wait for; opened anew it would be written from its front.
+        return _writeAll(iText,
+                         [](std::string_view iRest) { return _write(STDERR_FILENO, iRest); });
+    }
+    if (S_ISSOCK(state.st_mode))
+    {
+        return _writeAll(iText, &_send);
+    }
+    const PDescriptor anew(kStreamAnew, O_WRONLY | O_NONBLOCK);
+    if (anew.result() == 0)
+    {
+        return _writeAll(iText, [&](std::string_view iRest) { return _write(anew.get(), iRest); });
+    }
+    return _writeAll(iText, S_ISFIFO(state.st_mode) ? &_pass : &_writeReady);
+}
+} // namespace
+
+int PStandardError::write(std::string_view iText) noexcept
+{
+    if (iText.empty())
+    {
+        return 0;
+    }
+    PWriteSignals signals;
+    int result = sTorn ? _writeNow("\n") : 0;
+    result = result == 0 ? _writeNow(iText) : result;
+    signals.takeBack(-result);
+    return result;
+}
