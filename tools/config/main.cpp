@@ -5,6 +5,7 @@
 #include "config/PToolError.h"
 #include "config/ReadCommands.h"
 #include "config/StoreCommands.h"
+#include "shared/PStandardOutput.h"
 
 #include <CLI/CLI.hpp>
 
@@ -25,7 +26,8 @@ Examples:
   ixla-config check config/*.prs
   ixla-config --dir config store com.example.net port 8080
 
-Exit codes: 0 done, 1 not found, errors found or refused by the core, 2 wrong usage.)";
+Exit codes: 0 done, 1 not found, errors found, refused by the core or standard output not written,
+2 wrong usage.)";
 
 /// What the command line says.
 struct Arguments
@@ -185,21 +187,12 @@ int _main(int iCount, char** iArguments)
     }
     return _run(*tool.get_subcommands().front(), arguments);
 }
-} // namespace
 
-int main(int iCount, char** iArguments)
+int _mainOrError(int iCount, char** iArguments)
 {
-    // NOLINTNEXTLINE(concurrency-mt-unsafe): no thread was begun yet
-    ::unsetenv("LOG_IXLACORE"); // the log of this core interests nobody
     try
     {
-        const int code = _main(iCount, iArguments);
-        std::cout.flush();
-        if (!std::cout)
-        {
-            throw PToolError("cannot write to the standard output");
-        }
-        return code;
+        return _main(iCount, iArguments);
     }
     catch (const PToolError& error)
     {
@@ -211,4 +204,13 @@ int main(int iCount, char** iArguments)
         std::cerr << "ixla-config: " << error.what() << '\n';
         return eExitFailed;
     }
+}
+} // namespace
+
+int main(int iCount, char** iArguments)
+{
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): no thread was begun yet
+    ::unsetenv("LOG_IXLACORE"); // the log of this core interests nobody
+    PStandardOutput output("ixla-config");
+    return output.exitCode(_mainOrError(iCount, iArguments));
 }

@@ -7,6 +7,7 @@ enum EExitCode : int
 {
     eExitOk = 0,
     eExitStartFailed = 1,
+    eExitOutputFailed = 1, ///< the standard output cannot be written; one code in all tools
     eExitUsage = 2,
     eExitInterfaceMissing = 3,
     eExitInterfaceFailed = 4,

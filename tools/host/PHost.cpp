@@ -12,12 +12,6 @@
 
 namespace
 {
-// Written at once, for those who follow the output through a pipe.
-void _say(const std::string& iText)
-{
-    std::cout << "ixla-host: " << iText << std::endl;
-}
-
 void _complain(const std::string& iText)
 {
     std::cerr << "ixla-host: " << iText << std::endl;
@@ -60,7 +54,8 @@ const char* _advise(int iResult)
 }
 } // namespace
 
-PHost::PHost(const PHostOptions& iOptions) : fOptions(iOptions), fReadyFile(iOptions.fReadyFile)
+PHost::PHost(const PHostOptions& iOptions, PStandardOutput& ioOutput)
+    : fOptions(iOptions), fOutput(ioOutput), fReadyFile(iOptions.fReadyFile)
 {
 }
 
@@ -163,7 +158,7 @@ EExitCode PHost::serve()
     {
         return complainOfReadyFile(error);
     }
-    _say("ready, process " + std::to_string(getpid()));
+    say("ready, process " + std::to_string(getpid()));
     _notify("READY=1");
     std::optional<std::chrono::seconds> limit;
     if (fOptions.fSeconds != PHostOptions::eNoLimit)
@@ -183,12 +178,20 @@ EExitCode PHost::stop(EExitCode iSoFar)
     const int result = ixlaStop();
     if (result == eIxlaOk)
     {
-        _say("stopped");
-        return code;
+        const EExitCode said = say("stopped");
+        return code == eExitOk ? said : code;
     }
     _complain("the stop failed: " + ixlaResultText(result));
     tellLog();
     return code == eExitOk ? eExitStopFailed : code;
+}
+
+// Written at once, for those who follow the output through a pipe.
+EExitCode PHost::say(const std::string& iText)
+{
+    std::cout << "ixla-host: " << iText << '\n';
+    const int error = fOutput.flush();
+    return error == 0 || error == EPIPE ? eExitOk : eExitOutputFailed;
 }
 
 EExitCode PHost::complainOfReadyFile(int iError) const

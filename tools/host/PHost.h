@@ -6,12 +6,15 @@
 #include "host/PHostOptions.h"
 #include "host/PReadyFile.h"
 #include "host/PStopSignals.h"
+#include "shared/PStandardOutput.h"
+
+#include <string>
 
 class PHost
 {
 public:
-    /// Made before any thread, because of the signals. iOptions must stay.
-    explicit PHost(const PHostOptions& iOptions);
+    /// Made before any thread, because of the signals. iOptions and ioOutput must stay.
+    PHost(const PHostOptions& iOptions, PStandardOutput& ioOutput);
 
     /// Stops the core when an exception has ended the run.
     ~PHost();
@@ -30,10 +33,14 @@ private:
     EExitCode initialiseRequired() const;
     EExitCode serve();
     EExitCode stop(EExitCode iSoFar);
+    /// Returns eExitOutputFailed when something could not be written. A reader that goes away is
+    /// none of the host's business.
+    EExitCode say(const std::string& iText);
     EExitCode complainOfReadyFile(int iError) const;
     void tellLog() const;
 
     const PHostOptions& fOptions;
+    PStandardOutput& fOutput;
     PStopSignals fSignals;
     PReadyFile fReadyFile;
     bool fStarted = false;

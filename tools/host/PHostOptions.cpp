@@ -18,7 +18,7 @@ constexpr char kDescription[] =
 constexpr char kFooter[] =
     "Exit codes:\n"
     "  0      stopped in good order\n"
-    "  1      the core did not start\n"
+    "  1      the core did not start, or the standard output cannot be written\n"
     "  2      the command line is wrong\n"
     "  3      no plugin offers a required interface\n"
     "  4      a required interface failed to initialise\n"

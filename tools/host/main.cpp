@@ -7,11 +7,13 @@
 
 int main(int iCount, char** iArguments)
 {
+    PStandardOutput output("ixla-host");
     try
     {
         PHostOptions options;
         int exitCode = eExitOk;
-        return options.parse(iCount, iArguments, exitCode) ? PHost(options).run() : exitCode;
+        return options.parse(iCount, iArguments, exitCode) ? PHost(options, output).run()
+                                                           : output.exitCode(exitCode);
     }
     catch (const std::exception& problem)
     {

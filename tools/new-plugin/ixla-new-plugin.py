@@ -8,6 +8,10 @@ from contextlib import ExitStack
 from pathlib import Path
 from shlex import quote
 
+sys.dont_write_bytecode = True
+
+import standard_streams
+
 TOOL = "ixla-new-plugin"
 VERSION = "@VERSION@"
 
@@ -18,7 +22,7 @@ examples:
 
 exit status:
   0  the project is written
-  1  it cannot be written there
+  1  it cannot be written there, or the standard output cannot be written
   2  the arguments make no sense
 """
 
@@ -155,7 +159,7 @@ def main() -> int:
         texts = rendered(words)
         check_directory(directory)
         write_project(directory, texts)
-        print(describe(directory, texts), flush=True)
+        print(describe(directory, texts))
         return 0
     except Refusal as refusal:
         print(f"{TOOL}: {refusal}", file=sys.stderr)
@@ -166,4 +170,4 @@ def main() -> int:
 
 
 if __name__ == "__main__":
-    sys.exit(main())
+    standard_streams.run(TOOL, main)

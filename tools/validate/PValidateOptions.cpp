@@ -16,7 +16,7 @@ constexpr char kExamples[] = R"(Examples:
   ixla-validate --only unload --limit 60 build/libgreeter.so
   ixla-validate --json build/libgreeter.so > greeter.json
 
-Exit code: 0 every check passed, 1 a check failed, 2 usage.)";
+Exit code: 0 every check passed, 1 a check failed or standard output not written, 2 usage.)";
 
 constexpr int kLongestLimit = 86400;
 

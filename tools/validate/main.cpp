@@ -1,5 +1,6 @@
 // ixla-validate: runs the contract of plugins against a plugin library.
 
+#include "shared/PStandardOutput.h"
 #include "validate/EExitCode.h"
 #include "validate/PCheck.h"
 #include "validate/PValidation.h"
@@ -18,9 +19,8 @@ void _listChecks()
         std::cout << std::left << std::setw(kNameWidth) << check.name << check.summary << '\n';
     }
 }
-} // namespace
 
-int main(int iCount, char** iArguments)
+int _main(int iCount, char** iArguments)
 {
     try
     {
@@ -42,4 +42,11 @@ int main(int iCount, char** iArguments)
         std::cerr << "ixla-validate: " << problem.what() << '\n';
         return eExitFailed;
     }
+}
+} // namespace
+
+int main(int iCount, char** iArguments)
+{
+    PStandardOutput output("ixla-validate");
+    return output.exitCode(_main(iCount, iArguments));
 }

@@ -159,8 +159,9 @@ class Stopping(HostTest):
         reading, writing = os.pipe()
         os.close(reading)
         with os.fdopen(writing, "w") as closed:
-            code, _, _ = self.run_host("--prs", "core.prs", "--seconds", "0", stdout=closed)
+            code, _, err = self.run_host("--prs", "core.prs", "--seconds", "0", stdout=closed)
         self.assertEqual(0, code)
+        self.assertEqual(1, err.count("cannot write to the standard output: Broken pipe"), err)
 
 
 class Requiring(HostTest):

@@ -1,0 +1,59 @@
+"""The standard streams of a tool: what cannot be written is told, and never by the interpreter."""
+
+import errno
+import io
+import os
+import signal
+import sys
+from collections.abc import Callable
+from typing import NoReturn
+
+
+class _Stream(io.FileIO):
+    """Takes whatever is written, and keeps the first failure to write it."""
+
+    error: OSError | None = None
+
+    def write(self, data) -> int:
+        if self.error is None:
+            try:
+                written = super().write(data)
+                if written is not None:
+                    return written
+                self.error = OSError(errno.EAGAIN, os.strerror(errno.EAGAIN))
+            except OSError as error:
+                self.error = error
+        return len(data)
+
+
+def _occupy_closed() -> None:
+    """Otherwise files of the tool would get their numbers, and what is meant for the streams."""
+    for stream, wrong_direction in ((0, os.O_WRONLY), (1, os.O_RDONLY), (2, os.O_RDONLY)):
+        try:
+            os.fstat(stream)
+        except OSError:
+            os.open(os.devnull, wrong_direction)  # gets the lowest number that is free
+
+
+def _text_of(stream: _Stream, line_buffering: bool) -> io.TextIOWrapper:
+    return io.TextIOWrapper(io.BufferedWriter(stream), errors="backslashreplace",
+                            line_buffering=line_buffering)
+
+
+def run(tool: str, main: Callable[[], int]) -> NoReturn:
+    """Ends the process with what main returns, or with 1 if that is 0 and the standard output did
+    not take everything. A reader that has gone ends it by SIGPIPE, as it ends other programs."""
+    signal.signal(signal.SIGPIPE, signal.SIG_DFL)
+    _occupy_closed()
+    output, errors = (_Stream(number, "w", closefd=False) for number in (1, 2))
+    sys.stdout = _text_of(output, output.isatty())
+    sys.stderr = _text_of(errors, True)
+    try:
+        code = main()
+    except SystemExit as end:  # of argparse
+        code = end.code
+    sys.stdout.flush()
+    if output.error:
+        print(f"{tool}: cannot write to the standard output: {output.error.strerror}",
+              file=sys.stderr)
+    sys.exit(code or (1 if output.error else 0))
