@@ -10,6 +10,7 @@
 #include <cstring>
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <link.h>
 #include <memory>
 #include <new>
 #include <utility>
@@ -32,6 +33,16 @@ int _refusal(const char* iPath) noexcept
 {
     const PDescriptor file(iPath, O_RDONLY | O_NONBLOCK);
     return file.result() != 0 ? file.result() : PErrno::code(ENOEXEC);
+}
+
+/// Whether an address lies in the library behind a handle, and not in another that it needs.
+bool _isOwn(void* iHandle, const void* iAddress) noexcept
+{
+    Dl_info symbol = {};
+    void* home = nullptr;
+    link_map* own = nullptr;
+    return dladdr1(iAddress, &symbol, &home, RTLD_DL_LINKMAP) != 0 &&
+           dlinfo(iHandle, RTLD_DI_LINKMAP, &own) == 0 && home == own;
 }
 
 /// A name without "/" would be searched for in the loader's own directories.
@@ -64,9 +75,9 @@ int PLibrary::load(const PLiteral& iPath, PLibrary*& oLibrary, bool iFreeOnDestr
         // NOLINTNEXTLINE(concurrency-mt-unsafe): glibc keeps a text for every thread
         return _fail(path.result(), std::strerror(-path.result()));
     }
-    if (PLibraryImage::isCutShort(path.get()))
+    if (const char* const flaw = PLibraryImage::findFlaw(path.get()))
     {
-        return _fail(PErrno::code(ENOEXEC), "file is cut short");
+        return _fail(PErrno::code(ENOEXEC), flaw);
     }
     try
     {
@@ -96,7 +107,9 @@ int PLibrary::getLoadError(PString& oText) noexcept
 
 void* PLibrary::getFunction(const char* iSymbol) const noexcept
 {
-    return iSymbol ? dlsym(fHandle, iSymbol) : nullptr;
+    // The search does not end with the library itself.
+    void* const address = iSymbol ? dlsym(fHandle, iSymbol) : nullptr;
+    return address && _isOwn(fHandle, address) ? address : nullptr;
 }
 
 const PString& PLibrary::getName() const noexcept

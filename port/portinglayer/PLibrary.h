@@ -9,7 +9,8 @@
 class IXLA_EXPORT PLibrary
 {
 public:
-    /// Closes the library if it was loaded with iFreeOnDestroy; otherwise it stays mapped.
+    /// Closes the library if it was loaded with iFreeOnDestroy; otherwise it stays mapped. The
+    /// caller holds no lock that a constructor or destructor of some library may want.
     virtual ~PLibrary();
 
     PLibrary(const PLibrary&) = delete;
@@ -19,8 +20,10 @@ public:
     /// symbols at once and offering them to nobody else. oLibrary is the caller's and is untouched
     /// on failure.
     /// Returns 0, the negated errno when the file cannot be opened, -8 when it is not a loadable
-    /// library, -12 for lack of memory, -22 for a path with a zero character; the loader's reason
-    /// is then kept for getLoadError. [any thread]
+    /// library, -12 for lack of memory, -22 for a path with a zero character; the reason is then
+    /// kept for getLoadError. A named pipe, a device, or any other file that is not regular is no
+    /// loadable library and is not opened. Runs code of the library while the loader's own lock is
+    /// held, as the destructor does. [any thread]
     static int load(const PLiteral& iPath, PLibrary*& oLibrary, bool iFreeOnDestroy) noexcept;
 
     /// Leaves the library mapped when this object goes, whatever it was loaded with.
@@ -29,11 +32,12 @@ public:
         fFreeOnDestroy = false;
     }
 
-    /// What went wrong in the last failed load of the calling thread, in the loader's words.
+    /// What went wrong in the last failed load of the calling thread, mostly in the loader's words.
     /// Returns 0 or -12. [any thread]
     static int getLoadError(PString& oText) noexcept;
 
-    /// The address of a symbol, by its mangled name; null when there is none. [any thread]
+    /// The address of a symbol that the library itself defines, by its mangled name; null when
+    /// there is none. What the libraries define that it needs does not count. [any thread]
     void* getFunction(const char* iSymbol) const noexcept;
 
     /// The path that it was loaded from. [any thread]

@@ -1,6 +1,7 @@
 #include "PLibraryImage.h"
 
 #include "PDescriptor.h"
+#include "PRetry.h"
 
 #include <cstring>
 #include <fcntl.h>
@@ -14,6 +15,7 @@ typedef unsigned long long Offset;
 typedef ElfW(Ehdr) Header;
 typedef ElfW(Phdr) Segment;
 
+constexpr char kNotRegular[] = "not a regular file";
 constexpr unsigned char kOwnClass = sizeof(void*) == 8 ? ELFCLASS64 : ELFCLASS32;
 
 /// Reads the headers of a file. They stand at its front, which is fetched in one call.
@@ -56,23 +58,15 @@ bool _isBeyond(const Segment& iSegment, Offset iSize) noexcept
     return iSegment.p_type == PT_LOAD &&
            (iSegment.p_offset > iSize || iSegment.p_filesz > iSize - iSegment.p_offset);
 }
-} // namespace
 
-bool PLibraryImage::isCutShort(const char* iPath) noexcept
+bool _isCutShort(const PDescriptor& iFile, Offset iSize) noexcept
 {
-    const PDescriptor file(iPath, O_RDONLY | O_NONBLOCK);
-    struct stat status = {};
-    if (file.result() != 0 || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode))
-    {
-        return false;
-    }
-    const Headers headers(file);
+    const Headers headers(iFile);
     Header header;
     if (!_readHeader(headers, header))
     {
         return false;
     }
-    const Offset size = static_cast<Offset>(status.st_size);
     for (unsigned int i = 0; i < header.e_phnum; ++i)
     {
         Segment segment;
@@ -81,10 +75,37 @@ bool PLibraryImage::isCutShort(const char* iPath) noexcept
         {
             return false;
         }
-        if (_isBeyond(segment, size))
+        if (_isBeyond(segment, iSize))
         {
             return true;
         }
     }
     return false;
+}
+} // namespace
+
+const char* PLibraryImage::findFlaw(const char* iPath) noexcept
+{
+    // Opening alone can act on a device, or let go a process that waits to write to a pipe.
+    struct stat status = {};
+    if (PRetry::call([&] { return ::stat(iPath, &status); }) != 0)
+    {
+        return nullptr;
+    }
+    if (!S_ISREG(status.st_mode))
+    {
+        return kNotRegular;
+    }
+    // Looked at again once it is open, and opened so that it does not block: another file may have
+    // taken the place of the first.
+    const PDescriptor file(iPath, O_RDONLY | O_NONBLOCK);
+    if (file.result() != 0 || PRetry::call([&] { return ::fstat(file.get(), &status); }) != 0)
+    {
+        return nullptr;
+    }
+    if (!S_ISREG(status.st_mode))
+    {
+        return kNotRegular;
+    }
+    return _isCutShort(file, static_cast<Offset>(status.st_size)) ? "file is cut short" : nullptr;
 }

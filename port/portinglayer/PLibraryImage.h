@@ -1,16 +1,18 @@
-// PLibraryImage: whether a library file is whole.
+// PLibraryImage: whether a file may be given to the loader.
 #ifndef IXLAL_PLIBRARYIMAGE_H
 #define IXLAL_PLIBRARYIMAGE_H
 
-/// The loader maps what the headers of a library name without comparing it with the size of the
-/// file. Of a file that was cut short, it then reads pages that are not there, and the process
-/// dies of it.
+/// What the loader does not look at before it is too late. It opens whatever stands at a path, and
+/// the opening of a named pipe blocks until somebody writes to it. It maps what the headers of a
+/// library name without comparing it with the size of the file; of one that was cut short it then
+/// reads pages that are not there, and the process dies of it.
 struct PLibraryImage
 {
-    /// True when the file at iPath is a library of this word size that ends before the last byte
-    /// that it wants mapped. False for whole libraries, and for all that the loader refuses by
-    /// itself. [any thread]
-    static bool isCutShort(const char* iPath) noexcept;
+    /// Why the loader must not get the file at iPath: that it is not a regular file (which is then
+    /// not opened here either), or that it is a library of this word size that ends before the last
+    /// byte that it wants mapped. Null for whole libraries, and for all that the loader refuses by
+    /// itself. The answer holds for as long as nobody replaces the file. [any thread]
+    static const char* findFlaw(const char* iPath) noexcept;
 };
 
 #endif

@@ -1,8 +1,11 @@
 #include "hostile/HostileTest.h"
+#include "support/Deadline.h"
+#include "support/OpenWatch.h"
 
 #include <algorithm>
 #include <dlfcn.h>
 #include <filesystem>
+#include <sys/stat.h>
 #include <vector>
 
 namespace fs = std::filesystem;
@@ -63,6 +66,41 @@ TEST_F(HostileLibrary, TextFileIsRefused)
 {
     fCore.dir.write("plugins/text.so", std::string(10000, 'x'));
     expectRefused("text.so", "invalid ELF header");
+}
+
+TEST_F(HostileLibrary, NamedPipeIsRefusedUnopened)
+{
+    const std::string path = fCore.dir.file("plugins/pipe.so");
+    ASSERT_EQ(0, mkfifo(path.c_str(), 0600));
+    const OpenWatch watch(path);
+    const Deadline deadline;
+    expectRefused("pipe.so", "reason: not a regular file");
+    EXPECT_FALSE(watch.wasOpened());
+}
+
+TEST_F(HostileLibrary, LinkToADeviceIsRefused)
+{
+    fs::create_symlink("/dev/zero", fCore.dir.path() / "plugins" / "zero.so");
+    const Deadline deadline;
+    expectRefused("zero.so", "reason: not a regular file");
+}
+
+TEST_F(HostileLibrary, LibraryWithoutAFactoryIsSkippedThoughOneThatItNeedsHasOne)
+{
+    fCore.addPlugin("service");
+    fCore.addPlugin("borrower");
+    EXPECT_EQ(0, fCore.start());
+    EXPECT_EQ(1, fCore.logCount("D Core [startFlow] Library is not a plugin ignore it: " +
+                                fCore.dir.file("plugins/libborrower.so")));
+    EXPECT_EQ(1, fCore.logCount("D Core [loadPluginLib] Get IPlugin ptr: "));
+    EXPECT_EQ(0, request("test.service"));
+}
+
+TEST_F(HostileLibrary, FactoryOfALibraryThatIsNeededRegistersNothing)
+{
+    fCore.addPlugin("borrower");
+    EXPECT_EQ(0, fCore.start());
+    EXPECT_EQ(eIxlaUnknownInterface, request("test.service"));
 }
 
 TEST_F(HostileLibrary, LibraryOfTheOtherWordSizeIsRefused)

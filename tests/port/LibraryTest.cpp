@@ -1,4 +1,6 @@
 #include "portinglayer/PLibrary.h"
+#include "support/Deadline.h"
+#include "support/OpenWatch.h"
 #include "support/TempDir.h"
 #include "support/Texts.h"
 
@@ -8,6 +10,9 @@
 #include <dlfcn.h>
 #include <filesystem>
 #include <memory>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
 #include <thread>
 
 namespace fs = std::filesystem;
@@ -44,6 +49,21 @@ protected:
         return countLines("/proc/self/maps", iPath) > 0;
     }
 
+    void makePipe(const std::string& iName)
+    {
+        ASSERT_EQ(0, mkfifo(dir.file(iName).c_str(), 0600));
+    }
+
+    void makeSocket(const std::string& iName)
+    {
+        sockaddr_un address = {};
+        address.sun_family = AF_UNIX;
+        dir.file(iName).copy(address.sun_path, sizeof address.sun_path - 1);
+        const int handle = socket(AF_UNIX, SOCK_STREAM, 0);
+        EXPECT_EQ(0, bind(handle, reinterpret_cast<const sockaddr*>(&address), sizeof address));
+        close(handle);
+    }
+
     TempDir dir;
     std::unique_ptr<PLibrary> library;
 };
@@ -71,6 +91,41 @@ TEST_F(LibraryTest, MissingSymbolIsNull)
 
     EXPECT_EQ(nullptr, library->getFunction("_Z13ixlaGetPluginv"));
     EXPECT_EQ(nullptr, library->getFunction(nullptr));
+}
+
+TEST_F(LibraryTest, SymbolOfALibraryThatItNeedsIsNotItsOwn)
+{
+    ASSERT_EQ(0, load(IXLAL_DEPENDENT_LIBRARY));
+
+    EXPECT_NE(nullptr, library->getFunction("testDependent"));
+    EXPECT_EQ(nullptr, library->getFunction("testAnswer"));
+}
+
+TEST_F(LibraryTest, OwnSymbolIsFoundBeforeThatOfALibraryThatItNeeds)
+{
+    ASSERT_EQ(0, load(IXLAL_DEPENDENT_LIBRARY));
+    auto* const shared = reinterpret_cast<int (*)()>(library->getFunction("testShared"));
+
+    ASSERT_NE(nullptr, shared);
+    EXPECT_EQ(2, shared());
+}
+
+TEST_F(LibraryTest, OtherNameOfAnOwnSymbolIsFound)
+{
+    ASSERT_EQ(0, load(IXLAL_DEPENDENT_LIBRARY));
+
+    EXPECT_EQ(library->getFunction("testDependent"), library->getFunction("testAlias"));
+}
+
+TEST_F(LibraryTest, SymbolsAreFoundInALibraryThatIsLoadedTwice)
+{
+    fs::create_symlink(IXLAL_TEST_LIBRARY, dir.path() / "link.so");
+    ASSERT_EQ(0, load(IXLAL_TEST_LIBRARY));
+    const std::unique_ptr<PLibrary> first = std::move(library);
+    ASSERT_EQ(0, load(dir.file("link.so")));
+
+    ASSERT_NE(nullptr, library->getFunction("testAnswer"));
+    EXPECT_EQ(first->getFunction("testAnswer"), library->getFunction("testAnswer"));
 }
 
 TEST_F(LibraryTest, NameIsThePathItWasLoadedFrom)
@@ -155,6 +210,39 @@ TEST_F(LibraryTest, EveryHeaderThatIsCutShortIsReported)
     {
         EXPECT_EQ(-8, load(dir.write("libcut.so", bytes.substr(0, length)))) << length;
     }
+}
+
+TEST_F(LibraryTest, FileThatIsNotRegularIsRefusedUnopened)
+{
+    makePipe("pipe.so");
+    makeSocket("socket.so");
+    fs::create_directory(dir.path() / "directory.so");
+    fs::create_symlink("pipe.so", dir.path() / "link.so");
+    fs::create_symlink("/dev/null", dir.path() / "device.so");
+    const Deadline deadline;
+    for (const char* name : {"pipe.so", "socket.so", "directory.so", "link.so", "device.so"})
+    {
+        const OpenWatch watch(dir.file(name));
+        ASSERT_TRUE(watch.watches()) << name;
+        EXPECT_EQ(-8, load(dir.file(name))) << name;
+        EXPECT_EQ("not a regular file", loadError()) << name;
+        EXPECT_FALSE(watch.wasOpened()) << name;
+    }
+}
+
+TEST_F(LibraryTest, LinkToALibraryIsLoaded)
+{
+    fs::create_symlink(IXLAL_TEST_LIBRARY, dir.path() / "link.so");
+
+    EXPECT_EQ(0, load(dir.file("link.so")));
+}
+
+TEST_F(LibraryTest, LinkThatLeadsNowhereIsReportedWithTheReason)
+{
+    fs::create_symlink("libnone.so", dir.path() / "link.so");
+
+    EXPECT_EQ(-2, load(dir.file("link.so")));
+    EXPECT_THAT(loadError(), testing::HasSubstr("link.so"));
 }
 
 TEST_F(LibraryTest, PathWithZeroIsRefused)

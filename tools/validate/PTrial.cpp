@@ -1,10 +1,11 @@
 #include "validate/PTrial.h"
 
+#include "helpers/Text.h"
 #include "validate/PFailedCheck.h"
 
 #include <algorithm>
-#include <dlfcn.h>
 #include <filesystem>
+#include <memory>
 #include <unistd.h>
 
 namespace fs = std::filesystem;
@@ -55,13 +56,14 @@ void PTrial::phase(const std::string& iText) const
     (void)!::write(fPhases, line.data(), line.size());
 }
 
-void* PTrial::load()
+PLibrary* PTrial::load()
 {
-    void* const library = ::dlopen(fOptions.plugin.c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (!library)
+    PLibrary* library = nullptr;
+    if (PLibrary::load(ixlaWide(fOptions.plugin), library, true) != 0)
     {
-        // NOLINTNEXTLINE(concurrency-mt-unsafe): the text is of this thread
-        fLoadError = ::dlerror();
+        PString reason;
+        PLibrary::getLoadError(reason); // without memory for it there is no reason
+        fLoadError = ixlaNarrow(reason);
     }
     return library;
 }
@@ -71,10 +73,10 @@ const std::string& PTrial::loadError() const
     return fLoadError;
 }
 
-void* PTrial::loadOrFail()
+PLibrary* PTrial::loadOrFail()
 {
     phase("loading the library");
-    void* const library = load();
+    PLibrary* const library = load();
     if (!library)
     {
         throw PFailedCheck(fLoadError, "see the check \"loads\"");
@@ -84,7 +86,7 @@ void* PTrial::loadOrFail()
 
 IPlugin* PTrial::makePlugin()
 {
-    void* const symbol = ::dlsym(loadOrFail(), kFactorySymbol);
+    void* const symbol = loadOrFail()->getFunction(kFactorySymbol);
     if (!symbol)
     {
         throw PFailedCheck("exports no factory " + std::string(kFactorySymbol),
@@ -111,7 +113,7 @@ IPlugin* PTrial::makePlugin()
 // The library is opened by its own path first: what it needs may stand beside it.
 PTestCore& PTrial::startCore(bool iWithPlugin, bool iUnload)
 {
-    void* const library = loadOrFail();
+    const std::unique_ptr<PLibrary> library(loadOrFail());
     fCore = new PTestCore;
     linkPlugins(iWithPlugin);
     _addConfiguration(fOptions.configDir, *fCore);
@@ -126,7 +128,6 @@ PTestCore& PTrial::startCore(bool iWithPlugin, bool iUnload)
         fCore->set("core.autostart.list", linkName());
         fCore->start();
     }
-    ::dlclose(library);
     return *fCore;
 }
 

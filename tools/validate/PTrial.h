@@ -4,6 +4,7 @@
 
 #include "IPlugin.h"
 #include "PBaseptr.h"
+#include "portinglayer/PLibrary.h"
 #include "testkit/PTestCore.h"
 #include "validate/PValidateOptions.h"
 
@@ -21,8 +22,9 @@ public:
     /// Says what is about to be done, so that it can be named when the process dies of it.
     void phase(const std::string& iText) const;
 
-    /// Opens the library. Null when that fails; loadError() then says why.
-    void* load();
+    /// Opens the library, which the caller may close. Null when that fails; loadError() then says
+    /// why.
+    PLibrary* load();
     const std::string& loadError() const;
 
     // What follows throws PFailedCheck when the plugin is to blame, and PTestError otherwise.
@@ -47,7 +49,7 @@ public:
     }
 
 private:
-    void* loadOrFail();
+    PLibrary* loadOrFail();
     [[noreturn]] void failInit(const std::string& iRequest) const;
     std::string linkName() const;
     void linkPlugins(bool iWithPlugin) const;

@@ -135,6 +135,8 @@ class Files(unittest.TestCase):
                     f'{PLUGINS}/missing_symbol/libmissing_symbol.so')
         self.expect('exports no factory _Z13ixlaGetPluginv',
                     f'{PLUGINS}/no_factory/libno_factory.so')
+        self.expect('exports no factory _Z13ixlaGetPluginv',
+                    f'{PLUGINS}/borrower/libborrower.so')
 
     def test_name_need_not_end_as_that_of_a_library(self):
         with tempfile.TemporaryDirectory() as directory:
