@@ -48,6 +48,11 @@ PConfigValues& PConfig::values() noexcept
     return fValues;
 }
 
+PReadFault& PConfig::readFault() noexcept
+{
+    return fReadFault;
+}
+
 int PConfig::getKeys(std::vector<PString>& oKeys) noexcept
 {
     return ixlaGuarded(

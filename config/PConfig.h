@@ -6,6 +6,7 @@
 #include "IConfigManager.h"
 #include "PBaseptr.h"
 #include "config/PConfigValue.h"
+#include "config/PReadFault.h"
 #include "portinglayer/PCounterSync.h"
 
 /// Answers from its own values and, when it has an ID, from the manager's run-time and stored
@@ -60,6 +61,9 @@ public:
     /// The own values, for the manager that fills them. Not synchronised.
     PConfigValues& values() noexcept;
 
+    /// How reading the last file into the own values ended, for the manager. Not synchronised.
+    PReadFault& readFault() noexcept;
+
     /// Looks a key up in the own values. Returns 0 or -504.
     int __findValue(const PLiteral& iKey, PConfigValue*& oValue) noexcept;
 
@@ -103,6 +107,7 @@ private:
     PConfigValues fValues;
     PString fID;
     PBaseptr<IConfigManager> fManager;
+    PReadFault fReadFault;
 };
 
 #endif

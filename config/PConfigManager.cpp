@@ -6,14 +6,17 @@
 #include "config/PConfig.h"
 #include "config/PConfigChanged.h"
 #include "config/PConfigResult.h"
+#include "config/PReadFault.h"
 #include "config/PStoreWriter.h"
 #include "core/PHeldService.h"
+#include "core/PServiceLog.h"
 #include "portinglayer/PBlank.h"
 #include "portinglayer/PFile.h"
 #include "portinglayer/PLockGuard.h"
 #include "portinglayer/PUtils.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cwchar>
 #include <tuple>
 #include <utility>
@@ -152,13 +155,13 @@ int PConfigManager::locked(int (PConfigManager::*iWork)(TParameter...),
 }
 
 template <class TAppend>
-int PConfigManager::load(const PLiteral& iID, PBaseptr<IConfig>& oConfig,
-                         const TAppend& iAppend) noexcept
+int PConfigManager::_load(IConfigManager* iManager, const PLiteral& iID, PBaseptr<IConfig>& oConfig,
+                          const TAppend& iAppend) noexcept
 {
     return ixlaGuarded(
         [&]
         {
-            const PBaseptr<IConfig> config = PBaseptr<IConfig>::adopt(new PConfig(this, iID));
+            const PBaseptr<IConfig> config = PBaseptr<IConfig>::adopt(new PConfig(iManager, iID));
             const int result = iAppend(config);
             if (result == 0)
             {
@@ -185,6 +188,19 @@ int PConfigManager::putAttrAs(const TConvert& iConvert, AttrTextOperation iOpera
     ShortText text;
     const int result = iConvert(iValue..., text);
     return result != 0 ? configResult(result) : (this->*iOperation)(iID, iKey, iAttribute, text);
+}
+
+template <class... TArgument>
+void PConfigManager::nl_error(const wchar_t* iFormat, TArgument... iArguments) noexcept
+{
+    if (fLogger)
+    {
+        fLogger->error(0, iFormat, iArguments...);
+    }
+    else
+    {
+        logServiceError(iFormat, iArguments...);
+    }
 }
 
 PConfigValues& PConfigManager::_valuesOf(const PBaseptr<IConfig>& iConfig) noexcept
@@ -388,17 +404,19 @@ int PConfigManager::_appendReadLine(const PSpan& iLine, PConfigValues& ioValues)
 }
 
 // A file that cannot be read on counts as ended there, unless it is only memory that is lacking.
-int PConfigManager::_appendLines(PFile& ioFile, PConfigValues& ioValues)
+int PConfigManager::_appendLines(PFile& ioFile, PConfigValues& ioValues, PReadFault& ioFault)
 {
     PConfigArena& arena = *ioValues.get_allocator().arena();
     int result = eIxlaOk;
     while (result == eIxlaOk)
     {
+        ++ioFault.line;
         const PConfigArena::Room room = arena.room();
         PConfigText line(room.len, room.text);
         const int read = configResult(ioFile.preadLine(line));
         if (read != 0)
         {
+            ioFault.code = read == -ENODATA ? 0 : read;
             return read == eIxlaNoMemory ? read : 0;
         }
         const PSpan text = PBlank::trimmed(line.ptr(), line.len());
@@ -433,8 +451,23 @@ int PConfigManager::_appendArgs(const PString* iArgs, std::size_t iCount,
 
 int PConfigManager::loadByFile(const PLiteral& iFile, PBaseptr<IConfig>& oConfig) noexcept
 {
-    return load(PLiteral(), oConfig,
-                [&](const PBaseptr<IConfig>& ioConfig) { return appendByFile(iFile, ioConfig); });
+    PReadFault fault;
+    return loadFile(this, iFile, oConfig, fault);
+}
+
+int PConfigManager::loadFile(IConfigManager* iManager, const PLiteral& iFile,
+                             PBaseptr<IConfig>& oConfig, PReadFault& oFault) noexcept
+{
+    oFault = PReadFault();
+    const int result = _load(iManager, PLiteral(), oConfig,
+                             [&](const PBaseptr<IConfig>& ioConfig)
+                             {
+                                 const int appended = appendByFile(iFile, ioConfig);
+                                 oFault = static_cast<PConfig&>(*ioConfig).readFault();
+                                 return appended;
+                             });
+    oFault.code = result != 0 ? result : oFault.code;
+    return result;
 }
 
 int PConfigManager::loadByArgs(const std::vector<PString>& iArgs,
@@ -444,8 +477,8 @@ int PConfigManager::loadByArgs(const std::vector<PString>& iArgs,
     {
         return eIxlaInvalidArgument;
     }
-    return load(PLiteral(), oConfig,
-                [&](const PBaseptr<IConfig>& ioConfig) { return appendByArgs(iArgs, ioConfig); });
+    return _load(this, PLiteral(), oConfig,
+                 [&](const PBaseptr<IConfig>& ioConfig) { return appendByArgs(iArgs, ioConfig); });
 }
 
 int PConfigManager::loadByArgs(const PString* iArgs, unsigned int iCount,
@@ -455,9 +488,9 @@ int PConfigManager::loadByArgs(const PString* iArgs, unsigned int iCount,
     {
         return eIxlaInvalidArgument;
     }
-    return load(PLiteral(), oConfig,
-                [&](const PBaseptr<IConfig>& ioConfig)
-                { return appendByArgs(iArgs, iCount, ioConfig); });
+    return _load(this, PLiteral(), oConfig,
+                 [&](const PBaseptr<IConfig>& ioConfig)
+                 { return appendByArgs(iArgs, iCount, ioConfig); });
 }
 
 int PConfigManager::appendByFile(const PLiteral& iFile, PBaseptr<IConfig> ioConfig) noexcept
@@ -466,13 +499,15 @@ int PConfigManager::appendByFile(const PLiteral& iFile, PBaseptr<IConfig> ioConf
     {
         return eIxlaInvalidArgument;
     }
+    PReadFault& fault = static_cast<PConfig&>(*ioConfig).readFault();
+    fault = PReadFault();
     PFile file;
-    int result = file.popen(iFile, PFile::eRead, 0);
-    if (result != 0)
+    int result = configResult(file.popen(iFile, PFile::eRead, 0));
+    if (result == 0)
     {
-        return configResult(result);
+        result = ixlaGuarded([&] { return _appendLines(file, _valuesOf(ioConfig), fault); });
     }
-    result = ixlaGuarded([&] { return _appendLines(file, _valuesOf(ioConfig)); });
+    fault.code = result != 0 ? result : fault.code;
     // Nothing was written, so closing has nothing to tell.
     (void)file.pclose();
     return result;
@@ -494,8 +529,8 @@ int PConfigManager::appendByArgs(const PString* iArgs, unsigned int iCount,
 
 int PConfigManager::loadByID(const PLiteral& iID, PBaseptr<IConfig>& oConfig) noexcept
 {
-    return load(iID, oConfig,
-                [&](const PBaseptr<IConfig>& ioConfig) { return appendByID(iID, ioConfig); });
+    return _load(this, iID, oConfig,
+                 [&](const PBaseptr<IConfig>& ioConfig) { return appendByID(iID, ioConfig); });
 }
 
 int PConfigManager::appendByID(const PLiteral& iID, PBaseptr<IConfig> ioConfig) noexcept
@@ -565,20 +600,16 @@ int PConfigManager::nl_appendByID(const PLiteral& iID, const PBaseptr<IConfig>& 
 int PConfigManager::nl_readFileList(const PLiteral& iID, PString& oFiles)
 {
     const int result = fManagerConfig->getString(iID, oFiles);
-    if (!fLogger)
+    if (result != 0 && result != eIxlaNotFound)
     {
-        return result;
+        nl_error(L"[%s] Failed to load config for iID(%ls) err: %d", "appendByID", iID.ptr(),
+                 result);
     }
-    if (result == eIxlaNotFound)
+    if (fLogger && result == eIxlaNotFound)
     {
         fLogger->debug(0, L"[%s] No config for iID(%ls)", "appendByID", iID.ptr());
     }
-    else if (result != 0)
-    {
-        fLogger->error(0, L"[%s] Failed to load config for iID(%ls) err: %d", "appendByID",
-                       iID.ptr(), result);
-    }
-    else
+    if (fLogger && result == 0)
     {
         fLogger->debug(0, L"[%s] Parse for iID: %ls files: %ls", "appendByID", iID.ptr(),
                        oFiles.ptr());
@@ -613,10 +644,15 @@ int PConfigManager::nl_appendFile(const PLiteral& iName, const PBaseptr<IConfig>
         fLogger->debug(0, L"[%s] Append file path: %ls", "appendByID", path.ptr());
     }
     const int result = appendByFile(path, ioConfig);
-    if (result != 0 && fLogger)
+    if (result != 0)
     {
-        fLogger->error(0, L"[%s] Failed to append file path(%ls) err: %d", "appendByID", path.ptr(),
-                       result);
+        nl_error(L"[%s] Failed to append file path(%ls) err: %d", "appendByID", path.ptr(), result);
+    }
+    const PReadFault fault = ioConfig ? static_cast<PConfig&>(*ioConfig).readFault() : PReadFault();
+    if (fault.code != 0 && fault.line != 0)
+    {
+        nl_error(L"[%s] Stopped reading file path(%ls) line: %u err: %d", "appendByID", path.ptr(),
+                 fault.line, fault.code);
     }
     return result;
 }
@@ -687,11 +723,18 @@ int PConfigManager::nl_loadManagerConfig()
     }
     PString path;
     nl_createFilePath(kManagerFile, path);
-    const int result = loadByFile(path, fManagerConfig);
+    PReadFault fault;
+    const int result = loadFile(this, path, fManagerConfig, fault);
     if (result != 0 && fLogger)
     {
         fLogger->error(0, L"[%s] Failed to load config manager file(%ls) err: %d",
                        "nl_loadManagerConfig", path.ptr(), result);
+    }
+    if (fault.code != 0)
+    {
+        // As a rule this is why there is no plugin log.
+        logServiceError(L"[%s] Failed to load config manager file(%ls) line: %u err: %d",
+                        "nl_loadManagerConfig", path.ptr(), fault.line, fault.code);
     }
     return result;
 }
@@ -1025,16 +1068,14 @@ int PConfigManager::nl_loadStore(PBaseptr<IConfig>& oStore)
         (void)file.popen(fStorePath, PFile::eWrite | PFile::eCreate, 0);
         (void)file.pclose();
     }
-    if (!fClosed)
+    // After cleanup() nobody breaks the circle that a kept snapshot and its manager would form.
+    IConfigManager* const manager = fClosed ? nullptr : this;
+    PReadFault fault;
+    const int loaded = loadFile(manager, fStorePath, oStore, fault);
+    if (fault.code != 0)
     {
-        return loadByFile(fStorePath, oStore);
-    }
-    // Nobody will break the circle any more that a kept snapshot and its manager would form.
-    const PBaseptr<IConfig> store = PBaseptr<IConfig>::adopt(new PConfig(nullptr, PString()));
-    const int loaded = appendByFile(fStorePath, store);
-    if (loaded == 0)
-    {
-        oStore = store;
+        nl_error(L"[%s] Failed to load store file: (%ls) line: %u err: %d", "nl_loadStore",
+                 fStorePath.ptr(), fault.line, fault.code);
     }
     return loaded;
 }
@@ -1044,21 +1085,15 @@ int PConfigManager::nl_saveStore(const PConfigValues& iStore, PStoreWriter& ioWr
     int result = configResult(PFile::pdelete(fStorePath));
     if (result != 0)
     {
-        if (fLogger)
-        {
-            fLogger->error(0, L"[%s] Failed to delete old store file: (%ls) err: %d",
-                           "nl_saveStore", fStorePath.ptr(), result);
-        }
+        nl_error(L"[%s] Failed to delete old store file: (%ls) err: %d", "nl_saveStore",
+                 fStorePath.ptr(), result);
         return result;
     }
     result = configResult(ioWriter.create(fStorePath));
     if (result != 0)
     {
-        if (fLogger)
-        {
-            fLogger->error(0, L"[%s] Failed to create store file: (%ls) err: %d", "nl_saveStore",
-                           fStorePath.ptr(), result);
-        }
+        nl_error(L"[%s] Failed to create store file: (%ls) err: %d", "nl_saveStore",
+                 fStorePath.ptr(), result);
         return result;
     }
     return configResult(ioWriter.write(iStore));

@@ -16,6 +16,7 @@
 
 class PFile;
 class PStoreWriter;
+struct PReadFault;
 struct PSpan;
 
 /// The configuration manager (see IConfigManager). Lives on the heap and must be held in a
@@ -123,6 +124,11 @@ public:
     /// holder destroys it. Other threads may go on using the manager.
     void cleanup() noexcept;
 
+    /// As loadByFile, for a configuration whose manager is iManager, which may be null; tells where
+    /// reading ended early, be the result 0 or not.
+    int loadFile(IConfigManager* iManager, const PLiteral& iFile, PBaseptr<IConfig>& oConfig,
+                 PReadFault& oFault) noexcept;
+
     /// The manager's lock, for reads that use the records of the finders below: hold it from the
     /// lookup to the copy.
     PMutex& mutex() noexcept;
@@ -189,7 +195,8 @@ private:
     int locked(int (PConfigManager::*iWork)(TParameter...), TArgument&&... iArguments) noexcept;
 
     template <class TAppend>
-    int load(const PLiteral& iID, PBaseptr<IConfig>& oConfig, const TAppend& iAppend) noexcept;
+    static int _load(IConfigManager* iManager, const PLiteral& iID, PBaseptr<IConfig>& oConfig,
+                     const TAppend& iAppend) noexcept;
 
     typedef int (IConfigManager::*TextOperation)(const PLiteral&, const PLiteral&, const PLiteral&);
     typedef int (IConfigManager::*AttrTextOperation)(const PLiteral&, const PLiteral&,
@@ -204,10 +211,15 @@ private:
     static PConfigValues& _valuesOf(const PBaseptr<IConfig>& iConfig) noexcept;
     static int _appendLine(const PLiteral& iLine, Entry& ioEntry, PConfigValues& ioValues) noexcept;
     static int _appendReadLine(const PSpan& iLine, PConfigValues& ioValues);
-    static int _appendLines(PFile& ioFile, PConfigValues& ioValues);
+    static int _appendLines(PFile& ioFile, PConfigValues& ioValues, PReadFault& ioFault);
     static int _appendArgs(const PString* iArgs, std::size_t iCount,
                            const PBaseptr<IConfig>& ioConfig) noexcept;
     static void _announce(const Change& iChange) noexcept;
+
+    /// Writes an error line where an operator looks for it: into the plugins' log, and into the
+    /// core's while the manager has no logger.
+    template <class... TArgument>
+    void nl_error(const wchar_t* iFormat, TArgument... iArguments) noexcept IXLA_REQUIRES(fMutex);
 
     int fetchLogger(const PLiteral& iID, PBaseptr<ILogger>& oLogger);
     int nl_needsLogger(bool& oNeeds) IXLA_REQUIRES(fMutex);

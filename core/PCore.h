@@ -57,6 +57,12 @@ public:
         return fGate.load(std::memory_order_acquire);
     }
 
+    /// Where the core's own lines go; null without a log file. All forms of PLogger accept null.
+    PLogger* getCoreLogger() const noexcept
+    {
+        return fLog.logger();
+    }
+
     static int ixlaStart(const PString* iArgs, unsigned int iCount) noexcept;
     static int ixlaStop() noexcept;
 
@@ -105,6 +111,7 @@ private:
     int initLocks();
     int loadCoreConfig(const PStartArguments& iArguments, const PString* iArgs,
                        unsigned int iCount);
+    int loadPropertyFile(const PLiteral& iFile);
     int publishLogDefaults(const PStartArguments& iArguments);
     void publishDefault(const PLiteral& iKey, int iValue, int& ioResult);
     int readLoadList(std::vector<PString>& oLoadList);
@@ -124,10 +131,6 @@ private:
     void pinGlobal(const PLiteral& iKey);
 
     // PCore.cpp
-    PLogger* getCoreLogger() const noexcept
-    {
-        return fLog.logger();
-    }
     PCorePlugin* findPlugin(const PLiteral& iInterfaceId) const;
 
     // PCoreLoad.cpp

@@ -1,3 +1,5 @@
+#include "config/PConfigManager.h"
+#include "config/PReadFault.h"
 #include "core/PCore.h"
 #include "core/PCoreLog.h"
 #include "core/PStartArguments.h"
@@ -107,7 +109,7 @@ int PCore::loadCoreConfig(const PStartArguments& iArguments, const PString* iArg
     }
     else
     {
-        result = fConfigManager->loadByFile(file, fConfig);
+        result = loadPropertyFile(file);
         if (result == 0)
         {
             result = fConfigManager->appendByArgs(iArgs, iCount, fConfig);
@@ -125,6 +127,20 @@ int PCore::loadCoreConfig(const PStartArguments& iArguments, const PString* iArg
         return eIxlaCoreConfigFailed;
     }
     return eIxlaOk;
+}
+
+int PCore::loadPropertyFile(const PLiteral& iFile)
+{
+    PConfigManager& manager = static_cast<PConfigManager&>(*fConfigManager);
+    PReadFault fault;
+    const int result = manager.loadFile(&manager, iFile, fConfig, fault);
+    if (fault.code != 0)
+    {
+        PLogger::error(getCoreLogger(), 0,
+                       L"[startFlow] Failed to load core prs: %ls line: %u err: %d", iFile.ptr(),
+                       fault.line, fault.code);
+    }
+    return result;
 }
 
 int PCore::publishLogDefaults(const PStartArguments& iArguments)

@@ -171,6 +171,33 @@ INSTANTIATE_TEST_SUITE_P(Calls, CoreFileSweep,
                                          "opendir", "readdir"),
                          [](const auto& iInfo) { return iInfo.param; });
 
+TEST(CoreFileReading, FilesThatCannotBeReadOnAreNamedWithTheLine)
+{
+    CoreRun core;
+    core.writeManagerConfig("net = net.prs");
+    core.writeConfig("net.prs", "short = 1\nlong = " + std::string(20000, 'x'));
+    core.writeConfig("store.txt", "net|long = " + std::string(20000, 'x'));
+    ASSERT_EQ(core.start(), 0);
+    const PBaseptr<IConfigManager> manager(core.get<IConfigManager>(kIxlaConfigManagerId));
+    PBaseptr<IConfig> config;
+    ASSERT_EQ(manager->loadByID(L"net", config), 0);
+
+    // The second part of each file.
+    FileFaults::read.arm(EIO, 1, 1);
+    EXPECT_EQ(manager->loadByID(L"net", config), 0);
+    FileFaults::read.arm(EIO, 1, 1);
+    EXPECT_EQ(manager->removeStoredKey(L"net", L"other"), 0);
+    FileFaults::disarm();
+
+    const std::string log = core.pluginLogFile();
+    EXPECT_EQ(countLines(log, " E pgs [appendByID] Stopped reading file path(" +
+                                  core.dir.file("config/net.prs") + ") line: 2 err: -5"),
+              1);
+    EXPECT_EQ(countLines(log, " E pgs [nl_loadStore] Failed to load store file: (" +
+                                  core.storeFile() + ") line: 1 err: -5"),
+              1);
+}
+
 TEST(CoreDescriptors, StartWithFewDescriptorsLeaksNoneAndWorksLater)
 {
 #ifdef __SANITIZE_ADDRESS__

@@ -11,7 +11,8 @@ from pathlib import Path
 DIRECTORIES = ("core", "config", "events", "logging", "port")
 TEXT = r'L?"(?:[^"\\]|\\.)*"'
 LINE = re.compile(rf'{TEXT}(?:\s*{TEXT})*')
-ERROR = re.compile(rf'\berror\(\s*(?:[^;"]*?,\s*)?({TEXT}(?:\s*{TEXT})*)', re.S)
+ERROR = re.compile(rf'\b(?:error|nl_error|logServiceError)\(\s*(?:[^;"]*?,\s*)?'
+                   rf'({TEXT}(?:\s*{TEXT})*)', re.S)
 PART = re.compile(r"%(?:ls|llu|lx|d|u|p|s)")
 LOSS = "[PLogger] Lost lines: … err: …"  # put together from parts in port/logger/PLogFile.cpp
 
