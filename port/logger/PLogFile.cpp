@@ -3,7 +3,6 @@
 #include "PLogNumbers.h"
 #include "PLogText.h"
 #include "portinglayer/PStandardError.h"
-#include "portinglayer/PUtf8.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -24,7 +23,7 @@ constexpr int kOffsetDigits = 8;
 /// The tag between blanks.
 std::string _encodeTag(const PLiteral& iTag)
 {
-    PLogLine line(iTag.len() * std::size_t{PUtf8::eMaxBytes} + 2);
+    PLogLine line(iTag.len() * std::size_t{PLogLine::eMaxBytes} + 2);
     line.add(' ');
     line.addText(iTag.ptr(), iTag.len());
     line.add(' ');
@@ -41,7 +40,7 @@ PLogFile::PLogFile(const std::string& iPath, const PLiteral& iTag, bool iNew,
                    const PLogLimits& iLimits)
     : fTag(_encodeTag(iTag)),
       fFixedRoom(3 * (kHeaderRoom + fTag.size()) + 2 * kReportRoom),
-      fLine(fFixedRoom + std::size_t{PLogText::eShort} * PUtf8::eMaxBytes),
+      fLine(fFixedRoom + std::size_t{PLogText::eShort} * PLogLine::eMaxBytes),
       fSink(iPath, iNew, iLimits),
       fLineBegin(0),
       fLost{0, 0},
@@ -72,7 +71,7 @@ int PLogFile::open() noexcept
 int PLogFile::write(char iKind, const PLogText& iText, const PLogEcho& iEcho) noexcept
 {
     PLogLock lock(fMutex);
-    const int result = nl_begin(iKind, iText.len(), PUtf8::eMaxBytes);
+    const int result = nl_begin(iKind, iText.len(), PLogLine::eMaxBytes);
     if (result != 0)
     {
         return nl_lose(result);

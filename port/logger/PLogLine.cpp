@@ -14,10 +14,7 @@ static_assert(std::endian::native == std::endian::little, "_copyPlain puts bytes
 
 namespace
 {
-bool _isPlain(wchar_t iChar)
-{
-    return iChar >= 0x20 && iChar < 0x80;
-}
+constexpr std::string_view kBackslashes = "\\\\";
 
 std::uint32_t _bits(wchar_t iChar)
 {
@@ -25,8 +22,29 @@ std::uint32_t _bits(wchar_t iChar)
     return static_cast<std::uint32_t>(iChar);
 }
 
-/// Copies characters of ASCII, up to the first other or control character; returns how many. Takes
-/// four at a time: of their bytes together, one below a blank lends from its highest bit.
+/// Whether a character is shown by its number.
+bool _isEscaped(std::uint32_t iChar)
+{
+    if (iChar < 0xA0)
+    {
+        return iChar != '\t' && (iChar < 0x20 || iChar >= 0x7F);
+    }
+    const bool turns = iChar == 0x061C || iChar == 0x200E || iChar == 0x200F ||
+                       (iChar >= 0x202A && iChar <= 0x202E) || (iChar >= 0x2066 && iChar <= 0x2069);
+    const bool separates = iChar == 0x2028 || iChar == 0x2029;
+    const bool hasUtf8 = iChar < 0xD800 || (iChar > 0xDFFF && iChar <= 0x10FFFF);
+    return turns || separates || !hasUtf8;
+}
+
+/// Characters of ASCII that are shown as they are, wherever they stand.
+bool _isPlain(wchar_t iChar)
+{
+    return iChar >= 0x20 && iChar < 0x7F && iChar != L'\\';
+}
+
+/// Copies plain characters up to the first other one; returns how many. Takes four at a time: of
+/// their bytes together, one below a blank lends from its highest bit, and so does a backslash that
+/// was turned to zero; a delete carries into it.
 std::size_t _copyPlain(const wchar_t* iText, std::size_t iLen, char* oBytes)
 {
     std::size_t done = 0;
@@ -37,7 +55,9 @@ std::size_t _copyPlain(const wchar_t* iText, std::size_t iLen, char* oBytes)
         const std::uint32_t third = _bits(iText[done + 2]);
         const std::uint32_t fourth = _bits(iText[done + 3]);
         const std::uint32_t bytes = first | second << 8 | third << 16 | fourth << 24;
-        if ((first | second | third | fourth) >= 0x80 || ((bytes - 0x20202020u) & 0x80808080u) != 0)
+        const std::uint32_t marks =
+            (bytes - 0x20202020u) | (bytes + 0x01010101u) | ((bytes ^ 0x5C5C5C5Cu) - 0x01010101u);
+        if ((first | second | third | fourth) >= 0x80 || (marks & 0x80808080u) != 0)
         {
             break;
         }
@@ -50,26 +70,17 @@ std::size_t _copyPlain(const wchar_t* iText, std::size_t iLen, char* oBytes)
     return done;
 }
 
-/// The letter that shows a character which would break the line; 0 for all others.
-char _escapeLetter(wchar_t iChar)
+/// Whether a backslash would begin an escape with this character behind it.
+bool _continuesEscape(wchar_t iChar)
 {
-    switch (iChar)
-    {
-    case L'\n':
-        return 'n';
-    case L'\r':
-        return 'r';
-    case L'\0':
-        return '0';
-    default:
-        return 0;
-    }
+    return std::wstring_view(L"nr0xuU\\").find(iChar) != std::wstring_view::npos ||
+           _isEscaped(_bits(iChar));
 }
 
 /// Whether a character ends a run of those that only PUtf8 can write.
 bool _endsForeign(wchar_t iChar)
 {
-    return _isPlain(iChar) || _escapeLetter(iChar) != 0;
+    return _isPlain(iChar) || iChar == L'\\' || _isEscaped(_bits(iChar));
 }
 } // namespace
 
@@ -124,15 +135,40 @@ void PLogLine::addText(const wchar_t* iText, std::size_t iLen) noexcept
         {
             return;
         }
-        if (const char letter = _escapeLetter(*iText))
+        if (*iText == L'\\')
         {
-            add('\\');
-            add(letter);
             ++iText;
+            add(iText != end && _continuesEscape(*iText) ? kBackslashes : kBackslashes.substr(1));
+            continue;
+        }
+        if (_isEscaped(_bits(*iText)))
+        {
+            addEscape(*iText++);
             continue;
         }
         const wchar_t* const rest = std::find_if(iText, end, &_endsForeign);
         fSize += PUtf8::encodeLine(iText, static_cast<std::size_t>(rest - iText), fBytes + fSize);
         iText = rest;
+    }
+}
+
+void PLogLine::addEscape(wchar_t iChar) noexcept
+{
+    const std::uint32_t bits = _bits(iChar);
+    const bool isByte = bits >= 0xDC80 && bits <= 0xDCFF;
+    if (bits == '\n' || bits == '\r' || bits == 0)
+    {
+        add(bits == '\n' ? "\\n" : bits == '\r' ? "\\r" : "\\0");
+    }
+    else if (bits < 0x80 || isByte)
+    {
+        add("\\x");
+        addHex(bits & 0xFFu, 2);
+    }
+    else
+    {
+        const bool isShort = bits <= 0xFFFF;
+        add(isShort ? "\\u" : "\\U");
+        addHex(bits, isShort ? 4 : 8);
     }
 }

@@ -41,8 +41,17 @@ public:
     /// The iDigits lowest hexadecimal digits, in lower case.
     void addHex(unsigned int iNumber, int iDigits) noexcept;
 
-    /// UTF-8, with line feed, carriage return and zero shown as \n, \r and \0. Takes up to
-    /// PUtf8::eMaxBytes bytes each character.
+    /// The most bytes that a character of a text takes.
+    enum
+    {
+        eMaxBytes = 10
+    };
+
+    /// UTF-8, with escapes for what would break a line, move a terminal's cursor or turn the
+    /// direction of writing: \n, \r and \0 for line feed, carriage return and zero, \xHH for other
+    /// controls below 80 and for bytes that were no UTF-8, \uHHHH and \UHHHHHHHH for the rest. A
+    /// tab stays. A backslash is doubled where it would read as the begin of an escape, so that
+    /// different texts never look the same. Takes up to eMaxBytes each character.
     void addText(const wchar_t* iText, std::size_t iLen) noexcept;
 
     std::string_view bytes() const noexcept
@@ -51,6 +60,8 @@ public:
     }
 
 private:
+    void addEscape(wchar_t iChar) noexcept;
+
     const std::size_t fUsualRoom;
     const std::unique_ptr<char[]> fUsual;
     std::unique_ptr<char[]> fLarge; ///< for one unusual line

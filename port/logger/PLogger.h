@@ -10,8 +10,8 @@
 class PLogFile;
 
 /// Writes lines to a log file. A line is: date and time with milliseconds, process and thread
-/// number, kind (D, I or E), tag and text. Line breaks inside a text are shown as "\n" and "\r",
-/// so that one call is one line.
+/// number, kind (D, I or E), tag and text. Line breaks and other control characters of a text are
+/// shown as escapes such as "\n" and "\x1b", so that one call is one line.
 ///
 /// A line is written when its level is at most the logger's level (0 at first); those of kind E
 /// always. Nothing is written by a logger that is null, not initialised or disabled. The line

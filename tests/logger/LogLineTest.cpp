@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
+#include <set>
 #include <thread>
 
 #include <pthread.h>
@@ -159,14 +160,41 @@ TEST_F(LogLine, ShowsEveryCharacterWhereverItStands)
 {
     const std::vector<std::pair<wchar_t, std::string>> characters = {
         {L'\t', "\t"},
-        {L'\x1F', "\x1F"},
         {L' ', " "},
-        {L'\x7F', "\x7F"},
-        {L'\x80', "\xC2\x80"},
+        {L'~', "~"},
+        {L'\\', "\\"},
+        {L'\u00a0', "\xC2\xA0"},
         {L'\u00e4', "\xC3\xA4"},
+        {L'\u2027', "\xE2\x80\xA7"},
+        {L'\u202f', "\xE2\x80\xAF"},
+        {L'\u2065', "\xE2\x81\xA5"},
+        {L'\u206a', "\xE2\x81\xAA"},
         {L'\U0001F600', "\xF0\x9F\x98\x80"},
-        {static_cast<wchar_t>(0xDCFF), "\xFF"},
+        {static_cast<wchar_t>(0x10FFFF), "\xF4\x8F\xBF\xBF"},
         {L'\n', "\\n"},
+        {L'\x1', "\\x01"},
+        {L'\a', "\\x07"},
+        {L'\b', "\\x08"},
+        {L'\x1B', "\\x1b"},
+        {L'\x1F', "\\x1f"},
+        {L'\x7F', "\\x7f"},
+        {L'\x80', "\\u0080"},
+        {L'\x9B', "\\u009b"},
+        {L'\x9F', "\\u009f"},
+        {L'\u061c', "\\u061c"},
+        {L'\u200e', "\\u200e"},
+        {L'\u200f', "\\u200f"},
+        {L'\u2028', "\\u2028"},
+        {L'\u2029', "\\u2029"},
+        {L'\u202a', "\\u202a"},
+        {L'\u202e', "\\u202e"},
+        {L'\u2066', "\\u2066"},
+        {L'\u2069', "\\u2069"},
+        {static_cast<wchar_t>(0xD800), "\\ud800"},
+        {static_cast<wchar_t>(0xDC80), "\\x80"},
+        {static_cast<wchar_t>(0xDCFF), "\\xff"},
+        {static_cast<wchar_t>(0x110000), "\\U00110000"},
+        {static_cast<wchar_t>(0xFFFFFFFF), "\\Uffffffff"},
     };
     init();
     std::vector<std::string> expected;
@@ -175,14 +203,72 @@ TEST_F(LogLine, ShowsEveryCharacterWhereverItStands)
     {
         for (std::size_t place = 0; place < 9; ++place)
         {
-            std::wstring text(9, L'x');
+            std::wstring text(9, L'z');
             text[place] = character;
             PLogger::info(logger.get(), 0, L"%ls", text.c_str());
-            expected.push_back(filler(place) + bytes + filler(8 - place));
+            expected.push_back(std::string(place, 'z') + bytes + std::string(8 - place, 'z'));
         }
     }
 
     EXPECT_EQ(expected, texts());
+}
+
+TEST_F(LogLine, BackslashIsDoubledWhereItWouldBeginAnEscape)
+{
+    init();
+
+    info("C:\\temp\\new \\r \\0 \\x \\u \\U \\\\ \\\x1B \\d \\");
+
+    EXPECT_THAT(
+        texts(),
+        ElementsAre("C:\\temp\\\\new \\\\r \\\\0 \\\\x \\\\u \\\\U \\\\\\ \\\\\\x1b \\d \\"));
+}
+
+TEST_F(LogLine, DifferentTextsNeverLookTheSame)
+{
+    const std::wstring characters = {L'\\', L'n',  L'r',    L'0',      L'x',   L'u', L'U',  L'1',
+                                     L'b',  L'\n', L'\x1B', L'\u202e', 0xDC9B, 0x9B, 0xDCC2};
+    std::vector<std::wstring> written = {L""};
+    init();
+
+    for (std::size_t from = 0, end = 1; written.back().size() < 3; from = end, end = written.size())
+    {
+        for (std::size_t i = from; i < end; ++i)
+        {
+            for (const wchar_t character : characters)
+            {
+                written.push_back(written[i] + character);
+            }
+        }
+    }
+    for (const std::wstring& text : written)
+    {
+        PLogger::info(logger.get(), 0, L"%ls", text.c_str());
+    }
+
+    const std::vector<std::string> shown = texts();
+    EXPECT_EQ(3616u, written.size());
+    EXPECT_EQ(written.size(), std::set<std::string>(shown.begin(), shown.end()).size());
+}
+
+TEST_F(LogLine, OfEscapesOnlyFitsToo)
+{
+    init();
+    const std::wstring text(1024, static_cast<wchar_t>(0x7FFFFFFF));
+
+    EXPECT_EQ(0, PLogger::info(logger.get(), 0, L"%ls", text.c_str()));
+
+    ASSERT_EQ(1u, texts().size());
+    EXPECT_EQ(10u * text.size(), texts()[0].size());
+}
+
+TEST_F(LogLine, ControlCharactersInTheTagAreShown)
+{
+    init({.tag = "a\x1B[2J"});
+
+    info("text");
+
+    EXPECT_THAT(lines(), ElementsAre(HasSubstr(" I a\\x1b[2J text")));
 }
 
 TEST_F(LogLine, BreaksInTheTagAreShown)
