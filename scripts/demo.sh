@@ -1,14 +1,15 @@
 #!/usr/bin/env bash
-# Builds the product and shows it at work: demo.sh
+# Builds the product and shows it at work, in a clean environment (see clean-env.sh): demo.sh
 set -eu
 
 root=$(cd "$(dirname "$0")/.." && pwd)
 build=$root/build/demo
 
+# With the caller's variables: it may need a proxy.
 "$root/scripts/install-deps.sh" build
 
 quietly() {
-    "$@" >"$build/build.log" 2>&1 || {
+    "$root/scripts/clean-env.sh" "$@" >"$build/build.log" 2>&1 || {
         tail -n 40 "$build/build.log" >&2
         exit 1
     }
@@ -20,4 +21,4 @@ echo "Building the product and the examples in $build"
 quietly cmake --preset release -B "$build" -DIXLAL_BUILD_TESTS=OFF
 quietly cmake --build "$build"
 
-"$root/examples/run-demo.sh" --keep "$build" 4
+"$root/scripts/clean-env.sh" "$root/examples/run-demo.sh" --keep "$build" 4

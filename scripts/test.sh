@@ -1,14 +1,31 @@
 #!/usr/bin/env bash
-# Builds the product and its tests and runs them all: test.sh [PRESET]
-# The preset is release (32-bit) unless another one of CMakePresets.json is named.
+# Builds the product and its tests and runs them all: test.sh [--hostile] [PRESET]
+# The preset is release (32-bit) unless another one of CMakePresets.json is named. All of it runs in
+# a clean environment, or with --hostile in one that is not kind; see clean-env.sh. The end tells
+# which tests were skipped, and why.
 set -eu
 
 root=$(cd "$(dirname "$0")/.." && pwd)
+clean=("$root/scripts/clean-env.sh")
+if [ "${1:-}" = --hostile ]; then
+    clean+=(--hostile)
+    shift
+fi
 preset=${1:-release}
+results=$root/build/$preset/tests.xml
 
+# With the caller's variables: it may need a proxy.
 "$root/scripts/install-deps.sh" test
 cd "$root"
 mkdir -p build
-cmake --preset "$preset" >build/configure.log || { cat build/configure.log; exit 1; }
-cmake --build --preset "$preset"
-ctest --preset "$preset"
+"${clean[@]}" cmake --preset "$preset" >build/configure.log || {
+    cat build/configure.log
+    exit 1
+}
+"${clean[@]}" cmake --build --preset "$preset"
+rm -f "$results"
+code=0
+"${clean[@]}" ctest --preset "$preset" --output-junit "$results" \
+    --test-output-size-passed 4000000 || code=$?
+"${clean[@]}" python3 "$root/scripts/skipped_tests.py" "$results"
+exit "$code"

@@ -3,7 +3,7 @@
 set -eu
 
 if ! command -v systemd-analyze >/dev/null; then
-    echo "systemd-analyze is not installed, so the unit is not checked"
+    echo "SKIPPED: systemd-analyze is not installed, so the unit is not checked"
     exit 77
 fi
 work=$(mktemp -d "${TMPDIR:-/tmp}/ixlal-test-XXXXXX")

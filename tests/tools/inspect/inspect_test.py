@@ -326,7 +326,10 @@ class Printing(InspectTest):
         self.assertIn(r"test.\x1b[2J", out)
 
     def on_terminal(self, **environment):
-        reading, writing = pty.openpty()
+        try:
+            reading, writing = pty.openpty()
+        except OSError as problem:
+            self.skipTest(f"no pseudo terminal: {problem}")
         subprocess.run([TOOL, self.add_odd()], stdout=writing, timeout=60,
                        env={**os.environ, "TERM": "xterm", "ODD_IDS": "test.odd", **environment})
         os.close(writing)
@@ -411,4 +414,4 @@ class CommandLine(InspectTest):
 
 
 if __name__ == "__main__":
-    unittest.main()
+    unittest.main(verbosity=2)

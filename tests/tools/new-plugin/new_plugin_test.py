@@ -160,7 +160,7 @@ class NewPluginTest(unittest.TestCase):
     def test_sources_are_formatted_as_ours(self):
         formatter = shutil.which("clang-format")
         if not formatter:
-            self.skipTest("no clang-format")
+            self.skipTest("clang-format is not installed")
         self.run_tool("greeter", "--id", ID)
         shutil.copy(Path(__file__).parents[3] / ".clang-format", self.dir)
         for name in self.files():
@@ -169,4 +169,4 @@ class NewPluginTest(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    unittest.main()
+    unittest.main(verbosity=2)

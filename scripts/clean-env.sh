@@ -1,0 +1,36 @@
+#!/usr/bin/env bash
+# Runs a command with none of the caller's variables but PATH, HOME, TERM and LANG, so that it does
+# everywhere what it does on a machine that was just installed: clean-env.sh [--hostile] COMMAND...
+# --hostile: without LANG, with a umask that leaves everything to the owner, and with a TMPDIR that
+# has a blank in its name and goes when the command ends.
+set -eu
+
+variables=()
+hostile=no
+keep() {
+    if [ -n "${!1+set}" ]; then
+        variables+=("$1=${!1}")
+    fi
+}
+
+if [ "${1:-}" = --hostile ]; then
+    hostile=yes
+    shift
+fi
+if [ $# -eq 0 ]; then
+    sed -n '3s/.*: /Usage: /p' "$0" >&2
+    exit 2
+fi
+keep PATH
+keep HOME
+keep TERM
+if [ "$hostile" = no ]; then
+    keep LANG
+    exec env -i "${variables[@]}" "$@"
+fi
+
+umask 077
+outer=$(mktemp -d /tmp/ixlal-hostile-XXXXXX)
+trap 'rm -rf "$outer"' EXIT
+mkdir "$outer/with blank"
+env -i "${variables[@]}" TMPDIR="$outer/with blank" "$@"
