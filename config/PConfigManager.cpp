@@ -13,6 +13,7 @@
 #include "portinglayer/PBlank.h"
 #include "portinglayer/PFile.h"
 #include "portinglayer/PLockGuard.h"
+#include "portinglayer/PTimedLockGuard.h"
 #include "portinglayer/PUtils.h"
 
 #include <algorithm>
@@ -241,15 +242,36 @@ void PConfigManager::cleanup() noexcept
 {
     // Other threads may still read through configurations that they keep. What goes is released
     // after the lock.
-    PBaseptr<IConfig> managerConfig;
-    PBaseptr<IConfig> loadedStore;
+    Cycle cycle;
     // Without the lock there is nothing better to do than the same.
     const PLockGuard lock(fMutex);
+    nl_close(cycle);
+}
+
+int PConfigManager::tryCleanup(unsigned int iMilliseconds) noexcept
+{
+    Cycle cycle;
+    const PTimedLockGuard lock(fMutex, iMilliseconds);
+    if (lock.result() == PTimedLockGuard::eTimeout)
+    {
+        return lock.result();
+    }
+    nl_close(cycle);
+    return eIxlaOk;
+}
+
+void PConfigManager::nl_close(Cycle& oCycle)
+{
     fClosed = true;
-    managerConfig = fManagerConfig;
+    oCycle.managerConfig = fManagerConfig;
     fManagerConfig.clear();
-    loadedStore = fLoadedStore;
+    oCycle.loadedStore = fLoadedStore;
     fLoadedStore.clear();
+}
+
+bool PConfigManager::isClosed() const noexcept
+{
+    return fClosed;
 }
 
 PMutex& PConfigManager::mutex() noexcept

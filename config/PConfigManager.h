@@ -11,6 +11,7 @@
 #include "portinglayer/PMutex.h"
 #include "portinglayer/PString.h"
 
+#include <atomic>
 #include <map>
 #include <vector>
 
@@ -124,6 +125,13 @@ public:
     /// holder destroys it. Other threads may go on using the manager.
     void cleanup() noexcept;
 
+    /// The same, when the lock is to be had within iMilliseconds: reading a file may take for ever.
+    /// Returns 0, or PTimedLockGuard::eTimeout with nothing changed.
+    int tryCleanup(unsigned int iMilliseconds) noexcept;
+
+    /// Whether it is shutting down.
+    bool isClosed() const noexcept;
+
     /// As loadByFile, for a configuration whose manager is iManager, which may be null; tells where
     /// reading ended early, be the result 0 or not.
     int loadFile(IConfigManager* iManager, const PLiteral& iFile, PBaseptr<IConfig>& oConfig,
@@ -188,6 +196,15 @@ private:
         std::vector<PString> topics;
         PBaseptr<IConfigChanged> event;
     };
+
+    /// What the manager holds that holds it in turn.
+    struct Cycle
+    {
+        PBaseptr<IConfig> managerConfig;
+        PBaseptr<IConfig> loadedStore;
+    };
+
+    void nl_close(Cycle& oCycle) IXLA_REQUIRES(fMutex);
 
     /// Runs a member that expects the lock. Returns its result, -501 for lack of memory, or the
     /// mutex's code.
@@ -277,7 +294,7 @@ private:
     PBaseptr<IConfig> fLoadedStore IXLA_GUARDED_BY(fMutex);   ///< as first read, less removals
     PBaseptr<IConfig> fManagerConfig IXLA_GUARDED_BY(fMutex); ///< the files of each ID
     PString fStorePath IXLA_GUARDED_BY(fMutex);               ///< empty until resolved
-    bool fClosed IXLA_GUARDED_BY(fMutex);
+    std::atomic<bool> fClosed;                                ///< set with the lock held
     /// Topics in the order of registration; an ID is present only while it has one.
     std::map<PString, std::vector<PString>, PLiteralLess> fListeners IXLA_GUARDED_BY(fMutex);
     PBaseptr<ILogger> fLogger IXLA_GUARDED_BY(fMutex); ///< messages are dropped while empty

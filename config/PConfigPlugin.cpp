@@ -13,9 +13,11 @@ PConfigPlugin::PConfigPlugin() noexcept : fRefCount(0)
 
 PConfigPlugin::~PConfigPlugin()
 {
-    if (fManager)
+    PConfigManager* const manager = static_cast<PConfigManager*>(fManager.get());
+    // One that is closed already is left alone: its lock may not be had for long.
+    if (manager && !manager->isClosed())
     {
-        static_cast<PConfigManager*>(fManager.get())->cleanup();
+        manager->cleanup();
     }
 }
 

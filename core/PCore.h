@@ -168,6 +168,7 @@ private:
     // know.
     void partFromNotifier() noexcept IXLA_NO_THREAD_SAFETY_ANALYSIS;
     bool letCallsLeave() noexcept;
+    bool closeConfigManager(long long iStart) noexcept;
     void keep() noexcept;
     int reportExit();
 

@@ -1,4 +1,5 @@
 #include "PGuarded.h"
+#include "config/PConfigManager.h"
 #include "core/PCallGate.h"
 #include "core/PCore.h"
 #include "core/PExitNotice.h"
@@ -15,7 +16,7 @@ constexpr wchar_t kTimeoutKey[] = L"core.notify.exit.timeout";
 constexpr int kDefaultTimeoutSeconds = 300;
 constexpr unsigned int kWaitMilliseconds = 5000;
 constexpr unsigned int kShortestGraceMilliseconds = 2500;
-constexpr unsigned int kLongestLeaveMilliseconds = 5000;
+constexpr long long kLongestLeaveMilliseconds = 5000;
 } // namespace
 
 int PCore::stopFlow()
@@ -270,7 +271,12 @@ bool PCore::letCallsLeave() noexcept
     {
         return false;
     }
-    const unsigned int calls = getGate()->close(kLongestLeaveMilliseconds);
+    const long long start = PTime::getTickCount();
+    unsigned int calls = getGate()->close(kLongestLeaveMilliseconds);
+    if (calls == 0 && !closeConfigManager(start))
+    {
+        calls = 1;
+    }
     if (calls != 0)
     {
         fKept = true;
@@ -279,6 +285,21 @@ bool PCore::letCallsLeave() noexcept
                        calls);
     }
     return !fKept;
+}
+
+/// False when a call of another thread uses the manager beyond the time that calls have since
+/// iStart: it may be reading a file that doesn't answer.
+bool PCore::closeConfigManager(long long iStart) noexcept
+{
+    const long long waited = PTime::getTickCountDiff(iStart, PTime::getTickCount());
+    const long long left = std::max(kLongestLeaveMilliseconds - waited, 0LL);
+    PConfigManager* const manager = static_cast<PConfigManager*>(fConfigManager.get());
+    if (!manager || manager->tryCleanup(static_cast<unsigned int>(left)) == 0)
+    {
+        return true;
+    }
+    PLogger::error(getCoreLogger(), 0, L"[PCore] Configuration manager is busy on another thread");
+    return false;
 }
 
 void PCore::keep() noexcept

@@ -36,6 +36,7 @@ public:
 
 private:
     friend class PConditionalVar;
+    friend class PTimedLockGuard;
 
     pthread_mutex_t fHandle;
     unsigned long fOwner; ///< the holding thread, 0 for none; read by others, hence atomically

@@ -32,6 +32,8 @@ class HeldService : public testing::Test
 protected:
     HeldService()
     {
+        fCore.writeManagerConfig("id = id.prs");
+        fCore.writeConfig("id.prs", "key = value");
         EXPECT_EQ(0, fCore.start());
         fManager = fCore.get<IConfigManager>(kIxlaConfigManagerId);
     }

@@ -1,12 +1,17 @@
+#include "IConfigManager.h"
 #include "IEventDispatcher.h"
 #include "core/LogOrder.h"
 #include "hostile/HostileTest.h"
 #include "plugins/ITestService.h"
+#include "support/SleepingThread.h"
 #include "support/Texts.h"
 
 #include <chrono>
+#include <fstream>
 #include <future>
 #include <string>
+#include <sys/stat.h>
+#include <unistd.h>
 #include <vector>
 
 namespace
@@ -29,6 +34,17 @@ protected:
         startWith("caller");
         ASSERT_EQ(0, request("test.caller"));
         ASSERT_TRUE(waitUntil([this] { return fCore.logCount("test.nobody") > 10; }));
+    }
+
+    /// Waits until a thread that loads a configuration from a pipe waits for the other end.
+    bool waitUntilOpening(pid_t iThread)
+    {
+        return waitUntil(
+                   [this] {
+                       return countLines(fCore.pluginLogFile(),
+                                         "D pgs [appendByID] Append file path: ") == 1;
+                   }) &&
+               waitUntilAsleep(iThread);
     }
 
     /// Lets alpha's init wait until the test ends it.
@@ -219,6 +235,36 @@ TEST_F(HostileThread, KeptCoreWritesItsOwnLogBesideTheNextCore)
     EXPECT_EQ(1, fCore.logCount("] Waiting finished iCorePg.fInitState: 2"));
     EXPECT_EQ(0, countLines(second, "] Waiting finished"));
     EXPECT_EQ(0, fCore.stop());
+}
+
+TEST_F(HostileThread, LoadingFromAPipeHoldsTheStopNoLongerThanOtherCalls)
+{
+    fCore.addPlugin("beta");
+    fCore.writeManagerConfig("net = net.prs");
+    const std::string pipe = fCore.dir.file("config/net.prs");
+    ASSERT_EQ(0, mkfifo(pipe.c_str(), 0600));
+    startWith("alpha");
+    const PBaseptr<IConfigManager> manager(fCore.get<IConfigManager>(kIxlaConfigManagerId));
+    PBaseptr<IConfig> config;
+    std::promise<pid_t> loading;
+    std::future<int> loaded = std::async(std::launch::async,
+                                         [&]
+                                         {
+                                             loading.set_value(gettid());
+                                             return manager->loadByID(L"net", config);
+                                         });
+    ASSERT_TRUE(waitUntilOpening(loading.get_future().get()));
+    std::future<int> stopped = std::async(std::launch::async, [this] { return fCore.stop(); });
+    EXPECT_EQ(std::future_status::ready, stopped.wait_for(std::chrono::seconds(8)));
+    EXPECT_EQ(1, fCore.logCount(kKept + "1, keep plugins and libraries"));
+    EXPECT_EQ(0, PluginHooks::count("alpha.destroyed"));
+
+    std::ofstream(pipe) << "key = value\n";
+    EXPECT_EQ(0, stopped.get());
+    EXPECT_EQ(0, loaded.get());
+    PString value;
+    EXPECT_EQ(0, config->getString(L"key", value));
+    EXPECT_EQ(eIxlaCoreNotStarted, ixlaStop());
 }
 
 TEST_F(HostileThread, StoppingFromWithinAnInitKeepsWhatTheInitNeeds)

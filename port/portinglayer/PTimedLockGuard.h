@@ -1,0 +1,68 @@
+// PTimedLockGuard: holds a PMutex for the time of a scope, if it is to be had in time.
+#ifndef IXLAL_PTIMEDLOCKGUARD_H
+#define IXLAL_PTIMEDLOCKGUARD_H
+
+#include "PErrno.h"
+#include "PMonotonic.h"
+#include "PMutex.h"
+
+/// As PLockGuard, but waits for a limited time: ask result() before touching what the mutex guards.
+class IXLA_SCOPED_CAPABILITY PTimedLockGuard
+{
+public:
+    /// The result of locking when another thread held the mutex all the time.
+    enum
+    {
+        eTimeout = -ETIMEDOUT
+    };
+
+    /// Waits at most iMilliseconds for iMutex, which must outlive the guard, and locks it.
+    PTimedLockGuard(PMutex& iMutex, unsigned int iMilliseconds) noexcept IXLA_ACQUIRE(iMutex)
+        : fMutex(iMutex), fResult(lock(iMutex, iMilliseconds))
+    {
+    }
+
+    // A failing unlock has nobody to be told here.
+    ~PTimedLockGuard() IXLA_RELEASE()
+    {
+        if (fResult == 0)
+        {
+            fMutex.unlock();
+        }
+    }
+
+    PTimedLockGuard(const PTimedLockGuard&) = delete;
+    PTimedLockGuard& operator=(const PTimedLockGuard&) = delete;
+
+    /// The result of locking: 0, eTimeout, or that of PMutex::lock.
+    int result() const noexcept
+    {
+        return fResult;
+    }
+
+private:
+    // The analysis cannot look into the lock itself.
+    static int lock(PMutex& ioMutex,
+                    unsigned int iMilliseconds) noexcept IXLA_NO_THREAD_SAFETY_ANALYSIS
+    {
+        const unsigned long self = static_cast<unsigned long>(pthread_self());
+        if (!__atomic_load_n(&ioMutex.fOpen, __ATOMIC_ACQUIRE) ||
+            __atomic_load_n(&ioMutex.fOwner, __ATOMIC_RELAXED) == self)
+        {
+            return ioMutex.lock(); // does not wait
+        }
+        const timespec limit = PMonotonic::after(iMilliseconds);
+        if (const int error = pthread_mutex_clocklock(&ioMutex.fHandle, CLOCK_MONOTONIC, &limit))
+        {
+            return PErrno::code(error);
+        }
+        __atomic_store_n(&ioMutex.fOwner, self, __ATOMIC_RELAXED);
+        ioMutex.fDepth = 1;
+        return 0;
+    }
+
+    PMutex& fMutex;
+    const int fResult;
+};
+
+#endif
