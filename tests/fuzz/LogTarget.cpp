@@ -90,28 +90,51 @@ std::wstring _hex(unsigned long long iNumber)
     return text;
 }
 
-/// As lines show a text: breaks and zeros by their letters.
+bool _isBetween(wchar_t iChar, wchar_t iFirst, wchar_t iLast)
+{
+    return iChar >= iFirst && iChar <= iLast;
+}
+
+/// What stands in a line for a character, other than itself; empty where nothing does.
+std::string _escaped(wchar_t iChar)
+{
+    const auto bits = static_cast<unsigned int>(iChar);
+    if (iChar == L'\0' || iChar == L'\n' || iChar == L'\r')
+    {
+        return iChar == L'\0' ? "\\0" : iChar == L'\n' ? "\\n" : "\\r";
+    }
+    const bool isByte = _isBetween(iChar, 0xDC80, 0xDCFF);
+    const bool isControl =
+        (_isBetween(iChar, 0, 0x1F) && iChar != L'\t') || _isBetween(iChar, 0x7F, 0x9F);
+    const bool turns = iChar == 0x61C || _isBetween(iChar, 0x200E, 0x200F) ||
+                       _isBetween(iChar, 0x2028, 0x202E) || _isBetween(iChar, 0x2066, 0x2069);
+    if (!isByte && !isControl && !turns && !_isBetween(iChar, 0xD800, 0xDFFF) && bits <= 0x10FFFF)
+    {
+        return "";
+    }
+    char text[16];
+    const char* const form = isByte || bits < 0x80 ? "\\x%02x"
+                             : bits > 0xFFFF       ? "\\U%08x"
+                                                   : "\\u%04x";
+    std::snprintf(text, sizeof text, form, isByte ? bits & 0xFF : bits);
+    return text;
+}
+
+/// As lines show a text: with escapes, and with two backslashes where one would begin an escape.
 std::string _shown(const std::wstring& iText)
 {
-    std::wstring shown;
-    for (const wchar_t character : iText)
+    std::string shown;
+    for (std::size_t i = 0; i < iText.size(); ++i)
     {
-        switch (character)
-        {
-        case L'\0':
-            shown += L"\\0";
-            break;
-        case L'\n':
-            shown += L"\\n";
-            break;
-        case L'\r':
-            shown += L"\\r";
-            break;
-        default:
-            shown += character;
-        }
+        const std::string escaped = _escaped(iText[i]);
+        const wchar_t next = i + 1 < iText.size() ? iText[i + 1] : L'.';
+        const bool isDoubled =
+            iText[i] == L'\\' &&
+            (std::wstring(L"nr0xuU\\").find(next) != std::wstring::npos || !_escaped(next).empty());
+        shown += escaped.empty() ? encoded(iText.substr(i, 1)) : escaped;
+        shown += isDoubled ? "\\" : "";
     }
-    return encoded(shown);
+    return shown;
 }
 
 /// Digits count as 0; everything else must be the same.
