@@ -4,6 +4,7 @@
 
 #include "IBase.h"
 #include "portinglayer/PString.h"
+#include "portinglayer/PVectorLayout.h"
 
 #include <vector>
 

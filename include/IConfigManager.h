@@ -6,6 +6,7 @@
 #include "IConfig.h"
 #include "PBaseptr.h"
 #include "portinglayer/PString.h"
+#include "portinglayer/PVectorLayout.h"
 
 #include <vector>
 
@@ -14,13 +15,14 @@
 /// IDs, keys and attribute names must not hold "=", ":" or "|" (-3004). Every operation may be
 /// called from any thread, also from within a listener; the manager's lock is held while its
 /// tables or files are used and never while a listener runs. -501 stands for lack of memory
-/// everywhere; what failed so has changed nothing.
+/// everywhere. What failed so has changed nothing, but for two: appending keeps the lines, or the
+/// arguments, before the one that failed, each of them whole; and listIDs hands out none.
 class IConfigManager : public IBase
 {
 public:
     /// Replaces oIDs by the IDs that have stored values, then those that have files, each once.
     /// Returns 0, or with an empty oIDs -2002 before the first load by ID, -3003 without a store
-    /// file in the manager's configuration, or the code of a file. [any thread]
+    /// file in the manager's configuration, -501, or the code of a file. [any thread]
     virtual int listIDs(std::vector<PString>& oIDs) = 0;
 
     /// Make a new configuration in oConfig, which stays as it was on failure: from the files of
@@ -35,8 +37,8 @@ public:
                            PBaseptr<IConfig>& oConfig) = 0;
 
     /// The same into a configuration that this manager made. Later values win, attributes stay as
-    /// first given; what was read before a bad line stays. -502 for an empty ioConfig, except by
-    /// ID. No other thread may use the configuration meanwhile. [any thread]
+    /// first given; whatever the failure, what was read before it stays. -502 for an empty
+    /// ioConfig, except by ID. No other thread may use the configuration meanwhile. [any thread]
     virtual int appendByID(const PLiteral& iID, PBaseptr<IConfig> ioConfig) = 0;
     virtual int appendByFile(const PLiteral& iFile, PBaseptr<IConfig> ioConfig) = 0;
     virtual int appendByArgs(const std::vector<PString>& iArgs, PBaseptr<IConfig> ioConfig) = 0;

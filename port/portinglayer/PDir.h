@@ -4,6 +4,7 @@
 
 #include "PExport.h"
 #include "PString.h"
+#include "PVectorLayout.h"
 
 #include <vector>
 

@@ -9,6 +9,7 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <functional>
 
 using testing::ElementsAre;
@@ -17,6 +18,9 @@ using testing::IsEmpty;
 namespace
 {
 const std::vector<unsigned char> sBlock(200, 0xab);
+
+/// More than what a configuration keeps room for.
+const std::string sManyChars(5000, 'x');
 
 /// An operation that writes, and the text that a reader of what it wrote gets.
 struct Write
@@ -73,6 +77,33 @@ protected:
                           .done = [&] { EXPECT_EQ(iKeys, keysOf(config)); },
                           .undo = [&] { config.clear(); },
                           .spares = sExactRoom});
+    }
+
+    /// An append of four entries whose keys stand behind "own" in their order. A run that fails
+    /// must leave a beginning of them, each entry whole, and somewhere more than none.
+    void sweepBeginnings(const std::string& iOperation, const std::function<int()>& iRun)
+    {
+        const std::vector<std::string> keys = {"own", "p1", "p2", "p3", "p4"};
+        std::size_t most = 0;
+        sweepAllocations({.operation = iOperation,
+                          .before = [&] { renew(); },
+                          .run = iRun,
+                          .unchanged =
+                              [&]
+                          {
+                              const std::vector<std::string> left = keysOf(config);
+                              ASSERT_LT(left.size(), keys.size());
+                              EXPECT_TRUE(std::equal(left.begin(), left.end(), keys.begin()));
+                              for (std::size_t i = 1; i < left.size(); ++i)
+                              {
+                                  EXPECT_EQ(sManyChars, valueOf(config, left[i]));
+                              }
+                              most = std::max(most, left.size() - 1);
+                          },
+                          .done = [&] { EXPECT_EQ(keys, keysOf(config)); },
+                          .undo = [&] { config.clear(); },
+                          .spares = sExactRoom});
+        EXPECT_EQ(3u, most) << iOperation;
     }
 
     /// Writes of the run-time value of the long key.
@@ -201,6 +232,28 @@ TEST_F(ManagerMemorySweep, Appends)
     sweepAppend("IConfigManager::appendByArgs of an array",
                 [&] { return manager.appendByArgs(args.data(), 2, config); },
                 {"a", sLongKey, "own"});
+}
+
+TEST_F(ManagerMemorySweep, AppendsKeepTheEntriesBeforeTheOneThatFailed)
+{
+    const std::string end = "=" + sManyChars;
+    const std::vector<PString> args = {wide("p1" + end), wide("p2" + end), wide("p3" + end),
+                                       wide("p4" + end)};
+    const std::string lines[] = {"p1" + end + "\n", "p2" + end + "\n", "p3" + end + "\n",
+                                 "p4" + end + "\n"};
+    const PString file = wide(dir.write("a.prs", lines[0] + lines[1] + lines[2] + lines[3]));
+    dir.write("b.prs", lines[2] + lines[3]);
+    dir.write("a2.prs", lines[0] + lines[1]);
+    mapIDs("net = a2.prs, b.prs");
+
+    sweepBeginnings("IConfigManager::appendByFile of many lines",
+                    [&] { return manager.appendByFile(file, config); });
+    sweepBeginnings("IConfigManager::appendByArgs of many arguments",
+                    [&] { return manager.appendByArgs(args, config); });
+    sweepBeginnings("IConfigManager::appendByArgs of an array of many arguments",
+                    [&] { return manager.appendByArgs(args.data(), 4, config); });
+    sweepBeginnings("IConfigManager::appendByID of two files",
+                    [&] { return manager.appendByID(L"net", config); });
 }
 
 TEST_F(ManagerMemorySweep, RunTimeValues)
