@@ -31,7 +31,8 @@ class PThread;
 /// Its mutex guards the init states of all records, the record list during unload, and the exit
 /// flag. The registry is read without it: entries come before the core is started and go in the
 /// clean-up; unload only empties them, so other interfaces may be looked up meanwhile. Plugin code
-/// runs with no lock held, except the destruction of a plugin that is being unloaded.
+/// runs with no lock held, except the destruction of a plugin that is being unloaded. The loader is
+/// never called with it held.
 class PCore
 {
 public:
@@ -84,10 +85,12 @@ public:
 
     /// Initialises the plugin of a record unless that was done. Returns 0, the plugin's own code
     /// to the initialising caller, -2003 to others after a failure, -2004 in a loop on the same
-    /// thread, -1013, -1014.
+    /// thread, -1016 when it is unloaded already, -1013, -1014.
     int initPlugin(PCorePlugin& ioRecord);
 
-    /// Initialises every plugin whose library has this file name. 0 when there is none.
+    /// Initialises every plugin whose library has this file name, in PCoreAutostart.cpp. One that
+    /// is unloaded meanwhile is released after its init. The result of the last one; 0 when there
+    /// is none.
     int initAutoStartPlugin(PString& iPluginName);
 
     /// As ixlaGetInstance, also before the core is marked started.
@@ -152,7 +155,28 @@ private:
     int nl_awaitInit(PCorePlugin& iRecord, bool& oWaitFailed) IXLA_REQUIRES(fMutex);
     void nl_logWait(const PCorePlugin& iRecord) IXLA_REQUIRES(fMutex);
     void nl_logLoop(const PCorePlugin& iRecord) IXLA_REQUIRES(fMutex);
-    int nl_unloadPlugin(IPlugin* iPlugin) IXLA_REQUIRES(fMutex);
+
+    // PCoreAutostart.cpp
+    struct EndUse
+    {
+        PCore* core;
+        void operator()(PCorePlugin* iRecord) const noexcept;
+    };
+    /// A record that the core works with by itself: it is not destroyed before it is given up.
+    typedef std::unique_ptr<PCorePlugin, EndUse> UsedPlugin;
+    /// The record behind ioRecord, or the first one, whose library has the file name; null at the
+    /// end.
+    int useNext(const PLiteral& iFileName, UsedPlugin& ioRecord);
+    PCorePlugin* nl_findByFile(const PLiteral& iFileName, unsigned int iAfter) const
+        IXLA_REQUIRES(fMutex);
+    void endUse(PCorePlugin& ioRecord) noexcept;
+    void logAutoStart(int iResult) const;
+
+    // PCoreUnload.cpp
+    int nl_unloadPlugin(IPlugin* iPlugin, PPtr<PLibrary>& oLibrary) IXLA_REQUIRES(fMutex);
+    /// Destroys a record that is in no table any more. The caller closes its library, after the
+    /// mutex.
+    void nl_destroy(PCorePlugin& iRecord, PPtr<PLibrary>& oLibrary) IXLA_REQUIRES(fMutex);
 
     // PCoreStop.cpp
     static void* thNotifyCoreExit(void* iCore);

@@ -2,12 +2,9 @@
 #include "core/PCore.h"
 #include "core/PInitChain.h"
 #include "core/PInitWait.h"
-#include "portinglayer/PFile.h"
 #include "portinglayer/PLockGuard.h"
 #include "portinglayer/PThread.h"
 #include "portinglayer/PTime.h"
-
-#include <algorithm>
 
 namespace
 {
@@ -31,6 +28,10 @@ int PCore::initPlugin(PCorePlugin& ioRecord)
     if (lock.result() != 0)
     {
         return eIxlaLockFailed;
+    }
+    if (ioRecord.fUnloaded)
+    {
+        return eIxlaPluginNotFound;
     }
     if (ioRecord.fInitState == PCorePlugin::eInitFailed)
     {
@@ -244,99 +245,4 @@ int PCore::guardedGetInstance(const PCorePlugin& iRecord, const PLiteral& iInter
                        _pluginPointer(iRecord));
         throw;
     }
-}
-
-// cppcheck-suppress constParameter ; takes what PFile::getFileName has cut to a name
-int PCore::initAutoStartPlugin(PString& iPluginName)
-{
-    PLogger::debug(getCoreLogger(), 0, kCoreLogFrame);
-    PLogger::info(getCoreLogger(), 0, L"[initAutoStartPlugin] Init autostart iPluginName: %ls",
-                  iPluginName.ptr());
-    int result = eIxlaOk;
-    // By index and with the size read anew: an init may unload a plugin.
-    for (std::size_t i = 0; i < fCorePlugins.size(); ++i)
-    {
-        PCorePlugin& record = *fCorePlugins[i];
-        if (!record.fLibrary)
-        {
-            continue;
-        }
-        PString name(record.fLibrary->getName());
-        PFile::getFileName(name);
-        if (name.cmp(iPluginName) != 0)
-        {
-            continue;
-        }
-        PLogger::debug(getCoreLogger(), 0, L"[initAutoStartPlugin] Call initPlugin() for %ls",
-                       name.ptr());
-        result = initPlugin(record);
-        if (result != 0)
-        {
-            PLogger::error(getCoreLogger(), 0,
-                           L"[initAutoStartPlugin] Failed to init autostart plugin err: %d",
-                           result);
-        }
-    }
-    PLogger::debug(getCoreLogger(), 0, kCoreLogFrame);
-    return result;
-}
-
-int PCore::ixlaUnloadPlugin(IPlugin* iPlugin)
-{
-    PLogger::debug(getCoreLogger(), 0, kCoreLogFrame);
-    PLogger::debug(getCoreLogger(), 0, L"[ixlaUnloadPlugin] iPlugin: %p",
-                   static_cast<void*>(iPlugin));
-    if (!fStarted)
-    {
-        PLogger::error(getCoreLogger(), 0,
-                       L"[ixlaUnloadPlugin] Core is not started cannot unload plugin.");
-        PLogger::debug(getCoreLogger(), 0, kCoreLogFrame);
-        return eIxlaCoreNotStarted;
-    }
-    PLockGuard lock(fMutex);
-    if (lock.result() != 0)
-    {
-        return eIxlaLockFailed;
-    }
-    const int result = nl_unloadPlugin(iPlugin);
-    if (lock.unlock() != 0)
-    {
-        return eIxlaUnlockFailed;
-    }
-    PLogger::debug(getCoreLogger(), 0, L"[ixlaUnloadPlugin] return res: %d", result);
-    PLogger::debug(getCoreLogger(), 0, kCoreLogFrame);
-    return result;
-}
-
-int PCore::nl_unloadPlugin(IPlugin* iPlugin)
-{
-    const auto found = std::find_if(fCorePlugins.begin(), fCorePlugins.end(),
-                                    [iPlugin](const PCorePlugin* record)
-                                    { return record->fPlugin.get() == iPlugin; });
-    if (found == fCorePlugins.end())
-    {
-        return eIxlaPluginNotFound;
-    }
-    PCorePlugin* const record = *found;
-    PLogger::debug(getCoreLogger(), 0, L"[ixlaUnloadPlugin] Remove corePlugin: %p",
-                   static_cast<void*>(record));
-    const PString* const ids = record->fInterfaceIDs.get();
-    for (unsigned int i = 0; ids && i < record->fInterfaceCount; ++i)
-    {
-        PLogger::debug(getCoreLogger(), 0, L"[ixlaUnloadPlugin] Remove interface ID: %ls",
-                       ids[i].ptr());
-        const auto entry = fInterfaces.find(ids[i]);
-        if (entry == fInterfaces.end() || !entry->second.load())
-        {
-            PLogger::error(getCoreLogger(), 0,
-                           L"[ixlaUnloadPlugin] Failed to find interface ID in map");
-            continue;
-        }
-        entry->second.store(nullptr);
-    }
-    fCorePlugins.erase(found);
-    // Destroyed with the mutex held, so that nobody finds the plugin half gone: a thread that asks
-    // for another plugin's state waits until this one and its library are closed.
-    delete record;
-    return eIxlaOk;
 }

@@ -203,6 +203,7 @@ int PCore::processPlugin(PBaseptr<IPlugin> iPlugin, PPtr<PLibrary> iLibrary)
     record->fInterfaceIDs = ids;
     record->fInterfaceCount = count;
     record->fLibrary = iLibrary;
+    record->fNumber = fCorePlugins.empty() ? 1 : fCorePlugins.back()->fNumber + 1;
     PLogger::debug(getCoreLogger(), 0, L"[processPlugin] Add corePlugin: %p",
                    static_cast<void*>(record.get()));
     return ixlaGuarded(

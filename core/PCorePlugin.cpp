@@ -1,7 +1,13 @@
 #include "core/PCorePlugin.h"
 
 PCorePlugin::PCorePlugin() noexcept
-    : fInterfaceCount(0), fInitState(eNotInitialised), fInitThreadId(0), fInitOrder(0)
+    : fInterfaceCount(0),
+      fInitState(eNotInitialised),
+      fInitThreadId(0),
+      fInitOrder(0),
+      fUses(0),
+      fUnloaded(false),
+      fNumber(0)
 {
 }
 

@@ -7,8 +7,8 @@
 #include "PPtr.h"
 #include "portinglayer/PLibrary.h"
 
-/// One registered plugin. The members after fInterfaceCount are guarded by the core's mutex; the
-/// others do not change between registration and destruction.
+/// One registered plugin. The members from fInitState to fUnloaded are guarded by the core's mutex;
+/// the others do not change between registration and destruction.
 class PCorePlugin
 {
 public:
@@ -38,6 +38,9 @@ public:
     int fInitState;
     unsigned long fInitThreadId; ///< 0 until some thread runs init
     unsigned int fInitOrder;     ///< the how manieth initialisation of the core it is, from 1
+    unsigned int fUses;          ///< by the core itself, which destroys the record after the last
+    bool fUnloaded;              ///< in no table any more
+    unsigned int fNumber;        ///< from 1, in the order of registration
 };
 
 #endif

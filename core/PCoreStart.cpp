@@ -297,10 +297,6 @@ int PCore::markStarted()
 
 int PCore::initAutoStartList()
 {
-    if (fCorePlugins.empty())
-    {
-        return eIxlaOk;
-    }
     PString list;
     const int result = fConfig->getString(L"core.autostart.list", list);
     if (result != 0)

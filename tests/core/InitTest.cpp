@@ -366,23 +366,6 @@ TEST_F(Init, SignalThatCannotBeSentFailsTheRequest)
 
 class Unload : public Init
 {
-protected:
-    /// The one plugin that came from a library, by its address in the log.
-    IPlugin* pluginInLog() const
-    {
-        const std::string before = "[loadPluginLib] Get IPlugin ptr: ";
-        std::ifstream log(fCore.logFile());
-        for (std::string line; std::getline(log, line);)
-        {
-            const std::size_t at = line.find(before);
-            if (at != std::string::npos)
-            {
-                const std::string address = line.substr(at + before.size());
-                return reinterpret_cast<IPlugin*>(std::stoul(address, nullptr, 16));
-            }
-        }
-        return nullptr;
-    }
 };
 
 TEST_F(Unload, RemovesAllInterfacesOfThePlugin)
@@ -403,7 +386,7 @@ TEST_F(Unload, RemovesAllInterfacesOfThePlugin)
 TEST_F(Unload, PluginThatWasNeverInitialisedAndOffersNothingCanBeUnloaded)
 {
     startWith("no_interfaces");
-    IPlugin* const plugin = pluginInLog();
+    IPlugin* const plugin = fCore.firstPlugin();
     ASSERT_NE(nullptr, plugin);
     EXPECT_EQ(0, ixlaUnloadPlugin(plugin));
     EXPECT_EQ(0, PluginHooks::count("no_interfaces.init"));

@@ -78,6 +78,21 @@ int CoreRun::stop()
     return ixlaStop();
 }
 
+IPlugin* CoreRun::firstPlugin() const
+{
+    const std::string before = "[loadPluginLib] Get IPlugin ptr: ";
+    for (const std::string& line : readLines(logFile()))
+    {
+        const std::size_t at = line.find(before);
+        if (at != std::string::npos)
+        {
+            const std::string address = line.substr(at + before.size());
+            return reinterpret_cast<IPlugin*>(std::stoul(address, nullptr, 16));
+        }
+    }
+    return nullptr;
+}
+
 std::string CoreRun::logFile() const
 {
     return dir.file("core.log");

@@ -40,6 +40,10 @@ public:
         return static_cast<T*>(getBase(iId));
     }
 
+    /// The first plugin that was loaded from a library, by its address in the core log; null when
+    /// the log has none.
+    IPlugin* firstPlugin() const;
+
     std::string logFile() const;
     std::string pluginLogFile(const std::string& iName = "ixlaplugins.log") const;
     std::string storeFile() const;

@@ -1,0 +1,32 @@
+// A library that calls the core while the loader maps it, and again while the loader unmaps it.
+
+#include "Ixla.h"
+
+extern "C" int ixlalTestStep(const char* iStep);
+
+namespace
+{
+void _call(const char* iBefore, const char* iAfter)
+{
+    ixlalTestStep(iBefore);
+    IBase* instance = nullptr;
+    // The code depends on what the core does meanwhile; here it counts that there is one.
+    (void)ixlaGetInstance(kIxlaLoggerId, instance);
+    ixlalTestStep(iAfter);
+}
+
+struct Caller
+{
+    Caller()
+    {
+        _call("early.mapping", "early.mapped");
+    }
+
+    ~Caller()
+    {
+        _call("early.unmapping", "early.unmapped");
+    }
+};
+
+const Caller sCaller;
+} // namespace
