@@ -14,3 +14,7 @@ foreach(script ${scripts})
     execute_process(COMMAND sed -i "1s,^#!/usr/bin/env python3$,#!/usr/bin/python3 -B," ${script}
         COMMAND_ERROR_IS_FATAL ANY)
 endforeach()
+
+# Directories are for everybody, whatever the umask is.
+file(CHMOD_RECURSE ${CPACK_TEMPORARY_INSTALL_DIRECTORY}
+    DIRECTORY_PERMISSIONS ${CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS})

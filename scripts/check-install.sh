@@ -7,16 +7,18 @@
 set -eu -o pipefail
 
 root=$(cd "$(dirname "$0")/.." && pwd)
+# Nothing of the caller's shell may help.
+if [ "${1:-}" != --clean ]; then
+    exec "$root/scripts/clean-env.sh" "$0" --clean "$@"
+fi
+shift
+
 build=$(cd "${1:-$root/build/release}" && pwd)
 version=$(sed -n 's/^project(ixlal VERSION \([0-9.]*\).*/\1/p' "$root/CMakeLists.txt")
 work=$(mktemp -d "${TMPDIR:-/tmp}/ixlal-install-XXXXXX")
 log=$work/log
 # The checks of the two prefixes run beside one another.
 trap 'wait; rm -rf "$work"' EXIT
-
-# Nothing of this shell's own may help.
-unset CPATH CPLUS_INCLUDE_PATH LIBRARY_PATH LD_LIBRARY_PATH CMAKE_PREFIX_PATH PKG_CONFIG_PATH
-unset CXXFLAGS LDFLAGS
 
 fail() {
     echo "check-install: $1" >&2
@@ -216,6 +218,11 @@ check_packages() {
             fail "$package depends on what only a 64-bit machine has"
         fi
     done
+    for package in "$work"/packages/*.deb; do
+        if dpkg-deb -c "$package" | grep -vE '^(d.{3}r-xr-x|-.{3}r-[x-]r-[x-]|l)'; then
+            fail "$package is not for everybody"
+        fi
+    done
     if readelf -S "$work"/root/usr/lib/*/libixlal.*.so | grep -F .debug_info; then
         fail "libraries are not stripped"
     fi
@@ -223,7 +230,7 @@ check_packages() {
 }
 
 quietly cmake --install "$build" --prefix "$work/prefix"
-quietly cpack --config "$build/CPackConfig.cmake" -B "$work/packages"
+(umask 077 && quietly cpack --config "$build/CPackConfig.cmake" -B "$work/packages")
 for package in "$work"/packages/*.deb; do
     dpkg-deb -x "$package" "$work/root"
 done

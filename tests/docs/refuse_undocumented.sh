@@ -5,7 +5,7 @@ set -eu
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 echo 'class Undocumented { public: int member(); };' >"$work/Undocumented.h"
-printf '%s\n' '@INCLUDE = docs/Doxyfile' "INPUT = $work" "OUTPUT_DIRECTORY = $work" >"$work/Doxyfile"
+printf '%s\n' '@INCLUDE = docs/Doxyfile' "INPUT = \"$work\"" "OUTPUT_DIRECTORY = \"$work\"" >"$work/Doxyfile"
 
 cd "$1"
 if doxygen "$work/Doxyfile" >"$work/report" 2>&1; then
