@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that are missing: install-deps.sh build|test|bench|plots
+# Installs the Debian packages that are missing: install-deps.sh build|test|bench|plots|root
 set -eu
 
 packages=(g++ g++-multilib cmake ninja-build libcli11-dev nlohmann-json3-dev)
@@ -10,6 +10,7 @@ if [ "${1:-build}" = test ]; then
 fi
 
 case ${1:-build} in
+    root) packages=(debootstrap) ;;
     bench) packages+=(valgrind python3) ;;
     plots) packages+=(valgrind python3 python3-matplotlib) ;;
 esac

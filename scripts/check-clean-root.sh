@@ -1,0 +1,176 @@
+#!/usr/bin/env bash
+# Runs the README's commands on a bare Debian 12: check-clean-root.sh [--user root|ordinary]
+#                                                 [--command TEXT]... [--dir DIRECTORY]
+# Makes a root of Debian's smallest variant from the mirror and through the proxy that apt uses
+# here, and in a copy of it for each user runs the commands as printed, with nothing in the
+# environment but PATH and HOME: as root, and as an ordinary user with sudo. The tree is that of the
+# last commit. --user: as this one alone. --command: only the commands that hold one of these texts.
+# DIRECTORY (build/clean-root) keeps the bare root for the next run. Needs to be root.
+#
+# Prints a transcript; the end tells how each command ended and how long it took.
+set -eu -o pipefail
+
+root=$(cd "$(dirname "$0")/.." && pwd)
+release=bookworm
+work=$root/build/clean-root
+users=()
+wanted=()
+results=()
+failures=0
+
+usage() {
+    sed -n '2,3s/^# *//p' "$0" >&2
+    exit 2
+}
+
+read_arguments() {
+    while [ $# -ge 2 ]; do
+        case $1 in
+        --user)
+            [[ $2 = root || $2 = ordinary ]] || usage
+            users+=("$2")
+            ;;
+        --command) wanted+=("$2") ;;
+        --dir) work=$2 ;;
+        *) usage ;;
+        esac
+        shift 2
+    done
+    [ $# -eq 0 ] || usage
+    if [ ${#users[@]} -eq 0 ]; then
+        users=(root ordinary)
+    fi
+}
+
+# What is mounted goes with the namespace, however this ends.
+enter_namespace() {
+    if [ -z "${IXLAL_CLEAN_ROOT_INSIDE:-}" ]; then
+        IXLAL_CLEAN_ROOT_INSIDE=yes exec unshare --mount --propagation private --pid --fork \
+            --kill-child "$0" "$@"
+    fi
+}
+
+# The sources of apt here, one a line.
+list_sources() {
+    # shellcheck disable=SC2016 # the names are apt's
+    apt-get indextargets --format 'deb $(SITE) $(RELEASE) $(COMPONENT)' \
+        'Created-By: Packages' 'Origin: Debian' | grep " $release" | sort -u
+}
+
+make_base() {
+    local mirror
+    mirror=$(list_sources | awk -v release="$release" '$3 == release { print $2; exit }')
+    eval "$(apt-config shell http_proxy Acquire::http::Proxy)"
+    export http_proxy="${http_proxy:-}"
+    rm -rf "$work/making"
+    mkdir -p "$work/making"
+    debootstrap --variant=minbase "$release" "$work/making" "$mirror" >"$work/debootstrap.log" || {
+        tail -n 20 "$work/debootstrap.log" >&2
+        exit 1
+    }
+    list_sources >"$work/making/etc/apt/sources.list"
+    apt-config dump | grep -E '^Acquire::https?::Proxy' \
+        >"$work/making/etc/apt/apt.conf.d/90proxy" || true # none is the usual
+    mv "$work/making" "$work/base"
+}
+
+# make_root USER: a fresh one in $work/USER, with the tree in the user's home.
+make_root() {
+    local new=$work/$1 home=/root
+    rm -rf "$new"
+    cp -a "$work/base" "$new"
+    mount -t proc proc "$new/proc"
+    mount -t devpts -o newinstance,ptmxmode=0666 devpts "$new/dev/pts"
+    mount -t tmpfs -o mode=1777 shm "$new/dev/shm"
+    ln -sf pts/ptmx "$new/dev/ptmx"
+    printf '127.0.0.1 localhost %s\n' "$(uname -n)" >"$new/etc/hosts" # sudo asks for it
+    if [ "$1" = ordinary ]; then
+        home=/home/ordinary
+        in_root "$1" root "apt-get update -qq && apt-get install -y -qq sudo &&
+            useradd --create-home --shell /bin/bash ordinary &&
+            echo 'ordinary ALL=(ALL) NOPASSWD: ALL' >/etc/sudoers.d/ordinary" >"$work/sudo.log" 2>&1 || {
+            tail -n 20 "$work/sudo.log" >&2
+            exit 1
+        }
+    fi
+    mkdir "$new$home/ixlal"
+    git -C "$root" archive HEAD | tar -x -C "$new$home/ixlal"
+    chroot "$new" chown -R "$1:" "$home/ixlal"
+}
+
+# in_root ROOT USER COMMAND: in the user's home, as a shell runs it there.
+in_root() {
+    local home=/root path=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin
+    if [ "$2" != root ]; then
+        home=/home/$2
+        path=/usr/local/bin:/usr/bin:/bin
+    fi
+    env -i HOME="$home" PATH="$path" "$(command -v setsid)" --wait \
+        "$(command -v chroot)" --userspec="$2:$2" "$work/$1" bash -c "cd; $3" </dev/null
+}
+
+# The commands of the README, each ended by a zero: lines of blocks without a language that begin
+# with one of our scripts, and blocks of sh as a whole.
+list_commands() {
+    awk '
+        !inside && /^```/ { inside = 1; language = substr($0, 4); text = ""; next }
+        inside && $0 == "```" {
+            inside = 0
+            if (language == "sh") printf "%s%c", text, 0
+            next
+        }
+        inside && language == "sh" { text = text $0 "\n" }
+        inside && language == "" && /^scripts\// { printf "%s\n%c", $0, 0 }
+    ' "$root/README.md"
+}
+
+is_wanted() {
+    local text
+    for text in "${wanted[@]}"; do
+        if [[ $1 == *"$text"* ]]; then
+            return 0
+        fi
+    done
+    [ ${#wanted[@]} -eq 0 ]
+}
+
+# run_command USER COMMAND
+run_command() {
+    local code=0 began=$SECONDS
+    printf '\n== As %s\n' "$1"
+    # shellcheck disable=SC2001 # of every line
+    sed 's/^/$ /' <<<"${2%$'\n'}"
+    in_root "$1" "$1" "cd ixlal; set -eu; $2" 2>&1 || code=$?
+    results+=("$(printf '%-9s exit code %3d %6d s  %s' "$1" "$code" $((SECONDS - began)) \
+        "$(head -n 1 <<<"$2")")")
+    [ "$code" -eq 0 ] || failures=$((failures + 1))
+}
+
+run_commands() {
+    local user=$1 command
+    make_root "$user"
+    while IFS= read -r -d '' command <&3; do
+        if is_wanted "$command"; then
+            run_command "$user" "$command"
+        fi
+    done 3< <(list_commands)
+    umount --lazy "$work/$user"/{proc,dev/pts,dev/shm}
+    rm -rf "${work:?}/$user"
+}
+
+read_arguments "$@"
+if [ "$(id -u)" -ne 0 ]; then
+    echo "check-clean-root: needs to be root, for a root of its own" >&2
+    exit 1
+fi
+"$root/scripts/install-deps.sh" root
+enter_namespace "$@"
+mkdir -p "$work"
+work=$(cd "$work" && pwd)
+[ -d "$work/base" ] || make_base
+for user in "${users[@]}"; do
+    run_commands "$user"
+done
+printf '\n== Results\n'
+printf '%s\n' "${results[@]}"
+[ "$failures" -eq 0 ] && [ ${#results[@]} -gt 0 ]
