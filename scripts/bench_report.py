@@ -1,6 +1,7 @@
 """Turns what the benchmarks measured into a table, plots and verdicts.
 
     bench_report.py RESULTS report   table.md, results.json and an SVG for each case of several sizes
+    bench_report.py RESULTS publish  as report, and puts figures and plots into docs/performance.md
     bench_report.py RESULTS check    fails on too many allocations or instructions
     bench_report.py RESULTS record   writes the counted instructions as the new baseline
 
@@ -8,17 +9,20 @@ RESULTS is the directory that scripts/bench.sh fills.
 """
 
 import json
+import platform
 import re
+import shutil
 import statistics
+import subprocess
 import sys
 from collections import defaultdict
 from pathlib import Path
 
-BENCHMARKS = Path(__file__).resolve().parent.parent / "benchmarks"
-LIMITS = BENCHMARKS / "limits.json"
-BASELINE = BENCHMARKS / "baseline.json"
-TOLERANCE = 0.10
-FLOOR = "floor"
+ROOT = Path(__file__).resolve().parent.parent
+LIMITS = ROOT / "benchmarks/limits.json"
+BASELINE = ROOT / "benchmarks/baseline.json"
+PAGE = ROOT / "docs/performance.md"
+TOLERANCE = 0.05
 OURS = "ours"
 # As the benchmarks name themselves, and what the library appends.
 NAME = re.compile(r"(?P<case>[^/]+)/(?P<contestant>[^/]+)/(?P<size>\d+)/(?P<threads>\d+)")
@@ -49,18 +53,17 @@ def read_times(results):
 def read_counts(results):
     """{name: instructions of an operation}"""
     counts = {}
-    for directory in sorted(results.glob("counts-*")):
-        turns = {}
-        for line in (directory / "turns").read_text().splitlines():
-            match = re.fullmatch(r"(.+/.+/\d+/\d+) (\d+)", line)
-            if match:
-                turns[match[1]] = int(match[2])
-        for dump in directory.glob("out.*"):
-            text = dump.read_text()
-            name = re.search(r"^desc: Trigger: Client Request: (.*)$", text, re.M)
-            total = re.search(r"^totals: (\d+)$", text, re.M)
-            if name and total and name[1] in turns:
-                counts[name[1]] = int(total[1]) / turns[name[1]]
+    turns = {}
+    for line in (results / "counts/turns").read_text().splitlines():
+        match = re.fullmatch(r"(.+/.+/\d+/\d+) (\d+)", line)
+        if match:
+            turns[match[1]] = int(match[2])
+    for dump in (results / "counts").glob("out.*"):
+        text = dump.read_text()
+        name = re.search(r"^desc: Trigger: Client Request: (.*)$", text, re.M)
+        total = re.search(r"^totals: (\d+)$", text, re.M)
+        if name and total and name[1] in turns:
+            counts[name[1]] = int(total[1]) / turns[name[1]]
     return counts
 
 
@@ -72,6 +75,11 @@ def limits_of(case, limits):
 
 def ratio(ours, other):
     return ours / other if ours is not None and other else None
+
+
+def is_floor(contestant):
+    """A case has one floor, or several: "floor, tree" and "floor, hash"."""
+    return contestant.split(",")[0] == "floor"
 
 
 def summarise(results):
@@ -95,17 +103,23 @@ def summarise(results):
     return rows
 
 
+def ratios(ours, other):
+    return {
+        "time": ratio(ours["median_ns"], other["median_ns"]),
+        "instructions": ratio(ours["instructions"], other["instructions"]),
+        "bytes": ratio(ours["bytes"], other["bytes"]),
+    }
+
+
 def add_ratios(row):
     contestants = row["contestants"]
     ours = contestants[OURS]
-    floor = contestants[FLOOR]
-    peers = {n: c for n, c in contestants.items() if n not in (FLOOR, OURS)}
-    row["time_ratio"] = ratio(ours["median_ns"], floor["median_ns"])
-    row["instruction_ratio"] = ratio(ours["instructions"], floor["instructions"])
-    row["bytes_ratio"] = ratio(ours["bytes"], floor["bytes"])
-    best = min(peers, key=lambda name: peers[name]["median_ns"], default=None)
-    row["best_peer"] = best
-    row["best_peer_ratio"] = ratio(ours["median_ns"], peers[best]["median_ns"]) if best else None
+    row["floors"] = {name: ratios(ours, entry) for name, entry in contestants.items()
+                     if is_floor(name)}
+    peers = {name: entry for name, entry in contestants.items()
+             if name != OURS and not is_floor(name)}
+    row["best_peer"] = min(peers, key=lambda name: peers[name]["median_ns"], default=None)
+    row["peer"] = ratios(ours, peers[row["best_peer"]]) if peers else {}
 
 
 def number(value, digits=2):
@@ -117,23 +131,31 @@ def time_text(contestant):
             f"({contestant['low_ns']:,.0f} to {contestant['high_ns']:,.0f})")
 
 
+def cells(row, floor, limits):
+    ours = row["contestants"][OURS]
+    entry = row["contestants"][floor]
+    to_floor = row["floors"][floor]
+    return [
+        row["case"], f"{row['size']:,}", str(row["threads"]),
+        floor.partition(", ")[2], time_text(entry), time_text(ours), number(to_floor["time"]),
+        number(entry["instructions"], 0), number(ours["instructions"], 0),
+        number(to_floor["instructions"]), number(limits_of(row["case"], limits).get("ratio")),
+        f"{ours['allocations']:g}",
+        row["best_peer"] or "", number(row["peer"].get("time")),
+        number(row["peer"].get("instructions")),
+    ]
+
+
 def table(rows, limits):
     lines = [
-        "| case | size | threads | floor, ns | ours, ns | ours / floor | instructions, ours "
-        "| ours / floor | at most | allocations | best peer | ours / peer |",
-        "|---|---|---|---|---|---|---|---|---|---|---|---|",
+        "| case | size | threads | kind of floor | floor, ns | ours, ns | ours / floor "
+        "| instructions, floor | instructions, ours | ours / floor | at most | allocations "
+        "| best peer | ours / peer, time | ours / peer, instructions |",
+        "|---" * 15 + "|",
     ]
     for row in sorted(rows, key=lambda r: (r["case"], r["size"], r["threads"])):
-        ours = row["contestants"][OURS]
-        cells = [
-            row["case"], f"{row['size']:,}", str(row["threads"]),
-            time_text(row["contestants"][FLOOR]), time_text(ours),
-            number(row["time_ratio"]), number(ours["instructions"], 0),
-            number(row["instruction_ratio"]),
-            number(limits_of(row["case"], limits).get("ratio")),
-            f"{ours['allocations']:g}", row["best_peer"] or "", number(row["best_peer_ratio"]),
-        ]
-        lines.append("| " + " | ".join(cells) + " |")
+        for floor in sorted(row["floors"]):
+            lines.append("| " + " | ".join(cells(row, floor, limits)) + " |")
     return "\n".join(lines) + "\n"
 
 
@@ -148,7 +170,7 @@ def plot(case, rows, path):
         medians = [entry["median_ns"] for _, entry in points]
         errors = [[entry["median_ns"] - entry["low_ns"] for _, entry in points],
                   [entry["high_ns"] - entry["median_ns"] for _, entry in points]]
-        style = "-o" if contestant in (FLOOR, OURS) else "--s"
+        style = "-o" if contestant == OURS or is_floor(contestant) else "--s"
         axes.errorbar(sizes, medians, yerr=errors, fmt=style, capsize=3, label=contestant)
     axes.set(xscale="log", yscale="log", title=case, xlabel="size", ylabel="ns for an operation")
     axes.grid(True, which="both", alpha=0.3)
@@ -177,6 +199,68 @@ def write_report(results):
     (results / "results.json").write_text(json.dumps(rows, indent=1) + "\n")
     write_plots(rows, results / "plots")
     print(text)
+    return rows
+
+
+def first_line(*command):
+    return subprocess.run(command, capture_output=True, text=True, check=True).stdout.split("\n")[0]
+
+
+def conditions(results):
+    """Where and how the figures came about."""
+    measured = json.loads((results / "times.json").read_text())
+    context = measured["context"]
+    samples = max(run.get("repetitions", 1) for run in measured["benchmarks"])
+    version = re.search(r"project\(ixlal VERSION ([\d.]+)", (ROOT / "CMakeLists.txt").read_text())[1]
+    processor = re.search(r"model name\s*: (.*)", Path("/proc/cpuinfo").read_text())[1]
+    caches = ", ".join(f"level {c['level']} {c['type'].lower()} {c['size'] // 1024:,} KiB"
+                       for c in context["caches"] if c["type"] != "Instruction")
+    presets = json.loads((ROOT / "CMakePresets.json").read_text())["configurePresets"]
+    flags = {key: value for preset in presets if preset["name"] in ("base", "release")
+             for key, value in preset["cacheVariables"].items()}
+    ended = (results / "loadavg").read_text().split()[0]
+    return (f"Figures: {context['date'][:16].replace('T', ' ')}, version {version}; {processor}, "
+            f"{context['num_cpus']} processors ({caches}); "
+            f"{platform.freedesktop_os_release()['PRETTY_NAME']}, "
+            f"glibc {platform.libc_ver()[1]}, g++ {first_line('g++', '-dumpfullversion')} with "
+            f"`{flags['CMAKE_CXX_FLAGS']} {flags['CMAKE_CXX_FLAGS_RELEASE']}`; {samples} samples of "
+            f"each. The machine's load in the last minute was {context['load_avg'][0]:.1f} when the "
+            f"times began and {float(ended):.1f} when they ended; the benchmarks alone make 1 to 2.")
+
+
+def sizes_text(results):
+    lines = ["| what | bytes | limit |", "|---|---|---|"]
+    for line in (results / "sizes").read_text().splitlines():
+        what, figure, limit = re.fullmatch(r"(.*?) +(\d+) bytes, limit +(\d+)", line).groups()
+        lines.append(f"| {what} | {int(figure):,} | {int(limit):,} |")
+    return "\n".join(lines)
+
+
+def held_text(rows):
+    held = [f"{ratios['bytes']:.2f} with {row['size']:,} lines"
+            for row in sorted(rows, key=lambda r: r["size"])
+            for ratios in row["floors"].values()
+            if row["case"] == "load sorted" and ratios["bytes"]]
+    return f"A loaded file keeps as much memory as the floor does times {', '.join(held)}."
+
+
+def put(page, name, text):
+    """Replaces what stands between the two marks of that name."""
+    pattern = rf"(<!-- {name} -->\n).*?(<!-- end of {name} -->)"
+    changed, count = re.subn(pattern, lambda m: f"{m[1]}\n{text.strip()}\n\n{m[2]}", page, flags=re.S)
+    if count != 1:
+        sys.exit(f"{PAGE} has no place for the {name}")
+    return changed
+
+
+def publish(results):
+    rows = write_report(results)
+    page = PAGE.read_text()
+    page = put(page, "conditions", conditions(results))
+    page = put(page, "table", (results / "table.md").read_text())
+    page = put(page, "sizes", f"{sizes_text(results)}\n\n{held_text(rows)}")
+    PAGE.write_text(page)
+    shutil.copytree(results / "plots", PAGE.parent / "performance", dirs_exist_ok=True)
 
 
 def baseline_counts(results):
@@ -187,22 +271,49 @@ def baseline_counts(results):
     return counts
 
 
-def check(results):
-    limits = json.loads(LIMITS.read_text())
-    problems = []
+def allocation_problems(results, limits):
     for (case, size, threads), entries in read_times(results).items():
         allowed = limits_of(case, limits).get("allocations")
         seen = entries[OURS]["allocations"]
         if allowed is not None and seen > allowed:
-            problems.append(f"{case}, {size}, threads {threads}: {seen:g} allocations "
-                            f"for an operation, at most {allowed} allowed")
-    counts = baseline_counts(results)
-    for name, recorded in json.loads(BASELINE.read_text()).items():
+            yield (f"{case}, {size}, threads {threads}: {seen:g} allocations "
+                   f"for an operation, at most {allowed} allowed")
+
+
+def baseline_problems(counts):
+    baseline = json.loads(BASELINE.read_text())
+    for name, recorded in baseline.items():
         seen = counts.get(name)
         if seen is None:
-            problems.append(f"{name}: not counted any more")
+            yield f"{name}: not counted any more"
         elif seen > recorded * (1 + TOLERANCE):
-            problems.append(f"{name}: {seen} instructions for an operation, {recorded} recorded")
+            yield f"{name}: {seen} instructions for an operation, {recorded} recorded"
+    for name in counts.keys() - baseline.keys():
+        yield f"{name}: counted, but not recorded"
+
+
+def ratio_problems(counts, limits):
+    """The floor that counts is the cheapest one."""
+    floors = defaultdict(list)
+    for name, count in counts.items():
+        if is_floor(split(name)[3]):
+            floors[split(name)[:3]].append(count)
+    for row, of_row in floors.items():
+        case, size, threads = row
+        allowed = limits_of(case, limits).get("ratio")
+        seen = ratio(counts.get(f"{case}/{OURS}/{size}/{threads}"), min(of_row))
+        if allowed is not None and seen is not None and seen > allowed:
+            yield f"{case}, {size}: {seen:.2f} times the floor's instructions, {allowed} allowed"
+    for entry in limits:
+        if not any(case.startswith(entry) for case, _, _ in floors):
+            yield f"{entry}: has limits, but nothing was counted"
+
+
+def check(results):
+    limits = json.loads(LIMITS.read_text())
+    counts = baseline_counts(results)
+    problems = [*allocation_problems(results, limits), *baseline_problems(counts),
+                *ratio_problems(read_counts(results), limits)]
     print("\n".join(problems) or f"Allocations and instructions are within their limits "
           f"({len(counts)} counted)")
     return 1 if problems else 0
@@ -213,11 +324,12 @@ def record(results):
 
 
 def main(arguments):
-    actions = {"report": write_report, "check": check, "record": record}
+    actions = {"report": write_report, "publish": publish, "check": check, "record": record}
     if len(arguments) != 2 or arguments[1] not in actions:
         print(__doc__, file=sys.stderr)
         return 2
-    return actions[arguments[1]](Path(arguments[0])) or 0
+    failed = actions[arguments[1]](Path(arguments[0]))
+    return 1 if failed == 1 else 0
 
 
 if __name__ == "__main__":

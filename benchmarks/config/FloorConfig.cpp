@@ -2,11 +2,11 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 #include <fcntl.h>
-#include <memory>
-#include <string_view>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 namespace
 {
@@ -53,6 +53,152 @@ std::string_view _trimmed(std::string_view iText)
     return iText;
 }
 
+/// A whole file in one block.
+struct Bytes
+{
+    std::unique_ptr<char[]> block;
+    std::size_t size = 0;
+};
+
+bool _read(const std::string& iPath, Bytes& oBytes)
+{
+    const Handle file(::open(iPath.c_str(), O_RDONLY | O_CLOEXEC));
+    struct stat status = {};
+    if (file.get() < 0 || ::fstat(file.get(), &status) != 0)
+    {
+        return false;
+    }
+    oBytes.size = static_cast<std::size_t>(status.st_size);
+    oBytes.block.reset(new char[oBytes.size]);
+    std::size_t done = 0;
+    while (done < oBytes.size)
+    {
+        const ssize_t count = ::read(file.get(), oBytes.block.get() + done, oBytes.size - done);
+        if (count <= 0)
+        {
+            return false;
+        }
+        done += static_cast<std::size_t>(count);
+    }
+    return true;
+}
+
+bool _parseLine(std::string_view iLine, FloorEntry<char>& oEntry)
+{
+    const std::size_t equals = iLine.find('=');
+    if (equals == std::string_view::npos)
+    {
+        return false;
+    }
+    const std::string_view name = iLine.substr(0, equals);
+    const std::size_t colon = name.find(':');
+    oEntry.key = _trimmed(name.substr(0, colon));
+    oEntry.attribute =
+        colon == std::string_view::npos ? std::string_view() : _trimmed(name.substr(colon + 1));
+    oEntry.value = _trimmed(iLine.substr(equals + 1));
+    return !oEntry.key.empty();
+}
+
+/// Hands the entry of each line to iTake. Returns whether every line was one.
+template <class TTake>
+bool _parse(std::string_view iText, TTake iTake)
+{
+    FloorEntry<char> entry;
+    while (!iText.empty())
+    {
+        const std::size_t end = iText.find('\n');
+        const std::string_view line = _trimmed(iText.substr(0, end));
+        iText.remove_prefix(end == std::string_view::npos ? iText.size() : end + 1);
+        if (line.empty() || line.front() == '#')
+        {
+            continue;
+        }
+        if (!_parseLine(line, entry))
+        {
+            return false;
+        }
+        iTake(entry);
+    }
+    return true;
+}
+
+/// The order of a file: by keys, the value of a key before its attributes.
+template <class TChar>
+bool _isBefore(const FloorEntry<TChar>& iLeft, const FloorEntry<TChar>& iRight)
+{
+    const int order = iLeft.key.compare(iRight.key);
+    return order < 0 || (order == 0 && iLeft.attribute < iRight.attribute);
+}
+
+/// The same when it is known that the keys begin with iSame equal characters. What is left is short
+/// and not worth a call.
+template <class TChar>
+bool _isRestBefore(const FloorEntry<TChar>& iLeft, const FloorEntry<TChar>& iRight,
+                   std::size_t iSame)
+{
+    const std::size_t both = std::min(iLeft.key.size(), iRight.key.size());
+    for (std::size_t i = iSame; i < both; ++i)
+    {
+        const auto left = static_cast<unsigned int>(iLeft.key.data()[i]);
+        const auto right = static_cast<unsigned int>(iRight.key.data()[i]);
+        if (left != right)
+        {
+            return left < right;
+        }
+    }
+    return iLeft.key.size() != iRight.key.size() ? iLeft.key.size() < iRight.key.size()
+                                                 : iLeft.attribute < iRight.attribute;
+}
+
+/// Collects entries, sorts them unless they came in order, and keeps the last of equal ones.
+template <class TChar>
+class Collector
+{
+public:
+    void add(const FloorEntry<TChar>& iEntry)
+    {
+        fSorted = fSorted && (entries.empty() || _isBefore(entries.back(), iEntry));
+        entries.push_back(iEntry);
+    }
+
+    void sort()
+    {
+        if (fSorted)
+        {
+            return;
+        }
+        const std::size_t same = commonPrefix();
+        std::stable_sort(entries.begin(), entries.end(),
+                         [same](const FloorEntry<TChar>& iLeft, const FloorEntry<TChar>& iRight)
+                         { return _isRestBefore(iLeft, iRight, same); });
+        std::size_t kept = 0;
+        for (std::size_t i = 1; i < entries.size(); ++i)
+        {
+            kept += _isBefore(entries[kept], entries[i]);
+            entries[kept] = entries[i];
+        }
+        entries.resize(kept + 1);
+    }
+
+    std::vector<FloorEntry<TChar>> entries;
+
+private:
+    /// How many characters all keys begin with.
+    std::size_t commonPrefix() const
+    {
+        std::basic_string_view<TChar> same = entries.front().key;
+        for (const FloorEntry<TChar>& entry : entries)
+        {
+            const auto end =
+                std::mismatch(same.begin(), same.end(), entry.key.begin(), entry.key.end());
+            same = {same.begin(), end.first};
+        }
+        return same.size();
+    }
+
+    bool fSorted = true;
+};
+
 /// Decodes the character at the front of more than one byte; a byte that begins none stands for
 /// itself.
 wchar_t _decodeWide(std::string_view iText, std::size_t& ioPos)
@@ -74,177 +220,158 @@ wchar_t _decodeWide(std::string_view iText, std::size_t& ioPos)
     return static_cast<wchar_t>(valid ? character : 0xDC00u + lead);
 }
 
-std::wstring _decoded(std::string_view iText)
+/// Widens ASCII, four characters at a time, as far as it goes. Returns how many characters.
+std::size_t _widen(std::string_view iText, wchar_t* oText)
 {
-    const char* const end = iText.data() + iText.size();
-    const char* const other = std::find_if(iText.data(), end, [](char iByte) { return iByte < 0; });
-    std::wstring text(iText.data(), other);
-    for (auto pos = static_cast<std::size_t>(other - iText.data()); pos < iText.size();)
+    std::size_t done = 0;
+    for (; done + 4 <= iText.size(); done += 4)
     {
-        if (iText[pos] >= 0)
+        std::uint32_t four = 0;
+        std::memcpy(&four, iText.data() + done, sizeof four);
+        if (four & 0x80808080u)
         {
-            text += static_cast<wchar_t>(iText[pos++]);
+            break;
         }
-        else
-        {
-            text += _decodeWide(iText, pos);
-        }
+        oText[done] = static_cast<wchar_t>(four & 0xFFu);
+        oText[done + 1] = static_cast<wchar_t>(four >> 8 & 0xFFu);
+        oText[done + 2] = static_cast<wchar_t>(four >> 16 & 0xFFu);
+        oText[done + 3] = static_cast<wchar_t>(four >> 24);
     }
-    return text;
+    for (; done < iText.size() && iText.data()[done] >= 0; ++done)
+    {
+        oText[done] = static_cast<wchar_t>(iText.data()[done]);
+    }
+    return done;
 }
 
-bool _insert(std::string_view iLine, FloorValues& ioValues)
+/// Decodes a text to ioEnd, which it moves.
+std::wstring_view _decode(std::string_view iText, wchar_t*& ioEnd)
 {
-    const std::size_t equals = iLine.find('=');
-    if (equals == std::string_view::npos)
+    const wchar_t* const begin = ioEnd;
+    for (std::size_t pos = 0; pos < iText.size();)
     {
-        return false;
-    }
-    const std::string_view name = iLine.substr(0, equals);
-    const std::string_view text = _trimmed(iLine.substr(equals + 1));
-    const std::size_t colon = name.find(':');
-    const std::string_view key = _trimmed(name.substr(0, colon));
-    if (key.empty())
-    {
-        return false;
-    }
-    FloorRecord& record = ioValues.try_emplace(ioValues.end(), _decoded(key))->second;
-    if (colon == std::string_view::npos)
-    {
-        record.value = _decoded(text);
-    }
-    else
-    {
-        record.attributes.try_emplace(_decoded(_trimmed(name.substr(colon + 1))), _decoded(text));
-    }
-    return true;
-}
-
-bool _parse(std::string_view iText, FloorValues& ioValues)
-{
-    while (!iText.empty())
-    {
-        const std::size_t end = iText.find('\n');
-        const std::string_view line = _trimmed(iText.substr(0, end));
-        iText.remove_prefix(end == std::string_view::npos ? iText.size() : end + 1);
-        if (!line.empty() && line.front() != '#' && !_insert(line, ioValues))
+        const std::size_t plain = _widen(iText.substr(pos), ioEnd);
+        pos += plain;
+        ioEnd += plain;
+        if (pos < iText.size())
         {
-            return false;
+            *ioEnd++ = _decodeWide(iText, pos);
         }
     }
-    return true;
+    return {begin, static_cast<std::size_t>(ioEnd - begin)};
 }
 
-constexpr std::size_t kMaxBytes = 4; // of a character
-
-/// Writes a text in the file's encoding; returns where it ends.
-char* _encode(std::wstring_view iText, char* oBytes)
+char* _put(std::string_view iText, char* oBytes)
 {
-    for (const wchar_t wide : iText)
-    {
-        const auto character = static_cast<std::uint32_t>(wide);
-        if (character < 0x80)
-        {
-            *oBytes++ = static_cast<char>(character);
-            continue;
-        }
-        const unsigned int more = character < 0x800 ? 1 : character < 0x10000 ? 2 : 3;
-        constexpr unsigned int kLead[] = {0, 0xC0, 0xE0, 0xF0};
-        *oBytes++ = static_cast<char>(kLead[more] | character >> 6 * more);
-        for (unsigned int left = more; left-- > 0;)
-        {
-            *oBytes++ = static_cast<char>(0x80u | (character >> 6 * left & 0x3Fu));
-        }
-    }
-    return oBytes;
+    std::memcpy(oBytes, iText.data(), iText.size());
+    return oBytes + iText.size();
 }
 
-/// One line; without an attribute iAttribute is empty.
-char* _encodeLine(std::wstring_view iKey, std::wstring_view iAttribute, std::wstring_view iText,
-                  char* oBytes)
+char* _putLine(const FloorEntry<char>& iEntry, char* oBytes)
 {
-    oBytes = _encode(iKey, oBytes);
-    if (!iAttribute.empty())
+    oBytes = _put(iEntry.key, oBytes);
+    if (!iEntry.attribute.empty())
     {
         *oBytes++ = ':';
-        oBytes = _encode(iAttribute, oBytes);
+        oBytes = _put(iEntry.attribute, oBytes);
     }
-    oBytes = std::copy_n(" = ", 3, oBytes);
-    oBytes = _encode(iText, oBytes);
+    oBytes = _put(" = ", oBytes);
+    oBytes = _put(iEntry.value, oBytes);
     *oBytes++ = '\n';
     return oBytes;
 }
 
-std::size_t _mostBytes(const FloorValues& iValues)
+bool _replace(const std::string& iPath, std::string_view iBytes)
 {
-    constexpr std::size_t kMarks = 5; // of a line
-    std::size_t size = 0;
-    for (const auto& [key, record] : iValues)
-    {
-        size += (key.size() + record.value.size()) * kMaxBytes + kMarks;
-        for (const auto& [name, text] : record.attributes)
-        {
-            size += (key.size() + name.size() + text.size()) * kMaxBytes + kMarks;
-        }
-    }
-    return size;
-}
-
-char* _encodeAll(const FloorValues& iValues, char* oBytes)
-{
-    for (const auto& [key, record] : iValues)
-    {
-        oBytes = _encodeLine(key, {}, record.value, oBytes);
-        for (const auto& [name, text] : record.attributes)
-        {
-            oBytes = _encodeLine(key, name, text, oBytes);
-        }
-    }
-    return oBytes;
-}
-} // namespace
-
-bool floorLoad(const std::string& iPath, FloorValues& ioValues)
-{
-    const Handle file(::open(iPath.c_str(), O_RDONLY | O_CLOEXEC));
-    struct stat status = {};
-    if (file.get() < 0 || ::fstat(file.get(), &status) != 0)
-    {
-        return false;
-    }
-    const auto size = static_cast<std::size_t>(status.st_size);
-    const std::unique_ptr<char[]> bytes(new char[size]);
-    std::size_t done = 0;
-    while (done < size)
-    {
-        const ssize_t count = ::read(file.get(), bytes.get() + done, size - done);
-        if (count <= 0)
-        {
-            return false;
-        }
-        done += static_cast<std::size_t>(count);
-    }
-    return _parse({bytes.get(), size}, ioValues);
-}
-
-bool floorSave(const std::string& iPath, const FloorValues& iValues)
-{
-    const std::unique_ptr<char[]> bytes(new char[_mostBytes(iValues)]);
-    const char* const end = _encodeAll(iValues, bytes.get());
     if (::unlink(iPath.c_str()) != 0)
     {
         return false;
     }
     const Handle file(::open(iPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
-    const char* rest = bytes.get();
-    while (rest != end)
+    while (!iBytes.empty())
     {
-        const ssize_t count = ::write(file.get(), rest, static_cast<std::size_t>(end - rest));
+        const ssize_t count = ::write(file.get(), iBytes.data(), iBytes.size());
         if (count <= 0)
         {
             return false;
         }
-        rest += count;
+        iBytes.remove_prefix(static_cast<std::size_t>(count));
     }
     return true;
+}
+
+bool _write(const std::string& iPath, const std::vector<FloorEntry<char>>& iEntries)
+{
+    constexpr std::size_t kMarks = 5; // of a line
+    std::size_t size = 0;
+    for (const FloorEntry<char>& entry : iEntries)
+    {
+        size += entry.key.size() + entry.attribute.size() + entry.value.size() + kMarks;
+    }
+    const std::unique_ptr<char[]> bytes(new char[size]);
+    char* end = bytes.get();
+    for (const FloorEntry<char>& entry : iEntries)
+    {
+        end = _putLine(entry, end);
+    }
+    return _replace(iPath, {bytes.get(), static_cast<std::size_t>(end - bytes.get())});
+}
+} // namespace
+
+bool FloorConfig::load(const std::string& iPath)
+{
+    Bytes bytes;
+    if (!_read(iPath, bytes))
+    {
+        return false;
+    }
+    fText.reset(new wchar_t[bytes.size]);
+    wchar_t* end = fText.get();
+    Collector<wchar_t> collected;
+    const bool right =
+        _parse({bytes.block.get(), bytes.size},
+               [&](const FloorEntry<char>& iEntry)
+               {
+                   collected.add({_decode(iEntry.key, end), _decode(iEntry.attribute, end),
+                                  _decode(iEntry.value, end)});
+               });
+    collected.sort();
+    fEntries = std::move(collected.entries);
+    return right;
+}
+
+const std::wstring_view* FloorConfig::find(std::wstring_view iKey) const
+{
+    const auto found = std::lower_bound(fEntries.begin(), fEntries.end(),
+                                        FloorEntry<wchar_t>{iKey, {}, {}}, &_isBefore<wchar_t>);
+    const bool is = found != fEntries.end() && found->key == iKey && found->attribute.empty();
+    return is ? &found->value : nullptr;
+}
+
+bool floorStore(const std::string& iPath, std::string_view iKey, std::string_view iValue)
+{
+    Bytes bytes;
+    if (!_read(iPath, bytes))
+    {
+        return false;
+    }
+    Collector<char> collected;
+    if (!_parse({bytes.block.get(), bytes.size},
+                [&](const FloorEntry<char>& iEntry) { collected.add(iEntry); }))
+    {
+        return false;
+    }
+    collected.sort();
+    const FloorEntry<char> wanted{iKey, {}, iValue};
+    auto& entries = collected.entries;
+    const auto place = std::lower_bound(entries.begin(), entries.end(), wanted, &_isBefore<char>);
+    if (place != entries.end() && !_isBefore(wanted, *place))
+    {
+        *place = wanted;
+    }
+    else
+    {
+        entries.insert(place, wanted);
+    }
+    return _write(iPath, entries);
 }

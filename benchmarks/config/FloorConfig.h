@@ -4,7 +4,10 @@
 
 #include <functional>
 #include <map>
+#include <memory>
 #include <string>
+#include <string_view>
+#include <vector>
 
 struct FloorRecord
 {
@@ -13,15 +16,37 @@ struct FloorRecord
     bool pinned = false;
 };
 
-/// A plain map of the standard library.
+/// Values that change: a plain map of the standard library.
 typedef std::map<std::wstring, FloorRecord, std::less<>> FloorValues;
 
-/// Reads a file of lines "key = value" and "key:attribute = text": all of it at once, then each
-/// line's ends are found, its parts trimmed as bytes and decoded into the texts that the map keeps.
-/// Sorted files are inserted without a search. Returns whether every line was read.
-bool floorLoad(const std::string& iPath, FloorValues& ioValues);
+/// A line "key = value" or "key:attribute = value" of a file; without an attribute that is empty.
+template <class TChar>
+struct FloorEntry
+{
+    std::basic_string_view<TChar> key;
+    std::basic_string_view<TChar> attribute;
+    std::basic_string_view<TChar> value;
+};
 
-/// Deletes the file, creates it anew for its owner alone and writes all values at once.
-bool floorSave(const std::string& iPath, const FloorValues& iValues);
+/// Values that are only read: the texts decoded into one block, the entries in the order of their
+/// keys. A file that is in this order is not sorted.
+class FloorConfig
+{
+public:
+    /// Returns whether every line was read.
+    bool load(const std::string& iPath);
+
+    /// Returns null when there is no value.
+    const std::wstring_view* find(std::wstring_view iKey) const;
+
+private:
+    std::unique_ptr<wchar_t[]> fText;
+    std::vector<FloorEntry<wchar_t>> fEntries;
+};
+
+/// Reads a file of values, gives one another value and writes it anew, in the order of its keys.
+/// The texts stay bytes: the order of characters is that of their bytes. The file is deleted and
+/// created for its owner alone. Returns whether all was well.
+bool floorStore(const std::string& iPath, std::string_view iKey, std::string_view iValue);
 
 #endif

@@ -36,18 +36,18 @@ public:
 
     bool load()
     {
-        return floorLoad(fPath, fValues);
+        return fConfig.load(fPath);
     }
 
     bool has(int iNumber) const
     {
-        const auto found = fValues.find(ConfigLines::wideKey(iNumber));
-        return found != fValues.end() && found->second.value == ConfigLines::wideValue(iNumber);
+        const std::wstring_view* const found = fConfig.find(ConfigLines::wideKey(iNumber));
+        return found && *found == ConfigLines::wideValue(iNumber);
     }
 
 private:
     const std::string fPath;
-    FloorValues fValues;
+    FloorConfig fConfig;
 };
 
 class OurLoad
@@ -78,8 +78,7 @@ private:
     PBaseptr<IConfig> fConfig;
 };
 
-/// Keeps the bytes of the file in one block and points into it; decodes nothing, and its keys are
-/// equal in any case of letters.
+/// Keeps the bytes of the file in one block and points into it; decodes nothing.
 class SimpleIniLoad
 {
 public:
@@ -101,7 +100,7 @@ public:
 
 private:
     const std::string fPath;
-    CSimpleIniA fIni;
+    CSimpleIniCaseA fIni;
 };
 
 /// A parser that calls back for each line, with its own map behind it. Keeps bytes, folds keys to
@@ -172,7 +171,11 @@ public:
 
     bool load()
     {
-        return g_key_file_load_from_file(fFile, fPath.c_str(), G_KEY_FILE_NONE, nullptr);
+        const std::unique_ptr<GMappedFile, void (*)(GMappedFile*)> file(
+            g_mapped_file_new(fPath.c_str(), false, nullptr), g_mapped_file_unref);
+        return file && g_key_file_load_from_data(fFile, g_mapped_file_get_contents(file.get()),
+                                                 g_mapped_file_get_length(file.get()),
+                                                 G_KEY_FILE_NONE, nullptr);
     }
 
     bool has(int iNumber)
@@ -233,7 +236,7 @@ void _enter(Contest& ioContest, const std::string& iName)
     for (const auto& [lines, turns] : {std::pair(100, 100u), {10000, 2u}, {200000, 1u}})
     {
         Case load{iName, {lines}, turns};
-        load.countTurns = turns;
+        load.countTurns = (turns + 1) / 2;
         ioContest.enter<Load<FloorLoad, tPlace, tOrder>>(load, "floor");
         ioContest.enter<Load<OurLoad, tPlace, tOrder>>(load, "ours");
         ioContest.enter<Load<SimpleIniLoad, tPlace, tOrder>>(load, "simpleini");

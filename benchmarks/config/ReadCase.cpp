@@ -5,8 +5,10 @@
 #include "config/FloorConfig.h"
 #include "support/CoreHost.h"
 #include "support/Shuffled.h"
+#include "support/TextMap.h"
 
 #include <Poco/AutoPtr.h>
+#include <Poco/NumberParser.h>
 #include <Poco/Util/LayeredConfiguration.h>
 #include <Poco/Util/MapConfiguration.h>
 #include <mutex>
@@ -30,12 +32,13 @@ bool _isIn(ESource iPlace, ESource iSource)
     return iPlace == iSource || (iSource == ePinned && iPlace != eStored);
 }
 
-/// The keys asked for, or those that fill the other places.
+/// The keys asked for, or those that fill the other places: of neighbours in order of the keys,
+/// every second one is asked for.
 std::string _key(int iNumber, bool iAsked)
 {
-    std::string digits = std::to_string(iNumber);
+    std::string digits = std::to_string(2 * iNumber + !iAsked);
     digits.insert(0, 5 - digits.size(), '0');
-    return (iAsked ? "service.limit." : "service.other.") + digits;
+    return "service.limit." + digits;
 }
 
 std::string _value(int iNumber)
@@ -48,8 +51,8 @@ std::wstring _widened(const std::string& iText)
     return {iText.begin(), iText.end()};
 }
 
-/// Three maps under one lock.
-template <ESource tSource>
+/// Three tables under one lock. TProbe is what they are asked with.
+template <ESource tSource, class TValues, class TProbe>
 class FloorRead
 {
 public:
@@ -66,7 +69,7 @@ public:
     bool getString(std::wstring_view iKey, std::wstring& oValue)
     {
         const std::lock_guard lock(fMutex);
-        const FloorRecord* const record = used(iKey);
+        const FloorRecord* const record = used(TProbe(iKey));
         if (record)
         {
             oValue.assign(record->value);
@@ -83,20 +86,20 @@ public:
     typedef std::wstring_view Key;
 
 private:
-    static void fill(FloorValues& ioValues, ESource iPlace, int iNumber)
+    static void fill(TValues& ioValues, ESource iPlace, int iNumber)
     {
         FloorRecord& record = ioValues[_widened(_key(iNumber, _isIn(iPlace, tSource)))];
         record.value = _widened(_value(iPlace == eRunTime && tSource == ePinned ? 0 : iNumber));
         record.pinned = iPlace == eOwn && tSource == ePinned;
     }
 
-    static const FloorRecord* find(const FloorValues& iValues, std::wstring_view iKey)
+    static const FloorRecord* find(const TValues& iValues, const TProbe& iKey)
     {
         const auto found = iValues.find(iKey);
         return found != iValues.end() ? &found->second : nullptr;
     }
 
-    const FloorRecord* used(std::wstring_view iKey) const
+    const FloorRecord* used(const TProbe& iKey) const
     {
         const FloorRecord* const own = find(fOwn, iKey);
         if (own && own->pinned)
@@ -130,11 +133,17 @@ private:
     }
 
     std::mutex fMutex;
-    FloorValues fOwn;
-    FloorValues fStored;
-    FloorValues fRunTime;
+    TValues fOwn;
+    TValues fStored;
+    TValues fRunTime;
     std::wstring fText;
 };
+
+template <ESource tSource>
+using FloorTree = FloorRead<tSource, FloorValues, std::wstring_view>;
+
+template <ESource tSource>
+using FloorHash = FloorRead<tSource, TextMap<FloorRecord>, HashedText>;
 
 template <ESource tSource>
 class OurRead
@@ -182,8 +191,8 @@ private:
     PBaseptr<IConfig> fConfig;
 };
 
-/// Three layers, each with a lock and a map of its own, of bytes. Values are copied more than once
-/// on their way, and references to other values inside them are looked for. Nothing can be pinned.
+/// Three layers, each with a lock and a map of its own, of bytes. Raw values are asked for, in
+/// which no references to other values are looked for. Nothing can be pinned.
 template <ESource tSource>
 class PocoRead
 {
@@ -203,14 +212,13 @@ public:
 
     bool getString(const std::string& iKey, std::string& oValue)
     {
-        oValue = fLayers->getString(iKey);
+        oValue = fLayers->getRawString(iKey);
         return true;
     }
 
     bool getInt32(const std::string& iKey, int& oValue)
     {
-        oValue = fLayers->getInt(iKey);
-        return true;
+        return Poco::NumberParser::tryParse(fLayers->getRawString(iKey), oValue);
     }
 
     typedef std::string Text;
@@ -294,13 +302,15 @@ template <ESource tSource>
 void _enter(Contest& ioContest, const std::string& iSource)
 {
     Case text{"read " + iSource + " text", {100, 10000}, 4000};
-    text.countTurns = 4096;
-    ioContest.enter<ReadText<FloorRead<tSource>>>(text, "floor");
+    text.countTurns = 1024;
+    ioContest.enter<ReadText<FloorTree<tSource>>>(text, "floor, tree");
+    ioContest.enter<ReadText<FloorHash<tSource>>>(text, "floor, hash");
     ioContest.enter<ReadText<OurRead<tSource>>>(text, "ours");
 
     Case number{"read " + iSource + " number", {100, 10000}, 4000};
-    number.countTurns = 4096;
-    ioContest.enter<ReadNumber<FloorRead<tSource>>>(number, "floor");
+    number.countTurns = 1024;
+    ioContest.enter<ReadNumber<FloorTree<tSource>>>(number, "floor, tree");
+    ioContest.enter<ReadNumber<FloorHash<tSource>>>(number, "floor, hash");
     ioContest.enter<ReadNumber<OurRead<tSource>>>(number, "ours");
 
     if constexpr (tSource != ePinned)

@@ -19,7 +19,7 @@ namespace
 {
 constexpr char kFile[] = "store.conf";
 
-/// Reads and parses the file, changes the value and rewrites the file.
+/// Reads and parses the file, changes the value and rewrites the file. Decodes nothing.
 class FloorStore
 {
 public:
@@ -29,13 +29,8 @@ public:
 
     bool store(int iNumber, const std::wstring& iValue)
     {
-        FloorValues values;
-        if (!floorLoad(fPath, values))
-        {
-            return false;
-        }
-        values[L"bench|" + ConfigLines::wideKey(iNumber)].value = iValue;
-        return floorSave(fPath, values);
+        return floorStore(fPath, "bench|" + ConfigLines::key(iNumber),
+                          std::string(iValue.begin(), iValue.end()));
     }
 
 private:
@@ -76,7 +71,7 @@ public:
 
     bool store(int iNumber, const std::wstring& iValue)
     {
-        CSimpleIniA ini;
+        CSimpleIniCaseA ini;
         ini.SetUnicode();
         const std::string value(iValue.begin(), iValue.end());
         return ini.LoadFile(fPath.c_str()) >= 0 &&
@@ -137,7 +132,7 @@ void _enter(Contest& ioContest, const std::string& iName)
     for (const auto& [lines, turns] : {std::pair(100, 20u), {1000, 8u}, {10000, 2u}})
     {
         Case store{iName, {lines}, turns};
-        store.countTurns = turns;
+        store.countTurns = (turns + 1) / 2;
         ioContest.enter<Store<FloorStore, tPlace>>(store, "floor");
         ioContest.enter<Store<OurStore, tPlace>>(store, "ours");
         ioContest.enter<Store<SimpleIniStore, tPlace>>(store, "simpleini");

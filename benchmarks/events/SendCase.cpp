@@ -2,16 +2,16 @@
 
 #include "IEventDispatcher.h"
 #include "PBaseptr.h"
+#include "events/FloorDispatcher.h"
 #include "helpers/PCounted.h"
 #include "support/CoreHost.h"
 #include "support/Shuffled.h"
+#include "support/TextMap.h"
 
 #include <Poco/BasicEvent.h>
 #include <Poco/Delegate.h>
 #include <boost/signals2/signal.hpp>
-#include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -35,8 +35,6 @@ std::vector<std::wstring> _topics()
     return topics;
 }
 
-/// Locks, finds, copies the list, unlocks, calls; the copy keeps the listeners alive, as anybody
-/// may unsubscribe them meanwhile.
 class FloorSend
 {
 public:
@@ -45,10 +43,9 @@ public:
     {
         for (const std::wstring& name : fNames)
         {
-            std::vector<std::shared_ptr<Listener>>& listeners = fTopics[name];
             for (int i = 0; i < iSize; ++i)
             {
-                listeners.push_back(std::make_shared<Listener>());
+                fDispatcher.add(name, std::make_shared<Listener>());
             }
         }
     }
@@ -56,46 +53,25 @@ public:
     bool turn(unsigned int iTurn)
     {
         unsigned int heard = 0;
-        return send(fNames[fOrder[iTurn]], &heard, 1) && heard == fListeners;
+        return fDispatcher.send(fNames[fOrder[iTurn]], heard, 1) && heard == fListeners;
     }
 
 private:
-    class Listener
+    class Listener final : public FloorDispatcher<unsigned int>::Listener
     {
     public:
-        virtual ~Listener() = default;
-
-        virtual int handle(std::wstring_view, void* iParam1, int iParam2)
+        // In a host it is somebody else's code, which no compiler has seen.
+        [[gnu::noipa]] int handle(std::wstring_view, unsigned int& ioHeard, int iCount) override
         {
-            *static_cast<unsigned int*>(iParam1) += static_cast<unsigned int>(iParam2);
+            ioHeard += static_cast<unsigned int>(iCount);
             return 0;
         }
     };
 
-    bool send(std::wstring_view iTopic, void* iParam1, int iParam2)
-    {
-        std::vector<std::shared_ptr<Listener>> listeners;
-        {
-            const std::lock_guard lock(fMutex);
-            const auto found = fTopics.find(iTopic);
-            if (found == fTopics.end())
-            {
-                return false;
-            }
-            listeners = found->second;
-        }
-        for (auto listener = listeners.rbegin(); listener != listeners.rend(); ++listener)
-        {
-            (*listener)->handle(iTopic, iParam1, iParam2);
-        }
-        return true;
-    }
-
     const std::vector<std::wstring> fNames;
     const Shuffled fOrder;
     const unsigned int fListeners;
-    std::mutex fMutex;
-    std::map<std::wstring, std::vector<std::shared_ptr<Listener>>, std::less<>> fTopics;
+    FloorDispatcher<unsigned int> fDispatcher;
 };
 
 /// What an event carries: the count of those who heard it.
@@ -176,7 +152,8 @@ private:
     IEventDispatcher* fDispatcher;
 };
 
-/// A signal for each topic, found in a map that nothing guards; otherwise like for like.
+/// A signal for each topic, found in the floor's table, which nothing guards; otherwise like for
+/// like.
 class Signals2Send
 {
 public:
@@ -208,11 +185,11 @@ private:
     const std::vector<std::wstring> fNames;
     const Shuffled fOrder;
     const unsigned int fListeners;
-    std::map<std::wstring, Signal, std::less<>> fTopics;
+    TextMap<Signal> fTopics;
 };
 
-/// An event for each topic, found in a map that nothing guards. The listeners are called in the
-/// order of their subscription.
+/// An event for each topic, found in the floor's table, which nothing guards. The listeners are
+/// called in the order of their subscription.
 class PocoSend
 {
 public:
@@ -259,7 +236,7 @@ private:
     const Shuffled fOrder;
     const unsigned int fListeners;
     std::vector<Target> fTargets;
-    std::map<std::wstring, Poco::BasicEvent<unsigned int*>, std::less<>> fTopics;
+    TextMap<Poco::BasicEvent<unsigned int*>> fTopics;
 };
 } // namespace
 

@@ -50,7 +50,8 @@ void _check(const std::string& iPath, const std::string& iFilling)
 
 /// A log for one thread or many: the text is formatted in wide characters and encoded without a
 /// lock; the time is taken, and the line handed to the system, under one, so that the times of the
-/// lines ascend. Knows no limits, no rotation, and no failures but to tell them.
+/// lines ascend. Knows no limits, no rotation, no escapes but those of line ends, and no failures
+/// but to tell them.
 class FloorLog
 {
 public:
@@ -253,7 +254,8 @@ private:
     const std::wstring fFilling;
 };
 
-/// The same line from a narrow text, which needs no encoding, in a format that was parsed before.
+/// The same line from a narrow text, which needs no encoding, in a format that the compiler has
+/// checked. The process is part of the pattern, as its flag would ask the system at each line.
 /// Flushes each line, as ours does. A failure would be printed.
 class Spdlog
 {
@@ -262,7 +264,7 @@ public:
         : fLog("bench", std::make_shared<spdlog::sinks::basic_file_sink_mt>(iPath)),
           fFilling(iFilling)
     {
-        fLog.set_pattern("%Y-%m-%d %H:%M:%S.%e %P:%t %L %n %v");
+        fLog.set_pattern("%Y-%m-%d %H:%M:%S.%e " + std::to_string(::getpid()) + ":%t %L %n %v");
         fLog.flush_on(spdlog::level::info);
     }
 

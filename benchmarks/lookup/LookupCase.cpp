@@ -4,11 +4,12 @@
 #include "support/CoreHost.h"
 #include "support/InterfacesPlugin.h"
 #include "support/Shuffled.h"
+#include "support/TextMap.h"
 
 #include <Poco/ClassLoader.h>
+#include <atomic>
 #include <cstdlib>
 #include <map>
-#include <mutex>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -25,8 +26,33 @@ std::vector<std::wstring> _ids(int iCount)
     return ids;
 }
 
-/// The least that a registry needs which initialises its services under a lock and lets each
-/// decide what it hands out.
+class FloorProvider
+{
+public:
+    virtual ~FloorProvider() = default;
+
+    // In a host it is somebody else's code, which no compiler has seen.
+    [[gnu::noipa]] virtual bool get(std::wstring_view iId, void*& oInstance)
+    {
+        const bool known = iId.starts_with(L"com.kelvora.bench.");
+        oInstance = known ? this : nullptr;
+        return known;
+    }
+};
+
+struct FloorService
+{
+    explicit FloorService(FloorProvider& iProvider) : provider(iProvider)
+    {
+    }
+
+    FloorProvider& provider;
+    std::atomic<bool> initialised{true};
+};
+
+/// The least that a registry needs whose services are initialised on demand, each of which decides
+/// what it hands out, and which may be stopped at any time: two atomic changes count those inside.
+template <class TRegistry>
 class FloorLookup
 {
 public:
@@ -34,7 +60,7 @@ public:
     {
         for (const std::wstring& id : fIds)
         {
-            fRegistry.emplace(id, Record{&fProvider, true});
+            fRegistry.try_emplace(id, fProvider);
         }
     }
 
@@ -45,48 +71,48 @@ public:
     }
 
 private:
-    class Provider
+    class Call
     {
     public:
-        virtual ~Provider() = default;
-
-        virtual bool get(std::wstring_view iId, void*& oInstance)
+        explicit Call(std::atomic<int>& ioCount) : fCount(ioCount)
         {
-            const bool known = iId.starts_with(L"com.kelvora.bench.");
-            oInstance = known ? this : nullptr;
-            return known;
+            ++fCount;
         }
-    };
 
-    struct Record
-    {
-        Provider* provider;
-        bool initialised;
+        ~Call()
+        {
+            --fCount;
+        }
+
+        Call(const Call&) = delete;
+        Call& operator=(const Call&) = delete;
+
+    private:
+        std::atomic<int>& fCount;
     };
 
     bool get(std::wstring_view iId, void*& oInstance)
     {
-        const auto found = fRegistry.find(iId);
-        if (found == fRegistry.end())
+        const Call call(fCalls);
+        if (fStopped)
         {
             return false;
         }
-        {
-            const std::lock_guard lock(fMutex);
-            if (!found->second.initialised)
-            {
-                return false;
-            }
-        }
-        return found->second.provider->get(iId, oInstance);
+        const auto found = fRegistry.find(iId);
+        return found != fRegistry.end() && found->second.initialised &&
+               found->second.provider.get(iId, oInstance);
     }
 
     const std::vector<std::wstring> fIds;
     const Shuffled fOrder;
-    std::map<std::wstring, Record, std::less<>> fRegistry;
-    std::recursive_mutex fMutex;
-    Provider fProvider;
+    std::atomic<int> fCalls{0};
+    std::atomic<bool> fStopped{false};
+    TRegistry fRegistry;
+    FloorProvider fProvider;
 };
+
+typedef FloorLookup<std::map<std::wstring, FloorService, std::less<>>> FloorTree;
+typedef FloorLookup<TextMap<FloorService>> FloorHash;
 
 template <bool tCoreLog>
 class OurLookup
@@ -163,12 +189,14 @@ void enterLookup(Contest& ioContest)
     Case lookup{"lookup", {10, 1000, 10000}, 4000};
     lookup.twoThreads = true;
     lookup.countTurns = 4096;
-    ioContest.enter<FloorLookup>(lookup, "floor");
+    ioContest.enter<FloorTree>(lookup, "floor, tree");
+    ioContest.enter<FloorHash>(lookup, "floor, hash");
     ioContest.enter<OurLookup<false>>(lookup, "ours");
     ioContest.enter<PocoLookup>(lookup, "poco");
 
     Case logged{"lookup with core log", {1000}, 4000};
     logged.countTurns = 4096;
-    ioContest.enter<FloorLookup>(logged, "floor");
+    ioContest.enter<FloorTree>(logged, "floor, tree");
+    ioContest.enter<FloorHash>(logged, "floor, hash");
     ioContest.enter<OurLookup<true>>(logged, "ours");
 }

@@ -4,7 +4,7 @@
 #include "support/Contest.h"
 
 /// Eight threads ask for a plugin that one of them initialises: how long after the init does the
-/// last one have it, and how long after the first one?
+/// last one have it, and how long after the first one? And what does a first request cost alone?
 void enterFirstRequest(Contest& ioContest);
 
 #endif

@@ -17,6 +17,14 @@ namespace
 {
 constexpr double kWrong = -1;
 
+/// The loader walks the list of all loaded libraries for each one, so everybody starts with those
+/// of the program alone. Returns whether it is so.
+bool _unloadAll()
+{
+    CoreHost::stop();
+    return LibraryCopies::loaded() == 0;
+}
+
 /// Opens the directory, loads every library, looks its factory up and calls it, and notes the
 /// interface IDs. The libraries are closed when the time is taken.
 class FloorStart
@@ -28,7 +36,10 @@ public:
 
     double timedTurn()
     {
-        CoreHost::stop(); // which may have these libraries open
+        if (!_unloadAll())
+        {
+            return kWrong;
+        }
         Stopwatch watch;
         Registry registry;
         const bool loaded = registry.load(fDirectory);
@@ -116,7 +127,10 @@ public:
 
     double timedTurn()
     {
-        CoreHost::stop();
+        if (!_unloadAll())
+        {
+            return kWrong;
+        }
         const double seconds = CoreHost::start(fSetup);
         IBase* instance = nullptr;
         const std::wstring last = LibraryCopies::interfaceId(fSize - 1);
@@ -139,6 +153,10 @@ public:
 
     double timedTurn()
     {
+        if (!_unloadAll())
+        {
+            return kWrong;
+        }
         Stopwatch watch;
         Poco::ClassLoader<PocoService> loader;
         const std::vector<std::string> paths = LibraryCopies::list(fDirectory);

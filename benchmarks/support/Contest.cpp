@@ -141,7 +141,7 @@ void Contest::registerAll()
     }
 }
 
-bool Contest::runForCounting(const std::string& iFilter) const
+bool Contest::runForCounting(const std::regex& iPattern) const
 {
     bool right = true;
     for (const Entry& entry : fEntries)
@@ -149,7 +149,7 @@ bool Contest::runForCounting(const std::string& iFilter) const
         for (const int size : entry.of.sizes)
         {
             if (entry.of.countTurns > 0 && size <= kLargestCounted &&
-                _name(entry, size, 1).find(iFilter) != std::string::npos)
+                std::regex_search(_name(entry, size, 1), iPattern))
             {
                 right = _count(entry, size) && right;
             }

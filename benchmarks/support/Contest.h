@@ -2,10 +2,17 @@
 #ifndef IXLAL_BENCHMARKS_CONTEST_H
 #define IXLAL_BENCHMARKS_CONTEST_H
 
-#include <concepts>
 #include <memory>
+#include <regex>
 #include <string>
 #include <vector>
+
+/// A contestant whose turns take their own time.
+template <class TWork>
+concept TimesItself = requires(TWork& work)
+{
+    work.timedTurn();
+};
 
 /// One contestant, made for one size. The measuring calls it for many turns at once, so that the
 /// call itself doesn't count.
@@ -53,7 +60,7 @@ public:
 
     double timedTurn() override
     {
-        if constexpr (requires { fWork.timedTurn(); })
+        if constexpr (TimesItself<TWork>)
         {
             return fWork.timedTurn();
         }
@@ -98,27 +105,25 @@ public:
     template <class TWork>
     void enter(const Case& iCase, const std::string& iContestant)
     {
-        fEntries.push_back(
-            {iCase, iContestant, requires(TWork & work) { work.timedTurn();
+        fEntries.push_back({iCase, iContestant, TimesItself<TWork>, &_make<TWork>});
     }
-    ,
-        [](int iSize) -> std::unique_ptr<Body>
-    {
-        return std::make_unique<WorkBody<TWork>>(iSize);
-    }});
-}
 
-/// Hands all entries to Google Benchmark. Lives until they have run.
-void registerAll();
+    /// Hands all entries to Google Benchmark. Lives until they have run.
+    void registerAll();
 
-/// Does the turns to be counted of the entries whose name holds iFilter, each between two
-/// marks for callgrind, which dumps the instructions under the entry's name. Returns whether
-/// all results were right.
-bool runForCounting(const std::string& iFilter) const;
+    /// Does the turns to be counted of the entries whose name matches iPattern, each between two
+    /// marks for callgrind, which dumps the instructions under the entry's name. Returns whether
+    /// all results were right.
+    bool runForCounting(const std::regex& iPattern) const;
 
 private:
-std::vector<Entry> fEntries;
-}
-;
+    template <class TWork>
+    static std::unique_ptr<Body> _make(int iSize)
+    {
+        return std::make_unique<WorkBody<TWork>>(iSize);
+    }
+
+    std::vector<Entry> fEntries;
+};
 
 #endif

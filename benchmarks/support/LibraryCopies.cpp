@@ -12,6 +12,7 @@
 
 #include <dirent.h>
 #include <dlfcn.h>
+#include <link.h>
 
 namespace fs = std::filesystem;
 
@@ -47,10 +48,18 @@ void _number(std::string& ioLibrary, int iNumber)
     ioLibrary.replace(found, id.size(), id);
 }
 
+typedef std::map<std::pair<std::string, int>, std::unique_ptr<BenchDir>> Directories;
+
+/// By the name of the library and the number of copies.
+Directories& _directories()
+{
+    static Directories sDirectories;
+    return sDirectories;
+}
+
 const fs::path& _copies(const std::string& iName, int iCount, void (*iNumber)(std::string&, int))
 {
-    static std::map<std::pair<std::string, int>, std::unique_ptr<BenchDir>> sDirectories;
-    std::unique_ptr<BenchDir>& directory = sDirectories[{iName, iCount}];
+    std::unique_ptr<BenchDir>& directory = _directories()[{iName, iCount}];
     if (!directory)
     {
         directory = std::make_unique<BenchDir>(BenchDir::eMemory);
@@ -63,6 +72,13 @@ const fs::path& _copies(const std::string& iName, int iCount, void (*iNumber)(st
         }
     }
     return directory->path();
+}
+
+bool _isCopy(const fs::path& iLibrary)
+{
+    return std::any_of(_directories().begin(), _directories().end(),
+                       [&iLibrary](const Directories::value_type& iEntry)
+                       { return iEntry.second->path() == iLibrary.parent_path(); });
 }
 } // namespace
 
@@ -100,6 +116,19 @@ std::vector<std::string> LibraryCopies::list(const fs::path& iDirectory)
     }
     std::sort(paths.begin(), paths.end());
     return paths;
+}
+
+int LibraryCopies::loaded()
+{
+    int count = 0;
+    ::dl_iterate_phdr(
+        [](dl_phdr_info* iLibrary, std::size_t, void* ioCount)
+        {
+            *static_cast<int*>(ioCount) += _isCopy(iLibrary->dlpi_name);
+            return 0;
+        },
+        &count);
+    return count;
 }
 
 void LibraryCopies::unload(const fs::path& iDirectory)

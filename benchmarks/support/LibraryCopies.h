@@ -22,6 +22,9 @@ const std::filesystem::path& pocoLibraries(int iCount);
 /// The paths of the libraries in a directory, in the order of their names.
 std::vector<std::string> list(const std::filesystem::path& iDirectory);
 
+/// How many libraries of such directories the process has loaded.
+int loaded();
+
 /// Closes the libraries in a directory, each of which somebody has opened and left open.
 void unload(const std::filesystem::path& iDirectory);
 } // namespace LibraryCopies

@@ -1,6 +1,6 @@
 // Runs the benchmarks, or does the turns whose instructions callgrind counts:
 //   ixlal-bench [Google Benchmark's options]
-//   ixlal-bench --count [PART OF A NAME]
+//   ixlal-bench --count [PATTERN OF NAMES]
 
 #include "config/LoadCase.h"
 #include "config/ReadCase.h"
@@ -16,6 +16,7 @@
 #include "support/SecondThread.h"
 
 #include <benchmark/benchmark.h>
+#include <regex>
 #include <string>
 
 int main(int iCount, char** iArguments)
@@ -35,7 +36,7 @@ int main(int iCount, char** iArguments)
 
     if (iCount > 1 && std::string(iArguments[1]) == "--count")
     {
-        const bool right = contest.runForCounting(iCount > 2 ? iArguments[2] : "");
+        const bool right = contest.runForCounting(std::regex(iCount > 2 ? iArguments[2] : ""));
         CoreHost::stop();
         return right ? 0 : 1;
     }

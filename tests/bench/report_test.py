@@ -3,6 +3,7 @@
 import contextlib
 import io
 import json
+import shutil
 import sys
 import tempfile
 import unittest
@@ -12,10 +13,17 @@ sys.dont_write_bytecode = True
 sys.path.insert(0, sys.argv.pop(1))
 import bench_report
 
+BASELINE = bench_report.BASELINE
+LIMITS = bench_report.LIMITS
+
 
 def run(name, time, allocations):
     return {"name": f"{name}/iterations:10/real_time", "run_type": "iteration",
             "real_time": time, "allocations": allocations}
+
+
+OURS = "look up/ours/10/1"
+FLOORS = {"look up/floor, tree/10/1": 90, "look up/floor, hash/10/1": 50}
 
 
 class Report(unittest.TestCase):
@@ -23,37 +31,50 @@ class Report(unittest.TestCase):
         self.temporary = tempfile.TemporaryDirectory()
         self.addCleanup(self.temporary.cleanup)
         self.results = Path(self.temporary.name)
-        bench_report.LIMITS = self.results / "limits.json"
-        bench_report.BASELINE = self.results / "baseline.json"
-        bench_report.LIMITS.write_text('{"look": {"allocations": 5}, "look up": {"allocations": 0}}')
-        bench_report.BASELINE.write_text('{"look up/ours/10/1": 100}')
+        self.limits({"look": {"allocations": 5}, "look up": {"ratio": 3, "allocations": 0}})
+        self.baseline({OURS: 100})
         self.measured(allocations=0)
-        self.counted(100)
+        self.counted(FLOORS | {OURS: 100})
+
+    def limits(self, limits):
+        bench_report.LIMITS = self.written("limits.json", limits)
+
+    def baseline(self, baseline):
+        bench_report.BASELINE = self.written("baseline.json", baseline)
+
+    def written(self, name, content):
+        path = self.results / name
+        path.write_text(json.dumps(content))
+        return path
 
     def measured(self, allocations):
-        runs = [run("look up/floor/10/1", time, 0) for time in (90, 100, 200)]
-        runs += [run("look up/ours/10/1", time, allocations) for time in (100, 120, 110)]
+        runs = [run("look up/floor, tree/10/1", time, 0) for time in (90, 100, 200)]
+        runs += [run("look up/floor, hash/10/1", 55, 0)]
+        runs += [run(OURS, time, allocations) for time in (100, 120, 110)]
         runs += [run("look up/peer/10/1", 220, 3), run("look up/slow/10/1", 330, 3)]
-        (self.results / "times.json").write_text(json.dumps({"benchmarks": runs}))
+        self.written("times.json", {"benchmarks": runs})
 
-    def counted(self, instructions, name="look up/ours/10/1"):
-        directory = self.results / "counts-look"
-        directory.mkdir(exist_ok=True)
-        (directory / "turns").write_text(f"\n[core] hello\n{name} 50\n")
-        (directory / "out.1").write_text(f"desc: Trigger: Client Request: {name}\n"
-                                         f"totals: {instructions * 50}\n")
+    def counted(self, instructions):
+        shutil.rmtree(self.results / "counts", ignore_errors=True)
+        directory = self.results / "counts"
+        directory.mkdir()
+        turns = "".join(f"{name} 50\n" for name in instructions)
+        (directory / "turns").write_text(f"\n[core] hello\n{turns}")
+        for number, (name, count) in enumerate(instructions.items()):
+            (directory / f"out.{number}").write_text(f"desc: Trigger: Client Request: {name}\n"
+                                                     f"totals: {count * 50}\n")
 
     def check(self):
         with contextlib.redirect_stdout(io.StringIO()) as said:
             return bench_report.check(self.results), said.getvalue()
 
     def test_passes_within_the_limits(self):
-        self.counted(110)
+        self.counted(FLOORS | {OURS: 105})
         self.assertEqual(0, self.check()[0])
 
     def test_notices_more_instructions(self):
-        self.counted(111)
-        self.assertEqual((1, "look up/ours/10/1: 111 instructions for an operation, 100 recorded\n"),
+        self.counted(FLOORS | {OURS: 106})
+        self.assertEqual((1, f"{OURS}: 106 instructions for an operation, 100 recorded\n"),
                          self.check())
 
     def test_notices_an_allocation(self):
@@ -61,27 +82,79 @@ class Report(unittest.TestCase):
         self.assertEqual(1, self.check()[0])
 
     def test_notices_what_is_counted_no_more(self):
-        self.counted(100, "look down/ours/10/1")
-        self.assertEqual((1, "look up/ours/10/1: not counted any more\n"), self.check())
+        self.counted(FLOORS | {"look down/ours/10/1": 100})
+        self.assertIn(f"{OURS}: not counted any more\n", self.check()[1])
+
+    def test_notices_what_is_not_recorded(self):
+        self.baseline({})
+        self.assertEqual((1, f"{OURS}: counted, but not recorded\n"), self.check())
+
+    def test_compares_with_the_cheapest_floor(self):
+        self.counted({OURS: 100, "look up/floor, tree/10/1": 90, "look up/floor, hash/10/1": 33})
+        self.assertEqual((1, "look up, 10: 3.03 times the floor's instructions, 3 allowed\n"),
+                         self.check())
+
+    def test_notices_limits_that_nothing_is_counted_for(self):
+        self.limits({"look": {"ratio": 3}, "set": {"ratio": 2}})
+        self.assertEqual((1, "set: has limits, but nothing was counted\n"), self.check())
 
     def test_refuses_a_wrong_result(self):
-        failed = run("look up/ours/10/1", 1, 0) | {"error_occurred": True, "error_message": "wrong"}
+        failed = run(OURS, 1, 0) | {"error_occurred": True, "error_message": "wrong"}
         (self.results / "times.json").write_text(json.dumps({"benchmarks": [failed]}))
         with self.assertRaisesRegex(SystemExit, "wrong"):
             bench_report.check(self.results)
 
     def test_records_what_the_check_compares_with(self):
-        self.counted(300)
+        self.counted(FLOORS | {OURS: 140})
         bench_report.record(self.results)
+        self.assertEqual({OURS: 140}, json.loads(bench_report.BASELINE.read_text()))
         self.assertEqual(0, self.check()[0])
 
     def test_summarises_medians_and_ratios(self):
         (row,) = bench_report.summarise(self.results)
         self.assertEqual(110, row["contestants"]["ours"]["median_ns"])
-        self.assertEqual(1.1, row["time_ratio"])
-        self.assertEqual(("peer", 0.5), (row["best_peer"], row["best_peer_ratio"]))
-        self.assertEqual(100, row["contestants"]["ours"]["instructions"])
-        self.assertIsNone(row["instruction_ratio"])
+        self.assertEqual({"time": 1.1, "instructions": 100 / 90, "bytes": None},
+                         row["floors"]["floor, tree"])
+        self.assertEqual({"time": 2.0, "instructions": 2.0, "bytes": None},
+                         row["floors"]["floor, hash"])
+        self.assertEqual(("peer", 0.5), (row["best_peer"], row["peer"]["time"]))
+
+    def test_shows_each_floor_in_a_line_of_its_own(self):
+        lines = bench_report.table(bench_report.summarise(self.results), {}).splitlines()[2:]
+        self.assertEqual(["hash", "tree"], [line.split("|")[4].strip() for line in lines])
+
+    def test_puts_a_text_between_its_marks(self):
+        page = "a\n<!-- table -->\nold\n<!-- end of table -->\nb\n"
+        self.assertEqual("a\n<!-- table -->\n\nnew\n\n<!-- end of table -->\nb\n",
+                         bench_report.put(page, "table", "new\n"))
+        with self.assertRaises(SystemExit):
+            bench_report.put(page, "sizes", "new")
+
+
+class Limits(unittest.TestCase):
+    """What the repository itself records."""
+
+    def setUp(self):
+        bench_report.BASELINE = BASELINE
+        self.baseline = json.loads(BASELINE.read_text())
+        self.limits = json.loads(LIMITS.read_text())
+
+    def test_record_the_instructions_of_every_kind_of_operation(self):
+        cases = {bench_report.split(name)[0] for name in self.baseline}
+        for case in ("lookup", "lookup with core log", "send", "read own text", "set", "set again",
+                     "remove", "load sorted", "load shuffled", "store",
+                     "start", "first request, alone", "log line", "filtered line"):
+            self.assertIn(case, cases)
+
+    def test_allow_a_ratio_to_the_floor_for_all_that_is_recorded(self):
+        for name in self.baseline:
+            case = bench_report.split(name)[0]
+            self.assertIn("ratio", bench_report.limits_of(case, self.limits), case)
+
+    def test_fail_when_any_operation_takes_a_tenth_more(self):
+        for name, recorded in self.baseline.items():
+            grown = self.baseline | {name: recorded + max(1, recorded // 10)}
+            self.assertEqual(1, len(list(bench_report.baseline_problems(grown))), name)
 
 
 if __name__ == "__main__":

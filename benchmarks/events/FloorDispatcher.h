@@ -1,0 +1,60 @@
+// FloorDispatcher: how the floors deliver events.
+#ifndef IXLAL_BENCHMARKS_FLOORDISPATCHER_H
+#define IXLAL_BENCHMARKS_FLOORDISPATCHER_H
+
+#include "support/TextMap.h"
+
+#include <memory>
+#include <mutex>
+#include <string_view>
+#include <vector>
+
+/// Locks, finds by hash, shares the list, unlocks, calls. A list that somebody shares is not
+/// changed; its one reference keeps the listeners alive, as anybody may unsubscribe them meanwhile.
+template <class TEvent>
+class FloorDispatcher
+{
+public:
+    class Listener
+    {
+    public:
+        virtual ~Listener() = default;
+        virtual int handle(std::wstring_view iTopic, TEvent& ioEvent, int iParam) = 0;
+    };
+
+    void add(std::wstring_view iTopic, std::shared_ptr<Listener> iListener)
+    {
+        const std::lock_guard lock(fMutex);
+        std::shared_ptr<const Listeners>& place = fTopics[std::wstring(iTopic)];
+        auto changed = place ? std::make_shared<Listeners>(*place) : std::make_shared<Listeners>();
+        changed->push_back(std::move(iListener));
+        place = std::move(changed);
+    }
+
+    bool send(std::wstring_view iTopic, TEvent& ioEvent, int iParam)
+    {
+        std::shared_ptr<const Listeners> listeners;
+        {
+            const std::lock_guard lock(fMutex);
+            const auto found = fTopics.find(iTopic);
+            if (found == fTopics.end())
+            {
+                return false;
+            }
+            listeners = found->second;
+        }
+        for (auto listener = listeners->rbegin(); listener != listeners->rend(); ++listener)
+        {
+            (*listener)->handle(iTopic, ioEvent, iParam);
+        }
+        return true;
+    }
+
+private:
+    typedef std::vector<std::shared_ptr<Listener>> Listeners;
+
+    std::mutex fMutex;
+    TextMap<std::shared_ptr<const Listeners>> fTopics;
+};
+
+#endif
