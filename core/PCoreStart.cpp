@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 
 namespace
 {
@@ -16,7 +17,7 @@ constexpr wchar_t kCoreVersion[] = L"3.3.32";
 void _print(const char* iText)
 {
     // A stream that takes no banner does not keep the core from starting.
-    static_cast<void>(PStandardError::write(iText));
+    static_cast<void>(PStandardError::write(iText, std::strlen(iText)));
 }
 } // namespace
 

@@ -30,6 +30,11 @@ std::string _encodeTag(const PLiteral& iTag)
     return std::string(line.bytes());
 }
 
+int _echo(std::string_view iBytes) noexcept
+{
+    return PStandardError::write(iBytes.data(), iBytes.size());
+}
+
 char _shown(unsigned char iByte)
 {
     return iByte >= 0x20 && iByte < 0x7F ? static_cast<char>(iByte) : '.';
@@ -170,12 +175,12 @@ void PLogFile::nl_echo(std::size_t iBegin) noexcept
 {
     const std::size_t end = fLine.bytes().size();
     nl_addReport(kLostEchoes, fUnechoed);
-    int result = PStandardError::write(fLine.bytes().substr(end));
+    int result = _echo(fLine.bytes().substr(end));
     fLine.shorten(end);
     if (result == 0)
     {
         fUnechoed.lines = 0;
-        result = PStandardError::write(fLine.bytes().substr(iBegin));
+        result = _echo(fLine.bytes().substr(iBegin));
     }
     if (result != 0)
     {

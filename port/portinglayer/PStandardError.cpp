@@ -8,6 +8,7 @@
 #include <atomic>
 #include <cerrno>
 #include <cstddef>
+#include <string_view>
 
 #include <fcntl.h>
 #include <poll.h>
@@ -121,15 +122,16 @@ int _writeNow(std::string_view iText) noexcept
 }
 } // namespace
 
-int PStandardError::write(std::string_view iText) noexcept
+int PStandardError::write(const char* iBytes, std::size_t iSize) noexcept
 {
-    if (iText.empty())
+    const std::string_view text(iBytes, iSize);
+    if (text.empty())
     {
         return 0;
     }
     PWriteSignals signals;
     int result = sTorn ? _writeNow("\n") : 0;
-    result = result == 0 ? _writeNow(iText) : result;
+    result = result == 0 ? _writeNow(text) : result;
     signals.takeBack(-result);
     return result;
 }
