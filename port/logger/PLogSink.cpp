@@ -9,6 +9,8 @@
 #include <charconv>
 #include <climits>
 #include <cstdio>
+#include <memory>
+#include <new>
 #include <vector>
 
 #include <fcntl.h>
@@ -20,6 +22,9 @@ namespace
 constexpr mode_t kFileMode = 0644;
 constexpr mode_t kDirectoryMode = 0755;
 constexpr std::size_t kPartDigits = 16; // "." and the digits of a part number
+constexpr int kRotations = 1000;        // of other writers, while a line waits for its turn
+constexpr std::size_t kBlock = 65536;
+constexpr std::size_t kSmallBlock = 1024;
 
 int _open(const char* iPath, int iFlags) noexcept
 {
@@ -38,11 +43,33 @@ int _truncate(int iHandle, off_t iSize) noexcept
     return PRetry::call([=] { return ::ftruncate(iHandle, iSize); });
 }
 
-template <std::size_t tSize>
-ssize_t _readAt(int iHandle, char (&oBytes)[tSize], off_t iFrom) noexcept
+ssize_t _readAt(int iHandle, char* oBytes, std::size_t iSize, unsigned long long iFrom) noexcept
 {
-    return PRetry::call([&] { return ::pread(iHandle, oBytes, tSize, iFrom); });
+    return PRetry::call([=] { return ::pread(iHandle, oBytes, iSize, static_cast<off_t>(iFrom)); });
 }
+
+/// A large room to read into; a small one without memory for it.
+class Block
+{
+public:
+    Block() noexcept : fLarge(new (std::nothrow) char[kBlock])
+    {
+    }
+
+    char* bytes() noexcept
+    {
+        return fLarge ? fLarge.get() : fSmall;
+    }
+
+    std::size_t size() const noexcept
+    {
+        return fLarge ? kBlock : kSmallBlock;
+    }
+
+private:
+    const std::unique_ptr<char[]> fLarge;
+    char fSmall[kSmallBlock];
+};
 
 /// Moves a handle away from those of the standard streams, which a host may have closed: what is
 /// printed must not end up in the log.
@@ -86,9 +113,12 @@ PLogSink::PLogSink(const std::string& iPath, bool iNew, const PLogLimits& iLimit
       fLimits(iLimits),
       fNew(iNew),
       fHandle(-1),
+      fDevice(0),
+      fNode(0),
       fRegular(false),
       fTorn(false),
       fSize(0),
+      fKept(0),
       fLines(0)
 {
     fFrom.reserve(fPath.size() + kPartDigits);
@@ -140,42 +170,61 @@ int PLogSink::makeDirectories() noexcept
     return 0;
 }
 
-/// Learns what an opened file holds. Reading fails for a file that may only be written; then its
-/// lines are not counted.
+/// Learns what an opened file holds.
 void PLogSink::examine() noexcept
 {
     struct stat state = {};
     fRegular = _state(fHandle, state) == 0 && S_ISREG(state.st_mode);
-    fSize = fRegular ? static_cast<unsigned long long>(state.st_size) : 0;
-    fLines = 0;
+    fDevice = state.st_dev;
+    fNode = state.st_ino;
     fTorn = false;
-    const int reader = fSize > 0 ? _open(fPath.c_str(), O_RDONLY) : -1;
+    fSize = 0;
+    fKept = 0;
+    fLines = 0;
+    if (fRegular && state.st_size > 0)
+    {
+        fSize = static_cast<unsigned long long>(state.st_size);
+        readOn(0);
+    }
+}
+
+/// Looks how the file ends, and counts its lines from iFrom on as far as that can matter: what is
+/// full already need not be read. Reading fails for a file that may only be written; then its lines
+/// are not counted.
+void PLogSink::readOn(unsigned long long iFrom) noexcept
+{
+    const int reader = _open(fPath.c_str(), O_RDONLY);
     if (reader < 0)
     {
         return;
     }
-    char bytes[4096];
-    off_t from = fLimits.lines > 0 ? 0 : state.st_size - 1;
-    for (ssize_t got = 0; (got = _readAt(reader, bytes, from)) > 0; from += got)
+    char last = '\n';
+    fTorn = _readAt(reader, &last, 1, fSize - 1) == 1 && last != '\n';
+    const bool isLarge = fLimits.size > 0 && fSize - fKept >= fLimits.size;
+    Block block;
+    ssize_t got = 1;
+    for (; !isLarge && fLines < fLimits.lines && iFrom < fSize && got > 0;
+         iFrom += static_cast<unsigned long long>(got))
     {
-        fLines += static_cast<unsigned long long>(std::count(bytes, bytes + got, '\n'));
-        fTorn = bytes[got - 1] != '\n';
+        const auto size = std::min<unsigned long long>(block.size(), fSize - iFrom);
+        got = _readAt(reader, block.bytes(), static_cast<std::size_t>(size), iFrom);
+        fLines += static_cast<unsigned long long>(
+            std::count(block.bytes(), block.bytes() + std::max<ssize_t>(got, 0), '\n'));
     }
-    fLines += fTorn;
     ::close(reader);
 }
 
 int PLogSink::put(std::string_view iBytes, unsigned int iLines) noexcept
 {
     int result = fHandle < 0 ? open() : 0;
-    // The second round is for a file that another logger has filled after moving ours aside.
-    for (int round = 0; round < 2 && result == 0 && isFull(iBytes.size(), iLines); ++round)
+    if (result == 0 && isLimited())
     {
-        result = rotate();
+        result = makeRoom(iBytes.size(), iLines);
     }
     if (result == 0 && fTorn)
     {
         result = append("\n");
+        fLines += result == 0;
         fTorn = fTorn && result != 0;
     }
     if (result == 0)
@@ -183,49 +232,96 @@ int PLogSink::put(std::string_view iBytes, unsigned int iLines) noexcept
         result = append(iBytes);
         fLines += result == 0 ? iLines : 0;
     }
+    fTurn.giveBack();
     return result;
+}
+
+bool PLogSink::isLimited() const noexcept
+{
+    return fRegular && (fLimits.size > 0 || fLimits.lines > 0);
+}
+
+/// Takes the turn at the file that the path leads to, and moves that aside when it is full. Every
+/// round but the last is for a file that another logger has moved aside meanwhile.
+int PLogSink::makeRoom(std::size_t iSize, unsigned int iLines) noexcept
+{
+    int result = 0;
+    for (int round = 0; round < kRotations && result == 0 && isLimited(); ++round)
+    {
+        const bool isOurs = fTurn.take(fHandle);
+        unsigned long long size = fSize;
+        if (!isMovedAway(size))
+        {
+            catchUp(size);
+            if (!isOurs || !isFull(iSize, iLines) || !rotate())
+            {
+                return 0;
+            }
+        }
+        close();
+        result = open();
+    }
+    return result;
+}
+
+/// Whether the path leads to another file by now: a second logger of the same file, or a person,
+/// has moved ours. Otherwise oSize is how much it holds, unless that cannot be told.
+bool PLogSink::isMovedAway(unsigned long long& oSize) const noexcept
+{
+    struct stat named = {};
+    if (PRetry::call([&] { return ::stat(fPath.c_str(), &named); }) != 0)
+    {
+        return errno == ENOENT;
+    }
+    if (named.st_dev != fDevice || named.st_ino != fNode)
+    {
+        return true;
+    }
+    oSize = static_cast<unsigned long long>(named.st_size);
+    return false;
+}
+
+/// Reckons in what others have written. A file that starts anew when it is full may have done so
+/// since, so its lines are counted from the front.
+void PLogSink::catchUp(unsigned long long iSize) noexcept
+{
+    if (iSize == fSize)
+    {
+        return;
+    }
+    fKept = iSize < fSize ? 0 : fKept;
+    const bool isAnew = iSize < fSize || fLimits.parts == 0;
+    const unsigned long long from = isAnew ? fKept : fSize;
+    fLines = isAnew ? 0 : fLines;
+    fSize = iSize;
+    if (fLimits.lines > 0 && from < fSize)
+    {
+        readOn(from);
+    }
 }
 
 bool PLogSink::isFull(std::size_t iSize, unsigned int iLines) const noexcept
 {
-    return fRegular && fSize > 0 &&
-           ((fLimits.size > 0 && fSize + iSize > fLimits.size) ||
-            (fLimits.lines > 0 && fLines + iLines > fLimits.lines));
+    return fSize > fKept && ((fLimits.size > 0 && fSize - fKept + iSize > fLimits.size) ||
+                             (fLimits.lines > 0 && fLines + fTorn + iLines > fLimits.lines));
 }
 
-int PLogSink::rotate() noexcept
+/// Returns whether the file was moved aside. One that could be neither moved nor emptied grows on,
+/// and is tried again when as much has been added once more.
+bool PLogSink::rotate() noexcept
 {
-    if (isMovedAway() || (fLimits.parts > 0 && moveAside()))
+    if (fLimits.parts > 0 && moveAside())
     {
-        close();
-        return open();
+        return true;
     }
     if (fLimits.parts == 0 && _truncate(fHandle, 0) == 0)
     {
         fTorn = false;
+        fSize = 0;
     }
-    // A file that could be neither moved nor emptied grows on, and is tried again when as much
-    // has been added once more.
-    fSize = 0;
+    fKept = fSize;
     fLines = 0;
-    return 0;
-}
-
-/// Whether the path leads to another file by now: a second logger of the same file, or a person,
-/// has moved ours.
-bool PLogSink::isMovedAway() const noexcept
-{
-    struct stat ours = {};
-    struct stat theirs = {};
-    if (_state(fHandle, ours) != 0)
-    {
-        return false;
-    }
-    if (PRetry::call([&] { return ::stat(fPath.c_str(), &theirs); }) != 0)
-    {
-        return errno == ENOENT;
-    }
-    return ours.st_dev != theirs.st_dev || ours.st_ino != theirs.st_ino;
+    return false;
 }
 
 /// Moves the older parts up as far as the first number that is free, so that a gap costs no part
@@ -312,6 +408,7 @@ void PLogSink::cutOff(std::size_t iSize) noexcept
 // tell would find no line to be told about.
 void PLogSink::close() noexcept
 {
+    fTurn.giveBack();
     if (fHandle >= 0)
     {
         ::close(fHandle);

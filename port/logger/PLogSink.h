@@ -2,6 +2,7 @@
 #ifndef IXLAL_PLOGSINK_H
 #define IXLAL_PLOGSINK_H
 
+#include "PLogTurn.h"
 #include "portinglayer/PLiteral.h"
 
 #include <string>
@@ -16,7 +17,9 @@ struct PLogLimits
 };
 
 /// Appends whole lines to a file. A file that cannot be opened is tried again at every line, one
-/// that cannot be moved aside grows on. Belongs to one thread at a time.
+/// that cannot be moved aside grows on. Where a file has limits, what counts is what it holds,
+/// whoever wrote it, and its writers take turns; one that does not get its turn appends its line
+/// all the same, and leaves the file where it is. Belongs to one thread at a time.
 class PLogSink
 {
 public:
@@ -43,9 +46,13 @@ private:
     int openHandle() const noexcept;
     int makeDirectories() noexcept;
     void examine() noexcept;
+    bool isLimited() const noexcept;
+    int makeRoom(std::size_t iSize, unsigned int iLines) noexcept;
+    bool isMovedAway(unsigned long long& oSize) const noexcept;
+    void catchUp(unsigned long long iSize) noexcept;
+    void readOn(unsigned long long iFrom) noexcept;
     bool isFull(std::size_t iSize, unsigned int iLines) const noexcept;
-    bool isMovedAway() const noexcept;
-    int rotate() noexcept;
+    bool rotate() noexcept;
     bool moveAside() noexcept;
     void partName(unsigned int iPart, std::string& oName) const noexcept;
     int append(std::string_view iBytes) noexcept;
@@ -58,10 +65,14 @@ private:
     std::string fTo;
     bool fNew;
     int fHandle; ///< -1 while closed
+    PLogTurn fTurn;
+    unsigned long long fDevice; ///< these two tell the open file from others
+    unsigned long long fNode;
     bool fRegular;
-    bool fTorn; ///< the file doesn't end with a line end
-    unsigned long long fSize;
-    unsigned long long fLines;
+    bool fTorn;                ///< the file doesn't end with a line end
+    unsigned long long fSize;  ///< of the file, as last known
+    unsigned long long fKept;  ///< how much of it stands from before and doesn't count any more
+    unsigned long long fLines; ///< line ends in the rest; when the file is full, perhaps not all
 };
 
 #endif

@@ -237,7 +237,7 @@ TEST(LogFileSweep, RotatingLogTellsAllLostLines)
     FileSweep sweep = _sweepOf<Logging>("rotating log", LogSettings{.parts = 20, .maxCount = 2});
     EXPECT_THAT(sweep.run(), IsEmpty());
     _expectStruck(sweep, {&FileFaults::open, &FileFaults::close, &FileFaults::state,
-                          &FileFaults::rename, &FileFaults::write});
+                          &FileFaults::lock, &FileFaults::rename, &FileFaults::write});
 }
 
 TEST(LogFileSweep, LogThatGoesOnTellsAllLostLines)

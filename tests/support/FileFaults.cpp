@@ -26,6 +26,7 @@ FileFault FileFaults::rename("rename");
 FileFault FileFaults::seek("lseek");
 FileFault FileFaults::truncate("ftruncate");
 FileFault FileFaults::control("fcntl");
+FileFault FileFaults::lock("flock");
 FileFault FileFaults::openDir("opendir");
 FileFault FileFaults::readDir("readdir");
 
@@ -150,10 +151,10 @@ bool FileFault::strikesNow()
     return true;
 }
 
-std::array<FileFault*, 14> FileFaults::all()
+std::array<FileFault*, 15> FileFaults::all()
 {
-    return {&open,  &read,   &write, &close,    &state,   &access,  &unlink,
-            &mkdir, &rename, &seek,  &truncate, &control, &openDir, &readDir};
+    return {&open,   &read, &write,    &close,   &state, &access,  &unlink, &mkdir,
+            &rename, &seek, &truncate, &control, &lock,  &openDir, &readDir};
 }
 
 FileFault* FileFaults::find(const std::string& iName)
@@ -293,6 +294,12 @@ IXLAL_REPLACE(IXLAL_FCNTL, int, ixlalFaultyFcntl, (int iHandle, int iCommand, ..
     const int argument = va_arg(args, int);
     va_end(args);
     return FileFaults::control.strikes(iHandle) ? -1 : real(iHandle, iCommand, argument);
+}
+
+IXLAL_REPLACE("flock", int, ixlalFaultyLock, (int iHandle, int iOperation))
+{
+    static auto* const real = _next<int(int, int)>("flock");
+    return FileFaults::lock.strikes(iHandle) ? -1 : real(iHandle, iOperation);
 }
 
 IXLAL_REPLACE("access", int, ixlalFaultyAccess, (const char* iPath, int iMode))

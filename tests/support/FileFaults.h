@@ -71,10 +71,11 @@ struct FileFaults
     static FileFault seek;
     static FileFault truncate;
     static FileFault control;
+    static FileFault lock;
     static FileFault openDir;
     static FileFault readDir;
 
-    static std::array<FileFault*, 14> all();
+    static std::array<FileFault*, 15> all();
 
     /// The kind of that name, which must exist.
     static FileFault* find(const std::string& iName);

@@ -1,0 +1,66 @@
+#include "PLogTurn.h"
+
+#include "portinglayer/PRetry.h"
+#include "portinglayer/PThread.h"
+
+#include <cerrno>
+
+#include <sched.h>
+#include <sys/file.h>
+
+namespace
+{
+// A turn lasts as long as a line takes to be written.
+constexpr int kYields = 200;
+constexpr int kSleeps = 1000;
+
+int _lock(int iHandle, int iOperation) noexcept
+{
+    return PRetry::call([=] { return ::flock(iHandle, iOperation); });
+}
+
+bool _isTaken(int iHandle) noexcept
+{
+    return _lock(iHandle, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+}
+} // namespace
+
+PLogTurn::PLogTurn() noexcept : fHandle(-1), fIsOverdue(false)
+{
+}
+
+PLogTurn::~PLogTurn()
+{
+    giveBack();
+}
+
+bool PLogTurn::take(int iHandle) noexcept
+{
+    giveBack();
+    bool isTaken = _isTaken(iHandle);
+    for (int tries = 0; isTaken && !fIsOverdue && tries < kYields + kSleeps; ++tries)
+    {
+        if (tries < kYields)
+        {
+            ::sched_yield();
+        }
+        else
+        {
+            PThread::psleep(1);
+        }
+        isTaken = _isTaken(iHandle);
+    }
+    fIsOverdue = isTaken;
+    fHandle = isTaken ? -1 : iHandle;
+    return !isTaken;
+}
+
+// A forked child may have the handle, too, so that closing it would not be enough.
+void PLogTurn::giveBack() noexcept
+{
+    if (fHandle >= 0)
+    {
+        _lock(fHandle, LOCK_UN);
+        fHandle = -1;
+    }
+}
