@@ -1,6 +1,7 @@
 #include "core/PCallGate.h"
 
 #include "support/PortFaults.h"
+#include "support/SingleSteps.h"
 
 #include <gtest/gtest.h>
 
@@ -158,5 +159,24 @@ TEST_F(CallGate, WaitThatWasNotToldLooksAgain)
         });
     EXPECT_EQ(0u, fGate.close(100));
     caller.join();
+}
+TEST_F(CallGate, ClosingAtAnyInstructionOfACallRefusesOrCountsIt)
+{
+    if (!SingleSteps::arePossible())
+    {
+        GTEST_SKIP() << "this build cannot be run instruction by instruction";
+    }
+    bool reached = true;
+    for (unsigned int step = 1; reached; ++step)
+    {
+        PCallGate gate;
+        gate.open();
+        unsigned int inside = 0;
+        bool entered = false;
+        reached = SingleSteps::run([&] { entered = gate.enter(); }, step,
+                                   [&] { inside = gate.close(0); });
+        EXPECT_LE(entered && reached ? 1u : 0u, inside) << "closed before instruction " << step;
+        EXPECT_TRUE(entered || reached);
+    }
 }
 } // namespace

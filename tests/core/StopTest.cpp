@@ -315,4 +315,18 @@ TEST_F(Stop, FailedStartReleasesWhatWasLoaded)
     EXPECT_EQ(1, PluginHooks::count("alpha.destroyed"));
     EXPECT_EQ(1, PluginHooks::count("alpha.unmapped"));
 }
+
+TEST_F(Stop, StartingWhileAFailedStartReleasesItsPluginsIsRefused)
+{
+    int result = 0;
+    PluginHooks::on("alpha.destroyed",
+                    [&result]
+                    {
+                        result = ixlaStart(nullptr, 0);
+                        return 0;
+                    });
+    fCore.dir.write("plugins/zz.so", "text");
+    EXPECT_EQ(-8, fCore.start());
+    EXPECT_EQ(eIxlaCoreExists, result);
+}
 } // namespace

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <csignal>
 #include <filesystem>
+#include <fstream>
 
 #include <fcntl.h>
 #include <sys/resource.h>
@@ -177,6 +178,21 @@ TEST_F(LogFailure, TornLineThatCannotBeCutIsEnded)
     EXPECT_EQ(10u, lines()[0].size());
     EXPECT_EQ(lossReport(1, -ENOSPC), texts()[1]);
     EXPECT_EQ("a", texts()[2]);
+}
+
+TEST_F(LogFailure, TornLineThatOthersWroteBehindStays)
+{
+    init();
+    FileFaults::write.shorten(10);
+    FileFaults::write.arm(ENOSPC);
+    FileFaults::write.onStrike(
+        [this] { std::ofstream(dir.path() / "test.log", std::ios::app) << "\nother\n"; });
+
+    EXPECT_EQ(-ENOSPC, info("lost"));
+
+    ASSERT_EQ(2u, lines().size());
+    EXPECT_EQ(10u, lines()[0].size());
+    EXPECT_EQ("other", lines()[1]);
 }
 
 TEST_F(LogFailure, FileThatCannotBeEmptiedGrowsOn)

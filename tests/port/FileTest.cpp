@@ -475,19 +475,21 @@ TEST_F(FileTest, FilesAreClosedInOtherPrograms)
     EXPECT_NE(0, ::fcntl(descriptor, F_GETFD) & FD_CLOEXEC);
 }
 
-TEST_F(FileTest, NumbersOfTheStandardStreamsAreNotUsed)
+TEST_F(FileTest, NumbersOfTheStandardStreamsAreNeitherUsedNorInherited)
 {
     const int kept = ::dup(STDIN_FILENO);
     ::close(STDIN_FILENO);
     PFile file;
     const int res = openNew(file, "out.txt");
     const int descriptor = descriptorOf(dir.file("out.txt"));
+    const int flags = ::fcntl(descriptor, F_GETFD);
     const int taken = ::fcntl(STDIN_FILENO, F_GETFD);
     ::dup2(kept, STDIN_FILENO);
     ::close(kept);
 
     EXPECT_EQ(0, res);
     EXPECT_GT(descriptor, STDERR_FILENO);
+    EXPECT_EQ(FD_CLOEXEC, flags);
     EXPECT_EQ(-1, taken);
 }
 

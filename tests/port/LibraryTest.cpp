@@ -9,6 +9,7 @@
 
 #include <dlfcn.h>
 #include <filesystem>
+#include <link.h>
 #include <memory>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -19,6 +20,8 @@ namespace fs = std::filesystem;
 
 namespace
 {
+const std::string kCutShort = "file is cut short";
+
 class LibraryTest : public testing::Test
 {
 protected:
@@ -47,6 +50,26 @@ protected:
     static bool isMapped(const std::string& iPath)
     {
         return countLines("/proc/self/maps", iPath) > 0;
+    }
+
+    /// Why a library that consists of its headers is refused: it has one segment.
+    std::string errorOfSegment(ElfW(Off) iOffset, ElfW(Off) iSize)
+    {
+        const std::string built = readFile(IXLAL_TEST_LIBRARY);
+        ElfW(Ehdr) header = {};
+        ElfW(Phdr) segment = {};
+        built.copy(reinterpret_cast<char*>(&header), sizeof header);
+        header.e_phoff = sizeof header;
+        header.e_phnum = 1;
+        segment.p_type = PT_LOAD;
+        segment.p_offset = iOffset;
+        segment.p_filesz = iSize;
+        const std::string path =
+            dir.write("libsegment.so",
+                      std::string(reinterpret_cast<const char*>(&header), sizeof header) +
+                          std::string(reinterpret_cast<const char*>(&segment), sizeof segment));
+        EXPECT_EQ(-8, load(path));
+        return loadError();
     }
 
     void makePipe(const std::string& iName)
@@ -200,7 +223,19 @@ TEST_F(LibraryTest, LibraryThatIsCutShortIsReportedWithTheReason)
     fs::resize_file(path, 5000);
 
     EXPECT_EQ(-8, load(path));
-    EXPECT_EQ("file is cut short", loadError());
+    EXPECT_EQ(kCutShort, loadError());
+}
+
+TEST_F(LibraryTest, SegmentMayEndWithTheFileAndNotBehindIt)
+{
+    const ElfW(Off) size = sizeof(ElfW(Ehdr)) + sizeof(ElfW(Phdr));
+
+    EXPECT_NE(kCutShort, errorOfSegment(0, size));
+    EXPECT_EQ(kCutShort, errorOfSegment(0, size + 1));
+    EXPECT_NE(kCutShort, errorOfSegment(size - 1, 1));
+    EXPECT_EQ(kCutShort, errorOfSegment(size - 1, 2));
+    EXPECT_NE(kCutShort, errorOfSegment(size, 0));
+    EXPECT_EQ(kCutShort, errorOfSegment(size + 1, 0));
 }
 
 TEST_F(LibraryTest, EveryHeaderThatIsCutShortIsReported)

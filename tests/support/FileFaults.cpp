@@ -13,6 +13,7 @@
 #include <fcntl.h>
 #include <sys/types.h>
 #include <unistd.h>
+#include <utility>
 
 FileFault FileFaults::open("open");
 FileFault FileFaults::read("read");
@@ -82,8 +83,14 @@ void FileFault::shorten(std::size_t iBytes, int iSkip)
     fShortSkip = iSkip;
 }
 
+void FileFault::onStrike(std::function<void()> iAction)
+{
+    fAction = std::move(iAction);
+}
+
 void FileFault::disarm()
 {
+    fAction = nullptr;
     fLeft = 0;
     fShortSkip = -1;
 }
@@ -105,6 +112,7 @@ bool FileFault::strikes(const char* iPath)
         return false;
     }
     _notePath(iPath);
+    act();
     errno = fErrno;
     return true;
 }
@@ -116,6 +124,7 @@ bool FileFault::strikes(int iHandle)
         return false;
     }
     _notePathOf(iHandle);
+    act();
     errno = fErrno;
     return true;
 }
@@ -130,6 +139,14 @@ bool FileFault::shortens(int iHandle, std::size_t& ioSize)
     _notePathOf(iHandle);
     ioSize = std::min(ioSize, fShortSize.load());
     return true;
+}
+
+void FileFault::act()
+{
+    if (const std::function<void()> action = std::exchange(fAction, nullptr))
+    {
+        action();
+    }
 }
 
 bool FileFault::strikesNow()

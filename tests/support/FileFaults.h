@@ -5,6 +5,7 @@
 #include <array>
 #include <atomic>
 #include <cstddef>
+#include <functional>
 #include <string>
 
 /// A kind of call that a test can make go wrong. The binary that links these objects defines the
@@ -25,6 +26,9 @@ public:
     /// that is shortened doesn't count for arm.
     void shorten(std::size_t iBytes, int iSkip = 0);
 
+    /// Runs iAction within the next call that fails, before it returns.
+    void onStrike(std::function<void()> iAction);
+
     void disarm();
 
     /// Calls since arming or start, failed ones included.
@@ -44,7 +48,9 @@ public:
 
 private:
     bool strikesNow();
+    void act();
 
+    std::function<void()> fAction;
     const char* const fName;
     std::atomic<int> fErrno{0};
     std::atomic<int> fSkip{0};
