@@ -12,6 +12,7 @@ if [ "${1:-}" != --clean ]; then
     exec "$root/scripts/clean-env.sh" "$0" --clean "$@"
 fi
 shift
+export LC_ALL=C # what the compiler says is looked at
 
 build=$(cd "${1:-$root/build/release}" && pwd)
 version=$(sed -n 's/^project(ixlal VERSION \([0-9.]*\).*/\1/p' "$root/CMakeLists.txt")

@@ -2,8 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
 #include <fcntl.h>
 #include <poll.h>
@@ -49,6 +51,11 @@ std::string UnreadStream::name(EKind iKind)
 void UnreadStream::makeTerminal(int (&oEnds)[2])
 {
     oEnds[0] = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+    if (oEnds[0] < 0)
+    {
+        fMissing = std::string("no pseudo terminal: ") + std::strerror(errno);
+        return;
+    }
     ASSERT_EQ(0, grantpt(oEnds[0]));
     ASSERT_EQ(0, unlockpt(oEnds[0]));
     char path[64];

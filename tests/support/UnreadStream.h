@@ -24,6 +24,12 @@ public:
 
     static std::string name(EKind iKind);
 
+    /// Why there is no such stream where the test runs; empty when there is one.
+    const std::string& missing() const
+    {
+        return fMissing;
+    }
+
     /// Leaves no room in the stream.
     void fill();
 
@@ -38,6 +44,7 @@ private:
 
     int fKept;   ///< the stream of before
     int fReader; ///< the end that could be read
+    std::string fMissing;
 };
 
 #endif
