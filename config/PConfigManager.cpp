@@ -174,7 +174,7 @@ int PConfigManager::_load(IConfigManager* iManager, const PLiteral& iID, PBasept
 
 template <class TConvert, class... TValue>
 int PConfigManager::putAs(const TConvert& iConvert, TextOperation iOperation, const PLiteral& iID,
-                          const PLiteral& iKey, TValue... iValue) noexcept
+                          const PLiteral& iKey, TValue... iValue)
 {
     ShortText text;
     const int result = iConvert(iValue..., text);
@@ -184,7 +184,7 @@ int PConfigManager::putAs(const TConvert& iConvert, TextOperation iOperation, co
 template <class TConvert, class... TValue>
 int PConfigManager::putAttrAs(const TConvert& iConvert, AttrTextOperation iOperation,
                               const PLiteral& iID, const PLiteral& iKey, const PLiteral& iAttribute,
-                              TValue... iValue) noexcept
+                              TValue... iValue)
 {
     ShortText text;
     const int result = iConvert(iValue..., text);
@@ -787,8 +787,7 @@ int PConfigManager::nl_parseStorePath()
 
 // Run-time values
 
-int PConfigManager::setString(const PLiteral& iID, const PLiteral& iKey,
-                              const PLiteral& iValue) noexcept
+int PConfigManager::setString(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iValue)
 {
     const int allowed = _checkAllowedChars(iID, iKey, PLiteral());
     if (allowed != 0)
@@ -805,7 +804,7 @@ int PConfigManager::setString(const PLiteral& iID, const PLiteral& iKey,
 }
 
 int PConfigManager::setAttrString(const PLiteral& iID, const PLiteral& iKey,
-                                  const PLiteral& iAttribute, const PLiteral& iValue) noexcept
+                                  const PLiteral& iAttribute, const PLiteral& iValue)
 {
     const int allowed = _checkAllowedChars(iID, iKey, iAttribute);
     if (allowed != 0)
@@ -898,7 +897,7 @@ void PConfigManager::nl_prepareChange(IConfigChanged::EConfigChnagedType iType, 
 }
 
 // Needs no memory: what was set is to be announced in any case.
-void PConfigManager::_announce(const Change& iChange) noexcept
+void PConfigManager::_announce(const Change& iChange)
 {
     if (iChange.topics.empty())
     {
@@ -1237,69 +1236,67 @@ int PConfigManager::nl_removeListener(const PLiteral& iID, const PLiteral& iTopi
 
 // Typed forms
 
-int PConfigManager::setInt32(const PLiteral& iID, const PLiteral& iKey, int iValue) noexcept
+int PConfigManager::setInt32(const PLiteral& iID, const PLiteral& iKey, int iValue)
 {
     return putAs(&PUtils::int32ToStr, &IConfigManager::setString, iID, iKey, iValue);
 }
 
-int PConfigManager::setUint32(const PLiteral& iID, const PLiteral& iKey,
-                              unsigned int iValue) noexcept
+int PConfigManager::setUint32(const PLiteral& iID, const PLiteral& iKey, unsigned int iValue)
 {
     return putAs(&PUtils::uint32ToStr, &IConfigManager::setString, iID, iKey, iValue);
 }
 
-int PConfigManager::setInt64(const PLiteral& iID, const PLiteral& iKey, long long iValue) noexcept
+int PConfigManager::setInt64(const PLiteral& iID, const PLiteral& iKey, long long iValue)
 {
     return putAs(&PUtils::int64ToStr, &IConfigManager::setString, iID, iKey, iValue);
 }
 
-int PConfigManager::setUint64(const PLiteral& iID, const PLiteral& iKey,
-                              unsigned long long iValue) noexcept
+int PConfigManager::setUint64(const PLiteral& iID, const PLiteral& iKey, unsigned long long iValue)
 {
     return putAs(&PUtils::uint64ToStr, &IConfigManager::setString, iID, iKey, iValue);
 }
 
-int PConfigManager::setBool(const PLiteral& iID, const PLiteral& iKey, bool iValue) noexcept
+int PConfigManager::setBool(const PLiteral& iID, const PLiteral& iKey, bool iValue)
 {
     return putAs(&PUtils::boolToStr, &IConfigManager::setString, iID, iKey, iValue);
 }
 
 int PConfigManager::setBinary(const PLiteral& iID, const PLiteral& iKey, const unsigned char* iData,
-                              unsigned int iSize) noexcept
+                              unsigned int iSize)
 {
     return putAs(&PUtils::binaryToStr, &IConfigManager::setString, iID, iKey, iData, iSize);
 }
 
 int PConfigManager::setAttrInt32(const PLiteral& iID, const PLiteral& iKey,
-                                 const PLiteral& iAttribute, int iValue) noexcept
+                                 const PLiteral& iAttribute, int iValue)
 {
     return putAttrAs(&PUtils::int32ToStr, &IConfigManager::setAttrString, iID, iKey, iAttribute,
                      iValue);
 }
 
 int PConfigManager::setAttrUint32(const PLiteral& iID, const PLiteral& iKey,
-                                  const PLiteral& iAttribute, unsigned int iValue) noexcept
+                                  const PLiteral& iAttribute, unsigned int iValue)
 {
     return putAttrAs(&PUtils::uint32ToStr, &IConfigManager::setAttrString, iID, iKey, iAttribute,
                      iValue);
 }
 
 int PConfigManager::setAttrInt64(const PLiteral& iID, const PLiteral& iKey,
-                                 const PLiteral& iAttribute, long long iValue) noexcept
+                                 const PLiteral& iAttribute, long long iValue)
 {
     return putAttrAs(&PUtils::int64ToStr, &IConfigManager::setAttrString, iID, iKey, iAttribute,
                      iValue);
 }
 
 int PConfigManager::setAttrUint64(const PLiteral& iID, const PLiteral& iKey,
-                                  const PLiteral& iAttribute, unsigned long long iValue) noexcept
+                                  const PLiteral& iAttribute, unsigned long long iValue)
 {
     return putAttrAs(&PUtils::uint64ToStr, &IConfigManager::setAttrString, iID, iKey, iAttribute,
                      iValue);
 }
 
 int PConfigManager::setAttrBool(const PLiteral& iID, const PLiteral& iKey,
-                                const PLiteral& iAttribute, bool iValue) noexcept
+                                const PLiteral& iAttribute, bool iValue)
 {
     return putAttrAs(&PUtils::boolToStr, &IConfigManager::setAttrString, iID, iKey, iAttribute,
                      iValue);
@@ -1307,7 +1304,7 @@ int PConfigManager::setAttrBool(const PLiteral& iID, const PLiteral& iKey,
 
 int PConfigManager::setAttrBinary(const PLiteral& iID, const PLiteral& iKey,
                                   const PLiteral& iAttribute, const unsigned char* iData,
-                                  unsigned int iSize) noexcept
+                                  unsigned int iSize)
 {
     return putAttrAs(&PUtils::binaryToStr, &IConfigManager::setAttrString, iID, iKey, iAttribute,
                      iData, iSize);

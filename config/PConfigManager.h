@@ -57,34 +57,32 @@ public:
     int appendByArgs(const PString* iArgs, unsigned int iCount,
                      PBaseptr<IConfig> ioConfig) noexcept override;
 
-    int setString(const PLiteral& iID, const PLiteral& iKey,
-                  const PLiteral& iValue) noexcept override;
+    int setString(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iValue) override;
     int removeSetKey(const PLiteral& iID, const PLiteral& iKey) noexcept override;
-    int setInt32(const PLiteral& iID, const PLiteral& iKey, int iValue) noexcept override;
-    int setUint32(const PLiteral& iID, const PLiteral& iKey, unsigned int iValue) noexcept override;
-    int setInt64(const PLiteral& iID, const PLiteral& iKey, long long iValue) noexcept override;
-    int setUint64(const PLiteral& iID, const PLiteral& iKey,
-                  unsigned long long iValue) noexcept override;
-    int setBool(const PLiteral& iID, const PLiteral& iKey, bool iValue) noexcept override;
+    int setInt32(const PLiteral& iID, const PLiteral& iKey, int iValue) override;
+    int setUint32(const PLiteral& iID, const PLiteral& iKey, unsigned int iValue) override;
+    int setInt64(const PLiteral& iID, const PLiteral& iKey, long long iValue) override;
+    int setUint64(const PLiteral& iID, const PLiteral& iKey, unsigned long long iValue) override;
+    int setBool(const PLiteral& iID, const PLiteral& iKey, bool iValue) override;
     int setBinary(const PLiteral& iID, const PLiteral& iKey, const unsigned char* iData,
-                  unsigned int iSize) noexcept override;
+                  unsigned int iSize) override;
 
     int setAttrString(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iAttribute,
-                      const PLiteral& iValue) noexcept override;
+                      const PLiteral& iValue) override;
     int removeSetAttr(const PLiteral& iID, const PLiteral& iKey,
                       const PLiteral& iAttribute) noexcept override;
     int setAttrInt32(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iAttribute,
-                     int iValue) noexcept override;
+                     int iValue) override;
     int setAttrUint32(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iAttribute,
-                      unsigned int iValue) noexcept override;
+                      unsigned int iValue) override;
     int setAttrInt64(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iAttribute,
-                     long long iValue) noexcept override;
+                     long long iValue) override;
     int setAttrUint64(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iAttribute,
-                      unsigned long long iValue) noexcept override;
+                      unsigned long long iValue) override;
     int setAttrBool(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iAttribute,
-                    bool iValue) noexcept override;
+                    bool iValue) override;
     int setAttrBinary(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iAttribute,
-                      const unsigned char* iData, unsigned int iSize) noexcept override;
+                      const unsigned char* iData, unsigned int iSize) override;
 
     int storeString(const PLiteral& iID, const PLiteral& iKey,
                     const PLiteral& iValue) noexcept override;
@@ -220,10 +218,10 @@ private:
                                                      const PLiteral&, const PLiteral&);
     template <class TConvert, class... TValue>
     int putAs(const TConvert& iConvert, TextOperation iOperation, const PLiteral& iID,
-              const PLiteral& iKey, TValue... iValue) noexcept;
+              const PLiteral& iKey, TValue... iValue);
     template <class TConvert, class... TValue>
     int putAttrAs(const TConvert& iConvert, AttrTextOperation iOperation, const PLiteral& iID,
-                  const PLiteral& iKey, const PLiteral& iAttribute, TValue... iValue) noexcept;
+                  const PLiteral& iKey, const PLiteral& iAttribute, TValue... iValue);
 
     static PConfigValues& _valuesOf(const PBaseptr<IConfig>& iConfig) noexcept;
     static int _appendLine(const PLiteral& iLine, Entry& ioEntry, PConfigValues& ioValues) noexcept;
@@ -231,7 +229,7 @@ private:
     static int _appendLines(PFile& ioFile, PConfigValues& ioValues, PReadFault& ioFault);
     static int _appendArgs(const PString* iArgs, std::size_t iCount,
                            const PBaseptr<IConfig>& ioConfig) noexcept;
-    static void _announce(const Change& iChange) noexcept;
+    static void _announce(const Change& iChange);
 
     /// Writes an error line where an operator looks for it: into the plugins' log, and into the
     /// core's while the manager has no logger.

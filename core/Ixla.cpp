@@ -3,6 +3,7 @@
 #include "PGuarded.h"
 #include "core/PCoreCall.h"
 #include "core/PHeldService.h"
+#include "portinglayer/PCancelGuard.h"
 
 namespace
 {
@@ -60,6 +61,8 @@ bool ixlaIsInterfaceAvailable(const PLiteral& iInterfaceId)
 
 int ixlaUnloadPlugin(IPlugin* iPlugin)
 {
+    // Also for the destructor of the plugin.
+    const PCancelGuard guard;
     const PCoreCall call;
     PCore* const core = call.core();
     if (!core)

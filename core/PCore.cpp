@@ -3,6 +3,7 @@
 #include "PGuarded.h"
 #include "core/PCallGate.h"
 #include "core/PCoreCall.h"
+#include "portinglayer/PCancelGuard.h"
 
 #include <new>
 
@@ -55,7 +56,7 @@ PCore::PCore() noexcept
 {
 }
 
-int PCore::ixlaStart(const PString* iArgs, unsigned int iCount) noexcept
+int PCore::ixlaStart(const PString* iArgs, unsigned int iCount)
 {
     const Change change;
     if (!change.granted() || getCore())
@@ -70,7 +71,7 @@ int PCore::ixlaStart(const PString* iArgs, unsigned int iCount) noexcept
     return start(iArgs, iCount);
 }
 
-int PCore::start(const PString* iArgs, unsigned int iCount) noexcept
+int PCore::start(const PString* iArgs, unsigned int iCount)
 {
     PCallGate* const gate = provideGate();
     PCore* const core = gate ? new (std::nothrow) PCore : nullptr;
@@ -80,12 +81,27 @@ int PCore::start(const PString* iArgs, unsigned int iCount) noexcept
     }
     fCore.store(core, std::memory_order_release);
     gate->open();
-    const int result = ixlaGuarded([&] { return core->startFlow(iArgs, iCount); });
+    const int result = runStart(*core, iArgs, iCount);
     if (result != 0)
     {
         endCore();
     }
     return result;
+}
+
+int PCore::runStart(PCore& ioCore, const PString* iArgs, unsigned int iCount)
+{
+    try
+    {
+        return ixlaGuarded([&] { return ioCore.startFlow(iArgs, iCount); });
+    }
+    catch (PThreadEnd&)
+    {
+        PLogger::error(ioCore.getCoreLogger(), 0,
+                       L"[PCore] Plugin ended the thread that starts the core");
+        endCore();
+        throw;
+    }
 }
 
 PCallGate* PCore::provideGate() noexcept
@@ -100,6 +116,8 @@ PCallGate* PCore::provideGate() noexcept
 int PCore::ixlaStop() noexcept
 {
     const Change change;
+    // Also for the destructors of plugins: what they destroy must not stay half.
+    const PCancelGuard guard;
     PCore* const core = change.granted() ? getCore() : nullptr;
     if (!core)
     {
@@ -112,6 +130,7 @@ int PCore::ixlaStop() noexcept
 
 void PCore::endCore() noexcept
 {
+    const PCancelGuard guard;
     PCore* const core = fCore.exchange(nullptr);
     core->partFromNotifier();
     if (core->letCallsLeave())

@@ -64,7 +64,7 @@ public:
         return fLog.logger();
     }
 
-    static int ixlaStart(const PString* iArgs, unsigned int iCount) noexcept;
+    static int ixlaStart(const PString* iArgs, unsigned int iCount);
     static int ixlaStop() noexcept;
 
     int ixlaGetInstance(const PLiteral& iInterfaceId, IBase*& oInstance);
@@ -100,13 +100,15 @@ public:
     int stopFlow();
 
     /// Sends the exit event and reports to the stop flow. 0, -1013, -1014, -1015.
+    /// A listener that ends the thread takes it through here.
     int notifyCoreExit();
 
     /// Releases services, plugins and libraries, in this order.
     void cleanup();
 
 private:
-    static int start(const PString* iArgs, unsigned int iCount) noexcept;
+    static int start(const PString* iArgs, unsigned int iCount);
+    static int runStart(PCore& ioCore, const PString* iArgs, unsigned int iCount);
     static PCallGate* provideGate() noexcept;
     static void endCore() noexcept;
 
@@ -147,6 +149,7 @@ private:
     void removeRecord(PCorePlugin& iRecord);
 
     // PCoreInit.cpp
+    int runInit(PCorePlugin& ioRecord);
     int callInit(const PCorePlugin& iRecord) const;
     int guardedInit(const PCorePlugin& iRecord) const;
     int guardedGetInstance(const PCorePlugin& iRecord, const PLiteral& iInterfaceId,
@@ -194,6 +197,7 @@ private:
     bool letCallsLeave() noexcept;
     bool closeConfigManager(long long iStart) noexcept;
     void keep() noexcept;
+    int endNotification(PExitNotice* iNotice, bool iEndedByListener);
     int reportExit();
 
     static std::atomic<PCore*> fCore;

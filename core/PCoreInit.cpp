@@ -60,7 +60,21 @@ int PCore::initPlugin(PCorePlugin& ioRecord)
     {
         return eIxlaUnlockFailed;
     }
-    return finishInit(ioRecord, callInit(ioRecord));
+    return runInit(ioRecord);
+}
+
+int PCore::runInit(PCorePlugin& ioRecord)
+{
+    try
+    {
+        return finishInit(ioRecord, callInit(ioRecord));
+    }
+    catch (PThreadEnd&)
+    {
+        // What else goes wrong has nobody to be told.
+        (void)finishInit(ioRecord, eIxlaInitFailed);
+        throw;
+    }
 }
 
 int PCore::callInit(const PCorePlugin& iRecord) const
@@ -93,6 +107,12 @@ int PCore::guardedInit(const PCorePlugin& iRecord) const
     try
     {
         return iRecord.fPlugin->init();
+    }
+    catch (PThreadEnd&)
+    {
+        PLogger::error(getCoreLogger(), 0, L"[initPlugin][pg:%p] Plugin ended its thread in init",
+                       _pluginPointer(iRecord));
+        throw;
     }
     catch (...)
     {
@@ -237,6 +257,13 @@ int PCore::guardedGetInstance(const PCorePlugin& iRecord, const PLiteral& iInter
     try
     {
         return iRecord.fPlugin->getInstance(iInterfaceId, oInstance);
+    }
+    catch (PThreadEnd&)
+    {
+        PLogger::error(getCoreLogger(), 0,
+                       L"[getInstanceInternal][pg:%p] Plugin ended its thread in getInstance",
+                       _pluginPointer(iRecord));
+        throw;
     }
     catch (...)
     {

@@ -153,6 +153,10 @@ int PCore::createPlugin(PLibrary& iLibrary, PBaseptr<IPlugin>& oPlugin) const
     {
         plugin = reinterpret_cast<Factory*>(address)();
     }
+    catch (PThreadEnd&)
+    {
+        throw;
+    }
     catch (...)
     {
         PLogger::error(getCoreLogger(), 0,

@@ -17,6 +17,34 @@ constexpr int kDefaultTimeoutSeconds = 300;
 constexpr unsigned int kWaitMilliseconds = 5000;
 constexpr unsigned int kShortestGraceMilliseconds = 2500;
 constexpr long long kLongestLeaveMilliseconds = 5000;
+
+/// Lets the core go when the notifier thread ends, wherever that is.
+class NotifierEnd
+{
+public:
+    explicit NotifierEnd(const std::shared_ptr<PExitNotice>& iNotice) noexcept : fNotice(iNotice)
+    {
+    }
+
+    ~NotifierEnd()
+    {
+        if (!isAbandoned())
+        {
+            fNotice->done();
+        }
+    }
+
+    NotifierEnd(const NotifierEnd&) = delete;
+    NotifierEnd& operator=(const NotifierEnd&) = delete;
+
+    bool isAbandoned() const noexcept
+    {
+        return fNotice->isAbandoned();
+    }
+
+private:
+    const std::shared_ptr<PExitNotice> fNotice;
+};
 } // namespace
 
 int PCore::stopFlow()
@@ -175,13 +203,12 @@ void PCore::graceSleep(int iTimeout)
 void* PCore::thNotifyCoreExit(void* iCore)
 {
     PCore* const core = static_cast<PCore*>(iCore);
-    const std::shared_ptr<PExitNotice> notice = core->fExitNotice;
+    const NotifierEnd end(core->fExitNotice);
     const int result = core->notifyCoreExit();
-    if (!notice->isAbandoned())
+    if (!end.isAbandoned())
     {
         PLogger::debug(core->getCoreLogger(), 0, L"[thNotifyCoreExit] notifyCoreExit res: %d",
                        result);
-        notice->done();
     }
     return nullptr;
 }
@@ -196,15 +223,33 @@ int PCore::notifyCoreExit()
     {
         notice->sending();
     }
-    if (dispatcher)
+    try
     {
-        // Nobody need listen.
-        dispatcher->send(kIxlaCoreExitTopic, nullptr, 0);
+        if (dispatcher)
+        {
+            // Nobody need listen.
+            dispatcher->send(kIxlaCoreExitTopic, nullptr, 0);
+        }
     }
-    if (notice && !notice->beginReport())
+    catch (PThreadEnd&)
+    {
+        // The stop learns of the end, and goes on as after any delivery.
+        (void)endNotification(notice.get(), true);
+        throw;
+    }
+    return endNotification(notice.get(), false);
+}
+
+int PCore::endNotification(PExitNotice* iNotice, bool iEndedByListener)
+{
+    if (iNotice && !iNotice->beginReport())
     {
         // The core did not wait so long: it may be gone, and this object with it.
         return eIxlaOk;
+    }
+    if (iEndedByListener)
+    {
+        PLogger::error(getCoreLogger(), 0, L"[notifyCoreExit] Listener ended the notify thread");
     }
     return reportExit();
 }

@@ -3,6 +3,7 @@
 #include "Ixla.h"
 #include "PGuarded.h"
 #include "core/PHeldService.h"
+#include "portinglayer/PCancelGuard.h"
 #include "portinglayer/PLockGuard.h"
 
 #include <algorithm>
@@ -44,8 +45,15 @@ PEventDispatcher::PEventDispatcher() : fRefCount(0)
     debug(0, L"[EventDispatcher] Create instance: %p", _address(this));
 }
 
+PEventDispatcher::Listeners::~Listeners()
+{
+    const PCancelGuard guard;
+    clear();
+}
+
 PEventDispatcher::~PEventDispatcher()
 {
+    const PCancelGuard guard;
     debug(0, L"[EventDispatcher][destructor] Destroy instance: %p", _address(this));
 
     // A listener that takes hold of the dispatcher once more while it is being released must not
@@ -128,6 +136,7 @@ int PEventDispatcher::removeListener(const PLiteral& iTopic, IEventListener* iLi
         return eIxlaInvalidArgument;
     }
 
+    const PCancelGuard guard;
     // Declared before the lock: what may be the last reference never goes while it is held.
     PBaseptr<IEventListener> removed;
     PLockGuard lock(fMutex);
@@ -145,7 +154,7 @@ int PEventDispatcher::removeListener(const PLiteral& iTopic, IEventListener* iLi
     return result;
 }
 
-int PEventDispatcher::send(const PLiteral& iTopic, IBase* iParam1, int iParam2) noexcept
+int PEventDispatcher::send(const PLiteral& iTopic, IBase* iParam1, int iParam2)
 {
     debug(kTraceLevel, L"[EventDispatcher][send] iTopic: %ls iParam1: %p iParam2: %d", iTopic.ptr(),
           _address(iParam1), iParam2);
@@ -298,6 +307,11 @@ void PEventDispatcher::deliver(const Listeners& iListeners, const PLiteral& iTop
             // No listener has a say in the delivery to the others, hence the result is not looked
             // at.
             (void)(*entry)->handleEvent(iTopic, iParam1, iParam2);
+        }
+        catch (PThreadEnd&)
+        {
+            error(L"[EventDispatcher][send] Listener ended its thread: %p", _address(entry->get()));
+            throw;
         }
         catch (...)
         {

@@ -37,14 +37,22 @@ public:
 
     int addListener(const PLiteral& iTopic, IEventListener* iListener) noexcept override;
     int removeListener(const PLiteral& iTopic, IEventListener* iListener) noexcept override;
-    int send(const PLiteral& iTopic, IBase* iParam1, int iParam2) noexcept override;
+    int send(const PLiteral& iTopic, IBase* iParam1, int iParam2) override;
 
     /// Reports every subscription that is left and releases its listener.
     virtual ~PEventDispatcher();
 
 private:
     /// In the order of subscription, each listener once.
-    typedef std::vector<PBaseptr<IEventListener>> Listeners;
+    struct Listeners : std::vector<PBaseptr<IEventListener>>
+    {
+        Listeners() = default;
+        Listeners(const Listeners&) = default;
+        Listeners& operator=(const Listeners&) = delete;
+
+        /// Releases them all; the thread is not cancelled in the destructor of a listener.
+        ~Listeners();
+    };
     /// A topic is present only while it has a listener. Deliveries in progress share its list, and
     /// a shared list is not changed any more.
     typedef std::map<PString, PPtr<Listeners>, PLiteralLess> Topics;

@@ -11,7 +11,9 @@
 // The slot order of every interface is part of the binary interface: operations are never
 // reordered or inserted. No interface declares a destructor; an object destroys itself when its
 // count returns to 0. No operation lets an exception out, and none may be given one by an
-// implementation of these interfaces.
+// implementation of these interfaces. A thread may end in init, getInterfaces, getInstance and
+// handleEvent, by pthread_exit or because it is cancelled, and passes through the calls that led
+// there (see portinglayer/PThreadEnd.h); nowhere else.
 
 /// A reference-counted object. It starts with a count of 0; the first PBaseptr takes the first
 /// reference, and the decRef that brings the count back to 0 destroys the object.

@@ -3,13 +3,14 @@
 #define IXLAL_PGUARDED_H
 
 #include "Ixla.h"
+#include "portinglayer/PThreadEnd.h"
 
 #include <new>
 
 /// Runs iFunction, which returns a result code, and returns its result. Lack of memory becomes
-/// -501, any other exception iOtherwise.
+/// -501, any other exception iOtherwise. Only a thread that ends inside iFunction passes through.
 template <class TFunction>
-int ixlaGuarded(const TFunction& iFunction, int iOtherwise = eIxlaNoMemory) noexcept
+int ixlaGuarded(const TFunction& iFunction, int iOtherwise = eIxlaNoMemory)
 {
     try
     {
@@ -18,6 +19,10 @@ int ixlaGuarded(const TFunction& iFunction, int iOtherwise = eIxlaNoMemory) noex
     catch (const std::bad_alloc&)
     {
         return eIxlaNoMemory;
+    }
+    catch (PThreadEnd&)
+    {
+        throw;
     }
     catch (...)
     {

@@ -2,12 +2,11 @@
 
 #include "PLogFile.h"
 #include "PLogText.h"
+#include "portinglayer/PCancelGuard.h"
 
 #include <cerrno>
 #include <climits>
 #include <new>
-
-#include <pthread.h>
 
 namespace
 {
@@ -18,14 +17,12 @@ constexpr unsigned int kDefaultDumpWidth = 16;
 class Undisturbed
 {
 public:
-    Undisturbed() noexcept : fErrno(errno), fState(0)
+    Undisturbed() noexcept : fErrno(errno)
     {
-        ::pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &fState);
     }
 
     ~Undisturbed()
     {
-        ::pthread_setcancelstate(fState, nullptr);
         errno = fErrno;
     }
 
@@ -34,7 +31,7 @@ public:
 
 private:
     int fErrno;
-    int fState;
+    PCancelGuard fGuard;
 };
 
 bool _isLogged(const PLogger* iLogger, int iLevel)
@@ -55,6 +52,7 @@ PLogger::PLogger() noexcept
 
 PLogger::~PLogger()
 {
+    const Undisturbed undisturbed;
     delete fFile;
 }
 

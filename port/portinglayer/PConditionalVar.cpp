@@ -1,5 +1,6 @@
 #include "PConditionalVar.h"
 
+#include "PCancelGuard.h"
 #include "PErrno.h"
 #include "PMonotonic.h"
 #include "PMutex.h"
@@ -68,6 +69,7 @@ int PConditionalVar::wait(PMutex* iMutex, unsigned int iMilliseconds) noexcept
         return PErrno::code(EPERM);
     }
     const timespec limit = PMonotonic::after(iMilliseconds);
+    const PCancelGuard guard;
     const unsigned int depth = iMutex->fDepth;
     iMutex->fDepth = 0;
     __atomic_store_n(&iMutex->fOwner, 0ul, __ATOMIC_RELAXED);

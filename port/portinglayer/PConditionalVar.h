@@ -38,7 +38,8 @@ public:
 
     /// Gives iMutex, which the caller holds, back whole (however often it was locked), waits at
     /// most iMilliseconds and takes it again as often. May return 0 without a signal. Returns 0
-    /// when woken, eTimeout when the limit passed, -1 when the caller doesn't hold the mutex.
+    /// when woken, eTimeout when the limit passed, -1 when the caller doesn't hold the mutex. The
+    /// thread is not cancelled meanwhile.
     int wait(PMutex* iMutex, unsigned int iMilliseconds) noexcept;
 
 private:

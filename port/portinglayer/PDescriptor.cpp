@@ -20,7 +20,7 @@ int _aboveStandard(int iHandle) noexcept
     }
     const int moved = ::fcntl(iHandle, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
     const int error = errno;
-    ::close(iHandle);
+    PDescriptor::close(iHandle);
     errno = error;
     return moved;
 }
@@ -79,5 +79,6 @@ int PDescriptor::writeAll(int iHandle, const char* iBytes, std::size_t iSize) no
 // The system gives the number up even when a signal interrupts the call, so it is made only once.
 int PDescriptor::close(int iHandle) noexcept
 {
+    const PCancelGuard guard;
     return ::close(iHandle) == 0 || errno == EINTR ? 0 : PErrno::last();
 }

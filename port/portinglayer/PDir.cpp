@@ -1,5 +1,6 @@
 #include "PDir.h"
 
+#include "PCancelGuard.h"
 #include "PErrno.h"
 #include "PPathBytes.h"
 #include "PRetry.h"
@@ -21,6 +22,7 @@ struct CloseDir
 {
     void operator()(DIR* iDir) const noexcept
     {
+        const PCancelGuard guard;
         // Nothing was changed through it, so closing has nothing to tell.
         closedir(iDir);
     }
@@ -28,6 +30,7 @@ struct CloseDir
 
 DIR* _openDir(const char* iPath) noexcept
 {
+    const PCancelGuard guard;
     DIR* dir = opendir(iPath);
     while (!dir && errno == EINTR)
     {
@@ -39,6 +42,7 @@ DIR* _openDir(const char* iPath) noexcept
 /// The next entry; null with an errno of 0 at the end.
 const dirent* _nextEntry(DIR* iDir) noexcept
 {
+    const PCancelGuard guard;
     const dirent* entry = nullptr;
     do
     {

@@ -1,5 +1,6 @@
 #include "PLibrary.h"
 
+#include "PCancelGuard.h"
 #include "PDescriptor.h"
 #include "PErrno.h"
 #include "PLibraryImage.h"
@@ -62,6 +63,7 @@ PLibrary::~PLibrary()
 {
     if (fHandle && fFreeOnDestroy)
     {
+        const PCancelGuard guard;
         // The loader then keeps the library; nobody is left to be told.
         dlclose(fHandle);
     }
@@ -69,6 +71,8 @@ PLibrary::~PLibrary()
 
 int PLibrary::load(const PLiteral& iPath, PLibrary*& oLibrary, bool iFreeOnDestroy) noexcept
 {
+    // Also for the constructors of the library: the loader would stay locked behind them.
+    const PCancelGuard guard;
     const PPathBytes path(iPath, _prefix(iPath));
     if (path.result() != 0)
     {

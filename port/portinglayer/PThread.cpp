@@ -1,5 +1,6 @@
 #include "PThread.h"
 
+#include "PCancelGuard.h"
 #include "PErrno.h"
 #include "PMonotonic.h"
 
@@ -37,6 +38,7 @@ int PThread::pjoin(void*& oResult) noexcept
         return PErrno::code(ESRCH);
     }
     void* result = nullptr;
+    const PCancelGuard guard;
     if (const int error = pthread_join(fHandle, &result))
     {
         return PErrno::code(error);
@@ -49,6 +51,7 @@ int PThread::pjoin(void*& oResult) noexcept
 void PThread::psleep(unsigned int iMilliseconds) noexcept
 {
     const timespec end = PMonotonic::after(iMilliseconds);
+    const PCancelGuard guard;
     while (clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &end, nullptr) == EINTR)
     {
     }

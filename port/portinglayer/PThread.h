@@ -6,7 +6,8 @@
 
 #include <pthread.h>
 
-/// One started thread. Operations return 0 or a negated errno. None throws.
+/// One started thread. Operations return 0 or a negated errno. None throws, and a thread that waits
+/// in one is not cancelled there.
 class IXLA_EXPORT PThread
 {
 public:

@@ -2,6 +2,8 @@
 #ifndef IXLAL_PWRITESIGNALS_H
 #define IXLAL_PWRITESIGNALS_H
 
+#include "PCancelGuard.h"
+
 #include <cerrno>
 #include <csignal>
 #include <ctime>
@@ -50,6 +52,7 @@ public:
         ::sigemptyset(&raised);
         ::sigaddset(&raised, signal);
         const timespec noWait{};
+        const PCancelGuard guard;
         while (::sigtimedwait(&raised, nullptr, &noWait) < 0 && errno == EINTR)
         {
         }

@@ -2,6 +2,8 @@
 #ifndef IXLAL_SDK_PDELIVERYGATE_H
 #define IXLAL_SDK_PDELIVERYGATE_H
 
+#include "portinglayer/PCancelGuard.h"
+
 #include <condition_variable>
 #include <mutex>
 #include <thread>
@@ -62,6 +64,7 @@ public:
         fClosed = true;
         if (!nl_isInside(std::this_thread::get_id()))
         {
+            const PCancelGuard guard;
             fLeft.wait(lock, [this] { return !fVisits; });
         }
     }

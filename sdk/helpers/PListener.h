@@ -11,7 +11,7 @@
 
 /// Hands each event to a callable, which takes (const PLiteral& topic, IBase* parameter, int
 /// number) and whose result is dropped. Several threads may call it at once. What it throws is
-/// written to the plugins' log behind the topic, and goes no further.
+/// written to the plugins' log behind the topic, and goes no further; it may end its thread.
 template <class TFunction>
 class PListener final : public PCounted<IEventListener>
 {
@@ -22,7 +22,7 @@ public:
     }
 
     /// Returns 0, or a negative code when the callable threw; the dispatcher looks at neither.
-    int handleEvent(const PLiteral& iTopic, IBase* iParam1, int iParam2) noexcept override
+    int handleEvent(const PLiteral& iTopic, IBase* iParam1, int iParam2) override
     {
         return ixlaReported(
             iTopic,

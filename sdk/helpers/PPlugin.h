@@ -2,7 +2,9 @@
 #ifndef IXLAL_SDK_PPLUGIN_H
 #define IXLAL_SDK_PPLUGIN_H
 
+#include "IConfigManager.h"
 #include "IEventDispatcher.h"
+#include "ILogger.h"
 #include "IPlugin.h"
 #include "Ixla.h"
 #include "PBaseptr.h"
@@ -33,19 +35,20 @@
 /// init makes the services in the order in which they were offered and calls onInit of each before
 /// it makes the next. When one fails or throws, the plugin fails with its code, -501 for a lack of
 /// memory and -2003 for any other exception; those made so far hear onExit and go, in the opposite
-/// order. When the core announces its exit, onExit of each is called, the last one's first; the
-/// services go with the plugin.
+/// order, as they do when the thread ends in an onInit. When the core announces its exit, onExit of
+/// each is called, the last one's first; the services go with the plugin.
+///
+/// From init on the plugin holds the three services of the core, so that its threads may look them
+/// up with ixlaService at any time until it goes.
 class PPlugin : public PCounted<IPlugin>
 {
 public:
-    int init() noexcept override
+    int init() override
     {
+        FailedInit failed(*this);
         const int result = ixlaReported(
             L"init", [this]() -> int { return start(); }, eIxlaInitFailed);
-        if (result != eIxlaOk)
-        {
-            end();
-        }
+        failed.isOver = result == eIxlaOk;
         return result;
     }
 
@@ -104,8 +107,41 @@ protected:
     }
 
 private:
+    /// Ends what was begun when init fails, also by the end of its thread.
+    struct FailedInit
+    {
+        explicit FailedInit(PPlugin& ioPlugin) noexcept : plugin(ioPlugin), isOver(false)
+        {
+        }
+
+        ~FailedInit()
+        {
+            if (!isOver)
+            {
+                plugin.end();
+            }
+        }
+
+        FailedInit(const FailedInit&) = delete;
+        FailedInit& operator=(const FailedInit&) = delete;
+
+        PPlugin& plugin;
+        bool isOver; ///< that init did not fail
+    };
+
+    /// The services of the core; what the core doesn't have is not needed here.
+    struct Held
+    {
+        PBaseptr<IConfigManager> manager;
+        PBaseptr<IEventDispatcher> dispatcher;
+        PBaseptr<ILogger> logger;
+    };
+
     int start()
     {
+        fHeld.manager = ixlaService<IConfigManager>();
+        fHeld.dispatcher = ixlaService<IEventDispatcher>();
+        fHeld.logger = ixlaService<ILogger>();
         const int result = fServices->start();
         return result == eIxlaOk ? awaitExit() : result;
     }
@@ -139,6 +175,7 @@ private:
         fServices->release();
     }
 
+    Held fHeld; ///< first, so that it goes last
     const std::shared_ptr<PServiceList> fServices;
     PBaseptr<IEventDispatcher> fDispatcher;
     PBaseptr<IEventListener> fExitListener;
@@ -147,11 +184,15 @@ private:
 /// A new plugin with a count of 0; null when its constructor throws, which the core answers with
 /// -1009.
 template <class TPlugin>
-IPlugin* ixlaNewPlugin() noexcept
+IPlugin* ixlaNewPlugin()
 {
     try
     {
         return new TPlugin;
+    }
+    catch (PThreadEnd&)
+    {
+        throw;
     }
     catch (...)
     {

@@ -76,19 +76,19 @@ public:
     }
 
     /// Calls onExit of every service that began, the last one first. The first call does it; others
-    /// return at once, even while it is under way.
-    void exit() noexcept
+    /// return at once, even while it is under way. An onExit that ends its thread is the last one.
+    void exit()
     {
         int idle = eIdle;
         if (!fState.compare_exchange_strong(idle, eExiting))
         {
             return;
         }
+        const Exited exited(fState);
         for (std::size_t i = fEntries.size(); i > 0; --i)
         {
             fEntries[i - 1]->exit();
         }
-        fState = eExited;
     }
 
     /// Drops the services, the last one first, unless exit() is under way on another thread: they
@@ -109,6 +109,26 @@ private:
         eExited
     };
 
+    /// Marks the list as exited, also when the thread ends on the way.
+    class Exited
+    {
+    public:
+        explicit Exited(std::atomic<int>& ioState) noexcept : fState(ioState)
+        {
+        }
+
+        ~Exited()
+        {
+            fState = eExited;
+        }
+
+        Exited(const Exited&) = delete;
+        Exited& operator=(const Exited&) = delete;
+
+    private:
+        std::atomic<int>& fState;
+    };
+
     /// One service, whatever its class.
     struct Entry
     {
@@ -121,7 +141,7 @@ private:
         }
 
         virtual int start() = 0;
-        virtual void exit() noexcept = 0;
+        virtual void exit() = 0;
         virtual void release() noexcept = 0;
         virtual IBase* instance() const noexcept = 0;
 
@@ -142,7 +162,7 @@ private:
             return fService ? fService->onInit() : eIxlaNoInstance;
         }
 
-        void exit() noexcept override
+        void exit() override
         {
             // What goes wrong is in the log; the others have their turn all the same.
             (void)ixlaReported(

@@ -5,6 +5,7 @@
 #include "ILogger.h"
 #include "Ixla.h"
 #include "helpers/ServiceLookup.h"
+#include "portinglayer/PThreadEnd.h"
 
 #include <exception>
 #include <new>
@@ -23,9 +24,9 @@ inline void ixlaReportException(const PLiteral& iWhere, const char* iText) noexc
 
 /// Runs iFunction, which returns a result code, and returns its result. An exception becomes -501
 /// when memory is lacking and iOtherwise when it is any other, and is written to the plugins' log.
-/// [any thread]
+/// Only a thread that ends inside iFunction passes through. [any thread]
 template <class TFunction>
-int ixlaReported(const PLiteral& iWhere, const TFunction& iFunction, int iOtherwise) noexcept
+int ixlaReported(const PLiteral& iWhere, const TFunction& iFunction, int iOtherwise)
 {
     try
     {
@@ -39,6 +40,10 @@ int ixlaReported(const PLiteral& iWhere, const TFunction& iFunction, int iOtherw
     catch (const std::exception& problem)
     {
         ixlaReportException(iWhere, problem.what());
+    }
+    catch (PThreadEnd&)
+    {
+        throw;
     }
     catch (...)
     {

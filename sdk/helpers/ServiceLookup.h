@@ -51,9 +51,14 @@ struct IxlaServiceId<ILogger>
 /// Asks the core for the service behind iInterfaceId, which must stand for the interface TService,
 /// and holds it. The holder is empty when there is none; oResult then says why: the code of
 /// ixlaGetInstance, -2002 when the plugin handed out nothing, or -501. It is 0 otherwise.
-/// Not while another thread may stop the core. [any thread]
+///
+/// The core lends the pointer, and until the holder has counted its reference nobody else need be
+/// holding the object: a thread must not ask while another one may stop the core. Whoever holds the
+/// service already may ask at any time. A plugin made with PPlugin holds the three services of the
+/// core from its init to its end, so its threads may ask for those until it goes; what other
+/// plugins offer is best looked up in onInit and kept. [any thread]
 template <class TService>
-PBaseptr<TService> ixlaService(const PLiteral& iInterfaceId, int& oResult) noexcept
+PBaseptr<TService> ixlaService(const PLiteral& iInterfaceId, int& oResult)
 {
     PBaseptr<TService> service;
     oResult = ixlaGuarded(
@@ -73,7 +78,7 @@ PBaseptr<TService> ixlaService(const PLiteral& iInterfaceId, int& oResult) noexc
 
 /// The same for whoever does not ask why there is none.
 template <class TService>
-PBaseptr<TService> ixlaService(const PLiteral& iInterfaceId) noexcept
+PBaseptr<TService> ixlaService(const PLiteral& iInterfaceId)
 {
     int ignored = eIxlaOk;
     return ixlaService<TService>(iInterfaceId, ignored);
@@ -81,13 +86,13 @@ PBaseptr<TService> ixlaService(const PLiteral& iInterfaceId) noexcept
 
 /// The same by the ID that belongs to the interface: ixlaService<IConfigManager>().
 template <class TService>
-PBaseptr<TService> ixlaService(int& oResult) noexcept
+PBaseptr<TService> ixlaService(int& oResult)
 {
     return ixlaService<TService>(IxlaServiceId<TService>::get(), oResult);
 }
 
 template <class TService>
-PBaseptr<TService> ixlaService() noexcept
+PBaseptr<TService> ixlaService()
 {
     return ixlaService<TService>(IxlaServiceId<TService>::get());
 }

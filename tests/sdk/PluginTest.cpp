@@ -9,14 +9,37 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <functional>
 #include <future>
 #include <new>
+#include <pthread.h>
 #include <stdexcept>
+#include <thread>
 
 namespace
 {
 constexpr wchar_t kFirstId[] = L"test.helpers.first";
 constexpr wchar_t kSecondId[] = L"test.helpers.second";
+
+int _references(IBase* iObject)
+{
+    iObject->incRef();
+    return iObject->decRef();
+}
+
+/// Whether a thread ends before its work is done.
+bool _endsEarly(const std::function<void()>& iWork)
+{
+    std::atomic<bool> done{false};
+    std::thread(
+        [&]
+        {
+            iWork();
+            done = true;
+        })
+        .join();
+    return !done;
+}
 
 class PluginTest : public testing::Test
 {
@@ -248,5 +271,56 @@ TEST(PluginAloneTest, ExitThatOutlivesThePluginKeepsItsServices)
     Slow::sLeave.set_value();
     EXPECT_EQ(0, sent.get());
     EXPECT_TRUE(Slow::sDestroyed);
+}
+
+TEST_F(PluginTest, HoldsTheServicesOfTheCoreFromItsInitOn)
+{
+    ASSERT_EQ(0, fCore.start());
+    IBase* const services[] = {fCore.get<IBase>(kIxlaConfigManagerId),
+                               fCore.get<IBase>(kIxlaEventDispatcherId),
+                               fCore.get<IBase>(kIxlaLoggerId)};
+    std::vector<int> before;
+    PluginHooks::on("helpers.first init",
+                    [&]
+                    {
+                        for (IBase* service : services)
+                        {
+                            before.push_back(_references(service));
+                        }
+                        return 0;
+                    });
+    std::vector<int> idle;
+    for (IBase* service : services)
+    {
+        idle.push_back(_references(service));
+    }
+    EXPECT_EQ(0, request(kFirstId));
+    for (std::size_t i = 0; i < idle.size(); ++i)
+    {
+        EXPECT_EQ(idle[i] + 1, before[i]) << i;
+        EXPECT_LE(idle[i] + 1, _references(services[i])) << i;
+    }
+}
+
+TEST_F(PluginTest, ThreadThatEndsInOnInitEndsTheServicesBegunSoFar)
+{
+    PluginHooks::on("helpers.second init", []() -> int { pthread_exit(nullptr); });
+    ASSERT_EQ(0, fCore.start());
+    EXPECT_TRUE(_endsEarly([] { request(kSecondId); }));
+    EXPECT_EQ(eIxlaInitFailed, request(kSecondId));
+    EXPECT_EQ((std::vector<std::string>{"constructor", "first made", "first init", "second made",
+                                        "second init", "second exit", "first exit",
+                                        "second destroyed", "first destroyed"}),
+              steps());
+}
+
+TEST_F(PluginTest, ThreadThatEndsInOnExitHoldsTheStopNotUp)
+{
+    PluginHooks::on("helpers.second exit", []() -> int { pthread_exit(nullptr); });
+    ASSERT_EQ(0, fCore.start());
+    EXPECT_EQ(0, request(kSecondId));
+    EXPECT_EQ(0, fCore.stop());
+    EXPECT_EQ(0, PluginHooks::count("helpers.first exit"));
+    EXPECT_EQ(1, PluginHooks::count("helpers.first destroyed"));
 }
 } // namespace

@@ -1,0 +1,12 @@
+// PThreadEnd: what passes through a thread that ends inside of a call.
+#ifndef IXLAL_PTHREADEND_H
+#define IXLAL_PTHREADEND_H
+
+#include <cxxabi.h>
+
+/// A thread that calls pthread_exit or is cancelled unwinds its stack with this. It cannot be held
+/// up: a handler that catches it, or catches everything, throws it on with "throw;", or the process
+/// is aborted, as it is by a function on the way that is noexcept. Never thrown by ourselves.
+typedef abi::__forced_unwind PThreadEnd;
+
+#endif
