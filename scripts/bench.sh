@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
 # Measures the product beside floors and peers:
 #   bench.sh              everything: table, JSON and plots in build/bench/results
-#   bench.sh --publish    the same, and puts the figures and plots into docs/performance.md
+#   bench.sh --publish [SAMPLES]
+#                         the same, and puts the figures and plots into docs/performance.md; of
+#                         each case 12 samples, unless said otherwise
 #   bench.sh --short      each case once; fails on allocations, sizes and instructions, never on times
 #   bench.sh --record     as --short, but records the instructions as the new baseline
 # All contestants of a case run in one process, in turns. Instructions are counted by callgrind.
@@ -12,7 +14,7 @@ build=$root/build/bench
 results=$build/results
 # Debian's own interpreter, for which its packages are installed.
 report=(/usr/bin/python3 "$root/scripts/bench_report.py" "$results")
-repetitions=12
+repetitions=${2:-12}
 # Whose instructions the short form counts: those of the product and of the floors. A disk adds none,
 # and starting with 500 plugins takes long and tells no more than with 100.
 briefly='^(?!.* disk/).*/(floor[^/]*|ours)/(?!500/)'
@@ -87,7 +89,7 @@ case ${1-} in
         "${report[@]}" record
         ;;
     *)
-        sed -n '2,7s/^# \?//p' "$0"
+        sed -n '2,9s/^# \?//p' "$0"
         exit 2
         ;;
 esac
