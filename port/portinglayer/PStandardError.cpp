@@ -96,6 +96,14 @@ int _writeAll(std::string_view iText, const TAttempt& iAttempt) noexcept
     return 0;
 }
 
+/// Whether the stream was opened for writing. What a host has in its place may not be, the end of a
+/// pipe that it reads from for instance, and would be when it is opened anew.
+bool _isWritable() noexcept
+{
+    const int mode = ::fcntl(STDERR_FILENO, F_GETFL);
+    return mode >= 0 && (mode & O_ACCMODE) != O_RDONLY;
+}
+
 int _writeNow(std::string_view iText) noexcept
 {
     struct stat state = {};
@@ -112,6 +120,10 @@ int _writeNow(std::string_view iText) noexcept
     if (S_ISSOCK(state.st_mode))
     {
         return _writeAll(iText, &_send);
+    }
+    if (!_isWritable())
+    {
+        return PErrno::code(EBADF);
     }
     const PDescriptor anew(kStreamAnew, O_WRONLY | O_NONBLOCK);
     if (anew.result() == 0)

@@ -10,8 +10,8 @@ class PStandardError
 {
 public:
     /// Writes iSize bytes. Returns 0, or a negated errno when the stream did not take all of it at
-    /// once: -11 when it would have to wait, -32 when nobody reads any more. A line that was cut
-    /// off so is ended before the next text. [any thread]
+    /// once: -9 when it may not be written, -11 when it would have to wait, -32 when nobody reads
+    /// any more. A line that was cut off so is ended before the next text. [any thread]
     static int write(const char* iBytes, std::size_t iSize) noexcept;
 };
 

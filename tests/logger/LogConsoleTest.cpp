@@ -177,3 +177,24 @@ TEST_F(LogToClosed, StreamCountsItsLinesAsLost)
     logger.reset();
     EXPECT_THAT(texts(), ElementsAre("a", "[PLogger] Lost echo lines: 1 err: -9"));
 }
+
+TEST_F(LogToClosed, StreamThatMayOnlyBeReadGetsNoLine)
+{
+    init();
+    logger->setPrintOnConsole(true);
+    int ends[2];
+    ASSERT_EQ(0, pipe2(ends, O_CLOEXEC | O_NONBLOCK));
+    const int kept = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 10);
+    dup2(ends[0], STDERR_FILENO);
+
+    EXPECT_EQ(0, info("a"));
+
+    dup2(kept, STDERR_FILENO);
+    close(kept);
+    char byte;
+    EXPECT_EQ(-1, read(ends[0], &byte, 1));
+    close(ends[0]);
+    close(ends[1]);
+    logger.reset();
+    EXPECT_THAT(texts(), ElementsAre("a", "[PLogger] Lost echo lines: 1 err: -9"));
+}
