@@ -4,10 +4,16 @@
 #   mutation.sh --only ID...    tries these alone; fails as above
 #   mutation.sh --self-test     tries faults whose outcome is known
 #   mutation.sh --list          shows the faults
-# The faults are the lists in tests/mutation. They are planted in a copy of the tree, in
+#   mutation.sh --drawn         tries faults that are drawn by rule; fails as above
+#   mutation.sh --survivors     tries those drawn faults again that survived, after tests were added
+# The faults are the lists in tests/mutation, or are drawn as tests/mutation/draw.py tells. They are planted in a copy of the tree, in
 # build/mutation, which must pass its tests first. Each fault meets the tests of its own directory,
 # then, if those don't catch it, all others. A test that hangs counts as failed; a fault that
 # doesn't compile doesn't count.
+#
+# A drawn fault meets the tests of its directory and those that use what it is part of, where it
+# survives also under the address and the thread sanitizer. A run that was broken off goes on where
+# it was, as long as the tree is the same.
 set -eu
 
 root=$(cd "$(dirname "$0")/.." && pwd)
@@ -16,6 +22,9 @@ tree=$work/tree
 # As deep in the copy as other builds are in the tree, so that ccache sees the same paths.
 build=$tree/build/mutation
 wanted_percent=95
+drawn=$work/drawn
+drawn_seeds="1 2 3"
+drawn_by_seed=155
 # The check that the faults can be planted fails where one has been.
 unfit_tests='^Mutation\.'
 # Those of a directory that are tried first leave out what takes long and finds few faults.
@@ -180,6 +189,54 @@ read_lists() {
     done
 }
 
+draw_faults() {
+    local seed
+    for seed in $drawn_seeds; do
+        python3 "$root/tests/mutation/draw.py" "$tree" "$seed" "$drawn_by_seed"
+    done
+}
+
+# try_drawn PRESET BUILD FAULTS OPTIONS...
+try_drawn() {
+    nice python3 "$root/tests/mutation/trial.py" "$tree" "$2" "$drawn/$1" "$3" --jobs 4 "${@:4}"
+}
+
+tally_drawn() {
+    python3 "$root/tests/mutation/tally.py" "$@" "$tree" "$drawn"/{release,asan,tsan}
+}
+
+# sanitize PRESET: tries what is left under a sanitizer.
+sanitize() {
+    local sanitized=$tree/build/$1
+    tally_drawn --left >"$drawn/left"
+    [ -s "$drawn/left" ] || return 0
+    (cd "$tree" && cmake --preset "$1" -B "$sanitized") >"$work/build.log" 2>&1 ||
+        die "It cannot be configured, see $work/build.log"
+    cmake --build "$sanitized" -j2 --target tests/{core,config,events,headers,logger,logging,port}/all \
+        >"$work/build.log" 2>&1 || die "It cannot be built, see $work/build.log"
+    try_drawn "$1" "$sanitized" "$drawn/left" --quick --retry
+}
+
+try_all_drawn() {
+    mkdir -p "$drawn"
+    touch "$drawn"/{release,asan,tsan}
+    [ -s "$drawn/faults" ] || draw_faults >"$drawn/faults"
+    try_drawn release "$build" "$drawn/faults" --quick
+    try_drawn release "$build" "$drawn/faults" --retry
+    sanitize asan
+    sanitize tsan
+    tally_drawn
+}
+
+# What was found out of another tree says nothing of this one.
+forget_other_tree() {
+    if ! cmp -s "$work/green" "$drawn/green"; then
+        rm -rf "$drawn"
+        mkdir -p "$drawn"
+        cp "$work/green" "$drawn/green"
+    fi
+}
+
 prepare() {
     mkdir -p "$work"
     copy_tree
@@ -201,6 +258,16 @@ case ${1-} in
         try_faults "$@"
         summarise
         ;;
+    --drawn)
+        prepare
+        forget_other_tree
+        try_all_drawn
+        ;;
+    --survivors)
+        prepare
+        [ -s "$drawn/faults" ] || die "None was drawn before"
+        try_all_drawn
+        ;;
     --self-test)
         read_faults "$root/tests/mutation/controls.faults"
         prepare
@@ -215,5 +282,5 @@ case ${1-} in
         try_faults "${selected[@]}"
         summarise
         ;;
-    *) die "Usage: mutation.sh [--list | --self-test | --only ID...]" ;;
+    *) die "Usage: mutation.sh [--list | --drawn | --survivors | --self-test | --only ID...]" ;;
 esac

@@ -239,6 +239,17 @@ TEST_F(ConfigStore, ValueMayHoldAnything)
     EXPECT_EQ(reread("net", "planted"), "<-504>");
 }
 
+TEST_F(ConfigStore, KeyThatBelongsToNoIdHidesNoOther)
+{
+    dir.write("store.txt", "apart = 1\nnet|port = 1\nzone|port = 1\n");
+    std::vector<PString> ids;
+
+    EXPECT_EQ(manager.listIDs(ids), 0);
+
+    const PString wanted = L"zone";
+    EXPECT_NE(std::find(ids.begin(), ids.end(), wanted), ids.end());
+}
+
 TEST_F(ConfigStore, InvalidBytesOfAHandMadeFileSurviveARewrite)
 {
     dir.write("store.txt", "net|raw = \xFF\xC3(\x80\nnet|z = 1\n");

@@ -195,6 +195,21 @@ TEST_F(Load, LogTellsTheSteps)
               fCore.logCount("D Core [processPlugin] Add interface ID: com.kelvora.ixla.config."));
 }
 
+TEST_F(Load, MemoryOfAPluginIsWhatTheProcessGainedByIt)
+{
+    fCore.addPlugin("alpha");
+    ASSERT_EQ(0, fCore.start());
+    const std::string log = readFile(fCore.logFile());
+    const auto behind = [&log](const std::string& iText)
+    {
+        const std::size_t at = log.find(": ", log.find(iText));
+        return std::strtoull(log.c_str() + at + 2, nullptr, 10);
+    };
+    const unsigned long long before = behind("Used mem before ");
+    EXPECT_LT(0u, before);
+    EXPECT_EQ(behind("Used mem after "), before + behind("Memory usage of plugin "));
+}
+
 TEST_F(Load, MemoryThatCannotBeMeasuredIsLogged)
 {
     fCore.addPlugin("alpha");

@@ -82,6 +82,12 @@ TEST_F(StartArguments, EveryBadValueIsLoggedWithItsCode)
     }
 }
 
+TEST_F(StartArguments, OneWithoutASeparatorIsSkippedAlone)
+{
+    EXPECT_EQ(0, parse({L"core.log.parts", L"core.log.parts=2"}));
+    EXPECT_EQ(2, fArguments.fLogParts);
+}
+
 TEST_F(StartArguments, LaterOccurrenceWins)
 {
     EXPECT_EQ(0, parse({L"core.log.level=1", L"core.log.level=-3"}));

@@ -178,6 +178,7 @@ TEST_F(Stop, LibrariesAreClosedAfterEveryPluginInTheOrderTheyWereLoaded)
 
 TEST_F(Stop, LogTellsTheSteps)
 {
+    fCore.set("core.log.level", "0");
     startListening();
     EXPECT_EQ(0, fCore.stop());
     const char* const lines[] = {

@@ -7,6 +7,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <dlfcn.h>
 #include <filesystem>
 #include <link.h>
@@ -106,6 +107,13 @@ TEST_F(LibraryTest, SymbolsOfALoadedLibraryAreFound)
 
     ASSERT_NE(nullptr, answer);
     EXPECT_EQ(42, answer());
+}
+
+TEST_F(LibraryTest, LoadingDoesNotMistakeAnEarlierInterruption)
+{
+    errno = EINTR;
+
+    EXPECT_EQ(0, load(IXLAL_TEST_LIBRARY));
 }
 
 TEST_F(LibraryTest, MissingSymbolIsNull)
