@@ -6,6 +6,10 @@
 #include "PMonotonic.h"
 #include "PMutex.h"
 
+#if defined(__SANITIZE_THREAD__)
+#include <sanitizer/tsan_interface.h>
+#endif
+
 /// As PLockGuard, but waits for a limited time: ask result() before touching what the mutex guards.
 class IXLA_SCOPED_CAPABILITY PTimedLockGuard
 {
@@ -52,7 +56,7 @@ private:
             return ioMutex.lock(); // does not wait
         }
         const timespec limit = PMonotonic::after(iMilliseconds);
-        if (const int error = pthread_mutex_clocklock(&ioMutex.fHandle, CLOCK_MONOTONIC, &limit))
+        if (const int error = lockBefore(ioMutex.fHandle, limit))
         {
             return PErrno::code(error);
         }
@@ -60,6 +64,22 @@ private:
         ioMutex.fDepth = 1;
         return 0;
     }
+
+#if defined(__SANITIZE_THREAD__)
+    // The sanitizer watches the other calls on mutexes by itself, and must be told of this one.
+    static int lockBefore(pthread_mutex_t& ioHandle, const timespec& iLimit) noexcept
+    {
+        __tsan_mutex_pre_lock(&ioHandle, 0);
+        const int error = pthread_mutex_clocklock(&ioHandle, CLOCK_MONOTONIC, &iLimit);
+        __tsan_mutex_post_lock(&ioHandle, error == 0 ? 0 : __tsan_mutex_try_lock_failed, 0);
+        return error;
+    }
+#else
+    static int lockBefore(pthread_mutex_t& ioHandle, const timespec& iLimit) noexcept
+    {
+        return pthread_mutex_clocklock(&ioHandle, CLOCK_MONOTONIC, &iLimit);
+    }
+#endif
 
     PMutex& fMutex;
     const int fResult;
