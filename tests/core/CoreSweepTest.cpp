@@ -198,6 +198,25 @@ TEST(CoreFileReading, FilesThatCannotBeReadOnAreNamedWithTheLine)
               1);
 }
 
+TEST(CoreFileReading, StoreWithoutTheRightToReadItIsNamed)
+{
+    CoreRun core;
+    core.writeConfig("store.txt", "net|k = 1\n");
+    ASSERT_EQ(core.start(), 0);
+    const PBaseptr<IConfigManager> manager(core.get<IConfigManager>(kIxlaConfigManagerId));
+    PBaseptr<IConfig> config;
+    ASSERT_EQ(manager->loadByID(L"net", config), 0);
+
+    FileFaults::open.arm(EACCES);
+    EXPECT_EQ(manager->removeStoredKey(L"net", L"k"), -13);
+    FileFaults::disarm();
+
+    EXPECT_EQ(
+        countLines(core.pluginLogFile(), " E pgs [nl_loadStore] Failed to load store file: (" +
+                                             core.storeFile() + ") line: 0 err: -13"),
+        1);
+}
+
 TEST(CoreDescriptors, StartWithFewDescriptorsLeaksNoneAndWorksLater)
 {
 #ifdef __SANITIZE_ADDRESS__
