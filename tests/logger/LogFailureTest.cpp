@@ -195,6 +195,18 @@ TEST_F(LogFailure, TornLineThatOthersWroteBehindStays)
     EXPECT_EQ("other", lines()[1]);
 }
 
+TEST_F(LogFailure, LineOfWhichNothingWasWrittenLeavesNoEmptyLine)
+{
+    init();
+    FileFaults::write.arm(ENOSPC);
+    FileFaults::truncate.arm(EPERM);
+    info("lost");
+
+    EXPECT_EQ(0, info("a"));
+
+    EXPECT_THAT(texts(), ElementsAre(lossReport(1, -ENOSPC), "a"));
+}
+
 TEST_F(LogFailure, FileThatCannotBeEmptiedGrowsOn)
 {
     init({.maxCount = 1});

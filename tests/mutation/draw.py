@@ -9,6 +9,7 @@ text of the line and nothing of the tests. An operator is drawn first, then one 
 that an operator with many places has no more weight than one with few. The same tree and seed give
 the same faults.
 """
+import functools
 import json
 import pathlib
 import random
@@ -301,6 +302,7 @@ def sources(tree):
                   for path in (root / directory).rglob("*") if path.suffix in (".cpp", ".h"))
 
 
+@functools.lru_cache(maxsize=2)
 def all_faults(tree):
     """By operator, every fault that it makes."""
     made = {name: [] for name in OPERATORS}
@@ -323,7 +325,7 @@ def _faults_of(source, index, name, operator):
 
 def draw(tree, seed, count):
     """Faults in the order of their drawing, each once."""
-    left = {name: faults for name, faults in all_faults(tree).items() if faults}
+    left = {name: list(faults) for name, faults in all_faults(tree).items() if faults}
     chance = random.Random(seed)
     drawn, seen = [], set()
     while left and len(drawn) < count:

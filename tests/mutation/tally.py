@@ -25,9 +25,11 @@ def read_reasons(path):
     for block in re.split(r"\n\s*\n", path.read_text(encoding="utf-8")):
         entry = dict(re.findall(r"^(file|survives): (.*)$", block, re.MULTILINE))
         old = re.findall(r"^- (.*)$", block, re.MULTILINE)
-        new = re.findall(r"^\+ ?(.*)$", block, re.MULTILINE)
-        if entry.get("survives") and len(old) == 1:
-            reasons[entry["file"], old[0].strip(), "".join(new).strip()] = entry["survives"]
+        new = re.findall(r"^\+ (.*)$", block, re.MULTILINE)
+        # Lines that stay as they are tell the place where the changed one is not the only one.
+        changed = [(a.strip(), b.strip()) for a, b in zip(old, new) if a != b]
+        if entry.get("survives") and len(changed) == 1:
+            reasons[(entry["file"], *changed[0])] = entry["survives"]
     return reasons
 
 
