@@ -64,7 +64,7 @@ _ixlal_install_libraries(lib/${ixlal_triplet} ixlalPackageTargets
 _ixlal_install_headers(include "")
 _ixlal_install_headers(port/portinglayer portinglayer
     # What the porting layer keeps to itself.
-    REGEX "P(Blank|Descriptor|Errno|LibraryImage|Monotonic|PathBytes|Retry|StandardError|TextHash|WriteSignals)\\.h$"
+    REGEX "P(Blank|Descriptor|Errno|Fork|LibraryImage|Monotonic|PathBytes|Retry|StandardError|TextHash|TimedLockGuard|WriteSignals)\\.h$"
     EXCLUDE)
 install(FILES port/logger/PLogger.h DESTINATION include/ixlal/logger COMPONENT libixlal-dev)
 _ixlal_install_headers(sdk "")

@@ -4,6 +4,7 @@
 #include "core/PCallGate.h"
 #include "core/PCoreCall.h"
 #include "portinglayer/PCancelGuard.h"
+#include "portinglayer/PFork.h"
 
 #include <new>
 
@@ -12,11 +13,14 @@ namespace
 /// True while a thread starts or stops the core.
 std::atomic<bool> sChanging{false};
 
+/// True in a child whose parent had a core; only the fork sets it.
+std::atomic<bool> sIsParents{false};
+
 /// The right to start or stop the core, which one thread has at a time.
 class Change
 {
 public:
-    Change() noexcept : fGranted(!sChanging.exchange(true))
+    Change() noexcept : fGranted(!sIsParents && !sChanging.exchange(true))
     {
     }
 
@@ -39,6 +43,12 @@ public:
 private:
     const bool fGranted;
 };
+} // namespace
+
+namespace
+{
+// Fails without memory only, before there is a core.
+[[maybe_unused]] const int sTold = PFork::tellChildren(&PCore::leaveToParent);
 } // namespace
 
 std::atomic<PCore*> PCore::fCore{nullptr};
@@ -102,6 +112,13 @@ int PCore::runStart(PCore& ioCore, const PString* iArgs, unsigned int iCount)
         endCore();
         throw;
     }
+}
+
+// The gate may count threads that the child does not have.
+void PCore::leaveToParent() noexcept
+{
+    sIsParents = sIsParents || sChanging || getCore();
+    fGate = nullptr;
 }
 
 PCallGate* PCore::provideGate() noexcept

@@ -51,8 +51,8 @@ public:
         return fCore.load(std::memory_order_acquire);
     }
 
-    /// The gate that calls from outside pass, see PCoreCall; null before the first start and after
-    /// a stop that had to leave calls inside.
+    /// The gate that calls from outside pass, see PCoreCall; null before the first start, after a
+    /// stop that had to leave calls inside, and in a child that was forked.
     static PCallGate* getGate() noexcept
     {
         return fGate.load(std::memory_order_acquire);
@@ -63,6 +63,11 @@ public:
     {
         return fLog.logger();
     }
+
+    /// For the child after a fork. A core that its parent had, or was just starting or stopping,
+    /// stays the parent's: all calls are refused from now on, and it is neither stopped nor
+    /// destroyed here. Without one, the child may start a core of its own.
+    static void leaveToParent() noexcept;
 
     static int ixlaStart(const PString* iArgs, unsigned int iCount);
     static int ixlaStop() noexcept;

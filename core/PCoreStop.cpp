@@ -316,8 +316,15 @@ bool PCore::letCallsLeave() noexcept
     {
         return false;
     }
+    PCallGate* const gate = getGate();
+    if (!gate)
+    {
+        // A child that was forked from inside the start or the stop: the core is its parent's.
+        fKept = true;
+        return false;
+    }
     const long long start = PTime::getTickCount();
-    unsigned int calls = getGate()->close(kLongestLeaveMilliseconds);
+    unsigned int calls = gate->close(kLongestLeaveMilliseconds);
     if (calls == 0 && !closeConfigManager(start))
     {
         calls = 1;

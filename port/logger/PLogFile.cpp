@@ -55,6 +55,10 @@ PLogFile::PLogFile(const std::string& iPath, const PLiteral& iTag, bool iNew,
 
 PLogFile::~PLogFile()
 {
+    if (refused() != 0)
+    {
+        return;
+    }
     PLogLock lock(fMutex);
     const unsigned int reports = (fLost.lines > 0) + (fUnechoed.lines > 0);
     if (reports == 0 || fLine.reset(fFixedRoom) != 0)

@@ -6,6 +6,7 @@
 #include "PLogLine.h"
 #include "PLogMutex.h"
 #include "PLogSink.h"
+#include "portinglayer/PFork.h"
 #include "portinglayer/PLiteral.h"
 
 #include <cstddef>
@@ -25,18 +26,24 @@ struct PLogEcho
 /// are counted; the next one that can be is preceded by a line that tells their number. The same
 /// holds for the standard error stream, which never makes a line wait; what it dropped in the end
 /// is told by the file. All operations return 0 or the negated errno of a line that the file lost.
-/// [any thread]
+/// In a child of the process that made it, it must only be destroyed. [any thread]
 class PLogFile
 {
 public:
     /// Throws std::bad_alloc.
     PLogFile(const std::string& iPath, const PLiteral& iTag, bool iNew, const PLogLimits& iLimits);
 
-    /// Tells of lost lines once more, and closes the file.
+    /// Tells of lost lines once more, and closes the file. Neither waits nor writes in a child.
     ~PLogFile();
 
     PLogFile(const PLogFile&) = delete;
     PLogFile& operator=(const PLogFile&) = delete;
+
+    /// 0, or -130 in a child.
+    int refused() const noexcept
+    {
+        return PFork::refused(fGeneration);
+    }
 
     /// Opens the file; may fail without harm.
     int open() noexcept;
@@ -64,6 +71,7 @@ private:
     void nl_addHeader(char iKind) noexcept IXLA_REQUIRES(fMutex);
     void nl_addReport(std::string_view iWhat, const Losses& iLosses) noexcept IXLA_REQUIRES(fMutex);
 
+    const unsigned short fGeneration = PFork::generation();
     const std::string fTag;       ///< as it stands in the lines, with its blanks
     const std::size_t fFixedRoom; ///< for all that goes out with a text
     PLogMutex fMutex;

@@ -1,5 +1,6 @@
 #include "PLogTurn.h"
 
+#include "portinglayer/PFork.h"
 #include "portinglayer/PRetry.h"
 #include "portinglayer/PThread.h"
 
@@ -25,7 +26,7 @@ bool _isTaken(int iHandle) noexcept
 }
 } // namespace
 
-PLogTurn::PLogTurn() noexcept : fHandle(-1), fIsOverdue(false)
+PLogTurn::PLogTurn() noexcept : fHandle(-1), fGeneration(0), fIsOverdue(false)
 {
 }
 
@@ -52,15 +53,17 @@ bool PLogTurn::take(int iHandle) noexcept
     }
     fIsOverdue = isTaken;
     fHandle = isTaken ? -1 : iHandle;
+    fGeneration = PFork::generation();
     return !isTaken;
 }
 
-// A forked child may have the handle, too, so that closing it would not be enough.
+// A forked child has the same handle, so closing it would not be enough; and what the child gives
+// back would be the turn of its parent.
 void PLogTurn::giveBack() noexcept
 {
-    if (fHandle >= 0)
+    if (fHandle >= 0 && fGeneration == PFork::generation())
     {
         _lock(fHandle, LOCK_UN);
-        fHandle = -1;
     }
+    fHandle = -1;
 }

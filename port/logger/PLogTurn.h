@@ -23,7 +23,8 @@ public:
     void giveBack() noexcept;
 
 private:
-    int fHandle; ///< -1 while the turn is not held
+    int fHandle;                ///< -1 while the turn is not held
+    unsigned short fGeneration; ///< of the process that took it
     bool fIsOverdue;
 };
 

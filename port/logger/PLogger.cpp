@@ -172,6 +172,10 @@ int PLogger::dumpHex(PLogger* iLogger, int iLevel, const void* iData, unsigned i
     {
         return -EINVAL;
     }
+    if (const int refused = iLogger->fFile->refused())
+    {
+        return refused;
+    }
     const Undisturbed undisturbed;
     const bool print = __atomic_load_n(&iLogger->fPrint, __ATOMIC_RELAXED);
     return iLogger->fFile->dump(static_cast<const unsigned char*>(iData), iSize,
@@ -183,6 +187,10 @@ int PLogger::write(char iKind, bool iShowText, const wchar_t* iFormat, va_list i
     if (!fFile)
     {
         return 0;
+    }
+    if (const int refused = fFile->refused())
+    {
+        return refused;
     }
     const Undisturbed undisturbed;
     const PLogText text(iFormat, iArgs);

@@ -18,7 +18,8 @@ class PLogFile;
 /// operations return 0, also for a line that was filtered out, or the negated errno of a line
 /// that could not be written; such lines are counted, and the log says how many are missing as
 /// soon as it can be written again. A line that cannot be formatted is written as its format
-/// text. No member throws; the line operations may be called from any thread at any time, and
+/// text. In a child of the process that initialised the logger no line is written, and the line
+/// operations return -130; a logger that the child makes itself works. No member throws; the line operations may be called from any thread at any time, and
 /// lines never mix.
 class IXLA_EXPORT PLogger
 {

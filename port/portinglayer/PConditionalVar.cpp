@@ -2,16 +2,18 @@
 
 #include "PCancelGuard.h"
 #include "PErrno.h"
+#include "PFork.h"
 #include "PMonotonic.h"
 #include "PMutex.h"
 
-PConditionalVar::PConditionalVar() noexcept : fHandle(), fOpen(false)
+PConditionalVar::PConditionalVar() noexcept : fHandle(), fGeneration(0)
 {
 }
 
 PConditionalVar::~PConditionalVar()
 {
-    if (fOpen)
+    // One of the parent may have waiters, for whom destroying it would wait in a child for ever.
+    if (PFork::refused(fGeneration) == 0)
     {
         pthread_cond_destroy(&fHandle);
     }
@@ -19,7 +21,7 @@ PConditionalVar::~PConditionalVar()
 
 int PConditionalVar::init() noexcept
 {
-    if (fOpen)
+    if (PFork::refused(fGeneration) == 0)
     {
         return PErrno::code(EBUSY);
     }
@@ -34,34 +36,35 @@ int PConditionalVar::init() noexcept
         error = pthread_cond_init(&fHandle, &attributes);
     }
     pthread_condattr_destroy(&attributes);
-    fOpen = error == 0;
+    fGeneration = error == 0 ? PFork::generation() : static_cast<unsigned short>(0);
     return PErrno::code(error);
 }
 
 int PConditionalVar::close() noexcept
 {
-    if (!fOpen)
+    if (const int refused = PFork::refused(fGeneration))
     {
-        return PErrno::code(EINVAL);
+        return refused;
     }
     if (const int error = pthread_cond_destroy(&fHandle))
     {
         return PErrno::code(error);
     }
-    fOpen = false;
+    fGeneration = 0;
     return 0;
 }
 
 int PConditionalVar::notifyAll() noexcept
 {
-    return fOpen ? PErrno::code(pthread_cond_broadcast(&fHandle)) : PErrno::code(EINVAL);
+    const int refused = PFork::refused(fGeneration);
+    return refused != 0 ? refused : PErrno::code(pthread_cond_broadcast(&fHandle));
 }
 
 int PConditionalVar::wait(PMutex* iMutex, unsigned int iMilliseconds) noexcept
 {
-    if (!fOpen || !iMutex)
+    if (const int refused = iMutex ? PFork::refused(fGeneration) : PErrno::code(EINVAL))
     {
-        return PErrno::code(EINVAL);
+        return refused;
     }
     const unsigned long self = static_cast<unsigned long>(pthread_self());
     if (__atomic_load_n(&iMutex->fOwner, __ATOMIC_RELAXED) != self)

@@ -9,7 +9,7 @@
 class PMutex;
 
 /// A condition variable on the monotonic clock. Operations return 0 or a negated errno, -22 when
-/// it is not open. None throws. [any thread]
+/// it is not open, -130 in a child of the process that opened it. None throws. [any thread]
 class IXLA_EXPORT PConditionalVar
 {
 public:
@@ -44,7 +44,7 @@ public:
 
 private:
     pthread_cond_t fHandle;
-    bool fOpen;
+    unsigned short fGeneration; ///< of the process that opened it, 0 while closed
 };
 
 #endif

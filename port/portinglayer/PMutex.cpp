@@ -1,6 +1,7 @@
 #include "PMutex.h"
 
 #include "PErrno.h"
+#include "PFork.h"
 
 #include <climits>
 
@@ -15,7 +16,7 @@ unsigned long _self() noexcept
 // The owner is compared only with the calling thread. A thread sees its own stores in order, and
 // what it reads of others never equals itself, so relaxed access is enough.
 
-PMutex::PMutex() noexcept : fHandle(), fOwner(0), fDepth(0), fOpen(false), fRepeatable(false)
+PMutex::PMutex() noexcept : fHandle(), fOwner(0), fDepth(0), fGeneration(0), fRepeatable(false)
 {
 }
 
@@ -32,7 +33,8 @@ PMutex::~PMutex() IXLA_NO_THREAD_SAFETY_ANALYSIS
 
 int PMutex::init(bool iRepeatable) noexcept
 {
-    if (__atomic_load_n(&fOpen, __ATOMIC_RELAXED))
+    const unsigned short generation = PFork::generation();
+    if (__atomic_load_n(&fGeneration, __ATOMIC_RELAXED) == generation)
     {
         return PErrno::code(EBUSY);
     }
@@ -43,15 +45,16 @@ int PMutex::init(bool iRepeatable) noexcept
     fRepeatable = iRepeatable;
     fDepth = 0;
     __atomic_store_n(&fOwner, 0ul, __ATOMIC_RELAXED);
-    __atomic_store_n(&fOpen, true, __ATOMIC_RELEASE);
+    __atomic_store_n(&fGeneration, generation, __ATOMIC_RELEASE);
     return 0;
 }
 
 int PMutex::lock() noexcept IXLA_NO_THREAD_SAFETY_ANALYSIS
 {
-    if (!__atomic_load_n(&fOpen, __ATOMIC_ACQUIRE))
+    const unsigned short opened = __atomic_load_n(&fGeneration, __ATOMIC_ACQUIRE);
+    if (opened != PFork::generation())
     {
-        return PErrno::code(EINVAL);
+        return PFork::refused(opened);
     }
     const unsigned long self = _self();
     if (__atomic_load_n(&fOwner, __ATOMIC_RELAXED) == self)
@@ -76,9 +79,10 @@ int PMutex::lock() noexcept IXLA_NO_THREAD_SAFETY_ANALYSIS
     return 0;
 }
 
+// What the forking thread held, it may give back in the child, too: nobody waits there.
 int PMutex::unlock() noexcept IXLA_NO_THREAD_SAFETY_ANALYSIS
 {
-    if (!__atomic_load_n(&fOpen, __ATOMIC_ACQUIRE))
+    if (__atomic_load_n(&fGeneration, __ATOMIC_ACQUIRE) == 0)
     {
         return PErrno::code(EINVAL);
     }
@@ -96,9 +100,10 @@ int PMutex::unlock() noexcept IXLA_NO_THREAD_SAFETY_ANALYSIS
 
 int PMutex::close() noexcept
 {
-    if (!__atomic_load_n(&fOpen, __ATOMIC_ACQUIRE))
+    const unsigned short opened = __atomic_load_n(&fGeneration, __ATOMIC_ACQUIRE);
+    if (opened != PFork::generation())
     {
-        return PErrno::code(EINVAL);
+        return PFork::refused(opened);
     }
     if (const int error = pthread_mutex_trylock(&fHandle))
     {
@@ -109,6 +114,6 @@ int PMutex::close() noexcept
     {
         return PErrno::code(error);
     }
-    __atomic_store_n(&fOpen, false, __ATOMIC_RELEASE);
+    __atomic_store_n(&fGeneration, static_cast<unsigned short>(0), __ATOMIC_RELEASE);
     return 0;
 }

@@ -9,7 +9,8 @@
 
 /// A mutex that must be opened before use. Operations return 0 or a negated errno: -22 when it is
 /// not open, -1 when the caller doesn't hold it, -16 when it is in use, -35 when the holder of a
-/// mutex without repetition locks it again. None throws. [any thread]
+/// mutex without repetition locks it again, -130 in a child of the process that opened it, where it
+/// may be opened anew. None throws. [any thread]
 class IXLA_EXPORT IXLA_CAPABILITY("mutex") PMutex
 {
 public:
@@ -41,7 +42,7 @@ private:
     pthread_mutex_t fHandle;
     unsigned long fOwner; ///< the holding thread, 0 for none; read by others, hence atomically
     unsigned int fDepth;  ///< how often the holder has locked
-    bool fOpen;
+    unsigned short fGeneration; ///< of the process that opened it, 0 while closed
     bool fRepeatable;
 };
 

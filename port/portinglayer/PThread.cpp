@@ -2,15 +2,16 @@
 
 #include "PCancelGuard.h"
 #include "PErrno.h"
+#include "PFork.h"
 #include "PMonotonic.h"
 
-PThread::PThread() noexcept : fHandle(), fStarted(false)
+PThread::PThread() noexcept : fHandle(), fGeneration(0)
 {
 }
 
 PThread::~PThread()
 {
-    if (fStarted)
+    if (fGeneration == PFork::generation())
     {
         pthread_detach(fHandle);
     }
@@ -22,20 +23,20 @@ int PThread::pcreate(void* (*iFunction)(void*), void* iArgument) noexcept
     {
         return PErrno::code(EINVAL);
     }
-    if (fStarted)
+    if (fGeneration == PFork::generation())
     {
         return PErrno::code(EBUSY);
     }
     const int error = pthread_create(&fHandle, nullptr, iFunction, iArgument);
-    fStarted = error == 0;
+    fGeneration = error == 0 ? PFork::generation() : static_cast<unsigned short>(0);
     return PErrno::code(error);
 }
 
 int PThread::pjoin(void*& oResult) noexcept
 {
-    if (!fStarted)
+    if (const int refused = PFork::refused(fGeneration, ESRCH))
     {
-        return PErrno::code(ESRCH);
+        return refused;
     }
     void* result = nullptr;
     const PCancelGuard guard;
@@ -43,7 +44,7 @@ int PThread::pjoin(void*& oResult) noexcept
     {
         return PErrno::code(error);
     }
-    fStarted = false;
+    fGeneration = 0;
     oResult = result;
     return 0;
 }

@@ -22,7 +22,8 @@ public:
     /// Starts iFunction(iArgument) on a new thread. -16 while an earlier one is not joined.
     int pcreate(void* (*iFunction)(void*), void* iArgument) noexcept;
 
-    /// Waits for the thread's end; oResult is what its function returned. -3 when there is none.
+    /// Waits for the thread's end; oResult is what its function returned. -3 when there is none,
+    /// -130 in a child of the process that started it, which has no such thread.
     int pjoin(void*& oResult) noexcept;
 
     /// Sleeps for iMilliseconds of the monotonic clock, also across signals. [any thread]
@@ -33,7 +34,7 @@ public:
 
 private:
     pthread_t fHandle;
-    bool fStarted;
+    unsigned short fGeneration; ///< of the process that it runs in, 0 without a thread
 };
 
 #endif

@@ -3,6 +3,7 @@
 #define IXLAL_PTIMEDLOCKGUARD_H
 
 #include "PErrno.h"
+#include "PFork.h"
 #include "PMonotonic.h"
 #include "PMutex.h"
 
@@ -50,7 +51,7 @@ private:
                     unsigned int iMilliseconds) noexcept IXLA_NO_THREAD_SAFETY_ANALYSIS
     {
         const unsigned long self = static_cast<unsigned long>(pthread_self());
-        if (!__atomic_load_n(&ioMutex.fOpen, __ATOMIC_ACQUIRE) ||
+        if (PFork::refused(__atomic_load_n(&ioMutex.fGeneration, __ATOMIC_ACQUIRE)) != 0 ||
             __atomic_load_n(&ioMutex.fOwner, __ATOMIC_RELAXED) == self)
         {
             return ioMutex.lock(); // does not wait

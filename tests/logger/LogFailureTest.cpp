@@ -9,6 +9,7 @@
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 using testing::ElementsAre;
@@ -254,6 +255,28 @@ TEST_F(LogFailure, NewLogIsEmptiedOnlyOnce)
     info("b");
 
     EXPECT_THAT(texts(), ElementsAre("a", lossReport(1, -EBADF), "b"));
+}
+
+TEST_F(LogFailure, LoggerOfTheParentIsRefusedInAChild)
+{
+    init({.parts = 1, .maxCount = 1});
+    info("a");
+
+    const pid_t child = fork();
+    if (child == 0)
+    {
+        const bool isRefused = info("b") == -EOWNERDEAD &&
+                               PLogger::dumpHex(logger.get(), 0, "c", 1, 16) == -EOWNERDEAD;
+        logger.reset();
+        _exit(isRefused ? 0 : 1);
+    }
+    int status = -1;
+    waitpid(child, &status, 0);
+
+    EXPECT_EQ(0, status);
+    EXPECT_EQ(0, info("d"));
+    EXPECT_THAT(texts("test.log.1"), ElementsAre("a"));
+    EXPECT_THAT(texts(), ElementsAre("d"));
 }
 
 namespace

@@ -125,7 +125,9 @@ TEST_F(LogLine, ForkedChildShowsItsOwnNumbers)
     const pid_t child = fork();
     if (child == 0)
     {
-        info(ownNumbers());
+        PLogger own;
+        init(own, {});
+        PLogger::info(&own, 0, L"%ls", wide(ownNumbers()).ptr());
         _exit(0);
     }
     waitpid(child, nullptr, 0);

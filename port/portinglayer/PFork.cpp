@@ -1,0 +1,29 @@
+#include "PFork.h"
+
+#include <pthread.h>
+
+std::atomic<unsigned short> PFork::fGeneration{1};
+
+/// Counts forks in the child.
+struct PForkNotice
+{
+    static void count() noexcept
+    {
+        // Comes back to a number after 65535 children of children.
+        if (++PFork::fGeneration == 0)
+        {
+            ++PFork::fGeneration;
+        }
+    }
+};
+
+namespace
+{
+// Fails without memory only, before anything else of the library runs.
+[[maybe_unused]] const int sTold = PFork::tellChildren(&PForkNotice::count);
+} // namespace
+
+int PFork::tellChildren(void (*iAction)()) noexcept
+{
+    return -::pthread_atfork(nullptr, nullptr, iAction);
+}
