@@ -1,5 +1,6 @@
 #include "PDescriptor.h"
 
+#include "PCancelGuard.h"
 #include "PErrno.h"
 #include "PRetry.h"
 #include "PWriteSignals.h"
@@ -11,6 +12,12 @@
 
 namespace
 {
+int _open(const char* iPath, int iFlags, mode_t iAccess) noexcept
+{
+    const PCancelGuard guard;
+    return PRetry::call([=] { return ::open(iPath, iFlags, iAccess); });
+}
+
 /// Moves a descriptor that has the number of a standard stream to a higher number.
 int _aboveStandard(int iHandle) noexcept
 {
@@ -27,8 +34,7 @@ int _aboveStandard(int iHandle) noexcept
 } // namespace
 
 PDescriptor::PDescriptor(const char* iPath, int iFlags, mode_t iAccess) noexcept
-    : fHandle(_aboveStandard(
-          PRetry::call([=] { return ::open(iPath, iFlags | O_CLOEXEC | O_NOCTTY, iAccess); }))),
+    : fHandle(_aboveStandard(_open(iPath, iFlags | O_CLOEXEC | O_NOCTTY, iAccess))),
       fResult(fHandle < 0 ? PErrno::last() : 0)
 {
 }
@@ -52,12 +58,14 @@ int PDescriptor::release() noexcept
 ssize_t PDescriptor::readSome(int iHandle, char* oBytes, std::size_t iSize) noexcept
 {
     const std::size_t size = std::min<std::size_t>(iSize, INT_MAX);
+    const PCancelGuard guard;
     const ssize_t count = PRetry::call([=] { return ::read(iHandle, oBytes, size); });
     return count < 0 ? PErrno::last() : count;
 }
 
 int PDescriptor::writeAll(int iHandle, const char* iBytes, std::size_t iSize) noexcept
 {
+    const PCancelGuard guard;
     PWriteSignals signals;
     while (iSize > 0)
     {

@@ -1,5 +1,6 @@
 #include "PStandardError.h"
 
+#include "PCancelGuard.h"
 #include "PDescriptor.h"
 #include "PErrno.h"
 #include "PRetry.h"
@@ -141,6 +142,7 @@ int PStandardError::write(const char* iBytes, std::size_t iSize) noexcept
     {
         return 0;
     }
+    const PCancelGuard guard;
     PWriteSignals signals;
     int result = sTorn ? _writeNow("\n") : 0;
     result = result == 0 ? _writeNow(text) : result;

@@ -2,14 +2,12 @@
 #ifndef IXLAL_PWRITESIGNALS_H
 #define IXLAL_PWRITESIGNALS_H
 
-#include "PCancelGuard.h"
-
 #include <cerrno>
 #include <csignal>
 #include <ctime>
 
 /// Blocks the signals of failing writes (nobody reads any more, the file may not grow) for the
-/// calling thread while it lives.
+/// calling thread while it lives. The thread must not be cancelled meanwhile.
 class PWriteSignals
 {
 public:
@@ -52,7 +50,6 @@ public:
         ::sigemptyset(&raised);
         ::sigaddset(&raised, signal);
         const timespec noWait{};
-        const PCancelGuard guard;
         while (::sigtimedwait(&raised, nullptr, &noWait) < 0 && errno == EINTR)
         {
         }
