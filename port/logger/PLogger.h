@@ -19,8 +19,8 @@ class PLogFile;
 /// that could not be written; such lines are counted, and the log says how many are missing as
 /// soon as it can be written again. A line that cannot be formatted is written as its format
 /// text. In a child of the process that initialised the logger no line is written, and the line
-/// operations return -130; a logger that the child makes itself works. No member throws; the line operations may be called from any thread at any time, and
-/// lines never mix.
+/// operations return -130; a logger that the child makes itself works. No member throws; the line
+/// operations may be called from any thread at any time, and lines never mix.
 class IXLA_EXPORT PLogger
 {
 public:
@@ -36,8 +36,8 @@ public:
     /// umask. Called once, before any line.
     /// iNew empties an existing file; otherwise lines are appended. iMaxSize is the size in bytes
     /// and iMaxCount the number of lines at which the file is full, 0 or below for no limit. A
-    /// full file becomes iFile.1, the older ones move up to iFile.N, N being iParts, and the oldest goes;
-    /// with iParts 0 or below the file starts anew instead. iEnable false creates no file and
+    /// full file becomes iFile.1, the older ones move up to iFile.N, N being iParts, and the oldest
+    /// goes; with iParts 0 or below the file starts anew instead. iEnable false creates no file and
     /// writes nothing.
     /// Returns 0 or a negated errno, -16 when called again; a logger whose file could not be
     /// opened tries again at every line.
@@ -47,8 +47,8 @@ public:
     /// The highest level that is written from now on. Returns 0. [any thread]
     int setLevel(int iLevel) noexcept;
 
-    /// Whether lines also go to the standard error stream, which drops and counts those that it does
-    /// not take at once. Returns 0. [any thread]
+    /// Whether lines also go to the standard error stream, which drops and counts those that it
+    /// does not take at once. Returns 0. [any thread]
     int setPrintOnConsole(bool iPrint) noexcept;
 
     /// Whether a line of this level would be written; costs a comparison. [any thread]
