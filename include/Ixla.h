@@ -85,10 +85,10 @@ IXLA_EXPORT int ixlaGetInstance(const PLiteral& iInterfaceId, IBase*& oInstance)
 IXLA_EXPORT bool ixlaIsInterfaceAvailable(const PLiteral& iInterfaceId);
 
 /// Removes a plugin with its interface IDs, destroys it and closes its library. No other thread may
-/// be looking up its interfaces, and nobody may still hold objects of it. While the core initialises
-/// the plugin for the autostart list, the rest waits until that init has returned, not this call.
-/// Returns 0; -1002 without a started core; -1016 for an unknown plugin; -1013 or -1014. Holds the
-/// core's lock while the plugin is destroyed, but not while the library is closed.
+/// be looking up its interfaces, and nobody may still hold objects of it. While the core
+/// initialises the plugin for the autostart list, the rest waits until that init has returned, not
+/// this call. Returns 0; -1002 without a started core; -1016 for an unknown plugin; -1013 or -1014.
+/// Holds the core's lock while the plugin is destroyed, but not while the library is closed.
 IXLA_EXPORT int ixlaUnloadPlugin(IPlugin* iPlugin);
 
 /// The factory that every plugin library defines and exports; the core defines none. Returns a new

@@ -3,6 +3,7 @@
 #define IXLAL_SDK_PDELIVERYGATE_H
 
 #include "portinglayer/PCancelGuard.h"
+#include "portinglayer/PProcess.h"
 
 #include <condition_variable>
 #include <mutex>
@@ -49,7 +50,7 @@ public:
         bool fInside;
     };
 
-    PDeliveryGate() : fVisits(nullptr), fClosed(false)
+    PDeliveryGate() : fProcess(PProcess::getCurrentPID()), fVisits(nullptr), fClosed(false)
     {
     }
 
@@ -57,9 +58,14 @@ public:
     PDeliveryGate& operator=(const PDeliveryGate&) = delete;
 
     /// Lets nobody in from now on, and waits until everybody has left. A thread that is inside
-    /// itself does not wait, neither for itself nor for the others.
+    /// itself does not wait, neither for itself nor for the others. Does nothing in a forked child,
+    /// which has none of the threads that are inside.
     void close()
     {
+        if (isParents())
+        {
+            return;
+        }
         std::unique_lock<std::mutex> lock(fMutex);
         fClosed = true;
         if (!nl_isInside(std::this_thread::get_id()))
@@ -94,6 +100,12 @@ private:
         fLeft.notify_all();
     }
 
+    /// Whether another process made the gate; threads that hold its mutex may be missing here.
+    bool isParents() const noexcept
+    {
+        return PProcess::getCurrentPID() != fProcess;
+    }
+
     bool nl_isInside(std::thread::id iThread) const
     {
         const Visit* visit = fVisits;
@@ -104,6 +116,7 @@ private:
         return visit != nullptr;
     }
 
+    const unsigned int fProcess;
     std::mutex fMutex;
     std::condition_variable fLeft;
     Visit* fVisits; ///< those inside, the latest first; guarded by fMutex, as is the next

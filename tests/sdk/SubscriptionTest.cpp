@@ -10,6 +10,9 @@
 #include <memory>
 #include <thread>
 
+#include <sys/wait.h>
+#include <unistd.h>
+
 namespace
 {
 constexpr wchar_t kTopic[] = L"test.topic";
@@ -161,6 +164,27 @@ TEST_F(SubscriptionTest, EndWaitsForADeliveryOnAnotherThread)
     EXPECT_EQ(std::future_status::timeout, seen.wait_for(std::chrono::milliseconds(50)));
     fLeave.set_value();
     EXPECT_EQ(1, seen.get());
+    EXPECT_EQ(0, sent.get());
+}
+
+TEST_F(SubscriptionTest, EndInAForkedChildDoesNotWait)
+{
+    PSubscription subscription;
+    EXPECT_EQ(0, subscribeHeld(subscription));
+    std::future<int> sent = sendAndHold();
+
+    const pid_t child = fork();
+    if (child == 0)
+    {
+        alarm(10);
+        subscription.end();
+        _exit(0);
+    }
+    int status = -1;
+    waitpid(child, &status, 0);
+
+    fLeave.set_value();
+    EXPECT_EQ(0, status) << "ended by signal " << WTERMSIG(status);
     EXPECT_EQ(0, sent.get());
 }
 
