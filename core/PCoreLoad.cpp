@@ -88,14 +88,15 @@ int PCore::loadPluginLib(const PLiteral& iPath)
         PLogger::error(getCoreLogger(), 0, L"[startFlow] Failed to load lib err: %d", result);
         return result;
     }
-    const PPtr<PLibrary> library = PPtr<PLibrary>::adopt(loaded);
-    PBaseptr<IPlugin> plugin;
-    result = createPlugin(*library, plugin);
+    // Releases a plugin that is refused, and then its library.
+    PCorePlugin held(&fLog);
+    held.fLibrary = PPtr<PLibrary>::adopt(loaded);
+    result = createPlugin(*held.fLibrary, held.fPlugin);
     if (result != 0)
     {
         return result;
     }
-    result = processPlugin(plugin, library);
+    result = processPlugin(held.fPlugin, held.fLibrary);
     PLogger::debug(getCoreLogger(), 0, L"[loadPluginLib] processPlugin(...) res: %d ", result);
     if (result != 0)
     {
@@ -198,7 +199,7 @@ int PCore::processPlugin(PBaseptr<IPlugin> iPlugin, PPtr<PLibrary> iLibrary)
     {
         return result;
     }
-    std::unique_ptr<PCorePlugin> record(new (std::nothrow) PCorePlugin);
+    std::unique_ptr<PCorePlugin> record(new (std::nothrow) PCorePlugin(&fLog));
     if (!record)
     {
         return eIxlaNoMemory;

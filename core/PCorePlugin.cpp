@@ -1,13 +1,17 @@
 #include "core/PCorePlugin.h"
 
-PCorePlugin::PCorePlugin() noexcept
+#include "PGuarded.h"
+#include "core/PCoreLog.h"
+
+PCorePlugin::PCorePlugin(const PCoreLog* iLog) noexcept
     : fInterfaceCount(0),
       fInitState(eNotInitialised),
       fInitThreadId(0),
       fInitOrder(0),
       fUses(0),
       fUnloaded(false),
-      fNumber(0)
+      fNumber(0),
+      fLog(iLog)
 {
 }
 
@@ -21,5 +25,14 @@ void PCorePlugin::releasePlugin()
 {
     fInterfaceCount = 0;
     fInterfaceIDs.clear();
-    fPlugin.clear();
+    void* const plugin = fPlugin.get();
+    if (ixlaReleased(fPlugin) || !fLibrary)
+    {
+        return;
+    }
+    fLibrary->keepLoaded();
+    PLogger::error(fLog ? fLog->logger() : nullptr, 0,
+                   L"[releasePlugin][pg:%p] Plugin threw an exception when it was released, its "
+                   L"library stays loaded: %ls",
+                   plugin, fLibrary->getName().ptr());
 }

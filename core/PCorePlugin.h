@@ -7,6 +7,8 @@
 #include "PPtr.h"
 #include "portinglayer/PLibrary.h"
 
+class PCoreLog;
+
 /// One registered plugin. The members from fInitState to fUnloaded are guarded by the core's mutex;
 /// the others do not change between registration and destruction.
 class PCorePlugin
@@ -20,7 +22,8 @@ public:
         eInitFailed = 3 ///< for good
     };
 
-    PCorePlugin() noexcept;
+    /// iLog is told of a plugin that throws when it is released.
+    explicit PCorePlugin(const PCoreLog* iLog = nullptr) noexcept;
 
     /// Releases the interface IDs, the plugin, then its library.
     virtual ~PCorePlugin();
@@ -28,7 +31,9 @@ public:
     PCorePlugin(const PCorePlugin&) = delete;
     PCorePlugin& operator=(const PCorePlugin&) = delete;
 
-    /// Releases the interface IDs and the plugin, and keeps the library.
+    /// Releases the interface IDs and the plugin, and keeps the library. When the plugin throws
+    /// that is logged, and the library stays loaded for good: nobody knows what of the plugin is
+    /// left.
     void releasePlugin();
 
     PPtr<PLibrary> fLibrary; ///< empty for a built-in plugin
@@ -41,6 +46,9 @@ public:
     unsigned int fUses;          ///< by the core itself, which destroys the record after the last
     bool fUnloaded;              ///< in no table any more
     unsigned int fNumber;        ///< from 1, in the order of registration
+
+private:
+    const PCoreLog* fLog; ///< may be null
 };
 
 #endif

@@ -72,8 +72,9 @@ int PCore::nl_unloadPlugin(IPlugin* iPlugin, PPtr<PLibrary>& oLibrary)
 
 void PCore::nl_destroy(PCorePlugin& iRecord, PPtr<PLibrary>& oLibrary)
 {
-    oLibrary = iRecord.fLibrary;
+    const std::unique_ptr<PCorePlugin> record(&iRecord);
+    oLibrary = record->fLibrary;
     // With the mutex held, so that nobody finds the plugin half gone: a thread that asks for
     // another plugin's state waits until this one is destroyed.
-    delete &iRecord;
+    record->releasePlugin();
 }

@@ -4,6 +4,7 @@
 #include "PGuarded.h"
 #include "core/PHeldService.h"
 #include "portinglayer/PCancelGuard.h"
+#include "portinglayer/PCodeOwner.h"
 #include "portinglayer/PLockGuard.h"
 
 #include <algorithm>
@@ -38,17 +39,25 @@ void PEventDispatcher::error(const wchar_t* iFormat, TArgs... iArgs) const
     }
 }
 
-PEventDispatcher::PEventDispatcher() : fRefCount(0)
+PEventDispatcher::Listeners::Listeners(const PEventDispatcher& iDispatcher)
+    : fDispatcher(iDispatcher)
 {
-    const PHeldService<ILogger> logger(kIxlaLoggerId);
-    fLogger = logger.get();
-    debug(0, L"[EventDispatcher] Create instance: %p", _address(this));
 }
 
 PEventDispatcher::Listeners::~Listeners()
 {
     const PCancelGuard guard;
-    clear();
+    for (PBaseptr<IEventListener>& listener : *this)
+    {
+        fDispatcher.release("send", listener);
+    }
+}
+
+PEventDispatcher::PEventDispatcher() : fRefCount(0)
+{
+    const PHeldService<ILogger> logger(kIxlaLoggerId);
+    fLogger = logger.get();
+    debug(0, L"[EventDispatcher] Create instance: %p", _address(this));
 }
 
 PEventDispatcher::~PEventDispatcher()
@@ -149,7 +158,7 @@ int PEventDispatcher::removeListener(const PLiteral& iTopic, IEventListener* iLi
     {
         return unlockFailed("removeListener", code);
     }
-    removed.clear();
+    release("removeListener", removed);
     debug(0, L"[EventDispatcher][removeListener] res: %d", result);
     return result;
 }
@@ -215,7 +224,7 @@ int PEventDispatcher::nl_addTopic(const PLiteral& iTopic, IEventListener* iListe
         [&]
         {
             const auto topic = fresh.emplace(PString(iTopic), PPtr<Listeners>()).first;
-            _hold(std::make_unique<Listeners>(), topic->second);
+            _hold(std::make_unique<Listeners>(*this), topic->second);
             index->emplace(topic->first, &topic->second);
             // Last, for the reason that nl_addListener has.
             topic->second->emplace_back(iListener);
@@ -332,7 +341,30 @@ void PEventDispatcher::releaseListeners(Topics& ioTopics) const
             debug(0, L"[EventDispatcher][destructor] Not removed listener: %p",
                   _address(listener.get()));
         }
+        for (PBaseptr<IEventListener>& listener : *listeners)
+        {
+            release("destructor", listener);
+        }
         listeners.clear();
+    }
+}
+
+void PEventDispatcher::release(const char* iOperation, PBaseptr<IEventListener>& ioListener) const
+{
+    const void* const listener = _address(ioListener.get());
+    if (!listener)
+    {
+        return;
+    }
+    const PCodeOwner owner(listener);
+    if (!ixlaReleased(ioListener))
+    {
+        PString library;
+        // Without its name the line is as good as it can be.
+        (void)owner.getPath(library);
+        error(L"[EventDispatcher][%s] Listener threw an exception when it was released: %p "
+              L"library: %ls",
+              iOperation, listener, library.ptr());
     }
 }
 

@@ -43,15 +43,20 @@ public:
     virtual ~PEventDispatcher();
 
 private:
-    /// In the order of subscription, each listener once.
-    struct Listeners : std::vector<PBaseptr<IEventListener>>
+    /// In the order of subscription, each listener once. The last delivery may be the last to hold
+    /// one of them.
+    class Listeners : public std::vector<PBaseptr<IEventListener>>
     {
-        Listeners() = default;
-        Listeners(const Listeners&) = default;
+    public:
+        explicit Listeners(const PEventDispatcher& iDispatcher);
+        Listeners(const Listeners& iOther) = default;
         Listeners& operator=(const Listeners&) = delete;
 
         /// Releases them all; the thread is not cancelled in the destructor of a listener.
         ~Listeners();
+
+    private:
+        const PEventDispatcher& fDispatcher;
     };
     /// A topic is present only while it has a listener. Deliveries in progress share its list, and
     /// a shared list is not changed any more.
@@ -73,6 +78,8 @@ private:
     void deliver(const Listeners& iListeners, const PLiteral& iTopic, IBase* iParam1,
                  int iParam2) const;
     void releaseListeners(Topics& ioTopics) const;
+    /// Empties a holder; what the listener throws is logged.
+    void release(const char* iOperation, PBaseptr<IEventListener>& ioListener) const;
 
     /// Log the failure of a mutex operation within the named operation; return its code.
     int lockFailed(const char* iOperation, int iCode) const;

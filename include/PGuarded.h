@@ -30,4 +30,24 @@ int ixlaGuarded(const TFunction& iFunction, int iOtherwise = eIxlaNoMemory)
     }
 }
 
+/// Empties a holder. False when what it held threw an exception while it was released; the holder
+/// is empty all the same. Only a thread that ends meanwhile passes through.
+template <class THolder>
+bool ixlaReleased(THolder& ioHolder)
+{
+    try
+    {
+        ioHolder.clear();
+        return true;
+    }
+    catch (PThreadEnd&)
+    {
+        throw;
+    }
+    catch (...)
+    {
+        return false;
+    }
+}
+
 #endif

@@ -95,7 +95,8 @@ public:
         }
     }
 
-    /// Leaves the group and empties this holder.
+    /// Leaves the group and empties this holder. What freeing throws goes to the caller; the holder
+    /// is empty then, too.
     void clear()
     {
         release();
@@ -218,10 +219,12 @@ protected:
         {
             return;
         }
-        unsigned int* counter = iPtr ? new unsigned int(0) : nullptr;
+        PPtr incoming(nullptr, iPtr ? new unsigned int(0) : nullptr, fType);
+        const Count unused(incoming);
         release();
         fPtr = iPtr;
-        fCounter = counter;
+        fCounter = incoming.fCounter;
+        incoming.fCounter = nullptr;
         if (iPtr)
         {
             newCounter();
@@ -251,8 +254,8 @@ protected:
     {
         if (leave())
         {
+            const Count last(*this);
             freePtr();
-            delete fCounter;
         }
     }
 
@@ -261,6 +264,23 @@ protected:
     int fType;              ///< object or array
 
 private:
+    /// Ends the count of a holder, which is empty then, when its scope is left: freeing what was
+    /// held may throw.
+    struct Count
+    {
+        explicit Count(PPtr& ioHolder) noexcept : fHolder(ioHolder)
+        {
+        }
+
+        ~Count()
+        {
+            delete fHolder.fCounter;
+            fHolder.fCounter = nullptr;
+            fHolder.fPtr = nullptr;
+        }
+
+        PPtr& fHolder;
+    };
     struct Destroyed
     {
     };

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <stdexcept>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -32,6 +33,19 @@ struct Counted : IBase
 
     PCounterSync references{0};
     PCounterSync taken{0};
+};
+
+/// Throws when its last reference is dropped, as a destructor may.
+struct Throwing : Counted
+{
+    int decRef() override
+    {
+        if (Counted::decRef() == 0)
+        {
+            throw std::runtime_error("not today");
+        }
+        return count();
+    }
 };
 
 /// Destroys itself as the service objects do.
@@ -254,4 +268,42 @@ TEST(PBaseptrThreads, LastDropHappensOnceWhoeverMakesIt)
         other.join();
         ASSERT_EQ(1, destroyed);
     }
+}
+
+TEST(PBaseptrThrows, HolderIsEmptyAfterAReleaseThatThrew)
+{
+    Throwing object;
+    PBaseptr<IBase> holder(&object);
+    EXPECT_THROW(holder.clear(), std::runtime_error);
+    EXPECT_FALSE(holder);
+    EXPECT_EQ(0u, holder.holders());
+    holder.clear();
+    EXPECT_EQ(0, object.count());
+}
+
+TEST(PBaseptrThrows, HolderIsEmptyAfterAnAssignmentThatThrew)
+{
+    Throwing object;
+    Counted next;
+    PBaseptr<IBase> holder(&object);
+    EXPECT_THROW(holder = &next, std::runtime_error);
+    EXPECT_FALSE(holder);
+    EXPECT_EQ(0, next.count());
+    const PBaseptr<IBase> other(&next);
+    holder = &object;
+    EXPECT_THROW(holder = other, std::runtime_error);
+    EXPECT_FALSE(holder);
+    EXPECT_EQ(1, next.count());
+}
+
+TEST(PBaseptrThrows, OtherHoldersOfTheGroupAreNotConcerned)
+{
+    Throwing object;
+    PBaseptr<IBase> holder(&object);
+    {
+        PBaseptr<IBase> copy(holder);
+        EXPECT_NO_THROW(copy.clear());
+    }
+    EXPECT_EQ(1, object.count());
+    EXPECT_THROW(holder.clear(), std::runtime_error);
 }

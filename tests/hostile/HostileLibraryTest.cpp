@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <dlfcn.h>
 #include <filesystem>
+#include <stdexcept>
 #include <sys/stat.h>
 #include <vector>
 
@@ -142,6 +143,25 @@ TEST_F(HostileLibrary, LibraryCutAnywhereIsRefusedOrWorks)
 }
 
 #if !defined(__SANITIZE_THREAD__)
+TEST_F(HostileLibrary, ExceptionOutOfAStaticConstructorEndsTheProcess)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe"); // of a forked child nothing is expected
+    fCore.addPlugin("early");
+    PluginHooks::on("early.mapping", []() -> int { throw std::runtime_error("not today"); });
+    EXPECT_DEATH(fCore.start(), "not today");
+}
+
+TEST_F(HostileLibrary, OverwrittenTablesEndTheProcess)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe"); // as above
+    // The headers stay; what the loader reads behind them is gone.
+    const std::size_t begin = 512;
+    std::string damaged = fAlpha;
+    damaged.replace(begin, damaged.size() - begin, damaged.size() - begin, '\xff');
+    fCore.dir.write("plugins/libdamaged.so", damaged);
+    EXPECT_DEATH(fCore.start(), "");
+}
+
 TEST_F(HostileLibrary, LoaderAloneDoesNotSurviveACutLibrary)
 {
     addCut(4096);

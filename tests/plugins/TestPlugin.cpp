@@ -1,6 +1,7 @@
 // A plugin whose steps the test binary watches and decides. TEST_PLUGIN_NAME is its name in the
 // reported steps, TEST_PLUGIN_IDS the list of its interface IDs. TEST_PLUGIN_REFERENCES is the
-// count that the plugin is born with, TEST_PLUGIN_INSTANCE what it hands out.
+// count that the plugin is born with, TEST_PLUGIN_INSTANCE what it hands out. The answer to a step
+// may be an exception, which leaves the destructors, too.
 
 #include "IPlugin.h"
 #include "Ixla.h"
@@ -29,7 +30,7 @@ const wchar_t* const sIDs[] = {TEST_PLUGIN_IDS};
 class TestService final : public ITestService
 {
 public:
-    virtual ~TestService()
+    virtual ~TestService() noexcept(false)
     {
         TEST_STEP("service destroyed");
     }
@@ -66,7 +67,7 @@ public:
 class TestPlugin final : public IPlugin
 {
 public:
-    virtual ~TestPlugin()
+    virtual ~TestPlugin() noexcept(false)
     {
         fService.clear();
         TEST_STEP("destroyed");
@@ -79,6 +80,7 @@ public:
 
     int decRef() override
     {
+        TEST_STEP("decRef");
         const int count = fRefCount.change(-1);
         if (count == 0)
         {
