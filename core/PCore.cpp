@@ -99,7 +99,7 @@ int PCore::start(const PString* iArgs, unsigned int iCount)
     return result;
 }
 
-int PCore::runStart(PCore& ioCore, const PString* iArgs, unsigned int iCount)
+IXLA_PASSES_THREAD_END int PCore::runStart(PCore& ioCore, const PString* iArgs, unsigned int iCount)
 {
     try
     {

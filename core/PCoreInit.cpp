@@ -63,7 +63,7 @@ int PCore::initPlugin(PCorePlugin& ioRecord)
     return runInit(ioRecord);
 }
 
-int PCore::runInit(PCorePlugin& ioRecord)
+IXLA_PASSES_THREAD_END int PCore::runInit(PCorePlugin& ioRecord)
 {
     try
     {
@@ -102,7 +102,7 @@ int PCore::callInit(const PCorePlugin& iRecord) const
 }
 
 /// Calls init; what a plugin throws counts as a failure.
-int PCore::guardedInit(const PCorePlugin& iRecord) const
+IXLA_PASSES_THREAD_END int PCore::guardedInit(const PCorePlugin& iRecord) const
 {
     try
     {
@@ -251,8 +251,9 @@ int PCore::getInstanceInternal(const PLiteral& iInterfaceId, IBase*& oInstance)
     return result;
 }
 
-int PCore::guardedGetInstance(const PCorePlugin& iRecord, const PLiteral& iInterfaceId,
-                              IBase*& oInstance) const
+IXLA_PASSES_THREAD_END int PCore::guardedGetInstance(const PCorePlugin& iRecord,
+                                                     const PLiteral& iInterfaceId,
+                                                     IBase*& oInstance) const
 {
     try
     {

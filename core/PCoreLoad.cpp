@@ -139,7 +139,7 @@ bool PCore::readFreeLibraries()
     return freeLibraries;
 }
 
-int PCore::createPlugin(PLibrary& iLibrary, PBaseptr<IPlugin>& oPlugin) const
+IXLA_PASSES_THREAD_END int PCore::createPlugin(PLibrary& iLibrary, PBaseptr<IPlugin>& oPlugin) const
 {
     void* const address = iLibrary.getFunction(kFactorySymbol);
     PLogger::debug(getCoreLogger(), 0, L"[loadPluginLib] Get plugin function ixlaGetPlugin: %p",

@@ -213,7 +213,7 @@ void* PCore::thNotifyCoreExit(void* iCore)
     return nullptr;
 }
 
-int PCore::notifyCoreExit()
+IXLA_PASSES_THREAD_END int PCore::notifyCoreExit()
 {
     PLogger::debug(getCoreLogger(), 0, L"[notifyCoreExit] Sending event %ls...",
                    kIxlaCoreExitTopic);

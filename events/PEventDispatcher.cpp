@@ -305,8 +305,9 @@ PEventDispatcher::_findListener(Listeners& ioListeners, const IEventListener* iL
                         { return iEntry.get() == iListener; });
 }
 
-void PEventDispatcher::deliver(const Listeners& iListeners, const PLiteral& iTopic, IBase* iParam1,
-                               int iParam2) const
+IXLA_PASSES_THREAD_END void PEventDispatcher::deliver(const Listeners& iListeners,
+                                                      const PLiteral& iTopic, IBase* iParam1,
+                                                      int iParam2) const
 {
     for (auto entry = iListeners.rbegin(); entry != iListeners.rend(); ++entry)
     {

@@ -10,7 +10,7 @@
 /// Runs iFunction, which returns a result code, and returns its result. Lack of memory becomes
 /// -501, any other exception iOtherwise. Only a thread that ends inside iFunction passes through.
 template <class TFunction>
-int ixlaGuarded(const TFunction& iFunction, int iOtherwise = eIxlaNoMemory)
+IXLA_PASSES_THREAD_END int ixlaGuarded(const TFunction& iFunction, int iOtherwise = eIxlaNoMemory)
 {
     try
     {

@@ -9,4 +9,8 @@
 /// is aborted, as it is by a function on the way that is noexcept. Never thrown by ourselves.
 typedef abi::__forced_unwind PThreadEnd;
 
+/// For functions with such a handler: there is no object behind the reference, which the sanitizer
+/// of undefined behaviour would report though nobody looks at it.
+#define IXLA_PASSES_THREAD_END __attribute__((no_sanitize("undefined")))
+
 #endif

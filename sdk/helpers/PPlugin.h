@@ -184,7 +184,7 @@ private:
 /// A new plugin with a count of 0; null when its constructor throws, which the core answers with
 /// -1009.
 template <class TPlugin>
-IPlugin* ixlaNewPlugin()
+IXLA_PASSES_THREAD_END IPlugin* ixlaNewPlugin()
 {
     try
     {

@@ -26,7 +26,8 @@ inline void ixlaReportException(const PLiteral& iWhere, const char* iText) noexc
 /// when memory is lacking and iOtherwise when it is any other, and is written to the plugins' log.
 /// Only a thread that ends inside iFunction passes through. [any thread]
 template <class TFunction>
-int ixlaReported(const PLiteral& iWhere, const TFunction& iFunction, int iOtherwise)
+IXLA_PASSES_THREAD_END int ixlaReported(const PLiteral& iWhere, const TFunction& iFunction,
+                                        int iOtherwise)
 {
     try
     {
