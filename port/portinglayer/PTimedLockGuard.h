@@ -3,7 +3,6 @@
 #define IXLAL_PTIMEDLOCKGUARD_H
 
 #include "PErrno.h"
-#include "PFork.h"
 #include "PMonotonic.h"
 #include "PMutex.h"
 
@@ -51,7 +50,9 @@ private:
                     unsigned int iMilliseconds) noexcept IXLA_NO_THREAD_SAFETY_ANALYSIS
     {
         const unsigned long self = static_cast<unsigned long>(pthread_self());
-        if (PFork::refused(__atomic_load_n(&ioMutex.fGeneration, __ATOMIC_ACQUIRE)) != 0 ||
+        // Not compared with the generation that this library counts: one that was loaded after a
+        // fork counts from there on.
+        if (__atomic_load_n(&ioMutex.fGeneration, __ATOMIC_ACQUIRE) == 0 ||
             __atomic_load_n(&ioMutex.fOwner, __ATOMIC_RELAXED) == self)
         {
             return ioMutex.lock(); // does not wait
