@@ -78,7 +78,8 @@ protected:
     }
 
     const std::size_t earlier = PluginHooks::journal().size();
-    const std::vector<std::string> plugins{"gxx_cxx11", "gxx_cxx20", "gxx_strings", "clang_O0", "clang_O2"};
+    const std::vector<std::string> plugins{"gxx_cxx11", "gxx_cxx20", "gxx_strings", "clang_O0",
+                                           "clang_O2"};
     CoreRun core;
 };
 

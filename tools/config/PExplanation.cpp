@@ -340,7 +340,8 @@ void PExplanation::printNotes(std::ostream& oStream) const
             oStream << "DIFFERENCE: asked for "
                     << (attribute.len() > 0 ? "attribute " + quotedText(attribute) : "the value")
                     << ", the core answers "
-                    << (answer.result == 0 ? quotedText(answer.text) : ixlaResultText(answer.result))
+                    << (answer.result == 0 ? quotedText(answer.text)
+                                           : ixlaResultText(answer.result))
                     << '\n';
         }
     }

@@ -1,3 +1,5 @@
 // Has the headers of the tools precompiled; does nothing itself.
 
-int main() {}
+int main()
+{
+}
