@@ -188,12 +188,26 @@ void PLogSink::examine() noexcept
     }
 }
 
+/// A second handle of the open file, to read it. Another file may have taken its place by now, even
+/// a pipe, which must not block the process.
+int PLogSink::openReader() const noexcept
+{
+    const int reader = _open(fPath.c_str(), O_RDONLY | O_NONBLOCK);
+    struct stat state = {};
+    if (reader < 0 || (_state(reader, state) == 0 && isOpened(state.st_dev, state.st_ino)))
+    {
+        return reader;
+    }
+    ::close(reader);
+    return -ENOENT;
+}
+
 /// Looks how the file ends, and counts its lines from iFrom on as far as that can matter: what is
 /// full already need not be read. Reading fails for a file that may only be written; then its lines
 /// are not counted.
 void PLogSink::readOn(unsigned long long iFrom) noexcept
 {
-    const int reader = _open(fPath.c_str(), O_RDONLY);
+    const int reader = openReader();
     if (reader < 0)
     {
         return;
@@ -273,12 +287,17 @@ bool PLogSink::isMovedAway(unsigned long long& oSize) const noexcept
     {
         return errno == ENOENT;
     }
-    if (named.st_dev != fDevice || named.st_ino != fNode)
+    if (!isOpened(named.st_dev, named.st_ino))
     {
         return true;
     }
     oSize = static_cast<unsigned long long>(named.st_size);
     return false;
+}
+
+bool PLogSink::isOpened(unsigned long long iDevice, unsigned long long iNode) const noexcept
+{
+    return iDevice == fDevice && iNode == fNode;
 }
 
 /// Reckons in what others have written. A file that starts anew when it is full may have done so

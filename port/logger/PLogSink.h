@@ -49,7 +49,9 @@ private:
     bool isLimited() const noexcept;
     int makeRoom(std::size_t iSize, unsigned int iLines) noexcept;
     bool isMovedAway(unsigned long long& oSize) const noexcept;
+    bool isOpened(unsigned long long iDevice, unsigned long long iNode) const noexcept;
     void catchUp(unsigned long long iSize) noexcept;
+    int openReader() const noexcept;
     void readOn(unsigned long long iFrom) noexcept;
     bool isFull(std::size_t iSize, unsigned int iLines) const noexcept;
     bool rotate() noexcept;

@@ -1,10 +1,12 @@
 #include "logger/LogTest.h"
+#include "support/Deadline.h"
 #include "support/FileFaults.h"
 
 #include <cerrno>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 
 #include <fcntl.h>
 #include <sys/resource.h>
@@ -357,6 +359,53 @@ TEST_F(LogSizeLimit, SignalThatWaitedBeforeStaysPending)
     sigset_t pending;
     sigpending(&pending);
     EXPECT_EQ(1, sigismember(&pending, SIGXFSZ));
+}
+
+namespace
+{
+/// A log of one line in whose place somebody puts another file while it is opened.
+class LogReplaced : public LogTest
+{
+protected:
+    ~LogReplaced() override
+    {
+        FileFaults::disarm();
+    }
+
+    /// Runs iReplace after the log has been opened to be written, before it is opened to be read.
+    void whenRead(const std::function<void()>& iReplace)
+    {
+        dir.write("test.log", "before\n");
+        FileFaults::open.arm(EINTR, 1, 1);
+        FileFaults::open.onStrike(
+            [this, iReplace]
+            {
+                std::filesystem::rename(dir.file("test.log"), dir.file("moved.log"));
+                iReplace();
+            });
+    }
+};
+} // namespace
+
+TEST_F(LogReplaced, PipeInItsPlaceDoesNotBlockTheOpening)
+{
+    const Deadline deadline;
+    whenRead([this] { mkfifo(dir.file("test.log").c_str(), 0600); });
+
+    EXPECT_EQ(0, init());
+
+    EXPECT_EQ(0, info("a"));
+    EXPECT_EQ(2u, lines("moved.log").size());
+}
+
+TEST_F(LogReplaced, OtherFileInItsPlaceIsNotReadAsTheLog)
+{
+    whenRead([this] { dir.write("test.log", "longer and torn"); });
+
+    EXPECT_EQ(0, init());
+
+    EXPECT_EQ(0, info("a"));
+    EXPECT_EQ(2u, lines("moved.log").size());
 }
 
 namespace
