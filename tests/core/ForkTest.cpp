@@ -56,7 +56,7 @@ protected:
     void start()
     {
         fCore.writeManagerConfig("net = net.prs");
-        fCore.writeConfig("net.prs", "own = 1");
+        fCore.writeConfig("net.prs", "own = 1\nown:unit = s\nport = 80\n");
         fCore.writeConfig("store.txt", "net|port = 90\n");
         ASSERT_EQ(0, fCore.start());
         fManager = fCore.get<IConfigManager>(kIxlaConfigManagerId);
@@ -158,6 +158,13 @@ protected:
         fDone = true;
     }
 
+    std::string valueOf(const wchar_t* iKey)
+    {
+        PString value;
+        const int result = fConfig->getString(iKey, value);
+        return result == 0 ? narrow(value) : std::to_string(result);
+    }
+
     /// Every line of the file has this process's number.
     static int foreignLines(const std::string& iPath)
     {
@@ -210,6 +217,25 @@ TEST_F(Fork, ChildMayReleaseWhatItInherited)
             fDispatcher.clear();
             fManager.clear();
             _exit(iWrong);
+        });
+}
+
+TEST_F(Fork, ChildReadsTheOwnValuesOfAConfigurationThatItInherited)
+{
+    start();
+    ASSERT_EQ(0, fManager->setString(L"net", L"own", L"2"));
+    ASSERT_EQ(0, fManager->setString(L"net", L"speed", L"fast"));
+    EXPECT_EQ("2 90 fast", valueOf(L"own") + " " + valueOf(L"port") + " " + valueOf(L"speed"));
+
+    forkOften(
+        [this](int)
+        {
+            PString unit;
+            const bool readsOwn = valueOf(L"own") == "1" && valueOf(L"port") == "80" &&
+                                  valueOf(L"speed") == std::to_string(eIxlaNotFound) &&
+                                  fConfig->getAttrString(L"own", L"unit", unit) == 0 &&
+                                  unit == L"s";
+            _exit(readsOwn ? 0 : 1);
         });
 }
 
