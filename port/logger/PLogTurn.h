@@ -3,8 +3,9 @@
 #define IXLAL_PLOGTURN_H
 
 /// The right to rotate a file, and to count on its size, which one of the loggers that have it open
-/// holds at a time, in this process or in others. It is a lock on the file, so it ends with the
-/// process that holds it. Belongs to one thread at a time.
+/// holds at a time, in this process or in others. It is a lock on the file, which the end of its
+/// process frees, unless a child that was forked meanwhile lives on without having run another
+/// program. Belongs to one thread at a time.
 class PLogTurn
 {
 public:
