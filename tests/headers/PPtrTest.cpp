@@ -342,6 +342,17 @@ TEST_F(PPtrTest, InterfaceWithoutDestructorLosesItsMemoryOnly)
     EXPECT_EQ(Events{}, sEvents);
 }
 
+TEST_F(PPtrTest, OtherTypesFreeNoMemoryOfAnInterfaceWithoutDestructor)
+{
+    BareObject object;
+    {
+        const PPtr<Bare> holder(&object, 2);
+        const PPtr<Bare> copy(holder);
+    }
+
+    EXPECT_EQ(Events{}, sEvents);
+}
+
 TEST_F(PPtrTest, AdoptStartsAGroup)
 {
     const PPtr<Watched> holder = PPtr<Watched>::adopt(watchedArray(2), ePtrArray);

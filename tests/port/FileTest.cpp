@@ -4,13 +4,16 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
 #include <initializer_list>
 #include <random>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
 
@@ -101,6 +104,17 @@ int descriptorOf(const std::string& iPath)
         }
     }
     return -1;
+}
+
+/// In a session without a terminal: 0 when a terminal is opened and the session still has none.
+int takesTheTerminal(const char* iPath)
+{
+    PFile file;
+    if (::setsid() < 0 || file.popen(wide(iPath), PFile::eRead, 0) != 0)
+    {
+        return 2;
+    }
+    return ::open("/dev/tty", O_RDONLY | O_CLOEXEC) < 0 && errno == ENXIO ? 0 : 1;
 }
 
 class Umask
@@ -263,6 +277,17 @@ TEST_F(FileTest, WritingWithoutNewTextAppends)
     writeWide({wide("new")}, PFile::eWrite);
 
     EXPECT_EQ("old\nnew\n", dir.read("out.txt"));
+}
+
+TEST_F(FileTest, NewTextIsWrittenFromTheFrontAlsoBesideAnotherWriter)
+{
+    PFile file;
+    ASSERT_EQ(0, openNew(file, "out.txt"));
+    dir.write("out.txt", "of another writer\n");
+    EXPECT_EQ(0, file.pwriteLine(L"new"));
+    EXPECT_EQ(0, file.pclose());
+
+    EXPECT_EQ("new\nnother writer\n", dir.read("out.txt"));
 }
 
 TEST_F(FileTest, AppendedByteOrderMarkIsText)
@@ -473,6 +498,27 @@ TEST_F(FileTest, FilesAreClosedInOtherPrograms)
 
     ASSERT_GE(descriptor, 0);
     EXPECT_NE(0, ::fcntl(descriptor, F_GETFD) & FD_CLOEXEC);
+}
+
+TEST_F(FileTest, TerminalThatIsOpenedDoesNotBecomeThatOfTheProcess)
+{
+    const int master = ::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+    char path[64];
+    if (master < 0 || ::grantpt(master) != 0 || ::unlockpt(master) != 0 ||
+        ::ptsname_r(master, path, sizeof path) != 0)
+    {
+        GTEST_SKIP() << "no pseudo terminal: " << std::strerror(errno);
+    }
+    const pid_t child = ::fork();
+    if (child == 0)
+    {
+        _exit(takesTheTerminal(path));
+    }
+    int status = -1;
+    EXPECT_EQ(child, ::waitpid(child, &status, 0));
+    ::close(master);
+
+    EXPECT_EQ(0, status);
 }
 
 TEST_F(FileTest, NumbersOfTheStandardStreamsAreNeitherUsedNorInherited)

@@ -137,6 +137,19 @@ TEST_F(WithoutMemory, KeyValueLeavesBothTextsAsTheyWere)
     EXPECT_EQ(PLiteral(L"v"), value);
 }
 
+TEST_F(WithoutMemory, KeyValueMakesAllTheRoomOfAValueBehindABlankAtOnce)
+{
+    PString value;
+
+    AllocationFaults::failAfter(1);
+    const int res = PUtils::getKeyValue(L"k =ab", text, value, L'=');
+    AllocationFaults::disarm();
+
+    EXPECT_EQ(0, res);
+    EXPECT_EQ(PLiteral(L"k"), text);
+    EXPECT_EQ(PLiteral(L"ab"), value);
+}
+
 TEST_F(WithoutMemory, ConversionsReportIt)
 {
     const unsigned char bytes[] = {1, 2, 3};
