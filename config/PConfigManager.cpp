@@ -166,7 +166,10 @@ int PConfigManager::_load(IConfigManager* iManager, const PLiteral& iID, PBasept
             const int result = iAppend(config);
             if (result == 0)
             {
+                PBaseptr<IConfig> previous = oConfig;
                 oConfig = config;
+                // Whatever a foreign object throws, the holder is filled.
+                static_cast<void>(ixlaReleased(previous));
             }
             return result;
         });

@@ -193,6 +193,8 @@ int PLoggerPlugin::findLogger(const PLiteral& iName, PBaseptr<ILogger>& ioLogger
     }
     nl_purge(idle);
     const int unlocked = lock.unlock();
+    // Whatever a foreign object throws, the holder is filled.
+    static_cast<void>(ixlaReleased(previous));
     return unlocked != 0 ? unlocked : result;
 }
 
