@@ -54,3 +54,17 @@ function(ixlal_library target file_name)
         # Fuzzers bring the runtime of clang's sanitizers along, the libraries do not.
         $<$<NOT:$<BOOL:${IXLAL_BUILD_FUZZERS}>>:-Wl,--no-undefined>)
 endfunction()
+
+# ixlal_compile_small(TARGET SOURCES...): for sources whose code runs when a core starts, stops or
+# fails. They are compiled for size, which costs such code nothing that anybody would notice.
+function(ixlal_compile_small target)
+    set_source_files_properties(${ARGN} TARGET_DIRECTORY ${target} PROPERTIES
+        COMPILE_OPTIONS $<$<CONFIG:Release>:-Os>)
+endfunction()
+
+# ixlal_drop_unused(TARGET): lets the linker leave out functions that nothing calls, and puts the
+# others closer together.
+function(ixlal_drop_unused target)
+    target_compile_options(${target} PRIVATE
+        -ffunction-sections -fdata-sections -falign-functions=4 -falign-loops=1)
+endfunction()

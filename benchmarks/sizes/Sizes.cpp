@@ -18,7 +18,7 @@
 namespace
 {
 constexpr int kInterfaces = 10000;
-constexpr long long kLibraryLimit = 288 * 1024;
+constexpr long long kLibraryLimit = 250 * 1024;
 constexpr long long kCoreLimit = 1024 * 1024;
 constexpr long long kInterfaceLimit = 300;
 
