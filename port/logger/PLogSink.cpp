@@ -215,17 +215,25 @@ void PLogSink::readOn(unsigned long long iFrom) noexcept
     char last = '\n';
     fTorn = _readAt(reader, &last, 1, fSize - 1) == 1 && last != '\n';
     const bool isLarge = fLimits.size > 0 && fSize - fKept >= fLimits.size;
+    if (!isLarge && fLines < fLimits.lines)
+    {
+        countLines(reader, iFrom);
+    }
+    ::close(reader);
+}
+
+void PLogSink::countLines(int iReader, unsigned long long iFrom) noexcept
+{
     Block block;
     ssize_t got = 1;
-    for (; !isLarge && fLines < fLimits.lines && iFrom < fSize && got > 0;
+    for (; fLines < fLimits.lines && iFrom < fSize && got > 0;
          iFrom += static_cast<unsigned long long>(got))
     {
         const auto size = std::min<unsigned long long>(block.size(), fSize - iFrom);
-        got = _readAt(reader, block.bytes(), static_cast<std::size_t>(size), iFrom);
+        got = _readAt(iReader, block.bytes(), static_cast<std::size_t>(size), iFrom);
         fLines += static_cast<unsigned long long>(
             std::count(block.bytes(), block.bytes() + std::max<ssize_t>(got, 0), '\n'));
     }
-    ::close(reader);
 }
 
 int PLogSink::put(std::string_view iBytes, unsigned int iLines) noexcept

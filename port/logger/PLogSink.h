@@ -53,6 +53,7 @@ private:
     void catchUp(unsigned long long iSize) noexcept;
     int openReader() const noexcept;
     void readOn(unsigned long long iFrom) noexcept;
+    void countLines(int iReader, unsigned long long iFrom) noexcept;
     bool isFull(std::size_t iSize, unsigned int iLines) const noexcept;
     bool rotate() noexcept;
     bool moveAside() noexcept;

@@ -359,7 +359,7 @@ void _checkStartArguments(const Lines& iLines)
     PStartArguments found;
     const std::vector<PString> arguments = owned(iLines);
     const auto count = static_cast<unsigned int>(arguments.size());
-    checkCode(found.parse(arguments.data(), count), code, "code of the core's arguments");
+    checkCode(found.parse(arguments.data(), count, nullptr), code, "code of the core's arguments");
     checkText(textOf(found.fCorePrsFile), model.paths[L"core.prs.file"], "property file");
     checkText(textOf(found.fLogFile), model.paths[L"core.log.file"], "log file");
     checkText(textOf(found.fPluginsDir), model.paths[L"core.plugins.dir"], "plugins");
