@@ -85,6 +85,22 @@ TEST_F(EntryPoints, StopClearsTheCoreAndReturnsTheErrorOfTheStopFlow)
     EXPECT_EQ(0, fCore.start());
 }
 
+TEST_F(EntryPoints, RefusedUnloadWhileStartingStandsBetweenTwoFrames)
+{
+    fCore.addPlugin("alpha");
+    int frames = 0;
+    PluginHooks::on("alpha.getInterfaces",
+                    [&]
+                    {
+                        const int before = fCore.logCount("D Core *****");
+                        EXPECT_EQ(eIxlaCoreNotStarted, ixlaUnloadPlugin(nullptr));
+                        frames = fCore.logCount("D Core *****") - before;
+                        return 0;
+                    });
+    ASSERT_EQ(0, fCore.start());
+    EXPECT_EQ(2, frames);
+}
+
 TEST_F(EntryPoints, LookupsWhileStartingAreRefusedAndLogged)
 {
     fCore.addPlugin("alpha");

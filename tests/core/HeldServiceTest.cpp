@@ -99,6 +99,17 @@ private:
     std::promise<void> fStopped;
 };
 
+TEST_F(HeldService, LoggerIsAskedForByTheFirstLoadAlone)
+{
+    PBaseptr<IConfig> config;
+    EXPECT_EQ(0, fManager->loadByID(L"id", config));
+    const std::string line = "Get instance for interface ID: com.kelvora.ixla.logger";
+    const int asked = fCore.logCount(line);
+    EXPECT_EQ(0, fManager->loadByID(L"id", config));
+    EXPECT_LT(0, asked);
+    EXPECT_EQ(asked, fCore.logCount(line));
+}
+
 TEST_F(HeldService, SetterAnnouncesThroughADispatcherThatStays)
 {
     const PBaseptr<CountingListener> listener(new CountingListener);

@@ -195,6 +195,16 @@ TEST_F(Load, LogTellsTheSteps)
               fCore.logCount("D Core [processPlugin] Add interface ID: com.kelvora.ixla.config."));
 }
 
+TEST_F(Load, LinesAboutMemoryAreOfTheLowestLevel)
+{
+    fCore.addPlugin("alpha");
+    fCore.set("core.log.level", "0");
+    ASSERT_EQ(0, fCore.start());
+    EXPECT_EQ(1, fCore.logCount("I Core [loadPluginLib] Used mem before "));
+    EXPECT_EQ(1, fCore.logCount("D Core [loadPluginLib] Used mem after "));
+    EXPECT_EQ(1, fCore.logCount("I Core [loadPluginLib] Memory usage of plugin "));
+}
+
 TEST_F(Load, MemoryOfAPluginIsWhatTheProcessGainedByIt)
 {
     fCore.addPlugin("alpha");

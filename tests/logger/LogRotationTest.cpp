@@ -105,6 +105,27 @@ TEST_F(LogRotation, WithoutPartsTheFileStartsAnew)
     EXPECT_THAT(texts(), ElementsAre("c"));
 }
 
+TEST_F(LogRotation, FileThatStartsAnewBeginsWithoutTheEndOfATornLine)
+{
+    dir.write("test.log", filler(99));
+    init({.maxSize = 100});
+
+    write({"a"});
+
+    EXPECT_THAT(lines(), ElementsAre(HasSubstr(" a")));
+}
+
+TEST_F(LogRotation, FileBehindATornOneBeginsWithItsFirstLine)
+{
+    dir.write("test.log", filler(99));
+    init({.maxSize = 100, .parts = 1});
+
+    write({"a"});
+
+    EXPECT_THAT(lines("test.log.1"), ElementsAre(filler(99)));
+    EXPECT_THAT(lines(), ElementsAre(HasSubstr(" a")));
+}
+
 TEST_F(LogRotation, NegativePartsAndCountsAreNone)
 {
     init({.maxSize = sizeOf(2), .parts = -1, .maxCount = -1});

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <map>
@@ -187,6 +188,18 @@ TEST_F(LogTurn, ThatIsGivenBackLetsTheFileRotateAgain)
 
     EXPECT_THAT(texts("test.log.1"), ElementsAre("a", "b"));
     EXPECT_THAT(texts(), ElementsAre("c"));
+}
+
+TEST_F(LogTurn, IsWaitedForAWholeSecond)
+{
+    init({.parts = 5, .maxCount = 1});
+    occupy();
+    const auto begun = std::chrono::steady_clock::now();
+
+    EXPECT_EQ(0, info("a"));
+
+    EXPECT_GE(std::chrono::steady_clock::now() - begun, std::chrono::seconds(1));
+    release();
 }
 
 TEST_F(LogTurn, IsNotNeededWithoutLimits)

@@ -440,6 +440,18 @@ TEST_F(LoggerPlugin, LoggersOutliveIt)
     EXPECT_THAT(texts(), ElementsAre("b"));
 }
 
+TEST_F(LoggerPlugin, EndsWithItsLastHolderAlone)
+{
+    plugin->init();
+    {
+        const PBaseptr<IPlugin> other(plugin.get());
+    }
+
+    const PBaseptr<ILogger> named = get("a");
+    EXPECT_EQ(0, named->info(0, L"a"));
+    EXPECT_THAT(texts("a"), ElementsAre("a"));
+}
+
 TEST_F(LoggerPlugin, LoggersOfAnEarlierInitHandOutNoMoreEither)
 {
     plugin->init();

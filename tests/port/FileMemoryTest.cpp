@@ -88,6 +88,17 @@ TEST_F(FileMemory, ShortLinesAreWrittenWithoutAllocating)
     EXPECT_EQ(0, AllocationFaults::counted());
 }
 
+TEST_F(FileMemory, LongLinesAreWrittenWithoutAllocatingWhenRoomWasMade)
+{
+    const PString longLine = wide(std::string(20000, 'x'));
+    openForWriting();
+    ASSERT_EQ(0, file.reserve(longLine.len()));
+    AllocationFaults::startCounting();
+
+    EXPECT_EQ(0, file.pwriteLine(longLine));
+    EXPECT_EQ(0, AllocationFaults::counted());
+}
+
 TEST_F(FileMemory, LineThatCouldNotBeWrittenLeavesNoTrace)
 {
     openForWriting();

@@ -222,6 +222,15 @@ TEST(Utils, BlockThatIsNotThereIsRefused)
     EXPECT_EQ(PLiteral(L"old"), text);
 }
 
+TEST(Utils, BlockWhoseTextWouldBeTooLongIsRefused)
+{
+    const unsigned char byte = 0;
+    PString text(L"old");
+
+    EXPECT_EQ(-12, PUtils::binaryToStr(&byte, ~0u / 2 + 1, text));
+    EXPECT_EQ(PLiteral(L"old"), text);
+}
+
 TEST(Utils, SplitsAtTheFirstSeparatorAndTrims)
 {
     PString key;
