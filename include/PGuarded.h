@@ -22,7 +22,7 @@ IXLA_PASSES_THREAD_END int ixlaGuarded(const TFunction& iFunction, int iOtherwis
     }
     catch (PThreadEnd&)
     {
-        throw;
+        passThreadEnd();
     }
     catch (...)
     {
@@ -42,7 +42,7 @@ bool ixlaReleased(THolder& ioHolder)
     }
     catch (PThreadEnd&)
     {
-        throw;
+        passThreadEnd();
     }
     catch (...)
     {

@@ -52,6 +52,7 @@ ssize_t _readAt(int iHandle, char* oBytes, std::size_t iSize, unsigned long long
 class Block
 {
 public:
+    // cppcheck-suppress uninitMemberVar ; only read where something was read into it
     Block() noexcept : fLarge(new (std::nothrow) char[kBlock])
     {
     }

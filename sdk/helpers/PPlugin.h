@@ -192,7 +192,7 @@ IXLA_PASSES_THREAD_END IPlugin* ixlaNewPlugin()
     }
     catch (PThreadEnd&)
     {
-        throw;
+        passThreadEnd();
     }
     catch (...)
     {

@@ -44,7 +44,7 @@ IXLA_PASSES_THREAD_END int ixlaReported(const PLiteral& iWhere, const TFunction&
     }
     catch (PThreadEnd&)
     {
-        throw;
+        passThreadEnd();
     }
     catch (...)
     {
