@@ -83,15 +83,17 @@ class Counting(unittest.TestCase):
         self.assertEqual((1, 1, 1), (counts["caught"], counts["survived"], len(survivors)))
 
     def test_survivor_with_a_reason_does_not_count(self):
-        counts, survivors = self.count(["survived"], {("a.cpp", "a;", "b;"): "same"}.items())
+        counts, survivors = self.count(["survived"], {("a.cpp", 1, "  b;"): "same"}.items())
         self.assertEqual((0, 1, []), (counts["survived"], counts["equivalent"], survivors))
 
-    def test_reasons_are_read(self):
-        with tempfile.NamedTemporaryFile("w", suffix=".faults") as file:
-            file.write("# Why\n\nid: x\nfile: a.cpp\nsurvives: same\n- a;\n+ b;\n")
-            file.flush()
-            self.assertEqual({("a.cpp", "a;", "b;"): "same"},
-                             tally.read_reasons(pathlib.Path(file.name)))
+    def test_reason_holds_at_its_place_alone(self):
+        with tempfile.TemporaryDirectory() as name:
+            tree = pathlib.Path(name)
+            (tree / "a.cpp").write_text("  a;\n{\n  a;\n")
+            (tree / "list").write_text("# Why\n\nid: x\nfile: a.cpp\nsurvives: same\n"
+                                       "- {\n-   a;\n+ {\n+   b;\n")
+            self.assertEqual({("a.cpp", 3, "  b;"): "same"},
+                             tally.read_reasons(tree, tree / "list"))
 
 
 if __name__ == "__main__":

@@ -19,17 +19,21 @@ WANTED_PERCENT = 95
 _DRAWN = ("operator", "file", "line", "old", "new")
 
 
-def read_reasons(path):
-    """By file, old and new line, why a fault changes no behaviour."""
+def read_reasons(tree, path):
+    """By draw.key, why a fault of the tree changes no behaviour."""
     reasons = {}
     for block in re.split(r"\n\s*\n", path.read_text(encoding="utf-8")):
         entry = dict(re.findall(r"^(file|survives): (.*)$", block, re.MULTILINE))
         old = re.findall(r"^- (.*)$", block, re.MULTILINE)
         new = re.findall(r"^\+ (.*)$", block, re.MULTILINE)
         # Lines that stay as they are tell the place where the changed one is not the only one.
-        changed = [(a.strip(), b.strip()) for a, b in zip(old, new) if a != b]
+        changed = [i for i, (a, b) in enumerate(zip(old, new)) if a != b]
         if entry.get("survives") and len(changed) == 1:
-            reasons[(entry["file"], *changed[0])] = entry["survives"]
+            lines = (tree / entry["file"]).read_text(encoding="utf-8").split("\n")
+            for begin in range(len(lines)):
+                if lines[begin:begin + len(old)] == old:
+                    at = changed[0]
+                    reasons[(entry["file"], begin + at + 1, new[at])] = entry["survives"]
     return reasons
 
 
@@ -49,9 +53,8 @@ def tally(outcomes, reasons):
     counts = collections.Counter()
     survivors = []
     for result in outcomes.values():
-        place = result["file"], result["old"].strip(), result["new"].strip()
         outcome = result["outcome"]
-        if outcome == "survived" and place in reasons:
+        if outcome == "survived" and draw.key(result) in reasons:
             outcome = "equivalent"
         elif outcome == "survived":
             survivors.append(result)
@@ -64,7 +67,8 @@ def main(arguments):
     arguments = arguments[1:] if only_left else arguments
     if len(arguments) < 2:
         sys.exit(__doc__)
-    reasons = read_reasons(pathlib.Path(arguments[0]) / "tests/mutation/survivors.faults")
+    tree = pathlib.Path(arguments[0])
+    reasons = read_reasons(tree, tree / "tests/mutation/survivors.faults")
     counts, survivors = tally(read_outcomes(arguments[1:]), reasons)
     if only_left:
         for fault in survivors:
