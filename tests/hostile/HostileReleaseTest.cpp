@@ -97,11 +97,15 @@ TEST_F(HostileRelease, PluginWhoseDecRefThrowsIsGivenUp)
 {
     startWith("alpha");
     throwAt("alpha.decRef");
-    EXPECT_EQ(0, ixlaUnloadPlugin(plugin(L"test.alpha")));
+    IPlugin* const givenUp = plugin(L"test.alpha");
+    EXPECT_EQ(0, ixlaUnloadPlugin(givenUp));
     EXPECT_EQ(1, logged("alpha"));
     EXPECT_EQ(0, PluginHooks::count("alpha.destroyed"));
     EXPECT_TRUE(stopsCleanly());
     EXPECT_EQ(1, PluginHooks::count("alpha.decRef"));
+    // Nobody else does; its library is still there.
+    PluginHooks::on("alpha.decRef", [] { return 0; });
+    EXPECT_EQ(0, givenUp->decRef());
 }
 
 #if !defined(__SANITIZE_THREAD__)

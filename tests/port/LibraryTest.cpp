@@ -9,19 +9,25 @@
 
 #include <cerrno>
 #include <dlfcn.h>
+#include <elf.h>
 #include <filesystem>
-#include <link.h>
 #include <memory>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
 #include <thread>
+#include <type_traits>
 
 namespace fs = std::filesystem;
 
 namespace
 {
 const std::string kCutShort = "file is cut short";
+
+// Of the word size that the test is built for.
+typedef std::conditional_t<sizeof(void*) == 4, Elf32_Ehdr, Elf64_Ehdr> ElfHeader;
+typedef std::conditional_t<sizeof(void*) == 4, Elf32_Phdr, Elf64_Phdr> ElfSegment;
+typedef decltype(ElfSegment::p_offset) ElfOffset;
 
 class LibraryTest : public testing::Test
 {
@@ -54,11 +60,11 @@ protected:
     }
 
     /// Why a library that consists of its headers is refused: it has one segment.
-    std::string errorOfSegment(ElfW(Off) iOffset, ElfW(Off) iSize)
+    std::string errorOfSegment(ElfOffset iOffset, ElfOffset iSize)
     {
         const std::string built = readFile(IXLAL_TEST_LIBRARY);
-        ElfW(Ehdr) header = {};
-        ElfW(Phdr) segment = {};
+        ElfHeader header = {};
+        ElfSegment segment = {};
         built.copy(reinterpret_cast<char*>(&header), sizeof header);
         header.e_phoff = sizeof header;
         header.e_phnum = 1;
@@ -236,7 +242,7 @@ TEST_F(LibraryTest, LibraryThatIsCutShortIsReportedWithTheReason)
 
 TEST_F(LibraryTest, SegmentMayEndWithTheFileAndNotBehindIt)
 {
-    const ElfW(Off) size = sizeof(ElfW(Ehdr)) + sizeof(ElfW(Phdr));
+    const ElfOffset size = sizeof(ElfHeader) + sizeof(ElfSegment);
 
     EXPECT_NE(kCutShort, errorOfSegment(0, size));
     EXPECT_EQ(kCutShort, errorOfSegment(0, size + 1));
