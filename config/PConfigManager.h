@@ -40,7 +40,7 @@ public:
     int incRef() noexcept override;
     int decRef() noexcept override;
 
-    int listIDs(std::vector<PString>& oIDs) noexcept override;
+    [[gnu::cold]] int listIDs(std::vector<PString>& oIDs) noexcept override;
 
     int loadByID(const PLiteral& iID, PBaseptr<IConfig>& oConfig) noexcept override;
     int loadByFile(const PLiteral& iFile, PBaseptr<IConfig>& oConfig) noexcept override;
@@ -125,7 +125,7 @@ public:
 
     /// The same, when the lock is to be had within iMilliseconds: reading a file may take for ever.
     /// Returns 0, or PTimedLockGuard::eTimeout with nothing changed.
-    int tryCleanup(unsigned int iMilliseconds) noexcept;
+    [[gnu::cold]] int tryCleanup(unsigned int iMilliseconds) noexcept;
 
     /// Whether it is shutting down.
     bool isClosed() const noexcept;
@@ -202,7 +202,7 @@ private:
         PBaseptr<IConfig> loadedStore;
     };
 
-    void nl_close(Cycle& oCycle) IXLA_REQUIRES(fMutex);
+    [[gnu::cold]] void nl_close(Cycle& oCycle) IXLA_REQUIRES(fMutex);
 
     /// Runs a member that expects the lock. Returns its result, -501 for lack of memory, or the
     /// mutex's code.
@@ -234,7 +234,8 @@ private:
     /// Writes an error line where an operator looks for it: into the plugins' log, and into the
     /// core's while the manager has no logger.
     template <class... TArgument>
-    void nl_error(const wchar_t* iFormat, TArgument... iArguments) noexcept IXLA_REQUIRES(fMutex);
+    [[gnu::cold]] void nl_error(const wchar_t* iFormat, TArgument... iArguments) noexcept
+        IXLA_REQUIRES(fMutex);
 
     int fetchLogger(const PLiteral& iID, PBaseptr<ILogger>& oLogger);
     int nl_needsLogger(bool& oNeeds) IXLA_REQUIRES(fMutex);

@@ -115,7 +115,7 @@ private:
     static int start(const PString* iArgs, unsigned int iCount);
     static int runStart(PCore& ioCore, const PString* iArgs, unsigned int iCount);
     static PCallGate* provideGate() noexcept;
-    static void endCore() noexcept;
+    [[gnu::cold]] static void endCore() noexcept;
 
     // PCoreStart.cpp
     int initLocks();
@@ -161,8 +161,8 @@ private:
                            IBase*& oInstance) const;
     int finishInit(PCorePlugin& ioRecord, int iResult);
     int nl_awaitInit(PCorePlugin& iRecord, bool& oWaitFailed) IXLA_REQUIRES(fMutex);
-    void nl_logWait(const PCorePlugin& iRecord) IXLA_REQUIRES(fMutex);
-    void nl_logLoop(const PCorePlugin& iRecord) IXLA_REQUIRES(fMutex);
+    [[gnu::cold]] void nl_logWait(const PCorePlugin& iRecord) IXLA_REQUIRES(fMutex);
+    [[gnu::cold]] void nl_logLoop(const PCorePlugin& iRecord) IXLA_REQUIRES(fMutex);
 
     // PCoreAutostart.cpp
     struct EndUse

@@ -40,7 +40,7 @@ public:
     int send(const PLiteral& iTopic, IBase* iParam1, int iParam2) override;
 
     /// Reports every subscription that is left and releases its listener.
-    virtual ~PEventDispatcher();
+    [[gnu::cold]] virtual ~PEventDispatcher();
 
 private:
     /// In the order of subscription, each listener once. The last delivery may be the last to hold
@@ -77,18 +77,18 @@ private:
 
     void deliver(const Listeners& iListeners, const PLiteral& iTopic, IBase* iParam1,
                  int iParam2) const;
-    void releaseListeners(Topics& ioTopics) const;
+    [[gnu::cold]] void releaseListeners(Topics& ioTopics) const;
     /// Empties a holder; what the listener throws is logged.
     void release(const char* iOperation, PBaseptr<IEventListener>& ioListener) const;
 
     /// Log the failure of a mutex operation within the named operation; return its code.
-    int lockFailed(const char* iOperation, int iCode) const;
-    int unlockFailed(const char* iOperation, int iCode) const;
+    [[gnu::cold]] int lockFailed(const char* iOperation, int iCode) const;
+    [[gnu::cold]] int unlockFailed(const char* iOperation, int iCode) const;
 
     template <class... TArgs>
     void debug(int iLevel, const wchar_t* iFormat, TArgs... iArgs) const;
     template <class... TArgs>
-    void error(const wchar_t* iFormat, TArgs... iArgs) const;
+    [[gnu::cold]] void error(const wchar_t* iFormat, TArgs... iArgs) const;
 
     PCounterSync fRefCount;
     PMutex fMutex;
