@@ -70,7 +70,7 @@ public:
     static void leaveToParent() noexcept;
 
     static int ixlaStart(const PString* iArgs, unsigned int iCount);
-    static int ixlaStop() noexcept;
+    [[gnu::cold]] static int ixlaStop() noexcept;
 
     int ixlaGetInstance(const PLiteral& iInterfaceId, IBase*& oInstance);
     bool ixlaIsInterfaceAvailable(const PLiteral& iInterfaceId);
@@ -112,8 +112,8 @@ public:
     void cleanup();
 
 private:
-    static int start(const PString* iArgs, unsigned int iCount);
-    static int runStart(PCore& ioCore, const PString* iArgs, unsigned int iCount);
+    [[gnu::cold]] static int start(const PString* iArgs, unsigned int iCount);
+    [[gnu::cold]] static int runStart(PCore& ioCore, const PString* iArgs, unsigned int iCount);
     static PCallGate* provideGate() noexcept;
     [[gnu::cold]] static void endCore() noexcept;
 
