@@ -70,6 +70,8 @@ int PCore::nl_unloadPlugin(IPlugin* iPlugin, PPtr<PLibrary>& oLibrary)
     return eIxlaOk;
 }
 
+// NOLINTNEXTLINE(readability-convert-member-functions-to-static): it is this core whose mutex is
+// held
 void PCore::nl_destroy(PCorePlugin& iRecord, PPtr<PLibrary>& oLibrary)
 {
     const std::unique_ptr<PCorePlugin> record(&iRecord);
