@@ -70,8 +70,7 @@ int PCore::nl_unloadPlugin(IPlugin* iPlugin, PPtr<PLibrary>& oLibrary)
     return eIxlaOk;
 }
 
-// NOLINTNEXTLINE(readability-convert-member-functions-to-static): it is this core whose mutex is
-// held
+// NOLINTNEXTLINE(readability-convert-member-functions-to-static): it is this core's mutex
 void PCore::nl_destroy(PCorePlugin& iRecord, PPtr<PLibrary>& oLibrary)
 {
     const std::unique_ptr<PCorePlugin> record(&iRecord);
