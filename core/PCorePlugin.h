@@ -22,7 +22,7 @@ public:
         eInitFailed = 3 ///< for good
     };
 
-    /// iLog is told of a plugin that throws when it is released.
+    /// A plugin that throws when it is released is reported to iLog.
     explicit PCorePlugin(const PCoreLog* iLog = nullptr) noexcept;
 
     /// Releases the interface IDs, the plugin, then its library.

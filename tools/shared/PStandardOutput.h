@@ -1,4 +1,4 @@
-// PStandardOutput: the standard output of a tool, whose failures are told.
+// PStandardOutput: the standard output of a tool; reports its failures.
 #ifndef IXLAL_TOOLS_PSTANDARDOUTPUT_H
 #define IXLAL_TOOLS_PSTANDARDOUTPUT_H
 

@@ -1,4 +1,4 @@
-"""The standard streams of a tool: what cannot be written is told, and never by the interpreter."""
+"""The standard streams of a tool: reports what cannot be written, before the interpreter does."""
 
 import errno
 import io
