@@ -4,7 +4,8 @@
 #include "portinglayer/PThread.h"
 #include "portinglayer/PTime.h"
 
-PCallGate::PCallGate() noexcept : fState(kClosed), fCloser(0)
+PCallGate::PCallGate(const PCallGate* iBefore) noexcept
+    : fBefore(iBefore), fState(kClosed), fCloser(0)
 {
 }
 

@@ -12,8 +12,8 @@
 class PCallGate
 {
 public:
-    /// A closed gate.
-    PCallGate() noexcept;
+    /// A closed gate. iBefore is the one that a forked child has from its parent, or null.
+    explicit PCallGate(const PCallGate* iBefore = nullptr) noexcept;
 
     PCallGate(const PCallGate&) = delete;
     PCallGate& operator=(const PCallGate&) = delete;
@@ -62,6 +62,7 @@ private:
     void tellCloser() noexcept;
     void awaitCalls(unsigned int iMilliseconds) noexcept;
 
+    [[maybe_unused]] const PCallGate* const fBefore; ///< so that leak checkers find it
     std::atomic<unsigned int> fState; ///< the closed mark, and the number of calls inside
     std::atomic<unsigned long> fCloser;
     PMutex fMutex;

@@ -16,6 +16,9 @@ std::atomic<bool> sChanging{false};
 /// True in a child whose parent had a core; only the fork sets it.
 std::atomic<bool> sIsParents{false};
 
+/// The gate that a child has from its parent; only the fork sets it.
+const PCallGate* sParentsGate = nullptr;
+
 /// The right to start or stop the core, which one thread has at a time.
 class Change
 {
@@ -118,14 +121,17 @@ IXLA_PASSES_THREAD_END int PCore::runStart(PCore& ioCore, const PString* iArgs, 
 void PCore::leaveToParent() noexcept
 {
     sIsParents = sIsParents || sChanging || getCore();
-    fGate = nullptr;
+    if (const PCallGate* const gate = fGate.exchange(nullptr))
+    {
+        sParentsGate = gate;
+    }
 }
 
 PCallGate* PCore::provideGate() noexcept
 {
     if (!getGate())
     {
-        fGate = new (std::nothrow) PCallGate;
+        fGate = new (std::nothrow) PCallGate(sParentsGate);
     }
     return getGate();
 }

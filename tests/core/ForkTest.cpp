@@ -281,6 +281,32 @@ TEST_F(Fork, ChildOfAProcessWithoutACoreStartsItsOwn)
     EXPECT_EQ(0, statusOf(child));
 }
 
+// A leak checker in the last child looks for what the first two started with.
+TEST_F(Fork, ChildOfAChildStartsItsOwnAndLosesNothing)
+{
+    const auto runs = [this]
+    {
+        return fCore.start() == 0 && fCore.stop() == 0;
+    };
+    ASSERT_TRUE(runs());
+    std::fflush(nullptr);
+
+    const pid_t child = fork();
+    if (child == 0)
+    {
+        const bool own = runs();
+        const pid_t grandchild = fork();
+        if (grandchild == 0)
+        {
+            // NOLINTNEXTLINE(concurrency-mt-unsafe): a child has one thread
+            std::exit(own && runs() ? 0 : 1);
+        }
+        _exit(statusOf(grandchild) == 0 ? 0 : 1);
+    }
+
+    EXPECT_EQ(0, statusOf(child));
+}
+
 TEST_F(Fork, ChildOpensItsOwnMutex)
 {
     PMutex mutex;
