@@ -35,11 +35,13 @@ public:
     /// The text of a value. [any thread]
     virtual int getString(const PLiteral& iKey, PString& oValue) = 0;
 
+    ///@{
     /// Values in decimal: optional sign, the whole text, blanks around it allowed. [any thread]
     virtual int getInt32(const PLiteral& iKey, int& oValue) = 0;
     virtual int getUint32(const PLiteral& iKey, unsigned int& oValue) = 0;
     virtual int getInt64(const PLiteral& iKey, long long& oValue) = 0;
     virtual int getUint64(const PLiteral& iKey, unsigned long long& oValue) = 0;
+    ///@}
 
     /// A truth value: true/false, yes/no, on/off or 1/0 in any case. [any thread]
     virtual int getBool(const PLiteral& iKey, bool& oValue) = 0;
@@ -48,6 +50,7 @@ public:
     /// belongs to the caller, also for an empty block; oSize is in bytes. [any thread]
     virtual int getBinary(const PLiteral& iKey, unsigned char*& oData, unsigned int& oSize) = 0;
 
+    ///@{
     /// The same for an attribute of a key. [any thread]
     virtual int getAttrString(const PLiteral& iKey, const PLiteral& iAttribute,
                               PString& oValue) = 0;
@@ -61,6 +64,7 @@ public:
     virtual int getAttrBool(const PLiteral& iKey, const PLiteral& iAttribute, bool& oValue) = 0;
     virtual int getAttrBinary(const PLiteral& iKey, const PLiteral& iAttribute,
                               unsigned char*& oData, unsigned int& oSize) = 0;
+    ///@}
 };
 
 #endif

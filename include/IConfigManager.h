@@ -25,6 +25,7 @@ public:
     /// file in the manager's configuration, -501, or the code of a file. [any thread]
     virtual int listIDs(std::vector<PString>& oIDs) = 0;
 
+    ///@{
     /// Make a new configuration in oConfig, which stays as it was on failure: from the files of
     /// an ID (an unlisted ID gives an empty one), from one file, from arguments of the form
     /// key=value or key:attribute=value. The array form reads iCount texts from iArgs.
@@ -35,7 +36,9 @@ public:
     virtual int loadByArgs(const std::vector<PString>& iArgs, PBaseptr<IConfig>& oConfig) = 0;
     virtual int loadByArgs(const PString* iArgs, unsigned int iCount,
                            PBaseptr<IConfig>& oConfig) = 0;
+    ///@}
 
+    ///@{
     /// The same into a configuration that this manager made. Later values win, attributes stay as
     /// first given; whatever the failure, what was read before it stays. -502 for an empty
     /// ioConfig, except by ID. No other thread may use the configuration meanwhile. [any thread]
@@ -44,6 +47,7 @@ public:
     virtual int appendByArgs(const std::vector<PString>& iArgs, PBaseptr<IConfig> ioConfig) = 0;
     virtual int appendByArgs(const PString* iArgs, unsigned int iCount,
                              PBaseptr<IConfig> ioConfig) = 0;
+    ///@}
 
     /// Sets the run-time value of a key, unless it has one already: that one stays, and the call
     /// succeeds all the same (remove it first to change it). Every topic registered for iID gets
@@ -54,6 +58,7 @@ public:
     /// [any thread]
     virtual int removeSetKey(const PLiteral& iID, const PLiteral& iKey) = 0;
 
+    ///@{
     /// As setString, with the text form of the value. iSize is in bytes. [any thread]
     virtual int setInt32(const PLiteral& iID, const PLiteral& iKey, int iValue) = 0;
     virtual int setUint32(const PLiteral& iID, const PLiteral& iKey, unsigned int iValue) = 0;
@@ -62,6 +67,7 @@ public:
     virtual int setBool(const PLiteral& iID, const PLiteral& iKey, bool iValue) = 0;
     virtual int setBinary(const PLiteral& iID, const PLiteral& iKey, const unsigned char* iData,
                           unsigned int iSize) = 0;
+    ///@}
 
     /// Sets an attribute of a run-time value unless it is present. -3002 when the key has no
     /// run-time value. Sends events as setString does. [any thread]
@@ -72,6 +78,7 @@ public:
     virtual int removeSetAttr(const PLiteral& iID, const PLiteral& iKey,
                               const PLiteral& iAttribute) = 0;
 
+    ///@{
     /// As setAttrString, with the text form of the value. [any thread]
     virtual int setAttrInt32(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iAttribute,
                              int iValue) = 0;
@@ -85,6 +92,7 @@ public:
                             bool iValue) = 0;
     virtual int setAttrBinary(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iAttribute,
                               const unsigned char* iData, unsigned int iSize) = 0;
+    ///@}
 
     /// Writes a value to the store file, replacing the stored one. Reads of this process see it
     /// only when the store had not been read yet. The file is rewritten whole and not atomically.
@@ -96,6 +104,7 @@ public:
     /// there was none; other codes as storeString. [any thread]
     virtual int removeStoredKey(const PLiteral& iID, const PLiteral& iKey) = 0;
 
+    ///@{
     /// As storeString, with the text form of the value. [any thread]
     virtual int storeInt32(const PLiteral& iID, const PLiteral& iKey, int iValue) = 0;
     virtual int storeUint32(const PLiteral& iID, const PLiteral& iKey, unsigned int iValue) = 0;
@@ -105,6 +114,7 @@ public:
     virtual int storeBool(const PLiteral& iID, const PLiteral& iKey, bool iValue) = 0;
     virtual int storeBinary(const PLiteral& iID, const PLiteral& iKey, const unsigned char* iData,
                             unsigned int iSize) = 0;
+    ///@}
 
     /// Writes an attribute of a stored value unless it is present. -3002 when the key has no
     /// stored value; other codes as storeString. [any thread]
@@ -115,6 +125,7 @@ public:
     virtual int removeStoredAttr(const PLiteral& iID, const PLiteral& iKey,
                                  const PLiteral& iAttribute) = 0;
 
+    ///@{
     /// As storeAttrString, with the text form of the value. [any thread]
     virtual int storeAttrInt32(const PLiteral& iID, const PLiteral& iKey,
                                const PLiteral& iAttribute, int iValue) = 0;
@@ -129,6 +140,7 @@ public:
     virtual int storeAttrBinary(const PLiteral& iID, const PLiteral& iKey,
                                 const PLiteral& iAttribute, const unsigned char* iData,
                                 unsigned int iSize) = 0;
+    ///@}
 
     /// Registers iTopic to get an IConfigChanged event whenever a run-time value of iID is set.
     /// Returns 0, or -512 when it is registered already. [any thread]

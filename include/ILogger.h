@@ -29,10 +29,12 @@ public:
     /// Whether lines also go to the standard error stream. [any thread]
     virtual int setPrintOnConsole(bool iPrint) = 0;
 
+    ///@{
     /// Write one line. [any thread]
     virtual int info(int iLevel, const wchar_t* iFormat, ...) = 0;
     virtual int error(int iLevel, const wchar_t* iFormat, ...) = 0;
     virtual int debug(int iLevel, const wchar_t* iFormat, ...) = 0;
+    ///@}
 
     /// Writes iSize bytes from iData in hexadecimal, iWidth bytes a line (0 for 16).
     /// [any thread]

@@ -57,10 +57,12 @@ public:
         return iLevel <= __atomic_load_n(&fThreshold, __ATOMIC_RELAXED);
     }
 
+    ///@{
     /// Write one line of kind I, E or D. iFormat is that of wide printf; null counts as empty.
     static int info(PLogger* iLogger, int iLevel, const wchar_t* iFormat, ...) noexcept;
     static int error(PLogger* iLogger, int iLevel, const wchar_t* iFormat, ...) noexcept;
     static int debug(PLogger* iLogger, int iLevel, const wchar_t* iFormat, ...) noexcept;
+    ///@}
 
     /// The same. They keep a literal 0 or a string literal as first argument from being taken for
     /// an argument list, which is a char* on 32-bit x86, and filter where they are called: a line
@@ -88,11 +90,13 @@ public:
         return iLogger && iLogger->isLogged(iLevel) ? form(iLogger, iLevel, iFormat, iArgs...) : 0;
     }
 
+    ///@{
     /// The same with an argument list. So on 32-bit x86 a plain char* must not be the first
     /// argument of the forms above: pass narrow text as const char*.
     static int info(PLogger* iLogger, int iLevel, const wchar_t* iFormat, va_list iArgs) noexcept;
     static int error(PLogger* iLogger, int iLevel, const wchar_t* iFormat, va_list iArgs) noexcept;
     static int debug(PLogger* iLogger, int iLevel, const wchar_t* iFormat, va_list iArgs) noexcept;
+    ///@}
 
     /// Writes the line with kind I and prints its text to the standard error stream.
     static int showMsgBox(PLogger* iLogger, int iLevel, const wchar_t* iFormat,

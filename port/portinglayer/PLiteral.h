@@ -29,10 +29,12 @@ public:
     /// Turns this view to another text.
     PLiteral& operator=(const wchar_t* iText) noexcept;
 
+    ///@{
     /// Another view of the same text.
     PLiteral(const PLiteral&) noexcept = default;
     PLiteral& operator=(const PLiteral&) noexcept = default;
     ~PLiteral() = default;
+    ///@}
 
     /// Length in characters; 0 is the test for emptiness.
     unsigned int len() const noexcept
@@ -52,10 +54,12 @@ public:
         return fPtr;
     }
 
+    ///@{
     /// Compares by character code: 0 when equal, negative when this text comes first, else
     /// positive. iLen is in characters, all ones for up to the terminating zero.
     int cmp(const PLiteral& iOther) const noexcept;
     int cmp(const wchar_t* iText, unsigned int iLen) const noexcept;
+    ///@}
 
     /// Whether this text comes first. Inline, because texts are too short for a call to pay.
     bool operator<(const PLiteral& iOther) const noexcept
@@ -79,12 +83,14 @@ public:
         return same;
     }
 
+    ///@{
     /// Whether both texts have the same characters.
     bool operator==(const PLiteral& iOther) const noexcept;
     bool operator==(const wchar_t* iText) const noexcept
     {
         return *this == PLiteral(iText);
     }
+    ///@}
 
     /// Whether the texts differ.
     bool operator!=(const PLiteral& iOther) const noexcept
@@ -98,18 +104,22 @@ public:
         return !(*this == iText);
     }
 
+    ///@{
     /// Whether the text ends or begins with iText; iLen as in cmp. iIgnoreCase folds A-Z only.
     bool endsWith(const wchar_t* iText, unsigned int iLen = ~0u,
                   bool iIgnoreCase = false) const noexcept;
     bool startsWith(const wchar_t* iText, unsigned int iLen = ~0u,
                     bool iIgnoreCase = false) const noexcept;
+    ///@}
 
+    ///@{
     /// Searches for a character or a text, from the front or from the end. True when found, with
     /// the place in oPos; otherwise oPos stays as it was. The empty text is found nowhere.
     bool chr(wchar_t iChar, unsigned int& oPos, bool iFromEnd = false,
              bool iIgnoreCase = false) const noexcept;
     bool str(const PLiteral& iText, unsigned int& oPos, bool iFromEnd = false,
              bool iIgnoreCase = false) const noexcept;
+    ///@}
 
     /// Takes the next token before iSeparator off the front of ioList into oToken, without the
     /// blanks around it; empty tokens are skipped. Returns 0 while it took one, -61 when none was

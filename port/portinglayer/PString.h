@@ -18,6 +18,7 @@ public:
     {
     }
 
+    ///@{
     /// A copy of the text, of its first iLen characters.
     // cppcheck-suppress noExplicitConstructor ; a view turns into an owner without further ado
     PString(const PLiteral& iText);
@@ -28,26 +29,35 @@ public:
     // cppcheck-suppress noExplicitConstructor ; and so does any wide text
     PString(const wchar_t* iText, unsigned int iLen = ~0u);
     virtual ~PString();
+    ///@}
 
+    ///@{
     /// Replace the content.
     PString& operator=(const PLiteral& iText);
     PString& operator=(const PString& iText);
     // NOLINTNEXTLINE(performance-noexcept-move-constructor): as above, a copy may lack memory
     PString& operator=(PString&& ioText);
     PString& operator=(const wchar_t* iText);
+    ///@}
 
+    ///@{
     /// Replaces the content by the first iLen characters of iText (all of it when it is shorter,
     /// for a PLiteral). Returns 0 or -12.
     int set(const PLiteral& iText, unsigned int iLen = ~0u) noexcept;
     int set(const wchar_t* iText, unsigned int iLen = ~0u) noexcept;
+    ///@}
 
+    ///@{
     /// Appends. Returns 0 or -12.
     int cat(const PLiteral& iText) noexcept;
     int cat(const wchar_t* iText, unsigned int iLen = ~0u) noexcept;
+    ///@}
 
+    ///@{
     /// Append.
     PString& operator+=(const PLiteral& iText);
     PString& operator+=(const wchar_t* iText);
+    ///@}
 
     /// Makes room for iLen characters, keeping the content. Returns 0 or -12.
     int reserve(unsigned int iLen) noexcept;
