@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the headers alone decide of the binary interface: the interfaces, the holders, the counters
 // and the codes. scripts/check-abi.sh compiles this file to describe them, because the functions
 // that the libraries export name few of them. It is never run.

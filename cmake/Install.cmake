@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # What "cmake --install" puts into a prefix, and by component what goes into which Debian package.
 
 include(CMakePackageConfigHelpers)
@@ -83,3 +84,6 @@ if(IXLAL_BUILD_TOOLS)
     install(DIRECTORY tools/completion/ DESTINATION share/bash-completion/completions
         COMPONENT ixlal-tools)
 endif()
+
+# The packages have it in their copyright file.
+install(FILES LICENSE DESTINATION share/doc/ixlal COMPONENT prefix)

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Flags of all our own sources, and how the three libraries are made.
 
 add_library(ixlal_flags INTERFACE)

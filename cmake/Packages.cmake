@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # "cpack" in a 32-bit build tree makes the Debian packages.
 
 set(CPACK_GENERATOR DEB)

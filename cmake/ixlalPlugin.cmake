@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # ixlal_add_plugin(NAME [SOURCES] FILE... [LINK LIBRARY...] [VALIDATE [OPTION...]]): the target NAME,
 # which is the plugin library libNAME.so. It is built for the word size of the core, exports its
 # factory alone, can be unloaded, and is not linked while it wants a symbol that nobody supplies.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "config/PConfig.h"
 
 #include "PGuarded.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PConfig: a configuration that a PConfigManager made.
 #ifndef IXLAL_PCONFIG_H
 #define IXLAL_PCONFIG_H

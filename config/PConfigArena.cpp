@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "config/PConfigArena.h"
 
 #include <algorithm>

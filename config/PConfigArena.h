@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PConfigArena: the memory in which a configuration keeps what it has read.
 #ifndef IXLAL_PCONFIGARENA_H
 #define IXLAL_PCONFIGARENA_H

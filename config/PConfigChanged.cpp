@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "config/PConfigChanged.h"
 
 #include "config/PConfigResult.h"

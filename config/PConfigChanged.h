@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PConfigChanged: the event object that announces a set run-time value.
 #ifndef IXLAL_PCONFIGCHANGED_H
 #define IXLAL_PCONFIGCHANGED_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PConfigManager: loads configurations and keeps run-time values, stored values and listeners.
 #ifndef IXLAL_PCONFIGMANAGER_H
 #define IXLAL_PCONFIGMANAGER_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "config/PConfigPlugin.h"
 
 #include "Ixla.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PConfigPlugin: the built-in plugin that offers the configuration manager.
 #ifndef IXLAL_PCONFIGPLUGIN_H
 #define IXLAL_PCONFIGPLUGIN_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PConfigResult: result codes of the porting layer as the configuration passes them on.
 #ifndef IXLAL_PCONFIGRESULT_H
 #define IXLAL_PCONFIGRESULT_H

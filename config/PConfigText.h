@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PConfigText: a text of a configuration.
 #ifndef IXLAL_PCONFIGTEXT_H
 #define IXLAL_PCONFIGTEXT_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "config/PConfigValue.h"
 
 // The first and the last key tell what all of them share, and where the keys of sorted files go.

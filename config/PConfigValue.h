@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PConfigValue: the record of one key.
 #ifndef IXLAL_PCONFIGVALUE_H
 #define IXLAL_PCONFIGVALUE_H

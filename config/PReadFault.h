@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PReadFault: where the reading of a configuration file ended before its end, and why.
 #ifndef IXLAL_PREADFAULT_H
 #define IXLAL_PREADFAULT_H

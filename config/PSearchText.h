@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PSearchText: a text that is searched for in an ordered table.
 #ifndef IXLAL_PSEARCHTEXT_H
 #define IXLAL_PSEARCHTEXT_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PStoreWriter: writes the store file.
 #ifndef IXLAL_PSTOREWRITER_H
 #define IXLAL_PSTOREWRITER_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Ixla.h"
 
 #include "PGuarded.h"

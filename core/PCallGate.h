@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PCallGate: lets calls into the core until it stops, and knows how many are inside.
 #ifndef IXLAL_PCALLGATE_H
 #define IXLAL_PCALLGATE_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PCore: the one core of the process: plugins, their interfaces, start and stop.
 #ifndef IXLAL_PCORE_H
 #define IXLAL_PCORE_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "core/PCore.h"
 #include "portinglayer/PFile.h"
 #include "portinglayer/PLockGuard.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PCoreCall: keeps the core in place while a call uses it.
 #ifndef IXLAL_PCORECALL_H
 #define IXLAL_PCORECALL_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "PGuarded.h"
 #include "core/PCore.h"
 #include "core/PInitChain.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "PGuarded.h"
 #include "config/PConfigPlugin.h"
 #include "core/PCore.h"

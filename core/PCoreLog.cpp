@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "core/PCoreLog.h"
 
 #include "core/PStartArguments.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PCoreLog: the log that carries the lines of one core.
 #ifndef IXLAL_PCORELOG_H
 #define IXLAL_PCORELOG_H

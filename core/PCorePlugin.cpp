@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "core/PCorePlugin.h"
 
 #include "PGuarded.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PCorePlugin: the core's record of one plugin.
 #ifndef IXLAL_PCOREPLUGIN_H
 #define IXLAL_PCOREPLUGIN_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "config/PConfigManager.h"
 #include "config/PReadFault.h"
 #include "core/PCore.h"

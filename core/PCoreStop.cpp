@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "PGuarded.h"
 #include "config/PConfigManager.h"
 #include "core/PCallGate.h"

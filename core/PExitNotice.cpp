@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "core/PExitNotice.h"
 
 void PExitNotice::sending() noexcept

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PExitNotice: how the thread that announces the exit and the stopping core part from each other.
 #ifndef IXLAL_PEXITNOTICE_H
 #define IXLAL_PEXITNOTICE_H

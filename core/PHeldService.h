@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PHeldService: a service of the core that another one of its services uses.
 #ifndef IXLAL_PHELDSERVICE_H
 #define IXLAL_PHELDSERVICE_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "core/PInitChain.h"
 
 #include "PGuarded.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PInitChain: who waits for whom while plugins are initialised, in words.
 #ifndef IXLAL_PINITCHAIN_H
 #define IXLAL_PINITCHAIN_H

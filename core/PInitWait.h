@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PInitWait: a thread that waits for the initialisation of a plugin.
 #ifndef IXLAL_PINITWAIT_H
 #define IXLAL_PINITWAIT_H

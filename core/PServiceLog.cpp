@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "core/PServiceLog.h"
 
 #include "core/PCoreCall.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PServiceLog: the core's log, for the built-in services.
 #ifndef IXLAL_PSERVICELOG_H
 #define IXLAL_PSERVICELOG_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PStartArguments: what the core itself reads from the arguments of its start.
 #ifndef IXLAL_PSTARTARGUMENTS_H
 #define IXLAL_PSTARTARGUMENTS_H

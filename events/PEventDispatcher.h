@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PEventDispatcher: the event hub of the process.
 #ifndef IXLAL_PEVENTDISPATCHER_H
 #define IXLAL_PEVENTDISPATCHER_H

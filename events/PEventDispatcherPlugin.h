@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PEventDispatcherPlugin: the built-in plugin that offers the event dispatcher.
 #ifndef IXLAL_PEVENTDISPATCHERPLUGIN_H
 #define IXLAL_PEVENTDISPATCHERPLUGIN_H

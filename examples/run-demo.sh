@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Runs the example host and its plugins: run-demo.sh [--keep] BUILD_DIR SECONDS
 # Two runs of SECONDS each, then one with a plugin that cannot be loaded, in a fresh temporary
 # directory that stays with --keep. Exits with 0 only when everything expected was seen.

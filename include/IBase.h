@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // IBase: the root of every interface that crosses a plugin boundary.
 #ifndef IXLAL_IBASE_H
 #define IXLAL_IBASE_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // IConfig: one configuration, read by key.
 #ifndef IXLAL_ICONFIG_H
 #define IXLAL_ICONFIG_H

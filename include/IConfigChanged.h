@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // IConfigChanged: the event object of a configuration change.
 #ifndef IXLAL_ICONFIGCHANGED_H
 #define IXLAL_ICONFIGCHANGED_H

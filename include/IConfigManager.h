@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // IConfigManager: loads configurations, keeps run-time and stored values, announces changes.
 #ifndef IXLAL_ICONFIGMANAGER_H
 #define IXLAL_ICONFIGMANAGER_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // IEventDispatcher: synchronous publish and subscribe by topic.
 #ifndef IXLAL_IEVENTDISPATCHER_H
 #define IXLAL_IEVENTDISPATCHER_H

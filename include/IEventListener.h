@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // IEventListener: what every receiver of events implements.
 #ifndef IXLAL_IEVENTLISTENER_H
 #define IXLAL_IEVENTLISTENER_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // ILogger: one log file, and the way to further ones.
 #ifndef IXLAL_ILOGGER_H
 #define IXLAL_ILOGGER_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // IPlugin: what a plugin library offers to the core.
 #ifndef IXLAL_IPLUGIN_H
 #define IXLAL_IPLUGIN_H

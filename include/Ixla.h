@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Ixla: the functions of the core, the factory of plugins, interface IDs and result codes.
 #ifndef IXLAL_IXLA_H
 #define IXLAL_IXLA_H

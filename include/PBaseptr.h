@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PBaseptr: the holder of reference-counted interfaces.
 #ifndef IXLAL_PBASEPTR_H
 #define IXLAL_PBASEPTR_H

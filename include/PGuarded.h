@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PGuarded: keeps exceptions inside an interface operation.
 #ifndef IXLAL_PGUARDED_H
 #define IXLAL_PGUARDED_H

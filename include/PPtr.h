@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PPtr: a holder of a plain heap object or array, shared by counting its copies.
 #ifndef IXLAL_PPTR_H
 #define IXLAL_PPTR_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PGate: lets threads into an object until it is about to end.
 #ifndef IXLAL_PGATE_H
 #define IXLAL_PGATE_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "logging/PLoggerImpl.h"
 
 #include "Ixla.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PLoggerImpl: one log file of the plugins.
 #ifndef IXLAL_PLOGGERIMPL_H
 #define IXLAL_PLOGGERIMPL_H

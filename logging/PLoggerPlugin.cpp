@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "logging/PLoggerPlugin.h"
 
 #include "IConfigManager.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PLoggerPlugin: the built-in plugin that hands out loggers.
 #ifndef IXLAL_PLOGGERPLUGIN_H
 #define IXLAL_PLOGGERPLUGIN_H

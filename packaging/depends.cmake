@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Run by cpack before anything else: asks which packages the libraries and programs need, and with
 # which versions.
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Run by cpack when the files of all packages are in place: brings them into the form that Debian
 # asks for.
 

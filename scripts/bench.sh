@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Measures the product beside floors and peers:
 #   bench.sh              everything: table, JSON and plots in build/bench/results
 #   bench.sh --publish [SAMPLES]
@@ -89,7 +90,7 @@ case ${1-} in
         "${report[@]}" record
         ;;
     *)
-        sed -n '2,9s/^# \?//p' "$0"
+        sed -n '3,10s/^# \?//p' "$0"
         exit 2
         ;;
 esac

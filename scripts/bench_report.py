@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Turns what the benchmarks measured into a table, plots and verdicts.
 
     bench_report.py RESULTS report   table.md, results.json and an SVG for each case of several sizes

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Compares the binary interface of the built libraries with its record in abi/:
 #   check-abi.sh [--record] [LIBRARIES [ROOT]]
 # LIBRARIES is the directory of the three libraries of the 32-bit release build, build/release/lib

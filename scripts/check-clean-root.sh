@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Runs the README's commands on a bare Debian 12: check-clean-root.sh [--user root|ordinary]
 #                                                 [--command TEXT]... [--dir DIRECTORY]
 # Makes a root of Debian's smallest variant from the mirror and through the proxy that apt uses
@@ -19,7 +20,7 @@ results=()
 failures=0
 
 usage() {
-    sed -n '2,3s/^# *//p' "$0" >&2
+    sed -n '3,4s/^# *//p' "$0" >&2
     exit 2
 }
 

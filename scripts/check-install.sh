@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Shows that what is installed can be used without our tree: check-install.sh [BUILD_DIR]
 # Installs the release build into an empty prefix and unpacks its packages into another. From each
 # of them, projects elsewhere are built and run: the plugin and the host of the README, through
@@ -236,6 +237,7 @@ for package in "$work"/packages/*.deb; do
     dpkg-deb -x "$package" "$work/root"
 done
 
+cmp "$root/LICENSE" "$work/prefix/share/doc/ixlal/LICENSE" || fail "no license in the prefix"
 check_prefix "$work/prefix" "$work/in-prefix" &
 first=$!
 check_prefix "$work/root/usr" "$work/in-root" &

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Lets clang check the lock annotations of the product's sources: check-locks.sh
 # Every member that a lock guards, and every function that expects one held, says so (see
 # port/portinglayer/PThreadSafety.h); a use without the lock is an error.

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Lets cppcheck and clang-tidy look at our sources: check-static.sh [cppcheck|tidy|tools|tests]
 # Without an argument: cppcheck on all of them, and clang-tidy on the product and the examples with
 # a limit on the paths that its analyzer follows through a function. tidy: without that limit, which

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Runs a command with none of the caller's variables but PATH, HOME, TERM and LANG, so that it does
 # everywhere what it does on a machine that was just installed: clean-env.sh [--hostile] COMMAND...
 # --hostile: without LANG, with a umask that leaves everything to the owner, and with a TMPDIR that
@@ -18,7 +19,7 @@ if [ "${1:-}" = --hostile ]; then
     shift
 fi
 if [ $# -eq 0 ]; then
-    sed -n '3s/.*: /Usage: /p' "$0" >&2
+    sed -n '4s/.*: /Usage: /p' "$0" >&2
     exit 2
 fi
 keep PATH

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Shows which of our lines and branches the tests reach: coverage.sh [--report|--limits]
 # Builds the preset "coverage", runs all tests and writes build/coverage/report: index.html,
 # lines.txt (a line for every file) and summary.txt. Fails when a test fails, and when either

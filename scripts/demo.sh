@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Builds the product and shows it at work, in a clean environment (see clean-env.sh): demo.sh
 set -eu
 

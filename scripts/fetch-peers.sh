@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Fetches what the benchmarks are built with and measured beside, in the product's word size, into
 # build/peers: Debian's i386 packages, unpacked without installing them. Nothing is fetched again.
 set -eu

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Fuzzes the product: fuzz.sh [--seconds N] [--jobs N] [TARGET...]
 # Runs each target of tests/fuzz (all unless some are named) for N seconds (60), two at a time
 # unless --jobs says otherwise. What is found grows in build/fuzz/work; tests/fuzz/corpus is only
@@ -13,7 +14,7 @@ jobs=2
 targets=()
 
 usage() {
-    sed -n '2,5s/^# //p' "$0" >&2
+    sed -n '3,6s/^# //p' "$0" >&2
     exit 2
 }
 

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Installs the Debian packages that are missing: install-deps.sh build|test|bench|plots|root
 set -eu
 

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Plants small faults in the product, one at a time, and shows which of them the tests catch:
 #   mutation.sh                 tries all faults; fails when less than 95 % are caught
 #   mutation.sh --only ID...    tries these alone; fails as above

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Shows which tests were skipped, whole or in part, and why: skipped_tests.py RESULTS
 RESULTS is what ctest writes with --output-junit and all output. A reason is what GTEST_SKIP or
 unittest was given, or else the last line of a test that was skipped."""

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Builds the soak and runs it: soak.sh [--minutes N] [--preset release|tsan]
 # Many threads use the core, which is stopped and started meanwhile, for N minutes (30). The table
 # at the end tells what was done and what the process held; the result is 1 after an error or when
@@ -10,7 +11,7 @@ minutes=30
 preset=release
 
 usage() {
-    sed -n '2s/^# //p' "$0" >&2
+    sed -n '3s/^# //p' "$0" >&2
     exit 2
 }
 

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Builds the product and its tests and runs them all: test.sh [--hostile] [PRESET]
 # The preset is release (32-bit) unless another one of CMakePresets.json is named. All of it runs in
 # a clean environment, or with --hostile in one that is not kind; see clean-env.sh. The end tells

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // ConfigLines: the lines of which the files of the cases are made.
 #ifndef IXLAL_BENCHMARKS_CONFIGLINES_H
 #define IXLAL_BENCHMARKS_CONFIGLINES_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "config/FloorConfig.h"
 
 #include <algorithm>

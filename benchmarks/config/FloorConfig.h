@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // FloorConfig: configuration values as the floors keep, load and save them.
 #ifndef IXLAL_BENCHMARKS_FLOORCONFIG_H
 #define IXLAL_BENCHMARKS_FLOORCONFIG_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "config/LoadCase.h"
 
 #include "IConfigManager.h"

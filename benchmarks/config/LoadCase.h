@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What does it cost to load a configuration file, sorted or not, from memory and from disk, and
 // what memory does the result hold?
 #ifndef IXLAL_BENCHMARKS_LOADCASE_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "config/ReadCase.h"
 
 #include "IConfigManager.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What does it cost to read a value, as text or as a number, that stands in a configuration's own
 // file, in the store, among the run-time values, or pinned in its own file?
 #ifndef IXLAL_BENCHMARKS_READCASE_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "config/SetCase.h"
 
 #include "IConfigChanged.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // FloorDispatcher: how the floors deliver events.
 #ifndef IXLAL_BENCHMARKS_FLOORDISPATCHER_H
 #define IXLAL_BENCHMARKS_FLOORDISPATCHER_H

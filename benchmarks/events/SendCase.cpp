@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "events/SendCase.h"
 
 #include "IEventDispatcher.h"

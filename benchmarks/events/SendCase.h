@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef IXLAL_BENCHMARKS_SENDCASE_H
 #define IXLAL_BENCHMARKS_SENDCASE_H
 

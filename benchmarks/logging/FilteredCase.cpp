@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "logging/FilteredCase.h"
 
 #include "ILogger.h"

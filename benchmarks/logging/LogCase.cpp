@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "logging/LogCase.h"
 
 #include "logger/PLogger.h"

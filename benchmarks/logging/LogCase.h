@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef IXLAL_BENCHMARKS_LOGCASE_H
 #define IXLAL_BENCHMARKS_LOGCASE_H
 

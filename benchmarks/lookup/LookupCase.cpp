@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "lookup/LookupCase.h"
 
 #include "lookup/PocoService.h"

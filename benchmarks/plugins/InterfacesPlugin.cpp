@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A plugin with as many interface IDs as the environment says. The plugin itself is the service
 // behind all of them; it knows them by what they begin with.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A library for POCO's class loader with as many single-object classes as the environment says.
 
 #include "lookup/PocoService.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A library for POCO's class loader with one class, to be copied.
 
 #include "lookup/PocoService.h"

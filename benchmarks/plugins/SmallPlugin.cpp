@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A plugin with one interface ID, to be copied: the copies differ in the digits of the ID.
 
 #include "support/SmallPlugin.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "sizes/SizeProbe.h"
 
 #include "support/Allocations.h"

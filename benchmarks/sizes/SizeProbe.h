@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the check of the sizes calls in the library that knows the core.
 #ifndef IXLAL_BENCHMARKS_SIZEPROBE_H
 #define IXLAL_BENCHMARKS_SIZEPROBE_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Checks how much room the core takes, against limits: of its library, of a running core without
 // plugins, and of every interface that is registered. Fails when a limit is exceeded.
 //

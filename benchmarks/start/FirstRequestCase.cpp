@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "start/FirstRequestCase.h"
 
 #include "support/CoreHost.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "start/StartCase.h"
 
 #include "IPlugin.h"

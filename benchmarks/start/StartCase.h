@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef IXLAL_BENCHMARKS_STARTCASE_H
 #define IXLAL_BENCHMARKS_STARTCASE_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Allocations: how often and how much the program has allocated.
 #ifndef IXLAL_BENCHMARKS_ALLOCATIONS_H
 #define IXLAL_BENCHMARKS_ALLOCATIONS_H

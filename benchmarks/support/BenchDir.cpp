@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "support/BenchDir.h"
 
 #include <cerrno>

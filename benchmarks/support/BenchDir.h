@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // BenchDir: a directory that goes with its object.
 #ifndef IXLAL_BENCHMARKS_BENCHDIR_H
 #define IXLAL_BENCHMARKS_BENCHDIR_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "support/Contest.h"
 
 #include "support/Allocations.h"

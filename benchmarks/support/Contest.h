@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Contest: the contestants of all cases, and how they are measured.
 #ifndef IXLAL_BENCHMARKS_CONTEST_H
 #define IXLAL_BENCHMARKS_CONTEST_H

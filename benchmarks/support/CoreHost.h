@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // CoreHost: the running core that contestants use.
 #ifndef IXLAL_BENCHMARKS_COREHOST_H
 #define IXLAL_BENCHMARKS_COREHOST_H

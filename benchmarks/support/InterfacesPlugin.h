@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the plugin with many interfaces and its host agree on.
 #ifndef IXLAL_BENCHMARKS_INTERFACESPLUGIN_H
 #define IXLAL_BENCHMARKS_INTERFACESPLUGIN_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "support/LibraryCopies.h"
 
 #include "support/BenchDir.h"

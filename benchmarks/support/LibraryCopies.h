@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // LibraryCopies: directories full of small libraries.
 #ifndef IXLAL_BENCHMARKS_LIBRARYCOPIES_H
 #define IXLAL_BENCHMARKS_LIBRARYCOPIES_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Runs the benchmarks, or does the turns whose instructions callgrind counts:
 //   ixlal-bench [Google Benchmark's options]
 //   ixlal-bench --count [PATTERN OF NAMES]

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Second threads: one that only is there, and one that does the same work meanwhile.
 #ifndef IXLAL_BENCHMARKS_SECONDTHREAD_H
 #define IXLAL_BENCHMARKS_SECONDTHREAD_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Shuffled: the numbers of many things in an order that caches and predictors don't know by heart.
 #ifndef IXLAL_BENCHMARKS_SHUFFLED_H
 #define IXLAL_BENCHMARKS_SHUFFLED_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the small plugin and its hosts agree on.
 #ifndef IXLAL_BENCHMARKS_SMALLPLUGIN_H
 #define IXLAL_BENCHMARKS_SMALLPLUGIN_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Stopwatch: measures the part of a timed turn that counts.
 #ifndef IXLAL_BENCHMARKS_STOPWATCH_H
 #define IXLAL_BENCHMARKS_STOPWATCH_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // TextMap: the hash table of texts that floors and peers find things in.
 #ifndef IXLAL_BENCHMARKS_TEXTMAP_H
 #define IXLAL_BENCHMARKS_TEXTMAP_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "alarm/PAlarm.h"
 
 #include "helpers/PPlugin.h"

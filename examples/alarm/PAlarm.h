@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PAlarm: compares every sample with the thresholds of its configuration.
 #ifndef IXLAL_EXAMPLES_PALARM_H
 #define IXLAL_EXAMPLES_PALARM_H

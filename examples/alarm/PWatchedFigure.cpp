@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "alarm/PWatchedFigure.h"
 
 #include "Ixla.h"

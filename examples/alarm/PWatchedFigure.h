@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PWatchedFigure: one figure of the machine with its threshold and the highest value seen.
 #ifndef IXLAL_EXAMPLES_PWATCHEDFIGURE_H
 #define IXLAL_EXAMPLES_PWATCHEDFIGURE_H

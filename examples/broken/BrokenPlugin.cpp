@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Ixla.h"
 
 // Nobody supplies this function, so the loader refuses the library.

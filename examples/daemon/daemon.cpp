@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A host that runs until SIGINT or SIGTERM comes. Arguments: those of the core, key=value each.
 
 #include "Ixla.h"

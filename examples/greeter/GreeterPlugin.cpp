@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "PGreeter.h"
 #include "helpers/PPlugin.h"
 

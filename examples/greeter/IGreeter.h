@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // IGreeter: what the greeter plugin offers to others.
 #ifndef IXLAL_EXAMPLES_IGREETER_H
 #define IXLAL_EXAMPLES_IGREETER_H

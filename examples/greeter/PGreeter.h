@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PGreeter: greets as its configuration says.
 #ifndef IXLAL_EXAMPLES_PGREETER_H
 #define IXLAL_EXAMPLES_PGREETER_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PHostOptions: what the command line of the example host asks for.
 #ifndef IXLAL_EXAMPLES_PHOSTOPTIONS_H
 #define IXLAL_EXAMPLES_PHOSTOPTIONS_H

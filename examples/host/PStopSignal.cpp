@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "host/PStopSignal.h"
 
 #include <cerrno>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PStopSignal: waits for SIGINT and SIGTERM without a signal handler.
 #ifndef IXLAL_EXAMPLES_PSTOPSIGNAL_H
 #define IXLAL_EXAMPLES_PSTOPSIGNAL_H

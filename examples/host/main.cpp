@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A host: starts the core, sets the sampler going, raises thresholds at run time, and stops.
 
 #include "IConfigManager.h"

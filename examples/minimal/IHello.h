@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // IHello: the service of the minimal plugin, as its users see it.
 #ifndef IXLAL_EXAMPLES_IHELLO_H
 #define IXLAL_EXAMPLES_IHELLO_H

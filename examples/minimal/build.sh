@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Builds the minimal plugin and host with nothing but the compiler:
 # build.sh LIBRARY_DIR OUTPUT_DIR [FLAGS...]
 # LIBRARY_DIR holds the three libraries. Flags are those that the libraries were built with, -m32

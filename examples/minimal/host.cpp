@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A complete host: starts the core, uses the service of a plugin, and stops.
 // Arguments: those of the core, key=value each.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A complete plugin: one service, behind one interface ID.
 
 #include "IHello.h"

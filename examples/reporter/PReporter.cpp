@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "reporter/PReporter.h"
 
 #include "helpers/PPlugin.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PReporter: counts what happens and prints a summary when the core stops.
 #ifndef IXLAL_EXAMPLES_PREPORTER_H
 #define IXLAL_EXAMPLES_PREPORTER_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "sampler/PMachine.h"
 
 #include <cmath>

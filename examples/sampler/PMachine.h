@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PMachine: figures of the machine, read from /proc.
 #ifndef IXLAL_EXAMPLES_PMACHINE_H
 #define IXLAL_EXAMPLES_PMACHINE_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "sampler/PSampler.h"
 
 #include "IConfigManager.h"

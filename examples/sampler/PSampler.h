@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PSampler: looks at the machine at a regular interval and tells whoever listens.
 #ifndef IXLAL_EXAMPLES_PSAMPLER_H
 #define IXLAL_EXAMPLES_PSAMPLER_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // IAlarm: what the alarm plugin has seen.
 #ifndef IXLAL_EXAMPLES_IALARM_H
 #define IXLAL_EXAMPLES_IALARM_H

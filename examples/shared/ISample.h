@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // ISample: one look at the machine, as the sampler sends it.
 #ifndef IXLAL_EXAMPLES_ISAMPLE_H
 #define IXLAL_EXAMPLES_ISAMPLE_H

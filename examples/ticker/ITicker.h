@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // ITicker, IPace: the services of the ticker plugin.
 #ifndef IXLAL_EXAMPLES_ITICKER_H
 #define IXLAL_EXAMPLES_ITICKER_H

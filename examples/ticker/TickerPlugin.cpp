@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A plugin with two services, one of which has a thread.
 
 #include "ITicker.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "PLogClock.h"
 
 std::string_view PLogClock::now() noexcept

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PLogClock: the local time as it stands at the front of a line.
 #ifndef IXLAL_PLOGCLOCK_H
 #define IXLAL_PLOGCLOCK_H

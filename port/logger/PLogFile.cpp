@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "PLogFile.h"
 
 #include "PLogNumbers.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PLogFile: composes lines and sends them to a log.
 #ifndef IXLAL_PLOGFILE_H
 #define IXLAL_PLOGFILE_H

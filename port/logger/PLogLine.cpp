@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "PLogLine.h"
 
 #include "portinglayer/PUtf8.h"

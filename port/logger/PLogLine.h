@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PLogLine: the bytes that go out in one write.
 #ifndef IXLAL_PLOGLINE_H
 #define IXLAL_PLOGLINE_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PLogMutex: the lock of a log file, and its holder.
 #ifndef IXLAL_PLOGMUTEX_H
 #define IXLAL_PLOGMUTEX_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PLogNumbers: the numbers of process and thread as they stand in a line.
 #ifndef IXLAL_PLOGNUMBERS_H
 #define IXLAL_PLOGNUMBERS_H

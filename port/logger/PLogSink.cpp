@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "PLogSink.h"
 
 #include "PSafeWrite.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PLogSink: the file behind a log, with its rotation.
 #ifndef IXLAL_PLOGSINK_H
 #define IXLAL_PLOGSINK_H

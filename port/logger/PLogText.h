@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PLogText: the formatted text of one line.
 #ifndef IXLAL_PLOGTEXT_H
 #define IXLAL_PLOGTEXT_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "PLogTurn.h"
 
 #include "portinglayer/PFork.h"

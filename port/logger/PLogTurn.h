@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PLogTurn: keeps the writers of one log file apart.
 #ifndef IXLAL_PLOGTURN_H
 #define IXLAL_PLOGTURN_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "PLogger.h"
 
 #include "PLogFile.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PLogger: one log file.
 #ifndef IXLAL_PLOGGER_H
 #define IXLAL_PLOGGER_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "PSafeWrite.h"
 
 #include "portinglayer/PRetry.h"

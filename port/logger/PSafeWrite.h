@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PSafeWrite: writes that may fail but never end the process.
 #ifndef IXLAL_PSAFEWRITE_H
 #define IXLAL_PSAFEWRITE_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PBlank: the white space that the porting layer takes off texts.
 #ifndef IXLAL_PBLANK_H
 #define IXLAL_PBLANK_H

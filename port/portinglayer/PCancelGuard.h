@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PCancelGuard: keeps the calling thread from being cancelled.
 #ifndef IXLAL_PCANCELGUARD_H
 #define IXLAL_PCANCELGUARD_H

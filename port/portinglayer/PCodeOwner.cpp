@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "PCodeOwner.h"
 
 #include "PErrno.h"

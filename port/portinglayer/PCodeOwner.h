@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PCodeOwner: which library the code of an object belongs to.
 #ifndef IXLAL_PCODEOWNER_H
 #define IXLAL_PCODEOWNER_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "PConditionalVar.h"
 
 #include "PCancelGuard.h"

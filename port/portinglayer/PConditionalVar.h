@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PConditionalVar: lets threads wait for a change that others make under a PMutex.
 #ifndef IXLAL_PCONDITIONALVAR_H
 #define IXLAL_PCONDITIONALVAR_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PCounter: the count of references to an object.
 #ifndef IXLAL_PCOUNTER_H
 #define IXLAL_PCOUNTER_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PCounterSync: a counter that several threads may change at once.
 #ifndef IXLAL_PCOUNTERSYNC_H
 #define IXLAL_PCOUNTERSYNC_H

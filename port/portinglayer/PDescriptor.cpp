@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "PDescriptor.h"
 
 #include "PCancelGuard.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PDescriptor: calls on file descriptors, made so that signals and low numbers do no harm.
 #ifndef IXLAL_PDESCRIPTOR_H
 #define IXLAL_PDESCRIPTOR_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "PDir.h"
 
 #include "PCancelGuard.h"

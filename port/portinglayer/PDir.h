@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PDir: the entries of a directory.
 #ifndef IXLAL_PDIR_H
 #define IXLAL_PDIR_H

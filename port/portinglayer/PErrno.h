@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PErrno: turns the error numbers of the operating system into result codes.
 #ifndef IXLAL_PERRNO_H
 #define IXLAL_PERRNO_H

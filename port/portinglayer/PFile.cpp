@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "PFile.h"
 
 #include "PDescriptor.h"

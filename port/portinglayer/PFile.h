@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PFile: text files, line by line.
 #ifndef IXLAL_PFILE_H
 #define IXLAL_PFILE_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "PFork.h"
 
 #include <pthread.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PFork: tells a forked child from the process that it comes from.
 #ifndef IXLAL_PFORK_H
 #define IXLAL_PFORK_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "PLibrary.h"
 
 #include "PCancelGuard.h"

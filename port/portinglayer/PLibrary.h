@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PLibrary: shared libraries loaded while the process runs.
 #ifndef IXLAL_PLIBRARY_H
 #define IXLAL_PLIBRARY_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "PLibraryImage.h"
 
 #include "PDescriptor.h"

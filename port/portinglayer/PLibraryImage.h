@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PLibraryImage: whether a file may be given to the loader.
 #ifndef IXLAL_PLIBRARYIMAGE_H
 #define IXLAL_PLIBRARYIMAGE_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "PLiteral.h"
 
 #include "PBlank.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PLiteral: a read-only view of a zero-terminated wide text.
 #ifndef IXLAL_PLITERAL_H
 #define IXLAL_PLITERAL_H

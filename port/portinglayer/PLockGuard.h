@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PLockGuard: holds a PMutex for the time of a scope.
 #ifndef IXLAL_PLOCKGUARD_H
 #define IXLAL_PLOCKGUARD_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PMonotonic: points in time on the clock that no setting of the time of day moves.
 #ifndef IXLAL_PMONOTONIC_H
 #define IXLAL_PMONOTONIC_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "PMutex.h"
 
 #include "PErrno.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PMutex: mutual exclusion between threads.
 #ifndef IXLAL_PMUTEX_H
 #define IXLAL_PMUTEX_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "PPathBytes.h"
 
 #include "PErrno.h"

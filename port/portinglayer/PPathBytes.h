@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PPathBytes: a path in the bytes that the operating system takes.
 #ifndef IXLAL_PPATHBYTES_H
 #define IXLAL_PPATHBYTES_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "PProcess.h"
 
 #include "PDescriptor.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PProcess: figures of processes and of the machine.
 #ifndef IXLAL_PPROCESS_H
 #define IXLAL_PPROCESS_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PRetry: makes calls of the system again that a signal interrupted.
 #ifndef IXLAL_PRETRY_H
 #define IXLAL_PRETRY_H

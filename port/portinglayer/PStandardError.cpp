@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "PStandardError.h"
 
 #include "PCancelGuard.h"

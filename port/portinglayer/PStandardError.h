@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PStandardError: writes to the standard error stream that neither wait nor end the process.
 #ifndef IXLAL_PSTANDARDERROR_H
 #define IXLAL_PSTANDARDERROR_H

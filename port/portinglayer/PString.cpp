@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "PString.h"
 
 #include "PBlank.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PString: an owning wide text.
 #ifndef IXLAL_PSTRING_H
 #define IXLAL_PSTRING_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PTextHash, PTextEqual: for hash tables of texts.
 #ifndef IXLAL_PTEXTHASH_H
 #define IXLAL_PTEXTHASH_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "PThread.h"
 
 #include "PCancelGuard.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PThread: threads of the operating system.
 #ifndef IXLAL_PTHREAD_H
 #define IXLAL_PTHREAD_H

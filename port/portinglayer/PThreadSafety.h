@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PThreadSafety: names the lock discipline for clang's -Wthread-safety; empty elsewhere.
 #ifndef IXLAL_PTHREADSAFETY_H
 #define IXLAL_PTHREADSAFETY_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "PTime.h"
 
 #include "PMonotonic.h"

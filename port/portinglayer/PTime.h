@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PTime: elapsed time.
 #ifndef IXLAL_PTIME_H
 #define IXLAL_PTIME_H

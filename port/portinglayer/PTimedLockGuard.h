@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PTimedLockGuard: holds a PMutex for the time of a scope, if it is to be had in time.
 #ifndef IXLAL_PTIMEDLOCKGUARD_H
 #define IXLAL_PTIMEDLOCKGUARD_H

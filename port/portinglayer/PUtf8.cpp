@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "PUtf8.h"
 
 #include <cstdint>

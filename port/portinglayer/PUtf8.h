@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PUtf8: wide text to and from the bytes of files.
 #ifndef IXLAL_PUTF8_H
 #define IXLAL_PUTF8_H

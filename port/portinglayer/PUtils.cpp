@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "PUtils.h"
 
 #include "PBlank.h"

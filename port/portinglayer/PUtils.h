@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PUtils: conversions between text and values, and small text tools.
 #ifndef IXLAL_PUTILS_H
 #define IXLAL_PUTILS_H

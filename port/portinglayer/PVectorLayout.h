@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PVectorLayout: refuses to compile where std::vector is another than that of the libraries.
 #ifndef IXLAL_PVECTORLAYOUT_H
 #define IXLAL_PVECTORLAYOUT_H

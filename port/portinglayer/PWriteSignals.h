@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PWriteSignals: keeps failing writes from ending the process.
 #ifndef IXLAL_PWRITESIGNALS_H
 #define IXLAL_PWRITESIGNALS_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PConfigSubscription: hears of run-time values that are set, until it goes out of scope.
 #ifndef IXLAL_SDK_PCONFIGSUBSCRIPTION_H
 #define IXLAL_SDK_PCONFIGSUBSCRIPTION_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PCounted: the count of references that every object behind an interface keeps.
 #ifndef IXLAL_SDK_PCOUNTED_H
 #define IXLAL_SDK_PCOUNTED_H

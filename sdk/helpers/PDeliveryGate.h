@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PDeliveryGate: lets deliveries in until it is closed, and knows which are inside.
 #ifndef IXLAL_SDK_PDELIVERYGATE_H
 #define IXLAL_SDK_PDELIVERYGATE_H

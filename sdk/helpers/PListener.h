@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PListener: a listener made from a callable.
 #ifndef IXLAL_SDK_PLISTENER_H
 #define IXLAL_SDK_PLISTENER_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PPlugin: the base of plugins, which says what they offer and leaves the rest to it.
 #ifndef IXLAL_SDK_PPLUGIN_H
 #define IXLAL_SDK_PPLUGIN_H

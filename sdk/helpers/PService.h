@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PService: the base of the service objects of a plugin.
 #ifndef IXLAL_SDK_PSERVICE_H
 #define IXLAL_SDK_PSERVICE_H

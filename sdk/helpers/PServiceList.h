@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PServiceList: the services of a PPlugin, in the order in which they begin.
 #ifndef IXLAL_SDK_PSERVICELIST_H
 #define IXLAL_SDK_PSERVICELIST_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PSubscription: a subscription to a topic that ends when it goes out of scope.
 #ifndef IXLAL_SDK_PSUBSCRIPTION_H
 #define IXLAL_SDK_PSUBSCRIPTION_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // ixlaReported: keeps exceptions inside, and tells the log what they said.
 #ifndef IXLAL_SDK_REPORTED_H
 #define IXLAL_SDK_REPORTED_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // ixlaResultText: what a result code means, for people.
 #ifndef IXLAL_SDK_RESULTTEXT_H
 #define IXLAL_SDK_RESULTTEXT_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // ixlaService: a service by its interface, held.
 #ifndef IXLAL_SDK_SERVICELOOKUP_H
 #define IXLAL_SDK_SERVICELOOKUP_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // ixlaWide, ixlaNarrow: text between the interfaces and everything else.
 #ifndef IXLAL_SDK_TEXT_H
 #define IXLAL_SDK_TEXT_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A fixture and matchers for tests of plugins that are written with GoogleTest.
 #ifndef IXLAL_SDK_GTEST_H
 #define IXLAL_SDK_GTEST_H

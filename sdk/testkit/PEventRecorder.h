@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PEventRecorder: keeps the events of a topic for a test.
 #ifndef IXLAL_SDK_PEVENTRECORDER_H
 #define IXLAL_SDK_PEVENTRECORDER_H

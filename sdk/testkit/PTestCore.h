@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PTestCore: a core of its own for a test.
 #ifndef IXLAL_SDK_PTESTCORE_H
 #define IXLAL_SDK_PTESTCORE_H

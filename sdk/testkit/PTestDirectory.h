@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PTestDirectory: a temporary directory that goes with its object.
 #ifndef IXLAL_SDK_PTESTDIRECTORY_H
 #define IXLAL_SDK_PTESTDIRECTORY_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PTestError: what the test kit throws.
 #ifndef IXLAL_SDK_PTESTERROR_H
 #define IXLAL_SDK_PTESTERROR_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PTestLog: a log file as a test sees it.
 #ifndef IXLAL_SDK_PTESTLOG_H
 #define IXLAL_SDK_PTESTLOG_H

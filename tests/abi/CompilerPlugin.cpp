@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A plugin in C++11 that several compilers build, and that uses every operation of the services.
 // COMPILER_PLUGIN is its name, with which it reports its steps and which is its interface ID.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "PBaseptr.h"
 #include "abi/ICompilerCheck.h"
 #include "support/CoreRun.h"

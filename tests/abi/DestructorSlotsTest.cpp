@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "PBaseptr.h"
 #include "PPtr.h"
 #include "config/PConfig.h"

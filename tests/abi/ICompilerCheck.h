@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // ICompilerCheck: what the plugins that different compilers built offer.
 #ifndef IXLAL_TESTS_ICOMPILERCHECK_H
 #define IXLAL_TESTS_ICOMPILERCHECK_H

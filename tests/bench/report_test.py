@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """The benchmarks' report, on figures made up for it: report_test.py SCRIPTS"""
 
 import contextlib

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // ConfigEventsTest: the configuration manager of a real core, with its real dispatcher.
 #ifndef IXLAL_TESTS_CONFIGEVENTSTEST_H
 #define IXLAL_TESTS_CONFIGEVENTSTEST_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "config/ConfigEventsTest.h"
 
 #include "config/PConfigManager.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // ConfigTest: a configuration manager of its own, without a core, in a temporary directory.
 #ifndef IXLAL_TESTS_CONFIGTEST_H
 #define IXLAL_TESTS_CONFIGTEST_H

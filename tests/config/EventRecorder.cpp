@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "config/EventRecorder.h"
 
 #include "support/Texts.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // EventRecorder: a listener that notes the configuration changes it is told of.
 #ifndef IXLAL_TESTS_EVENTRECORDER_H
 #define IXLAL_TESTS_EVENTRECORDER_H

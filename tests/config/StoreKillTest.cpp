@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "config/ConfigTest.h"
 #include "config/StoreScript.h"
 #include "support/Texts.h"

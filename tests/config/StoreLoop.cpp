@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // StoreLoop: stores values until somebody kills it:
 //   store_loop DIRECTORY SEED PROGRESS READY SKIP PERMILLE [in-place]
 // DIRECTORY holds the manager's configuration, PROGRESS is the file with the progress, READY a

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // StoreScript: a reproducible sequence of store operations, and what each makes of the store.
 #ifndef IXLAL_TESTS_STORESCRIPT_H
 #define IXLAL_TESTS_STORESCRIPT_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "config/ConfigTest.h"
 
 #include "Ixla.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "core/PCore.h"
 #include "plugins/ITestService.h"
 #include "support/CoreRun.h"

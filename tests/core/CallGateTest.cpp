@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "core/PCallGate.h"
 
 #include "support/PortFaults.h"

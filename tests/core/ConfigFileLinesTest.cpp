@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "IConfigManager.h"
 #include "ILogger.h"
 #include "PBaseptr.h"

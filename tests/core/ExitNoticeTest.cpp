@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "core/PExitNotice.h"
 
 #include "core/PCore.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "IConfigManager.h"
 #include "core/PCore.h"
 #include "support/TempDir.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "IConfigManager.h"
 #include "IEventDispatcher.h"
 #include "PBaseptr.h"

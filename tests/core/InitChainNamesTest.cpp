@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "core/PCorePlugin.h"
 #include "core/PInitChain.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Ixla.h"
 #include "core/LogOrder.h"
 #include "plugins/ITestService.h"

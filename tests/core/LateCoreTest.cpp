@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A core that a forked child loads into a process that had the porting layer only.
 #include "IConfigManager.h"
 #include "Ixla.h"

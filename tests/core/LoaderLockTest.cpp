@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Ixla.h"
 #include "plugins/ITestService.h"
 #include "support/CoreRun.h"

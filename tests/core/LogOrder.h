@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // LogOrder: checks in which order lines stand in a log file.
 #ifndef IXLAL_TESTS_LOGORDER_H
 #define IXLAL_TESTS_LOGORDER_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "core/PStartArguments.h"
 
 #include "Ixla.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "IConfig.h"
 #include "IConfigManager.h"
 #include "IEventDispatcher.h"

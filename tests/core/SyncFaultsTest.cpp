@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "IEventDispatcher.h"
 #include "Ixla.h"
 #include "plugins/ITestService.h"

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Checks that a document explains every result code of the header: check_codes.sh HEADER DOCUMENT
 set -eu
 

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Whether the commands in the tables of a document are there: check_commands.sh DOCUMENT ROOT BUILD
 # Each "ctest ... -R PATTERN" must select a test of the build, each script must exist.
 set -eu

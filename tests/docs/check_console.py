@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Runs the commands that a document shows and compares what they print:
 check_console.py DOCUMENT PROGRAMS
 

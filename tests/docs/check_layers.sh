@@ -1,4 +1,5 @@
 #!/bin/sh
+# SPDX-License-Identifier: MIT
 # Shows that includes go the way that docs/architecture.md tells.
 # Usage: check_layers.sh ROOT
 set -eu

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Checks that the links of documents lead somewhere: check_links.py DOCUMENT...
 
 A link may name a file beside the document, a heading (#heading) in it or in the document itself, or

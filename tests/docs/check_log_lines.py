@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Checks the log lines that a document quotes against the sources: check_log_lines.py DOCUMENT ROOT
 
 Each quoted line must be one that the sources can write, and each error line of the sources must be

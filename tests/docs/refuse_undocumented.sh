@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Shows that doxygen, as it is set up, refuses a class without a comment: refuse_undocumented.sh ROOT
 set -eu
 

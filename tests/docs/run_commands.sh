@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Runs the commands that a document shows as "```sh", as they stand: run_commands.sh DOCUMENT ROOT
 set -eu
 

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # As run_commands.sh, for commands that change files of the tree: they change a copy of them, which
 # must come out as it went in, because the commands record what the tree says already.
 # Usage: run_in_copy.sh DOCUMENT ROOT

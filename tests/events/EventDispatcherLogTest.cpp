@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "events/LoggedDispatcher.h"
 
 #include "support/Texts.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // LoggedDispatcher: a dispatcher of its own that writes to the plugins' log of a real core.
 #ifndef IXLAL_TESTS_LOGGEDDISPATCHER_H
 #define IXLAL_TESTS_LOGGEDDISPATCHER_H

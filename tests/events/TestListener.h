@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // TestListener: an event listener that writes down what happens to it.
 #ifndef IXLAL_TESTS_TESTLISTENER_H
 #define IXLAL_TESTS_TESTLISTENER_H

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # The daemon runs until a signal comes: daemon.sh DAEMON PLUGIN_DIR SIGNAL
 set -eu
 

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Every library given exports the factory alone and can be unloaded: exports.sh LIBRARY...
 set -eu
 

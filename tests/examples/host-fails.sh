@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # What the host does when it is used wrongly: host-fails.sh HOST CODE TEXT ARGUMENTS...
 # It must end with CODE and print TEXT.
 set -eu

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # The minimal host uses the minimal plugin: minimal.sh HOST PLUGIN_DIR
 # With --build LIBRARY_DIR [FLAGS...] both are built by the plain compiler first.
 set -eu

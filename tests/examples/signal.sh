@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # A signal stops the example host in good order: signal.sh EXAMPLES_BUILD_DIR SIGNAL
 set -eu
 

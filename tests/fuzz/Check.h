@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Check: ends the process when something doesn't hold, which is how a fuzzer learns of it.
 #ifndef IXLAL_TESTS_FUZZ_CHECK_H
 #define IXLAL_TESTS_FUZZ_CHECK_H

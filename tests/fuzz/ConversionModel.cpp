@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "fuzz/ConversionModel.h"
 
 #include "fuzz/LineModel.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // ConversionModel: texts as numbers, truth values and bytes, told once more in the plainest way.
 #ifndef IXLAL_TESTS_FUZZ_CONVERSIONMODEL_H
 #define IXLAL_TESTS_FUZZ_CONVERSIONMODEL_H

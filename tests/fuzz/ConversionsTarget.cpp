@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Numbers, truth values and bytes: a value's text gives the value again, and any other text gives
 // what the model says or the same code.
 #include "fuzz/Check.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "fuzz/LineModel.h"
 
 #include "fuzz/Texts.h"

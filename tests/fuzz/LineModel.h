@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // LineModel: the text format of configurations, told once more in the plainest way.
 #ifndef IXLAL_TESTS_FUZZ_LINEMODEL_H
 #define IXLAL_TESTS_FUZZ_LINEMODEL_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Logs: a program's formats with odd arguments. Each line of an input is one call (see Script);
 // what the files then hold is compared line by line with what the calls should have written.
 #include "fuzz/Check.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "fuzz/MemoryDir.h"
 
 #include "fuzz/Check.h"

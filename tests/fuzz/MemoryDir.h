@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // MemoryDir: a directory in memory for the files of one target.
 #ifndef IXLAL_TESTS_FUZZ_MEMORYDIR_H
 #define IXLAL_TESTS_FUZZ_MEMORYDIR_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The parser of files and arguments: what configurations and the core make of an input that is a
 // file of lines, and at the same time one argument a line, against the model of the format.
 #include "Ixla.h"

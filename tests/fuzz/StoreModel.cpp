@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "fuzz/StoreModel.h"
 
 #include "fuzz/ConversionModel.h"

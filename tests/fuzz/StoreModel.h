@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // StoreModel: what a store holds and what readers see of it, in memory.
 #ifndef IXLAL_TESTS_FUZZ_STOREMODEL_H
 #define IXLAL_TESTS_FUZZ_STOREMODEL_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The store: a script of operations against a model in memory. Each line of an input is one
 // operation, a letter and fields behind "/" (see Script).
 #include "IConfig.h"

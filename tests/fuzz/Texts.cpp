@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "fuzz/Texts.h"
 
 #include "portinglayer/PUtf8.h"

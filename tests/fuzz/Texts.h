@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Texts: what the targets make of the bytes that a fuzzer hands them.
 #ifndef IXLAL_TESTS_FUZZ_TEXTS_H
 #define IXLAL_TESTS_FUZZ_TEXTS_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Splitting: getNextToken, getKeyValue and the searches under them against plain models. The first
 // character of an input is the separator, the rest is the text.
 #include "fuzz/Check.h"

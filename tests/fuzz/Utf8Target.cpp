@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // UTF-8: whatever bytes are read are written again, whatever text is written is read again.
 #include "fuzz/Check.h"
 #include "fuzz/LineModel.h"

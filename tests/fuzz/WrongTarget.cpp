@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A target that is wrong on purpose: a round trip that loses the last of three bytes. The fuzzer
 // must find it, and the replay of what it found must fail.
 #include "fuzz/Check.h"

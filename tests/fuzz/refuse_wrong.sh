@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Shows that a replay fails when its target does: refuse_wrong.sh REPLAY CORPUS
 set -eu
 

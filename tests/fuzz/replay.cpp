@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Runs a target once with every file of the directories that are named: replay DIRECTORY...
 #include "fuzz/Texts.h"
 

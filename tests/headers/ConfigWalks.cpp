@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "IConfig.h"
 #include "IConfigChanged.h"
 #include "IConfigManager.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "IBase.h"
 #include "PBaseptr.h"
 #include "PPtr.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "PBaseptr.h"
 #include "IBase.h"
 #include "portinglayer/PCounterSync.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "PPtr.h"
 #include "portinglayer/PString.h"
 

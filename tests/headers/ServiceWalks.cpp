@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "IEventDispatcher.h"
 #include "ILogger.h"
 #include "IPlugin.h"

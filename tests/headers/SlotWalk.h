@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // SlotWalk: calls every slot of an interface by its number and sees which operation it reaches.
 #ifndef IXLAL_TESTS_SLOTWALK_H
 #define IXLAL_TESTS_SLOTWALK_H

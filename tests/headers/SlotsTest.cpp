@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "headers/SlotWalk.h"
 
 #include <gmock/gmock.h>

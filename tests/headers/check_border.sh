@@ -1,4 +1,5 @@
 #!/bin/sh
+# SPDX-License-Identifier: MIT
 # Shows that docs/compatibility.md names all operations that pass a type of the standard library,
 # and that they pass nothing but vectors of texts.
 # Usage: check_border.sh ROOT

@@ -1,4 +1,5 @@
 #!/bin/sh
+# SPDX-License-Identifier: MIT
 # Compiles headers one by one, each alone and as its user would include it.
 # Usage: compile_headers.sh COMPILER STANDARD BITS ROOT HEADER...
 # Headers are paths below ROOT. Fails when one of them does not compile without a warning.

@@ -1,4 +1,5 @@
 #!/bin/sh
+# SPDX-License-Identifier: MIT
 # Shows that compile_headers.sh notices broken headers: copies of real ones that lack an include,
 # use a later language or give a warning.
 # Usage: refuse_broken_header.sh COMPILER STANDARD BITS ROOT

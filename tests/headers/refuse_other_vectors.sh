@@ -1,4 +1,5 @@
 #!/bin/sh
+# SPDX-License-Identifier: MIT
 # Shows that headers which pass std::vector refuse any other than that of the libraries.
 # Usage: refuse_other_vectors.sh COMPILER BITS ROOT
 set -eu

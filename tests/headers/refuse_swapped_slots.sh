@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Shows that the walk through the slots sees operations that stand in each other's place: compiles
 # it with copies of the headers in which every interface has two of them swapped.
 # Usage: refuse_swapped_slots.sh BITS ROOT PORTING_LAYER WALK_SOURCE...

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Walks the slots of all interfaces of whatever headers it is compiled with, and says which ones
 // reach another operation than they should.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "hostile/HostileTest.h"
 #include "plugins/ITestService.h"
 

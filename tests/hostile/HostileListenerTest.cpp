@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "IEventDispatcher.h"
 #include "PBaseptr.h"
 #include "hostile/HostileTest.h"

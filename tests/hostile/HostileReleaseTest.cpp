@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "IEventDispatcher.h"
 #include "hostile/HostileTest.h"
 #include "plugins/ITestService.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "hostile/HostileTest.h"
 
 #include "core/LogOrder.h"

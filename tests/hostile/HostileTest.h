@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // HostileTest: a core with plugins that mean no good, and what it must keep up all the same.
 #ifndef IXLAL_TESTS_HOSTILETEST_H
 #define IXLAL_TESTS_HOSTILETEST_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A plugin that would export more than its factory, if it were let.
 
 #include "Ixla.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A plugin that wants a function which nobody supplies.
 
 #include "Ixla.h"

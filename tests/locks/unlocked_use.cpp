@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Uses what a lock guards without holding it: the check of the lock annotations must refuse this.
 
 #include "portinglayer/PLockGuard.h"

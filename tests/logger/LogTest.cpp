@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "logger/LogTest.h"
 
 #include <filesystem>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // LogTest: a logger over a file of its own.
 #ifndef IXLAL_TESTS_LOGTEST_H
 #define IXLAL_TESTS_LOGTEST_H

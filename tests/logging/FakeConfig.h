@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // FakeConfig: stands in for the core and its configuration manager.
 #ifndef IXLAL_TESTS_FAKECONFIG_H
 #define IXLAL_TESTS_FAKECONFIG_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "logging/LoggingTest.h"
 #include "support/AllocationFaults.h"
 #include "support/PortFaults.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Ixla.h"
 #include "logging/LoggingTest.h"
 #include "logging/PLoggerImpl.h"

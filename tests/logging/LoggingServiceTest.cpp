@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "ILogger.h"
 #include "support/CoreRun.h"
 #include "support/Texts.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // LoggingTest: the logging service on its own, over a configuration of the test.
 #ifndef IXLAL_TESTS_LOGGINGTEST_H
 #define IXLAL_TESTS_LOGGINGTEST_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Sweeps over the exported functions, with a real plugin library that uses all services.
 
 #include "Ixla.h"

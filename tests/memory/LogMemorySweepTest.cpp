@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Sweeps over the operations of the logging library.
 
 #include "logger/LogTest.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Sweeps over the operations of the configuration manager.
 
 #include "Ixla.h"

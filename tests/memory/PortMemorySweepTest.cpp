@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Sweeps over the operations of the porting layer, and over the smart pointers.
 
 #include "IBase.h"

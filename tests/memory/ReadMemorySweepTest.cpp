@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Sweeps over the operations of configurations and of change events.
 
 #include "config/ConfigTest.h"

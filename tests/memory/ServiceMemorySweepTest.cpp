@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Sweeps over the operations of loggers and of the built-in plugins, in a core that runs.
 
 #include "ILogger.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Texts for the sweeps over configurations.
 #ifndef IXLAL_TESTS_SWEEPTEXTS_H
 #define IXLAL_TESTS_SWEEPTEXTS_H

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Checks that every exported function, every operation of every public interface and class and
 # every built-in plugin is swept by some test.
 # Usage: check_sweeps.sh REPOSITORY [HEADER_WITH_AN_INTERFACE...]

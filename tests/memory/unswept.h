@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // An interface with an operation that no test sweeps, which check_sweeps.sh must report.
 #ifndef IXLAL_UNSWEPT_H
 #define IXLAL_UNSWEPT_H

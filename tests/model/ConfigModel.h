@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // ConfigModel: what the configuration manager is to do, in plain maps.
 #ifndef IXLAL_TESTS_CONFIGMODEL_H
 #define IXLAL_TESTS_CONFIGMODEL_H

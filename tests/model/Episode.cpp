@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "model/Episode.h"
 
 #include "model/CoreSystem.h"

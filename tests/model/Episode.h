@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Episode: one sequence of steps, taken by the system and its model, and made short when it fails.
 #ifndef IXLAL_TESTS_EPISODE_H
 #define IXLAL_TESTS_EPISODE_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Fault: one rule that the model gets wrong on purpose.
 #ifndef IXLAL_TESTS_FAULT_H
 #define IXLAL_TESTS_FAULT_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "model/LoggerModel.h"
 
 LoggerModel::LoggerModel(int iLevel, bool iEnabled, Fault iFault)

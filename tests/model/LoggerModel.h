@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // LoggerModel: what the logging service is to do: named loggers, their cache, levels and lines.
 #ifndef IXLAL_TESTS_LOGGERMODEL_H
 #define IXLAL_TESTS_LOGGERMODEL_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "model/Model.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Model: what the three services are to do, independent of how they do it.
 #ifndef IXLAL_TESTS_MODEL_H
 #define IXLAL_TESTS_MODEL_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "model/ModelListener.h"
 
 #include <utility>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // ModelListener: a listener that tells its owner of every event.
 #ifndef IXLAL_TESTS_MODELLISTENER_H
 #define IXLAL_TESTS_MODELLISTENER_H

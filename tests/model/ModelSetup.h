@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // ModelSetup: what system and model begin an episode with.
 #ifndef IXLAL_TESTS_MODELSETUP_H
 #define IXLAL_TESTS_MODELSETUP_H

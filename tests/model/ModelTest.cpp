@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "model/Episode.h"
 
 #include <gtest/gtest.h>

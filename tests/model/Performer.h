@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Performer: takes steps and tells what came of them.
 #ifndef IXLAL_TESTS_PERFORMER_H
 #define IXLAL_TESTS_PERFORMER_H

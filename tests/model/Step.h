@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Step: one operation of a random sequence.
 #ifndef IXLAL_TESTS_STEP_H
 #define IXLAL_TESTS_STEP_H

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Checks that every fault of some lists can still be planted: check_faults.sh TREE LIST...
 set -eu
 

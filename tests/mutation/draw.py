@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Draws small faults by rule.
 
 draw.py TREE SEED COUNT prints drawn faults as lines of JSON: operator, file, line, old, new.

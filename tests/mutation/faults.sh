@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # shellcheck shell=bash disable=SC2034
 # Reads lists of faults and plants them in a tree; for scripts to source.
 #

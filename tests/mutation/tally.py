@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Counts what became of drawn faults: tally.py TREE RESULTS...
 
 With --left ahead, prints the faults that are left to be caught, as draw.py does.

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Tries drawn faults; scripts/mutation.sh starts it.
 
 trial.py TREE BUILD RESULTS FAULTS [--jobs N] [--quick] [--retry]

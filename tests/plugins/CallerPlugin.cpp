@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A plugin whose threads call every function of the core, from its init until the test ends the
 // work, and report what they should not have seen. When the plugin is destroyed it waits for them,
 // unless the step "caller.destroying" says otherwise.

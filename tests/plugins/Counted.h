@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Counted: the reference count of a test plugin's objects.
 #ifndef IXLAL_TESTS_COUNTED_H
 #define IXLAL_TESTS_COUNTED_H

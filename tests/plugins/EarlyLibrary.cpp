@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A library that calls the core while the loader maps it, and again while the loader unmaps it.
 
 #include "Ixla.h"

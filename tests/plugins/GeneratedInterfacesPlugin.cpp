@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A plugin with TEST_PLUGIN_COUNT interface IDs of TEST_PLUGIN_LENGTH characters each. Every ID
 // begins with "test.", goes on with dots and ends in its number; the plugin itself stands behind
 // all of them.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // ITestService: what the test plugins offer behind each of their IDs.
 #ifndef IXLAL_TESTS_ITESTSERVICE_H
 #define IXLAL_TESTS_ITESTSERVICE_H

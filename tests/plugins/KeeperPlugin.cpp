@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A plugin that takes hold of every service and gives nothing back before its library goes. An
 // event makes its service use all of them; the result is the number of surprises.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A shared library that is not a plugin: it has a function of the factory's name, but of another
 // signature.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A plugin that offers no interface. TEST_PLUGIN_ARRAY and TEST_PLUGIN_COUNT say what
 // getInterfaces hands out instead.
 

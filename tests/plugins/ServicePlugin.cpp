@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A plugin that uses all three services, and needs memory in every one of its operations.
 
 #include "IConfigManager.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A plugin whose steps the test binary watches and decides. TEST_PLUGIN_NAME is its name in the
 // reported steps, TEST_PLUGIN_IDS the list of its interface IDs. TEST_PLUGIN_REFERENCES is the
 // count that the plugin is born with, TEST_PLUGIN_INSTANCE what it hands out. The answer to a step

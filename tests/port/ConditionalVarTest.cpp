@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "portinglayer/PConditionalVar.h"
 #include "portinglayer/PMutex.h"
 #include "portinglayer/PTime.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "portinglayer/PCounter.h"
 #include "portinglayer/PCounterSync.h"
 

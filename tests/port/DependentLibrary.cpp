@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A library that LibraryTest loads; it is linked against TestLibrary.
 extern "C" __attribute__((visibility("default"))) int testDependent();
 extern "C" __attribute__((visibility("default"), alias("testDependent"))) int testAlias();

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "portinglayer/PFile.h"
 #include "support/TempDir.h"
 #include "support/Texts.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Gate: lets threads of a test wait for one another, within a bound.
 #ifndef IXLAL_TESTS_GATE_H
 #define IXLAL_TESTS_GATE_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "portinglayer/PLibrary.h"
 #include "support/Deadline.h"
 #include "support/OpenWatch.h"

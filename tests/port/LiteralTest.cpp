@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "portinglayer/PLiteral.h"
 #include "portinglayer/PString.h"
 #include "support/Texts.h"

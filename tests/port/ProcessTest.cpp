@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "portinglayer/PProcess.h"
 #include "support/AllocationFaults.h"
 

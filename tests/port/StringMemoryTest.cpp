@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "portinglayer/PString.h"
 #include "portinglayer/PUtils.h"
 #include "support/AllocationFaults.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A library that LibraryTest loads.
 extern "C" __attribute__((visibility("default"))) int testAnswer();
 extern "C" __attribute__((visibility("default"))) int testShared();

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "port/Gate.h"
 #include "portinglayer/PMonotonic.h"
 #include "portinglayer/PThread.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "portinglayer/PUtils.h"
 #include "support/Texts.h"
 

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Checks that a library exports what a list names and nothing else: check_exports.sh LIBRARY LIST
 set -u
 

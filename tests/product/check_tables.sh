@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Checks how many slots the tables of virtual operations of a library's classes have:
 # check_tables.sh LIBRARY WORD_SIZE CLASS=SLOTS...
 # The library needs its symbols; a table is two words longer than its slots.

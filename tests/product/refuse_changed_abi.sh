@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Shows that check-abi.sh sees changes: it must refuse copies of the headers and of the libraries
 # that differ from the record in one thing each, and name that thing.
 # Usage: refuse_changed_abi.sh ROOT LIBRARIES OBJECTS

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Two threads count in one variable that nothing guards.
 #include <thread>
 

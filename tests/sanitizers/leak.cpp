@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Forgets what it allocated.
 #include <memory>
 

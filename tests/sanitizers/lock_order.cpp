@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Takes two locks in one order and then in the other.
 #include <mutex>
 #include <thread>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Reads behind the end of an array, at a place that only the run decides.
 int main(int iCount, char**)
 {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Adds beyond the greatest number.
 #include <limits>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Reads an object that is gone.
 #include <memory>
 

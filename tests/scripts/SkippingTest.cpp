@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What a test prints that cannot run where it is.
 
 #include <gtest/gtest.h>

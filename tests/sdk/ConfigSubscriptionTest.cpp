@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "helpers/PConfigSubscription.h"
 
 #include "helpers/Text.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "testkit/PEventRecorder.h"
 
 #include "helpers/PCounted.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "greeter/IGreeter.h"
 
 #include "IConfigManager.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A plugin made of the helpers alone, with two services that report their steps.
 
 #include "helpers/PPlugin.h"

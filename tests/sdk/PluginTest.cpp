@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What PPlugin does between the core and the services of a plugin.
 
 #include "support/CoreRun.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "helpers/Reported.h"
 
 #include "support/CoreRun.h"

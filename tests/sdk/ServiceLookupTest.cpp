@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "helpers/ServiceLookup.h"
 
 #include "IConfigManager.h"

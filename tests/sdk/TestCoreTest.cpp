@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "testkit/PTestCore.h"
 
 #include "IConfigManager.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "testkit/PTestLog.h"
 
 #include "sdk/Thrown.h"

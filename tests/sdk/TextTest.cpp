@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "helpers/Text.h"
 
 #include <gtest/gtest.h>

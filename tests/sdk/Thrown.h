@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // textThrown: what the test kit says when something does not happen.
 #ifndef IXLAL_TESTS_THROWN_H
 #define IXLAL_TESTS_THROWN_H

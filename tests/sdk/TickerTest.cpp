@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The example with a thread, as its users see it.
 
 #include "ticker/ITicker.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "soak/EventWorker.h"
 
 #include "plugins/ITestService.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // EventWorker: subscribes, sends and unsubscribes.
 #ifndef IXLAL_TESTS_EVENTWORKER_H
 #define IXLAL_TESTS_EVENTWORKER_H

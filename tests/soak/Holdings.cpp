@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "soak/Holdings.h"
 
 #include <malloc.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Holdings: what a process holds that could leak.
 #ifndef IXLAL_TESTS_HOLDINGS_H
 #define IXLAL_TESTS_HOLDINGS_H

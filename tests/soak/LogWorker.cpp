@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "soak/LogWorker.h"
 
 #include "support/CoreRun.h"

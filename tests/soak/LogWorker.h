@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // LogWorker: opens, writes and closes logs, which rotate all the time.
 #ifndef IXLAL_TESTS_LOGWORKER_H
 #define IXLAL_TESTS_LOGWORKER_H

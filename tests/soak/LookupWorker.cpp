@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "soak/LookupWorker.h"
 
 #include "Ixla.h"

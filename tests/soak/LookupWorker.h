@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // LookupWorker: asks for interfaces, and unloads plugins while others ask.
 #ifndef IXLAL_TESTS_LOOKUPWORKER_H
 #define IXLAL_TESTS_LOOKUPWORKER_H

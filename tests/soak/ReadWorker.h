@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // ReadWorker: loads configurations by ID, file and arguments and reads them.
 #ifndef IXLAL_TESTS_READWORKER_H
 #define IXLAL_TESTS_READWORKER_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "soak/SetWorker.h"
 
 #include "IConfigChanged.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // SetWorker: sets and removes run-time values and listens to their changes.
 #ifndef IXLAL_TESTS_SETWORKER_H
 #define IXLAL_TESTS_SETWORKER_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "soak/Soak.h"
 
 #include "Ixla.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Soak: the core started, used by many threads and stopped, again and again.
 #ifndef IXLAL_TESTS_SOAK_H
 #define IXLAL_TESTS_SOAK_H

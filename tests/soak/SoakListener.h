@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // SoakListener: an event listener that counts.
 #ifndef IXLAL_TESTS_SOAKLISTENER_H
 #define IXLAL_TESTS_SOAKLISTENER_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // SoakOptions: what the soak is asked to do.
 #ifndef IXLAL_TESTS_SOAKOPTIONS_H
 #define IXLAL_TESTS_SOAKOPTIONS_H

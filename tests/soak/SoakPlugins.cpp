@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "soak/SoakPlugins.h"
 
 #include "portinglayer/PExport.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // SoakPlugins: the plugins of the soak and the steps that they report.
 #ifndef IXLAL_TESTS_SOAKPLUGINS_H
 #define IXLAL_TESTS_SOAKPLUGINS_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "soak/StoreWorker.h"
 
 #include "Ixla.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // StoreWorker: stores and removes values, over all restarts of the core.
 #ifndef IXLAL_TESTS_STOREWORKER_H
 #define IXLAL_TESTS_STOREWORKER_H

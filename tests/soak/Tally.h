@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Tally: what the soak did and what went wrong.
 #ifndef IXLAL_TESTS_TALLY_H
 #define IXLAL_TESTS_TALLY_H

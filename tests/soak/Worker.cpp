@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "soak/Worker.h"
 
 #include "Ixla.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Worker: one thread's share of the soak.
 #ifndef IXLAL_TESTS_WORKER_H
 #define IXLAL_TESTS_WORKER_H

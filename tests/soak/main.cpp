@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Runs the soak: ixlal-soak [--seconds N] [--leak memory|handle|error]
 
 #include "soak/Soak.h"

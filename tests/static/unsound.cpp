@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What scripts/check-static.sh must complain about, once for every way of looking.
 #include "unsound.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // unsound: a header that scripts/check-static.sh must complain about.
 #ifndef IXLAL_TESTS_UNSOUND_H
 #define IXLAL_TESTS_UNSOUND_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "support/AllocationFaults.h"
 
 #include <atomic>

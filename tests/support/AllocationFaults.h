@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // AllocationFaults: makes the allocations of the calling thread fail on demand.
 #ifndef IXLAL_TESTS_ALLOCATIONFAULTS_H
 #define IXLAL_TESTS_ALLOCATIONFAULTS_H

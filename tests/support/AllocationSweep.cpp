@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "support/AllocationSweep.h"
 
 #include "support/AllocationFaults.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // AllocationSweep: runs an operation with every one of its allocations failing in turn.
 #ifndef IXLAL_TESTS_ALLOCATIONSWEEP_H
 #define IXLAL_TESTS_ALLOCATIONSWEEP_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "support/CoreRun.h"
 
 #include "support/Texts.h"

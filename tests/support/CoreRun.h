@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // CoreRun: a core in a temporary directory, stopped when the test ends.
 #ifndef IXLAL_TESTS_CORERUN_H
 #define IXLAL_TESTS_CORERUN_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Deadline: ends a test that would otherwise block for ever.
 #ifndef IXLAL_TESTS_DEADLINE_H
 #define IXLAL_TESTS_DEADLINE_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "support/FileFaults.h"
 
 #include "portinglayer/PExport.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // FileFaults: makes calls on files fail on demand.
 #ifndef IXLAL_TESTS_FILEFAULTS_H
 #define IXLAL_TESTS_FILEFAULTS_H

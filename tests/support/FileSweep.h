@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // FileSweep: runs an operation again and again, each time with another call on files going wrong.
 #ifndef IXLAL_TESTS_FILESWEEP_H
 #define IXLAL_TESTS_FILESWEEP_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // OpenWatch: tells whether anybody has opened a file.
 #ifndef IXLAL_TESTS_OPENWATCH_H
 #define IXLAL_TESTS_OPENWATCH_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "support/PluginHooks.h"
 
 #include "portinglayer/PExport.h"

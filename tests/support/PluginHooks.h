@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PluginHooks: lets a test watch the test plugins and decide what they do.
 #ifndef IXLAL_TESTS_PLUGINHOOKS_H
 #define IXLAL_TESTS_PLUGINHOOKS_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "support/PortFaults.h"
 
 #include "portinglayer/PConditionalVar.h"

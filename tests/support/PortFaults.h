@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PortFaults: makes calls of the porting layer fail on demand.
 #ifndef IXLAL_TESTS_PORTFAULTS_H
 #define IXLAL_TESTS_PORTFAULTS_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "support/SingleSteps.h"
 
 #include <atomic>

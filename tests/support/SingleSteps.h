@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // SingleSteps: lets another thread act between two instructions of a call.
 #ifndef IXLAL_TESTS_SINGLESTEPS_H
 #define IXLAL_TESTS_SINGLESTEPS_H

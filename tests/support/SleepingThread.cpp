@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "support/SleepingThread.h"
 
 #include <chrono>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // SleepingThread: tells when a thread has begun to wait for another one.
 #ifndef IXLAL_TESTS_SLEEPINGTHREAD_H
 #define IXLAL_TESTS_SLEEPINGTHREAD_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Slots: reaches the virtual operations of an object by their numbers.
 #ifndef IXLAL_TESTS_SLOTS_H
 #define IXLAL_TESTS_SLOTS_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // TempDir: a directory that belongs to one test and goes with it.
 #ifndef IXLAL_TESTS_TEMPDIR_H
 #define IXLAL_TESTS_TEMPDIR_H

@@ -1,1 +1,2 @@
+// SPDX-License-Identifier: MIT
 // Has the headers of the tests precompiled; holds nothing itself.

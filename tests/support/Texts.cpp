@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "support/Texts.h"
 
 #include "portinglayer/PUtf8.h"

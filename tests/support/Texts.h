@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Texts: between the narrow texts of tests and the wide texts of the system.
 #ifndef IXLAL_TESTS_TEXTS_H
 #define IXLAL_TESTS_TEXTS_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // UnreadStream: a standard error stream that nobody reads unless told to.
 #ifndef IXLAL_TESTS_UNREADSTREAM_H
 #define IXLAL_TESTS_UNREADSTREAM_H

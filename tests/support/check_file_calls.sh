@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Checks that a test binary replaces every call on files that a library makes, so that a sweep
 # misses none: check_file_calls.sh BINARY LIBRARY...
 set -eu

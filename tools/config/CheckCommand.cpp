@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "config/CheckCommand.h"
 
 #include "config/PConfigCheck.h"

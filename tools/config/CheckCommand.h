@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The subcommand that looks for mistakes in configuration files.
 #ifndef IXLAL_TOOLS_CHECKCOMMAND_H
 #define IXLAL_TOOLS_CHECKCOMMAND_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "config/OtherCores.h"
 
 #include <algorithm>

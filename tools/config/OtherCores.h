@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Other processes that run a core.
 #ifndef IXLAL_TOOLS_OTHERCORES_H
 #define IXLAL_TOOLS_OTHERCORES_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "config/PConfigCheck.h"
 
 #include "portinglayer/PBlank.h"

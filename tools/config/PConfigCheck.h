@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PConfigCheck: what is wrong or doubtful in a configuration file.
 #ifndef IXLAL_TOOLS_PCONFIGCHECK_H
 #define IXLAL_TOOLS_PCONFIGCHECK_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "config/PConfigFile.h"
 
 #include "portinglayer/PBlank.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PConfigFile: a configuration file, line by line.
 #ifndef IXLAL_TOOLS_PCONFIGFILE_H
 #define IXLAL_TOOLS_PCONFIGFILE_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "config/PConfigPlaces.h"
 
 #include "Ixla.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PConfigPlaces: where the files of a configuration directory are.
 #ifndef IXLAL_TOOLS_PCONFIGPLACES_H
 #define IXLAL_TOOLS_PCONFIGPLACES_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PConfigView: what a core makes of a configuration directory.
 #ifndef IXLAL_TOOLS_PCONFIGVIEW_H
 #define IXLAL_TOOLS_PCONFIGVIEW_H

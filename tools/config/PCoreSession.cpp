@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "config/PCoreSession.h"
 
 #include "Ixla.h"

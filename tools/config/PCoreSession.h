@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PCoreSession: a core without plugins, for as long as the tool asks it.
 #ifndef IXLAL_TOOLS_PCORESESSION_H
 #define IXLAL_TOOLS_PCORESESSION_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "config/PExplanation.h"
 
 #include "Ixla.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PExplanation: where the value of a key comes from.
 #ifndef IXLAL_TOOLS_PEXPLANATION_H
 #define IXLAL_TOOLS_PEXPLANATION_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "config/PScratch.h"
 
 #include "config/PToolError.h"

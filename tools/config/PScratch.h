@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PScratch: the directories of a core that is only asked about configurations.
 #ifndef IXLAL_TOOLS_PSCRATCH_H
 #define IXLAL_TOOLS_PSCRATCH_H

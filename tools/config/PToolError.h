@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PToolError: why the tool cannot do what it was asked.
 #ifndef IXLAL_TOOLS_PTOOLERROR_H
 #define IXLAL_TOOLS_PTOOLERROR_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "config/ReadCommands.h"
 
 #include "Ixla.h"

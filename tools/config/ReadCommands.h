@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The subcommands that look at a configuration directory and leave it as it is.
 #ifndef IXLAL_TOOLS_READCOMMANDS_H
 #define IXLAL_TOOLS_READCOMMANDS_H

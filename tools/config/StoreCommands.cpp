@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "config/StoreCommands.h"
 
 #include "Ixla.h"

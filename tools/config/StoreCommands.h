@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The subcommands that change the store.
 #ifndef IXLAL_TOOLS_STORECOMMANDS_H
 #define IXLAL_TOOLS_STORECOMMANDS_H

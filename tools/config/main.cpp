@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // ixla-config: what is configured, why, and what is wrong with it.
 
 #include "config/CheckCommand.h"

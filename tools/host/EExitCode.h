@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // EExitCode: how ixla-host ends.
 #ifndef IXLAL_TOOLS_EEXITCODE_H
 #define IXLAL_TOOLS_EEXITCODE_H

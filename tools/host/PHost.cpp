@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "host/PHost.h"
 
 #include "Ixla.h"

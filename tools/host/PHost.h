@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PHost: one run of the core, from its start to its stop.
 #ifndef IXLAL_TOOLS_PHOST_H
 #define IXLAL_TOOLS_PHOST_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "host/PHostOptions.h"
 
 #include "helpers/Text.h"

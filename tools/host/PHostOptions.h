@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PHostOptions: what the command line of ixla-host asks for.
 #ifndef IXLAL_TOOLS_PHOSTOPTIONS_H
 #define IXLAL_TOOLS_PHOSTOPTIONS_H

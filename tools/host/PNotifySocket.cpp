@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "host/PNotifySocket.h"
 
 #include "shared/PFileDescriptor.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PNotifySocket: how a service manager hears what its service is doing.
 #ifndef IXLAL_TOOLS_PNOTIFYSOCKET_H
 #define IXLAL_TOOLS_PNOTIFYSOCKET_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "host/PReadyFile.h"
 
 #include "shared/PFileDescriptor.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PReadyFile: a file that is there while everything is ready, and holds the process number.
 #ifndef IXLAL_TOOLS_PREADYFILE_H
 #define IXLAL_TOOLS_PREADYFILE_H

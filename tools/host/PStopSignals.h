@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PStopSignals: the signals that stop the host, taken by a thread of their own.
 #ifndef IXLAL_TOOLS_PSTOPSIGNALS_H
 #define IXLAL_TOOLS_PSTOPSIGNALS_H

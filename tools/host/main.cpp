@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // ixla-host: runs the core with any set of plugins.
 
 #include "host/PHost.h"

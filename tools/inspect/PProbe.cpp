@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "inspect/PProbe.h"
 
 #include "Ixla.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PProbe: loads one plugin library as the core does, and writes down how far it got.
 #ifndef IXLAL_TOOLS_PPROBE_H
 #define IXLAL_TOOLS_PPROBE_H

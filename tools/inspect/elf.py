@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """What the dynamic loader reads of an ELF file.
 
 pyelftools reads the tables; where they are comes from the dynamic segment, because a library may

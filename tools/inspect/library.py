@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """What is found out about one library, and the judgement of it."""
 
 import os

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Where the dynamic loader finds what a library needs, and what is missing then."""
 
 import glob

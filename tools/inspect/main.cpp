@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // ixla-probe: loads one plugin library for ixla-inspect and writes what comes of it to a
 // descriptor, in a process that the library may end.
 

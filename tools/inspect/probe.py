@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Loads a library in a process of its own, which may die of it."""
 
 import json

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Shows libraries as a table for people, and as JSON for programs."""
 
 import json

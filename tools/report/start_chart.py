@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Draws a start as an SVG timeline."""
 
 from bisect import bisect_right

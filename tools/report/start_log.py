@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Reads the log of a core into the starts that it tells of."""
 
 import re

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Puts a start into a table, a page and JSON."""
 
 from html import escape

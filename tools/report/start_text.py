@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Times, amounts and texts as people read them."""
 
 import re

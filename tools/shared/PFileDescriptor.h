@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PFileDescriptor: a file descriptor that is closed at the latest when its owner goes.
 #ifndef IXLAL_TOOLS_PFILEDESCRIPTOR_H
 #define IXLAL_TOOLS_PFILEDESCRIPTOR_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PStandardOutput: the standard output of a tool; reports its failures.
 #ifndef IXLAL_TOOLS_PSTANDARDOUTPUT_H
 #define IXLAL_TOOLS_PSTANDARDOUTPUT_H

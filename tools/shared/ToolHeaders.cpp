@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Has the headers of the tools precompiled; does nothing itself.
 
 int main()

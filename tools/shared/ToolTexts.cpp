@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "shared/ToolTexts.h"
 
 #include "portinglayer/PUtf8.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // ToolTexts: texts of the core as the bytes of a terminal.
 #ifndef IXLAL_TOOLS_TOOLTEXTS_H
 #define IXLAL_TOOLS_TOOLTEXTS_H

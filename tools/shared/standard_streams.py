@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """The standard streams of a tool: reports what cannot be written, before the interpreter does."""
 
 import errno

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The checks of a plugin that a core runs.
 
 #include "helpers/ResultText.h"

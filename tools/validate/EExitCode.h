@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // EExitCode: how ixla-validate ends.
 #ifndef IXLAL_TOOLS_VALIDATE_EEXITCODE_H
 #define IXLAL_TOOLS_VALIDATE_EEXITCODE_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The checks that need no core.
 
 #include "helpers/Text.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "validate/PCheck.h"
 
 const std::vector<PCheck>& allChecks()

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PCheck: one point of the contract between the core and plugins.
 #ifndef IXLAL_TOOLS_PCHECK_H
 #define IXLAL_TOOLS_PCHECK_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "validate/PCheckProcess.h"
 
 #include "helpers/Text.h"

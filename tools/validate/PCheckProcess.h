@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PCheckProcess: runs a check in a process of its own, with a limit.
 #ifndef IXLAL_TOOLS_PCHECKPROCESS_H
 #define IXLAL_TOOLS_PCHECKPROCESS_H

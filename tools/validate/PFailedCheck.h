@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PFailedCheck: ends a check from within a helper of it.
 #ifndef IXLAL_TOOLS_PFAILEDCHECK_H
 #define IXLAL_TOOLS_PFAILEDCHECK_H

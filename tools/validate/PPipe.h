@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PPipe: both ends of a pipe.
 #ifndef IXLAL_TOOLS_PPIPE_H
 #define IXLAL_TOOLS_PPIPE_H

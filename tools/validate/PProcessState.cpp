@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "validate/PProcessState.h"
 
 #include <filesystem>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PProcessState: what a process holds, as the kernel shows it.
 #ifndef IXLAL_TOOLS_PPROCESSSTATE_H
 #define IXLAL_TOOLS_PPROCESSSTATE_H

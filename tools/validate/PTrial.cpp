@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "validate/PTrial.h"
 
 #include "helpers/Text.h"

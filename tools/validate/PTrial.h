@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PTrial: what a check works with, inside the process that was made for it.
 #ifndef IXLAL_TOOLS_PTRIAL_H
 #define IXLAL_TOOLS_PTRIAL_H

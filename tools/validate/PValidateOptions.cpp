@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "validate/PValidateOptions.h"
 
 #include "validate/EExitCode.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PValidateOptions: what the command line of ixla-validate asks for.
 #ifndef IXLAL_TOOLS_PVALIDATEOPTIONS_H
 #define IXLAL_TOOLS_PVALIDATEOPTIONS_H

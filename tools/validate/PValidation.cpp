@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "validate/PValidation.h"
 
 #include "helpers/Text.h"

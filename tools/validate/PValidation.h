@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PValidation: runs the checks and reports what they found.
 #ifndef IXLAL_TOOLS_PVALIDATION_H
 #define IXLAL_TOOLS_PVALIDATION_H

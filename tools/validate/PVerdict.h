@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PVerdict: what a check found.
 #ifndef IXLAL_TOOLS_PVERDICT_H
 #define IXLAL_TOOLS_PVERDICT_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The check of what a plugin leaves behind.
 
 #include "validate/PCheck.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // ixla-validate: runs the contract of plugins against a plugin library.
 
 #include "shared/PStandardOutput.h"

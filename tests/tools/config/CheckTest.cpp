@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // check: mistakes with their line and column.
 
 #include "ConfigTool.h"

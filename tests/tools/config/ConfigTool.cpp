@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "ConfigTool.h"
 
 #include <cstdlib>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // ConfigTool: runs ixla-config on a directory of its own.
 #ifndef IXLAL_TESTS_CONFIGTOOL_H
 #define IXLAL_TESTS_CONFIGTOOL_H

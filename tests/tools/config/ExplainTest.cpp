@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // explain: each line that names a key, and what becomes of it.
 
 #include "ConfigTool.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The tool's own reading of lines against the core's.
 
 #include "IConfigManager.h"

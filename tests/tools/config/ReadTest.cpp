@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // ids, keys and get, and the command line itself.
 
 #include "ConfigTool.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // store and remove.
 
 #include "ConfigTool.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A plugin that does what OBSTINATE in the environment says, whenever it is asked to initialise or
 // to go.
 

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Whether systemd understands the example of a unit: check_unit.sh UNIT HOST
 set -eu
 

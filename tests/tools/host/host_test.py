@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """The host, as an operator and a service manager use it: host_test.py HOST PLUGIN"""
 
 import functools

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A plugin that does what ODD in the environment says, and offers the IDs that ODD_IDS lists,
 // separated by commas.
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """What ixla-inspect sees in libraries good and bad: inspect_test.py TOOL BUILD SOURCES"""
 
 import json

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """What ixla-new-plugin writes and refuses: new_plugin_test.py PROGRAM
 That its projects build and test themselves is shown by scripts/check-install.sh."""
 
@@ -70,6 +71,12 @@ class NewPluginTest(unittest.TestCase):
         self.assertIn("  cmake --build 'my plugins/greeter/build'\n", done.stdout)
         for name in self.files():
             self.assertIn(f"  {name.removeprefix('my plugins/greeter/')}\n", done.stdout)
+
+    def test_imposes_no_license(self):
+        self.run_tool("greeter", "--id", ID)
+        for name in self.files():
+            text = (self.dir / name).read_text(encoding="utf-8")
+            self.assertNotRegex(text, r"(?i)spdx|license|copyright", name)
 
     def test_leaves_no_placeholder_behind(self):
         self.run_tool("greeter", "--id", ID)

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A plugin that takes its time. Copied as libNAME.so it offers "paced.NAME", and PACE_NAME in the
 // environment says what its init does: steps such as "sleep 100", "ask OTHER", "thread OTHER" (a
 // thread of its own asks, and is not waited for before the end), "grow 8" (megabytes) and "fail",

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Makes the log of a core, and starts real ones: for the tests of ixla-report."""
 
 import os

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """What a browser makes of the report's pages: render_test.py REPORT CIRCLE_LOG
 Exits with 77 when there is no chromium to ask."""
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """The report on a core's start: report_test.py REPORT HOST PLUGIN CIRCLE_LOG"""
 
 import json

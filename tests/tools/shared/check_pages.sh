@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Whether a tool's man page and completion know all that its help does:
 # check_pages.sh PROGRAM MAN COMPLETION [SUBCOMMAND...]
 set -eu

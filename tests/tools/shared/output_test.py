@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """What the tools do when their output cannot be written: output_test.py BIN PLUGIN LOG
 Of the caller's environment they see nothing. Python runs with its buffers and without."""
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A plugin with the flaw that FLAW in the environment names; without one it keeps the contract.
 
 #include "helpers/PPlugin.h"

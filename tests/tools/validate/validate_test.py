@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """What ixla-validate says about plugins with one flaw each, about files that are no plugins, and
 about its own command line: validate_test.py PROGRAM FLAWED EXAMPLES_DIR PLUGINS_DIR"""
 
