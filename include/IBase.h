@@ -11,10 +11,11 @@
 //
 // The slot order of every interface is part of the binary interface: operations are never
 // reordered or inserted. No interface declares a destructor; an object destroys itself when its
-// count returns to 0. No operation lets an exception out, and none may be given one by an
-// implementation of these interfaces. A thread may end in init, getInterfaces, getInstance and
-// handleEvent, by pthread_exit or because it is cancelled, and passes through the calls that led
-// there (see portinglayer/PThreadEnd.h); nowhere else.
+// count returns to 0.
+//
+// No operation throws, and no implementation of these interfaces may throw. A thread may end, by
+// pthread_exit or by cancellation, inside init, getInterfaces, getInstance and handleEvent, and
+// only there; its stack unwinds through the calls that led there (see portinglayer/PThreadEnd.h).
 
 /// A reference-counted object. It starts with a count of 0; the first PBaseptr takes the first
 /// reference, and the decRef that brings the count back to 0 destroys the object.
@@ -24,7 +25,7 @@ public:
     /// Adds a reference; returns the new count. [any thread]
     virtual int incRef() = 0;
 
-    /// Drops a reference; returns the new count. At 0 the object no longer exists. [any thread]
+    /// Drops a reference; returns the new count. At 0 the object is destroyed. [any thread]
     virtual int decRef() = 0;
 };
 

@@ -6,9 +6,9 @@
 #include "IBase.h"
 #include "portinglayer/PString.h"
 
-/// Tells what was set. Listeners get it as the first parameter of handleEvent on the topics that
+/// Describes one change. Listeners get it as the first parameter of handleEvent on the topics that
 /// were registered with IConfigManager::addListener, and convert the IBase pointer to
-/// IConfigChanged directly. A listener that keeps it beyond the call takes a reference.
+/// IConfigChanged directly. A listener that keeps the pointer beyond the call takes a reference.
 class IConfigChanged : public IBase
 {
 public:
@@ -19,7 +19,7 @@ public:
         eAttributeSet = 1 ///< an attribute of a run-time value was set
     };
 
-    /// What changed. [any thread]
+    /// Whether a value or an attribute was set. [any thread]
     virtual EConfigChnagedType getType() const = 0;
 
     /// The configuration ID of the change. Returns 0, or -501 for lack of memory. [any thread]

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// ILogger: one log file, and the way to further ones.
+// ILogger: one log file, which also opens others.
 #ifndef IXLAL_ILOGGER_H
 #define IXLAL_ILOGGER_H
 
@@ -10,24 +10,24 @@
 /// A log file. Interface ID kIxlaLoggerId gives the plugins' shared log; getLogger opens others
 /// by name.
 ///
-/// A line is written when its level is at most the logger's level; lines of error are written
-/// always. Formats are those of wide printf: "%ls" for wide text, "%s" for narrow text. Any thread
-/// may write at any time; lines never mix. Results are 0, or a negative code that says why a line
-/// was not written; a log that cannot be written never harms its caller.
+/// A line is written when its level is at most the logger's level; lines of error are always
+/// written. Formats are those of wide printf: "%ls" for wide text, "%s" for narrow text. Any thread
+/// may write at any time; lines never mix. Results are 0, or a negative code with the reason why a
+/// line was not written. A caller may ignore them.
 class ILogger : public IBase
 {
 public:
-    /// Opens, or finds, the log file iName in the plugins' log directory. While somebody keeps
-    /// the holder that was filled, or a copy of it, the same name gives the same logger.
-    /// Returns 0 (leaving oLogger as it was when plugin logging is disabled), -501 for lack of
-    /// memory, -2002 when the logging service has ended already, or the mutex's code.
+    /// Opens or finds the log file iName in the plugins' log directory. The same name gives the
+    /// same logger while oLogger or a copy of it still holds it.
+    /// Returns 0, -501 for lack of memory, -2002 when the logging service has already ended, or the
+    /// mutex's code. When plugin logging is disabled, returns 0 and leaves oLogger unchanged.
     /// [any thread]
     virtual int getLogger(const PLiteral& iName, PBaseptr<ILogger>& oLogger) = 0;
 
-    /// The highest level that is written from now on. [any thread]
+    /// Sets the highest level that is written. [any thread]
     virtual int setLevel(int iLevel) = 0;
 
-    /// Whether lines also go to the standard error stream. [any thread]
+    /// Sets whether lines are also written to the standard error stream. [any thread]
     virtual int setPrintOnConsole(bool iPrint) = 0;
 
     ///@{
@@ -41,8 +41,8 @@ public:
     /// [any thread]
     virtual int dumpHex(int iLevel, const void* iData, int iSize, unsigned int iWidth) = 0;
 
-    /// Shows a message to the person at the machine: there is no window on Linux, so the line is
-    /// written to the log and printed to the standard error stream. [any thread]
+    /// Writes the line to the log and prints its text to the standard error stream. There is no
+    /// message window on Linux. [any thread]
     virtual int showMsgBox(int iLevel, const wchar_t* iFormat, ...) = 0;
 };
 

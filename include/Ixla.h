@@ -8,8 +8,8 @@
 #include "portinglayer/PExport.h"
 #include "portinglayer/PString.h"
 
-/// Result codes. Every operation returns 0 or a negative code; codes of the operating system come
-/// through as the negated errno (-2 for a missing file, -28 for a full disk).
+/// Result codes. Every operation returns 0 or a negative code. An error of the operating system is
+/// returned as its negated errno (-2 for a missing file, -28 for a full disk).
 enum EIxlaResult : int
 {
     eIxlaOk = 0,
@@ -23,7 +23,7 @@ enum EIxlaResult : int
     eIxlaNoEventDispatcher = -1004,   ///< no event dispatcher at start
     eIxlaCoreConfigFailed = -1005,    ///< the core configuration could not be loaded or completed
     eIxlaNoPluginsDir = -1006,        ///< "core.plugins.dir" is missing or empty
-    eIxlaInterfaceRegistered = -1007, ///< another plugin offers the interface ID already
+    eIxlaInterfaceRegistered = -1007, ///< another plugin already offers the interface ID
     eIxlaNotAPlugin = -1008,          ///< the library has no factory
     eIxlaNullPlugin = -1009,          ///< the factory returned no plugin
     eIxlaMissingCoreKey = -1010,      ///< a required core key is missing
@@ -33,67 +33,72 @@ enum EIxlaResult : int
     eIxlaUnlockFailed = -1014,        ///< the core mutex could not be unlocked
     eIxlaCondVarFailed = -1015,       ///< waiting or signalling failed during stop
     eIxlaPluginNotFound = -1016,      ///< no such plugin to unload
-    eIxlaUnknownInterface = -2001,    ///< nobody offers the interface ID
-    eIxlaNoInstance = -2002,          ///< the service is not there yet, or no longer
+    eIxlaUnknownInterface = -2001,    ///< no plugin offers the interface ID
+    eIxlaNoInstance = -2002,          ///< the service does not exist yet, or has ended
     eIxlaInitFailed = -2003,          ///< the plugin failed to initialise
-    eIxlaInitLoop = -2004,            ///< the thread is initialising that plugin itself
+    eIxlaInitLoop = -2004,            ///< the calling thread is initialising that plugin
     eIxlaBadConfigLine = -3001,       ///< a line without "=" or with an empty key
     eIxlaNoValueForAttribute = -3002, ///< an attribute for a key that has no value
     eIxlaNoStoreFile = -3003,         ///< the manager's configuration names no store file
     eIxlaForbiddenCharacter = -3004,  ///< a name holds "=", ":" or "|"
     eIxlaNoListener = -5001,          ///< topic without listeners, or listener not subscribed
-    eIxlaListenerExists = -5002       ///< the listener is subscribed to the topic already
+    eIxlaListenerExists = -5002       ///< the listener is already subscribed to the topic
 };
 
-/// Interface IDs of the services that the core brings.
+///@{
+/// An interface ID of the core's own services.
 constexpr wchar_t kIxlaConfigManagerId[] = L"com.kelvora.ixla.config.manager";
 constexpr wchar_t kIxlaEventDispatcherId[] = L"com.kelvora.ixla.eventdispatcher";
 constexpr wchar_t kIxlaLoggerId[] = L"com.kelvora.ixla.logger";
+///@}
 
-/// Topics that the core sends, with a null first parameter and 0.
+///@{
+/// A topic that the core sends, with null and 0 as parameters.
 constexpr wchar_t kIxlaCoreStartTopic[] = L"event.core.start";
 constexpr wchar_t kIxlaCoreExitTopic[] = L"event.core.exit";
+///@}
 
 /// The configuration ID under which the core publishes the settings that all plugins share.
 constexpr wchar_t kIxlaGlobalConfigId[] = L"ixlap.global";
 
-/// Starts the core: iArgs points to iCount texts of the form key=value, read during the call
-/// only. Loads the plugins, initialises those of the autostart list and sends the start event, all
-/// on this thread.
+/// Starts the core: loads the plugins, initialises those of the autostart list and sends the start
+/// event, all on this thread. iArgs points to iCount texts of the form key=value, which are read
+/// during the call only.
 /// Returns 0; -1001 when a core exists or is being started or stopped; -502 for no arguments or a
-/// bad core argument; another code of the start, after which no core exists and a new start may be
-/// tried. [host thread]
+/// bad core argument; or another code of the start. After such a code no core exists, and the host
+/// may try again. [host thread]
 IXLA_EXPORT int ixlaStart(const PString* iArgs, unsigned int iCount);
 
-/// Stops the core: announces the exit to listeners, waits for them within
-/// "core.notify.exit.timeout" seconds, lets other threads leave plugin code, then releases
-/// services, plugins and libraries. Other threads are refused before anything is released, as
-/// without a core. A call that stays inside the core for seconds more keeps all of them for good.
-/// The core is gone afterwards whatever the result.
+/// Stops the core: sends the exit event, waits at most "core.notify.exit.timeout" seconds for its
+/// listeners, waits until other threads have left plugin code, and releases services, plugins and
+/// libraries. Before anything is released, calls of other threads begin to fail as they do without
+/// a core. If a call stays inside the core for some seconds more, services, plugins and libraries
+/// are never released. The core no longer exists afterwards, whatever the result.
 /// Returns 0, -1002 when there is no core or it is being started or stopped, or -1013 to -1015.
 /// [host thread]
 IXLA_EXPORT int ixlaStop();
 
-/// Hands out the service behind iInterfaceId, initialising its plugin first if nobody did.
-/// oInstance is borrowed: keep it by wrapping it in a PBaseptr.
+/// Returns the service behind iInterfaceId in oInstance, and initialises its plugin first if
+/// needed. The pointer is borrowed: a caller that keeps it wraps it in a PBaseptr.
 /// Returns 0; -1002 without a started core; -2001 for an unknown ID; -2003 when the plugin failed
-/// to initialise or is being initialised by this thread; or the plugin's own code. Locks the core
-/// briefly; waits while another thread initialises the plugin. [any thread]
+/// to initialise or is being initialised by this thread; or the plugin's own code. Takes the
+/// core's lock briefly; waits while another thread initialises the plugin. [any thread]
 IXLA_EXPORT int ixlaGetInstance(const PLiteral& iInterfaceId, IBase*& oInstance);
 
-/// Whether a plugin offers iInterfaceId; initialises nothing. False without a started core.
+/// Whether a plugin offers iInterfaceId. Initialises nothing. False without a started core.
 /// [any thread]
 IXLA_EXPORT bool ixlaIsInterfaceAvailable(const PLiteral& iInterfaceId);
 
 /// Removes a plugin with its interface IDs, destroys it and closes its library. No other thread may
-/// be looking up its interfaces, and nobody may still hold objects of it. While the core
-/// initialises the plugin for the autostart list, the rest waits until that init has returned, not
-/// this call. Returns 0; -1002 without a started core; -1016 for an unknown plugin; -1013 or -1014.
-/// Holds the core's lock while the plugin is destroyed, but not while the library is closed.
+/// look up its interfaces during the call, and all references to its objects must be released
+/// before. While the core initialises the plugin for the autostart list, this call only removes the
+/// plugin with its IDs; the plugin is destroyed after that init has returned. Returns 0; -1002
+/// without a started core; -1016 for an unknown plugin; -1013 or -1014. Holds the core's lock while
+/// the plugin is destroyed, but not while the library is closed.
 IXLA_EXPORT int ixlaUnloadPlugin(IPlugin* iPlugin);
 
-/// The factory that every plugin library defines and exports; the core defines none. Returns a new
-/// plugin with a count of 0.
+/// The factory that every plugin library defines and exports. Returns a new plugin with a count of
+/// 0. The core only declares it.
 IXLA_EXPORT IPlugin* ixlaGetPlugin();
 
 #endif

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// PBaseptr: the holder of reference-counted interfaces.
+// PBaseptr: the smart pointer to reference-counted interfaces.
 #ifndef IXLAL_PBASEPTR_H
 #define IXLAL_PBASEPTR_H
 
@@ -8,9 +8,9 @@
 /// Holds an object that counts its own references (see IBase). One holder group adds exactly one
 /// reference to the object, however many copies the group has.
 ///
-/// Wrapping a pointer shares the object: the group's reference comes on top of those that exist.
-/// A borrowed pointer, such as ixlaGetInstance hands out, is kept by wrapping it. Threads: see
-/// PPtr.
+/// Wrapping a pointer shares the object: the group adds its own reference to those that exist.
+/// Wrap a borrowed pointer, such as that of ixlaGetInstance, to keep it. PPtr says which threads
+/// may use a holder.
 template <class T>
 class PBaseptr : public PPtr<T>
 {
@@ -34,12 +34,12 @@ public:
         this->join(iOther);
     }
 
-    /// Takes over the share of iOther, which is empty afterwards.
+    /// Takes the share of ioOther, which is empty afterwards.
     PBaseptr(PBaseptr&& ioOther) noexcept : PPtr<T>(static_cast<PPtr<T>&&>(ioOther))
     {
     }
 
-    /// Leaves the holder group; the last one to leave drops the group's reference.
+    /// Leaves the holder group; the last holder drops the group's reference.
     ~PBaseptr() override
     {
         if (this->leave())
@@ -59,15 +59,15 @@ public:
     }
 
     /// Leaves the present group and starts a new one over iPtr. Assigning the pointer already
-    /// held does nothing, so it adds no reference either.
+    /// held does nothing and adds no reference.
     PBaseptr& operator=(T* iPtr)
     {
         this->replace(iPtr);
         return *this;
     }
 
-    /// Wraps a new object, whose count is 0, and takes it over in every case: when the holder
-    /// count cannot be allocated the object is destroyed before std::bad_alloc goes on.
+    /// Wraps a new object, whose count is 0, and always takes ownership: when the holder count
+    /// cannot be allocated, the object is destroyed and std::bad_alloc is thrown.
     static PBaseptr adopt(T* iPtr)
     {
         try

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// PGuarded: keeps exceptions inside an interface operation.
+// PGuarded: converts the exceptions of an interface operation to result codes.
 #ifndef IXLAL_PGUARDED_H
 #define IXLAL_PGUARDED_H
 
@@ -8,8 +8,9 @@
 
 #include <new>
 
-/// Runs iFunction, which returns a result code, and returns its result. Lack of memory becomes
-/// -501, any other exception iOtherwise. Only a thread that ends inside iFunction passes through.
+/// Runs iFunction, which returns a result code, and returns its result. std::bad_alloc becomes
+/// -501, any other exception iOtherwise. Only the unwinding of a thread that ends inside iFunction
+/// is passed on.
 template <class TFunction>
 IXLA_PASSES_THREAD_END int ixlaGuarded(const TFunction& iFunction, int iOtherwise = eIxlaNoMemory)
 {
@@ -31,8 +32,8 @@ IXLA_PASSES_THREAD_END int ixlaGuarded(const TFunction& iFunction, int iOtherwis
     }
 }
 
-/// Empties a holder. False when what it held threw an exception while it was released; the holder
-/// is empty all the same. Only a thread that ends meanwhile passes through.
+/// Clears a holder. False when the release threw an exception; the holder is empty then, too. Only
+/// the unwinding of a thread that ends during the release is passed on.
 template <class THolder>
 bool ixlaReleased(THolder& ioHolder)
 {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// PPtr: a holder of a plain heap object or array, shared by counting its copies.
+// PPtr: a smart pointer to a heap object or array, shared by counting its copies.
 #ifndef IXLAL_PPTR_H
 #define IXLAL_PPTR_H
 
@@ -12,12 +12,12 @@ enum EPtrType
     ePtrArray = 1   ///< an array made with new[], freed with delete[]
 };
 
-/// Holds a heap object or array. Copies made from one another form a holder group that shares one
-/// holder count; the last copy to go frees the object.
+/// Holds a heap object or array. A holder and its copies form a holder group with one holder count;
+/// the object is freed when the last of them is destroyed or cleared.
 ///
 /// Field order, field sizes and the slot order of the virtual members are part of the binary
-/// interface. The holder count is changed atomically: copies of one group may be made and dropped
-/// by several threads at once. One PPtr value itself must not be changed by two threads at once.
+/// interface. The holder count is atomic: several threads may make and destroy copies of one group
+/// at once. Two threads must not change one PPtr object at once.
 template <class T>
 class PPtr
 {
@@ -28,8 +28,8 @@ public:
     }
 
     /// Starts a new holder group over iPtr. A null iPtr gives an empty holder.
-    /// Throws std::bad_alloc when the holder count cannot be allocated; iPtr then stays the
-    /// caller's.
+    /// Throws std::bad_alloc when the holder count cannot be allocated; the caller then still owns
+    /// iPtr.
     explicit PPtr(T* iPtr, int iType = ePtrObject) : PPtr()
     {
         start(iPtr, iType);
@@ -41,13 +41,13 @@ public:
         join(iOther);
     }
 
-    /// Takes over the share of iOther, which is empty afterwards.
+    /// Takes the share of ioOther, which is empty afterwards.
     PPtr(PPtr&& ioOther) noexcept : PPtr()
     {
         take(ioOther);
     }
 
-    /// Leaves the holder group; the last one to leave frees the object.
+    /// Leaves the holder group; the last holder frees the object.
     virtual ~PPtr()
     {
         if (leave())
@@ -68,17 +68,17 @@ public:
         return *this;
     }
 
-    /// Leaves the present group and starts a new one over iPtr, keeping the way of freeing.
-    /// Assigning the pointer already held does nothing. Throws std::bad_alloc when the holder
-    /// count cannot be allocated; holder and iPtr are then as before.
+    /// Leaves the present group and starts a new one over iPtr of the same EPtrType. Assigning the
+    /// pointer already held does nothing. Throws std::bad_alloc when the holder count cannot be
+    /// allocated; nothing has changed then, and the caller still owns iPtr.
     PPtr& operator=(T* iPtr)
     {
         replace(iPtr);
         return *this;
     }
 
-    /// As the constructor from a pointer, but takes iPtr over in every case: when the holder
-    /// count cannot be allocated, iPtr is freed before std::bad_alloc goes on.
+    /// As the constructor from a pointer, but always takes ownership: when the holder count cannot
+    /// be allocated, iPtr is freed and std::bad_alloc is thrown.
     static PPtr adopt(T* iPtr, int iType = ePtrObject)
     {
         try
@@ -96,8 +96,8 @@ public:
         }
     }
 
-    /// Leaves the group and empties this holder. What freeing throws goes to the caller; the holder
-    /// is empty then, too.
+    /// Leaves the group and empties this holder. An exception of the freed object's destructor is
+    /// passed to the caller; the holder is empty then, too.
     void clear()
     {
         release();
@@ -106,48 +106,48 @@ public:
         fType = ePtrObject;
     }
 
-    /// The held pointer, still owned by the group; null when empty.
+    /// The held pointer, borrowed from the group; null when empty.
     T* get() const noexcept
     {
         return fPtr;
     }
 
-    /// As get(); not for an empty holder.
+    /// As get(). The holder must not be empty.
     T* operator->() const noexcept
     {
         return fPtr;
     }
 
-    /// The held object; not for an empty holder.
+    /// The held object. The holder must not be empty.
     T& operator*() const noexcept
     {
         return *fPtr;
     }
 
-    /// Whether it holds something.
+    /// Whether it holds an object.
     explicit operator bool() const noexcept
     {
         return fPtr != nullptr;
     }
 
-    /// The number of holders in the group; 0 when empty. A snapshot unless the caller can rule
-    /// out that another thread copies or drops a holder of the group.
+    /// The number of holders in the group; 0 when empty. It is a snapshot, unless the caller can
+    /// rule out that another thread copies or destroys a holder of the group.
     unsigned int holders() const noexcept
     {
         return fCounter ? __atomic_load_n(fCounter, __ATOMIC_ACQUIRE) : 0u;
     }
 
 protected:
-    /// Hook that runs when a new holder group starts.
+    /// Called when a new holder group starts.
     virtual void newCounter()
     {
     }
 
-    /// Hook that frees the held object when the last holder has gone.
+    /// Frees the held object. Called when the last holder leaves the group.
     virtual void freePtr()
     {
-        // The interfaces are polymorphic without a virtual destructor, so nothing can be destroyed
-        // through them: only the memory goes.
+        // A polymorphic class without a virtual destructor cannot be destroyed through its base:
+        // only the memory is freed.
         typedef typename std::conditional<std::is_polymorphic<T>::value &&
                                               !std::has_virtual_destructor<T>::value,
                                           MemoryOnly, Destroyed>::type Destruction;
@@ -157,7 +157,7 @@ protected:
         }
     }
 
-    /// Starts a group over iPtr, from nothing.
+    /// Starts a group over iPtr. This holder must be empty.
     void start(T* iPtr, int iType)
     {
         if (iPtr)
@@ -173,7 +173,7 @@ protected:
         }
     }
 
-    /// Joins the group of iOther, from nothing.
+    /// Joins the group of iOther. This holder must be empty.
     void join(const PPtr& iOther)
     {
         fPtr = iOther.fPtr;
@@ -191,8 +191,8 @@ protected:
         enter();
     }
 
-    /// Leaves the group for that of iOther. The share in the new one is taken before the old one is
-    /// given up: freeing the old object may destroy iOther.
+    /// Leaves the group and joins that of iOther. Joins first, because freeing the old object may
+    /// destroy iOther.
     void assign(const PPtr& iOther)
     {
         PPtr incoming(iOther.fPtr, iOther.fCounter, iOther.fType);
@@ -213,7 +213,7 @@ protected:
         }
     }
 
-    /// Leaves the group and starts one over iPtr, unless that is held already.
+    /// Leaves the group and starts one over iPtr, unless it already holds iPtr.
     void replace(T* iPtr)
     {
         if (iPtr == fPtr)
@@ -233,7 +233,7 @@ protected:
         }
     }
 
-    /// Takes over the share of ioOther, which is empty then.
+    /// Takes the share of ioOther, which is empty afterwards.
     void take(PPtr& ioOther) noexcept
     {
         fPtr = ioOther.fPtr;
@@ -244,13 +244,13 @@ protected:
         ioOther.fType = ePtrObject;
     }
 
-    /// Gives up this holder's share; true when it was the last one.
+    /// Removes this holder from the count; true when it was the last one.
     bool leave() noexcept
     {
         return fPtr && fCounter && __atomic_sub_fetch(fCounter, 1u, __ATOMIC_ACQ_REL) == 0;
     }
 
-    /// Gives up the share; the last one frees what was held.
+    /// Removes this holder from the count; the last holder frees the object.
     void release()
     {
         if (leave())
@@ -261,12 +261,12 @@ protected:
     }
 
     T* fPtr;                ///< null when empty
-    unsigned int* fCounter; ///< the holders of the group
-    int fType;              ///< object or array
+    unsigned int* fCounter; ///< the number of holders in the group
+    int fType;              ///< an EPtrType
 
 private:
-    /// Ends the count of a holder, which is empty then, when its scope is left: freeing what was
-    /// held may throw.
+    /// Deletes the count of a holder and empties the holder at the end of a scope, because freeing
+    /// the object may throw.
     struct Count
     {
         explicit Count(PPtr& ioHolder) noexcept : fHolder(ioHolder)
