@@ -1,10 +1,12 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Lets cppcheck and clang-tidy look at our sources: check-static.sh [cppcheck|tidy|tools|tests]
-# Without an argument: cppcheck on all of them, and clang-tidy on the product and the examples with
-# a limit on the paths that its analyzer follows through a function. tidy: without that limit, which
-# takes twice as long. tools, tests: clang-tidy on these, which takes long.
-# Any finding fails. What clang-tidy looks for is in .clang-tidy, here and in examples/ and tests/.
+# Checks our sources statically: check-static.sh [spelling|cppcheck|tidy|tools|tests]
+# Without an argument: codespell on the whole tree, cppcheck on all sources, and clang-tidy on the
+# product and the examples with a limit on the paths that its analyzer follows through a function.
+# tidy: without that limit, which takes twice as long. tools, tests: clang-tidy on these, which takes
+# long.
+# Any finding fails. What clang-tidy looks for is in .clang-tidy, here and in examples/ and tests/;
+# .codespellrc has the words that codespell accepts.
 # A finding that stands is excused where it stands, with the reason.
 set -eu
 
@@ -24,6 +26,16 @@ complains() {
             return 1
         fi
     done
+}
+
+# The misspelt word is put together here, so that this file passes.
+check_spelling() {
+    if printf 'rec%s\n' ieve | codespell - >/dev/null; then
+        echo "codespell accepts a misspelt word" >&2
+        return 1
+    fi
+    codespell
+    echo "codespell found nothing"
 }
 
 # run_cppcheck PLATFORM ARGUMENTS...
@@ -122,12 +134,16 @@ scripts/install-deps.sh test
 mkdir -p "$out"
 case ${1:-all} in
 all)
+    check_spelling
     check_cppcheck
     # A fifth of what is usual; nearly all functions have fewer.
     for argument in -Xclang -analyzer-config -Xclang max-nodes=50000; do
         path_limit+=("--extra-arg=$argument")
     done
     check_tidy "${product[@]}"
+    ;;
+spelling)
+    check_spelling
     ;;
 cppcheck)
     check_cppcheck
@@ -139,7 +155,7 @@ tools | tests)
     check_tidy "$1"
     ;;
 *)
-    echo "Usage: check-static.sh [cppcheck|tidy|tools|tests]" >&2
+    echo "Usage: check-static.sh [spelling|cppcheck|tidy|tools|tests]" >&2
     exit 2
     ;;
 esac
