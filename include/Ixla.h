@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Ixla: the functions of the core, the factory of plugins, interface IDs and result codes.
+/// @file
+/// Ixla: the functions of the core, the factory of plugins, interface IDs and result codes.
 #ifndef IXLAL_IXLA_H
 #define IXLAL_IXLA_H
 

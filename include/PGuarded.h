@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// PGuarded: converts the exceptions of an interface operation to result codes.
+/// @file
+/// PGuarded: converts the exceptions of an interface operation to result codes.
 #ifndef IXLAL_PGUARDED_H
 #define IXLAL_PGUARDED_H
 

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// PPtr: a smart pointer to a heap object or array, shared by counting its copies.
+/// @file
+/// PPtr: a smart pointer to a heap object or array, shared by counting its copies.
 #ifndef IXLAL_PPTR_H
 #define IXLAL_PPTR_H
 

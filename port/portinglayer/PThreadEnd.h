@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// PThreadEnd: what passes through a thread that ends inside of a call.
+/// @file
+/// PThreadEnd: what passes through a thread that ends inside of a call.
 #ifndef IXLAL_PTHREADEND_H
 #define IXLAL_PTHREADEND_H
 

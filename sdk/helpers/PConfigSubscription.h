@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// PConfigSubscription: hears of run-time values that are set, until it goes out of scope.
+// PConfigSubscription: a subscription to configuration changes that ends with its scope.
 #ifndef IXLAL_SDK_PCONFIGSUBSCRIPTION_H
 #define IXLAL_SDK_PCONFIGSUBSCRIPTION_H
 
@@ -24,13 +24,13 @@ public:
     {
     }
 
-    /// Takes over; ioOther is over then.
+    /// Takes the subscription of ioOther, which has none afterwards.
     PConfigSubscription(PConfigSubscription&& ioOther) noexcept
         : fRecord(std::move(ioOther.fRecord))
     {
     }
 
-    /// Ends the subscription that is here before it takes over the other.
+    /// Ends its own subscription, then takes that of ioOther.
     PConfigSubscription& operator=(PConfigSubscription&& ioOther) noexcept
     {
         if (this != &ioOther)
@@ -46,12 +46,12 @@ public:
 
     ~PConfigSubscription()
     {
-        // The callable is out of reach whatever the result; see PSubscription::end().
+        // The callable does not run again, whatever the result; see PSubscription::end().
         (void)end();
     }
 
-    /// Subscribes iFunction to changes of iID, after ending the subscription that is here. Returns
-    /// 0, or the code of what failed; there is no subscription then.
+    /// Ends its own subscription, then subscribes iFunction to changes of iID. Returns 0, or the
+    /// code of what failed; there is no subscription then.
     template <class TFunction>
     int subscribe(const PLiteral& iID, TFunction iFunction) noexcept
     {
@@ -66,8 +66,8 @@ public:
         return ixlaGuarded([&]() -> int { return begin(manager, iID, iFunction); });
     }
 
-    /// Ends the subscription. Returns 0, also when there was none, or the code of what failed; the
-    /// callable is out of reach all the same, and another call tries again.
+    /// Ends the subscription. Returns 0, also when there was none, or the code of what failed. The
+    /// callable does not run again in either case; after a failure another call tries again.
     int end() noexcept
     {
         if (!fRecord)
@@ -103,11 +103,11 @@ private:
 
         const PBaseptr<IConfigManager> manager;
         const PString id;
-        PString topic; ///< of this subscription alone
+        PString topic; ///< used by this subscription only
         PSubscription events;
     };
 
-    /// The callable behind the conversion of the event.
+    /// Converts the parameter of an event and calls the callable.
     template <class TFunction>
     class Converted
     {
@@ -118,7 +118,7 @@ private:
 
         void operator()(const PLiteral&, IBase* iParam1, int)
         {
-            // Anybody may send to the topic, but only the manager sends a change.
+            // Another sender of the topic may pass null; only the manager passes a change.
             if (iParam1)
             {
                 (void)fFunction(static_cast<const IConfigChanged&>(*iParam1));
@@ -133,7 +133,7 @@ private:
     int begin(const PBaseptr<IConfigManager>& iManager, const PLiteral& iID, TFunction& ioFunction)
     {
         std::unique_ptr<Record> record(new Record(iManager, iID));
-        // No two subscriptions are at one address at the same time.
+        // The address makes the topic unique among the subscriptions that exist.
         const int named =
             PUtils::uint64ToStr(reinterpret_cast<std::uintptr_t>(record.get()), record->topic);
         if (named != 0)

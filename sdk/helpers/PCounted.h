@@ -1,30 +1,30 @@
 // SPDX-License-Identifier: MIT
-// PCounted: the count of references that every object behind an interface keeps.
+// PCounted: the reference count of an object behind an interface.
 #ifndef IXLAL_SDK_PCOUNTED_H
 #define IXLAL_SDK_PCOUNTED_H
 
 #include "portinglayer/PCounterSync.h"
 
-/// Implements incRef and decRef for a class that offers one interface or several. An object is made
-/// with new, begins with a count of 0, and destroys itself when its count returns to 0; hand it to
-/// PBaseptr<...>::adopt at once. References may be added and dropped on any thread.
+/// Implements incRef and decRef for a class with one interface or several. Create objects with new
+/// only, and pass them to PBaseptr<...>::adopt at once: the count starts at 0, and the object
+/// destroys itself when the count returns to 0. References may be added and dropped on any thread.
 template <class TInterface, class... TMore>
 class PCounted : public TInterface, public TMore...
 {
 public:
-    /// What the users of the object see: the first of its interfaces.
+    /// The first of the interfaces.
     typedef TInterface Interface;
 
     PCounted(const PCounted&) = delete;
     PCounted& operator=(const PCounted&) = delete;
 
-    /// Counts one holder more.
+    /// Adds a reference; returns the new count. [any thread]
     int incRef() noexcept override
     {
         return ++fRefCount;
     }
 
-    /// Counts one holder less; the object goes with the last one.
+    /// Drops a reference; returns the new count. At 0 the object is destroyed. [any thread]
     int decRef() noexcept override
     {
         const int count = fRefCount.change(-1);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// PDeliveryGate: lets deliveries in until it is closed, and knows which are inside.
+// PDeliveryGate: admits deliveries until it is closed, and waits for those in progress.
 #ifndef IXLAL_SDK_PDELIVERYGATE_H
 #define IXLAL_SDK_PDELIVERYGATE_H
 
@@ -10,11 +10,11 @@
 #include <mutex>
 #include <thread>
 
-/// The gate before a callable that several threads run. [any thread]
+/// Guards a callable that several threads run: after close() it does not run any more. [any thread]
 class PDeliveryGate
 {
 public:
-    /// One run of the callable, on the stack of its thread.
+    /// One run of the callable; a local variable of its thread.
     class Visit
     {
     public:
@@ -36,7 +36,7 @@ public:
         Visit(const Visit&) = delete;
         Visit& operator=(const Visit&) = delete;
 
-        /// False when the gate was closed already: the callable must not run.
+        /// False when the gate is closed: the callable must not run.
         explicit operator bool() const noexcept
         {
             return fInside;
@@ -58,9 +58,9 @@ public:
     PDeliveryGate(const PDeliveryGate&) = delete;
     PDeliveryGate& operator=(const PDeliveryGate&) = delete;
 
-    /// Lets nobody in from now on, and waits until everybody has left. A thread that is inside
-    /// itself does not wait, neither for itself nor for the others. Does nothing in a forked child,
-    /// which has none of the threads that are inside.
+    /// Closes the gate and waits until all visits have ended. A thread with a visit of its own does
+    /// not wait, neither for itself nor for others. Does nothing in a forked child, because the
+    /// threads with a visit do not exist there.
     void close()
     {
         if (isParents())
@@ -101,7 +101,8 @@ private:
         fLeft.notify_all();
     }
 
-    /// Whether another process made the gate; threads that hold its mutex may be missing here.
+    /// Whether this is a forked child of the process that created the gate. A thread that holds the
+    /// mutex may not exist in the child.
     bool isParents() const noexcept
     {
         return PProcess::getCurrentPID() != fProcess;
@@ -120,8 +121,8 @@ private:
     const unsigned int fProcess;
     std::mutex fMutex;
     std::condition_variable fLeft;
-    Visit* fVisits; ///< those inside, the latest first; guarded by fMutex, as is the next
-    bool fClosed;
+    Visit* fVisits; ///< the visits in progress, the latest first; guarded by fMutex
+    bool fClosed;   ///< guarded by fMutex
 };
 
 #endif

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// PListener: a listener made from a callable.
+/// @file
+/// PListener: a listener made from a callable.
 #ifndef IXLAL_SDK_PLISTENER_H
 #define IXLAL_SDK_PLISTENER_H
 
@@ -10,19 +11,20 @@
 
 #include <utility>
 
-/// Hands each event to a callable, which takes (const PLiteral& topic, IBase* parameter, int
-/// number) and whose result is dropped. Several threads may call it at once. What it throws is
-/// written to the plugins' log behind the topic, and goes no further; it may end its thread.
+/// Passes each event to a callable, which takes (const PLiteral& topic, IBase* parameter, int
+/// number). Its result is ignored. Several threads may call it at once. An exception of the
+/// callable is caught and written to the plugins' log after the topic. The callable may end its
+/// thread.
 template <class TFunction>
 class PListener final : public PCounted<IEventListener>
 {
 public:
-    /// Takes iFunction over.
+    /// Moves iFunction into the listener.
     explicit PListener(TFunction iFunction) : fFunction(std::move(iFunction))
     {
     }
 
-    /// Returns 0, or a negative code when the callable threw; the dispatcher looks at neither.
+    /// Returns 0, or a negative code when the callable threw; the dispatcher ignores the result.
     int handleEvent(const PLiteral& iTopic, IBase* iParam1, int iParam2) override
     {
         return ixlaReported(
@@ -39,9 +41,9 @@ private:
     TFunction fFunction;
 };
 
-/// Makes a listener of a callable, for IEventDispatcher::addListener. The callable lives as long as
-/// the listener: whoever removes it must know that a delivery may still be running on another
-/// thread. PSubscription takes care of that. Throws std::bad_alloc. [any thread]
+/// Creates a listener from a callable, for IEventDispatcher::addListener. The callable lives as
+/// long as the listener. A delivery may still run on another thread after removeListener has
+/// returned; PSubscription waits for it. Throws std::bad_alloc. [any thread]
 template <class TFunction>
 PBaseptr<IEventListener> ixlaListener(TFunction iFunction)
 {

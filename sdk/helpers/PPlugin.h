@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// PPlugin: the base of plugins, which says what they offer and leaves the rest to it.
+/// @file
+/// PPlugin: the base class of plugins; a derived class only names its services.
 #ifndef IXLAL_SDK_PPLUGIN_H
 #define IXLAL_SDK_PPLUGIN_H
 
@@ -33,14 +34,15 @@
 ///
 ///     IXLA_PLUGIN(HelloPlugin)
 ///
-/// init makes the services in the order in which they were offered and calls onInit of each before
-/// it makes the next. When one fails or throws, the plugin fails with its code, -501 for a lack of
-/// memory and -2003 for any other exception; those made so far hear onExit and go, in the opposite
-/// order, as they do when the thread ends in an onInit. When the core announces its exit, onExit of
-/// each is called, the last one's first; the services go with the plugin.
+/// init creates the services in the order in which they were offered and calls onInit of each
+/// before it creates the next. When an onInit fails, init returns its code: -501 for
+/// std::bad_alloc, -2003 for any other exception. The services that exist then get onExit and are
+/// released, in reverse order. The same happens when the thread ends in an onInit. When the core
+/// sends its exit event, onExit of each service is called, in reverse order; the services are
+/// released when the plugin is destroyed.
 ///
-/// From init on the plugin holds the three services of the core, so that its threads may look them
-/// up with ixlaService at any time until it goes.
+/// The plugin holds the three services of the core from init until it is destroyed, so its threads
+/// may look them up with ixlaService at any time in between.
 class PPlugin : public PCounted<IPlugin>
 {
 public:
@@ -72,7 +74,8 @@ public:
     }
 
 protected:
-    /// Throws std::bad_alloc, as the constructors of derived classes may; IXLA_PLUGIN catches it.
+    /// Throws std::bad_alloc. Constructors of derived classes may throw, too; IXLA_PLUGIN catches
+    /// the exception.
     PPlugin() : fServices(std::make_shared<PServiceList>())
     {
     }
@@ -82,33 +85,33 @@ protected:
         end();
     }
 
-    /// Offers a TService, which derives from PService, behind iInterfaceId. In the constructor
-    /// only.
+    /// Offers a TService, which derives from PService, behind iInterfaceId. To be called in the
+    /// constructor only.
     template <class TService>
     void offer(const PLiteral& iInterfaceId)
     {
         offer<TService>(iInterfaceId, [] { return new TService; });
     }
 
-    /// The same, made by iMaker, which returns a new TService or throws.
+    /// The same with a service that iMaker creates: it returns a new TService or throws.
     template <class TService, class TMaker>
     void offer(const PLiteral& iInterfaceId, TMaker iMaker)
     {
         fServices->add<TService>(iInterfaceId, std::move(iMaker));
     }
 
-    /// The service behind an ID that the plugin itself offers, for the makers of those offered
-    /// after it; null before it is made. TService must be what was offered.
+    /// The service behind an ID that this plugin offers, for the makers of later services;
+    /// borrowed, null before it is created. TService must be the class that was offered.
     template <class TService>
     TService* service(const PLiteral& iInterfaceId) const noexcept
     {
         IBase* instance = nullptr;
-        (void)fServices->find(iInterfaceId, instance); // says no more than the null pointer
+        (void)fServices->find(iInterfaceId, instance); // the null pointer says the same
         return static_cast<TService*>(static_cast<typename TService::Interface*>(instance));
     }
 
 private:
-    /// Ends what was begun when init fails, also by the end of its thread.
+    /// Ends the plugin's services when init fails, or when its thread ends.
     struct FailedInit
     {
         explicit FailedInit(PPlugin& ioPlugin) noexcept : plugin(ioPlugin), isOver(false)
@@ -127,10 +130,10 @@ private:
         FailedInit& operator=(const FailedInit&) = delete;
 
         PPlugin& plugin;
-        bool isOver; ///< that init did not fail
+        bool isOver; ///< init has succeeded
     };
 
-    /// The services of the core; what the core doesn't have is not needed here.
+    /// The services of the core; empty where the core has none.
     struct Held
     {
         PBaseptr<IConfigManager> manager;
@@ -147,8 +150,8 @@ private:
         return result == eIxlaOk ? awaitExit() : result;
     }
 
-    // The listener shares the services: an onExit that never returns, which the stop of the core
-    // leaves alone on its thread, keeps what it uses.
+    // The listener shares ownership of the services: the core stops although an onExit never
+    // returns, and the services that it uses must live on.
     int awaitExit()
     {
         int result = eIxlaOk;
@@ -167,7 +170,8 @@ private:
     {
         if (fDispatcher && fExitListener)
         {
-            // Not subscribed after a failed init; and a listener that has to stay does nothing.
+            // It fails after a failed init, when nothing is subscribed. A listener that could not
+            // be removed is harmless: exit() does its work only once.
             (void)fDispatcher->removeListener(kIxlaCoreExitTopic, fExitListener.get());
         }
         fExitListener.clear();
@@ -176,14 +180,14 @@ private:
         fServices->release();
     }
 
-    Held fHeld; ///< first, so that it goes last
+    Held fHeld; ///< first, so that it is destroyed last
     const std::shared_ptr<PServiceList> fServices;
     PBaseptr<IEventDispatcher> fDispatcher;
     PBaseptr<IEventListener> fExitListener;
 };
 
-/// A new plugin with a count of 0; null when its constructor throws, which the core answers with
-/// -1009.
+/// Creates a plugin with a count of 0. Returns null when its constructor throws; the core then
+/// reports -1009.
 template <class TPlugin>
 IXLA_PASSES_THREAD_END IPlugin* ixlaNewPlugin()
 {
@@ -201,8 +205,8 @@ IXLA_PASSES_THREAD_END IPlugin* ixlaNewPlugin()
     }
 }
 
-/// Defines the factory, the one function that a plugin library exports. Stands once, outside of
-/// every namespace.
+/// Defines the factory, the one function that a plugin library exports. Use it once in a library,
+/// at global scope.
 #define IXLA_PLUGIN(...)                                                                           \
     IPlugin* ixlaGetPlugin()                                                                       \
     {                                                                                              \

@@ -1,31 +1,31 @@
 // SPDX-License-Identifier: MIT
-// PService: the base of the service objects of a plugin.
+// PService: the base class of the service objects of a plugin.
 #ifndef IXLAL_SDK_PSERVICE_H
 #define IXLAL_SDK_PSERVICE_H
 
 #include "Ixla.h"
 #include "helpers/PCounted.h"
 
-/// A counted object with a beginning and an end, which PPlugin (see there) makes when the core
-/// first asks for the plugin. The first interface is the one that the interface ID stands for; a
-/// service without operations of its own offers IBase.
+/// A reference-counted object with hooks for its start and its end. PPlugin creates it when the
+/// core initialises the plugin. The first interface is the one behind the interface ID; a service
+/// without operations of its own offers IBase.
 template <class TInterface, class... TMore>
 class PService : public PCounted<TInterface, TMore...>
 {
 public:
-    /// Called once, before anybody gets the service, with no lock held: looks for other services,
-    /// reads the configuration, subscribes, starts threads. Returns 0, or a negative code with
-    /// which the plugin fails to initialise; may throw.
+    /// Called once, before any caller gets the service, with no lock held. The place to look up
+    /// other services, read the configuration, subscribe and start threads. Returns 0, or a
+    /// negative code, with which the plugin fails to initialise; may throw.
     virtual int onInit()
     {
         return eIxlaOk;
     }
 
-    /// Called once after onInit, also when that failed or threw: when the core announces its exit,
-    /// or else before the plugin goes. Ends the threads of the service; what it throws is written
-    /// to the plugins' log. Users may still hold and call the service afterwards. While a plugin is
-    /// unloaded from a core that goes on, the core's lock is held: threads that are joined here
-    /// must not be asking the core for anything then.
+    /// Called once after onInit, also when that failed or threw: when the core sends its exit
+    /// event, or else before the plugin is destroyed. Ends the threads of the service. An exception
+    /// is caught and written to the plugins' log. Callers may still hold and call the service
+    /// afterwards. When the plugin is unloaded from a running core, the core's lock is held:
+    /// threads that are joined here must not call the core then.
     virtual void onExit()
     {
     }

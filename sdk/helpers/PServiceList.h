@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// PServiceList: the services of a PPlugin, in the order in which they begin.
+// PServiceList: the services of a PPlugin, in the order in which they start.
 #ifndef IXLAL_SDK_PSERVICELIST_H
 #define IXLAL_SDK_PSERVICELIST_H
 
@@ -14,7 +14,8 @@
 #include <utility>
 #include <vector>
 
-/// What PPlugin does with its services; see there. Filled before it is used by the core.
+/// Starts, finds, ends and releases the services of a PPlugin. All services are added before the
+/// core uses the plugin.
 class PServiceList
 {
 public:
@@ -25,7 +26,7 @@ public:
     PServiceList(const PServiceList&) = delete;
     PServiceList& operator=(const PServiceList&) = delete;
 
-    /// Adds a TService that iMaker makes. Throws std::bad_alloc.
+    /// Adds a TService that iMaker will create. Throws std::bad_alloc.
     template <class TService, class TMaker>
     void add(const PLiteral& iId, TMaker iMaker)
     {
@@ -33,7 +34,7 @@ public:
             std::unique_ptr<Entry>(new EntryOf<TService, TMaker>(iId, std::move(iMaker))));
     }
 
-    /// How many there are.
+    /// The number of services.
     unsigned int size() const noexcept
     {
         return static_cast<unsigned int>(fEntries.size());
@@ -50,7 +51,8 @@ public:
         return ids;
     }
 
-    /// Makes and begins the services. Returns 0 or the code of the one that failed; may throw.
+    /// Creates each service and calls its onInit. Returns 0 or the code of the one that failed; may
+    /// throw.
     int start()
     {
         int result = eIxlaOk;
@@ -61,7 +63,7 @@ public:
         return result;
     }
 
-    /// As IPlugin::getInstance; -2002 for a service that is not there.
+    /// As IPlugin::getInstance; -2002 for a service that does not exist yet, or no longer.
     int find(const PLiteral& iId, IBase*& oInstance) const noexcept
     {
         oInstance = nullptr;
@@ -76,8 +78,9 @@ public:
         return eIxlaUnknownInterface;
     }
 
-    /// Calls onExit of every service that began, the last one first. The first call does it; others
-    /// return at once, even while it is under way. An onExit that ends its thread is the last one.
+    /// Calls onExit of every service that was created, in reverse order. Only the first call does
+    /// so; others return at once, even while it is running. When an onExit ends its thread, the
+    /// remaining ones are not called.
     void exit()
     {
         int idle = eIdle;
@@ -92,8 +95,8 @@ public:
         }
     }
 
-    /// Drops the services, the last one first, unless exit() is under way on another thread: they
-    /// then go with the list.
+    /// Releases the services, in reverse order. While exit() is running on another thread, does
+    /// nothing: the services are then released when the list is destroyed.
     void release() noexcept
     {
         for (std::size_t i = fEntries.size(); i > 0 && fState == eExited; --i)
@@ -110,7 +113,7 @@ private:
         eExited
     };
 
-    /// Marks the list as exited, also when the thread ends on the way.
+    /// Sets the state to eExited at the end of the scope, also when the thread ends in it.
     class Exited
     {
     public:
@@ -130,7 +133,7 @@ private:
         std::atomic<int>& fState;
     };
 
-    /// One service, whatever its class.
+    /// One service of any class.
     struct Entry
     {
         explicit Entry(const PLiteral& iId) : id(iId)
@@ -165,7 +168,7 @@ private:
 
         void exit() override
         {
-            // What goes wrong is in the log; the others have their turn all the same.
+            // A failure is in the log and must not keep the other services from ending.
             (void)ixlaReported(
                 this->id, [this]() -> int { return exitService(); }, eIxlaNoInstance);
         }

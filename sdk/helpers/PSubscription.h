@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// PSubscription: a subscription to a topic that ends when it goes out of scope.
+// PSubscription: a subscription to a topic that ends with its scope.
 #ifndef IXLAL_SDK_PSUBSCRIPTION_H
 #define IXLAL_SDK_PSUBSCRIPTION_H
 
@@ -14,18 +14,18 @@
 
 /// Calls a callable for every event of a topic, from subscribe() until end(), the destructor, or
 /// the assignment of another subscription. The callable takes (const PLiteral& topic, IBase*
-/// parameter, int number); it runs on the thread of the sender, on several threads at once if there
-/// are several senders, and what it throws goes to the plugins' log.
+/// parameter, int number). It runs on the thread of the sender, on several threads at once if there
+/// are several senders. Its exceptions are caught and written to the plugins' log.
 ///
-/// When end() has returned, the callable does not run on any other thread and never runs again:
-/// what it refers to may go. To this end it waits for deliveries that are under way, so it must not
-/// be called with a lock held that the callable takes, and a callable that never returns keeps it
-/// waiting. Called from within the callable it does not wait; the callable may then still be
+/// When end() has returned, the callable is not running on any other thread and never runs again:
+/// the objects that it refers to may be destroyed. end() waits for deliveries in progress. So do
+/// not call it with a lock held that the callable takes; and it waits forever for a callable that
+/// never returns. Called from within the callable it does not wait; the callable may then still be
 /// running on other threads. Make it the last member of a class whose members the callable uses.
 ///
-/// The subscription keeps the dispatcher alive, but the dispatcher does not keep the owner of the
-/// subscription alive, so nothing is held in a circle. A subscription may outlive the core as long
-/// as its library stays. One PSubscription belongs to one thread at a time.
+/// The subscription holds a reference to the dispatcher. The dispatcher holds none to the owner of
+/// the subscription, so there is no reference cycle. A subscription may outlive the core as long
+/// as its library stays loaded. One PSubscription belongs to one thread at a time.
 class PSubscription
 {
 public:
@@ -33,12 +33,12 @@ public:
     {
     }
 
-    /// Takes over; ioOther is over then.
+    /// Takes the subscription of ioOther, which has none afterwards.
     PSubscription(PSubscription&& ioOther) noexcept : fRecord(std::move(ioOther.fRecord))
     {
     }
 
-    /// Ends the subscription that is here before it takes over the other.
+    /// Ends its own subscription, then takes that of ioOther.
     PSubscription& operator=(PSubscription&& ioOther) noexcept
     {
         if (this != &ioOther)
@@ -54,13 +54,14 @@ public:
 
     ~PSubscription()
     {
-        // The callable is out of reach whatever the result; see end().
+        // The callable does not run again, whatever the result; see end().
         (void)end();
     }
 
-    /// Subscribes iFunction to iTopic with the dispatcher of the core, after ending the
-    /// subscription that is here. Returns 0, or the code of ixlaGetInstance or of
-    /// IEventDispatcher::addListener; there is no subscription then.
+    /// Ends its own subscription, then subscribes iFunction to iTopic with the dispatcher of the
+    /// core. Returns 0, or the code of IEventDispatcher::addListener or -501, after which there is
+    /// no subscription. Returns the code of ixlaGetInstance when there is no dispatcher; the
+    /// earlier subscription then stays.
     template <class TFunction>
     int subscribe(const PLiteral& iTopic, TFunction iFunction) noexcept
     {
@@ -69,7 +70,8 @@ public:
         return result == eIxlaOk ? begin(dispatcher, iTopic, iFunction) : result;
     }
 
-    /// The same with a dispatcher that the caller has; -502 for none.
+    /// The same with a dispatcher of the caller. Returns -502 for an empty iDispatcher; the earlier
+    /// subscription then stays.
     template <class TFunction>
     int subscribe(const PBaseptr<IEventDispatcher>& iDispatcher, const PLiteral& iTopic,
                   TFunction iFunction) noexcept
@@ -78,10 +80,10 @@ public:
     }
 
     /// Ends the subscription. Returns 0, also when there was none, or the code of
-    /// IEventDispatcher::removeListener: -501 when memory is lacking while events of the topic are
-    /// delivered. The callable is out of reach all the same; what stays with the dispatcher is a
-    /// listener that does nothing, and another call tries to remove it. A plugin that is to be
-    /// unloaded while the core goes on must see 0 here.
+    /// IEventDispatcher::removeListener: -501 for lack of memory while events of the topic are
+    /// being delivered. The callable does not run again in either case. After a failure a listener
+    /// that does nothing stays with the dispatcher, and another call tries to remove it. A plugin
+    /// may be unloaded from a running core only after this has returned 0.
     int end() noexcept
     {
         if (!fRecord)
@@ -119,7 +121,7 @@ private:
         PBaseptr<IEventListener> listener;
     };
 
-    /// The callable behind its gate.
+    /// Calls the callable while the gate is open.
     template <class TFunction>
     class Gated
     {

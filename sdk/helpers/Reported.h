@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// ixlaReported: keeps exceptions inside, and tells the log what they said.
+/// @file
+/// ixlaReported: converts exceptions to result codes and logs them.
 #ifndef IXLAL_SDK_REPORTED_H
 #define IXLAL_SDK_REPORTED_H
 
@@ -11,21 +12,21 @@
 #include <exception>
 #include <new>
 
-/// Writes what an exception said to the plugins' log, behind iWhere. Without a core, or without the
-/// memory for it, there is no line. [any thread]
+/// Writes the text of an exception to the plugins' log, after iWhere. Writes nothing without a
+/// core, or for lack of memory. [any thread]
 inline void ixlaReportException(const PLiteral& iWhere, const char* iText) noexcept
 {
     const PBaseptr<ILogger> logger = ixlaService<ILogger>();
     if (logger)
     {
-        // A log that takes no line leaves nobody else to tell.
+        // There is no other place to report a failing log.
         (void)logger->error(0, L"[%ls] Exception: %s", iWhere.ptr(), iText);
     }
 }
 
-/// Runs iFunction, which returns a result code, and returns its result. An exception becomes -501
-/// when memory is lacking and iOtherwise when it is any other, and is written to the plugins' log.
-/// Only a thread that ends inside iFunction passes through. [any thread]
+/// Runs iFunction, which returns a result code, and returns its result. std::bad_alloc becomes
+/// -501, any other exception iOtherwise; both are written to the plugins' log. Only the unwinding
+/// of a thread that ends inside iFunction is passed on. [any thread]
 template <class TFunction>
 IXLA_PASSES_THREAD_END int ixlaReported(const PLiteral& iWhere, const TFunction& iFunction,
                                         int iOtherwise)

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// ixlaResultText: what a result code means, for people.
+/// @file
+/// ixlaResultText: the meaning of a result code as readable text.
 #ifndef IXLAL_SDK_RESULTTEXT_H
 #define IXLAL_SDK_RESULTTEXT_H
 
@@ -88,8 +89,8 @@ inline IxlaResultDescription ixlaDescribeResult(int iResult)
 }
 
 /// The code, its constant and its meaning in one text: "-2001 (eIxlaUnknownInterface: nobody offers
-/// the interface ID)". A code of the operating system has the system's text, a code that nobody
-/// knows stands alone. May throw std::bad_alloc. [any thread]
+/// the interface ID)". A code of the operating system gets the system's text; an unknown code is
+/// only its number. May throw std::bad_alloc. [any thread]
 inline std::string ixlaResultText(int iResult)
 {
     const IxlaResultDescription known = ixlaDescribeResult(iResult);

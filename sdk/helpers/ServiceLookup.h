@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// ixlaService: a service by its interface, held.
+/// @file
+/// ixlaService: looks up a service and holds it.
 #ifndef IXLAL_SDK_SERVICELOOKUP_H
 #define IXLAL_SDK_SERVICELOOKUP_H
 
@@ -11,8 +12,8 @@ class IConfigManager;
 class IEventDispatcher;
 class ILogger;
 
-/// The interface ID under which ixlaService looks for a TService. Specialise it beside an interface
-/// of your own, and its users need not name the ID either.
+/// The interface ID under which ixlaService looks up a TService. Specialise it next to your own
+/// interface, so that callers need not name the ID.
 template <class TService>
 struct IxlaServiceId;
 
@@ -49,15 +50,15 @@ struct IxlaServiceId<ILogger>
     }
 };
 
-/// Asks the core for the service behind iInterfaceId, which must stand for the interface TService,
-/// and holds it. The holder is empty when there is none; oResult then says why: the code of
-/// ixlaGetInstance, -2002 when the plugin handed out nothing, or -501. It is 0 otherwise.
+/// Looks up the service behind iInterfaceId, whose interface must be TService, and holds it. On
+/// failure the holder is empty and oResult has the reason: the code of ixlaGetInstance, -2002 when
+/// the plugin returned a null pointer, or -501. oResult is 0 otherwise.
 ///
-/// The core lends the pointer, and until the holder has counted its reference nobody else need be
-/// holding the object: a thread must not ask while another one may stop the core. Whoever holds the
-/// service already may ask at any time. A plugin made with PPlugin holds the three services of the
-/// core from its init to its end, so its threads may ask for those until it goes; what other
-/// plugins offer is best looked up in onInit and kept. [any thread]
+/// The core returns a borrowed pointer, and the holder takes its reference a moment later. If there
+/// is no other reference in between, a stop of the core destroys the object. So do not call this
+/// while another thread may stop the core, unless you already hold the service. A PPlugin holds the
+/// three services of the core from its init until it is destroyed, so its threads may look those up
+/// in between. Look up services of other plugins in onInit and keep the holder. [any thread]
 template <class TService>
 PBaseptr<TService> ixlaService(const PLiteral& iInterfaceId, int& oResult)
 {
@@ -77,7 +78,7 @@ PBaseptr<TService> ixlaService(const PLiteral& iInterfaceId, int& oResult)
     return service;
 }
 
-/// The same for whoever does not ask why there is none.
+/// The same for callers that need no reason for a failure.
 template <class TService>
 PBaseptr<TService> ixlaService(const PLiteral& iInterfaceId)
 {
@@ -85,13 +86,14 @@ PBaseptr<TService> ixlaService(const PLiteral& iInterfaceId)
     return ixlaService<TService>(iInterfaceId, ignored);
 }
 
-/// The same by the ID that belongs to the interface: ixlaService<IConfigManager>().
+/// The same with the ID from IxlaServiceId: ixlaService<IConfigManager>().
 template <class TService>
 PBaseptr<TService> ixlaService(int& oResult)
 {
     return ixlaService<TService>(IxlaServiceId<TService>::get(), oResult);
 }
 
+/// The same for callers that need no reason for a failure.
 template <class TService>
 PBaseptr<TService> ixlaService()
 {

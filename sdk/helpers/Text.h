@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// ixlaWide, ixlaNarrow: text between the interfaces and everything else.
+/// @file
+/// ixlaWide, ixlaNarrow: convert between the wide text of the interfaces and UTF-8.
 #ifndef IXLAL_SDK_TEXT_H
 #define IXLAL_SDK_TEXT_H
 
@@ -9,8 +10,8 @@
 #include <string>
 #include <vector>
 
-/// UTF-8 as the wide text that the interfaces take. Bytes that are no UTF-8 survive the way there
-/// and back. Throws std::bad_alloc. [any thread]
+/// Converts UTF-8 to wide text. Bytes that are not valid UTF-8 are restored by ixlaNarrow. Throws
+/// std::bad_alloc. [any thread]
 inline PString ixlaWide(const std::string& iText)
 {
     std::vector<wchar_t> characters(iText.size() + 1);
@@ -18,7 +19,7 @@ inline PString ixlaWide(const std::string& iText)
     return PString(characters.data(), static_cast<unsigned int>(count));
 }
 
-/// Wide text as UTF-8. Throws std::bad_alloc. [any thread]
+/// Converts wide text to UTF-8. Throws std::bad_alloc. [any thread]
 inline std::string ixlaNarrow(const PLiteral& iText)
 {
     std::string bytes(static_cast<std::size_t>(iText.len()) * PUtf8::eMaxBytes, '\0');

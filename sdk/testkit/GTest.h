@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// A fixture and matchers for tests of plugins that are written with GoogleTest.
+/// @file
+/// A fixture and matchers for GoogleTest tests of plugins.
 #ifndef IXLAL_SDK_GTEST_H
 #define IXLAL_SDK_GTEST_H
 
@@ -11,12 +12,12 @@
 
 #include <iostream>
 
-/// Has a core for every test. What cannot be stopped fails the test, and a test that failed shows
-/// the error lines of the logs.
+/// Provides a core for each test. A core that does not stop fails the test, and a failed test
+/// prints the error lines of the logs.
 class IxlaTest : public testing::Test
 {
 protected:
-    /// Stops the core, and shows the error lines if the test has failed.
+    /// Stops the core, and prints the error lines if the test has failed.
     void TearDown() override
     {
         fCore.stop();
@@ -30,14 +31,14 @@ protected:
     PTestCore fCore;
 };
 
-/// EXPECT_THAT(service->operation(), IsOk()) shows what another result means.
+/// EXPECT_THAT(service->operation(), IsOk()) prints the meaning of any other result.
 MATCHER(IsOk, negation ? "isn't 0" : "is 0")
 {
     *result_listener << "which means " << ixlaResultText(arg);
     return arg == eIxlaOk;
 }
 
-/// The same for another result that is expected.
+/// Expects the result iCode, and prints the meaning of any other.
 MATCHER_P(IsResult, iCode, (negation ? "isn't " : "is ") + ixlaResultText(iCode))
 {
     *result_listener << "which means " << ixlaResultText(arg);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// PEventRecorder: keeps the events of a topic for a test.
+// PEventRecorder: records the events of a topic for a test.
 #ifndef IXLAL_SDK_PEVENTRECORDER_H
 #define IXLAL_SDK_PEVENTRECORDER_H
 
@@ -15,13 +15,13 @@
 #include <string>
 #include <vector>
 
-/// One event as it arrived.
+/// One event.
 struct PRecordedEvent
 {
-    PBaseptr<IBase> parameter; ///< held; empty when the sender gave none
-    int number = 0;            ///< as sent
+    PBaseptr<IBase> parameter; ///< holds a reference; empty when the sender passed null
+    int number = 0;            ///< the second parameter of the event
 
-    /// The parameter as the interface that events of the topic carry.
+    /// The parameter as a TInterface, borrowed; TInterface must be its class.
     template <class TInterface>
     TInterface* as() const noexcept
     {
@@ -29,7 +29,7 @@ struct PRecordedEvent
     }
 };
 
-/// Records from its construction on, on whatever thread events are sent. [any thread]
+/// Records events of all threads, from its construction on. [any thread]
 class PEventRecorder
 {
 public:
@@ -53,15 +53,15 @@ public:
         return fEvents;
     }
 
-    /// How many there are so far. [any thread]
+    /// The number of events so far. [any thread]
     std::size_t count() const
     {
         const std::lock_guard<std::mutex> lock(fMutex);
         return fEvents.size();
     }
 
-    /// The event number iNumber, counted from 1, as soon as it is there. Throws PTestError when
-    /// iLimit has passed without.
+    /// Waits for event number iNumber, counted from 1, and returns it. Throws PTestError when it
+    /// does not come within iLimit.
     PRecordedEvent waitFor(std::size_t iNumber,
                            std::chrono::milliseconds iLimit = std::chrono::seconds(5)) const
     {
@@ -81,10 +81,10 @@ public:
         return fEvents[iNumber - 1];
     }
 
-    /// Stops recording and lets go of what the events carried; their number stays.
+    /// Stops recording and releases the parameters of the events; the number of events stays.
     void end()
     {
-        // A listener that stays with the dispatcher does nothing any more.
+        // After a failure the listener stays with the dispatcher but does nothing.
         (void)fSubscription.end();
         const std::lock_guard<std::mutex> lock(fMutex);
         for (PRecordedEvent& event : fEvents)
@@ -108,7 +108,7 @@ private:
     mutable std::condition_variable fAdded;
     std::vector<PRecordedEvent> fEvents; ///< guarded by fMutex
 
-    PSubscription fSubscription; ///< last: it ends before what its listener uses
+    PSubscription fSubscription; ///< last, so that it ends before the members it uses
 };
 
 #endif

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// PTestCore: a core of its own for a test.
+// PTestCore: a real core in a temporary directory, for one test.
 #ifndef IXLAL_SDK_PTESTCORE_H
 #define IXLAL_SDK_PTESTCORE_H
 
@@ -23,8 +23,8 @@
 #include <string>
 #include <vector>
 
-/// Starts a real core in a temporary directory, with the plugins and the configuration that a test
-/// gives it, and stops it and removes the directory in every case, also when the test throws.
+/// Starts a core in a temporary directory, with the plugins and the configuration of a test. Always
+/// stops it and removes the directory, also when the test throws.
 ///
 ///     PTestCore core;
 ///     core.addPlugin("build/libgreeter.so");
@@ -33,13 +33,13 @@
 ///     const auto greeter = core.service<IGreeter>(kGreeterId);
 ///     PEventRecorder& greeted = core.record(kGreetedTopic);
 ///
-/// A process has one core at a time, so start() refuses while another one runs. Objects that a
-/// service handed out must be gone before stop(), and so before the PTestCore: declare it first.
+/// A process has one core at a time, so start() fails while another one runs. Release the objects
+/// of services before stop(), and so before the PTestCore is destroyed: declare it first.
 ///
-/// The directory holds plugins/, config/ and log/, the core log as core.log and the store as
-/// config/store.txt. Libraries are not closed at the stop, which makes it quick; set
-/// "core.free.plugins.lib" to "true" to see that they can be. Operations throw PTestError unless
-/// their line says otherwise. One thread uses a PTestCore.
+/// The directory has plugins/, config/, log/, the core log core.log and the store config/store.txt.
+/// Libraries are not closed at the stop, because that is faster; set "core.free.plugins.lib" to
+/// "true" to test that they can be closed. Operations throw PTestError unless their comment says
+/// otherwise. One thread uses a PTestCore.
 class PTestCore
 {
 public:
@@ -70,7 +70,7 @@ public:
     PTestCore(const PTestCore&) = delete;
     PTestCore& operator=(const PTestCore&) = delete;
 
-    /// Before start(): a plugin library, copied in under its name.
+    /// Before start(): copies a plugin library into the directory, under its own name.
     void addPlugin(const std::filesystem::path& iFile)
     {
         refuseStarted("addPlugin");
@@ -82,8 +82,8 @@ public:
                         "build it first, and let the build tell the test its path");
     }
 
-    /// Before start(): the text of the configuration iId, as lines "key = value". Another call for
-    /// the same ID replaces the text.
+    /// Before start(): sets the text of the configuration iId, as lines "key = value". Another call
+    /// for the same ID replaces the text.
     void configure(const std::string& iId, const std::string& iText)
     {
         refuseStarted("configure");
@@ -91,9 +91,9 @@ public:
         fConfigured[iId] = iId + ".prs";
     }
 
-    /// Before start(): a configuration file, copied in under its name. The manager's own,
-    /// ixlap.configmanager.prs, says which IDs the others belong to; the store stays in the
-    /// temporary directory whatever it says.
+    /// Before start(): copies a configuration file into the directory, under its own name. The
+    /// manager's own file, ixlap.configmanager.prs, maps IDs to the others; the store file that it
+    /// names is ignored, and the store stays in the temporary directory.
     void addConfigFile(const std::filesystem::path& iFile)
     {
         refuseStarted("addConfigFile");
@@ -105,7 +105,8 @@ public:
         fDirectory.copy(iFile, "config" / iFile.filename(), "name a file that is there");
     }
 
-    /// Before start(): an argument of the core. The files and directories are the test kit's.
+    /// Before start(): sets an argument of the core. Those for files and directories belong to the
+    /// test kit and are refused.
     void set(const std::string& iKey, const std::string& iValue)
     {
         refuseStarted("set");
@@ -135,7 +136,7 @@ public:
         }
     }
 
-    /// The same for a start that may fail: returns its result, and throws for a second start only.
+    /// Starts the core and returns the result. Throws only when this object has already started it.
     int tryStart()
     {
         refuseStarted("start");
@@ -155,8 +156,8 @@ public:
         return result;
     }
 
-    /// Ends the recorders and stops the core; does nothing when none was started. Throws when a
-    /// plugin did not let the core stop in time.
+    /// Ends the recorders and stops the core; does nothing when it is not started. Throws when the
+    /// core could not stop in time because of a plugin.
     void stop()
     {
         if (!fStarted)
@@ -180,13 +181,13 @@ public:
                        "threads were still inside the core: end them in onExit");
     }
 
-    /// Whether the core runs.
+    /// Whether the core is started.
     bool isStarted() const noexcept
     {
         return fStarted;
     }
 
-    /// The service behind iId, held; its plugin is initialised first if it was not.
+    /// Looks up and holds the service behind iId; initialises its plugin first if needed.
     template <class TService>
     PBaseptr<TService> service(const PLiteral& iId) const
     {
@@ -200,20 +201,20 @@ public:
         return found;
     }
 
-    /// One of the three services of the core: service<IConfigManager>().
+    /// The same with the ID from IxlaServiceId: service<IConfigManager>().
     template <class TService>
     PBaseptr<TService> service() const
     {
         return service<TService>(IxlaServiceId<TService>::get());
     }
 
-    /// Records the events of a topic from now on; the recorder belongs to this object.
+    /// Records the events of a topic from now on. This object owns the recorder.
     PEventRecorder& record(const PLiteral& iTopic)
     {
         return fRecorders.emplace_back(iTopic);
     }
 
-    /// Sends an event to the listeners that there are, perhaps none.
+    /// Sends an event. A topic without listeners is no error.
     void send(const PLiteral& iTopic, IBase* iParam1 = nullptr, int iParam2 = 0) const
     {
         const int result = service<IEventDispatcher>()->send(iTopic, iParam1, iParam2);
@@ -224,19 +225,19 @@ public:
         }
     }
 
-    /// The core log, and a log of the plugins by its name.
+    /// The core log.
     PTestLog coreLog() const
     {
         return PTestLog(fDirectory.path() / "core.log");
     }
 
-    /// The log of a name; without one that of the services and plugins.
+    /// A log in the plugins' log directory; by default the plugins' shared log.
     PTestLog log(const std::string& iName = "ixlaplugins.log") const
     {
         return PTestLog(fDirectory.path() / "log" / iName);
     }
 
-    /// The error lines of all logs, for messages.
+    /// The error lines of all logs as one indented text, for messages.
     std::string errorLines() const
     {
         std::vector<std::string> lines = coreLog().errors();
@@ -253,7 +254,7 @@ public:
         return text.empty() ? "    (no errors in the logs)\n" : text;
     }
 
-    /// Where everything is, for files that a test reads or writes itself.
+    /// The temporary directory, for files that a test reads or writes itself.
     const std::filesystem::path& directory() const noexcept
     {
         return fDirectory.path();
@@ -280,7 +281,7 @@ private:
         }
     }
 
-    // Of two lines for the same key the later one holds.
+    // The later of two lines for the same key wins, so the last line sets the store.
     void writeManagerFile() const
     {
         std::string text = fManagerText + "\n";

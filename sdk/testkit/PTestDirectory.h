@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// PTestDirectory: a temporary directory that goes with its object.
+// PTestDirectory: a temporary directory that its object creates and removes.
 #ifndef IXLAL_SDK_PTESTDIRECTORY_H
 #define IXLAL_SDK_PTESTDIRECTORY_H
 
@@ -12,9 +12,9 @@
 #include <string>
 #include <system_error>
 
-/// Made below the directory that TMPDIR names, and removed with all that is in it; with
-/// IXLAL_TESTKIT_KEEP in the environment it stays, and the standard error stream says where. Every
-/// operation throws PTestError.
+/// Created under the directory that TMPDIR names, and removed with its content. With
+/// IXLAL_TESTKIT_KEEP in the environment it stays, and its path is printed to the standard error
+/// stream. Every operation throws PTestError on failure.
 class PTestDirectory
 {
 public:
@@ -39,7 +39,7 @@ public:
             (void)std::fprintf(stderr, "[testkit] kept: %s\n", fPath.c_str());
             return;
         }
-        std::error_code ignored; // a file that cannot be removed harms no test
+        std::error_code ignored; // a file that stays does not harm a test
         std::filesystem::remove_all(fPath, ignored);
     }
 
@@ -54,7 +54,7 @@ public:
 
     // Names are relative to the directory.
 
-    /// Makes a directory in it.
+    /// Creates a directory in it.
     void makeDirectory(const std::filesystem::path& iName) const
     {
         std::error_code failure;
@@ -66,7 +66,7 @@ public:
         }
     }
 
-    /// Writes a file, over the one that is there.
+    /// Writes a file; replaces an existing one.
     void write(const std::filesystem::path& iName, const std::string& iText) const
     {
         const std::filesystem::path target = fPath / iName;
@@ -77,7 +77,7 @@ public:
         }
     }
 
-    /// Copies a file into the directory; iHint is what to do when it is not there.
+    /// Copies a file into the directory. iHint tells the user what to do when the copy fails.
     void copy(const std::filesystem::path& iFile, const std::filesystem::path& iName,
               const std::string& iHint) const
     {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// PTestLog: a log file as a test sees it.
+// PTestLog: reads a log file for a test.
 #ifndef IXLAL_SDK_PTESTLOG_H
 #define IXLAL_SDK_PTESTLOG_H
 
@@ -13,17 +13,17 @@
 #include <thread>
 #include <vector>
 
-/// Reads the file anew at every question, also while it is written; a file that is not there yet is
-/// an empty log.
+/// Each operation reads the file again, also while it is being written. A file that does not exist
+/// is an empty log.
 class PTestLog
 {
 public:
-    /// iFile need not be there yet.
+    /// iFile need not exist yet.
     explicit PTestLog(std::filesystem::path iFile) : fFile(std::move(iFile))
     {
     }
 
-    /// The lines so far, without their ends.
+    /// The lines so far, without line ends.
     std::vector<std::string> lines() const
     {
         std::ifstream in(fFile);
@@ -35,7 +35,7 @@ public:
         return lines;
     }
 
-    /// The lines so far that hold iText, in their order.
+    /// The lines so far that contain iText, in the order of the file.
     std::vector<std::string> find(const std::string& iText) const
     {
         std::vector<std::string> found = lines();
@@ -55,8 +55,8 @@ public:
         return found;
     }
 
-    /// The first line that holds iText, as soon as there is one. Throws PTestError when iLimit has
-    /// passed without.
+    /// Waits for a line that contains iText and returns the first. Throws PTestError when there is
+    /// none within iLimit.
     std::string waitFor(const std::string& iText,
                         std::chrono::milliseconds iLimit = std::chrono::seconds(5)) const
     {
@@ -79,7 +79,7 @@ public:
         }
     }
 
-    /// The last lines, indented, for messages.
+    /// The last iCount lines as one indented text, for messages.
     std::string tail(std::size_t iCount = 10) const
     {
         const std::vector<std::string> all = lines();
@@ -91,7 +91,7 @@ public:
         return text.empty() ? "    (nothing)\n" : text;
     }
 
-    /// The file that is read.
+    /// The path of the log file.
     const std::filesystem::path& file() const noexcept
     {
         return fFile;
