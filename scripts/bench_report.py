@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Turns what the benchmarks measured into a table, plots and verdicts.
+"""Turns the results of the benchmarks into a table, plots and verdicts.
 
     bench_report.py RESULTS report   table.md, results.json and an SVG for each case of several sizes
     bench_report.py RESULTS publish  as report, and puts figures and plots into docs/performance.md
@@ -24,10 +24,10 @@ LIMITS = ROOT / "benchmarks/limits.json"
 BASELINE = ROOT / "benchmarks/baseline.json"
 PAGE = ROOT / "docs/performance.md"
 TOLERANCE = 0.05
-SHARED = (" Others worked on the machine meanwhile: the times are preliminary, the instructions and "
-          "sizes are not.")
+SHARED = (" The machine had other work: the times are preliminary, the instructions and sizes are "
+          "not.")
 OURS = "ours"
-# As the benchmarks name themselves, and what the library appends.
+# The names of the benchmarks, and the parts that the library appends.
 NAME = re.compile(r"(?P<case>[^/]+)/(?P<contestant>[^/]+)/(?P<size>\d+)/(?P<threads>\d+)")
 
 
@@ -71,7 +71,7 @@ def read_counts(results):
 
 
 def limits_of(case, limits):
-    """The limits of the longest entry that the case's name begins with."""
+    """The limits of the longest entry that is a prefix of the case's name."""
     names = [name for name in limits if case.startswith(name)]
     return limits[max(names, key=len)] if names else {}
 
@@ -210,7 +210,7 @@ def first_line(*command):
 
 
 def conditions(results):
-    """Where and how the figures came about."""
+    """Where and how the figures were measured."""
     measured = json.loads((results / "times.json").read_text())
     context = measured["context"]
     samples = max(run.get("repetitions", 1) for run in measured["benchmarks"])
@@ -228,7 +228,7 @@ def conditions(results):
             f"glibc {platform.libc_ver()[1]}, g++ {first_line('g++', '-dumpfullversion')} with "
             f"`{flags['CMAKE_CXX_FLAGS']} {flags['CMAKE_CXX_FLAGS_RELEASE']}`; {samples} samples of "
             f"each. The machine's load in the last minute was {context['load_avg'][0]:.1f} when the "
-            f"times began and {float(ended):.1f} when they ended; the benchmarks alone make 1 to 2."
+            f"times began and {float(ended):.1f} when they ended; the benchmarks alone cause 1 to 2."
             + (SHARED if float(ended) > 3 else ""))
 
 
@@ -245,11 +245,11 @@ def held_text(rows):
             for row in sorted(rows, key=lambda r: r["size"])
             for ratios in row["floors"].values()
             if row["case"] == "load sorted" and ratios["bytes"]]
-    return f"A loaded file keeps as much memory as the floor does times {', '.join(held)}."
+    return f"Memory of a loaded file, as a multiple of the floor's: {', '.join(held)}."
 
 
 def put(page, name, text):
-    """Replaces what stands between the two marks of that name."""
+    """Replaces the text between the two marks of that name."""
     pattern = rf"(<!-- {name} -->\n).*?(<!-- end of {name} -->)"
     changed, count = re.subn(pattern, lambda m: f"{m[1]}\n{text.strip()}\n\n{m[2]}", page, flags=re.S)
     if count != 1:
@@ -289,7 +289,7 @@ def baseline_problems(counts):
     for name, recorded in baseline.items():
         seen = counts.get(name)
         if seen is None:
-            yield f"{name}: not counted any more"
+            yield f"{name}: no longer counted"
         elif seen > recorded * (1 + TOLERANCE):
             yield f"{name}: {seen} instructions for an operation, {recorded} recorded"
     for name in counts.keys() - baseline.keys():
@@ -297,7 +297,7 @@ def baseline_problems(counts):
 
 
 def ratio_problems(counts, limits):
-    """The floor that counts is the cheapest one."""
+    """Each case is compared with its cheapest floor."""
     floors = defaultdict(list)
     for name, count in counts.items():
         if is_floor(split(name)[3]):

@@ -84,7 +84,7 @@ class Report(unittest.TestCase):
 
     def test_notices_what_is_counted_no_more(self):
         self.counted(FLOORS | {"look down/ours/10/1": 100})
-        self.assertIn(f"{OURS}: not counted any more\n", self.check()[1])
+        self.assertIn(f"{OURS}: no longer counted\n", self.check()[1])
 
     def test_notices_what_is_not_recorded(self):
         self.baseline({})
