@@ -4,10 +4,10 @@
 #define IXLAL_PCONFIGMANAGER_H
 
 #include "IConfigChanged.h"
-#include "IConfigManager.h"
 #include "ILogger.h"
 #include "PBaseptr.h"
 #include "config/PConfigValue.h"
+#include "config/PTypedConfigManager.h"
 #include "portinglayer/PCounterSync.h"
 #include "portinglayer/PMutex.h"
 #include "portinglayer/PString.h"
@@ -30,13 +30,10 @@ struct PSpan;
 ///
 /// The store and the manager's own configuration hold the manager like every configuration does;
 /// cleanup() breaks that cycle.
-class PConfigManager : public IConfigManager
+class PConfigManager : public PTypedConfigManager
 {
 public:
     PConfigManager() noexcept;
-
-    PConfigManager(const PConfigManager&) = delete;
-    PConfigManager& operator=(const PConfigManager&) = delete;
 
     int incRef() noexcept override;
     int decRef() noexcept override;
@@ -60,60 +57,20 @@ public:
 
     int setString(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iValue) override;
     int removeSetKey(const PLiteral& iID, const PLiteral& iKey) noexcept override;
-    int setInt32(const PLiteral& iID, const PLiteral& iKey, int iValue) override;
-    int setUint32(const PLiteral& iID, const PLiteral& iKey, unsigned int iValue) override;
-    int setInt64(const PLiteral& iID, const PLiteral& iKey, long long iValue) override;
-    int setUint64(const PLiteral& iID, const PLiteral& iKey, unsigned long long iValue) override;
-    int setBool(const PLiteral& iID, const PLiteral& iKey, bool iValue) override;
-    int setBinary(const PLiteral& iID, const PLiteral& iKey, const unsigned char* iData,
-                  unsigned int iSize) override;
 
     int setAttrString(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iAttribute,
                       const PLiteral& iValue) override;
     int removeSetAttr(const PLiteral& iID, const PLiteral& iKey,
                       const PLiteral& iAttribute) noexcept override;
-    int setAttrInt32(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iAttribute,
-                     int iValue) override;
-    int setAttrUint32(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iAttribute,
-                      unsigned int iValue) override;
-    int setAttrInt64(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iAttribute,
-                     long long iValue) override;
-    int setAttrUint64(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iAttribute,
-                      unsigned long long iValue) override;
-    int setAttrBool(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iAttribute,
-                    bool iValue) override;
-    int setAttrBinary(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iAttribute,
-                      const unsigned char* iData, unsigned int iSize) override;
 
     int storeString(const PLiteral& iID, const PLiteral& iKey,
                     const PLiteral& iValue) noexcept override;
     int removeStoredKey(const PLiteral& iID, const PLiteral& iKey) noexcept override;
-    int storeInt32(const PLiteral& iID, const PLiteral& iKey, int iValue) noexcept override;
-    int storeUint32(const PLiteral& iID, const PLiteral& iKey,
-                    unsigned int iValue) noexcept override;
-    int storeInt64(const PLiteral& iID, const PLiteral& iKey, long long iValue) noexcept override;
-    int storeUint64(const PLiteral& iID, const PLiteral& iKey,
-                    unsigned long long iValue) noexcept override;
-    int storeBool(const PLiteral& iID, const PLiteral& iKey, bool iValue) noexcept override;
-    int storeBinary(const PLiteral& iID, const PLiteral& iKey, const unsigned char* iData,
-                    unsigned int iSize) noexcept override;
 
     int storeAttrString(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iAttribute,
                         const PLiteral& iValue) noexcept override;
     int removeStoredAttr(const PLiteral& iID, const PLiteral& iKey,
                          const PLiteral& iAttribute) noexcept override;
-    int storeAttrInt32(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iAttribute,
-                       int iValue) noexcept override;
-    int storeAttrUint32(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iAttribute,
-                        unsigned int iValue) noexcept override;
-    int storeAttrInt64(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iAttribute,
-                       long long iValue) noexcept override;
-    int storeAttrUint64(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iAttribute,
-                        unsigned long long iValue) noexcept override;
-    int storeAttrBool(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iAttribute,
-                      bool iValue) noexcept override;
-    int storeAttrBinary(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iAttribute,
-                        const unsigned char* iData, unsigned int iSize) noexcept override;
 
     int addListener(const PLiteral& iID, const PLiteral& iTopic) noexcept override;
     int removeListener(const PLiteral& iID, const PLiteral& iTopic) noexcept override;
@@ -213,16 +170,6 @@ private:
     template <class TAppend>
     static int _load(IConfigManager* iManager, const PLiteral& iID, PBaseptr<IConfig>& oConfig,
                      const TAppend& iAppend) noexcept;
-
-    typedef int (IConfigManager::*TextOperation)(const PLiteral&, const PLiteral&, const PLiteral&);
-    typedef int (IConfigManager::*AttrTextOperation)(const PLiteral&, const PLiteral&,
-                                                     const PLiteral&, const PLiteral&);
-    template <class TConvert, class... TValue>
-    int putAs(const TConvert& iConvert, TextOperation iOperation, const PLiteral& iID,
-              const PLiteral& iKey, TValue... iValue);
-    template <class TConvert, class... TValue>
-    int putAttrAs(const TConvert& iConvert, AttrTextOperation iOperation, const PLiteral& iID,
-                  const PLiteral& iKey, const PLiteral& iAttribute, TValue... iValue);
 
     static PConfigValues& _valuesOf(const PBaseptr<IConfig>& iConfig) noexcept;
     static int _appendLine(const PLiteral& iLine, Entry& ioEntry, PConfigValues& ioValues) noexcept;
