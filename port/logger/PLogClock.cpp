@@ -4,7 +4,7 @@
 std::string_view PLogClock::now() noexcept
 {
     timespec time{};
-    // CLOCK_REALTIME is always there; zero would stand in for it.
+    // Cannot fail: CLOCK_REALTIME always exists.
     static_cast<void>(::clock_gettime(CLOCK_REALTIME, &time));
     if (time.tv_sec != fSecond)
     {
@@ -25,7 +25,7 @@ void PLogClock::breakDown(std::time_t iSecond) noexcept
     if (!::localtime_r(&iSecond, &parts) ||
         std::strftime(fText, sizeof fText, "%Y-%m-%d %H:%M:%S", &parts) != eSecondsLen)
     {
-        return; // a year beyond four digits: the last time that could be shown stays
+        return; // a year with more than four digits: the previous text stays
     }
     fText[eSecondsLen] = '.';
     fSecond = iSecond;

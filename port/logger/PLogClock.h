@@ -1,16 +1,16 @@
 // SPDX-License-Identifier: MIT
-// PLogClock: the local time as it stands at the front of a line.
+// PLogClock: formats the local time for the start of a line.
 #ifndef IXLAL_PLOGCLOCK_H
 #define IXLAL_PLOGCLOCK_H
 
 #include <ctime>
 #include <string_view>
 
-/// Breaks the time down once a second. Belongs to one thread at a time.
+/// Converts to local time only once per second. Belongs to one thread at a time.
 class PLogClock
 {
 public:
-    /// "YYYY-MM-DD HH:MM:SS.mmm"; valid until the next call.
+    /// The present time as "YYYY-MM-DD HH:MM:SS.mmm"; valid until the next call.
     std::string_view now() noexcept;
 
 private:

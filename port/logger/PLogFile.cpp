@@ -11,17 +11,17 @@
 
 namespace
 {
-// Time, numbers and separators of a header, and the words of the report on lost lines.
+// Room for time, numbers and separators of a header, and for the report of lost lines.
 constexpr std::size_t kHeaderRoom = 96;
 constexpr std::size_t kReportRoom = 96;
 constexpr std::string_view kLostLines = "[PLogger] Lost lines: ";
 constexpr std::string_view kLostEchoes = "[PLogger] Lost echo lines: ";
 constexpr std::string_view kLossError = " err: ";
-// A byte of a dump takes two digits, a blank and its character.
+// A byte of a dump needs two digits, a blank and its character.
 constexpr std::size_t kDumpBytesEach = 4;
 constexpr int kOffsetDigits = 8;
 
-/// The tag between blanks.
+/// The encoded tag with a blank before and after it.
 std::string _encodeTag(const PLiteral& iTag)
 {
     PLogLine line(iTag.len() * std::size_t{PLogLine::eMaxBytes} + 2);
@@ -68,7 +68,7 @@ PLogFile::~PLogFile()
     }
     nl_addReport(kLostLines, fLost);
     nl_addReport(kLostEchoes, fUnechoed);
-    // The last try; nobody is left who could hear of a failure.
+    // The file is about to be closed: there is no place to report a failure.
     static_cast<void>(fSink.put(fLine.bytes(), reports));
 }
 
@@ -141,7 +141,8 @@ int PLogFile::nl_dumpLine(const unsigned char* iData, unsigned int iOffset, unsi
     return nl_send(iEcho);
 }
 
-/// Makes room for a line of iLen parts of up to iBytesEach bytes, and puts down what comes first.
+/// Provides room for a line of iLen parts of up to iBytesEach bytes, and adds a report of lost
+/// lines and the header.
 int PLogFile::nl_begin(char iKind, std::size_t iLen, std::size_t iBytesEach) noexcept
 {
     if (iLen > (std::numeric_limits<std::size_t>::max() - fFixedRoom) / iBytesEach)
@@ -174,8 +175,8 @@ int PLogFile::nl_send(const PLogEcho& iEcho) noexcept
     return 0;
 }
 
-/// Sends what stands behind iBegin to the standard error stream, after a report on what that has
-/// dropped before. The report is put together behind it, where nl_begin has left room.
+/// Writes the bytes after iBegin to the standard error stream, after a report of the lines that the
+/// stream has dropped. The report is composed after the line, where nl_begin has provided room.
 void PLogFile::nl_echo(std::size_t iBegin) noexcept
 {
     const std::size_t end = fLine.bytes().size();
@@ -209,7 +210,7 @@ void PLogFile::nl_addHeader(char iKind) noexcept
     fLine.add(fTag);
 }
 
-/// Nothing where no line was lost.
+/// Adds nothing when no line was lost.
 void PLogFile::nl_addReport(std::string_view iWhat, const Losses& iLosses) noexcept
 {
     if (iLosses.lines == 0)

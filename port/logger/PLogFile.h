@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// PLogFile: composes lines and sends them to a log.
+// PLogFile: formats lines and writes them to a log.
 #ifndef IXLAL_PLOGFILE_H
 #define IXLAL_PLOGFILE_H
 
@@ -16,42 +16,43 @@
 
 class PLogText;
 
-/// Where a line goes beside the file.
+/// What is also written to the standard error stream.
 struct PLogEcho
 {
-    bool line; ///< the line itself to the standard error stream
-    bool text; ///< its bare text to the standard error stream
+    bool line; ///< the complete line
+    bool text; ///< the text of the line only
 };
 
 /// One open log. Each line is one write, made under the log's lock. Lines that cannot be written
-/// are counted; the next one that can be is preceded by a line that tells their number. The same
-/// holds for the standard error stream, which never makes a line wait; what it dropped in the end
-/// is told by the file. All operations return 0 or the negated errno of a line that the file lost.
-/// In a child of the process that made it, it must only be destroyed. [any thread]
+/// are counted; the next line that can be written is preceded by a line with their number. The same
+/// applies to the standard error stream, which a line never waits for; the lines that it lacks at
+/// the end are reported in the file. All operations return 0 or the negated errno of a line that
+/// the file lost. A forked child may only destroy the object. [any thread]
 class PLogFile
 {
 public:
     /// Throws std::bad_alloc.
     PLogFile(const std::string& iPath, const PLiteral& iTag, bool iNew, const PLogLimits& iLimits);
 
-    /// Tells of lost lines once more, and closes the file. Neither waits nor writes in a child.
+    /// Reports lost lines a last time and closes the file. In a forked child it neither waits nor
+    /// writes.
     ~PLogFile();
 
     PLogFile(const PLogFile&) = delete;
     PLogFile& operator=(const PLogFile&) = delete;
 
-    /// 0, or -130 in a child.
+    /// 0, or -130 in a forked child.
     int refused() const noexcept
     {
         return PFork::refused(fGeneration);
     }
 
-    /// Opens the file; may fail without harm.
+    /// Opens the file. After a failure every line tries again.
     int open() noexcept;
 
     int write(char iKind, const PLogText& iText, const PLogEcho& iEcho) noexcept;
 
-    /// Writes iSize bytes, iWidth a line, without other lines in between.
+    /// Writes iSize bytes, iWidth in each line, without other lines in between.
     int dump(const unsigned char* iData, unsigned int iSize, unsigned int iWidth,
              const PLogEcho& iEcho) noexcept;
 
@@ -73,15 +74,15 @@ private:
     void nl_addReport(std::string_view iWhat, const Losses& iLosses) noexcept IXLA_REQUIRES(fMutex);
 
     const unsigned short fGeneration = PFork::generation();
-    const std::string fTag;       ///< as it stands in the lines, with its blanks
-    const std::size_t fFixedRoom; ///< for all that goes out with a text
+    const std::string fTag;       ///< with the blanks around it in a line
+    const std::size_t fFixedRoom; ///< bytes of a line besides its text, including reports
     PLogMutex fMutex;
     PLogClock fClock IXLA_GUARDED_BY(fMutex);
     PLogLine fLine IXLA_GUARDED_BY(fMutex);
     PLogSink fSink IXLA_GUARDED_BY(fMutex);
-    std::size_t fLineBegin IXLA_GUARDED_BY(fMutex); ///< where the line stands behind the report
-    Losses fLost IXLA_GUARDED_BY(fMutex);           ///< what the file lacks
-    Losses fUnechoed IXLA_GUARDED_BY(fMutex);       ///< what the standard error stream lacks
+    std::size_t fLineBegin IXLA_GUARDED_BY(fMutex); ///< start of the line, after a report
+    Losses fLost IXLA_GUARDED_BY(fMutex);           ///< lines missing in the file
+    Losses fUnechoed IXLA_GUARDED_BY(fMutex);       ///< lines missing on the standard error stream
 };
 
 #endif

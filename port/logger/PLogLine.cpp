@@ -23,7 +23,7 @@ std::uint32_t _bits(wchar_t iChar)
     return static_cast<std::uint32_t>(iChar);
 }
 
-/// Whether a character is shown by its number.
+/// Whether a character is written as its number.
 bool _isEscaped(std::uint32_t iChar)
 {
     if (iChar < 0xA0)
@@ -37,15 +37,17 @@ bool _isEscaped(std::uint32_t iChar)
     return turns || separates || !hasUtf8;
 }
 
-/// Characters of ASCII that are shown as they are, wherever they stand.
+/// Whether an ASCII character is always written unchanged.
 bool _isPlain(wchar_t iChar)
 {
     return iChar >= 0x20 && iChar < 0x7F && iChar != L'\\';
 }
 
-/// Copies plain characters up to the first other one; returns how many. Takes four at a time: of
-/// their bytes together, one below a blank lends from its highest bit, and so does a backslash that
-/// was turned to zero; a delete carries into it.
+/// Copies plain characters up to the first other one; returns their number. Tests four at a time,
+/// as the bytes of one number. The highest bit of a byte marks a character that is not plain: a
+/// control character borrows from it when a blank is subtracted, a backslash, turned to zero by the
+/// exclusive or, borrows from it when 1 is subtracted, and a delete carries into it when 1 is
+/// added.
 std::size_t _copyPlain(const wchar_t* iText, std::size_t iLen, char* oBytes)
 {
     std::size_t done = 0;
@@ -71,14 +73,14 @@ std::size_t _copyPlain(const wchar_t* iText, std::size_t iLen, char* oBytes)
     return done;
 }
 
-/// Whether a backslash would begin an escape with this character behind it.
+/// Whether a backslash before this character would read as the start of an escape.
 bool _continuesEscape(wchar_t iChar)
 {
     return std::wstring_view(L"nr0xuU\\").find(iChar) != std::wstring_view::npos ||
            _isEscaped(_bits(iChar));
 }
 
-/// Whether a character ends a run of those that only PUtf8 can write.
+/// Whether a character ends a run of characters that PUtf8 encodes.
 bool _endsForeign(wchar_t iChar)
 {
     return _isPlain(iChar) || iChar == L'\\' || _isEscaped(_bits(iChar));

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// PLogLine: the bytes that go out in one write.
+// PLogLine: the buffer for the bytes of one write.
 #ifndef IXLAL_PLOGLINE_H
 #define IXLAL_PLOGLINE_H
 
@@ -8,18 +8,18 @@
 #include <memory>
 #include <string_view>
 
-/// A buffer that is filled from the front. Belongs to one thread at a time.
+/// A buffer that bytes are appended to. Belongs to one thread at a time.
 class PLogLine
 {
 public:
-    /// Keeps a buffer for the usual lines; throws std::bad_alloc.
+    /// Allocates iUsualRoom bytes, which serve all lines that fit; throws std::bad_alloc.
     explicit PLogLine(std::size_t iUsualRoom);
 
-    /// Empties the buffer and makes sure of room for iRoom bytes; all that is added until the
-    /// next reset must fit. Returns 0 or -12, and then nothing may be added.
+    /// Empties the buffer and provides room for iRoom bytes. The bytes added until the next reset
+    /// must fit. Returns 0 or -12; after -12 nothing may be added.
     int reset(std::size_t iRoom) noexcept;
 
-    /// Takes back what was added behind the first iSize bytes.
+    /// Removes the bytes after the first iSize.
     void shorten(std::size_t iSize) noexcept
     {
         fSize = iSize;
@@ -36,23 +36,24 @@ public:
         fSize += iBytes.size();
     }
 
-    /// Decimal digits, 20 at most.
+    /// Adds decimal digits and a sign, 20 characters at most.
     void addNumber(long long iNumber) noexcept;
 
-    /// The iDigits lowest hexadecimal digits, in lower case.
+    /// Adds the iDigits lowest hexadecimal digits, in lower case.
     void addHex(unsigned int iNumber, int iDigits) noexcept;
 
-    /// The most bytes that a character of a text takes.
+    /// The most bytes that addText needs for a character.
     enum
     {
         eMaxBytes = 10
     };
 
-    /// UTF-8, with escapes for what would break a line, move a terminal's cursor or turn the
-    /// direction of writing: \n, \r and \0 for line feed, carriage return and zero, \xHH for other
-    /// controls below 80 and for bytes that were no UTF-8, \uHHHH and \UHHHHHHHH for the rest. A
-    /// tab stays. A backslash is doubled where it would read as the begin of an escape, so that
-    /// different texts never look the same. Takes up to eMaxBytes each character.
+    /// Adds a text in UTF-8. Characters that would break the line, move a terminal's cursor or
+    /// change the writing direction become escapes: \n, \r and \0 for line feed, carriage return
+    /// and zero, \xHH for other controls below 80 and for bytes that are not valid UTF-8, \uHHHH
+    /// and \UHHHHHHHH for the rest. A tab stays. A backslash is doubled where it would read as the
+    /// start of an escape, so that different texts always give different lines. Needs up to
+    /// eMaxBytes for each character.
     void addText(const wchar_t* iText, std::size_t iLen) noexcept;
 
     std::string_view bytes() const noexcept
@@ -65,7 +66,7 @@ private:
 
     const std::size_t fUsualRoom;
     const std::unique_ptr<char[]> fUsual;
-    std::unique_ptr<char[]> fLarge; ///< for one unusual line
+    std::unique_ptr<char[]> fLarge; ///< for one line that needs more than fUsualRoom
     char* fBytes;
     std::size_t fSize;
 };

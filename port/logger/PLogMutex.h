@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// PLogMutex: the lock of a log file, and its holder.
+// PLogMutex: the mutex of a log file, and its guard.
 #ifndef IXLAL_PLOGMUTEX_H
 #define IXLAL_PLOGMUTEX_H
 
@@ -7,8 +7,8 @@
 
 #include <mutex>
 
-/// A mutex that needs no opening and whose locking cannot fail, so that failures of other locks
-/// can still be logged.
+/// A mutex that need not be opened and whose lock operation cannot fail, so that failures of other
+/// locks can be logged.
 class IXLA_CAPABILITY("mutex") PLogMutex
 {
 public:
@@ -26,7 +26,7 @@ private:
     std::mutex fMutex;
 };
 
-/// Holds a PLogMutex for the time of a scope.
+/// Holds a PLogMutex until the end of its scope.
 class IXLA_SCOPED_CAPABILITY PLogLock
 {
 public:

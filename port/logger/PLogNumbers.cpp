@@ -11,14 +11,14 @@ namespace
 {
 struct Numbers
 {
-    std::size_t size; ///< 0 while they are not known
+    std::size_t size; ///< 0 while the numbers are unknown
     char text[32];
 };
 
 thread_local Numbers sNumbers = {};
 
-/// A forked child begins with a copy of the forking thread, which is another thread of another
-/// process.
+/// Called in a forked child: its only thread has a copy of the forking thread's numbers, but other
+/// numbers of its own.
 void _forget() noexcept
 {
     sNumbers.size = 0;

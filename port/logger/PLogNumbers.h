@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: MIT
-// PLogNumbers: the numbers of process and thread as they stand in a line.
+// PLogNumbers: the process and thread numbers of a line.
 #ifndef IXLAL_PLOGNUMBERS_H
 #define IXLAL_PLOGNUMBERS_H
 
 #include <string_view>
 
-/// Every thread asks the system for its numbers once. [any thread]
+/// Each thread asks the system for its numbers only once. [any thread]
 class PLogNumbers
 {
 public:
-    /// " PROCESS:THREAD " of the calling thread, which keeps it.
+    /// " PROCESS:THREAD " of the calling thread; valid until the thread ends.
     static std::string_view own() noexcept;
 };
 

@@ -23,7 +23,7 @@ namespace
 constexpr mode_t kFileMode = 0644;
 constexpr mode_t kDirectoryMode = 0755;
 constexpr std::size_t kPartDigits = 16; // "." and the digits of a part number
-constexpr int kRotations = 1000;        // of other writers, while a line waits for its turn
+constexpr int kRotations = 1000;        // the most rotations of other writers that a line follows
 constexpr std::size_t kBlock = 65536;
 constexpr std::size_t kSmallBlock = 1024;
 
@@ -49,11 +49,11 @@ ssize_t _readAt(int iHandle, char* oBytes, std::size_t iSize, unsigned long long
     return PRetry::call([=] { return ::pread(iHandle, oBytes, iSize, static_cast<off_t>(iFrom)); });
 }
 
-/// A large room to read into; a small one without memory for it.
+/// A buffer to read into: large, or small if there is no memory for the large one.
 class Block
 {
 public:
-    // cppcheck-suppress uninitMemberVar ; only read where something was read into it
+    // cppcheck-suppress uninitMemberVar ; bytes are used only after a read has filled them
     Block() noexcept : fLarge(new (std::nothrow) char[kBlock])
     {
     }
@@ -73,8 +73,8 @@ private:
     char fSmall[kSmallBlock];
 };
 
-/// Moves a handle away from those of the standard streams, which a host may have closed: what is
-/// printed must not end up in the log.
+/// Replaces a handle with the number of a standard stream by a higher one. A host may have closed
+/// its standard streams, and its output must not go to the log.
 int _moveOffStandardStreams(int iHandle) noexcept
 {
     if (iHandle < 0 || iHandle > STDERR_FILENO)
@@ -100,7 +100,7 @@ int PLogSink::resolve(const PLiteral& iFile, std::string& oPath)
     if (!path.empty() && path[0] != '/')
     {
         std::vector<char> directory(PATH_MAX);
-        // Without a working directory the path stays relative and opening it tells what is wrong.
+        // Without a working directory the path stays relative, and opening it reports the error.
         if (::getcwd(directory.data(), directory.size()))
         {
             path.insert(0, std::string(directory.data()) + '/');
@@ -150,7 +150,7 @@ int PLogSink::open() noexcept
     return 0;
 }
 
-// A log that is a pipe must not block the process, neither here nor when writing.
+// O_NONBLOCK, because a log that is a pipe must not block the process, neither here nor in a write.
 int PLogSink::openHandle() const noexcept
 {
     const int flags = O_WRONLY | O_APPEND | O_CREAT | O_NONBLOCK | (fNew ? O_TRUNC : 0);
@@ -172,7 +172,7 @@ int PLogSink::makeDirectories() noexcept
     return 0;
 }
 
-/// Learns what an opened file holds.
+/// Reads size, line count and identity of the file that was just opened.
 void PLogSink::examine() noexcept
 {
     struct stat state = {};
@@ -190,8 +190,8 @@ void PLogSink::examine() noexcept
     }
 }
 
-/// A second handle of the open file, to read it. Another file may have taken its place by now, even
-/// a pipe, which must not block the process.
+/// Opens the file again, for reading. O_NONBLOCK, because another file, even a pipe, may have
+/// replaced it and must not block the process.
 int PLogSink::openReader() const noexcept
 {
     const int reader = _open(fPath.c_str(), O_RDONLY | O_NONBLOCK);
@@ -204,9 +204,8 @@ int PLogSink::openReader() const noexcept
     return -ENOENT;
 }
 
-/// Looks how the file ends, and counts its lines from iFrom on as far as that can matter: what is
-/// full already need not be read. Reading fails for a file that may only be written; then its lines
-/// are not counted.
+/// Checks whether the file ends with a line end, and counts its lines from iFrom on, unless the
+/// file is full anyway. The lines of a file that may not be read are not counted.
 void PLogSink::readOn(unsigned long long iFrom) noexcept
 {
     const int reader = openReader();
@@ -265,8 +264,8 @@ bool PLogSink::isLimited() const noexcept
     return fRegular && (fLimits.size > 0 || fLimits.lines > 0);
 }
 
-/// Takes the turn at the file that the path leads to, and moves that aside when it is full. Every
-/// round but the last is for a file that another logger has moved aside meanwhile.
+/// Takes the turn at the file that the path names, and rotates it when it is full. Starts again
+/// each time that another logger has renamed the file meanwhile.
 int PLogSink::makeRoom(std::size_t iSize, unsigned int iLines) noexcept
 {
     int result = 0;
@@ -288,8 +287,8 @@ int PLogSink::makeRoom(std::size_t iSize, unsigned int iLines) noexcept
     return result;
 }
 
-/// Whether the path leads to another file by now: a second logger of the same file, or a person,
-/// has moved ours. Otherwise oSize is how much it holds, unless that cannot be told.
+/// Whether the path names another file now, because another logger or a user has renamed ours. If
+/// not, oSize is set to the size of the file, or unchanged if that is unknown.
 bool PLogSink::isMovedAway(unsigned long long& oSize) const noexcept
 {
     struct stat named = {};
@@ -310,8 +309,8 @@ bool PLogSink::isOpened(unsigned long long iDevice, unsigned long long iNode) co
     return iDevice == fDevice && iNode == fNode;
 }
 
-/// Reckons in what others have written. A file that starts anew when it is full may have done so
-/// since, so its lines are counted from the front.
+/// Includes the lines of other writers in size and count. With no parts a full file is emptied,
+/// perhaps meanwhile, so its lines are counted from the start.
 void PLogSink::catchUp(unsigned long long iSize) noexcept
 {
     if (iSize == fSize)
@@ -335,8 +334,8 @@ bool PLogSink::isFull(std::size_t iSize, unsigned int iLines) const noexcept
                              (fLimits.lines > 0 && fLines + fTorn + iLines > fLimits.lines));
 }
 
-/// Returns whether the file was moved aside. One that could be neither moved nor emptied grows on,
-/// and is tried again when as much has been added once more.
+/// Returns whether the file was renamed. A file that can be neither renamed nor emptied grows
+/// further; the next attempt comes when as much again has been added.
 bool PLogSink::rotate() noexcept
 {
     if (fLimits.parts > 0 && moveAside())
@@ -353,8 +352,8 @@ bool PLogSink::rotate() noexcept
     return false;
 }
 
-/// Moves the older parts up as far as the first number that is free, so that a gap costs no part
-/// its lines; only with all numbers taken does the oldest go. A number that cannot be looked at
+/// Renumbers the parts up to the first free number, so that no part is deleted while there is a
+/// gap; with all numbers taken the oldest part is deleted. A number whose file cannot be examined
 /// counts as taken.
 bool PLogSink::moveAside() noexcept
 {
@@ -405,7 +404,7 @@ int PLogSink::append(std::string_view iBytes) noexcept
         if (written <= 0)
         {
             cutOff(done);
-            // Somebody closed our handle, and its number may soon be that of another file.
+            // The host has closed our handle; another file may get its number.
             fHandle = written == -EBADF ? -1 : fHandle;
             return written == 0 ? -EIO : static_cast<int>(written);
         }
@@ -415,8 +414,8 @@ int PLogSink::append(std::string_view iBytes) noexcept
     return 0;
 }
 
-/// Removes the first iSize bytes of a line whose rest could not be written, unless somebody else
-/// has written behind them.
+/// Removes the first iSize bytes of a line that was not written completely, unless another writer
+/// has appended to them.
 void PLogSink::cutOff(std::size_t iSize) noexcept
 {
     if (iSize == 0)
@@ -433,8 +432,7 @@ void PLogSink::cutOff(std::size_t iSize) noexcept
     }
 }
 
-// Every byte has been handed to the system and its result looked at; what closing could still
-// tell would find no line to be told about.
+// The result of each write has been checked; an error of closing could not be attributed to a line.
 void PLogSink::close() noexcept
 {
     fTurn.giveBack();

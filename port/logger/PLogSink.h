@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// PLogSink: the file behind a log, with its rotation.
+// PLogSink: the file of a log, with its rotation.
 #ifndef IXLAL_PLOGSINK_H
 #define IXLAL_PLOGSINK_H
 
@@ -9,24 +9,25 @@
 #include <string>
 #include <string_view>
 
-/// When a log file is full, and what becomes of it then. 0 stands for no limit.
+/// When a log file is full, and how many full files are kept.
 struct PLogLimits
 {
-    unsigned long long size;  ///< bytes in a file
-    unsigned long long lines; ///< lines in a file
-    unsigned int parts;       ///< full files that stay beside the current one
+    unsigned long long size;  ///< bytes in a file; 0 for no limit
+    unsigned long long lines; ///< lines in a file; 0 for no limit
+    unsigned int parts;       ///< full files that are kept in addition to the current one
 };
 
-/// Appends whole lines to a file. A file that cannot be opened is tried again at every line, one
-/// that cannot be moved aside grows on. Where a file has limits, what counts is what it holds,
-/// whoever wrote it, and its writers take turns; one that does not get its turn appends its line
-/// all the same, and leaves the file where it is. Belongs to one thread at a time.
+/// Appends whole lines to a file. A file that cannot be opened is tried again at every line; a full
+/// file that cannot be renamed grows further. Limits apply to the whole content of the file,
+/// including lines of other writers. The writers of a file with limits take turns (see PLogTurn); a
+/// writer that does not get its turn still appends its line, but does not rotate the file. Belongs
+/// to one thread at a time.
 class PLogSink
 {
 public:
-    /// The absolute path that iFile stands for, as the file system wants it: later changes of
-    /// the working directory don't move the log. Returns 0, -22 for a text that no path can be.
-    /// Throws std::bad_alloc.
+    /// Converts iFile to the bytes of an absolute path, so that a later change of the working
+    /// directory does not move the log. Returns 0, or -22 for a text that is not a path. Throws
+    /// std::bad_alloc.
     static int resolve(const PLiteral& iFile, std::string& oPath);
 
     /// Throws std::bad_alloc. iNew empties the file when it is first opened.
@@ -36,11 +37,11 @@ public:
     PLogSink(const PLogSink&) = delete;
     PLogSink& operator=(const PLogSink&) = delete;
 
-    /// Opens the file, making missing directories. Returns 0 or a negated errno.
+    /// Opens the file and creates missing directories. Returns 0 or a negated errno.
     int open() noexcept;
 
-    /// Appends iBytes, which are iLines whole lines, all or nothing, after moving a full file
-    /// aside. Returns 0 or a negated errno.
+    /// Rotates the file if it is full, then appends iBytes, which are iLines whole lines,
+    /// completely or not at all. Returns 0 or a negated errno.
     int put(std::string_view iBytes, unsigned int iLines) noexcept;
 
 private:
@@ -65,18 +66,18 @@ private:
 
     const std::string fPath;
     const PLogLimits fLimits;
-    std::string fFrom; ///< these two have room for every name that is put together in them
+    std::string fFrom; ///< room for the longest name that rotation composes, as fTo
     std::string fTo;
     bool fNew;
     int fHandle; ///< -1 while closed
     PLogTurn fTurn;
-    unsigned long long fDevice; ///< these two tell the open file from others
+    unsigned long long fDevice; ///< identifies the open file, together with fNode
     unsigned long long fNode;
     bool fRegular;
-    bool fTorn;                ///< the file doesn't end with a line end
+    bool fTorn;                ///< the file does not end with a line end
     unsigned long long fSize;  ///< of the file, as last known
-    unsigned long long fKept;  ///< how much of it stands from before and doesn't count any more
-    unsigned long long fLines; ///< line ends in the rest; when the file is full, perhaps not all
+    unsigned long long fKept;  ///< bytes at the start of the file that do not count to the limits
+    unsigned long long fLines; ///< line ends after them; may be incomplete when the file is full
 };
 
 #endif

@@ -6,8 +6,8 @@
 #include <cstdarg>
 #include <cstddef>
 
-/// Formats as wide printf does. A text that cannot be formatted is the format itself. Texts of up
-/// to eShort characters are kept inside the object, longer ones on the heap.
+/// Formats as wide printf does. If formatting fails, the text is the format itself. Texts of up to
+/// eShort characters are stored inside the object, longer ones on the heap.
 class PLogText
 {
 public:
@@ -16,14 +16,14 @@ public:
         eShort = 1024
     };
 
-    /// A null iFormat counts as empty. iFormat must live as long as the object.
+    /// A null iFormat counts as empty. iFormat must outlive the object.
     PLogText(const wchar_t* iFormat, va_list iArgs) noexcept;
     ~PLogText();
 
     PLogText(const PLogText&) = delete;
     PLogText& operator=(const PLogText&) = delete;
 
-    /// The characters; zeros among them count.
+    /// The len() characters; they may include zeros.
     const wchar_t* ptr() const noexcept
     {
         return fText;
@@ -40,7 +40,7 @@ private:
 
     const wchar_t* fText;
     std::size_t fLen;
-    wchar_t* fLong; ///< made by the C library; null while the text is short
+    wchar_t* fLong; ///< allocated by the C library; null for a short text
     wchar_t fShort[eShort + 1];
 };
 

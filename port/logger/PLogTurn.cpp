@@ -12,7 +12,7 @@
 
 namespace
 {
-// A turn lasts as long as a line takes to be written.
+// A turn lasts as long as one write, so yielding usually suffices.
 constexpr int kYields = 200;
 constexpr int kSleeps = 1000;
 
@@ -58,8 +58,8 @@ bool PLogTurn::take(int iHandle) noexcept
     return !isTaken;
 }
 
-// A forked child has the same handle, so closing it would not be enough; and what the child gives
-// back would be the turn of its parent.
+// Unlocks explicitly, because closing the handle does not unlock while a forked child has a copy of
+// it. The child must not unlock, because that would release the lock of its parent.
 void PLogTurn::giveBack() noexcept
 {
     if (fHandle >= 0 && fGeneration == PFork::generation())

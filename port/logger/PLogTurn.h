@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
-// PLogTurn: keeps the writers of one log file apart.
+// PLogTurn: mutual exclusion between the writers of one log file.
 #ifndef IXLAL_PLOGTURN_H
 #define IXLAL_PLOGTURN_H
 
-/// The right to rotate a file, and to count on its size, which one of the loggers that have it open
-/// holds at a time, in this process or in others. It is a lock on the file, which the end of its
-/// process frees, unless a child that was forked meanwhile lives on without having run another
+/// The right to rotate a file and to rely on its size. Of all loggers with the file open, in this
+/// process or in others, one holds it at a time. It is a lock on the file. The end of the process
+/// releases it, unless a child that was forked meanwhile still runs and has not executed another
 /// program. Belongs to one thread at a time.
 class PLogTurn
 {
@@ -16,12 +16,12 @@ public:
     PLogTurn(const PLogTurn&) = delete;
     PLogTurn& operator=(const PLogTurn&) = delete;
 
-    /// Gives back what it holds and takes the turn at iHandle. Waits a second at most, and not at
-    /// all for a holder who has let that pass before. Returns false while somebody else has it;
-    /// true also where the file system knows no locks.
+    /// Releases the turn that it holds and takes the turn at iHandle. Waits at most a second, and
+    /// not at all if the last wait timed out. Returns false when another logger holds the turn;
+    /// true also when the file system supports no locks.
     bool take(int iHandle) noexcept;
 
-    /// Does nothing when the turn was not taken.
+    /// Releases the turn; does nothing when it is not held.
     void giveBack() noexcept;
 
 private:

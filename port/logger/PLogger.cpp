@@ -13,8 +13,7 @@ namespace
 {
 constexpr unsigned int kDefaultDumpWidth = 16;
 
-/// Leaves errno as the caller had it, and keeps the caller's thread from being cancelled while it
-/// holds a log's lock.
+/// Restores errno, and defers cancellation of the calling thread while it holds a log's lock.
 class Undisturbed
 {
 public:

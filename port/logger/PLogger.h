@@ -14,45 +14,46 @@ class PLogFile;
 /// number, kind (D, I or E), tag and text. Line breaks and other control characters of a text are
 /// shown as escapes such as "\n" and "\x1b", so that one call is one line.
 ///
-/// A line is written when its level is at most the logger's level (0 at first); those of kind E
-/// always. Nothing is written by a logger that is null, not initialised or disabled. The line
+/// A line is written when its level is at most the logger's level (0 at first); lines of kind E are
+/// always written. A logger that is null, not initialised or disabled writes nothing. The line
 /// operations return 0, also for a line that was filtered out, or the negated errno of a line
-/// that could not be written; such lines are counted, and the log says how many are missing as
-/// soon as it can be written again. A line that cannot be formatted is written as its format
-/// text. In a child of the process that initialised the logger no line is written, and the line
-/// operations return -130; a logger that the child makes itself works. No member throws; the line
-/// operations may be called from any thread at any time, and lines never mix.
+/// that could not be written. Such lines are counted, and the log reports their number when it can
+/// be written again. A line that cannot be formatted is written as its format text.
+///
+/// In a forked child of the process that initialised the logger no line is written, and the line
+/// operations return -130; a logger that the child initialises itself works. No member throws. The
+/// line operations may be called from any thread at any time, and lines never mix.
 class IXLA_EXPORT PLogger
 {
 public:
     PLogger() noexcept;
 
-    /// Closes the file. No other thread may be using the logger.
+    /// Closes the file. No other thread may use the logger during the call.
     ~PLogger();
 
     PLogger(const PLogger&) = delete;
     PLogger& operator=(const PLogger&) = delete;
 
-    /// Opens the log, creating missing directories (0755) and the file (0644), both less the
+    /// Opens the log and creates missing directories (0755) and the file (0644), both less the
     /// umask. Called once, before any line.
-    /// iNew empties an existing file; otherwise lines are appended. iMaxSize is the size in bytes
-    /// and iMaxCount the number of lines at which the file is full, 0 or below for no limit. A
-    /// full file becomes iFile.1, the older ones move up to iFile.N, N being iParts, and the oldest
-    /// goes; with iParts 0 or below the file starts anew instead. iEnable false creates no file and
-    /// writes nothing.
-    /// Returns 0 or a negated errno, -16 when called again; a logger whose file could not be
+    /// iNew empties an existing file; otherwise lines are appended. The file is full at iMaxSize
+    /// bytes or at iMaxCount lines; 0 or less means no limit. A full file is renamed to iFile.1,
+    /// older ones are renumbered up to iFile.N with N = iParts, and the oldest is deleted; with
+    /// iParts 0 or less the file is emptied instead. With iEnable false no file is created and
+    /// nothing is written.
+    /// Returns 0 or a negated errno, -16 when called again. A logger whose file could not be
     /// opened tries again at every line.
     int init(const PLiteral& iFile, const PLiteral& iTag, bool iNew, unsigned int iMaxSize,
              int iParts, int iMaxCount, bool iEnable) noexcept;
 
-    /// The highest level that is written from now on. Returns 0. [any thread]
+    /// Sets the highest level that is written. Returns 0. [any thread]
     int setLevel(int iLevel) noexcept;
 
-    /// Whether lines also go to the standard error stream, which drops and counts those that it
-    /// does not take at once. Returns 0. [any thread]
+    /// Sets whether lines are also written to the standard error stream. A line that the stream
+    /// does not accept at once is dropped and counted. Returns 0. [any thread]
     int setPrintOnConsole(bool iPrint) noexcept;
 
-    /// Whether a line of this level would be written; costs a comparison. [any thread]
+    /// Whether a line of this level would be written. Costs one comparison. [any thread]
     bool isLogged(int iLevel) const noexcept
     {
         return iLevel <= __atomic_load_n(&fThreshold, __ATOMIC_RELAXED);
@@ -65,9 +66,9 @@ public:
     static int debug(PLogger* iLogger, int iLevel, const wchar_t* iFormat, ...) noexcept;
     ///@}
 
-    /// The same. They keep a literal 0 or a string literal as first argument from being taken for
-    /// an argument list, which is a char* on 32-bit x86, and filter where they are called: a line
-    /// that isn't written costs a test.
+    /// The same as a template. Overload resolution prefers it to the form with a va_list, which is
+    /// a char* on 32-bit x86 and would match a literal 0 or a string literal. It filters at the
+    /// call: a line that is not written costs one comparison.
     template <class... TArgs>
     static int info(PLogger* iLogger, int iLevel, const wchar_t* iFormat, TArgs... iArgs) noexcept
     {
@@ -75,7 +76,7 @@ public:
         return iLogger && iLogger->isLogged(iLevel) ? form(iLogger, iLevel, iFormat, iArgs...) : 0;
     }
 
-    /// As info, with that kind.
+    /// As info, for kind E.
     template <class... TArgs>
     static int error(PLogger* iLogger, int iLevel, const wchar_t* iFormat, TArgs... iArgs) noexcept
     {
@@ -83,7 +84,7 @@ public:
         return iLogger ? form(iLogger, iLevel, iFormat, iArgs...) : 0;
     }
 
-    /// As info, with that kind.
+    /// As info, for kind D.
     template <class... TArgs>
     static int debug(PLogger* iLogger, int iLevel, const wchar_t* iFormat, TArgs... iArgs) noexcept
     {
@@ -92,8 +93,8 @@ public:
     }
 
     ///@{
-    /// The same with an argument list. So on 32-bit x86 a plain char* must not be the first
-    /// argument of the forms above: pass narrow text as const char*.
+    /// The same with an argument list. On 32-bit x86, where va_list is a char*, a non-const char*
+    /// as first argument of the forms above selects these: pass narrow text as const char*.
     static int info(PLogger* iLogger, int iLevel, const wchar_t* iFormat, va_list iArgs) noexcept;
     static int error(PLogger* iLogger, int iLevel, const wchar_t* iFormat, va_list iArgs) noexcept;
     static int debug(PLogger* iLogger, int iLevel, const wchar_t* iFormat, va_list iArgs) noexcept;
@@ -104,8 +105,8 @@ public:
                           va_list iArgs) noexcept;
 
     /// Writes iSize bytes in lines of kind D: offset, iWidth bytes (0 for 16) in hexadecimal, and
-    /// the same as characters. The lines of one call stay together. -22 for a null iData with an
-    /// iSize above 0.
+    /// the same bytes as characters. No other line comes between the lines of one call. Returns -22
+    /// for a null iData with an iSize above 0.
     static int dumpHex(PLogger* iLogger, int iLevel, const void* iData, unsigned int iSize,
                        unsigned int iWidth) noexcept;
 
@@ -114,8 +115,8 @@ private:
 
     int write(char iKind, bool iShowText, const wchar_t* iFormat, va_list iArgs) noexcept;
 
-    PLogFile* fFile; ///< null until init, and while disabled
-    int fThreshold;  ///< the level, or the lowest number while nothing is written
+    PLogFile* fFile; ///< null before init and while disabled
+    int fThreshold;  ///< the level, or the lowest int while nothing is written
     int fLevel;      ///< as last set, also before init
     bool fPrint;
     bool fInitialised;

@@ -12,8 +12,8 @@
 
 namespace
 {
-// In 32-bit the older call takes half the time of the one that counts in 64 bits. It shows limits
-// that it cannot count up to as none.
+// On 32 bits the older call takes half the time of the one with 64-bit limits. It reports a limit
+// beyond its range as no limit.
 #ifdef SYS_ugetrlimit
 constexpr long kGetLimit = SYS_ugetrlimit;
 #else
@@ -21,10 +21,10 @@ constexpr long kGetLimit = SYS_getrlimit;
 #endif
 constexpr unsigned long kMostCounted = ~0ul;
 
-/// Whether the process may give files any size up to kMostCounted.
+/// Whether the process has no file size limit up to kMostCounted.
 bool _isSizeUnlimited() noexcept
 {
-    unsigned long limit[2] = {}; // the one that counts, and how high it may be set
+    unsigned long limit[2] = {}; // soft and hard limit
     return ::syscall(kGetLimit, RLIMIT_FSIZE, limit) == 0 && limit[0] == kMostCounted;
 }
 } // namespace

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// PBlank: the white space that the porting layer takes off texts.
+// PBlank: the white space that the porting layer trims.
 #ifndef IXLAL_PBLANK_H
 #define IXLAL_PBLANK_H
 
@@ -12,13 +12,13 @@ struct PSpan
 
 struct PBlank
 {
-    /// Blank, tab, line feed, vertical tab, form feed or carriage return, whatever the locale.
+    /// Blank, tab, line feed, vertical tab, form feed or carriage return, in every locale.
     static bool is(wchar_t iChar) noexcept
     {
         return iChar == L' ' || (iChar >= L'\t' && iChar <= L'\r');
     }
 
-    /// What is left of a text without the blanks at both ends.
+    /// The part of a text without the blanks at both ends.
     static PSpan trimmed(const wchar_t* iText, unsigned int iLen) noexcept
     {
         while (iLen > 0 && is(iText[iLen - 1]))

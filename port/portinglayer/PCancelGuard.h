@@ -1,20 +1,20 @@
 // SPDX-License-Identifier: MIT
-// PCancelGuard: keeps the calling thread from being cancelled.
+// PCancelGuard: defers cancellation of the calling thread.
 #ifndef IXLAL_PCANCELGUARD_H
 #define IXLAL_PCANCELGUARD_H
 
 #include <pthread.h>
 
-/// While it lives, a pthread_cancel of the calling thread is put off; what comes after acts as
-/// before. Stands around calls that wait or use files, so that the code between them need not be
-/// ready to end there. A thread that allows itself to be cancelled at any instruction, instead of
-/// in calls that wait, is beyond its help.
+/// Defers a pthread_cancel of the calling thread until the end of its scope, and then restores the
+/// previous state. Use it around calls that wait or use files, so that the code between them cannot
+/// be left halfway. It cannot protect a thread with asynchronous cancellation before it is
+/// constructed.
 class PCancelGuard
 {
 public:
     PCancelGuard() noexcept : fBefore(PTHREAD_CANCEL_ENABLE)
     {
-        // Cannot fail for a state that there is, here and below.
+        // Cannot fail for a valid state, here and below.
         (void)pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &fBefore);
     }
 

@@ -46,7 +46,7 @@ int _take(dl_phdr_info* iObject, std::size_t, void* ioSearch) noexcept
 }
 } // namespace
 
-// Not with dladdr, which takes the lock that the loader holds while it runs constructors.
+// dladdr would take the lock that the loader holds while it runs constructors.
 int PCodeOwner::getPath(PString& oPath) const noexcept
 {
     Search search = {reinterpret_cast<std::uintptr_t>(fTable), oPath, PErrno::code(ENOENT)};

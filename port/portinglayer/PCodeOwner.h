@@ -5,8 +5,8 @@
 
 #include "PString.h"
 
-/// Knows an object by its table of virtual functions, so that its library can be named when the
-/// object is gone. [any thread]
+/// Remembers the virtual function table of an object, so that its library can be named after the
+/// object has been destroyed. [any thread]
 class PCodeOwner
 {
 public:
@@ -16,9 +16,9 @@ public:
     {
     }
 
-    /// The path of the library that is mapped there now; "(program)" for the program itself. A long
-    /// path is cut. Does not wait for constructors or destructors that the loader runs.
-    /// Returns 0, -2 when there is none, or -12.
+    /// The path of the library that is now mapped at the table's address; "(program)" for the
+    /// program itself. A long path is truncated. Does not wait for constructors or destructors that
+    /// the loader runs. Returns 0, -2 when no library is mapped there, or -12.
     int getPath(PString& oPath) const noexcept;
 
 private:

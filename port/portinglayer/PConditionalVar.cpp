@@ -13,7 +13,7 @@ PConditionalVar::PConditionalVar() noexcept : fHandle(), fGeneration(0)
 
 PConditionalVar::~PConditionalVar()
 {
-    // One of the parent may have waiters, for whom destroying it would wait in a child for ever.
+    // One inherited by a forked child may have waiters; destroying it would wait for them forever.
     if (PFork::refused(fGeneration) == 0)
     {
         pthread_cond_destroy(&fHandle);
@@ -77,7 +77,7 @@ int PConditionalVar::wait(PMutex* iMutex, unsigned int iMilliseconds) noexcept
     const unsigned int depth = iMutex->fDepth;
     iMutex->fDepth = 0;
     __atomic_store_n(&iMutex->fOwner, 0ul, __ATOMIC_RELAXED);
-    // Holds the mutex again when it returns, whatever it returns.
+    // Holds the mutex again when it returns, with every result.
     const int error = pthread_cond_timedwait(&fHandle, &iMutex->fHandle, &limit);
     __atomic_store_n(&iMutex->fOwner, self, __ATOMIC_RELAXED);
     iMutex->fDepth = depth;

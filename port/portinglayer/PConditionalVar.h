@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// PConditionalVar: lets threads wait for a change that others make under a PMutex.
+// PConditionalVar: a condition variable for use with a PMutex.
 #ifndef IXLAL_PCONDITIONALVAR_H
 #define IXLAL_PCONDITIONALVAR_H
 
@@ -9,12 +9,12 @@
 
 class PMutex;
 
-/// A condition variable on the monotonic clock. Operations return 0 or a negated errno, -22 when
-/// it is not open, -130 in a child of the process that opened it. None throws. [any thread]
+/// A condition variable on the monotonic clock. Operations return 0 or a negated errno: -22 when
+/// it is not open, -130 in a forked child of the process that opened it. None throws. [any thread]
 class IXLA_EXPORT PConditionalVar
 {
 public:
-    /// The result of a wait whose limit passed.
+    /// The result of a wait that timed out.
     enum
     {
         eTimeout = -733
@@ -28,19 +28,19 @@ public:
     PConditionalVar(const PConditionalVar&) = delete;
     PConditionalVar& operator=(const PConditionalVar&) = delete;
 
-    /// Opens it. -16 when it is open already.
+    /// Opens it. -16 when it is already open.
     int init() noexcept;
 
-    /// Releases its resources. Nobody may be waiting.
+    /// Releases its resources. No thread may be waiting.
     int close() noexcept;
 
     /// Wakes every waiter.
     int notifyAll() noexcept;
 
-    /// Gives iMutex, which the caller holds, back whole (however often it was locked), waits at
-    /// most iMilliseconds and takes it again as often. May return 0 without a signal. Returns 0
-    /// when woken, eTimeout when the limit passed, -1 when the caller doesn't hold the mutex. The
-    /// thread is not cancelled meanwhile.
+    /// Unlocks iMutex, which the caller holds, completely (however often it was locked), waits at
+    /// most iMilliseconds, and locks it again as often. Returns 0 when woken, eTimeout when the
+    /// time has passed, -1 when the caller does not hold the mutex. Wakeups may be spurious. The
+    /// thread is not cancelled during the wait.
     int wait(PMutex* iMutex, unsigned int iMilliseconds) noexcept;
 
 private:

@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: MIT
-// PCounter: the count of references to an object.
+// PCounter: a reference count for one thread at a time.
 #ifndef IXLAL_PCOUNTER_H
 #define IXLAL_PCOUNTER_H
 
-/// A signed counter. The increment is atomic, because the synchronised counter inherits it;
-/// change() is not and belongs to counters that one thread at a time uses.
+/// A signed counter. The increment is atomic, because PCounterSync inherits it. change() is not
+/// atomic, so one thread at a time may use the counter.
 class PCounter
 {
 public:
-    /// Begins at iValue.
+    /// Starts at iValue.
     explicit PCounter(int iValue) noexcept : fValue(iValue)
     {
     }
@@ -29,7 +29,7 @@ public:
     }
 
 protected:
-    int fValue; ///< changed by atomic operations where threads share it
+    int fValue; ///< accessed by atomic operations if threads share it
 };
 
 #endif

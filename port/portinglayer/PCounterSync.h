@@ -1,16 +1,16 @@
 // SPDX-License-Identifier: MIT
-// PCounterSync: a counter that several threads may change at once.
+// PCounterSync: an atomic reference count.
 #ifndef IXLAL_PCOUNTERSYNC_H
 #define IXLAL_PCOUNTERSYNC_H
 
 #include "PCounter.h"
 
-/// All changes are atomic. The change that reaches 0 happens after every earlier one, so its
-/// thread may destroy the counted object. [any thread]
+/// All changes are atomic. The change that reaches 0 happens after all earlier ones, so its thread
+/// may destroy the counted object. [any thread]
 class PCounterSync : public PCounter
 {
 public:
-    /// Begins at iValue.
+    /// Starts at iValue.
     explicit PCounterSync(int iValue) noexcept : PCounter(iValue)
     {
     }

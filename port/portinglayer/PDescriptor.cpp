@@ -44,7 +44,7 @@ PDescriptor::~PDescriptor()
 {
     if (fHandle >= 0)
     {
-        // Nothing was written through a descriptor that is given up here.
+        // An error has no meaning: nothing was written through a descriptor that is closed here.
         close(fHandle);
     }
 }
@@ -74,7 +74,7 @@ int PDescriptor::writeAll(int iHandle, const char* iBytes, std::size_t iSize) no
         const ssize_t count = PRetry::call([=] { return ::write(iHandle, iBytes, size); });
         if (count <= 0)
         {
-            // A device that takes nothing and tells no reason would be written to for ever.
+            // A write of 0 bytes counts as an error, because the loop would never end.
             const int error = count < 0 ? errno : EIO;
             signals.takeBack(error);
             return PErrno::code(error);
@@ -85,7 +85,7 @@ int PDescriptor::writeAll(int iHandle, const char* iBytes, std::size_t iSize) no
     return 0;
 }
 
-// The system gives the number up even when a signal interrupts the call, so it is made only once.
+// Linux closes the descriptor even when a signal interrupts the call, so it must not be repeated.
 int PDescriptor::close(int iHandle) noexcept
 {
     const PCancelGuard guard;

@@ -1,20 +1,20 @@
 // SPDX-License-Identifier: MIT
-// PDescriptor: calls on file descriptors, made so that signals and low numbers do no harm.
+// PDescriptor: file descriptors that are safe against signals and closed standard streams.
 #ifndef IXLAL_PDESCRIPTOR_H
 #define IXLAL_PDESCRIPTOR_H
 
 #include <cstddef>
 #include <sys/types.h>
 
-/// Owns a file descriptor. Calls that a signal interrupts are made again.
+/// Owns a file descriptor. Repeats calls that a signal interrupts.
 class PDescriptor
 {
 public:
     /// Opens iPath with close-on-exec. Never uses the numbers of the standard streams, even when
-    /// the host closed those. On failure result() tells why.
+    /// the host has closed those. On failure result() has the error.
     PDescriptor(const char* iPath, int iFlags, mode_t iAccess = 0) noexcept;
 
-    /// Closes what is still owned.
+    /// Closes the descriptor unless it was released.
     ~PDescriptor();
 
     PDescriptor(const PDescriptor&) = delete;
@@ -31,16 +31,16 @@ public:
         return fHandle;
     }
 
-    /// Hands the descriptor over to the caller.
+    /// Transfers ownership of the descriptor to the caller.
     int release() noexcept;
 
     /// Reads once, up to iSize bytes. Returns the number of bytes or a negated errno.
     static ssize_t readSome(int iHandle, char* oBytes, std::size_t iSize) noexcept;
 
-    /// Writes all bytes; a write that fails raises no signal. Returns 0 or a negated errno.
+    /// Writes all bytes. A failing write raises no signal. Returns 0 or a negated errno.
     static int writeAll(int iHandle, const char* iBytes, std::size_t iSize) noexcept;
 
-    /// Closes; returns 0 or a negated errno. The descriptor is gone either way.
+    /// Closes a descriptor, also when it fails. Returns 0 or a negated errno.
     static int close(int iHandle) noexcept;
 
 private:

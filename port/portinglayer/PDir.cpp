@@ -24,7 +24,7 @@ struct CloseDir
     void operator()(DIR* iDir) const noexcept
     {
         const PCancelGuard guard;
-        // Nothing was changed through it, so closing has nothing to tell.
+        // An error has no meaning: the directory was only read.
         closedir(iDir);
     }
 };
@@ -48,13 +48,13 @@ const dirent* _nextEntry(DIR* iDir) noexcept
     do
     {
         errno = 0;
-        entry = readdir(iDir); // NOLINT(concurrency-mt-unsafe): the stream is the caller's own
+        entry = readdir(iDir); // NOLINT(concurrency-mt-unsafe): no other thread uses the stream
     } while (!entry && errno == EINTR);
     return entry;
 }
 
-/// Whether a whole name matches a pattern of "*" and "?". After a mismatch only the last "*" takes
-/// one more character, which keeps the work within the product of both lengths.
+/// Whether a whole name matches a pattern of "*" and "?". After a mismatch only the last "*" is
+/// extended by a character, so the time is at most proportional to the product of both lengths.
 bool _matches(const PLiteral& iName, const PLiteral& iFilter) noexcept
 {
     const wchar_t* name = iName.ptr();
@@ -88,7 +88,7 @@ bool _matches(const PLiteral& iName, const PLiteral& iFilter) noexcept
     return std::all_of(filter, filterEnd, [](wchar_t c) { return c == L'*'; });
 }
 
-/// Links count as what they lead to; one that leads nowhere is no directory.
+/// Follows links. A dangling link is not a directory.
 bool _isDirectory(DIR* iDir, const dirent& iEntry) noexcept
 {
     if (iEntry.d_type != DT_UNKNOWN && iEntry.d_type != DT_LNK)
@@ -108,7 +108,7 @@ PString _wideName(const std::string& iName)
     return PString(chars, static_cast<unsigned int>(count));
 }
 
-/// Reads the bytes of all names that don't belong to directories.
+/// Reads the names of all entries that are not directories, as bytes.
 int _readNames(DIR* iDir, std::vector<std::string>& oNames)
 {
     for (;;)

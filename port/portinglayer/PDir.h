@@ -15,24 +15,25 @@
 class IXLA_EXPORT PDir
 {
 public:
-    /// Keeps copies of both texts; may throw std::bad_alloc.
+    /// Copies both texts; may throw std::bad_alloc.
     PDir(const PLiteral& iDir, const PLiteral& iFilter);
     ~PDir();
 
     PDir(const PDir&) = delete;
     PDir& operator=(const PDir&) = delete;
 
-    /// Reads the directory and stands at its first entry. Returns 0 or a negated errno, and then
-    /// there are no entries.
+    /// Reads the directory and makes its first entry the current one. Returns 0 or a negated errno;
+    /// after a failure there are no entries.
     int preaddir() noexcept;
 
-    /// Compares the state of the listing: 0 while there is a current entry, 1 at the end.
+    /// Compares with the state of the listing, which is 0 while there is a current entry and 1 at
+    /// the end.
     bool operator==(int iState) const noexcept;
 
-    /// Steps to the next entry.
+    /// Moves to the next entry.
     PDir& operator++() noexcept;
 
-    /// The current bare file name; empty at the end. Valid until the next preaddir.
+    /// The file name of the current entry; empty at the end. Valid until the next preaddir.
     const PString& getEntry() const noexcept;
 
 private:

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// PErrno: turns the error numbers of the operating system into result codes.
+// PErrno: converts errno values to result codes.
 #ifndef IXLAL_PERRNO_H
 #define IXLAL_PERRNO_H
 
@@ -8,13 +8,13 @@
 /// The one place where an errno becomes a result code of the porting layer.
 struct PErrno
 {
-    /// The code of a call that returns its error number; 0 stays 0.
+    /// The code for a call that returned its error number; 0 stays 0.
     static int code(int iErrno) noexcept
     {
         return -iErrno;
     }
 
-    /// The code of a call that failed and left its error number in errno.
+    /// The code for a call that failed and set errno.
     static int last() noexcept
     {
         return code(errno != 0 ? errno : EIO);

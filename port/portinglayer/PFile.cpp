@@ -44,14 +44,14 @@ bool _startsWithMark(const char* iBegin, const char* iEnd) noexcept
            std::memcmp(iBegin, kByteOrderMark, sizeof kByteOrderMark) == 0;
 }
 
-/// The most bytes that a line of iLen characters takes.
+/// The most bytes that a line of iLen characters needs.
 unsigned long long _lineBytes(unsigned int iLen) noexcept
 {
     return iLen * static_cast<unsigned long long>(PUtf8::eMaxBytes) + 1;
 }
 
-/// Decodes the bytes of one line into oLine, in its own buffer: there are no more characters than
-/// bytes.
+/// Decodes the bytes of one line directly in the buffer of oLine. There are at most as many
+/// characters as bytes.
 int _decode(const char* iBytes, std::size_t iLen, bool iFileStart, PString& oLine) noexcept
 {
     if (iLen >= UINT32_MAX || oLine.reserve(static_cast<unsigned int>(iLen)) != 0)
@@ -63,7 +63,7 @@ int _decode(const char* iBytes, std::size_t iLen, bool iFileStart, PString& oLin
         oLine.clear();
         return 0;
     }
-    // A PString owns its characters, so they may be changed in place.
+    // The cast is safe: a PString owns its characters.
     wchar_t* const text = const_cast<wchar_t*>(oLine.ptr());
     const std::size_t len = PUtf8::decodeLine(iBytes, iLen, text, iFileStart);
     return oLine.set(text, static_cast<unsigned int>(len));
@@ -87,7 +87,7 @@ PFile::~PFile()
 {
     if (fHandle >= 0)
     {
-        // Who wrote and cares for the result has called pclose.
+        // A writer that needs the result has called pclose.
         pclose();
     }
     delete[] fBuffer;
@@ -199,7 +199,7 @@ void PFile::getFileName(PString& ioPath) noexcept
     unsigned int slash = 0;
     if (ioPath.chr(L'/', slash, true))
     {
-        // Cannot fail: a part of a text fits into its own buffer.
+        // Cannot fail: a part of a text fits in the buffer of the text.
         ioPath.set(ioPath.ptr() + slash + 1, ioPath.len() - slash - 1);
     }
 }
@@ -220,7 +220,7 @@ int PFile::pdelete(const PLiteral& iPath) noexcept
     return PRetry::call([&] { return ::unlink(path.get()); }) == 0 ? 0 : PErrno::last();
 }
 
-// Reading goes on behind what was written.
+// Reading continues after the written bytes.
 int PFile::endWriting() noexcept
 {
     const int res = flushBuffer();
@@ -228,7 +228,7 @@ int PFile::endWriting() noexcept
     return res;
 }
 
-// Makes room for iLine in a buffer of bytes to be written; what was read ahead is forgotten.
+// Makes the buffer one for writing, with room for iLine. Bytes read ahead are discarded.
 int PFile::startWriting(const PLiteral& iLine) noexcept
 {
     if (!fWriting)
@@ -257,7 +257,7 @@ int PFile::startWriting(const PLiteral& iLine) noexcept
                : reserveBuffer(std::max<unsigned long long>(size, kFirstCapacity));
 }
 
-// iEnd is the line feed behind the next line, null for a last line without an end.
+// iEnd is the line feed after the next line, null for a last line without an end.
 int PFile::takeLine(const char* iEnd, PString& oLine) noexcept
 {
     const char* begin = fBuffer + fBegin;
@@ -283,7 +283,7 @@ int PFile::takeLine(const char* iEnd, PString& oLine) noexcept
     return res;
 }
 
-// Reads more bytes behind those in the buffer. -61 at the end of the file.
+// Reads more bytes after those in the buffer. -61 at the end of the file.
 int PFile::fillBuffer() noexcept
 {
     if (fBegin == fEnd)
@@ -307,7 +307,7 @@ int PFile::fillBuffer() noexcept
     return 0;
 }
 
-// Writes out what the buffer holds; after the first error nothing more is written.
+// Writes the content of the buffer. After the first error nothing more is written.
 int PFile::flushBuffer() noexcept
 {
     if (fWriting && fWriteResult == 0)
@@ -321,7 +321,7 @@ int PFile::flushBuffer() noexcept
     return fWriteResult;
 }
 
-// Moves the content to the front of a buffer of at least iSize bytes.
+// Moves the content to the start of a buffer of at least iSize bytes.
 int PFile::reserveBuffer(unsigned long long iSize) noexcept
 {
     const std::size_t size = fEnd - fBegin;

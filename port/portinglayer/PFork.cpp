@@ -10,7 +10,7 @@ struct PForkNotice
 {
     static void count() noexcept
     {
-        // Comes back to a number after 65535 children of children.
+        // The number repeats after 65535 nested forks.
         if (++PFork::fGeneration == 0)
         {
             ++PFork::fGeneration;
@@ -20,7 +20,7 @@ struct PForkNotice
 
 namespace
 {
-// Fails without memory only, before anything else of the library runs.
+// Can only fail for lack of memory, before any other code of the library runs.
 [[maybe_unused]] const int sTold = PFork::tellChildren(&PForkNotice::count);
 } // namespace
 

@@ -1,38 +1,39 @@
 // SPDX-License-Identifier: MIT
-// PFork: tells a forked child from the process that it comes from.
+// PFork: recognises a forked child.
 #ifndef IXLAL_PFORK_H
 #define IXLAL_PFORK_H
 
 #include <atomic>
 #include <cerrno>
 
-/// A child has the memory of its parent and one of its threads. Locks that other threads held stay
-/// held there for ever, and what they were changing stays as it was; so whatever has a lock
-/// remembers the process that it was made in, and refuses its work in others. [any thread]
+/// A forked child has the memory of its parent but only the forking thread. Locks that other
+/// threads held stay locked there forever, and data that they were changing stays inconsistent. So
+/// each object with a lock remembers the process that opened it and fails in others. [any thread]
 class PFork
 {
 public:
-    /// The errno for what belongs to the parent.
+    /// The errno for the use of an object of the parent.
     enum
     {
         eError = EOWNERDEAD
     };
 
-    /// Another number in a child than in the process that it comes from; never 0.
+    /// A number that differs between a child and its parent; never 0.
     static unsigned short generation() noexcept
     {
         return fGeneration.load(std::memory_order_relaxed);
     }
 
-    /// The code for what is not open in this process: iOpened is the generation of the process that
-    /// opened it, 0 for none, which gives iClosed. 0 for what is open.
+    /// The result code for using an object that the process with generation iOpened opened: 0 if
+    /// that is this process, -iClosed if iOpened is 0 (not open), -eError otherwise.
     static int refused(unsigned short iOpened, int iClosed = EINVAL) noexcept
     {
         const int error = iOpened == 0 ? iClosed : static_cast<int>(eError);
         return iOpened == generation() ? 0 : -error;
     }
 
-    /// Has iAction called in every child, before fork returns there. Returns 0 or a negated errno.
+    /// Registers iAction to be called in every child before fork returns there. Returns 0 or a
+    /// negated errno.
     static int tellChildren(void (*iAction)()) noexcept;
 
 private:

@@ -19,25 +19,25 @@
 
 namespace
 {
-/// The reason of the calling thread's last failed load; set by load alone. A fixed buffer, so that
-/// noting the reason cannot fail.
+/// The reason of the calling thread's last failed load; only load sets it. The size is fixed, so
+/// that storing the reason cannot fail.
 thread_local char sError[1024];
 
 int _fail(int iCode, const char* iReason) noexcept
 {
-    // A long reason is cut.
+    // Truncates a long reason.
     static_cast<void>(std::snprintf(sError, sizeof sError, "%s", iReason ? iReason : ""));
     return iCode;
 }
 
-/// Why the loader refused a file: the error of opening it, or that it is no library.
+/// The code for a file that the loader refused: the error of opening it, or -8.
 int _refusal(const char* iPath) noexcept
 {
     const PDescriptor file(iPath, O_RDONLY | O_NONBLOCK);
     return file.result() != 0 ? file.result() : PErrno::code(ENOEXEC);
 }
 
-/// Whether an address lies in the library behind a handle, and not in another that it needs.
+/// Whether an address is in the library of a handle, and not in another one that it needs.
 bool _isOwn(void* iHandle, const void* iAddress) noexcept
 {
     Dl_info symbol = {};
@@ -47,7 +47,7 @@ bool _isOwn(void* iHandle, const void* iAddress) noexcept
            dlinfo(iHandle, RTLD_DI_LINKMAP, &own) == 0 && home == own;
 }
 
-/// A name without "/" would be searched for in the loader's own directories.
+/// A prefix for a name without "/", which the loader would otherwise look up in its search path.
 const char* _prefix(const PLiteral& iPath) noexcept
 {
     unsigned int slash = 0;
@@ -65,19 +65,20 @@ PLibrary::~PLibrary()
     if (fHandle && fFreeOnDestroy)
     {
         const PCancelGuard guard;
-        // The loader then keeps the library; nobody is left to be told.
+        // After a failure the library stays mapped, and a destructor cannot report that.
         dlclose(fHandle);
     }
 }
 
 int PLibrary::load(const PLiteral& iPath, PLibrary*& oLibrary, bool iFreeOnDestroy) noexcept
 {
-    // Also for the constructors of the library: the loader would stay locked behind them.
+    // Covers the constructors of the library, too: a thread that ends in one leaves the loader
+    // locked.
     const PCancelGuard guard;
     const PPathBytes path(iPath, _prefix(iPath));
     if (path.result() != 0)
     {
-        // NOLINTNEXTLINE(concurrency-mt-unsafe): glibc keeps a text for every thread
+        // NOLINTNEXTLINE(concurrency-mt-unsafe): glibc has one text per thread
         return _fail(path.result(), std::strerror(-path.result()));
     }
     if (const char* const flaw = PLibraryImage::findFlaw(path.get()))
@@ -86,12 +87,12 @@ int PLibrary::load(const PLiteral& iPath, PLibrary*& oLibrary, bool iFreeOnDestr
     }
     try
     {
-        // Made first: once the library is loaded nothing may fail any more.
+        // Created first, because nothing may fail after the library has been loaded.
         std::unique_ptr<PLibrary> library(new PLibrary(nullptr, PString(iPath), iFreeOnDestroy));
         library->fHandle = dlopen(path.get(), RTLD_NOW | RTLD_LOCAL);
         if (!library->fHandle)
         {
-            _fail(0, dlerror()); // NOLINT(concurrency-mt-unsafe): glibc keeps one per thread
+            _fail(0, dlerror()); // NOLINT(concurrency-mt-unsafe): glibc has one per thread
             return _refusal(path.get());
         }
         oLibrary = library.release();
@@ -112,7 +113,7 @@ int PLibrary::getLoadError(PString& oText) noexcept
 
 void* PLibrary::getFunction(const char* iSymbol) const noexcept
 {
-    // The search does not end with the library itself.
+    // dlsym also searches the libraries that this one needs.
     void* const address = iSymbol ? dlsym(fHandle, iSymbol) : nullptr;
     return address && _isOwn(fHandle, address) ? address : nullptr;
 }

@@ -19,7 +19,7 @@ typedef ElfW(Phdr) Segment;
 constexpr char kNotRegular[] = "not a regular file";
 constexpr unsigned char kOwnClass = sizeof(void*) == 8 ? ELFCLASS64 : ELFCLASS32;
 
-/// Reads the headers of a file. They stand at its front, which is fetched in one call.
+/// Reads the headers of a file. They are usually in its first bytes, which one call reads.
 class Headers
 {
 public:
@@ -55,7 +55,7 @@ bool _readHeader(const Headers& iHeaders, Header& oHeader) noexcept
 
 bool _isBeyond(const Segment& iSegment, Offset iSize) noexcept
 {
-    // Without adding the two, which might overflow.
+    // Subtracts, because a sum might overflow.
     return iSegment.p_type == PT_LOAD &&
            (iSegment.p_offset > iSize || iSegment.p_filesz > iSize - iSegment.p_offset);
 }
@@ -87,7 +87,8 @@ bool _isCutShort(const PDescriptor& iFile, Offset iSize) noexcept
 
 const char* PLibraryImage::findFlaw(const char* iPath) noexcept
 {
-    // Opening alone can act on a device, or let go a process that waits to write to a pipe.
+    // Checked before opening: to open a file can start an action of a device, or wake a process
+    // that waits to write to a pipe.
     struct stat status = {};
     if (PRetry::call([&] { return ::stat(iPath, &status); }) != 0)
     {
@@ -97,8 +98,8 @@ const char* PLibraryImage::findFlaw(const char* iPath) noexcept
     {
         return kNotRegular;
     }
-    // Looked at again once it is open, and opened so that it does not block: another file may have
-    // taken the place of the first.
+    // Checked again after opening, and opened with O_NONBLOCK, because the file may have been
+    // replaced.
     const PDescriptor file(iPath, O_RDONLY | O_NONBLOCK);
     if (file.result() != 0 || PRetry::call([&] { return ::fstat(file.get(), &status); }) != 0)
     {

@@ -1,18 +1,18 @@
 // SPDX-License-Identifier: MIT
-// PLibraryImage: whether a file may be given to the loader.
+// PLibraryImage: checks a file before the loader opens it.
 #ifndef IXLAL_PLIBRARYIMAGE_H
 #define IXLAL_PLIBRARYIMAGE_H
 
-/// What the loader does not look at before it is too late. It opens whatever stands at a path, and
-/// the opening of a named pipe blocks until somebody writes to it. It maps what the headers of a
-/// library name without comparing it with the size of the file; of one that was cut short it then
-/// reads pages that are not there, and the process dies of it.
+/// Checks that the loader lacks. The loader opens any file, and opening a named pipe blocks until
+/// another process writes to it. It maps the segments that a library's headers name without
+/// comparing them with the size of the file; in a truncated file it then reads pages that do not
+/// exist, and a signal ends the process.
 struct PLibraryImage
 {
-    /// Why the loader must not get the file at iPath: that it is not a regular file (which is then
-    /// not opened here either), or that it is a library of this word size that ends before the last
-    /// byte that it wants mapped. Null for whole libraries, and for all that the loader refuses by
-    /// itself. The answer holds for as long as nobody replaces the file. [any thread]
+    /// The reason why the loader must not open the file at iPath: it is not a regular file (and is
+    /// not opened here either), or it is a library of this word size that ends before the last byte
+    /// of its segments. Null for complete libraries and for files that the loader itself refuses.
+    /// The result is valid until the file is replaced. [any thread]
     static const char* findFlaw(const char* iPath) noexcept;
 };
 

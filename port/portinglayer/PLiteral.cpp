@@ -134,7 +134,7 @@ int PLiteral::getNextToken(PString& ioList, PString& oToken, wchar_t iSeparator)
         if (token.len > 0)
         {
             const int res = oToken.set(token.text, token.len);
-            // The rest of a text always fits into its own buffer.
+            // Cannot fail: the rest of a text fits in the buffer of the text.
             return res != 0 ? res : ioList.set(rest, static_cast<unsigned int>(end - rest));
         }
     }

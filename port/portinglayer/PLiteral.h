@@ -9,9 +9,9 @@ static_assert(sizeof(wchar_t) == 4, "texts are made of 32-bit characters");
 
 class PString;
 
-/// A view of a wide text; the base of PString, so every PString is accepted where a
-/// PLiteral const& is asked for. The view copies nothing: the text must outlive it. The text is
-/// never null; a null pointer counts as the empty text.
+/// A view of a wide text and the base class of PString, so that every function with a PLiteral
+/// const& accepts a PString. The view borrows the text, which must outlive it. A null pointer
+/// counts as the empty text.
 ///
 /// No member throws. Any number of threads may read a text at once.
 /// A PString must not be deleted, nor assigned to, through a PLiteral pointer or reference.
@@ -24,20 +24,21 @@ public:
     }
 
     /// A view of iText up to its terminating zero.
-    // cppcheck-suppress noExplicitConstructor ; any wide text may stand where a view is asked for
+    // cppcheck-suppress noExplicitConstructor ; callers pass wide texts where a view is expected
     PLiteral(const wchar_t* iText) noexcept;
 
-    /// Turns this view to another text.
+    /// Changes this view to another text.
     PLiteral& operator=(const wchar_t* iText) noexcept;
 
     ///@{
-    /// Another view of the same text.
+    /// Copies the view, not the text.
     PLiteral(const PLiteral&) noexcept = default;
     PLiteral& operator=(const PLiteral&) noexcept = default;
-    ~PLiteral() = default;
     ///@}
 
-    /// Length in characters; 0 is the test for emptiness.
+    ~PLiteral() = default;
+
+    /// The length in characters; 0 for the empty text.
     unsigned int len() const noexcept
     {
         return fLen;
@@ -56,13 +57,14 @@ public:
     }
 
     ///@{
-    /// Compares by character code: 0 when equal, negative when this text comes first, else
-    /// positive. iLen is in characters, all ones for up to the terminating zero.
+    /// Compares by character code: 0 when equal, negative when this text comes first, otherwise
+    /// positive. iLen is in characters; ~0u means up to the terminating zero.
     int cmp(const PLiteral& iOther) const noexcept;
     int cmp(const wchar_t* iText, unsigned int iLen) const noexcept;
     ///@}
 
-    /// Whether this text comes first. Inline, because texts are too short for a call to pay.
+    /// Whether this text comes first. Inline, because a call would cost more than the comparison of
+    /// a short text.
     bool operator<(const PLiteral& iOther) const noexcept
     {
         const unsigned int same = sameFront(iOther);
@@ -70,7 +72,8 @@ public:
                                                  : fLen < iOther.fLen;
     }
 
-    /// With how many characters both texts begin; iKnown of them are known to be the same.
+    /// The number of equal characters at the start of both texts. The first iKnown are not
+    /// compared: the caller knows that they are equal.
     unsigned int sameFront(const PLiteral& iOther, unsigned int iKnown = 0) const noexcept
     {
         const unsigned int common = fLen < iOther.fLen ? fLen : iOther.fLen;
@@ -106,7 +109,7 @@ public:
     }
 
     ///@{
-    /// Whether the text ends or begins with iText; iLen as in cmp. iIgnoreCase folds A-Z only.
+    /// Whether the text ends or starts with iText; iLen as in cmp. iIgnoreCase folds A-Z only.
     bool endsWith(const wchar_t* iText, unsigned int iLen = ~0u,
                   bool iIgnoreCase = false) const noexcept;
     bool startsWith(const wchar_t* iText, unsigned int iLen = ~0u,
@@ -114,17 +117,17 @@ public:
     ///@}
 
     ///@{
-    /// Searches for a character or a text, from the front or from the end. True when found, with
-    /// the place in oPos; otherwise oPos stays as it was. The empty text is found nowhere.
+    /// Searches for a character or a text, from the start or from the end. Returns true with the
+    /// index in oPos when found; otherwise oPos is unchanged. The empty text is never found.
     bool chr(wchar_t iChar, unsigned int& oPos, bool iFromEnd = false,
              bool iIgnoreCase = false) const noexcept;
     bool str(const PLiteral& iText, unsigned int& oPos, bool iFromEnd = false,
              bool iIgnoreCase = false) const noexcept;
     ///@}
 
-    /// Takes the next token before iSeparator off the front of ioList into oToken, without the
-    /// blanks around it; empty tokens are skipped. Returns 0 while it took one, -61 when none was
-    /// left (ioList is then empty, oToken unchanged), -12 for lack of memory (both unchanged).
+    /// Moves the first token of ioList, up to iSeparator, to oToken, without the blanks around it;
+    /// empty tokens are skipped. Returns 0, -61 when there was no token (ioList is then empty,
+    /// oToken unchanged), or -12 for lack of memory (both unchanged).
     static int getNextToken(PString& ioList, PString& oToken, wchar_t iSeparator) noexcept;
 
 protected:
@@ -132,10 +135,10 @@ protected:
     unsigned int fLen;   ///< in characters
 };
 
-/// Orders texts for maps that are searched by any PLiteral without copying it first.
+/// Orders texts for maps whose lookup takes any PLiteral without copying it.
 struct PLiteralLess
 {
-    typedef void is_transparent; ///< says that any two of them can be compared
+    typedef void is_transparent; ///< lets std::map compare a PString with any PLiteral
 
     /// Whether iLeft comes first.
     bool operator()(const PLiteral& iLeft, const PLiteral& iRight) const noexcept

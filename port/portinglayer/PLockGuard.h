@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
-// PLockGuard: holds a PMutex for the time of a scope.
+// PLockGuard: holds a PMutex until the end of its scope.
 #ifndef IXLAL_PLOCKGUARD_H
 #define IXLAL_PLOCKGUARD_H
 
 #include "PMutex.h"
 
-/// Locks at construction and unlocks at destruction. Locking may fail: ask result() before
-/// touching what the mutex guards.
+/// Locks at construction and unlocks at destruction. Locking may fail: check result() before using
+/// the data that the mutex guards.
 class IXLA_SCOPED_CAPABILITY PLockGuard
 {
 public:
@@ -16,7 +16,7 @@ public:
     {
     }
 
-    // A failing unlock has nobody left to be told here; who needs the code calls unlock().
+    // Drops the code of a failed unlock; call unlock() to get it.
     ~PLockGuard() IXLA_RELEASE()
     {
         if (fHeld)
@@ -34,7 +34,7 @@ public:
         return fResult;
     }
 
-    /// Unlocks now; returns the mutex's result. The destructor doesn't try again.
+    /// Unlocks now; returns the mutex's result. The destructor does not unlock again.
     int unlock() noexcept IXLA_RELEASE()
     {
         fHeld = false;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// PMonotonic: points in time on the clock that no setting of the time of day moves.
+// PMonotonic: times of the monotonic clock, which does not change when the time of day is set.
 #ifndef IXLAL_PMONOTONIC_H
 #define IXLAL_PMONOTONIC_H
 

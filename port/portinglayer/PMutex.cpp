@@ -14,21 +14,21 @@ unsigned long _self() noexcept
 }
 } // namespace
 
-// The owner is compared only with the calling thread. A thread sees its own stores in order, and
-// what it reads of others never equals itself, so relaxed access is enough.
+// Relaxed access to the owner suffices: it is compared with the calling thread only. A thread sees
+// its own stores in order, and stores of other threads never equal itself.
 
 PMutex::PMutex() noexcept : fHandle(), fOwner(0), fDepth(0), fGeneration(0), fRepeatable(false)
 {
 }
 
-// The analysis cannot look into the lock itself, here and in the two below.
+// The analysis does not apply to the implementation of the lock, here and in the two below.
 PMutex::~PMutex() IXLA_NO_THREAD_SAFETY_ANALYSIS
 {
     while (unlock() == 0)
     {
     }
-    // Fails for a mutex that is not open, and for one that another thread holds, which is left as
-    // it is: a held one must not be destroyed.
+    // Fails for a mutex that is not open, and for one that another thread holds: a locked mutex
+    // must not be destroyed.
     close();
 }
 
@@ -80,7 +80,7 @@ int PMutex::lock() noexcept IXLA_NO_THREAD_SAFETY_ANALYSIS
     return 0;
 }
 
-// What the forking thread held, it may give back in the child, too: nobody waits there.
+// A forked child may release a lock of the forking thread: no other thread waits there.
 int PMutex::unlock() noexcept IXLA_NO_THREAD_SAFETY_ANALYSIS
 {
     if (__atomic_load_n(&fGeneration, __ATOMIC_ACQUIRE) == 0)

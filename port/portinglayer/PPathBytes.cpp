@@ -8,7 +8,7 @@
 
 namespace
 {
-/// The bytes that a character of a path takes, if it can stand in one at all.
+/// The number of bytes of a character in a path.
 std::size_t _encodedSize(wchar_t iChar)
 {
     const bool standsForByte = iChar >= 0xDC80 && iChar <= 0xDCFF;

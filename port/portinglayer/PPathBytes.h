@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// PPathBytes: a path in the bytes that the operating system takes.
+// PPathBytes: a path as bytes for the operating system.
 #ifndef IXLAL_PPATHBYTES_H
 #define IXLAL_PPATHBYTES_H
 
@@ -7,17 +7,17 @@
 
 #include <climits>
 
-/// Converts a path. Needs no memory: the system takes no longer paths than fit in here.
+/// Converts a path. Allocates no memory: the longest path of the system fits in the object.
 class PPathBytes
 {
 public:
-    /// Puts iPrefix, a narrow text of at most a few characters, before the path.
+    /// Converts iPath, with iPrefix, a narrow text of a few characters, before it.
     explicit PPathBytes(const PLiteral& iPath, const char* iPrefix = "") noexcept;
 
     PPathBytes(const PPathBytes&) = delete;
     PPathBytes& operator=(const PPathBytes&) = delete;
 
-    /// 0, -22 for a text that no path can be, -36 for one that is too long.
+    /// 0, -22 for a text that is not a path, -36 for one that is too long.
     int result() const noexcept
     {
         return fResult;

@@ -12,7 +12,7 @@
 
 namespace
 {
-/// Reads what a file holds and ends it with a zero; a file that is longer is cut.
+/// Reads a file and adds a zero; truncates a longer file.
 template <std::size_t tSize>
 int _readAll(int iHandle, char (&oText)[tSize]) noexcept
 {
@@ -39,7 +39,7 @@ unsigned int PProcess::getCurrentPID() noexcept
 int PProcess::getMemoryUsage(unsigned int iPid, unsigned long long& oBytes) noexcept
 {
     char path[32];
-    // Every number fits.
+    // Cannot fail: there is room for every number.
     static_cast<void>(std::snprintf(path, sizeof path, "/proc/%u/statm", iPid));
     const PDescriptor file(path, O_RDONLY);
     if (file.result() != 0)
@@ -53,7 +53,7 @@ int PProcess::getMemoryUsage(unsigned int iPid, unsigned long long& oBytes) noex
         return res;
     }
     unsigned long long pages = 0;
-    // NOLINTNEXTLINE(cert-err34-c): the kernel writes no number that doesn't fit
+    // NOLINTNEXTLINE(cert-err34-c): the numbers of the kernel fit
     if (std::sscanf(text, "%*u %llu", &pages) != 1)
     {
         return PErrno::code(EIO);

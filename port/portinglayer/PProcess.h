@@ -5,18 +5,18 @@
 
 #include "PExport.h"
 
-/// Operations return 0 or a negated errno and leave the out-argument untouched on failure. None
+/// Operations return 0 or a negated errno and leave the out-argument unchanged on failure. None
 /// throws or allocates. [any thread]
 class IXLA_EXPORT PProcess
 {
 public:
-    /// The number of this process.
+    /// The ID of this process.
     static unsigned int getCurrentPID() noexcept;
 
     /// The resident memory of a process, in bytes.
     static int getMemoryUsage(unsigned int iPid, unsigned long long& oBytes) noexcept;
 
-    /// The memory of the machine that nobody uses, in bytes.
+    /// The unused memory of the machine, in bytes.
     static int getFreeMemory(unsigned long long& oBytes) noexcept;
 };
 

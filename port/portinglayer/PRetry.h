@@ -1,16 +1,16 @@
 // SPDX-License-Identifier: MIT
-// PRetry: makes calls of the system again that a signal interrupted.
+// PRetry: repeats system calls that a signal interrupts.
 #ifndef IXLAL_PRETRY_H
 #define IXLAL_PRETRY_H
 
 #include <cerrno>
 
-/// Network and user-space file systems let signals interrupt any call on a path or a file, not
-/// only reading and writing. Most of these calls would also let a cancelled thread end: a
-/// PCancelGuard stands around them, here or further out.
+/// On network and user-space file systems a signal can interrupt every call on a path or a file,
+/// not only reads and writes. Most of these calls are also cancellation points: callers have a
+/// PCancelGuard around them.
 struct PRetry
 {
-    /// The result of iCall, which tells failures by a negative number and errno.
+    /// The result of iCall, which returns a negative number and sets errno on failure.
     template <class TCall>
     static auto call(const TCall& iCall) noexcept -> decltype(iCall())
     {

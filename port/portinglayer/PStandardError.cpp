@@ -20,14 +20,14 @@
 
 namespace
 {
-// The stream once more, with a mode of its own. The process itself has no such entry when its
-// first thread has ended.
+// The path to open the stream again, with another mode. /proc/self lacks the entry when the first
+// thread of the process has ended.
 constexpr char kStreamAnew[] = "/proc/thread-self/fd/2";
 
-/// Whether the last text ended within a line.
+/// Whether the last text ended without a line end.
 std::atomic<bool> sTorn{false};
 
-/// One attempt to write some of iText, as write(2) counts and fails.
+/// One attempt to write a part of iText; returns and fails as write(2) does.
 ssize_t _write(int iHandle, std::string_view iText) noexcept
 {
     return PRetry::call([=] { return ::write(iHandle, iText.data(), iText.size()); });
@@ -40,8 +40,8 @@ ssize_t _send(std::string_view iText) noexcept
         { return ::send(STDERR_FILENO, iText.data(), iText.size(), MSG_DONTWAIT | MSG_NOSIGNAL); });
 }
 
-/// For a pipe that may not be opened anew: what comes out of another pipe can be passed on without
-/// waiting, whatever the mode of the first.
+/// For a pipe that may not be opened again: splice from another pipe does not wait, whatever the
+/// mode of the stream.
 ssize_t _pass(std::string_view iText) noexcept
 {
     int ends[2] = {-1, -1};
@@ -65,7 +65,7 @@ ssize_t _pass(std::string_view iText) noexcept
     return size;
 }
 
-/// For a terminal that may not be opened anew: one that is ready has room for a byte.
+/// For a terminal that may not be opened again: when poll reports it ready, it has room for a byte.
 ssize_t _writeReady(std::string_view iText) noexcept
 {
     pollfd stream = {STDERR_FILENO, POLLOUT, 0};
@@ -81,7 +81,7 @@ ssize_t _writeReady(std::string_view iText) noexcept
     return _write(STDERR_FILENO, iText.substr(0, 1));
 }
 
-/// Writes iText by attempts; returns 0 or a negated errno.
+/// Repeats iAttempt until iText is written; returns 0 or a negated errno.
 template <class TAttempt>
 int _writeAll(std::string_view iText, const TAttempt& iAttempt) noexcept
 {
@@ -98,8 +98,8 @@ int _writeAll(std::string_view iText, const TAttempt& iAttempt) noexcept
     return 0;
 }
 
-/// Whether the stream was opened for writing. What a host has in its place may not be, the end of a
-/// pipe that it reads from for instance, and would be when it is opened anew.
+/// Whether the stream is open for writing. A host may have another file there, such as the reading
+/// end of a pipe, and opening that again would make it writable.
 bool _isWritable() noexcept
 {
     const int mode = ::fcntl(STDERR_FILENO, F_GETFL);
@@ -115,7 +115,7 @@ int _writeNow(std::string_view iText) noexcept
     }
     if (S_ISREG(state.st_mode))
     {
-        // Has no reader to wait for; opened anew it would be written from its front.
+        // A write to a file does not wait; a file that is opened again is written from its start.
         return _writeAll(iText,
                          [](std::string_view iRest) { return _write(STDERR_FILENO, iRest); });
     }

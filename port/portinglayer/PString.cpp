@@ -12,11 +12,11 @@
 
 namespace
 {
-/// The longest text: its length fits 31 bits and its buffer half of the address space.
+/// The longest text: its length fits in 31 bits and its buffer in half of the address space.
 constexpr unsigned int kMaxLen = static_cast<unsigned int>(
     std::min<unsigned long long>(INT_MAX - 1, PTRDIFF_MAX / sizeof(wchar_t) - 1));
 
-/// A growing text starts with room for this many characters.
+/// The first capacity of a growing text, in characters.
 constexpr unsigned int kFirstGrowth = 15;
 
 unsigned int _length(const wchar_t* iText, unsigned int iLen) noexcept
@@ -52,7 +52,7 @@ PString::PString(const PString& iText) : PString(iText.ptr(), iText.len())
 {
 }
 
-// NOLINTNEXTLINE(performance-noexcept-move-constructor): may copy, and lack memory
+// NOLINTNEXTLINE(performance-noexcept-move-constructor): a copy may throw std::bad_alloc
 PString::PString(PString&& ioText) : PString()
 {
     take(ioText);
@@ -92,7 +92,7 @@ PString& PString::operator=(const PString& iText)
     return *this = static_cast<const PLiteral&>(iText);
 }
 
-// NOLINTNEXTLINE(performance-noexcept-move-constructor): may copy, and lack memory
+// NOLINTNEXTLINE(performance-noexcept-move-constructor): a copy may throw std::bad_alloc
 PString& PString::operator=(PString&& ioText)
 {
     if (this != &ioText)
@@ -170,7 +170,7 @@ void PString::trim() noexcept
     finish(kept.len);
 }
 
-// The source may lie in the present buffer, which therefore goes last.
+// Frees the present buffer last, because iText may be in it.
 bool PString::assign(const wchar_t* iText, unsigned int iLen) noexcept
 {
     if (iLen > fCapacity)
@@ -222,7 +222,7 @@ bool PString::append(const wchar_t* iText, unsigned int iLen) noexcept
     return true;
 }
 
-// A buffer inside another object cannot change hands: its text is copied.
+// A buffer inside another object cannot be moved: its text is copied.
 void PString::take(PString& ioText)
 {
     if (ioText.fBorrowed || ioText.fCapacity == 0)
@@ -238,7 +238,7 @@ void PString::take(PString& ioText)
     ioText.fCapacity = 0;
 }
 
-// NOLINTNEXTLINE(readability-non-const-parameter): the text writes into it from now on
+// NOLINTNEXTLINE(readability-non-const-parameter): later operations write to the buffer
 void PString::useBuffer(wchar_t* iBuffer, unsigned int iCapacity) noexcept
 {
     freeBuffer();

@@ -5,13 +5,13 @@
 
 #include "PLiteral.h"
 
-/// Owns its characters. Assignments keep the buffer that is there when it is large enough. Texts
-/// may hold zero characters; len() counts them.
+/// Owns its characters. An assignment reuses the buffer if it is large enough. Texts may contain
+/// zero characters; len() counts them.
 ///
-/// Lengths are in characters, all ones for up to the terminating zero. A source may be part of the
-/// text itself. Constructors and operators throw std::bad_alloc when memory is lacking; set and
-/// cat return -12 (ENOMEM) instead; either way the text is then as before. One PString may be read
-/// by several threads at once, and changed only while no other thread uses it.
+/// Lengths are in characters; ~0u means up to the terminating zero. A source may be part of the
+/// text itself. For lack of memory constructors and operators throw std::bad_alloc, and set and cat
+/// return -12 (ENOMEM); the text is unchanged then. Several threads may read one PString at once; a
+/// thread may change it only while no other thread uses it.
 class IXLA_EXPORT PString : public PLiteral
 {
 public:
@@ -20,47 +20,56 @@ public:
     }
 
     ///@{
-    /// A copy of the text, of its first iLen characters.
-    // cppcheck-suppress noExplicitConstructor ; a view turns into an owner without further ado
+    /// Copies the text.
+    // cppcheck-suppress noExplicitConstructor ; an intended conversion from view to owner
     PString(const PLiteral& iText);
     PString(const PString& iText);
-    // A text inside another object cannot change hands, so it is copied.
-    // NOLINTNEXTLINE(performance-noexcept-move-constructor): a copy may lack memory
-    PString(PString&& ioText);
-    // cppcheck-suppress noExplicitConstructor ; and so does any wide text
-    PString(const wchar_t* iText, unsigned int iLen = ~0u);
-    virtual ~PString();
     ///@}
 
+    /// Takes the buffer of ioText, which is empty afterwards; copies a text whose buffer is inside
+    /// another object (see PShortString).
+    // NOLINTNEXTLINE(performance-noexcept-move-constructor): a copy may throw std::bad_alloc
+    PString(PString&& ioText);
+
+    /// Copies the first iLen characters of the text.
+    // cppcheck-suppress noExplicitConstructor ; an intended conversion from wide text
+    PString(const wchar_t* iText, unsigned int iLen = ~0u);
+
+    virtual ~PString();
+
     ///@{
-    /// Replace the content.
+    /// Replaces the content by a copy of iText.
     PString& operator=(const PLiteral& iText);
     PString& operator=(const PString& iText);
-    // NOLINTNEXTLINE(performance-noexcept-move-constructor): as above, a copy may lack memory
-    PString& operator=(PString&& ioText);
-    PString& operator=(const wchar_t* iText);
     ///@}
 
+    /// Replaces the content by that of ioText, as the move constructor does.
+    // NOLINTNEXTLINE(performance-noexcept-move-constructor): a copy may throw std::bad_alloc
+    PString& operator=(PString&& ioText);
+
+    /// Replaces the content by a copy of iText.
+    PString& operator=(const wchar_t* iText);
+
     ///@{
-    /// Replaces the content by the first iLen characters of iText (all of it when it is shorter,
-    /// for a PLiteral). Returns 0 or -12.
+    /// Replaces the content by the first iLen characters of iText; a PLiteral may be shorter.
+    /// Returns 0 or -12.
     int set(const PLiteral& iText, unsigned int iLen = ~0u) noexcept;
     int set(const wchar_t* iText, unsigned int iLen = ~0u) noexcept;
     ///@}
 
     ///@{
-    /// Appends. Returns 0 or -12.
+    /// Appends the first iLen characters of iText. Returns 0 or -12.
     int cat(const PLiteral& iText) noexcept;
     int cat(const wchar_t* iText, unsigned int iLen = ~0u) noexcept;
     ///@}
 
     ///@{
-    /// Append.
+    /// Appends iText.
     PString& operator+=(const PLiteral& iText);
     PString& operator+=(const wchar_t* iText);
     ///@}
 
-    /// Makes room for iLen characters, keeping the content. Returns 0 or -12.
+    /// Reserves room for iLen characters; the content stays. Returns 0 or -12.
     int reserve(unsigned int iLen) noexcept;
 
     /// Empties the text and keeps the buffer.
@@ -71,12 +80,12 @@ public:
     void trim() noexcept;
 
 protected:
-    /// Works in a buffer of the derived class with room for iCapacity characters and the
-    /// terminating zero, and leaves it for the heap when that is too small.
+    /// Uses a buffer of the derived class, with room for iCapacity characters and the terminating
+    /// zero, for texts that fit, and the heap for longer ones.
     PString(unsigned int iCapacity, wchar_t* iBuffer) noexcept;
 
-    /// The same in a buffer that holds a text of iLen characters and its terminating zero already.
-    // NOLINTNEXTLINE(readability-non-const-parameter): the text writes into it from now on
+    /// The same with a buffer that already has a text of iLen characters and its terminating zero.
+    // NOLINTNEXTLINE(readability-non-const-parameter): later operations write to the buffer
     PString(unsigned int iCapacity, wchar_t* iBuffer, unsigned int iLen) noexcept
         : fCapacity(iCapacity & 0x7FFFFFFFu), fBorrowed(1)
     {
@@ -97,23 +106,23 @@ private:
     void freeBuffer() noexcept;
     void finish(unsigned int iLen) noexcept;
 
-    unsigned int fCapacity : 31; ///< characters without the zero; 0 while nothing is owned
+    unsigned int fCapacity : 31; ///< in characters, without the zero; 0 without a buffer
     unsigned int fBorrowed : 1;  ///< the buffer belongs to a derived class
 };
 
-/// A PString that keeps short texts (up to N characters) inside itself, for local variables.
+/// A PString that stores texts of up to N characters inside itself, for local variables.
 template <unsigned int N>
 class PShortString : public PString
 {
 public:
-    // cppcheck-suppress uninitMemberVar ; the base writes all that it reads
+    // cppcheck-suppress uninitMemberVar ; the base class reads only what it has written
     PShortString() noexcept : PString(N, fShort)
     {
     }
 
     PShortString(const PShortString&) = delete;
     PShortString& operator=(const PShortString&) = delete;
-    /// As those of PString.
+    /// The assignments of PString.
     using PString::operator=;
 
 private:

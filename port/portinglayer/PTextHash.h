@@ -8,15 +8,15 @@
 #include <cstddef>
 #include <cwchar>
 
-/// For tables that are searched by any PLiteral without copying it first. [any thread]
+/// For tables whose lookup takes any PLiteral without copying it. [any thread]
 struct PTextHash
 {
     typedef void is_transparent;
 
     std::size_t operator()(const PLiteral& iText) const noexcept
     {
-        // Two characters a step, in which only a rotation waits for the step before. The last one
-        // of an odd number is taken with the terminating zero.
+        // Two characters in a step; only the rotation depends on the previous step. The last
+        // character of an odd number is combined with the terminating zero.
         const wchar_t* const text = iText.ptr();
         std::size_t hash = iText.len();
         for (unsigned int i = 0; i < iText.len(); i += 2)

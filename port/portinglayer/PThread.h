@@ -8,13 +8,13 @@
 #include <pthread.h>
 
 /// One started thread. Operations return 0 or a negated errno. None throws, and a thread that waits
-/// in one is not cancelled there.
+/// in one is not cancelled during the wait.
 class IXLA_EXPORT PThread
 {
 public:
     PThread() noexcept;
 
-    /// Detaches a thread that nobody joined: it runs on by itself.
+    /// Detaches a thread that was not joined; it continues to run.
     ~PThread();
 
     PThread(const PThread&) = delete;
@@ -23,19 +23,19 @@ public:
     /// Starts iFunction(iArgument) on a new thread. -16 while an earlier one is not joined.
     int pcreate(void* (*iFunction)(void*), void* iArgument) noexcept;
 
-    /// Waits for the thread's end; oResult is what its function returned. -3 when there is none,
-    /// -130 in a child of the process that started it, which has no such thread.
+    /// Waits until the thread ends; oResult is the result of its function. -3 when there is no
+    /// thread, -130 in a forked child of the process that started it, where it does not exist.
     int pjoin(void*& oResult) noexcept;
 
-    /// Sleeps for iMilliseconds of the monotonic clock, also across signals. [any thread]
+    /// Sleeps for iMilliseconds of the monotonic clock; signals do not shorten it. [any thread]
     static void psleep(unsigned int iMilliseconds) noexcept;
 
-    /// Identifies the calling thread among those that live; never 0. [any thread]
+    /// A number of the calling thread, unique among the threads that exist; never 0. [any thread]
     static unsigned long getCurrentThreadId() noexcept;
 
 private:
     pthread_t fHandle;
-    unsigned short fGeneration; ///< of the process that it runs in, 0 without a thread
+    unsigned short fGeneration; ///< of the process that started it, 0 without a thread
 };
 
 #endif

@@ -1,23 +1,23 @@
 // SPDX-License-Identifier: MIT
 /// @file
-/// PThreadEnd: what passes through a thread that ends inside of a call.
+/// PThreadEnd: the exception that unwinds the stack of a thread that ends inside a call.
 #ifndef IXLAL_PTHREADEND_H
 #define IXLAL_PTHREADEND_H
 
 #include <cxxabi.h>
 
-/// A thread that calls pthread_exit or is cancelled unwinds its stack with this. It cannot be held
-/// up: a handler that catches it, or catches everything, throws it on with "throw;", or the process
-/// is aborted, as it is by a function on the way that is noexcept. Never thrown by ourselves.
+/// The system throws it in a thread that calls pthread_exit or is cancelled. A handler that catches
+/// it, or catches everything, must rethrow it with "throw;", or the process is aborted. A noexcept
+/// function on the way aborts the process, too. The libraries never throw it themselves.
 typedef abi::__forced_unwind PThreadEnd;
 
-/// For functions with such a handler: there is no object behind the reference, which the sanitizer
-/// of undefined behaviour would report though nobody looks at it.
+/// For functions with such a handler: the reference refers to no object, which the undefined
+/// behaviour sanitizer would report although the handler does not use it.
 #define IXLA_PASSES_THREAD_END __attribute__((no_sanitize("undefined")))
 
-/// Throws on what the handler around the call has caught, as "throw;" does. Written so where no
-/// thread ends inside some of the callers: those are noexcept, and analyzers that see a "throw;"
-/// report each of them.
+/// Rethrows the exception of the surrounding handler, as "throw;" does. A function, because
+/// analyzers report a "throw;" in templates that noexcept functions use, although no thread ends
+/// there.
 [[noreturn]] inline void passThreadEnd()
 {
     abi::__cxa_rethrow();

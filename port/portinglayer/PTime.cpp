@@ -11,7 +11,7 @@ long long PTime::getTickCount() noexcept
 
 long long PTime::getTickCountDiff(long long iStart, long long iEnd) noexcept
 {
-    // Unsigned, so that no pair of arguments overflows.
+    // Unsigned, because a signed difference might overflow.
     return static_cast<long long>(static_cast<unsigned long long>(iEnd) -
                                   static_cast<unsigned long long>(iStart));
 }

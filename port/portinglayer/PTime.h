@@ -5,12 +5,12 @@
 
 #include "PExport.h"
 
-/// Ticks are milliseconds of the monotonic clock, which no setting of the time of day moves. No
-/// member throws. [any thread]
+/// Ticks are milliseconds of the monotonic clock, which does not change when the time of day is
+/// set. No member throws. [any thread]
 class IXLA_EXPORT PTime
 {
 public:
-    /// Now, counted from a moment that stays the same while the machine runs.
+    /// The present time, counted from a moment that is fixed while the machine runs.
     static long long getTickCount() noexcept;
 
     /// Milliseconds from iStart to iEnd.

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// PTimedLockGuard: holds a PMutex for the time of a scope, if it is to be had in time.
+// PTimedLockGuard: holds a PMutex until the end of its scope, if it gets it within a time limit.
 #ifndef IXLAL_PTIMEDLOCKGUARD_H
 #define IXLAL_PTIMEDLOCKGUARD_H
 
@@ -11,23 +11,24 @@
 #include <sanitizer/tsan_interface.h>
 #endif
 
-/// As PLockGuard, but waits for a limited time: ask result() before touching what the mutex guards.
+/// As PLockGuard, but with a limited wait: check result() before using the data that the mutex
+/// guards.
 class IXLA_SCOPED_CAPABILITY PTimedLockGuard
 {
 public:
-    /// The result of locking when another thread held the mutex all the time.
+    /// The result of a lock that timed out.
     enum
     {
         eTimeout = -ETIMEDOUT
     };
 
-    /// Waits at most iMilliseconds for iMutex, which must outlive the guard, and locks it.
+    /// Locks iMutex, which must outlive the guard; waits at most iMilliseconds.
     PTimedLockGuard(PMutex& iMutex, unsigned int iMilliseconds) noexcept IXLA_ACQUIRE(iMutex)
         : fMutex(iMutex), fResult(lock(iMutex, iMilliseconds))
     {
     }
 
-    // A failing unlock has nobody to be told here.
+    // Drops the code of a failed unlock: a destructor cannot report it.
     ~PTimedLockGuard() IXLA_RELEASE()
     {
         if (fResult == 0)
@@ -46,13 +47,13 @@ public:
     }
 
 private:
-    // The analysis cannot look into the lock itself.
+    // The analysis does not apply to the implementation of the lock.
     static int lock(PMutex& ioMutex,
                     unsigned int iMilliseconds) noexcept IXLA_NO_THREAD_SAFETY_ANALYSIS
     {
         const unsigned long self = static_cast<unsigned long>(pthread_self());
-        // Not compared with the generation that this library counts: one that was loaded after a
-        // fork counts from there on.
+        // Not compared with PFork::generation(): each library counts its own, and one that was
+        // loaded after a fork starts later.
         if (__atomic_load_n(&ioMutex.fGeneration, __ATOMIC_ACQUIRE) == 0 ||
             __atomic_load_n(&ioMutex.fOwner, __ATOMIC_RELAXED) == self)
         {
@@ -69,7 +70,7 @@ private:
     }
 
 #if defined(__SANITIZE_THREAD__)
-    // The sanitizer watches the other calls on mutexes by itself, and must be told of this one.
+    // The sanitizer intercepts other mutex calls, but not this one.
     static int lockBefore(pthread_mutex_t& ioHandle, const timespec& iLimit) noexcept
     {
         __tsan_mutex_pre_lock(&ioHandle, 0);

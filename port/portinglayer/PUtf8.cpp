@@ -12,10 +12,10 @@ constexpr unsigned char kWideLead = 0xFE;
 constexpr unsigned char kShortLead = 0xC0;
 constexpr std::size_t kWideBytes = 7;
 
-/// A byte beyond the end; continues and begins nothing.
+/// Stands for a byte after the end; it neither starts nor continues a sequence.
 constexpr unsigned char kNoByte = 0;
 
-/// What a sequence of bytes stands for; size 0 when it stands for nothing.
+/// The character of a byte sequence; size 0 when there is none.
 struct Match
 {
     std::uint32_t character;
@@ -34,7 +34,7 @@ bool _isSurrogate(std::uint32_t iChar) noexcept
     return iChar >= 0xD800 && iChar <= 0xDFFF;
 }
 
-/// Whether a character would end a line, or be taken for a part of its end.
+/// Whether a character ends a line, is part of a line end, or is zero.
 bool _breaksLine(std::uint32_t iChar) noexcept
 {
     return iChar == 0 || iChar == '\n' || iChar == '\r';
@@ -50,7 +50,7 @@ bool _continues(unsigned char iByte) noexcept
     return (iByte & 0xC0u) == 0x80;
 }
 
-/// The bytes of a line, from one of them on.
+/// The rest of a line, as bytes.
 class Bytes
 {
 public:
@@ -68,8 +68,8 @@ private:
     std::size_t fLen;
 };
 
-/// The bytes that a run of stand-ins gives; any other character ends the run, because its bytes
-/// continue nothing.
+/// A run of stand-ins, as their bytes. Any other character ends the run, because its bytes continue
+/// no sequence.
 class StandIns
 {
 public:
@@ -88,8 +88,8 @@ private:
     std::size_t fLen;
 };
 
-/// Collects iCount continuation bytes from iPos on, below the bits of iBits. False when there are
-/// fewer.
+/// Appends the bits of iCount continuation bytes, from iPos on, to ioBits. False when there are
+/// fewer such bytes.
 template <class TSource>
 bool _collect(const TSource& iSource, std::size_t iPos, std::size_t iCount,
               std::uint64_t& ioBits) noexcept
@@ -106,8 +106,8 @@ bool _collect(const TSource& iSource, std::size_t iPos, std::size_t iCount,
     return true;
 }
 
-/// A character of more than one byte in its shortest form; iRest is where the bytes behind iLead
-/// begin.
+/// A character of more than one byte, in its shortest form. iRest is the index of the byte after
+/// iLead.
 template <class TSource>
 Match _matchUtf8(unsigned char iLead, const TSource& iSource, std::size_t iRest) noexcept
 {
@@ -135,9 +135,9 @@ Match _matchShort(const TSource& iSource, std::size_t iRest) noexcept
     return matches ? Match{static_cast<std::uint32_t>(bits), 2} : kNoMatch;
 }
 
-/// What the bytes from iPos on are read as. A wide form of a stand-in counts only where the byte
-/// itself would run together with what follows; the byte may again lead a wide form, hence the
-/// loop, in which iRest walks along the bytes behind the lead in question.
+/// The character of the bytes from iPos on. The wide form of a stand-in is valid only where the
+/// byte itself would combine with the bytes after the form. That byte may again be the lead of a
+/// wide form, hence the loop: rest is the index of the first byte after the forms read so far.
 template <class TSource>
 Match _match(const TSource& iSource, std::size_t iPos, bool iFileStart) noexcept
 {
@@ -189,7 +189,7 @@ char* _putWide(std::uint32_t iChar, char* oBytes) noexcept
     return oBytes;
 }
 
-/// Writes the first of iLen characters.
+/// Writes the first of iLen characters; returns the end of its bytes.
 char* _putLine(const wchar_t* iText, std::size_t iLen, bool iFileStart, char* oBytes) noexcept
 {
     // NOLINTNEXTLINE(bugprone-signed-char-misuse,cert-str34-c): a wchar_t has 32 bits
@@ -209,7 +209,8 @@ char* _putLine(const wchar_t* iText, std::size_t iLen, bool iFileStart, char* oB
     return _hasUtf8(character) && !mark ? _putUtf8(character, oBytes) : _putWide(character, oBytes);
 }
 
-/// Copies plain characters, which need no conversion, up to the first other one; returns how many.
+/// Copies plain characters, which need no conversion, up to the first other one; returns their
+/// number.
 template <class TFrom, class TTo>
 std::size_t _copyPlain(const TFrom* iFrom, std::size_t iLen, TTo* oTo) noexcept
 {
@@ -222,8 +223,8 @@ std::size_t _copyPlain(const TFrom* iFrom, std::size_t iLen, TTo* oTo) noexcept
     return count;
 }
 
-/// Widens bytes below 0x80, which stand for themselves, four at a time up to the first four with
-/// another one among them; returns how many.
+/// Widens bytes below 0x80, four at a time, up to the first four with another byte; returns their
+/// number.
 std::size_t _widenAscii(const char* iFrom, std::size_t iLen, wchar_t* oTo) noexcept
 {
     const char* from = iFrom;

@@ -15,11 +15,11 @@
 
 namespace
 {
-/// A number as it was written: its sign and its digits.
+/// A number as sign and magnitude.
 struct Decimal
 {
     bool negative;
-    bool tooLarge; ///< beyond what magnitude holds
+    bool tooLarge; ///< out of the range of magnitude
     unsigned long long magnitude;
 };
 
@@ -28,7 +28,7 @@ bool _isDigit(wchar_t iChar) noexcept
     return iChar >= L'0' && iChar <= L'9';
 }
 
-/// Reads as many digits as cannot make more than 32 bits; most numbers have no more.
+/// Reads digits as long as the number is sure to fit in 32 bits; most numbers have no more digits.
 unsigned int _parseFront(const PSpan& iText, unsigned int& oRead) noexcept
 {
     constexpr unsigned int kMost = std::numeric_limits<unsigned int>::digits10;
@@ -119,7 +119,7 @@ int _hexDigit(wchar_t iChar) noexcept
     return lower >= L'a' && lower <= L'f' ? lower - L'a' + 10 : -1;
 }
 
-/// Whether a text is iWord, in any case; iWord is lower-case.
+/// Whether a text is iWord, in upper or lower case; iWord is lower-case.
 bool _isWord(const PSpan& iText, const wchar_t* iWord) noexcept
 {
     return std::wcslen(iWord) == iText.len &&
@@ -152,7 +152,7 @@ int _formatLong(PString& oText, const wchar_t* iFormat, va_list iArgs) noexcept
     const int formatError = written < 0 ? errno : 0;
     const bool closed = std::fclose(stream) == 0;
     const std::unique_ptr<wchar_t, FreeText> owner(text);
-    // Closing lets go of a text for which it finds no memory, and succeeds all the same.
+    // fclose frees the text for lack of memory and still succeeds.
     const bool lost = !closed || !text;
     if (written < 0 || lost)
     {
@@ -271,14 +271,14 @@ int PUtils::binaryToStr(const unsigned char* iData, unsigned int iSize, PString&
     {
         constexpr wchar_t kDigits[] = L"0123456789abcdef";
         const wchar_t pair[] = {kDigits[iData[i] >> 4], kDigits[iData[i] & 0x0F]};
-        // There is room for it.
+        // Cannot fail: reserved above.
         oText.cat(pair, 2);
     }
     return 0;
 }
 
-// Room is made before anything changes. The key goes first: in the source's own buffer it ends
-// before the value begins.
+// Reserves both before it changes anything. Sets the key first: oKey may be the buffer of iText,
+// where the key ends before the value starts.
 int PUtils::getKeyValue(const PLiteral& iText, PString& oKey, PString& oValue,
                         wchar_t iSeparator) noexcept
 {
@@ -302,7 +302,7 @@ int PUtils::getKeyValue(const PLiteral& iText, PString& oKey, PString& oValue,
 
 void PUtils::fixFileSeparator(PString& ioPath) noexcept
 {
-    // A PString owns its characters, so they may be changed in place.
+    // The cast is safe: a PString owns its characters.
     wchar_t* const path = const_cast<wchar_t*>(ioPath.ptr());
     std::replace(path, path + ioPath.len(), L'\\', L'/');
 }
@@ -326,7 +326,7 @@ int PUtils::pformatStringList(PString& oText, const wchar_t* iFormat, va_list iA
     va_list again;
     va_copy(again, iArgs);
     const int len = std::vswprintf(chars, sizeof chars / sizeof *chars, iFormat, iArgs);
-    // A negative length doesn't tell a lack of room from a failure; the long way does.
+    // A negative length means too little room or a failure; _formatLong tells which.
     const int res = len >= 0 ? oText.set(chars, static_cast<unsigned int>(len))
                              : _formatLong(oText, iFormat, again);
     va_end(again);

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
-// PVectorLayout: refuses to compile where std::vector is another than that of the libraries.
+// PVectorLayout: a compile-time check that std::vector has the layout that the libraries use.
 #ifndef IXLAL_PVECTORLAYOUT_H
 #define IXLAL_PVECTORLAYOUT_H
 
 #include <vector>
 
-// Some operations pass a vector from one library to another, so both must know the same one.
+// Some operations pass a std::vector between libraries, so all of them need the same layout.
 #ifndef __GLIBCXX__
 #error "ixlal passes std::vector between libraries and needs that of libstdc++"
 #elif defined(_GLIBCXX_DEBUG)

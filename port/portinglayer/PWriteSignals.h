@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// PWriteSignals: keeps failing writes from ending the process.
+// PWriteSignals: suppresses the signals of failing writes.
 #ifndef IXLAL_PWRITESIGNALS_H
 #define IXLAL_PWRITESIGNALS_H
 
@@ -7,8 +7,8 @@
 #include <csignal>
 #include <ctime>
 
-/// Blocks the signals of failing writes (nobody reads any more, the file may not grow) for the
-/// calling thread while it lives. The thread must not be cancelled meanwhile.
+/// Blocks SIGPIPE and SIGXFSZ in the calling thread until the end of its scope. The thread must not
+/// be cancelled meanwhile.
 class PWriteSignals
 {
 public:
@@ -20,7 +20,7 @@ public:
         ::sigaddset(&blocked, SIGXFSZ);
         ::sigemptyset(&fPending);
         fBlocked = ::pthread_sigmask(SIG_BLOCK, &blocked, &fMask) == 0;
-        // Only a signal that the caller blocks itself can have been waiting before.
+        // Only a signal that the caller itself blocks can be pending already.
         if (fBlocked &&
             (::sigismember(&fMask, SIGPIPE) == 1 || ::sigismember(&fMask, SIGXFSZ) == 1))
         {
@@ -39,7 +39,7 @@ public:
     PWriteSignals(const PWriteSignals&) = delete;
     PWriteSignals& operator=(const PWriteSignals&) = delete;
 
-    /// Takes the signal back that a write with this errno raised, and no other.
+    /// Removes the pending signal that a write with this errno raised, and no other.
     void takeBack(int iErrno) noexcept
     {
         const int signal = iErrno == EPIPE ? SIGPIPE : iErrno == EFBIG ? SIGXFSZ : 0;
@@ -58,7 +58,7 @@ public:
 
 private:
     sigset_t fMask;
-    sigset_t fPending; ///< what was waiting before the write
+    sigset_t fPending; ///< signals that were pending before the write
     bool fBlocked;
 };
 

@@ -6,7 +6,7 @@
 #
 #   id: mutex-nested-unlock
 #   file: port/portinglayer/PMutex.cpp
-#   breaks: The inner unlock of two frees the mutex
+#   breaks: The inner of two unlocks releases the mutex
 #   - if (--fDepth > 0)
 #   + if (--fDepth > 1)
 #
