@@ -22,7 +22,7 @@ do
     then
         echo "$name passes something else: $types"
         exit 1
-    elif ! sed -n '/^### What of the standard library/,/^## /p' "$page" | grep -q "[\`:]$name\`"
+    elif ! sed -n '/^### Standard library types/,/^## /p' "$page" | grep -q "[\`:]$name\`"
     then
         echo "compatibility.md does not name $name"
         exit 1
