@@ -26,7 +26,7 @@ void PEventDispatcher::debug(int iLevel, const wchar_t* iFormat, TArgs... iArgs)
 {
     if (fLogger)
     {
-        // A line that cannot be written is the log's loss alone; the log counts it.
+        // The log itself counts a line that it cannot write.
         (void)fLogger->debug(iLevel, iFormat, iArgs...);
     }
 }
@@ -66,8 +66,9 @@ PEventDispatcher::~PEventDispatcher()
     const PCancelGuard guard;
     debug(0, L"[EventDispatcher][destructor] Destroy instance: %p", _address(this));
 
-    // A listener that takes hold of the dispatcher once more while it is being released must not
-    // destroy it a second time, and one that unsubscribes must find the table whole, hence empty.
+    // While a listener is released here it may take and drop a reference to the dispatcher, which
+    // must not destroy it again. It may also unsubscribe, which needs a consistent table: it is
+    // empty.
     ++fRefCount;
     if (const int code = fMutex.lock())
     {
@@ -147,7 +148,7 @@ int PEventDispatcher::removeListener(const PLiteral& iTopic, IEventListener* iLi
     }
 
     const PCancelGuard guard;
-    // Declared before the lock: what may be the last reference never goes while it is held.
+    // Declared before the lock, because a possible last reference is never released under the lock.
     PBaseptr<IEventListener> removed;
     PLockGuard lock(fMutex);
     if (lock.result() != 0)
@@ -174,7 +175,8 @@ int PEventDispatcher::send(const PLiteral& iTopic, IBase* iParam1, int iParam2)
         return eIxlaInvalidArgument;
     }
 
-    // Goes last: a listener that was removed meanwhile is released with it, outside the lock.
+    // Declared before the lock, so that it is destroyed without it: it may have the last reference
+    // to a listener that was removed during the delivery.
     PPtr<Listeners> listeners;
     PLockGuard lock(fMutex);
     if (lock.result() != 0)
@@ -208,8 +210,8 @@ int PEventDispatcher::nl_addListener(const PLiteral& iTopic, IEventListener* iLi
     return ixlaGuarded(
         [&]
         {
-            // Made in place: a holder that the vector had to drop again would release, and perhaps
-            // destroy, a listener that is still the caller's.
+            // Emplaced, because a temporary holder would release, and perhaps destroy, the caller's
+            // listener if there is no memory for the vector.
             nl_ownListeners(topic->second).emplace_back(iListener);
             return eIxlaOk;
         });
@@ -217,8 +219,8 @@ int PEventDispatcher::nl_addListener(const PLiteral& iTopic, IEventListener* iLi
 
 int PEventDispatcher::nl_addTopic(const PLiteral& iTopic, IEventListener* iListener)
 {
-    // Made whole on the side, so that the table never holds a topic without a listener. The entry
-    // keeps its place in memory when it moves over.
+    // Built outside the table, so that the table never contains a topic without a listener. merge
+    // moves the entry without changing its address.
     Topics fresh;
     Index* const index = &fIndex;
     const int result = ixlaGuarded(
@@ -227,7 +229,7 @@ int PEventDispatcher::nl_addTopic(const PLiteral& iTopic, IEventListener* iListe
             const auto topic = fresh.emplace(PString(iTopic), PPtr<Listeners>()).first;
             _hold(std::make_unique<Listeners>(*this), topic->second);
             index->emplace(topic->first, &topic->second);
-            // Last, for the reason that nl_addListener has.
+            // Emplaced last, so that no later failure releases the listener of the caller.
             topic->second->emplace_back(iListener);
             return eIxlaOk;
         });
@@ -284,11 +286,11 @@ int PEventDispatcher::nl_findListeners(const PLiteral& iTopic, PPtr<Listeners>& 
 void PEventDispatcher::_hold(std::unique_ptr<Listeners> iListeners, PPtr<Listeners>& oHolder)
 {
     oHolder = iListeners.get();
-    // The holder has it from here on.
+    // The holder owns the list now.
     static_cast<void>(iListeners.release());
 }
 
-/// The list, for the table alone: a copy of its own when deliveries share it.
+/// The list, used by the table only: replaced by a copy if deliveries share it.
 PEventDispatcher::Listeners& PEventDispatcher::nl_ownListeners(PPtr<Listeners>& ioListeners)
 {
     if (ioListeners.holders() > 1)
@@ -315,8 +317,7 @@ IXLA_PASSES_THREAD_END void PEventDispatcher::deliver(const Listeners& iListener
         debug(kTraceLevel, L"[EventDispatcher][send] Notify listener: %p", _address(entry->get()));
         try
         {
-            // No listener has a say in the delivery to the others, hence the result is not looked
-            // at.
+            // The result is ignored: a listener must not affect the delivery to the others.
             (void)(*entry)->handleEvent(iTopic, iParam1, iParam2);
         }
         catch (PThreadEnd&)
@@ -362,7 +363,7 @@ void PEventDispatcher::release(const char* iOperation, PBaseptr<IEventListener>&
     if (!ixlaReleased(ioListener))
     {
         PString library;
-        // Without its name the line is as good as it can be.
+        // After a failure the line has no library name.
         (void)owner.getPath(library);
         error(L"[EventDispatcher][%s] Listener threw an exception when it was released: %p "
               L"library: %ls",

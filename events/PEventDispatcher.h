@@ -16,15 +16,15 @@
 #include <unordered_map>
 #include <vector>
 
-/// Keeps the listeners of each topic and delivers events to them (see IEventDispatcher). Create it
-/// on the heap and call init() once before anything else.
+/// Stores the listeners of each topic and delivers events to them (see IEventDispatcher). Create it
+/// on the heap and call init() once before any other operation.
 ///
-/// The lock is held while the table is read or changed; listeners run, and are released, without
-/// it. The exception is the destructor: nobody else can be using the dispatcher then.
+/// The lock is held while the table is read or changed. Listeners are called and released without
+/// it, except in the destructor, when no other thread can use the dispatcher.
 class PEventDispatcher : public IEventDispatcher
 {
 public:
-    /// Takes the plugins' log from the core, when the core can give it. Throws std::bad_alloc.
+    /// Looks up the plugins' log; works without it if the core has none. Throws std::bad_alloc.
     PEventDispatcher();
 
     PEventDispatcher(const PEventDispatcher&) = delete;
@@ -40,12 +40,12 @@ public:
     int removeListener(const PLiteral& iTopic, IEventListener* iListener) noexcept override;
     int send(const PLiteral& iTopic, IBase* iParam1, int iParam2) override;
 
-    /// Reports every subscription that is left and releases its listener.
+    /// Logs every remaining subscription and releases its listener.
     [[gnu::cold]] virtual ~PEventDispatcher();
 
 private:
-    /// In the order of subscription, each listener once. The last delivery may be the last to hold
-    /// one of them.
+    /// The listeners of a topic in the order of subscription, each once. A delivery may have the
+    /// last reference to a listener.
     class Listeners : public std::vector<PBaseptr<IEventListener>>
     {
     public:
@@ -53,14 +53,14 @@ private:
         Listeners(const Listeners& iOther) = default;
         Listeners& operator=(const Listeners&) = delete;
 
-        /// Releases them all; the thread is not cancelled in the destructor of a listener.
+        /// Releases the listeners; the thread is not cancelled in the destructor of one.
         ~Listeners();
 
     private:
         const PEventDispatcher& fDispatcher;
     };
-    /// A topic is present only while it has a listener. Deliveries in progress share its list, and
-    /// a shared list is not changed any more.
+    /// The table contains a topic only while it has a listener. Deliveries in progress share its
+    /// list, and a shared list is not changed but replaced.
     typedef std::map<PString, PPtr<Listeners>, PLiteralLess> Topics;
     typedef std::unordered_map<PLiteral, const PPtr<Listeners>*, PTextHash, PTextEqual> Index;
 
@@ -79,12 +79,14 @@ private:
     void deliver(const Listeners& iListeners, const PLiteral& iTopic, IBase* iParam1,
                  int iParam2) const;
     [[gnu::cold]] void releaseListeners(Topics& ioTopics) const;
-    /// Empties a holder; what the listener throws is logged.
+    /// Clears a holder; logs an exception of the listener.
     void release(const char* iOperation, PBaseptr<IEventListener>& ioListener) const;
 
-    /// Log the failure of a mutex operation within the named operation; return its code.
+    ///@{
+    /// Logs a failed mutex operation in iOperation; returns iCode.
     [[gnu::cold]] int lockFailed(const char* iOperation, int iCode) const;
     [[gnu::cold]] int unlockFailed(const char* iOperation, int iCode) const;
+    ///@}
 
     template <class... TArgs>
     void debug(int iLevel, const wchar_t* iFormat, TArgs... iArgs) const;
@@ -94,7 +96,7 @@ private:
     PCounterSync fRefCount;
     PMutex fMutex;
     Topics fListeners IXLA_GUARDED_BY(fMutex);
-    /// The same topics; a delivery finds its list here.
+    /// The lists of fListeners by topic, for the lookup of a delivery.
     Index fIndex IXLA_GUARDED_BY(fMutex);
     PBaseptr<ILogger> fLogger; ///< constant after construction; may be empty
 };

@@ -7,8 +7,8 @@
 #include "PBaseptr.h"
 #include "portinglayer/PCounter.h"
 
-/// Offers kIxlaEventDispatcherId and owns the dispatcher behind it. Only the core holds and counts
-/// this object, one thread at a time.
+/// Offers kIxlaEventDispatcherId and owns the dispatcher behind it. Only the core holds references
+/// to this object, from one thread at a time.
 class PEventDispatcherPlugin : public IPlugin
 {
 public:
@@ -20,17 +20,17 @@ public:
     int incRef() noexcept override;
     int decRef() noexcept override;
 
-    /// Creates the dispatcher. Returns 0, -501, or the code of its mutex; no dispatcher is kept
-    /// on failure.
+    /// Creates the dispatcher. Returns 0, -501, or the code of its mutex; on failure there is no
+    /// dispatcher.
     int init() noexcept override;
 
-    /// As IPlugin; null with an untouched oCount for lack of memory.
+    /// As IPlugin. For lack of memory returns null and leaves oCount unchanged.
     PString* getInterfaces(unsigned int& oCount) noexcept override;
 
-    /// As IPlugin; a null oInstance with result 0 before a successful init.
+    /// As IPlugin. Before a successful init returns 0 with a null oInstance.
     int getInstance(const PLiteral& iInterfaceId, IBase*& oInstance) noexcept override;
 
-    /// Releases the dispatcher; others may hold it further on.
+    /// Releases the dispatcher, which lives on while others hold it.
     virtual ~PEventDispatcherPlugin();
 
 private:

@@ -28,8 +28,8 @@ void PGate::leave() noexcept
     }
 }
 
-// The counting is sequentially consistent: what the threads inside did has happened before the
-// state without them is seen here.
+// All access to fState is sequentially consistent: everything that the threads did inside has
+// happened before close() returns.
 void PGate::close() noexcept
 {
     for (unsigned int state = fState.fetch_or(kClosed) | kClosed; state != kClosed;

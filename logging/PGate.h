@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
-// PGate: lets threads into an object until it is about to end.
+// PGate: admits threads to an object until the object ends.
 #ifndef IXLAL_PGATE_H
 #define IXLAL_PGATE_H
 
 #include <atomic>
 
-/// Whoever wants to use the object enters first and leaves afterwards; the object closes the gate
-/// before it ends. The gate outlives the object: both sides share it. A thread may enter again
-/// while it is inside. [any thread]
+/// A thread enters the gate before it uses the object, and leaves it afterwards. The object closes
+/// the gate before it is destroyed. The gate outlives the object, because both sides share
+/// ownership of it. A thread may enter more than once. [any thread]
 class PGate
 {
 public:
@@ -16,16 +16,16 @@ public:
     PGate(const PGate&) = delete;
     PGate& operator=(const PGate&) = delete;
 
-    /// True while the gate is open; the caller then leaves later. Never waits.
+    /// Enters; false when the gate is closed. After true the caller must call leave(). Never waits.
     bool enter() noexcept;
 
     void leave() noexcept;
 
-    /// Lets nobody in any more and waits until all have left. The caller must not be inside.
+    /// Closes the gate and waits until all threads have left. The caller must not be inside.
     void close() noexcept;
 
 private:
-    std::atomic<unsigned int> fState; ///< the closed mark, and the number of threads inside
+    std::atomic<unsigned int> fState; ///< the closed bit and the number of threads inside
 };
 
 #endif

@@ -11,13 +11,13 @@
 
 namespace
 {
-/// Tested before the arguments are touched, so that a filtered line costs little else.
+/// Checked before the arguments are read, so that a filtered line costs little.
 bool _isLogged(const PLogger* iLogger, int iLevel)
 {
     return iLogger && iLogger->isLogged(iLevel);
 }
 
-// Apart, because what they need to call another library would be prepared for filtered lines too.
+// Not inlined, because the caller would set up the call of another library for filtered lines, too.
 [[gnu::noinline]] int _info(PLogger* iLogger, int iLevel, const wchar_t* iFormat, va_list iArgs)
 {
     return PLogger::info(iLogger, iLevel, iFormat, iArgs);
@@ -64,7 +64,7 @@ int PLoggerImpl::decRef() noexcept
     return count;
 }
 
-// Filling oLogger may release this very logger, so nothing of it is used after the call.
+// Filling oLogger may destroy this logger, so no member is used after the call.
 int PLoggerImpl::getLogger(const PLiteral& iName, PBaseptr<ILogger>& oLogger) noexcept
 {
     const std::shared_ptr<PGate> gate = fGate;

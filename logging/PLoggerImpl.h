@@ -12,13 +12,13 @@ class PGate;
 class PLogger;
 class PLoggerPlugin;
 
-/// Forwards every message to its own PLogger. May outlive the plugin that made it: it then goes
-/// on writing its file, but hands out no further loggers.
+/// Forwards every message to its own PLogger. It may outlive the plugin that created it; it then
+/// still writes its file, but opens no more loggers.
 class PLoggerImpl : public ILogger
 {
 public:
-    /// Opens the log with PLogger::init; a log that could not be opened or allocated is no
-    /// failure here. iPlugin may be null.
+    /// Opens the log with PLogger::init. A log that cannot be opened or allocated is no error here.
+    /// iPlugin is borrowed and may be null.
     PLoggerImpl(const PLiteral& iFile, const PLiteral& iTag, unsigned int iMaxSize, int iParts,
                 int iMaxCount, bool iEnable, PLoggerPlugin* iPlugin) noexcept;
 
@@ -29,15 +29,17 @@ public:
     int decRef() noexcept override;
     int getLogger(const PLiteral& iName, PBaseptr<ILogger>& oLogger) noexcept override;
 
-    /// Return 0, or -501 when the PLogger could not be allocated.
+    ///@{
+    /// Returns 0, or -501 when the PLogger could not be allocated.
     int setLevel(int iLevel) noexcept override;
     int setPrintOnConsole(bool iPrint) noexcept override;
+    ///@}
 
     int info(int iLevel, const wchar_t* iFormat, ...) noexcept override;
     int error(int iLevel, const wchar_t* iFormat, ...) noexcept override;
     int debug(int iLevel, const wchar_t* iFormat, ...) noexcept override;
 
-    /// -502 for a negative iSize.
+    /// Returns -502 for a negative iSize.
     int dumpHex(int iLevel, const void* iData, int iSize, unsigned int iWidth) noexcept override;
 
     int showMsgBox(int iLevel, const wchar_t* iFormat, ...) noexcept override;
@@ -47,7 +49,7 @@ public:
 private:
     PCounterSync fRefCount;
     PLogger* fLogger;                   ///< owned; null when it could not be allocated
-    PLoggerPlugin* const fPlugin;       ///< not owned; only touched inside its gate
+    PLoggerPlugin* const fPlugin;       ///< borrowed; used inside its gate only
     const std::shared_ptr<PGate> fGate; ///< empty without a plugin
 };
 

@@ -31,7 +31,7 @@ int _loadGlobalConfig(PBaseptr<IConfig>& oConfig)
 }
 } // namespace
 
-// Without its mutex the plugin still opens the shared log; getLogger tells the failure.
+// Without its mutex the plugin still opens the shared log; getLogger reports the failure.
 PLoggerPlugin::PLoggerPlugin()
     : fRefCount(0), fMaxSize(0), fParts(0), fLevel(0), fMaxCount(0), fEnable(false)
 {
@@ -44,7 +44,7 @@ PLoggerPlugin::~PLoggerPlugin()
     {
         fGate->close();
     }
-    // Nobody is inside any more, so it can only fail for a mutex that was never opened.
+    // No thread is inside, so it can only fail for a mutex that was never opened.
     static_cast<void>(fMutex.close());
 }
 
@@ -78,7 +78,7 @@ int PLoggerPlugin::createDefaultLogger()
     }
     if (!fGate)
     {
-        // Kept by a further init: loggers of the earlier one still pass it.
+        // A second init keeps the gate, because existing loggers still use it.
         fGate = std::make_shared<PGate>();
     }
     const PBaseptr<ILogger> logger = createLogger(file);
@@ -130,7 +130,7 @@ PBaseptr<ILogger> PLoggerPlugin::createLogger(const PLiteral& iFile)
 {
     PBaseptr<ILogger> logger = PBaseptr<ILogger>::adopt(new PLoggerImpl(
         iFile, fLogTag, static_cast<unsigned int>(fMaxSize), fParts, fMaxCount, fEnable, this));
-    // Only fails without a PLogger, and then there is nothing whose level would matter.
+    // Fails only without a PLogger, and then no level is needed.
     static_cast<void>(logger->setLevel(fLevel));
     return logger;
 }
@@ -175,7 +175,7 @@ int PLoggerPlugin::getLogger(const PLiteral& iName, PBaseptr<ILogger>& oLogger) 
 
 int PLoggerPlugin::findLogger(const PLiteral& iName, PBaseptr<ILogger>& ioLogger)
 {
-    // These may hold last references, so they go after the lock.
+    // Declared before the lock, so that possible last references are released without it.
     Loggers idle;
     PBaseptr<ILogger> previous;
     PLockGuard lock(fMutex);
@@ -194,13 +194,13 @@ int PLoggerPlugin::findLogger(const PLiteral& iName, PBaseptr<ILogger>& ioLogger
     }
     nl_purge(idle);
     const int unlocked = lock.unlock();
-    // Whatever a foreign object throws, the holder is filled.
+    // An exception of the object that the caller held before does not matter: ioLogger is set.
     static_cast<void>(ixlaReleased(previous));
     return unlocked != 0 ? unlocked : result;
 }
 
-/// Puts the logger iName into oLogger. What oLogger held before is in oPrevious, unless the cache
-/// holds it too: there it must not count as kept.
+/// Sets oLogger to the logger iName. Moves the previous object to oPrevious, unless the cache holds
+/// that, too: another holder would keep nl_purge from removing it.
 void PLoggerPlugin::nl_fill(const PLiteral& iName, PBaseptr<ILogger>& oLogger,
                             PBaseptr<ILogger>& oPrevious)
 {
@@ -225,7 +225,7 @@ void PLoggerPlugin::nl_fill(const PLiteral& iName, PBaseptr<ILogger>& oLogger,
     }
 }
 
-/// Takes the loggers that only the cache holds out of it.
+/// Moves the loggers that only the cache holds to oIdle.
 void PLoggerPlugin::nl_purge(Loggers& oIdle)
 {
     constexpr unsigned int kCacheAndCopy = 2;

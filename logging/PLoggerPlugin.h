@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// PLoggerPlugin: the built-in plugin that hands out loggers.
+// PLoggerPlugin: the built-in plugin that offers the loggers.
 #ifndef IXLAL_PLOGGERPLUGIN_H
 #define IXLAL_PLOGGERPLUGIN_H
 
@@ -17,12 +17,12 @@
 
 class PGate;
 
-/// Offers kIxlaLoggerId: the plugins' shared log, and by name further logs in the same directory.
-/// Named loggers are cached while somebody outside keeps the holder that getLogger filled; those
-/// that nobody keeps any more leave the cache at the next getLogger.
+/// Offers kIxlaLoggerId: the plugins' shared log, and other logs in the same directory by name. The
+/// cache holds a named logger while a caller has the holder that getLogger filled, or a copy of it;
+/// the next getLogger removes loggers that no caller holds.
 ///
-/// Loggers may outlive the plugin. The end of the plugin waits for calls that came in through a
-/// logger, lets no further ones in, and then releases the cache and the shared log.
+/// Loggers may outlive the plugin. The destructor waits for calls that came through a logger,
+/// refuses further ones, and then releases the cache and the shared log.
 class PLoggerPlugin final : public IPlugin
 {
 public:
@@ -38,16 +38,16 @@ public:
     /// the code of getting the configuration manager, the configuration or the log directory.
     int init() noexcept override;
 
-    /// As IPlugin; null with an untouched oCount for lack of memory.
+    /// As IPlugin. For lack of memory returns null and leaves oCount unchanged.
     PString* getInterfaces(unsigned int& oCount) noexcept override;
 
-    /// As IPlugin; a null oInstance with result 0 before a successful init.
+    /// As IPlugin. Before a successful init returns 0 with a null oInstance.
     int getInstance(const PLiteral& iInterfaceId, IBase*& oInstance) noexcept override;
 
     /// As ILogger::getLogger. [any thread]
     int getLogger(const PLiteral& iName, PBaseptr<ILogger>& oLogger) noexcept;
 
-    /// What loggers pass before they touch the plugin; empty before init.
+    /// The gate that loggers enter before they use the plugin; empty before init.
     const std::shared_ptr<PGate>& gate() const noexcept
     {
         return fGate;
@@ -56,7 +56,7 @@ public:
 private:
     typedef std::map<PString, PBaseptr<ILogger>, PLiteralLess> Loggers;
 
-    // Only the last decRef destroys the plugin.
+    // Private, because only the last decRef destroys the plugin.
     ~PLoggerPlugin();
 
     int readSettings(PString& oDefaultFile);
@@ -70,7 +70,7 @@ private:
     static bool _holds(const Loggers& iLoggers, const ILogger* iLogger);
     static void _readLimit(IConfig& iConfig, const PLiteral& iKey, int& ioValue);
 
-    // The settings are written by init and constant afterwards.
+    // init writes the settings; they are constant afterwards.
     PCounterSync fRefCount;
     PBaseptr<IBase> fDefaultLogger;
     Loggers fLoggers IXLA_GUARDED_BY(fMutex);
