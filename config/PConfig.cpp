@@ -2,6 +2,7 @@
 #include "config/PConfig.h"
 
 #include "PGuarded.h"
+#include "config/PConfigFormat.h"
 #include "config/PConfigManager.h"
 #include "config/PConfigResult.h"
 #include "portinglayer/PLockGuard.h"
@@ -73,7 +74,7 @@ int PConfig::getKeys(std::vector<PString>& oKeys) noexcept
 int PConfig::getAttributes(const PLiteral& iKey, std::vector<PString>& oAttributes) noexcept
 {
     PConfigValue* record = nullptr;
-    int result = PConfigManager::_checkAllowedChars(PLiteral(), iKey, PLiteral());
+    int result = PConfigFormat::_checkAllowedChars(PLiteral(), iKey, PLiteral());
     if (result == 0)
     {
         result = __findValue(iKey, record);
@@ -288,7 +289,7 @@ int PConfig::_choose(const Records& iRecords, const PLiteral& iAttribute,
 template <class TCopy>
 int PConfig::read(const PLiteral& iKey, const PLiteral& iAttribute, const TCopy& iCopy) noexcept
 {
-    const int allowed = PConfigManager::_checkAllowedChars(PLiteral(), iKey, iAttribute);
+    const int allowed = PConfigFormat::_checkAllowedChars(PLiteral(), iKey, iAttribute);
     if (allowed != 0)
     {
         return allowed;

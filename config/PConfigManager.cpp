@@ -6,21 +6,20 @@
 #include "PGuarded.h"
 #include "config/PConfig.h"
 #include "config/PConfigChanged.h"
+#include "config/PConfigFormat.h"
+#include "config/PConfigLoader.h"
+#include "config/PConfigRecords.h"
 #include "config/PConfigResult.h"
 #include "config/PReadFault.h"
 #include "config/PStoreWriter.h"
 #include "core/PHeldService.h"
 #include "core/PServiceLog.h"
-#include "portinglayer/PBlank.h"
 #include "portinglayer/PFile.h"
 #include "portinglayer/PLockGuard.h"
 #include "portinglayer/PTimedLockGuard.h"
 #include "portinglayer/PUtils.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cwchar>
-#include <tuple>
 #include <utility>
 
 namespace
@@ -40,71 +39,6 @@ void _makeStoreKey(const PLiteral& iID, const PLiteral& iKey, PString& oStoreKey
     oStoreKey = iID;
     oStoreKey += L"|";
     oStoreKey += iKey;
-}
-
-/// The parts of a line.
-struct LineParts
-{
-    PSpan key;
-    PSpan attribute; ///< empty for a value
-    PSpan value;
-};
-
-/// See _parseLine.
-int _split(const PSpan& iLine, LineParts& oParts) noexcept
-{
-    const auto between = [](const wchar_t* iBegin, const wchar_t* iEnd)
-    {
-        return PBlank::trimmed(iBegin, static_cast<unsigned int>(iEnd - iBegin));
-    };
-    const wchar_t* const end = iLine.text + iLine.len;
-    const wchar_t* const equals = std::find(iLine.text, end, L'=');
-    if (equals == end)
-    {
-        return eIxlaBadConfigLine;
-    }
-    const wchar_t* const colon = std::find(iLine.text, equals, L':');
-    const PSpan key = between(iLine.text, colon);
-    if (key.len == 0)
-    {
-        return eIxlaBadConfigLine;
-    }
-    oParts.key = key;
-    oParts.attribute = between(colon != equals ? colon + 1 : equals, equals);
-    oParts.value = between(equals + 1, end);
-    return eIxlaOk;
-}
-
-/// Inserts a value. Throws std::bad_alloc.
-void _insert(PConfigValues& ioValues, PConfigValues::iterator iPlace, const PLiteral& iKey,
-             const PLiteral& iValue)
-{
-    ioValues.emplace_hint(iPlace, std::piecewise_construct, std::forward_as_tuple(iKey),
-                          std::forward_as_tuple(iValue));
-}
-
-/// Keeps a line that was read into the room of an arena, before anything else is made there; the
-/// parts are then those of what is kept. Throws std::bad_alloc.
-void _keep(PConfigArena& ioArena, LineParts& ioParts)
-{
-    const wchar_t* const line = ioParts.key.text;
-    const auto len = static_cast<std::size_t>(ioParts.value.text + ioParts.value.len + 1 - line);
-    auto* const kept = static_cast<wchar_t*>(ioArena.take(len * sizeof(wchar_t)));
-    if (kept != line)
-    {
-        std::wmemmove(kept, line, len);
-    }
-    for (PSpan* part : {&ioParts.key, &ioParts.attribute, &ioParts.value})
-    {
-        part->text = kept + (part->text - line);
-    }
-}
-
-/// Removes a key, or one attribute of it when iAttribute isn't null.
-int _removeFrom(PConfigValues& ioValues, const PLiteral& iKey, const PLiteral* iAttribute) noexcept
-{
-    return iAttribute ? PConfigManager::_removeAttr(ioValues, iKey, *iAttribute)
-                      : PConfigManager::_removeKey(ioValues, iKey);
 }
 
 /// Whether a store has values of the configuration ID iID.
@@ -156,26 +90,6 @@ int PConfigManager::locked(int (PConfigManager::*iWork)(TParameter...),
         });
 }
 
-template <class TAppend>
-int PConfigManager::_load(IConfigManager* iManager, const PLiteral& iID, PBaseptr<IConfig>& oConfig,
-                          const TAppend& iAppend) noexcept
-{
-    return ixlaGuarded(
-        [&]
-        {
-            const PBaseptr<IConfig> config = PBaseptr<IConfig>::adopt(new PConfig(iManager, iID));
-            const int result = iAppend(config);
-            if (result == 0)
-            {
-                PBaseptr<IConfig> previous = oConfig;
-                oConfig = config;
-                // Whatever a foreign object throws, the holder is filled.
-                static_cast<void>(ixlaReleased(previous));
-            }
-            return result;
-        });
-}
-
 template <class... TArgument>
 void PConfigManager::nl_error(const wchar_t* iFormat, TArgument... iArguments) noexcept
 {
@@ -187,11 +101,6 @@ void PConfigManager::nl_error(const wchar_t* iFormat, TArgument... iArguments) n
     {
         logServiceError(iFormat, iArguments...);
     }
-}
-
-PConfigValues& PConfigManager::_valuesOf(const PBaseptr<IConfig>& iConfig) noexcept
-{
-    return static_cast<PConfig&>(*iConfig).values();
 }
 
 // Life
@@ -264,196 +173,6 @@ PMutex& PConfigManager::mutex() noexcept
     return fMutex;
 }
 
-// Text format
-
-int PConfigManager::_parseLine(const PLiteral& iLine, PString& oKey, PString& oAttribute,
-                               PString& oValue) noexcept
-{
-    LineParts parts = {};
-    const int result = _split({iLine.ptr(), iLine.len()}, parts);
-    if (result != 0)
-    {
-        return result;
-    }
-    const bool copied = oAttribute.set(parts.attribute.text, parts.attribute.len) == 0 &&
-                        oValue.set(parts.value.text, parts.value.len) == 0 &&
-                        oKey.set(parts.key.text, parts.key.len) == 0;
-    return copied ? eIxlaOk : eIxlaNoMemory;
-}
-
-int PConfigManager::_checkAllowedChars(const PLiteral& iID, const PLiteral& iKey,
-                                       const PLiteral& iAttribute) noexcept
-{
-    for (const PLiteral* name : {&iID, &iKey, &iAttribute})
-    {
-        const bool forbidden = std::any_of(
-            name->ptr(), name->ptr() + name->len(),
-            [](wchar_t iChar) { return iChar == L'=' || iChar == L':' || iChar == L'|'; });
-        if (forbidden)
-        {
-            return eIxlaForbiddenCharacter;
-        }
-    }
-    return eIxlaOk;
-}
-
-int PConfigManager::_addValue(PConfigValues& ioValues, const PLiteral& iKey,
-                              const PLiteral& iValue) noexcept
-{
-    return ixlaGuarded(
-        [&]
-        {
-            const PConfigPlace place(ioValues, iKey);
-            if (place.found)
-            {
-                place.at->second.fValue = iValue;
-            }
-            else
-            {
-                _insert(ioValues, place.at, iKey, iValue);
-            }
-            return eIxlaOk;
-        });
-}
-
-int PConfigManager::_addAttrValue(PConfigValues& ioValues, const PLiteral& iKey,
-                                  const PLiteral& iAttribute, const PLiteral& iValue) noexcept
-{
-    return ixlaGuarded(
-        [&]
-        {
-            const PConfigPlace place(ioValues, iKey);
-            if (!place.found)
-            {
-                PConfigValue record;
-                record.fAttributes.emplace(iAttribute, iValue);
-                ioValues.emplace_hint(place.at, iKey, std::move(record));
-                return eIxlaOk;
-            }
-            auto& attributes = place.at->second.fAttributes;
-            const auto attribute = attributes.lower_bound(iAttribute);
-            if (attribute == attributes.end() || attribute->first != iAttribute)
-            {
-                attributes.emplace_hint(attribute, iAttribute, iValue);
-            }
-            return eIxlaOk;
-        });
-}
-
-int PConfigManager::_removeKey(PConfigValues& ioValues, const PLiteral& iKey) noexcept
-{
-    const PConfigPlace place(ioValues, iKey);
-    if (place.found)
-    {
-        ioValues.erase(place.at);
-    }
-    return eIxlaOk;
-}
-
-int PConfigManager::_removeAttr(PConfigValues& ioValues, const PLiteral& iKey,
-                                const PLiteral& iAttribute) noexcept
-{
-    const PConfigPlace place(ioValues, iKey);
-    if (!place.found)
-    {
-        return eIxlaOk;
-    }
-    auto& attributes = place.at->second.fAttributes;
-    const auto attribute = attributes.find(iAttribute);
-    if (attribute != attributes.end())
-    {
-        attributes.erase(attribute);
-    }
-    return eIxlaOk;
-}
-
-int PConfigManager::_appendLine(const PLiteral& iLine, Entry& ioEntry,
-                                PConfigValues& ioValues) noexcept
-{
-    const int result = _parseLine(iLine, ioEntry.key, ioEntry.attribute, ioEntry.value);
-    if (result != 0)
-    {
-        return result;
-    }
-    return ioEntry.attribute.len() == 0
-               ? _addValue(ioValues, ioEntry.key, ioEntry.value)
-               : _addAttrValue(ioValues, ioEntry.key, ioEntry.attribute, ioEntry.value);
-}
-
-int PConfigManager::_appendReadLine(const PSpan& iLine, PConfigValues& ioValues)
-{
-    LineParts parts = {};
-    const int result = _split(iLine, parts);
-    if (result != 0)
-    {
-        return result;
-    }
-    const PConfigPlace place(ioValues, PConfigText(parts.key));
-    if (!place.found)
-    {
-        _keep(*ioValues.get_allocator().arena(), parts);
-    }
-    if (parts.attribute.len > 0)
-    {
-        return _addAttrValue(ioValues, PConfigText(parts.key), PConfigText(parts.attribute),
-                             PConfigText(parts.value));
-    }
-    if (place.found)
-    {
-        place.at->second.fValue = PConfigText(parts.value);
-    }
-    else
-    {
-        ioValues.emplace_hint(place.at, std::piecewise_construct, std::forward_as_tuple(parts.key),
-                              std::forward_as_tuple(parts.value));
-    }
-    return eIxlaOk;
-}
-
-// A file that cannot be read on counts as ended there, unless it is only memory that is lacking.
-int PConfigManager::_appendLines(PFile& ioFile, PConfigValues& ioValues, PReadFault& ioFault)
-{
-    PConfigArena& arena = *ioValues.get_allocator().arena();
-    int result = eIxlaOk;
-    while (result == eIxlaOk)
-    {
-        ++ioFault.line;
-        const PConfigArena::Room room = arena.room();
-        PConfigText line(room.len, room.text);
-        const int read = configResult(ioFile.preadLine(line));
-        if (read != 0)
-        {
-            ioFault.code = read == -ENODATA ? 0 : read;
-            return read == eIxlaNoMemory ? read : 0;
-        }
-        const PSpan text = PBlank::trimmed(line.ptr(), line.len());
-        if (text.len > 0 && *text.text != L'#')
-        {
-            result = _appendReadLine(text, ioValues);
-        }
-    }
-    return result;
-}
-
-int PConfigManager::_appendArgs(const PString* iArgs, std::size_t iCount,
-                                const PBaseptr<IConfig>& ioConfig) noexcept
-{
-    if (iCount == 0 || !iArgs || !ioConfig)
-    {
-        return eIxlaInvalidArgument;
-    }
-    Entry entry;
-    for (std::size_t i = 0; i < iCount; ++i)
-    {
-        const int result = _appendLine(iArgs[i], entry, _valuesOf(ioConfig));
-        if (result != 0)
-        {
-            return result;
-        }
-    }
-    return eIxlaOk;
-}
-
 // Files and arguments
 
 int PConfigManager::loadByFile(const PLiteral& iFile, PBaseptr<IConfig>& oConfig) noexcept
@@ -465,16 +184,7 @@ int PConfigManager::loadByFile(const PLiteral& iFile, PBaseptr<IConfig>& oConfig
 int PConfigManager::loadFile(IConfigManager* iManager, const PLiteral& iFile,
                              PBaseptr<IConfig>& oConfig, PReadFault& oFault) noexcept
 {
-    oFault = PReadFault();
-    const int result = _load(iManager, PLiteral(), oConfig,
-                             [&](const PBaseptr<IConfig>& ioConfig)
-                             {
-                                 const int appended = appendByFile(iFile, ioConfig);
-                                 oFault = static_cast<PConfig&>(*ioConfig).readFault();
-                                 return appended;
-                             });
-    oFault.code = result != 0 ? result : oFault.code;
-    return result;
+    return PConfigLoader::_loadFile(*this, iManager, iFile, oConfig, oFault);
 }
 
 int PConfigManager::loadByArgs(const std::vector<PString>& iArgs,
@@ -484,8 +194,9 @@ int PConfigManager::loadByArgs(const std::vector<PString>& iArgs,
     {
         return eIxlaInvalidArgument;
     }
-    return _load(this, PLiteral(), oConfig,
-                 [&](const PBaseptr<IConfig>& ioConfig) { return appendByArgs(iArgs, ioConfig); });
+    return PConfigLoader::_load(this, PLiteral(), oConfig,
+                                [&](const PBaseptr<IConfig>& ioConfig)
+                                { return appendByArgs(iArgs, ioConfig); });
 }
 
 int PConfigManager::loadByArgs(const PString* iArgs, unsigned int iCount,
@@ -495,54 +206,40 @@ int PConfigManager::loadByArgs(const PString* iArgs, unsigned int iCount,
     {
         return eIxlaInvalidArgument;
     }
-    return _load(this, PLiteral(), oConfig,
-                 [&](const PBaseptr<IConfig>& ioConfig)
-                 { return appendByArgs(iArgs, iCount, ioConfig); });
+    return PConfigLoader::_load(this, PLiteral(), oConfig,
+                                [&](const PBaseptr<IConfig>& ioConfig)
+                                { return appendByArgs(iArgs, iCount, ioConfig); });
 }
 
 int PConfigManager::appendByFile(const PLiteral& iFile, PBaseptr<IConfig> ioConfig) noexcept
 {
-    if (!ioConfig)
-    {
-        return eIxlaInvalidArgument;
-    }
-    PReadFault& fault = static_cast<PConfig&>(*ioConfig).readFault();
-    fault = PReadFault();
-    PFile file;
-    int result = configResult(file.popen(iFile, PFile::eRead, 0));
-    if (result == 0)
-    {
-        result = ixlaGuarded([&] { return _appendLines(file, _valuesOf(ioConfig), fault); });
-    }
-    fault.code = result != 0 ? result : fault.code;
-    // Nothing was written, so closing has nothing to tell.
-    (void)file.pclose();
-    return result;
+    return PConfigLoader::_appendFile(iFile, ioConfig);
 }
 
 int PConfigManager::appendByArgs(const std::vector<PString>& iArgs,
                                  PBaseptr<IConfig> ioConfig) noexcept
 {
-    return _appendArgs(iArgs.data(), iArgs.size(), ioConfig);
+    return PConfigLoader::_appendArgs(iArgs.data(), iArgs.size(), ioConfig);
 }
 
 int PConfigManager::appendByArgs(const PString* iArgs, unsigned int iCount,
                                  PBaseptr<IConfig> ioConfig) noexcept
 {
-    return _appendArgs(iArgs, iCount, ioConfig);
+    return PConfigLoader::_appendArgs(iArgs, iCount, ioConfig);
 }
 
 // Configuration IDs
 
 int PConfigManager::loadByID(const PLiteral& iID, PBaseptr<IConfig>& oConfig) noexcept
 {
-    return _load(this, iID, oConfig,
-                 [&](const PBaseptr<IConfig>& ioConfig) { return appendByID(iID, ioConfig); });
+    return PConfigLoader::_load(this, iID, oConfig,
+                                [&](const PBaseptr<IConfig>& ioConfig)
+                                { return appendByID(iID, ioConfig); });
 }
 
 int PConfigManager::appendByID(const PLiteral& iID, PBaseptr<IConfig> ioConfig) noexcept
 {
-    const int allowed = _checkAllowedChars(iID, PLiteral(), PLiteral());
+    const int allowed = PConfigFormat::_checkAllowedChars(iID, PLiteral(), PLiteral());
     if (allowed != 0)
     {
         return allowed;
@@ -655,7 +352,7 @@ int PConfigManager::nl_appendFile(const PLiteral& iName, const PBaseptr<IConfig>
     {
         nl_error(L"[%s] Failed to append file path(%ls) err: %d", "appendByID", path.ptr(), result);
     }
-    const PReadFault fault = ioConfig ? static_cast<PConfig&>(*ioConfig).readFault() : PReadFault();
+    const PReadFault fault = PConfigLoader::_faultOf(ioConfig);
     if (fault.code != 0 && fault.line != 0)
     {
         nl_error(L"[%s] Stopped reading file path(%ls) line: %u err: %d", "appendByID", path.ptr(),
@@ -683,15 +380,15 @@ int PConfigManager::nl_listIDs(std::vector<PString>& oIDs)
     {
         return result;
     }
-    _appendStoredIDs(_valuesOf(store), oIDs);
+    _appendStoredIDs(PConfigLoader::_valuesOf(store), oIDs);
     result = nl_loadManagerConfig();
     if (result != 0)
     {
         return result;
     }
-    for (const auto& [id, files] : _valuesOf(fManagerConfig))
+    for (const auto& [id, files] : PConfigLoader::_valuesOf(fManagerConfig))
     {
-        if (id != kStoreFileKey && !_storesID(_valuesOf(store), id))
+        if (id != kStoreFileKey && !_storesID(PConfigLoader::_valuesOf(store), id))
         {
             oIDs.push_back(id);
         }
@@ -774,7 +471,7 @@ int PConfigManager::nl_parseStorePath()
 
 int PConfigManager::setString(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iValue)
 {
-    const int allowed = _checkAllowedChars(iID, iKey, PLiteral());
+    const int allowed = PConfigFormat::_checkAllowedChars(iID, iKey, PLiteral());
     if (allowed != 0)
     {
         return allowed;
@@ -791,7 +488,7 @@ int PConfigManager::setString(const PLiteral& iID, const PLiteral& iKey, const P
 int PConfigManager::setAttrString(const PLiteral& iID, const PLiteral& iKey,
                                   const PLiteral& iAttribute, const PLiteral& iValue)
 {
-    const int allowed = _checkAllowedChars(iID, iKey, iAttribute);
+    const int allowed = PConfigFormat::_checkAllowedChars(iID, iKey, iAttribute);
     if (allowed != 0)
     {
         return allowed;
@@ -808,14 +505,14 @@ int PConfigManager::setAttrString(const PLiteral& iID, const PLiteral& iKey,
 
 int PConfigManager::removeSetKey(const PLiteral& iID, const PLiteral& iKey) noexcept
 {
-    const int allowed = _checkAllowedChars(iID, iKey, PLiteral());
+    const int allowed = PConfigFormat::_checkAllowedChars(iID, iKey, PLiteral());
     return allowed != 0 ? allowed : locked(&PConfigManager::nl_removeSet, iID, iKey, nullptr);
 }
 
 int PConfigManager::removeSetAttr(const PLiteral& iID, const PLiteral& iKey,
                                   const PLiteral& iAttribute) noexcept
 {
-    const int allowed = _checkAllowedChars(iID, iKey, iAttribute);
+    const int allowed = PConfigFormat::_checkAllowedChars(iID, iKey, iAttribute);
     return allowed != 0 ? allowed : locked(&PConfigManager::nl_removeSet, iID, iKey, &iAttribute);
 }
 
@@ -830,11 +527,7 @@ int PConfigManager::nl_setString(const PLiteral& iID, const PLiteral& iKey, cons
         return result;
     }
     nl_prepareChange(IConfigChanged::eValueSet, iID, iKey, PLiteral(), oChange);
-    const PConfigPlace place(*values, iKey);
-    if (!place.found)
-    {
-        _insert(*values, place.at, iKey, iValue);
-    }
+    PConfigRecords::_addNewValue(*values, iKey, iValue);
     return eIxlaOk;
 }
 
@@ -853,7 +546,7 @@ int PConfigManager::nl_setAttrString(const PLiteral& iID, const PLiteral& iKey,
         return eIxlaNoValueForAttribute;
     }
     nl_prepareChange(IConfigChanged::eAttributeSet, iID, iKey, iAttribute, oChange);
-    return _addAttrValue(*values, iKey, iAttribute, iValue);
+    return PConfigRecords::_addAttrValue(*values, iKey, iAttribute, iValue);
 }
 
 int PConfigManager::nl_removeSet(const PLiteral& iID, const PLiteral& iKey,
@@ -865,7 +558,7 @@ int PConfigManager::nl_removeSet(const PLiteral& iID, const PLiteral& iKey,
     {
         return result == eIxlaNotFound ? eIxlaOk : result;
     }
-    return _removeFrom(*values, iKey, iAttribute);
+    return PConfigRecords::_remove(*values, iKey, iAttribute);
 }
 
 void PConfigManager::nl_prepareChange(IConfigChanged::EConfigChnagedType iType, const PLiteral& iID,
@@ -962,14 +655,14 @@ int PConfigManager::getDynamicString(const PLiteral& iID, const PLiteral& iKey,
 int PConfigManager::storeString(const PLiteral& iID, const PLiteral& iKey,
                                 const PLiteral& iValue) noexcept
 {
-    const int allowed = _checkAllowedChars(iID, iKey, PLiteral());
+    const int allowed = PConfigFormat::_checkAllowedChars(iID, iKey, PLiteral());
     return allowed != 0 ? allowed : locked(&PConfigManager::nl_storeString, iID, iKey, iValue);
 }
 
 int PConfigManager::storeAttrString(const PLiteral& iID, const PLiteral& iKey,
                                     const PLiteral& iAttribute, const PLiteral& iValue) noexcept
 {
-    const int allowed = _checkAllowedChars(iID, iKey, iAttribute);
+    const int allowed = PConfigFormat::_checkAllowedChars(iID, iKey, iAttribute);
     return allowed != 0
                ? allowed
                : locked(&PConfigManager::nl_storeAttrString, iID, iKey, iAttribute, iValue);
@@ -977,14 +670,14 @@ int PConfigManager::storeAttrString(const PLiteral& iID, const PLiteral& iKey,
 
 int PConfigManager::removeStoredKey(const PLiteral& iID, const PLiteral& iKey) noexcept
 {
-    const int allowed = _checkAllowedChars(iID, iKey, PLiteral());
+    const int allowed = PConfigFormat::_checkAllowedChars(iID, iKey, PLiteral());
     return allowed != 0 ? allowed : locked(&PConfigManager::nl_removeStored, iID, iKey, nullptr);
 }
 
 int PConfigManager::removeStoredAttr(const PLiteral& iID, const PLiteral& iKey,
                                      const PLiteral& iAttribute) noexcept
 {
-    const int allowed = _checkAllowedChars(iID, iKey, iAttribute);
+    const int allowed = PConfigFormat::_checkAllowedChars(iID, iKey, iAttribute);
     return allowed != 0 ? allowed
                         : locked(&PConfigManager::nl_removeStored, iID, iKey, &iAttribute);
 }
@@ -1000,13 +693,13 @@ int PConfigManager::nl_storeString(const PLiteral& iID, const PLiteral& iKey,
     }
     ShortText storeKey;
     _makeStoreKey(iID, iKey, storeKey);
-    result = _addValue(_valuesOf(store), storeKey, iValue);
+    result = PConfigRecords::_addValue(PConfigLoader::_valuesOf(store), storeKey, iValue);
     PStoreWriter writer;
     if (result == 0)
     {
-        result = writer.prepare(_valuesOf(store));
+        result = writer.prepare(PConfigLoader::_valuesOf(store));
     }
-    return result != 0 ? result : nl_saveStore(_valuesOf(store), writer);
+    return result != 0 ? result : nl_saveStore(PConfigLoader::_valuesOf(store), writer);
 }
 
 int PConfigManager::nl_storeAttrString(const PLiteral& iID, const PLiteral& iKey,
@@ -1020,12 +713,12 @@ int PConfigManager::nl_storeAttrString(const PLiteral& iID, const PLiteral& iKey
     }
     ShortText storeKey;
     _makeStoreKey(iID, iKey, storeKey);
-    PConfigValues& values = _valuesOf(store);
+    PConfigValues& values = PConfigLoader::_valuesOf(store);
     if (!PConfigPlace(values, storeKey).found)
     {
         return eIxlaNoValueForAttribute;
     }
-    result = _addAttrValue(values, storeKey, iAttribute, iValue);
+    result = PConfigRecords::_addAttrValue(values, storeKey, iAttribute, iValue);
     PStoreWriter writer;
     if (result == 0)
     {
@@ -1046,18 +739,18 @@ int PConfigManager::nl_removeStored(const PLiteral& iID, const PLiteral& iKey,
     ShortText storeKey;
     _makeStoreKey(iID, iKey, storeKey);
     PStoreWriter writer;
-    result = writer.prepare(_valuesOf(store));
+    result = writer.prepare(PConfigLoader::_valuesOf(store));
     if (result != 0)
     {
         return result;
     }
     // Removing cannot fail.
-    (void)_removeFrom(_valuesOf(store), storeKey, iAttribute);
+    (void)PConfigRecords::_remove(PConfigLoader::_valuesOf(store), storeKey, iAttribute);
     if (fLoadedStore)
     {
-        (void)_removeFrom(_valuesOf(fLoadedStore), storeKey, iAttribute);
+        (void)PConfigRecords::_remove(PConfigLoader::_valuesOf(fLoadedStore), storeKey, iAttribute);
     }
-    return nl_saveStore(_valuesOf(store), writer);
+    return nl_saveStore(PConfigLoader::_valuesOf(store), writer);
 }
 
 int PConfigManager::nl_loadStore(PBaseptr<IConfig>& oStore)

@@ -16,10 +16,8 @@
 #include <map>
 #include <vector>
 
-class PFile;
 class PStoreWriter;
 struct PReadFault;
-struct PSpan;
 
 /// The configuration manager (see IConfigManager). Lives on the heap and must be held in a
 /// PBaseptr before its first use, because every configuration that it makes holds it.
@@ -115,37 +113,7 @@ public:
     int getDynamicString(const PLiteral& iID, const PLiteral& iKey, PString& oValue) noexcept;
     int getLoadedString(const PLiteral& iID, const PLiteral& iKey, PString& oValue) noexcept;
 
-    /// Splits "key = value" or "key : attribute = value" and trims the parts; without an attribute
-    /// oAttribute is empty. The first "=" and the first ":" before it count. Returns 0; -3001
-    /// without "=" or with an empty key, and the texts stay; or -501, and they have no meaning.
-    static int _parseLine(const PLiteral& iLine, PString& oKey, PString& oAttribute,
-                          PString& oValue) noexcept;
-
-    /// Whether the three names are free of the separators "=", ":" and "|": 0 or -3004.
-    static int _checkAllowedChars(const PLiteral& iID, const PLiteral& iKey,
-                                  const PLiteral& iAttribute) noexcept;
-
-    /// Set the value of a key, or an attribute unless it is present; the key is created if need
-    /// be. Return 0, or -501 with nothing changed.
-    static int _addValue(PConfigValues& ioValues, const PLiteral& iKey,
-                         const PLiteral& iValue) noexcept;
-    static int _addAttrValue(PConfigValues& ioValues, const PLiteral& iKey,
-                             const PLiteral& iAttribute, const PLiteral& iValue) noexcept;
-
-    /// Remove a key with its attributes, or one attribute. Return 0, also when there was none.
-    static int _removeKey(PConfigValues& ioValues, const PLiteral& iKey) noexcept;
-    static int _removeAttr(PConfigValues& ioValues, const PLiteral& iKey,
-                           const PLiteral& iAttribute) noexcept;
-
 private:
-    /// The parts of a line, whose buffers serve one line after the other.
-    struct Entry
-    {
-        PString key;
-        PString attribute;
-        PString value;
-    };
-
     /// What a setter announces once it has given the lock back; nothing without topics.
     struct Change
     {
@@ -167,16 +135,6 @@ private:
     template <class... TParameter, class... TArgument>
     int locked(int (PConfigManager::*iWork)(TParameter...), TArgument&&... iArguments) noexcept;
 
-    template <class TAppend>
-    static int _load(IConfigManager* iManager, const PLiteral& iID, PBaseptr<IConfig>& oConfig,
-                     const TAppend& iAppend) noexcept;
-
-    static PConfigValues& _valuesOf(const PBaseptr<IConfig>& iConfig) noexcept;
-    static int _appendLine(const PLiteral& iLine, Entry& ioEntry, PConfigValues& ioValues) noexcept;
-    static int _appendReadLine(const PSpan& iLine, PConfigValues& ioValues);
-    static int _appendLines(PFile& ioFile, PConfigValues& ioValues, PReadFault& ioFault);
-    static int _appendArgs(const PString* iArgs, std::size_t iCount,
-                           const PBaseptr<IConfig>& ioConfig) noexcept;
     static void _announce(const Change& iChange);
 
     /// Writes an error line where an operator looks for it: into the plugins' log, and into the

@@ -26,20 +26,6 @@ protected:
         return manager.loadByArgs(iArgs, config);
     }
 
-    /// The parts of a line, or its result code alone.
-    static std::vector<std::string> parse(const std::string& iLine)
-    {
-        PString key(L"stale");
-        PString attribute(L"stale");
-        PString value(L"stale");
-        const int result = PConfigManager::_parseLine(wide(iLine), key, attribute, value);
-        if (result != 0)
-        {
-            return {std::to_string(result)};
-        }
-        return {narrow(key), narrow(attribute), narrow(value)};
-    }
-
     PBaseptr<IConfig> config;
 };
 
@@ -246,107 +232,6 @@ TEST_F(ConfigParser, KeyWithSeparatorIsAcceptedButNotReadable)
 
     EXPECT_THAT(keysOf(config), ElementsAre("e|f"));
     EXPECT_EQ(valueOf(config, "e|f"), "<-3004>");
-}
-
-TEST_F(ConfigParser, RemovingWhatIsAbsentSucceeds)
-{
-    PConfigValues values;
-    ASSERT_EQ(PConfigManager::_addValue(values, L"a", L"1"), 0);
-
-    EXPECT_EQ(PConfigManager::_removeKey(values, L"b"), 0);
-    EXPECT_EQ(PConfigManager::_removeAttr(values, L"b", L"x"), 0);
-    EXPECT_EQ(PConfigManager::_removeAttr(values, L"a", L"x"), 0);
-    EXPECT_EQ(values.size(), 1u);
-}
-
-TEST_F(ConfigParser, RemovingAKeyTakesItsAttributesAlong)
-{
-    PConfigValues values;
-    ASSERT_EQ(PConfigManager::_addValue(values, L"a", L"1"), 0);
-    ASSERT_EQ(PConfigManager::_addAttrValue(values, L"a", L"x", L"2"), 0);
-    ASSERT_EQ(PConfigManager::_removeKey(values, L"a"), 0);
-    ASSERT_EQ(PConfigManager::_addValue(values, L"a", L"3"), 0);
-
-    EXPECT_TRUE(values.at(PString(L"a")).fAttributes.empty());
-}
-
-TEST_F(ConfigParser, RemovingAnAttributeLeavesTheRestOfTheRecord)
-{
-    PConfigValues values;
-    ASSERT_EQ(PConfigManager::_addValue(values, L"a", L"1"), 0);
-    ASSERT_EQ(PConfigManager::_addAttrValue(values, L"a", L"x", L"2"), 0);
-    ASSERT_EQ(PConfigManager::_addAttrValue(values, L"a", L"y", L"3"), 0);
-    values.at(PString(L"a")).fConst = true;
-    ASSERT_EQ(PConfigManager::_removeAttr(values, L"a", L"x"), 0);
-
-    const PConfigValue& record = values.at(PString(L"a"));
-    EXPECT_EQ(record.fValue, L"1");
-    EXPECT_TRUE(record.fConst);
-    EXPECT_EQ(record.fAttributes.size(), 1u);
-    EXPECT_EQ(record.fAttributes.count(PLiteral(L"y")), 1u);
-}
-
-TEST_F(ConfigParser, ReplacingAValueKeepsAttributesAndPin)
-{
-    PConfigValues values;
-    ASSERT_EQ(PConfigManager::_addAttrValue(values, L"a", L"x", L"2"), 0);
-    values.at(PString(L"a")).fConst = true;
-    ASSERT_EQ(PConfigManager::_addValue(values, L"a", L"1"), 0);
-
-    const PConfigValue& record = values.at(PString(L"a"));
-    EXPECT_EQ(record.fValue, L"1");
-    EXPECT_TRUE(record.fConst);
-    EXPECT_EQ(record.fAttributes.size(), 1u);
-}
-
-TEST_F(ConfigParser, SplitsLinesIntoTrimmedParts)
-{
-    EXPECT_THAT(parse(" my key = my value "), ElementsAre("my key", "", "my value"));
-    EXPECT_THAT(parse("\tk : an attribute\t=\tt t\t"), ElementsAre("k", "an attribute", "t t"));
-    EXPECT_THAT(parse("k="), ElementsAre("k", "", ""));
-    EXPECT_THAT(parse("k:a="), ElementsAre("k", "a", ""));
-    EXPECT_THAT(parse("k:  =v"), ElementsAre("k", "", "v"));
-    EXPECT_THAT(parse("k==v"), ElementsAre("k", "", "=v"));
-}
-
-TEST_F(ConfigParser, FirstColonSplitsKeyAndAttribute)
-{
-    EXPECT_THAT(parse("a:b:c = 1"), ElementsAre("a", "b:c", "1"));
-}
-
-TEST_F(ConfigParser, RejectsLinesWithoutKeyOrSeparator)
-{
-    for (const char* line : {"", "a", "a:b", "=", " = 1", ":a=1", " : = "})
-    {
-        EXPECT_THAT(parse(line), ElementsAre("-3001")) << line;
-    }
-}
-
-TEST_F(ConfigParser, RejectedLineLeavesTheTextsAlone)
-{
-    PString key(L"k");
-    PString attribute(L"a");
-    PString value(L"v");
-
-    for (const wchar_t* line : {L"no separator", L"= 1", L" : name = 1"})
-    {
-        EXPECT_EQ(PConfigManager::_parseLine(line, key, attribute, value), -3001);
-    }
-    EXPECT_EQ(key, L"k");
-    EXPECT_EQ(attribute, L"a");
-    EXPECT_EQ(value, L"v");
-}
-
-TEST_F(ConfigParser, SeparatorsAreRefusedInEveryNameAndNothingElse)
-{
-    for (const wchar_t* bad : {L"=", L":", L"|", L"a=b", L"a:", L"|a"})
-    {
-        EXPECT_EQ(PConfigManager::_checkAllowedChars(bad, L"k", L"a"), -3004);
-        EXPECT_EQ(PConfigManager::_checkAllowedChars(L"i", bad, L"a"), -3004);
-        EXPECT_EQ(PConfigManager::_checkAllowedChars(L"i", L"k", bad), -3004);
-    }
-    EXPECT_EQ(PConfigManager::_checkAllowedChars(L"", L"", L""), 0);
-    EXPECT_EQ(PConfigManager::_checkAllowedChars(L"a.b c", L"#\\/;", L"\u00e9\n"), 0);
 }
 
 TEST_F(ConfigParser, EmptyTargetIsInvalid)

@@ -3,6 +3,7 @@
 
 #include "Ixla.h"
 #include "config/PConfig.h"
+#include "config/PConfigRecords.h"
 #include "support/Texts.h"
 
 #include <gmock/gmock.h>
@@ -357,7 +358,7 @@ TEST_F(ConfigReading, ConfigurationWithoutManagerAnswersFromItsOwnValues)
 {
     const PBaseptr<IConfig> config = PBaseptr<IConfig>::adopt(new PConfig(nullptr, L"net"));
     PConfigValues& values = static_cast<PConfig&>(*config).values();
-    ASSERT_EQ(PConfigManager::_addValue(values, L"a", L"1"), 0);
+    ASSERT_EQ(PConfigRecords::_addValue(values, L"a", L"1"), 0);
 
     EXPECT_EQ(valueOf(config, "a"), "1");
     EXPECT_EQ(valueOf(config, "b"), "<-504>");

@@ -3,6 +3,7 @@
 // file of lines, and at the same time one argument a line, against the model of the format.
 #include "Ixla.h"
 #include "config/PConfig.h"
+#include "config/PConfigFormat.h"
 #include "config/PConfigManager.h"
 #include "core/PStartArguments.h"
 #include "fuzz/Check.h"
@@ -294,7 +295,7 @@ void _checkLine(const std::wstring& iLine)
     PString key(L"before");
     PString attribute(L"before");
     PString value(L"before");
-    checkCode(PConfigManager::_parseLine(owned(iLine), key, attribute, value), code, "line");
+    checkCode(PConfigFormat::_parseLine(owned(iLine), key, attribute, value), code, "line");
     if (code != 0)
     {
         const bool untouched = key == L"before" && attribute == L"before" && value == L"before";

@@ -4,6 +4,7 @@
 #include "Ixla.h"
 #include "config/ConfigEventsTest.h"
 #include "config/ConfigTest.h"
+#include "config/PConfigRecords.h"
 #include "memory/SweepTexts.h"
 #include "support/AllocationSweep.h"
 #include "support/Texts.h"
@@ -451,10 +452,10 @@ TEST_F(ManagerMemorySweep, BuildingBlocks)
                               values.clear();
                           }});
     };
-    sweep("PConfigManager::_addValue",
-          [&] { return PConfigManager::_addValue(values, key, value); });
-    sweep("PConfigManager::_addAttrValue",
-          [&] { return PConfigManager::_addAttrValue(values, key, key, value); });
+    sweep("PConfigRecords::_addValue",
+          [&] { return PConfigRecords::_addValue(values, key, value); });
+    sweep("PConfigRecords::_addAttrValue",
+          [&] { return PConfigRecords::_addAttrValue(values, key, key, value); });
 }
 
 TEST_F(ManagerEventMemorySweep, SetsThatAreAnnounced)

@@ -1,0 +1,97 @@
+// SPDX-License-Identifier: MIT
+#include "config/PConfigFormat.h"
+
+#include "support/Texts.h"
+
+#include <gmock/gmock.h>
+
+#include <string>
+#include <vector>
+
+using testing::ElementsAre;
+
+namespace
+{
+/// The parts of a line, or its result code alone.
+std::vector<std::string> parse(const std::string& iLine)
+{
+    PString key(L"stale");
+    PString attribute(L"stale");
+    PString value(L"stale");
+    const int result = PConfigFormat::_parseLine(wide(iLine), key, attribute, value);
+    if (result != 0)
+    {
+        return {std::to_string(result)};
+    }
+    return {narrow(key), narrow(attribute), narrow(value)};
+}
+} // namespace
+
+TEST(ConfigFormat, SplitsLinesIntoTrimmedParts)
+{
+    EXPECT_THAT(parse(" my key = my value "), ElementsAre("my key", "", "my value"));
+    EXPECT_THAT(parse("\tk : an attribute\t=\tt t\t"), ElementsAre("k", "an attribute", "t t"));
+    EXPECT_THAT(parse("k="), ElementsAre("k", "", ""));
+    EXPECT_THAT(parse("k:a="), ElementsAre("k", "a", ""));
+    EXPECT_THAT(parse("k:  =v"), ElementsAre("k", "", "v"));
+    EXPECT_THAT(parse("k==v"), ElementsAre("k", "", "=v"));
+}
+
+TEST(ConfigFormat, FirstColonSplitsKeyAndAttribute)
+{
+    EXPECT_THAT(parse("a:b:c = 1"), ElementsAre("a", "b:c", "1"));
+}
+
+TEST(ConfigFormat, RejectsLinesWithoutKeyOrSeparator)
+{
+    for (const char* line : {"", "a", "a:b", "=", " = 1", ":a=1", " : = "})
+    {
+        EXPECT_THAT(parse(line), ElementsAre("-3001")) << line;
+    }
+}
+
+TEST(ConfigFormat, RejectedLineLeavesTheTextsAlone)
+{
+    PString key(L"k");
+    PString attribute(L"a");
+    PString value(L"v");
+
+    for (const wchar_t* line : {L"no separator", L"= 1", L" : name = 1"})
+    {
+        EXPECT_EQ(PConfigFormat::_parseLine(line, key, attribute, value), -3001);
+    }
+    EXPECT_EQ(key, L"k");
+    EXPECT_EQ(attribute, L"a");
+    EXPECT_EQ(value, L"v");
+}
+
+TEST(ConfigFormat, SeparatorsAreRefusedInEveryNameAndNothingElse)
+{
+    for (const wchar_t* bad : {L"=", L":", L"|", L"a=b", L"a:", L"|a"})
+    {
+        EXPECT_EQ(PConfigFormat::_checkAllowedChars(bad, L"k", L"a"), -3004);
+        EXPECT_EQ(PConfigFormat::_checkAllowedChars(L"i", bad, L"a"), -3004);
+        EXPECT_EQ(PConfigFormat::_checkAllowedChars(L"i", L"k", bad), -3004);
+    }
+    EXPECT_EQ(PConfigFormat::_checkAllowedChars(L"", L"", L""), 0);
+    EXPECT_EQ(PConfigFormat::_checkAllowedChars(L"a.b c", L"#\\/;", L"\u00e9\n"), 0);
+}
+
+TEST(ConfigFormat, ArgumentsBeforeABadOneAreAdded)
+{
+    const PString args[] = {L"a = 1", L"a:unit = s", L"no separator", L"b = 2"};
+    PConfigValues values;
+
+    EXPECT_EQ(PConfigFormat::_appendArgs(args, 4, values), -3001);
+    EXPECT_EQ(values.size(), 1u);
+    EXPECT_EQ(values.at(PString(L"a")).fAttributes.at(PString(L"unit")), L"s");
+}
+
+TEST(ConfigFormat, ArgumentIsNeverAComment)
+{
+    const PString args[] = {L"#a = 1"};
+    PConfigValues values;
+
+    EXPECT_EQ(PConfigFormat::_appendArgs(args, 1, values), 0);
+    EXPECT_EQ(values.count(PString(L"#a")), 1u);
+}

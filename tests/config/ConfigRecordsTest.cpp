@@ -1,0 +1,85 @@
+// SPDX-License-Identifier: MIT
+#include "config/PConfigRecords.h"
+
+#include <gtest/gtest.h>
+
+TEST(ConfigRecords, RemovingWhatIsAbsentSucceeds)
+{
+    PConfigValues values;
+    ASSERT_EQ(PConfigRecords::_addValue(values, L"a", L"1"), 0);
+
+    EXPECT_EQ(PConfigRecords::_removeKey(values, L"b"), 0);
+    EXPECT_EQ(PConfigRecords::_removeAttr(values, L"b", L"x"), 0);
+    EXPECT_EQ(PConfigRecords::_removeAttr(values, L"a", L"x"), 0);
+    EXPECT_EQ(values.size(), 1u);
+}
+
+TEST(ConfigRecords, RemovingAKeyTakesItsAttributesAlong)
+{
+    PConfigValues values;
+    ASSERT_EQ(PConfigRecords::_addValue(values, L"a", L"1"), 0);
+    ASSERT_EQ(PConfigRecords::_addAttrValue(values, L"a", L"x", L"2"), 0);
+    ASSERT_EQ(PConfigRecords::_removeKey(values, L"a"), 0);
+    ASSERT_EQ(PConfigRecords::_addValue(values, L"a", L"3"), 0);
+
+    EXPECT_TRUE(values.at(PString(L"a")).fAttributes.empty());
+}
+
+TEST(ConfigRecords, RemovingAnAttributeLeavesTheRestOfTheRecord)
+{
+    PConfigValues values;
+    ASSERT_EQ(PConfigRecords::_addValue(values, L"a", L"1"), 0);
+    ASSERT_EQ(PConfigRecords::_addAttrValue(values, L"a", L"x", L"2"), 0);
+    ASSERT_EQ(PConfigRecords::_addAttrValue(values, L"a", L"y", L"3"), 0);
+    values.at(PString(L"a")).fConst = true;
+    ASSERT_EQ(PConfigRecords::_removeAttr(values, L"a", L"x"), 0);
+
+    const PConfigValue& record = values.at(PString(L"a"));
+    EXPECT_EQ(record.fValue, L"1");
+    EXPECT_TRUE(record.fConst);
+    EXPECT_EQ(record.fAttributes.size(), 1u);
+    EXPECT_EQ(record.fAttributes.count(PLiteral(L"y")), 1u);
+}
+
+TEST(ConfigRecords, ReplacingAValueKeepsAttributesAndPin)
+{
+    PConfigValues values;
+    ASSERT_EQ(PConfigRecords::_addAttrValue(values, L"a", L"x", L"2"), 0);
+    values.at(PString(L"a")).fConst = true;
+    ASSERT_EQ(PConfigRecords::_addValue(values, L"a", L"1"), 0);
+
+    const PConfigValue& record = values.at(PString(L"a"));
+    EXPECT_EQ(record.fValue, L"1");
+    EXPECT_TRUE(record.fConst);
+    EXPECT_EQ(record.fAttributes.size(), 1u);
+}
+
+TEST(ConfigRecords, AddingANewValueLeavesAnExistingKeyAlone)
+{
+    PConfigValues values;
+    PConfigRecords::_addNewValue(values, L"a", L"1");
+    PConfigRecords::_addNewValue(values, L"a", L"2");
+
+    EXPECT_EQ(values.at(PString(L"a")).fValue, L"1");
+}
+
+TEST(ConfigRecords, AttributeKeepsItsFirstText)
+{
+    PConfigValues values;
+    ASSERT_EQ(PConfigRecords::_addAttrValue(values, L"a", L"x", L"1"), 0);
+    ASSERT_EQ(PConfigRecords::_addAttrValue(values, L"a", L"x", L"2"), 0);
+
+    EXPECT_EQ(values.at(PString(L"a")).fAttributes.at(PString(L"x")), L"1");
+}
+
+TEST(ConfigRecords, RemoveTakesTheKeyOnlyWithoutAnAttribute)
+{
+    const PLiteral attribute(L"x");
+    PConfigValues values;
+    ASSERT_EQ(PConfigRecords::_addAttrValue(values, L"a", L"x", L"1"), 0);
+
+    EXPECT_EQ(PConfigRecords::_remove(values, L"a", &attribute), 0);
+    EXPECT_TRUE(values.at(PString(L"a")).fAttributes.empty());
+    EXPECT_EQ(PConfigRecords::_remove(values, L"a", nullptr), 0);
+    EXPECT_TRUE(values.empty());
+}
