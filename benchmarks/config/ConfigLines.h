@@ -1,22 +1,22 @@
 // SPDX-License-Identifier: MIT
-// ConfigLines: the lines of which the files of the cases are made.
+// ConfigLines: generates the configuration files of the cases.
 #ifndef IXLAL_BENCHMARKS_CONFIGLINES_H
 #define IXLAL_BENCHMARKS_CONFIGLINES_H
 
 #include <string>
 
-/// Entries by their number: a key and a value as they stand in configuration files. Every
-/// sixteenth value has a character outside of ASCII.
+/// Numbered entries, each a key and a value in the form of a configuration file. Every sixteenth
+/// value has a non-ASCII character.
 struct ConfigLines
 {
     static std::string key(int iNumber);
     static std::string value(int iNumber);
 
-    /// The two as wide texts.
+    /// Key and value as wide texts.
     static std::wstring wideKey(int iNumber);
     static std::wstring wideValue(int iNumber);
 
-    /// A file of iCount lines, each beginning with iPrefix, in the order of their keys or shuffled.
+    /// A file of iCount lines, each starting with iPrefix, in the order of their keys or shuffled.
     static std::string file(int iCount, bool iSorted, const std::string& iPrefix = {});
 };
 

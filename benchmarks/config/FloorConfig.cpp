@@ -100,7 +100,7 @@ bool _parseLine(std::string_view iLine, FloorEntry<char>& oEntry)
     return !oEntry.key.empty();
 }
 
-/// Hands the entry of each line to iTake. Returns whether every line was one.
+/// Passes the entry of each line to iTake. Returns whether every line was an entry.
 template <class TTake>
 bool _parse(std::string_view iText, TTake iTake)
 {
@@ -123,7 +123,7 @@ bool _parse(std::string_view iText, TTake iTake)
     return true;
 }
 
-/// The order of a file: by keys, the value of a key before its attributes.
+/// The order of a file: by key, the value of a key before its attributes.
 template <class TChar>
 bool _isBefore(const FloorEntry<TChar>& iLeft, const FloorEntry<TChar>& iRight)
 {
@@ -131,8 +131,8 @@ bool _isBefore(const FloorEntry<TChar>& iLeft, const FloorEntry<TChar>& iRight)
     return order < 0 || (order == 0 && iLeft.attribute < iRight.attribute);
 }
 
-/// The same when it is known that the keys begin with iSame equal characters. What is left is short
-/// and not worth a call.
+/// The same for keys whose first iSame characters are equal. A loop, because the rest is too short
+/// for a library call to pay.
 template <class TChar>
 bool _isRestBefore(const FloorEntry<TChar>& iLeft, const FloorEntry<TChar>& iRight,
                    std::size_t iSame)
@@ -151,7 +151,7 @@ bool _isRestBefore(const FloorEntry<TChar>& iLeft, const FloorEntry<TChar>& iRig
                                                  : iLeft.attribute < iRight.attribute;
 }
 
-/// Collects entries, sorts them unless they came in order, and keeps the last of equal ones.
+/// Collects entries, sorts them unless they are in order already, and keeps the last of equal ones.
 template <class TChar>
 class Collector
 {
@@ -184,7 +184,7 @@ public:
     std::vector<FloorEntry<TChar>> entries;
 
 private:
-    /// How many characters all keys begin with.
+    /// The length of the common prefix of all keys.
     std::size_t commonPrefix() const
     {
         std::basic_string_view<TChar> same = entries.front().key;
@@ -200,8 +200,7 @@ private:
     bool fSorted = true;
 };
 
-/// Decodes the character at the front of more than one byte; a byte that begins none stands for
-/// itself.
+/// Decodes a character of more than one byte; a byte that starts none is returned as it is.
 wchar_t _decodeWide(std::string_view iText, std::size_t& ioPos)
 {
     const auto lead = static_cast<unsigned char>(iText[ioPos]);
@@ -221,7 +220,8 @@ wchar_t _decodeWide(std::string_view iText, std::size_t& ioPos)
     return static_cast<wchar_t>(valid ? character : 0xDC00u + lead);
 }
 
-/// Widens ASCII, four characters at a time, as far as it goes. Returns how many characters.
+/// Widens ASCII, four characters at a time, up to the first four with another character. Returns
+/// the number of characters.
 std::size_t _widen(std::string_view iText, wchar_t* oText)
 {
     std::size_t done = 0;
@@ -245,7 +245,7 @@ std::size_t _widen(std::string_view iText, wchar_t* oText)
     return done;
 }
 
-/// Decodes a text to ioEnd, which it moves.
+/// Decodes a text to ioEnd and moves ioEnd behind it.
 std::wstring_view _decode(std::string_view iText, wchar_t*& ioEnd)
 {
     const wchar_t* const begin = ioEnd;
@@ -303,7 +303,7 @@ bool _replace(const std::string& iPath, std::string_view iBytes)
 
 bool _write(const std::string& iPath, const std::vector<FloorEntry<char>>& iEntries)
 {
-    constexpr std::size_t kMarks = 5; // of a line
+    constexpr std::size_t kMarks = 5; // separators of a line
     std::size_t size = 0;
     for (const FloorEntry<char>& entry : iEntries)
     {

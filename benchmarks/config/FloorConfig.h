@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// FloorConfig: configuration values as the floors keep, load and save them.
+// FloorConfig: configuration values as the floors store, load and save them.
 #ifndef IXLAL_BENCHMARKS_FLOORCONFIG_H
 #define IXLAL_BENCHMARKS_FLOORCONFIG_H
 
@@ -17,10 +17,10 @@ struct FloorRecord
     bool pinned = false;
 };
 
-/// Values that change: a plain map of the standard library.
+/// Values that change, in a plain std::map.
 typedef std::map<std::wstring, FloorRecord, std::less<>> FloorValues;
 
-/// A line "key = value" or "key:attribute = value" of a file; without an attribute that is empty.
+/// A line "key = value" or "key:attribute = value" of a file; the attribute may be empty.
 template <class TChar>
 struct FloorEntry
 {
@@ -29,8 +29,8 @@ struct FloorEntry
     std::basic_string_view<TChar> value;
 };
 
-/// Values that are only read: the texts decoded into one block, the entries in the order of their
-/// keys. A file that is in this order is not sorted.
+/// Values that are only read: the texts are decoded into one block, the entries are in the order of
+/// their keys. A file that is in this order is not sorted.
 class FloorConfig
 {
 public:
@@ -45,9 +45,9 @@ private:
     std::vector<FloorEntry<wchar_t>> fEntries;
 };
 
-/// Reads a file of values, gives one another value and writes it anew, in the order of its keys.
-/// The texts stay bytes: the order of characters is that of their bytes. The file is deleted and
-/// created for its owner alone. Returns whether all was well.
+/// Reads a file of values, changes one and writes the file again, in the order of its keys. The
+/// texts stay bytes, because the order of characters is that of their bytes. The file is deleted
+/// and created with access for its owner only. Returns whether everything succeeded.
 bool floorStore(const std::string& iPath, std::string_view iKey, std::string_view iValue);
 
 #endif

@@ -27,7 +27,7 @@ enum EOrder
     eShuffled
 };
 
-/// The least that a configuration needs which keeps wide texts, ordered by key.
+/// The minimum for a configuration of wide texts, ordered by key.
 class FloorLoad
 {
 public:
@@ -79,7 +79,7 @@ private:
     PBaseptr<IConfig> fConfig;
 };
 
-/// Keeps the bytes of the file in one block and points into it; decodes nothing.
+/// Holds the bytes of the file in one block and points into it; decodes nothing.
 class SimpleIniLoad
 {
 public:
@@ -104,8 +104,8 @@ private:
     CSimpleIniCaseA fIni;
 };
 
-/// A parser that calls back for each line, with its own map behind it. Keeps bytes, folds keys to
-/// lower case, cuts lines at 200 bytes.
+/// A parser that calls back for each line, with its own map. Stores bytes, folds keys to lower
+/// case, truncates lines at 200 bytes.
 class InihLoad
 {
 public:
@@ -154,7 +154,7 @@ private:
 };
 
 /// A hash table and a list of bytes, checked to be UTF-8; keys cannot be listed in order. Its files
-/// need the line "[bench]" at their beginning. What it allocates is not counted.
+/// need "[bench]" as first line. Its allocations are not counted.
 class GlibLoad
 {
 public:
@@ -194,7 +194,7 @@ private:
     GKeyFile* fFile;
 };
 
-/// Loads the file into a fresh TLoader in each turn.
+/// Loads the file into a new TLoader in each turn.
 template <class TLoader, BenchDir::EPlace tPlace, EOrder tOrder>
 class Load
 {

@@ -6,7 +6,7 @@
 
 #include "support/Contest.h"
 
-/// The sizes are lines. Only loading counts; nothing else happens to the result than a check.
+/// The sizes are lines. Only loading is measured; the result is only checked.
 void enterLoad(Contest& ioContest);
 
 #endif

@@ -33,8 +33,8 @@ bool _isIn(ESource iPlace, ESource iSource)
     return iPlace == iSource || (iSource == ePinned && iPlace != eStored);
 }
 
-/// The keys asked for, or those that fill the other places: of neighbours in order of the keys,
-/// every second one is asked for.
+/// The keys to be read, or those that fill the gaps: in the order of the keys, every second one is
+/// read.
 std::string _key(int iNumber, bool iAsked)
 {
     std::string digits = std::to_string(2 * iNumber + !iAsked);
@@ -52,7 +52,7 @@ std::wstring _widened(const std::string& iText)
     return {iText.begin(), iText.end()};
 }
 
-/// Three tables under one lock. TProbe is what they are asked with.
+/// Three tables under one lock. TProbe is the key type of the lookup.
 template <ESource tSource, class TValues, class TProbe>
 class FloorRead
 {
@@ -192,8 +192,8 @@ private:
     PBaseptr<IConfig> fConfig;
 };
 
-/// Three layers, each with a lock and a map of its own, of bytes. Raw values are asked for, in
-/// which no references to other values are looked for. Nothing can be pinned.
+/// Three layers, each with its own lock and its own map of bytes. Reads raw values, without
+/// expanding references to other values. Values cannot be pinned.
 template <ESource tSource>
 class PocoRead
 {
@@ -229,7 +229,7 @@ private:
     Poco::AutoPtr<Poco::Util::LayeredConfiguration> fLayers;
 };
 
-/// Asks for the keys in turn, which are made before.
+/// Reads the keys in turn. The keys are created before.
 template <class TRead>
 class Keys
 {
@@ -262,7 +262,7 @@ protected:
     std::vector<typename TRead::Key> fKeys;
 };
 
-/// Reads into a text that is kept.
+/// Reads into a text that is reused.
 template <class TRead>
 class ReadText : private Keys<TRead>
 {

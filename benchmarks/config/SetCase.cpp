@@ -20,10 +20,10 @@
 
 namespace
 {
-/// Operations in one turn.
+/// The operations of one turn.
 constexpr unsigned int kKeys = 256;
 
-/// Of so many neighbours in the table one is set; the others stand there all the time.
+/// One of so many neighbours in the table is set; the others always exist.
 constexpr unsigned int kEvery = 5;
 
 constexpr wchar_t kId[] = L"bench";
@@ -39,7 +39,7 @@ std::wstring _key(unsigned int iNumber)
     return ConfigLines::wideKey(static_cast<int>(iNumber));
 }
 
-/// What an announcement carries: texts of its own in one block, as listeners may keep it.
+/// The event of a change: owns its texts, in one block, because listeners may keep it.
 class FloorEvent
 {
 public:
@@ -59,8 +59,8 @@ private:
     std::size_t fId;
 };
 
-/// Tables of values by ID, and topics by ID, under one lock; the listeners of a topic under
-/// another. An announcement shares the list of topics. TValues keeps the values of an ID.
+/// Tables of values by ID and of topics by ID under one lock; the listeners of a topic under
+/// another one. An announcement shares the list of topics. TValues has the values of an ID.
 template <class TValues>
 class FloorSet
 {
@@ -128,7 +128,7 @@ private:
         {
         }
 
-        // In a host it is somebody else's code, which no compiler has seen.
+        // Not optimised across the call, because in a host the compiler does not see this code.
         [[gnu::noipa]] int handle(std::wstring_view, const Event& iEvent, int) override
         {
             fHeard += static_cast<unsigned int>(!iEvent->key().empty());
@@ -181,7 +181,7 @@ private:
 typedef FloorSet<FloorValues> FloorTree;
 typedef FloorSet<TextMap<FloorRecord>> FloorHash;
 
-/// Lives as long as its contestant and counts what it hears.
+/// Counts its events. Lives as long as its contestant.
 class OurListener final : public IEventListener
 {
 public:
@@ -258,7 +258,7 @@ private:
     std::vector<PString> fTopics;
 };
 
-/// What the cases have in common: a table with other values, and keys to be set among them.
+/// The common part of the cases: a table with other values, and keys to be set between them.
 template <class TWork>
 class SetTable
 {
@@ -274,7 +274,7 @@ public:
         }
         for (unsigned int i = 0; i < kKeys; ++i)
         {
-            // Neighbours in the table don't follow one another.
+            // Shuffled, so that neighbours in the table are not set in succession.
             fNames.push_back(_key(i * 37 % kKeys * kEvery));
         }
         for (const std::wstring& name : fNames)
@@ -284,7 +284,7 @@ public:
     }
 
 protected:
-    /// One key, with all that its listeners do.
+    /// Sets one key and checks that its listeners were called.
     bool set(const typename TWork::Key& iKey)
     {
         const unsigned int before = fWork.heard();
@@ -319,7 +319,7 @@ protected:
     std::vector<typename TWork::Key> fKeys;
 };
 
-/// Sets values that are not there, and removes them after the time is taken.
+/// Sets values that do not exist, and removes them outside the measured time.
 template <class TWork>
 class SetNew : private SetTable<TWork>
 {
@@ -335,7 +335,7 @@ public:
     }
 };
 
-/// Sets values that are there, which stay as they are.
+/// Sets values that already exist, which has no effect.
 template <class TWork>
 class SetAgain : private SetTable<TWork>
 {

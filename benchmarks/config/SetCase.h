@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// What does it cost to set a run-time value, to set it again, and to remove it, and what do topics
-// add to which changes are announced?
+// What does it cost to set a run-time value, to set it again, and to remove it? What do topics add
+// that are registered for changes?
 #ifndef IXLAL_BENCHMARKS_SETCASE_H
 #define IXLAL_BENCHMARKS_SETCASE_H
 

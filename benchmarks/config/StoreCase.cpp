@@ -47,7 +47,7 @@ public:
         setup.manager = "ixlap.configmanager.store.file = " + iPath + '\n';
         CoreHost::need(setup);
         fManager = CoreHost::get<IConfigManager>(kIxlaConfigManagerId);
-        // The store's place is known from the first load on.
+        // The first load by ID sets the path of the store.
         PBaseptr<IConfig> config;
         fManager->loadByID(L"bench", config);
     }
@@ -62,7 +62,7 @@ private:
     IConfigManager* fManager;
 };
 
-/// Keeps bytes, and the file in its old order; writes into the file that is there.
+/// Stores bytes and keeps the order of the file; overwrites the existing file.
 class SimpleIniStore
 {
 public:
@@ -85,7 +85,7 @@ private:
     const std::string fPath;
 };
 
-/// Gives another entry a new value in each turn.
+/// Changes the value of another entry in each turn.
 template <class TStore, BenchDir::EPlace tPlace>
 class Store
 {

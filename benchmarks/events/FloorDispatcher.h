@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// FloorDispatcher: how the floors deliver events.
+// FloorDispatcher: the event dispatcher of the floors.
 #ifndef IXLAL_BENCHMARKS_FLOORDISPATCHER_H
 #define IXLAL_BENCHMARKS_FLOORDISPATCHER_H
 
@@ -10,8 +10,9 @@
 #include <string_view>
 #include <vector>
 
-/// Locks, finds by hash, shares the list, unlocks, calls. A list that somebody shares is not
-/// changed; its one reference keeps the listeners alive, as anybody may unsubscribe them meanwhile.
+/// A delivery locks, finds the list by hash, shares it, unlocks and calls. A shared list is not
+/// changed. The reference to the list keeps the listeners alive, because any thread may unsubscribe
+/// them meanwhile.
 template <class TEvent>
 class FloorDispatcher
 {

@@ -61,7 +61,7 @@ private:
     class Listener final : public FloorDispatcher<unsigned int>::Listener
     {
     public:
-        // In a host it is somebody else's code, which no compiler has seen.
+        // Not optimised across the call, because in a host the compiler does not see this code.
         [[gnu::noipa]] int handle(std::wstring_view, unsigned int& ioHeard, int iCount) override
         {
             ioHeard += static_cast<unsigned int>(iCount);
@@ -75,13 +75,13 @@ private:
     FloorDispatcher<unsigned int> fDispatcher;
 };
 
-/// What an event carries: the count of those who heard it.
+/// The parameter of an event: counts the listeners that got it.
 class Heard final : public IBase
 {
 public:
     virtual ~Heard() = default;
 
-    // Lives on the stack of the sender.
+    // A local variable of the sender, so references are not counted.
     int incRef() override
     {
         return 1;
@@ -153,8 +153,7 @@ private:
     IEventDispatcher* fDispatcher;
 };
 
-/// A signal for each topic, found in the floor's table, which nothing guards; otherwise like for
-/// like.
+/// A signal for each topic, found in the floor's table without a lock; otherwise the same work.
 class Signals2Send
 {
 public:
@@ -189,8 +188,8 @@ private:
     TextMap<Signal> fTopics;
 };
 
-/// An event for each topic, found in the floor's table, which nothing guards. The listeners are
-/// called in the order of their subscription.
+/// An event for each topic, found in the floor's table without a lock. The listeners are called in
+/// the order of their subscription.
 class PocoSend
 {
 public:

@@ -17,7 +17,7 @@ namespace
 {
 constexpr int kLevel = 1; ///< of the lines; the logs write those of level 0
 
-/// Whatever the compiler may know about a log, it is to forget here. Makes no instruction.
+/// Makes the compiler forget what it knows about a log. Generates no instruction.
 template <class T>
 T* _hidden(T* iPointer)
 {
@@ -25,7 +25,7 @@ T* _hidden(T* iPointer)
     return iPointer;
 }
 
-/// A test where the line is written.
+/// A level check at the call.
 class FloorLog
 {
 public:
@@ -77,7 +77,7 @@ private:
     FloorLog* fLog = nullptr;
 };
 
-/// A test behind a virtual call.
+/// A level check after a virtual call.
 class FloorService
 {
 public:
@@ -143,7 +143,7 @@ private:
     OurFile fFile;
 };
 
-/// A line without arguments goes to the variadic form, which no compiler inlines.
+/// A line without arguments calls the variadic form, which compilers do not inline.
 class OurFilteredPlain
 {
 public:
@@ -197,7 +197,7 @@ private:
     ILogger* fLog;
 };
 
-/// Like for like with the line of PLogger.
+/// The same line as for PLogger.
 class SpdlogFiltered
 {
 public:

@@ -4,7 +4,7 @@
 
 #include "support/Contest.h"
 
-/// What does a line cost that isn't written, because its level is too high or there is no logger?
+/// What does a line cost that is not written, because its level is too high or there is no logger?
 void enterFiltered(Contest& ioContest);
 
 #endif

@@ -22,7 +22,7 @@
 
 namespace
 {
-/// What the formatted text has beside its last argument: "request 000000 took 12 ms: ".
+/// The length of the formatted text before its last argument: "request 000000 took 12 ms: ".
 constexpr int kFrame = 27;
 constexpr int kMilliseconds = 12;
 constexpr unsigned int kNumbers = 1000000; ///< for six digits
@@ -32,7 +32,7 @@ std::string _filling(int iSize)
     return std::string(static_cast<std::size_t>(iSize - kFrame), 'x');
 }
 
-/// Ends the process unless the file consists of the one line that number 7 gives.
+/// Ends the process unless the file consists of the line for number 7.
 void _check(const std::string& iPath, const std::string& iFilling)
 {
     std::ifstream file(iPath);
@@ -49,10 +49,9 @@ void _check(const std::string& iPath, const std::string& iFilling)
     }
 }
 
-/// A log for one thread or many: the text is formatted in wide characters and encoded without a
-/// lock; the time is taken, and the line handed to the system, under one, so that the times of the
-/// lines ascend. Knows no limits, no rotation, no escapes but those of line ends, and no failures
-/// but to tell them.
+/// A log for any number of threads. The text is formatted in wide characters and encoded without a
+/// lock; the time is read and the line is written under the lock, so that the times ascend. It has
+/// no limits and no rotation, escapes only line ends, and only reports failures.
 class FloorLog
 {
 public:
@@ -92,8 +91,8 @@ public:
     }
 
 private:
-    static constexpr int kSeconds = 20; ///< with the point
-    static constexpr int kTime = 24;    ///< with the blank
+    static constexpr int kSeconds = 20; ///< including the point
+    static constexpr int kTime = 24;    ///< including the blank
     static constexpr int kHeader = 64;
 
     void nl_putTime(char* oLine)
@@ -115,7 +114,7 @@ private:
         oLine[kSeconds + 3] = ' ';
     }
 
-    /// Process, thread, kind and tag. A thread's are put together once.
+    /// Process, thread, kind and tag. Composed once per thread.
     char* putNumbers(char* oBytes) const
     {
         static thread_local char sNumbers[32];
@@ -145,7 +144,7 @@ private:
         return oBytes;
     }
 
-    /// Printable characters of ASCII, four at a time while there are four.
+    /// Copies printable ASCII characters, four at a time.
     static std::size_t _copyPlain(const wchar_t* iBegin, const wchar_t* iEnd, char* oBytes)
     {
         const auto size = static_cast<std::size_t>(iEnd - iBegin);
@@ -195,7 +194,7 @@ private:
     char fTime[kSeconds + 1] = {};
 };
 
-/// What the contestants have in common: TLog writes a line with number and filling.
+/// The common part of the contestants: TLog writes a line with number and filling.
 template <class TLog, BenchDir::EPlace tPlace>
 class LogWork
 {
@@ -255,9 +254,9 @@ private:
     const std::wstring fFilling;
 };
 
-/// The same line from a narrow text, which needs no encoding, in a format that the compiler has
-/// checked. The process is part of the pattern, as its flag would ask the system at each line.
-/// Flushes each line, as ours does. A failure would be printed.
+/// The same line from a narrow text, which needs no encoding, in a format that the compiler checks.
+/// The process number is constant text in the pattern, because its flag would ask the system for
+/// each line. Flushes each line, as ours does. Prints failures.
 class Spdlog
 {
 public:

@@ -4,8 +4,8 @@
 
 #include "support/Contest.h"
 
-/// What does it cost to write a line with a text of so many characters to a log file, in memory
-/// and on disk?
+/// What does it cost to write a line to a log file, in memory and on disk? The sizes are characters
+/// of its text.
 void enterLog(Contest& ioContest);
 
 #endif

@@ -32,7 +32,7 @@ class FloorProvider
 public:
     virtual ~FloorProvider() = default;
 
-    // In a host it is somebody else's code, which no compiler has seen.
+    // Not optimised across the call, because in a host the compiler does not see this code.
     [[gnu::noipa]] virtual bool get(std::wstring_view iId, void*& oInstance)
     {
         const bool known = iId.starts_with(L"com.kelvora.bench.");
@@ -51,8 +51,9 @@ struct FloorService
     std::atomic<bool> initialised{true};
 };
 
-/// The least that a registry needs whose services are initialised on demand, each of which decides
-/// what it hands out, and which may be stopped at any time: two atomic changes count those inside.
+/// The minimum for a registry that initialises services on demand, lets each service choose the
+/// object that it returns, and may be stopped at any time: two atomic operations count the calls in
+/// progress.
 template <class TRegistry>
 class FloorLookup
 {
@@ -145,8 +146,8 @@ private:
     IBase* fExpected;
 };
 
-/// A class loader that hands out the one object of a class. Unlike the core it initialises nothing
-/// on demand, and the object has no say.
+/// A class loader that returns the single object of a class. Unlike the core it initialises nothing
+/// on demand and does not call the object.
 class PocoLookup
 {
 public:

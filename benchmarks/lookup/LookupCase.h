@@ -4,7 +4,7 @@
 
 #include "support/Contest.h"
 
-/// What does it cost to ask the core for a service that is initialised?
+/// What does it cost to look up an initialised service in the core?
 void enterLookup(Contest& ioContest);
 
 #endif

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// PocoService: what the classes of the class loader's library derive from.
+// PocoService: the base class of the classes in the class loader's library.
 #ifndef IXLAL_BENCHMARKS_POCOSERVICE_H
 #define IXLAL_BENCHMARKS_POCOSERVICE_H
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// A plugin with as many interface IDs as the environment says. The plugin itself is the service
-// behind all of them; it knows them by what they begin with.
+// A plugin with as many interface IDs as an environment variable says. The plugin itself is the
+// service behind all of them; it recognises them by their prefix.
 
 #include "support/InterfacesPlugin.h"
 

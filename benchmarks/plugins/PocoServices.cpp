@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// A library for POCO's class loader with as many single-object classes as the environment says.
+// A library for POCO's class loader with as many single-object classes as an environment variable
+// says.
 
 #include "lookup/PocoService.h"
 #include "support/InterfacesPlugin.h"

@@ -15,7 +15,7 @@ extern "C"
     [[gnu::visibility("default")]] SmallPluginHook benchOnInit = nullptr;
     [[gnu::visibility(
         "default")]] extern const wchar_t benchId[sizeof kSmallPluginId / sizeof(wchar_t)];
-    // Visible, so that nothing is concluded from what it holds here.
+    // Exported, so that the compiler does not rely on its content.
     const wchar_t benchId[] = L"com.kelvora.bench.small.00000";
 }
 

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-// Checks how much room the core takes, against limits: of its library, of a running core without
-// plugins, and of every interface that is registered. Fails when a limit is exceeded.
+// Checks sizes against limits: of the core library, of a running core without plugins, and of each
+// registered interface. Fails when a limit is exceeded.
 //
-// The program itself isn't linked with the core, so that the memory of a running core can be told
-// from that of a bare process: all that comes with the core counts, the pages of its libraries and
-// of the one that starts it too.
+// The program itself is not linked with the core, so that the memory of a running core can be
+// measured as the difference to a process without it. The difference includes the pages of the
+// core's libraries and of the library that starts it.
 
 #include "sizes/SizeProbe.h"
 #include "support/BenchDir.h"
@@ -41,7 +41,7 @@ long long _strippedLibrary()
     return static_cast<long long>(std::filesystem::file_size(stripped));
 }
 
-/// The memory that the process shares with no other one.
+/// The memory that the process does not share with others.
 long long _privateBytes()
 {
     std::ifstream file("/proc/self/smaps_rollup");

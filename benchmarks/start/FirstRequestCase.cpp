@@ -24,7 +24,8 @@ constexpr double kWrong = -1;
 
 typedef std::chrono::steady_clock Clock;
 
-/// One first request by all threads. The init ends when all have asked and have had time to wait.
+/// One first request by all threads. The init returns when all threads have made their request and
+/// have had time to wait.
 class Meeting
 {
 public:
@@ -46,19 +47,19 @@ public:
                std::all_of(fRight, fRight + kThreads, [](bool right) { return right; });
     }
 
-    /// From the end of init to the last return.
+    /// The time from the end of init to the last return.
     double wait() const
     {
         return seconds(sInitEnd);
     }
 
-    /// From the first return to the last one.
+    /// The time from the first return to the last one.
     double spread() const
     {
         return seconds(*std::min_element(fReturned, fReturned + kThreads));
     }
 
-    /// What the plugin's init does.
+    /// Called by the plugin's init.
     static void init()
     {
         ++sInits;
@@ -99,10 +100,10 @@ void _doNothing()
 {
 }
 
-/// A plugin for each turn, as nobody has asked for it then.
+/// Each turn needs a plugin that has not been requested before.
 constexpr int kPlugins = 64;
 
-/// The first thread initialises, the others wait for the record to change, without a lock.
+/// The first thread initialises; the others wait, without a lock, until the record changes.
 template <SmallPluginHook tInit>
 class FloorRequest
 {
@@ -145,7 +146,7 @@ private:
     public:
         virtual ~Plugin() = default;
 
-        // In a host these are somebody else's code, which no compiler has seen.
+        // Not optimised across the call, because in a host the compiler does not see this code.
         [[gnu::noipa]] virtual void init()
         {
             tInit();
@@ -239,7 +240,7 @@ private:
     TRequest fRequest;
 };
 
-/// One thread alone, whose init does nothing.
+/// One thread only, with an empty init.
 template <class TRequest>
 class LoneRequest
 {
@@ -277,7 +278,7 @@ void enterFirstRequest(Contest& ioContest)
     ioContest.enter<RequestWork<Floor, &Meeting::spread>>(spread, "floor");
     ioContest.enter<RequestWork<Ours, &Meeting::spread>>(spread, "ours");
 
-    // The waiting threads' instructions depend on when they come, so only these can be counted.
+    // Only these are counted: the instructions of waiting threads depend on their timing.
     const Case alone{
         .name = "first request, alone", .sizes = {1}, .turns = kPlugins, .countTurns = kPlugins};
     ioContest.enter<LoneRequest<FloorRequest<&_doNothing>>>(alone, "floor");

@@ -4,8 +4,9 @@
 
 #include "support/Contest.h"
 
-/// Eight threads ask for a plugin that one of them initialises: how long after the init does the
-/// last one have it, and how long after the first one? And what does a first request cost alone?
+/// Eight threads request a plugin that one of them initialises. When does the last one get it,
+/// after the end of init and after the first one? What does a first request of a single thread
+/// cost?
 void enterFirstRequest(Contest& ioContest);
 
 #endif

@@ -18,16 +18,16 @@ namespace
 {
 constexpr double kWrong = -1;
 
-/// The loader walks the list of all loaded libraries for each one, so everybody starts with those
-/// of the program alone. Returns whether it is so.
+/// Unloads all libraries but those of the program, because the loader searches the list of loaded
+/// libraries for each new one. Returns whether only those are loaded.
 bool _unloadAll()
 {
     CoreHost::stop();
     return LibraryCopies::loaded() == 0;
 }
 
-/// Opens the directory, loads every library, looks its factory up and calls it, and notes the
-/// interface IDs. The libraries are closed when the time is taken.
+/// Opens the directory, loads every library, looks up its factory, calls it, and records the
+/// interface IDs. Closes the libraries outside the measured time.
 class FloorStart
 {
 public:
@@ -117,7 +117,7 @@ private:
     const std::filesystem::path& fDirectory;
 };
 
-/// The whole start of the core: beside the plugins it brings up its own services.
+/// The complete start of the core, which also starts its own services.
 class OurStart
 {
 public:
@@ -143,8 +143,8 @@ private:
     HostSetup fSetup;
 };
 
-/// Loading a library looks up its manifest, which makes the factories of its one class. Unlike the
-/// plugins, which need libraries of the core, these need POCO's.
+/// Loading a library looks up its manifest, which creates the factory of its class. Unlike the
+/// plugins, which need the core's libraries, these need POCO's.
 class PocoStart
 {
 public:

@@ -4,7 +4,7 @@
 
 #include "support/Contest.h"
 
-/// What does it cost to start with so many plugin libraries in the directory?
+/// What does a start cost? The sizes are plugin libraries in the directory.
 void enterStart(Contest& ioContest);
 
 #endif

@@ -1,19 +1,19 @@
 // SPDX-License-Identifier: MIT
-// Allocations: how often and how much the program has allocated.
+// Allocations: counts the allocations of the program.
 #ifndef IXLAL_BENCHMARKS_ALLOCATIONS_H
 #define IXLAL_BENCHMARKS_ALLOCATIONS_H
 
 #include <cstddef>
 
-/// Counts what every operator new of the process hands out, those of the libraries included.
-/// Memory that C functions take for themselves is not seen.
+/// Counts the memory of every operator new in the process, including the libraries. Memory that C
+/// functions allocate is not counted.
 namespace Allocations
 {
-/// Allocations of the calling thread so far.
+/// The number of allocations of the calling thread so far.
 unsigned long count() noexcept;
 
-/// Bytes that the calling thread has allocated and not given back, with the allocator's own share.
-/// Below zero for a thread that frees what others allocated.
+/// Bytes that the calling thread has allocated and not freed, including the allocator's overhead.
+/// Negative for a thread that frees memory of other threads.
 long long held() noexcept;
 } // namespace Allocations
 

@@ -22,7 +22,7 @@ BenchDir::BenchDir(EPlace iPlace)
 
 BenchDir::~BenchDir()
 {
-    std::error_code ignored; // what cannot be removed stays
+    std::error_code ignored; // files that cannot be removed stay
     fs::remove_all(fPath, ignored);
 }
 

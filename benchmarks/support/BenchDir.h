@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// BenchDir: a directory that goes with its object.
+// BenchDir: a directory that its object creates and removes.
 #ifndef IXLAL_BENCHMARKS_BENCHDIR_H
 #define IXLAL_BENCHMARKS_BENCHDIR_H
 

@@ -14,7 +14,8 @@ namespace
 {
 constexpr unsigned int kWarmUpTurns = 64;
 
-/// Counting takes some fifty times as long as measuring, and tells no more of larger sizes.
+/// The limit exists because counting takes about fifty times as long as measuring, and larger sizes
+/// give no more information.
 constexpr int kLargestCounted = 10000;
 
 std::string _name(const Contest::Entry& iEntry, int iSize, int iThreads)
@@ -87,7 +88,7 @@ void _measure(benchmark::State& ioState, const Contest::Entry& iEntry, int iSize
     }
 }
 
-/// Only what the turns' own watches let through is counted.
+/// Only instructions inside the turns' stopwatches are counted.
 unsigned int _repeatTimed(Body& ioBody, unsigned int iTurns)
 {
     unsigned int wrong = 0;
@@ -100,7 +101,7 @@ unsigned int _repeatTimed(Body& ioBody, unsigned int iTurns)
     return wrong;
 }
 
-/// The instructions between the marks are those of the turns and of one call.
+/// The instructions between the marks are those of the turns and of one call of repeat.
 bool _count(const Contest::Entry& iEntry, int iSize)
 {
     const std::unique_ptr<Body> body = iEntry.make(iSize);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Contest: the contestants of all cases, and how they are measured.
+// Contest: the contestants of all cases and their measurement.
 #ifndef IXLAL_BENCHMARKS_CONTEST_H
 #define IXLAL_BENCHMARKS_CONTEST_H
 
@@ -8,36 +8,36 @@
 #include <string>
 #include <vector>
 
-/// A contestant whose turns take their own time.
+/// A contestant whose turns measure their own time.
 template <class TWork>
 concept TimesItself = requires(TWork& work)
 {
     work.timedTurn();
 };
 
-/// One contestant, made for one size. The measuring calls it for many turns at once, so that the
-/// call itself doesn't count.
+/// One contestant for one size. One call runs many turns, so that the cost of the call is
+/// negligible.
 class Body
 {
 public:
     virtual ~Body() = default;
 
-    /// Does iTurns turns from iFirst on. Returns how many of them had a wrong result. May be called
-    /// by two threads at once when the case is measured so.
+    /// Runs iTurns turns from iFirst on. Returns the number of wrong results. Two threads call it
+    /// at once in a case with twoThreads.
     virtual unsigned int repeat(unsigned int iFirst, unsigned int iTurns) = 0;
 
-    /// One turn that takes its own time with a Stopwatch and returns it in seconds, below 0 for a
-    /// wrong result; for cases that have to prepare each turn.
+    /// Runs one turn that measures its own time with a Stopwatch and returns it in seconds;
+    /// negative for a wrong result. For cases that must prepare each turn.
     virtual double timedTurn() = 0;
 
-    /// The bytes that the result of a turn holds; 0 when the case doesn't ask.
+    /// The memory of the result of a turn, in bytes; 0 if the case does not measure it.
     virtual double heldBytes() = 0;
 };
 
 /// A contestant is a class with a constructor that takes the size, and one of
 ///     bool turn(unsigned int iTurn);  // whether the result was right
 ///     double timedTurn();
-/// and, when its case asks for memory, double heldBytes().
+/// and, if its case measures memory, double heldBytes().
 template <class TWork>
 class WorkBody final : public Body
 {
@@ -81,15 +81,15 @@ private:
     TWork fWork;
 };
 
-/// What all contestants of a case have in common.
+/// The common properties of all contestants of a case.
 struct Case
 {
     std::string name;
-    std::vector<int> sizes;      ///< what they mean is told by the case
+    std::vector<int> sizes;      ///< the case defines their meaning
     unsigned int turns;          ///< in one sample
-    bool twoThreads = false;     ///< also measured while a second thread does the same
+    bool twoThreads = false;     ///< also measured while a second thread does the same work
     unsigned int countTurns = 0; ///< turns whose instructions are counted; 0 for none
-    unsigned int operations = 1; ///< in one turn that takes its own time
+    unsigned int operations = 1; ///< in one turn that measures its own time
 };
 
 class Contest
@@ -109,12 +109,12 @@ public:
         fEntries.push_back({iCase, iContestant, TimesItself<TWork>, &_make<TWork>});
     }
 
-    /// Hands all entries to Google Benchmark. Lives until they have run.
+    /// Registers all entries with Google Benchmark. This object must live until they have run.
     void registerAll();
 
-    /// Does the turns to be counted of the entries whose name matches iPattern, each between two
-    /// marks for callgrind, which dumps the instructions under the entry's name. Returns whether
-    /// all results were right.
+    /// Runs the counted turns of the entries whose name matches iPattern, each between two marks
+    /// for callgrind, which dumps the instructions under the entry's name. Returns whether all
+    /// results were right.
     bool runForCounting(const std::regex& iPattern) const;
 
 private:

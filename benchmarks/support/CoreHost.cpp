@@ -64,7 +64,7 @@ std::vector<PString> _arguments(const Host& iHost)
         (L"core.plugins.config.dir=" + path + L"/config").c_str(),
         (L"core.plugins.log.dir=" + path + L"/log").c_str(),
         iHost.setup.pluginLog ? L"core.plugins.log.enable=true" : L"core.plugins.log.enable=false",
-        // A core that frees them sleeps for seconds first.
+        // Set, because a core that closes libraries sleeps for seconds first.
         L"core.free.plugins.lib=false",
         L"core.notify.exit.timeout=30",
     };

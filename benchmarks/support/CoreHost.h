@@ -7,10 +7,10 @@
 
 #include <string>
 
-/// What a core is started with.
+/// The configuration of a core.
 struct HostSetup
 {
-    int interfaces = 0;     ///< interface IDs of the one plugin, which is initialised; 0 for none
+    int interfaces = 0;     ///< interface IDs of the one plugin, which is initialised; 0: no plugin
     bool coreLog = false;   ///< a core log of level 0
     std::string manager;    ///< lines for the manager's configuration, which always has a store
     std::string config;     ///< the file "bench.prs" of the configuration ID "bench"
@@ -21,15 +21,15 @@ struct HostSetup
     bool operator==(const HostSetup&) const = default;
 };
 
-/// There is one core at a time, in a directory of its own on tmpfs. It goes on running until
-/// another setup is asked for, and ends with the process.
+/// There is one core at a time, in its own directory on tmpfs. It runs until another setup is
+/// needed or the process ends.
 namespace CoreHost
 {
-/// Starts a core with iSetup unless one is running. Ends the process with a message when it
-/// cannot.
+/// Starts a core with iSetup unless one with that setup is running. Ends the process with a message
+/// on failure.
 void need(const HostSetup& iSetup);
 
-/// Starts a core with iSetup, while none is running. Returns the seconds that the call took.
+/// Starts a core with iSetup; none may be running. Returns the duration of the call in seconds.
 double start(const HostSetup& iSetup);
 
 /// Stops the core if one is running.
@@ -38,7 +38,7 @@ void stop();
 /// The directory of the running core; the configurations are in config/.
 std::string directory();
 
-/// The service behind an ID, borrowed. Ends the process with a message when there is none.
+/// The service behind an ID, borrowed. Ends the process with a message if there is none.
 IBase* service(const wchar_t* iId);
 
 template <class T>

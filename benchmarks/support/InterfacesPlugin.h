@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What the plugin with many interfaces and its host agree on.
+// Shared constants of the plugin with many interfaces and its host.
 #ifndef IXLAL_BENCHMARKS_INTERFACESPLUGIN_H
 #define IXLAL_BENCHMARKS_INTERFACESPLUGIN_H
 

@@ -37,7 +37,7 @@ std::string _bytes(const std::wstring& iText)
     return std::string(reinterpret_cast<const char*>(iText.data()), iText.size() * sizeof(wchar_t));
 }
 
-/// Puts the ID of a copy into the bytes of its library.
+/// Writes the ID of a copy into the bytes of its library.
 void _number(std::string& ioLibrary, int iNumber)
 {
     const std::size_t found = ioLibrary.find(_bytes(kSmallPluginId));
@@ -51,7 +51,7 @@ void _number(std::string& ioLibrary, int iNumber)
 
 typedef std::map<std::pair<std::string, int>, std::unique_ptr<BenchDir>> Directories;
 
-/// By the name of the library and the number of copies.
+/// The directories by name of the library and number of copies.
 Directories& _directories()
 {
     static Directories sDirectories;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// LibraryCopies: directories full of small libraries.
+// LibraryCopies: directories with many copies of a small library.
 #ifndef IXLAL_BENCHMARKS_LIBRARYCOPIES_H
 #define IXLAL_BENCHMARKS_LIBRARYCOPIES_H
 
@@ -7,11 +7,11 @@
 #include <string>
 #include <vector>
 
-/// Copies of one library on tmpfs. They are files of their own, which the loader takes for as many
-/// libraries. A directory is made when it is first asked for and goes with the process.
+/// Copies of one library on tmpfs. They are separate files, which the loader loads as separate
+/// libraries. A directory is created at its first use and removed at the end of the process.
 namespace LibraryCopies
 {
-/// A directory with iCount of the small plugin, each with an interface ID of its own.
+/// A directory with iCount copies of the small plugin, each with its own interface ID.
 const std::filesystem::path& plugins(int iCount);
 
 /// The interface ID of the copy number iNumber.
@@ -23,10 +23,10 @@ const std::filesystem::path& pocoLibraries(int iCount);
 /// The paths of the libraries in a directory, in the order of their names.
 std::vector<std::string> list(const std::filesystem::path& iDirectory);
 
-/// How many libraries of such directories the process has loaded.
+/// The number of loaded libraries of such directories.
 int loaded();
 
-/// Closes the libraries in a directory, each of which somebody has opened and left open.
+/// Closes the libraries in a directory, each of which must have been opened once.
 void unload(const std::filesystem::path& iDirectory);
 } // namespace LibraryCopies
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Runs the benchmarks, or does the turns whose instructions callgrind counts:
+// Runs the benchmarks, or the turns whose instructions callgrind counts:
 //   ixlal-bench [Google Benchmark's options]
 //   ixlal-bench --count [PATTERN OF NAMES]
 

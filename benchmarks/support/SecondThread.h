@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Second threads: one that only is there, and one that does the same work meanwhile.
+// Second threads: one that sleeps, and one that does the same work at the same time.
 #ifndef IXLAL_BENCHMARKS_SECONDTHREAD_H
 #define IXLAL_BENCHMARKS_SECONDTHREAD_H
 
@@ -8,8 +8,8 @@
 #include <future>
 #include <thread>
 
-/// Sleeps while it lives. A process with one thread alone takes short cuts through locks and
-/// counts that no host of plugins gets.
+/// A thread that sleeps. With one thread the C and C++ libraries use cheaper locks and counts,
+/// which a host of plugins does not get.
 class Sleeper
 {
 public:
@@ -31,13 +31,14 @@ private:
     std::thread fThread;
 };
 
-/// Works without a pause until its end.
+/// A thread that works without a pause until end().
 class Rival
 {
 public:
     static constexpr unsigned int kTurns = 64;
 
-    /// iWork gets the number of its first turn, does kTurns and returns whether all was right.
+    /// iWork gets the number of its first turn, runs kTurns turns and returns whether all results
+    /// were right.
     explicit Rival(std::function<bool(unsigned int)> iWork)
         : fWork(std::move(iWork)), fThread([this] { work(); })
     {
@@ -52,7 +53,7 @@ public:
     Rival(const Rival&) = delete;
     Rival& operator=(const Rival&) = delete;
 
-    /// Returns whether all its results were right.
+    /// Stops the thread. Returns whether all its results were right.
     bool end()
     {
         fEnd = true;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Shuffled: the numbers of many things in an order that caches and predictors don't know by heart.
+// Shuffled: numbers in an order that caches and branch predictors cannot learn.
 #ifndef IXLAL_BENCHMARKS_SHUFFLED_H
 #define IXLAL_BENCHMARKS_SHUFFLED_H
 
@@ -9,7 +9,7 @@
 class Shuffled
 {
 public:
-    /// Numbers below iCount, the same ones every time.
+    /// Numbers below iCount, the same ones in each run.
     explicit Shuffled(int iCount)
     {
         std::minstd_rand random(1);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Stopwatch: measures the part of a timed turn that counts.
+// Stopwatch: measures a part of a timed turn.
 #ifndef IXLAL_BENCHMARKS_STOPWATCH_H
 #define IXLAL_BENCHMARKS_STOPWATCH_H
 
@@ -8,8 +8,8 @@
 #include <chrono>
 #include <valgrind/callgrind.h>
 
-/// Runs from its construction until it is stopped. Under callgrind only that time is counted,
-/// provided that whoever started the counting has turned it off meanwhile.
+/// Runs from its construction until stop(). Under callgrind it turns counting on for that time; the
+/// caller that started the counting must have turned it off before.
 class Stopwatch
 {
 public:
@@ -27,7 +27,7 @@ public:
         return passed.count();
     }
 
-    /// What the calling thread has allocated so far while a watch ran.
+    /// The allocations of the calling thread so far while a watch ran.
     static unsigned long allocations()
     {
         return sAllocations;

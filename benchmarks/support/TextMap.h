@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// TextMap: the hash table of texts that floors and peers find things in.
+// TextMap: the hash table of texts that floors and peers use.
 #ifndef IXLAL_BENCHMARKS_TEXTMAP_H
 #define IXLAL_BENCHMARKS_TEXTMAP_H
 
@@ -9,7 +9,7 @@
 #include <string_view>
 #include <unordered_map>
 
-/// A text with its hash, for whoever asks several tables for it.
+/// A text with its hash, for lookups of one text in several tables.
 struct HashedText
 {
     explicit HashedText(std::wstring_view iText);
@@ -18,9 +18,9 @@ struct HashedText
     std::size_t hash;
 };
 
-/// Two characters a step in two sums, of which neither waits for the other. The operators may throw
-/// as far as the library can tell; it keeps each entry's hash then and compares texts only when
-/// these agree.
+/// Hashes two characters in a step, in two independent sums. The operators are not noexcept on
+/// purpose: the library then stores each entry's hash and compares texts only if the hashes are
+/// equal.
 struct TextHash
 {
     typedef void is_transparent;
