@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
 # Runs the example host and its plugins: run-demo.sh [--keep] BUILD_DIR SECONDS
-# Two runs of SECONDS each, then one with a plugin that cannot be loaded, in a fresh temporary
-# directory that stays with --keep. Exits with 0 only when everything expected was seen.
+# Two runs of SECONDS each, then one with a plugin that cannot be loaded, in a new temporary
+# directory, which --keep leaves in place. Exits with 0 only when all expected output was found.
 set -eu
 
 keep=no
@@ -35,7 +35,7 @@ expect() {
     printf 'seen: %s\n' "$1"
 }
 
-# run NAME ARGUMENTS...: the host, with what it prints in NAME.out and on the screen.
+# run NAME ARGUMENTS...: runs the host; its output goes to NAME.out and to the screen.
 run() {
     local name=$1 code=0
     shift
@@ -45,13 +45,13 @@ run() {
     return "$code"
 }
 
-# show FILE: where it lies and how it ends.
+# show FILE: prints the path and the last lines.
 show() {
     printf '%s\n' "$work/$1"
     tail -n 4 "$1" | sed 's/^/    /'
 }
 
-# Lines of the alarm's log from the raising of the memory threshold on.
+# The lines of the alarm's log after the memory threshold was raised.
 after_raise() {
     sed -n '/memory in percent: threshold was 0 and is now 101/,$p' log/alarm.log
 }

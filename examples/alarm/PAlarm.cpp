@@ -49,8 +49,8 @@ int PAlarm::findServices()
     if (result == eIxlaOk)
     {
         const PBaseptr<ILogger> pluginsLog = ixlaService<ILogger>(result);
-        // While plugin logging is disabled no named log is handed out; the shared one then takes
-        // the lines and drops them.
+        // While plugin logging is disabled getLogger returns no logger; the shared log is used,
+        // which drops all lines.
         fLogger = pluginsLog;
         result = pluginsLog ? pluginsLog->getLogger(kLogName, fLogger) : result;
     }

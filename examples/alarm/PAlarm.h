@@ -12,7 +12,7 @@
 
 #include <mutex>
 
-/// Writes a log of its own, "alarm.log", and keeps the highest values in the store.
+/// Writes its own log, "alarm.log", and saves the highest values in the store.
 class PAlarm : public PService<IAlarm>
 {
 public:
@@ -32,19 +32,20 @@ private:
     void onSample(const ISample& iSample);
     void onConfigChanged(const IConfigChanged& iChange);
 
-    // Constant once the subscriptions are there.
+    // Constant after onInit has subscribed.
     PBaseptr<IConfigManager> fManager;
     PBaseptr<IConfig> fConfig;
     PBaseptr<ILogger> fLogger;
 
     std::atomic<int> fAlarms{0};
 
-    /// Guards both figures but for their highest values; held while the services above are called.
+    /// Guards both figures except for their highest values; held while the services above are
+    /// called.
     std::mutex fMutex;
     PWatchedFigure fLoad;
     PWatchedFigure fMemory;
 
-    // Last: they end before what their listeners use.
+    // Last, so that they end before the members that their listeners use.
     PSubscription fSamples;
     PConfigSubscription fChanges;
 };

@@ -10,26 +10,25 @@
 
 #include <atomic>
 
-/// The highest values may be asked for from any thread; everything else belongs to one thread at
-/// a time.
+/// Any thread may read the highest values; everything else belongs to one thread at a time.
 class PWatchedFigure
 {
 public:
-    /// iName stands before every line about the figure. The threshold is read from iLimitKey, the
-    /// highest value kept under iHighestKey; both keys belong to the configuration kAlarmId.
+    /// iName starts every log line about the figure. iLimitKey has the threshold, iHighestKey the
+    /// highest value; both keys belong to the configuration kAlarmId.
     PWatchedFigure(const wchar_t* iName, const wchar_t* iLimitKey, const wchar_t* iHighestKey);
 
-    /// Reads the threshold and the highest value of the earlier runs, and tells the log.
+    /// Reads the threshold and the highest value of earlier runs, and logs both.
     void load(IConfig& iConfig, ILogger& iLogger);
 
-    /// Reads the threshold again after somebody set it, and tells the log what became of it.
+    /// Reads the threshold again after a change, and logs the result.
     void reloadLimit(IConfig& iConfig, ILogger& iLogger);
 
     /// Whether iKey is the key of the threshold.
     bool isLimitKey(const PLiteral& iKey) const;
 
-    /// Compares iValue with the threshold and keeps it in the store if it is the highest so far.
-    /// Returns true when it reached the threshold.
+    /// Compares iValue with the threshold and stores it if it is the highest so far. Returns
+    /// whether it has reached the threshold.
     bool check(int iValue, IConfigManager& iManager, ILogger& iLogger);
 
     int getHighest() const;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "Ixla.h"
 
-// Nobody supplies this function, so the loader refuses the library.
+// No library defines this function, so the loader refuses this one.
 IPlugin* exampleFunctionThatNobodySupplies();
 
 IPlugin* ixlaGetPlugin()

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A host that runs until SIGINT or SIGTERM comes. Arguments: those of the core, key=value each.
+// A host that runs until SIGINT or SIGTERM arrives. Arguments: key=value pairs for the core.
 
 #include "Ixla.h"
 #include "helpers/ResultText.h"
@@ -12,7 +12,7 @@
 #include <pthread.h>
 #include <vector>
 
-// Blocks the signals that stop the host, so that they wait until somebody asks for them.
+// Blocks the signals that stop the host, so that they stay pending until sigwait.
 static sigset_t blockSignals()
 {
     sigset_t signals;
@@ -32,7 +32,7 @@ static bool isFine(const char* iWhat, int iResult)
     return iResult == eIxlaOk;
 }
 
-// All that the host holds of the core is gone when this returns.
+// A function of its own, so that all references to services are released before the core stops.
 static bool serve(const sigset_t& iSignals)
 {
     int result = eIxlaOk;
@@ -51,7 +51,7 @@ static bool serve(const sigset_t& iSignals)
 
 int main(int iCount, char** iArguments)
 {
-    const sigset_t signals = blockSignals(); // before any thread is made, because all inherit it
+    const sigset_t signals = blockSignals(); // before any thread starts: threads inherit the mask
     std::vector<PString> arguments;
     for (int i = 1; i < iCount; ++i)
     {

@@ -41,7 +41,7 @@ int PGreeter::greet(const PLiteral& iName, PString& oGreeting)
     }
     const int count = ++fCount;
     fLogger->info(0, L"[greeter] greeting %d: %ls", count, oGreeting.ptr());
-    // Nobody need listen.
+    // A topic without listeners is no error here.
     (void)fDispatcher->send(kGreetedTopic, nullptr, count);
     return eIxlaOk;
 }
@@ -62,7 +62,7 @@ int PGreeter::makeGreeting(const PLiteral& iName, PString& oGreeting)
 void PGreeter::readGreeting()
 {
     PString greeting(L"Hello");
-    // A configuration without the key leaves the default.
+    // Without the key the default stays.
     (void)fConfig->getString(L"greeting", greeting);
     const std::lock_guard<std::mutex> lock(fMutex);
     fGreeting = greeting;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// PGreeter: greets as its configuration says.
+// PGreeter: greets with the text of its configuration.
 #ifndef IXLAL_EXAMPLES_PGREETER_H
 #define IXLAL_EXAMPLES_PGREETER_H
 
@@ -34,7 +34,7 @@ private:
     std::mutex fMutex;
     PString fGreeting; ///< guarded by fMutex
 
-    PConfigSubscription fChanges; ///< last: it ends before what its listener uses
+    PConfigSubscription fChanges; ///< last, so that it ends before the members it uses
 };
 
 #endif

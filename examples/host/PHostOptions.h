@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// PHostOptions: what the command line of the example host asks for.
+// PHostOptions: the command line of the example host.
 #ifndef IXLAL_EXAMPLES_PHOSTOPTIONS_H
 #define IXLAL_EXAMPLES_PHOSTOPTIONS_H
 
@@ -12,15 +12,15 @@
 class PHostOptions
 {
 public:
-    /// Reads the arguments behind the program's name. Returns false, with what is wrong in
-    /// oProblem, when they make no sense.
+    /// Reads the arguments after the program's name. For invalid arguments returns false, with an
+    /// error message in oProblem.
     bool parse(const std::vector<std::string>& iArguments, std::string& oProblem);
 
     static const char* usage();
 
     std::vector<PString> coreArguments;          ///< of the form key=value
-    int seconds = 0;                             ///< 0 for running until a signal comes
-    std::vector<std::pair<PString, int>> raised; ///< thresholds of the alarm
+    int seconds = 0;                             ///< 0: run until a signal arrives
+    std::vector<std::pair<PString, int>> raised; ///< thresholds of the alarm, by key
     bool help = false;
 
 private:

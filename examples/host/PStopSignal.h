@@ -9,17 +9,17 @@
 class PStopSignal
 {
 public:
-    /// Keeps both signals waiting until somebody asks for them. Made before any thread is
-    /// started, since threads inherit this.
+    /// Blocks both signals, so that they stay pending until waitFor or wait. Construct it before
+    /// any thread starts, because threads inherit the signal mask.
     PStopSignal();
 
     PStopSignal(const PStopSignal&) = delete;
     PStopSignal& operator=(const PStopSignal&) = delete;
 
-    /// Returns true when a signal has come, false when iLimit passed without one.
+    /// Returns true when a signal has arrived, false when iLimit has passed without one.
     bool waitFor(std::chrono::milliseconds iLimit) const;
 
-    /// Returns when a signal has come.
+    /// Returns when a signal has arrived.
     void wait() const;
 
 private:

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A host: starts the core, sets the sampler going, raises thresholds at run time, and stops.
+// A host: starts the core, starts the sampler, raises thresholds at run time, and stops.
 
 #include "IConfigManager.h"
 #include "Ixla.h"
@@ -23,7 +23,7 @@ enum EExitCode
     eExitUsage = 2
 };
 
-/// Tells of a failure; returns iResult.
+/// Reports a failure; returns iResult.
 int _report(const char* iWhat, int iResult)
 {
     if (iResult != eIxlaOk)
@@ -40,7 +40,7 @@ int _startCore(const PHostOptions& iOptions)
                              static_cast<unsigned int>(iOptions.coreArguments.size())));
 }
 
-/// Asking for the sampler's service is what makes the core initialise its plugin.
+/// Looks up the sampler's service, so that the core initialises its plugin.
 int _startSampler()
 {
     if (!ixlaIsInterfaceAvailable(kSamplerId))
@@ -67,7 +67,7 @@ int _raiseThresholds(const PHostOptions& iOptions)
     return _report("thresholds not raised", result);
 }
 
-/// Until the time is over or a signal comes.
+/// Waits until the time has passed or a signal arrives.
 int _run(const PHostOptions& iOptions, const PStopSignal& iSignal)
 {
     if (const int result = _startSampler())

@@ -57,7 +57,7 @@ void PReporter::onExit()
 {
     if (!fAlarm)
     {
-        return; // it never began
+        return; // onInit failed
     }
     std::printf("[reporter] samples: %d, alarms: %d, configuration changes: %d\n", fSamples.load(),
                 fAlarm->getAlarmCount(), fChanges.load());

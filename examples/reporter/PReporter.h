@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// PReporter: counts what happens and prints a summary when the core stops.
+// PReporter: counts events and prints a summary when the core stops.
 #ifndef IXLAL_EXAMPLES_PREPORTER_H
 #define IXLAL_EXAMPLES_PREPORTER_H
 
@@ -11,7 +11,7 @@
 
 #include <atomic>
 
-/// Asks for the alarm as it begins, so that starting the reporter starts the alarm too.
+/// Looks up the alarm in onInit, so that starting the reporter starts the alarm, too.
 class PReporter : public PService<IBase>
 {
 public:
@@ -23,7 +23,7 @@ private:
     std::atomic<int> fSamples{0};
     std::atomic<int> fChanges{0};
 
-    // Last: they end before what their listeners use.
+    // Last, so that they end before the members that their listeners use.
     PSubscription fSampleEvents;
     PConfigSubscription fChangeEvents;
 };

@@ -8,7 +8,7 @@
 
 namespace
 {
-/// Finds the number behind a name such as "MemTotal:".
+/// Reads the number after a name such as "MemTotal:".
 bool _readMemoryLine(std::ifstream& ioLines, const char* iName, double& oKibibytes)
 {
     for (std::string name; ioLines >> name;)

@@ -1,16 +1,16 @@
 // SPDX-License-Identifier: MIT
-// PMachine: figures of the machine, read from /proc.
+// PMachine: load and memory of the machine, read from /proc.
 #ifndef IXLAL_EXAMPLES_PMACHINE_H
 #define IXLAL_EXAMPLES_PMACHINE_H
 
-/// Operations return true with the figure, or false with the argument unchanged.
+/// Operations return true with the value, or false with the argument unchanged.
 class PMachine
 {
 public:
-    /// The load of the last minute in hundredths.
+    /// The load of the last minute, in hundredths.
     static bool readLoad(int& oHundredths);
 
-    /// The memory in use in percent.
+    /// The memory in use, in percent.
     static bool readMemory(int& oPercent);
 };
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// PSample: the payload of the sampler's events.
+// PSample: the parameter of the sampler's events.
 #ifndef IXLAL_EXAMPLES_PSAMPLE_H
 #define IXLAL_EXAMPLES_PSAMPLE_H
 

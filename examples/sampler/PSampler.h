@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// PSampler: looks at the machine at a regular interval and tells whoever listens.
+// PSampler: sends samples of the machine at regular intervals.
 #ifndef IXLAL_EXAMPLES_PSAMPLER_H
 #define IXLAL_EXAMPLES_PSAMPLER_H
 
@@ -13,8 +13,8 @@
 #include <mutex>
 #include <thread>
 
-/// Sends an ISample on kSampleTopic every "period" milliseconds (key of its configuration, 1000
-/// when it is missing), on a thread of its own, until the core announces its exit.
+/// Sends an ISample on kSampleTopic every "period" milliseconds (a key of its configuration, 1000
+/// by default), on its own thread, until the core sends its exit event.
 class PSampler : public PService<IBase>
 {
 public:

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
-// IAlarm: what the alarm plugin has seen.
+// IAlarm: the service of the alarm plugin.
 #ifndef IXLAL_EXAMPLES_IALARM_H
 #define IXLAL_EXAMPLES_IALARM_H
 
 #include "IBase.h"
 
-/// The interface ID of IAlarm, and the configuration ID of its thresholds.
+/// The interface ID of IAlarm; also the configuration ID of its thresholds.
 constexpr wchar_t kAlarmId[] = L"com.example.ixla.alarm";
 
 /// Keys of the thresholds: the load in hundredths, the memory in percent.
@@ -15,16 +15,20 @@ constexpr wchar_t kMemoryLimitKey[] = L"memory.max";
 class IAlarm : public IBase
 {
 public:
-    /// The highest values seen so far in this run and the earlier ones, -1 for none yet. Units as
-    /// in ISample. [any thread]
+    ///@{
+    /// The highest value so far, in this run and earlier ones; -1 if there is none. Units as in
+    /// ISample. [any thread]
     virtual int getHighestLoad() const = 0;
     virtual int getHighestMemory() const = 0;
+    ///@}
 
-    /// The highest values at the end of the last run, -1 for none. [any thread]
+    ///@{
+    /// The highest value at the end of the last run; -1 if there is none. [any thread]
     virtual int getEarlierLoad() const = 0;
     virtual int getEarlierMemory() const = 0;
+    ///@}
 
-    /// How many values reached their threshold in this run. [any thread]
+    /// The number of values that have reached their threshold in this run. [any thread]
     virtual int getAlarmCount() const = 0;
 };
 

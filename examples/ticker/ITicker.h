@@ -5,11 +5,12 @@
 
 #include "IBase.h"
 
-/// The interface ID of IPace, and the configuration ID of the plugin.
+/// The interface ID of IPace; also the configuration ID of the plugin.
 constexpr wchar_t kPaceId[] = L"com.example.ticker.pace";
+/// The interface ID of ITicker.
 constexpr wchar_t kTickerId[] = L"com.example.ticker";
 
-/// Sent at every tick, with the number of ticks so far.
+/// The topic sent at every tick, with the number of ticks so far.
 constexpr wchar_t kTickTopic[] = L"com.example.ticker.tick";
 
 class IPace : public IBase
@@ -22,7 +23,7 @@ public:
 class ITicker : public IBase
 {
 public:
-    /// How many ticks there were. [any thread]
+    /// The number of ticks so far. [any thread]
     virtual int getTicks() const = 0;
 };
 

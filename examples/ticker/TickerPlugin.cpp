@@ -32,7 +32,7 @@ public:
         {
             result = config->getInt32(L"period", fPeriod);
         }
-        return result == eIxlaNotFound ? eIxlaOk : result; // the key may be missing
+        return result == eIxlaNotFound ? eIxlaOk : result; // the key is optional
     }
 
     int getPeriod() const override
@@ -41,7 +41,7 @@ public:
     }
 
 private:
-    int fPeriod = 1000; // constant once onInit is done
+    int fPeriod = 1000; // constant after onInit
 };
 
 class Ticker : public PService<ITicker>
@@ -62,7 +62,7 @@ public:
         return result;
     }
 
-    // Also called when onInit failed, so the thread need not be there.
+    // Also called when onInit failed, so there may be no thread.
     void onExit() override
     {
         {
@@ -88,14 +88,14 @@ private:
         std::unique_lock<std::mutex> lock(fMutex);
         while (!fWakeUp.wait_for(lock, period, [this] { return fStopping; }))
         {
-            lock.unlock();                                          // a listener may take its time
-            (void)fDispatcher->send(kTickTopic, nullptr, ++fTicks); // nobody need listen
+            lock.unlock();                                          // a listener may be slow
+            (void)fDispatcher->send(kTickTopic, nullptr, ++fTicks); // no listener is no error
             lock.lock();
         }
     }
 
     const PBaseptr<IPace> fPace;
-    PBaseptr<IEventDispatcher> fDispatcher; // constant once onInit is done
+    PBaseptr<IEventDispatcher> fDispatcher; // constant after onInit
     std::atomic<int> fTicks{0};
 
     std::thread fThread;

@@ -11,7 +11,7 @@ class GreeterTest : public IxlaTest
 protected:
     GreeterTest()
     {
-        fCore.addPlugin(GREETER_LIBRARY); // its path, told by CMakeLists.txt
+        fCore.addPlugin(GREETER_LIBRARY); // its path, defined in CMakeLists.txt
     }
 
     std::string greet(const wchar_t* iName)
