@@ -13,7 +13,7 @@
 class ConfigEventsTest : public testing::Test
 {
 protected:
-    /// Starts the core; its manager's configuration maps nothing.
+    /// Starts the core; its manager's configuration maps no IDs.
     ConfigEventsTest();
 
     /// Subscribes the recorder to the topic.

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// ConfigTest: a configuration manager of its own, without a core, in a temporary directory.
+// ConfigTest: a configuration manager without a core, in a temporary directory.
 #ifndef IXLAL_TESTS_CONFIGTEST_H
 #define IXLAL_TESTS_CONFIGTEST_H
 
@@ -14,14 +14,14 @@
 class ConfigTest : public testing::Test
 {
 protected:
-    /// Keeps iManager, which finds its files in the temporary directory.
+    /// Holds iManager, whose files are in the temporary directory.
     explicit ConfigTest(PConfigManager* iManager = new PConfigManager);
     ~ConfigTest() override;
 
     /// Writes the manager's configuration: the lines of iLines, and the store file "store.txt".
     void mapIDs(const std::string& iLines) const;
 
-    /// Makes iLines the only file of the ID and loads the ID.
+    /// Writes iLines to the only file of the ID and loads the ID.
     PBaseptr<IConfig> loadID(const std::string& iID, const std::string& iLines = "");
 
     PBaseptr<IConfig> byID(const std::string& iID) const;
@@ -43,7 +43,7 @@ protected:
     PConfigManager& manager;
 };
 
-/// What a read gives: the text, or the result code in angle brackets.
+/// The result of a read: the text, or the result code in angle brackets.
 std::string valueOf(const PBaseptr<IConfig>& iConfig, const std::string& iKey);
 std::string attrOf(const PBaseptr<IConfig>& iConfig, const std::string& iKey,
                    const std::string& iAttribute);

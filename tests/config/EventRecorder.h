@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// EventRecorder: a listener that notes the configuration changes it is told of.
+// EventRecorder: a listener that records configuration changes.
 #ifndef IXLAL_TESTS_EVENTRECORDER_H
 #define IXLAL_TESTS_EVENTRECORDER_H
 
@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-/// Notes each event as "topic type ID key attribute"; then runs what was put into onEvent.
+/// Records each event as "topic type ID key attribute"; then runs onEvent.
 class EventRecorder final : public IEventListener
 {
 public:

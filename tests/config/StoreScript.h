@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// StoreScript: a reproducible sequence of store operations, and what each makes of the store.
+// StoreScript: a reproducible sequence of store operations, and the effect of each on the store.
 #ifndef IXLAL_TESTS_STORESCRIPT_H
 #define IXLAL_TESTS_STORESCRIPT_H
 
@@ -19,12 +19,12 @@ public:
         std::map<std::string, std::string> attributes;
     };
 
-    /// A store that only holds the mark of being whole. Its ID sorts behind all others.
+    /// A store with only the marker of a complete store. The marker's ID sorts after all others.
     static StoreModel marked();
 
     std::string text() const;
 
-    /// The line that is the last one of a whole store.
+    /// The last line of a complete store.
     static constexpr char kMark[] = "~|end = .";
 
     std::map<std::string, Entry> entries;
@@ -36,13 +36,13 @@ class StoreScript
 public:
     explicit StoreScript(unsigned int iSeed);
 
-    /// Makes the next operation up.
+    /// Generates the next operation.
     void next();
 
     /// Runs it; returns its result.
     int run(IConfigManager& ioManager) const;
 
-    /// What it does to a store.
+    /// Its effect on a store.
     void apply(StoreModel& ioModel) const;
 
     static constexpr char kID[] = "net";
@@ -66,12 +66,12 @@ private:
     std::string fText;
 };
 
-/// How far a child has got, in memory that outlives it.
+/// The progress of a child process, in memory that outlives it.
 struct StoreProgress
 {
-    unsigned int begun; ///< operations that were begun
+    unsigned int begun; ///< number of started operations
     unsigned int done;
-    int result; ///< the first code other than those that the script allows
+    int result; ///< the first code that the script does not allow
 };
 
 #endif

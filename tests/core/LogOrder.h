@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// LogOrder: checks in which order lines stand in a log file.
+// LogOrder: checks the order of lines in a log file.
 #ifndef IXLAL_TESTS_LOGORDER_H
 #define IXLAL_TESTS_LOGORDER_H
 
@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-/// The first of iTexts that no line behind the line of its predecessor holds; empty when all stand
-/// in the file in this order, with other lines between them or not.
+/// The first of iTexts that no line after the line of its predecessor contains; empty when the file
+/// contains all of them in this order. Other lines may be between them.
 inline std::string firstOutOfOrder(const std::string& iFile, const std::vector<std::string>& iTexts)
 {
     std::ifstream log(iFile);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// LoggedDispatcher: a dispatcher of its own that writes to the plugins' log of a real core.
+// LoggedDispatcher: a separate dispatcher that writes to the plugins' log of a real core.
 #ifndef IXLAL_TESTS_LOGGEDDISPATCHER_H
 #define IXLAL_TESTS_LOGGEDDISPATCHER_H
 
@@ -10,24 +10,23 @@
 
 #include <gtest/gtest.h>
 
-/// The core has a dispatcher too, which writes to the same log; topics and addresses tell the two
-/// apart.
+/// The core also has a dispatcher, which writes to the same log; their topics and addresses differ.
 class LoggedDispatcher : public testing::Test
 {
 protected:
     /// Starts the core with iLevel as the level of the plugins' log.
     void start(int iLevel);
 
-    /// Makes the dispatcher under test; the core must be started.
+    /// Creates the dispatcher under test; the core must be started.
     void make();
 
     /// From now on only errors are written.
     void logErrorsOnly();
 
-    /// How many lines of the plugins' log hold iText.
+    /// The number of lines of the plugins' log that contain iText.
     int count(const std::string& iText) const;
 
-    /// How the log shows an address.
+    /// An address in the form of the log.
     static std::string shown(const void* iAddress);
 
     CoreRun core;

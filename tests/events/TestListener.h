@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// TestListener: an event listener that writes down what happens to it.
+// TestListener: an event listener that records its calls.
 #ifndef IXLAL_TESTS_TESTLISTENER_H
 #define IXLAL_TESTS_TESTLISTENER_H
 
@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-/// What the listeners of one test did, in order. Outlives the listeners.
+/// The actions of the listeners of one test, in order. Outlives the listeners.
 class Journal
 {
 public:
@@ -33,7 +33,7 @@ struct TestEvent
     int param2;
 };
 
-/// Notes its name, unless it is empty, in the journal for every event, then runs its action.
+/// For every event adds its name, unless that is empty, to the journal, then runs its action.
 class TestListener : public IEventListener
 {
 public:
@@ -50,7 +50,7 @@ public:
 
     int references() const;
 
-    /// Runs as the listener is destroyed.
+    /// Called by the destructor of the listener.
     std::function<void()> onDestroy;
 
     virtual ~TestListener();

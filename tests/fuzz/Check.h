@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Check: ends the process when something doesn't hold, which is how a fuzzer learns of it.
+// Check: ends the process when a condition fails, so that the fuzzer notices.
 #ifndef IXLAL_TESTS_FUZZ_CHECK_H
 #define IXLAL_TESTS_FUZZ_CHECK_H
 
@@ -7,7 +7,7 @@
 
 void check(bool iHolds, const char* iWhat);
 
-/// Also tell what was found and what was expected.
+/// Also print the actual and the expected value.
 void checkCode(int iFound, int iExpected, const char* iWhat);
 void checkText(const std::wstring& iFound, const std::wstring& iExpected, const char* iWhat);
 void checkBytes(const std::string& iFound, const std::string& iExpected, const char* iWhat);

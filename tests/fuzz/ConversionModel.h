@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// ConversionModel: texts as numbers, truth values and bytes, told once more in the plainest way.
+// ConversionModel: a simple second implementation of the conversions to numbers, truth values and
+// bytes.
 #ifndef IXLAL_TESTS_FUZZ_CONVERSIONMODEL_H
 #define IXLAL_TESTS_FUZZ_CONVERSIONMODEL_H
 

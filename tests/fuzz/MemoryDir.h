@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-/// Stands in /dev/shm unless TMPDIR names another place, and goes with the object.
+/// Created in /dev/shm, unless TMPDIR names another directory; the destructor removes it.
 class MemoryDir
 {
 public:
@@ -28,7 +28,7 @@ public:
 
     void write(const std::string& iName, std::string_view iBytes) const;
 
-    /// The bytes of a file, empty when there is none.
+    /// The bytes of a file; empty if it does not exist.
     std::string read(const std::string& iName) const;
 
     bool exists(const std::string& iName) const;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// StoreModel: what a store holds and what readers see of it, in memory.
+// StoreModel: a model of the store's content and of its readers' view.
 #ifndef IXLAL_TESTS_FUZZ_STOREMODEL_H
 #define IXLAL_TESTS_FUZZ_STOREMODEL_H
 
@@ -10,15 +10,15 @@
 #include <string>
 #include <vector>
 
-/// One store file, and one manager after the other that uses it. Operations return the code that
-/// the manager's return.
+/// One store file, used by one manager after another. Operations return the codes of the manager's
+/// operations.
 class StoreModel
 {
 public:
-    /// iOwn are the values that the files of a read configuration bring along.
+    /// iOwn has the own values of a configuration that is read.
     explicit StoreModel(const ModelValues& iOwn);
 
-    /// A new manager, which knows no store before its first load by ID.
+    /// Starts a new manager, which has no store before its first load by ID.
     void restart();
     void load();
 
@@ -29,15 +29,15 @@ public:
     int removeAttribute(const std::wstring& iID, const std::wstring& iKey,
                         const std::wstring& iAttribute);
 
-    /// The IDs of the store in order, then those of iListed that it lacks.
+    /// The IDs of the store in order, then those of iListed that are not in the store.
     int list(const std::vector<std::wstring>& iListed, std::vector<std::wstring>& oIDs) const;
 
-    /// Reads of a configuration of iID; iHasOwn tells whether it has the own values.
+    /// Reads from a configuration of iID; iHasOwn says whether it has the own values.
     int read(const std::wstring& iID, bool iHasOwn, const std::wstring& iKey, std::wstring& oValue);
     int readAttribute(const std::wstring& iID, bool iHasOwn, const std::wstring& iKey,
                       const std::wstring& iAttribute, std::wstring& oValue);
 
-    /// Somebody adds a line to the file, or deletes the file.
+    /// A user adds a line to the file, or deletes the file.
     void addLine(const std::wstring& iLine);
     void deleteFile();
 
@@ -55,9 +55,9 @@ private:
 
     const ModelValues fOwn;
     std::vector<std::wstring> fLines;     ///< of the file
-    bool fLoaded = false;                 ///< whether the manager knows its store
-    std::optional<ModelValues> fSnapshot; ///< as first read, less removals
-    std::set<std::wstring> fPinned;       ///< records that were seen pinned
+    bool fLoaded = false;                 ///< whether the manager has loaded an ID
+    std::optional<ModelValues> fSnapshot; ///< the store as first read, without removed values
+    std::set<std::wstring> fPinned;       ///< records that a reader has found pinned
 };
 
 #endif

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Texts: what the targets make of the bytes that a fuzzer hands them.
+// Texts: converts the bytes of a fuzzer to texts for the targets.
 #ifndef IXLAL_TESTS_FUZZ_TEXTS_H
 #define IXLAL_TESTS_FUZZ_TEXTS_H
 
@@ -11,7 +11,7 @@
 #include <string_view>
 #include <vector>
 
-/// What every target defines: one run with the bytes of one input.
+/// Defined by every target: runs it with the bytes of one input.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* iData, std::size_t iSize);
 
 std::string_view bytesOf(const std::uint8_t* iData, std::size_t iSize);
@@ -19,13 +19,13 @@ std::string_view bytesOf(const std::uint8_t* iData, std::size_t iSize);
 /// The parts between the separators, at least one.
 std::vector<std::string_view> split(std::string_view iText, char iSeparator);
 
-/// Takes what stands before the next separator off the front; the last field is all that is left.
+/// Removes and returns the text before the next separator; the last field is the whole rest.
 std::string_view takeField(std::string_view& ioText, char iSeparator);
 
-/// A text of any characters: UTF-8, and the forms that lines have for everything else.
+/// A text of any characters: from UTF-8, and from the special forms of lines for all others.
 std::wstring decoded(std::string_view iBytes);
 
-/// The bytes of a line that reads as iText.
+/// The bytes of a line that is read as iText.
 std::string encoded(const std::wstring& iText);
 
 std::wstring textOf(const PLiteral& iText);

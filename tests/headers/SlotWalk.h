@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// SlotWalk: calls every slot of an interface by its number and sees which operation it reaches.
+// SlotWalk: calls every slot of an interface by its number and checks which operation is reached.
 #ifndef IXLAL_TESTS_SLOTWALK_H
 #define IXLAL_TESTS_SLOTWALK_H
 
@@ -10,11 +10,11 @@
 #include <type_traits>
 #include <vector>
 
-/// What the operation that was called last is, and what it was given.
+/// The last operation that was called, and its arguments.
 struct SlotCall
 {
-    /// Every recording operation calls this with its name, the addresses of what it got by
-    /// reference, and the values of the rest.
+    /// Every recording operation calls this with its name, the addresses of its reference
+    /// arguments, and the values of the others.
     template <class... TArguments>
     int note(const char* iOperation, const TArguments&... iArguments)
     {
@@ -33,7 +33,7 @@ struct SlotCall
 
     std::string operation = "nothing";
     std::string arguments;
-    int result = 0; ///< what the next operation returns
+    int result = 0; ///< the result of the next operation
 
 private:
     template <class TArgument>
@@ -50,8 +50,8 @@ private:
     }
 };
 
-/// Walks one table. Nothing here depends on the order in which the header declares the operations:
-/// the caller says which number each one has.
+/// Walks through one table. It does not depend on the order of declarations in the header: the
+/// caller gives the number of each operation.
 class SlotWalk
 {
 public:
@@ -71,7 +71,7 @@ public:
               callSlot<int, TArguments...>(fObject, iSlot, static_cast<TArguments>(iArguments)...));
     }
 
-    /// The same for an operation whose form is iLevel, iFormat, ...
+    /// The same for an operation with the arguments iLevel, iFormat, ...
     void expectMessage(std::size_t iSlot, const char* iOperation)
     {
         typedef int (*Message)(void*, int, const wchar_t*, ...);
@@ -81,7 +81,7 @@ public:
         check(iSlot, iOperation, SlotCall::shown(7, format, 42), message(fObject, 7, format, 42));
     }
 
-    /// One line for every slot that reaches something else.
+    /// One line for every slot that reaches another operation.
     const std::vector<std::string>& problems() const
     {
         return fProblems;
@@ -131,8 +131,8 @@ private:
     std::vector<std::string> fProblems;
 };
 
-/// Begins the walk through a recorder, whose member call notes what its operations see, with what
-/// every interface begins with.
+/// Starts the walk through a recorder, whose member call records the calls of its operations, with
+/// the operations of IBase.
 template <class TRecorder>
 SlotWalk beginWalk(const char* iInterface, TRecorder& ioRecorder)
 {

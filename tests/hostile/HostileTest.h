@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// HostileTest: a core with plugins that mean no good, and what it must keep up all the same.
+// HostileTest: a core with misbehaving plugins, which must stay correct.
 #ifndef IXLAL_TESTS_HOSTILETEST_H
 #define IXLAL_TESTS_HOSTILETEST_H
 
@@ -17,12 +17,12 @@ protected:
     /// Starts with one plugin.
     void startWith(const std::string& iPlugin);
 
-    /// The result of a lookup; oInstance as the core left it.
+    /// The result of a lookup; the core sets oInstance.
     static int request(const std::string& iId, IBase*& oInstance);
     static int request(const std::string& iId);
 
-    /// Stops the core; true when that went as if there had been no hostile plugin: with result 0,
-    /// all steps and no error in the core log, and no core left.
+    /// Stops the core. True when the stop is the same as without a hostile plugin: result 0, all
+    /// steps and no error in the core log, and no core afterwards.
     bool stopsCleanly();
 
     /// Waits until iCondition holds; false after ten seconds.

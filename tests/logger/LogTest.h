@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// LogTest: a logger over a file of its own.
+// LogTest: a logger with its own file.
 #ifndef IXLAL_TESTS_LOGTEST_H
 #define IXLAL_TESTS_LOGTEST_H
 
@@ -42,13 +42,13 @@ protected:
         return PLogger::info(logger.get(), 0, L"%ls", wide(iText).ptr());
     }
 
-    /// The whole lines of a file, and their texts without what stands before them.
+    /// The complete lines of a file, and their texts without the header.
     std::vector<std::string> lines(const std::string& iFile = "test.log") const;
     std::vector<std::string> texts(const std::string& iFile = "test.log") const;
 
     bool exists(const std::string& iFile) const;
 
-    /// The handle behind which a file is open, -1 when there is none.
+    /// The handle of an open file; -1 if it is not open.
     int handleOf(const std::string& iFile = "test.log") const;
 
     /// A text of iLen characters.
@@ -57,23 +57,23 @@ protected:
         return std::string(iLen, 'x');
     }
 
-    /// How many bytes a line of this process adds to its text, the line end included.
+    /// The number of bytes that a line of this process adds to its text, including the line end.
     std::size_t overhead() const;
 
     TempDir dir;
     std::unique_ptr<PLogger> logger = std::make_unique<PLogger>();
 };
 
-/// Shows a text as a message box would.
+/// Logs a text with showMsgBox.
 int showMessage(PLogger& ioLogger, const wchar_t* iFormat, ...);
 
 /// A text such as [PLogger] Lost lines: 2 err: -28
 std::string lossReport(int iLines, int iCode);
 
-/// What stands in a line behind its tag; the tag must be "tag".
+/// The part of a line after its tag; the tag must be "tag".
 std::string textOf(const std::string& iLine);
 
-/// Whether a line has all parts of its front, with the tag "tag".
+/// Whether a line has a complete header, with the tag "tag".
 bool isWhole(const std::string& iLine);
 
 #endif

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// FakeConfig: stands in for the core and its configuration manager.
+// FakeConfig: a fake of the core and its configuration manager.
 #ifndef IXLAL_TESTS_FAKECONFIG_H
 #define IXLAL_TESTS_FAKECONFIG_H
 
@@ -9,23 +9,23 @@
 #include <map>
 #include <string>
 
-/// The binary that links this defines ixlaGetInstance itself. One configuration manager is there,
-/// which knows one configuration: kIxlaGlobalConfigId with the given values.
+/// The binary that links this defines ixlaGetInstance itself. There is one configuration manager
+/// with one configuration: kIxlaGlobalConfigId with the given values.
 struct FakeConfig
 {
     static std::map<std::string, std::string> values;
 
-    /// Everything works, with these values.
+    /// Makes all operations succeed, with these values.
     static void reset(const std::map<std::string, std::string>& iValues);
 
-    /// What the operations return; the manager and the configuration are handed out on 0.
+    /// The results of the operations; the manager and the configuration are returned with 0.
     static int instanceResult;
     static int loadResult;
 
-    /// When set, ixlaGetInstance succeeds without an instance.
+    /// If set, ixlaGetInstance returns 0 with a null pointer.
     static bool noInstance;
 
-    /// References to the manager and to the configuration that are still held.
+    /// The number of references to the manager and to the configuration.
     static int references();
 };
 

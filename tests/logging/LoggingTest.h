@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// LoggingTest: the logging service on its own, over a configuration of the test.
+// LoggingTest: the logging service alone, with a configuration of the test.
 #ifndef IXLAL_TESTS_LOGGINGTEST_H
 #define IXLAL_TESTS_LOGGINGTEST_H
 
@@ -24,10 +24,10 @@ protected:
 
     PBaseptr<ILogger> get(const std::string& iName) const;
 
-    /// Whether somebody has the file open; only then its logger is alive.
+    /// Whether the file is open; only then its logger exists.
     bool isOpen(const std::string& iName) const;
 
-    /// The texts of a file's lines, without what stands before them.
+    /// The texts of a file's lines, without the headers.
     std::vector<std::string> texts(const std::string& iName = "ixlaplugins.log") const;
 
     TempDir dir;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Texts for the sweeps over configurations.
+// Texts for the sweeps of configurations.
 #ifndef IXLAL_TESTS_SWEEPTEXTS_H
 #define IXLAL_TESTS_SWEEPTEXTS_H
 

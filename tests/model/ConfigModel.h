@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// ConfigModel: what the configuration manager is to do, in plain maps.
+// ConfigModel: the expected behaviour of the configuration manager, in plain maps.
 #ifndef IXLAL_TESTS_CONFIGMODEL_H
 #define IXLAL_TESTS_CONFIGMODEL_H
 
@@ -33,10 +33,10 @@ public:
     /// iDir is the configuration directory.
     ConfigModel(std::string iDir, Fault iFault);
 
-    /// A new manager: run-time values and registrations are gone, files and store are not.
+    /// Starts a new manager: removes run-time values and registrations, keeps files and store.
     void restart();
 
-    /// What stands in files, by path.
+    /// The content of files, by path.
     void writeFile(const std::string& iPath, Texts iLines);
     void writeManagerConfig(std::map<std::string, Texts> iFilesOfIds);
     void publish(const std::string& iKey, const std::string& iValue);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// CoreSystem: the real core and its services, driven through their public interfaces.
+// CoreSystem: the real core and its services, used through their public interfaces.
 #ifndef IXLAL_TESTS_CORESYSTEM_H
 #define IXLAL_TESTS_CORESYSTEM_H
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Episode: one sequence of steps, taken by the system and its model, and made short when it fails.
+// Episode: one sequence of steps of the system and its model, shortened when it fails.
 #ifndef IXLAL_TESTS_EPISODE_H
 #define IXLAL_TESTS_EPISODE_H
 
@@ -15,7 +15,7 @@
 class Episode
 {
 public:
-    /// What system and model disagreed about.
+    /// The difference between system and model.
     struct Difference
     {
         std::size_t step;
@@ -25,18 +25,18 @@ public:
 
     Episode(std::uint64_t iSeed, std::size_t iSteps, Fault iFault);
 
-    /// A fresh core and a fresh model take the steps; nothing when they agree to the end.
+    /// Runs the steps with a new core and a new model; empty if both agree to the end.
     std::optional<Difference> run() const;
 
-    /// Leaves out what the difference does not need, as far as the time allows.
+    /// Removes steps that the difference does not need, as far as the time allows.
     void shrink(std::chrono::milliseconds iTime);
 
     std::size_t size() const;
 
-    /// The steps from iFirst on, one a line.
+    /// The steps from iFirst on, one per line.
     std::string text(std::size_t iFirst = 0) const;
 
-    /// Leaves out the steps behind this one.
+    /// Removes the steps after this one.
     void cutAfter(std::size_t iStep);
 
 private:

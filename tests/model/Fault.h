@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Fault: one rule that the model gets wrong on purpose.
+// Fault: one rule that the model deliberately violates.
 #ifndef IXLAL_TESTS_FAULT_H
 #define IXLAL_TESTS_FAULT_H
 

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// LoggerModel: what the logging service is to do: named loggers, their cache, levels and lines.
+// LoggerModel: the expected behaviour of the logging service: named loggers, their cache, levels
+// and lines.
 #ifndef IXLAL_TESTS_LOGGERMODEL_H
 #define IXLAL_TESTS_LOGGERMODEL_H
 
@@ -16,13 +17,13 @@ class LoggerModel
 public:
     LoggerModel(int iLevel, bool iEnabled, Fault iFault);
 
-    /// A new logging service; lines already written stay.
+    /// Starts a new logging service; lines already written stay.
     void restart();
 
     void getLogger(unsigned int iSlot, const std::string& iName);
     void getDefault(unsigned int iSlot);
 
-    /// Copying a holder keeps the logger in the cache, wrapping the pointer anew does not.
+    /// A copy of a holder keeps the logger in the cache; a new holder of the pointer does not.
     void copy(unsigned int iSlot, unsigned int iFrom);
     void wrap(unsigned int iSlot, unsigned int iFrom);
     void drop(unsigned int iSlot);
@@ -34,7 +35,7 @@ public:
     /// The lines of a log, or "no file".
     std::string lines(const std::string& iName) const;
 
-    /// For each slot the first one that holds the same logger, "-" for none.
+    /// For each slot the first slot with the same logger, "-" for none.
     std::string holders() const;
 
 private:
@@ -44,7 +45,7 @@ private:
         int level;
     };
 
-    /// A holder group: all copies of one holder.
+    /// A holder group: a holder and all its copies.
     typedef std::shared_ptr<std::shared_ptr<Logger>> Holder;
 
     Holder make(const std::string& iName);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Model: what the three services are to do, independent of how they do it.
+// Model: the expected behaviour of the three services, independent of their implementation.
 #ifndef IXLAL_TESTS_MODEL_H
 #define IXLAL_TESTS_MODEL_H
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// ModelListener: a listener that tells its owner of every event.
+// ModelListener: a listener that reports every event to its owner.
 #ifndef IXLAL_TESTS_MODELLISTENER_H
 #define IXLAL_TESTS_MODELLISTENER_H
 

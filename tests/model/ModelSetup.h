@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// ModelSetup: what system and model begin an episode with.
+// ModelSetup: the initial state of system and model in an episode.
 #ifndef IXLAL_TESTS_MODELSETUP_H
 #define IXLAL_TESTS_MODELSETUP_H
 
@@ -9,7 +9,7 @@
 
 struct ModelSetup
 {
-    /// The directory that holds config/, log/ and the redirected file.
+    /// The directory with config/, log/ and the redirected file.
     std::string dir;
     bool logsEnabled = true;
     int logLevel = 1;
@@ -19,8 +19,8 @@ struct ModelSetup
         return dir + "/config";
     }
 
-    /// The file of this number; the last one is never written, the one before it is what
-    /// kRedirected is redirected to.
+    /// The file of this number. The last one is never written; kRedirected is redirected to the one
+    /// before it.
     std::string filePath(unsigned int iFile) const
     {
         return iFile == 3 ? dir + "/other.prs"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Performer: takes steps and tells what came of them.
+// Performer: executes steps and reports their results.
 #ifndef IXLAL_TESTS_PERFORMER_H
 #define IXLAL_TESTS_PERFORMER_H
 
@@ -7,16 +7,16 @@
 
 #include <string>
 
-/// What stands in a text that nothing has been read into.
+/// The initial content of a text that a step reads into.
 inline constexpr const char* kUntouched = "untouched";
 
-/// The system and its model are both performers. Given the same steps they must tell the same.
+/// The system and its model are both performers. With the same steps they must report the same.
 class Performer
 {
 public:
     virtual ~Performer() = default;
 
-    /// Results, values read and listeners told, in the order in which they came.
+    /// Results, values read and listeners called, in this order of occurrence.
     std::string perform(const Step& iStep)
     {
         fTrace.clear();
@@ -26,7 +26,7 @@ public:
     }
 
 protected:
-    /// Takes the step. Listeners that are told of an event while it lasts may take further ones.
+    /// Executes the step. Listeners that are called during it may execute further steps.
     virtual void take(const Step& iStep) = 0;
 
     void act(const Step& iStep)
@@ -46,7 +46,7 @@ protected:
         tell(std::to_string(iResult));
     }
 
-    /// Tells a result and the text that was read, which stays as it was after a failure.
+    /// Reports a result and the text that was read, which is unchanged after a failure.
     void tell(int iResult, const std::string& iText)
     {
         tell(std::to_string(iResult) + " '" + iText + "'");

@@ -69,7 +69,8 @@ enum class Type : std::uint8_t
     eCount
 };
 
-/// The names and values that steps choose from. They are few, so that steps meet again and again.
+/// The names and values that steps choose from. They are few, so that steps often affect the same
+/// value.
 namespace Alphabet
 {
 constexpr unsigned int kConfigs = 4;
@@ -78,7 +79,8 @@ constexpr unsigned int kListeners = 5; ///< listener number kListeners is null
 constexpr unsigned int kLevels = 5;
 constexpr unsigned int kFiles = 5;
 
-/// The empty ID has values of its own but no file; "plain" is not listed; the last is forbidden.
+/// The empty ID has run-time and stored values but no file; "plain" is not listed; the last ID is
+/// forbidden.
 constexpr std::array<const char*, 6> kIds{"a", "b", "plain", "ixlap.global", "", "x|y"};
 
 /// A run-time value of the second to last for the global ID redirects a file; the last is
@@ -106,19 +108,19 @@ struct Step
     /// A random step.
     static Step random(std::mt19937_64& ioRandom);
 
-    /// Turns to what iBefore was about.
+    /// Uses the names of iBefore.
     void stayAt(const Step& iBefore);
 
-    /// The step that a listener takes when it reacts.
+    /// The step that a listener executes.
     Step reactionStep() const;
 
-    /// Readable, with what the operation uses of the fields.
+    /// A readable text with the fields that the operation uses.
     std::string text() const;
 
     /// Lines for a configuration file or an argument list, from the seed.
     std::vector<std::string> lines() const;
 
-    /// What somebody writes into the store file by hand.
+    /// The lines that a user writes into the store file.
     std::string storeText() const;
 
     std::string idName() const;
@@ -130,7 +132,7 @@ struct Step
     long long numberValue() const;
     int levelValue() const;
 
-    /// Makes the fields fit together.
+    /// Makes the fields consistent.
     void settle();
 
     Op op;

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
-// ITestService: what the test plugins offer behind each of their IDs.
+// ITestService: the service of the test plugins behind each of their IDs.
 #ifndef IXLAL_TESTS_ITESTSERVICE_H
 #define IXLAL_TESTS_ITESTSERVICE_H
 
 #include "IEventListener.h"
 #include "IPlugin.h"
 
-/// Listens to events (reported as the step "event") and knows its plugin.
+/// Also a listener, which reports the step "event". It has a pointer to its plugin.
 class ITestService : public IEventListener
 {
 public:

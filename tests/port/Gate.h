@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Gate: lets threads of a test wait for one another, within a bound.
+// Gate: lets threads of a test wait for each other, with a time limit.
 #ifndef IXLAL_TESTS_GATE_H
 #define IXLAL_TESTS_GATE_H
 
@@ -17,7 +17,7 @@ public:
         fChanged.notify_all();
     }
 
-    /// False when nobody opened the gate in time.
+    /// False if no thread has opened the gate in time.
     bool pass()
     {
         std::unique_lock<std::mutex> lock(fMutex);

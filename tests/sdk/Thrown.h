@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// textThrown: what the test kit says when something does not happen.
+// textThrown: the text of an error of the test kit.
 #ifndef IXLAL_TESTS_THROWN_H
 #define IXLAL_TESTS_THROWN_H
 
@@ -7,7 +7,7 @@
 
 #include <string>
 
-/// The text of the PTestError that iFunction throws; empty when it throws none.
+/// The text of the PTestError that iFunction throws; empty if it throws none.
 template <class TFunction>
 std::string textThrown(const TFunction& iFunction)
 {

@@ -8,8 +8,8 @@
 
 #include <vector>
 
-/// On a topic of its own it knows who is told, and in which order. On topics that all share,
-/// listeners come and go at any time, also from within a delivery.
+/// On its own topic it checks which listeners are called, and in which order. On shared topics
+/// listeners are added and removed at any time, also from within a delivery.
 class EventWorker final : public Worker
 {
 public:

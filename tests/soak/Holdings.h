@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Holdings: what a process holds that could leak.
+// Holdings: the resources of a process that could leak.
 #ifndef IXLAL_TESTS_HOLDINGS_H
 #define IXLAL_TESTS_HOLDINGS_H
 
@@ -7,15 +7,15 @@
 
 struct Holdings
 {
-    /// As the process is now. Only comparable between moments at which it does nothing else.
+    /// The present resources. Comparable only between moments when the process is idle.
     static Holdings now();
 
-    /// What grew from iBefore to this by more than noise, one line each; empty when nothing did.
+    /// The resources that have grown since iBefore by more than noise, one per line.
     std::string growthSince(const Holdings& iBefore) const;
 
     long long resident = 0;  ///< bytes of memory
-    long long owned = 0;     ///< resident bytes that no other process shares
-    long long allocated = 0; ///< bytes that malloc gave and did not get back
+    long long owned = 0;     ///< resident bytes that are not shared with other processes
+    long long allocated = 0; ///< bytes allocated by malloc and not freed
     long long handles = 0;   ///< open descriptors
     long long threads = 0;
     long long mappings = 0;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// LogWorker: opens, writes and closes logs, which rotate all the time.
+// LogWorker: opens, writes and closes logs that rotate often.
 #ifndef IXLAL_TESTS_LOGWORKER_H
 #define IXLAL_TESTS_LOGWORKER_H
 
@@ -14,10 +14,10 @@ class LogWorker final : public Worker
 public:
     using Worker::Worker;
 
-    /// The limit of one log file, which the host sets.
+    /// The size limit of a log file, which the host sets.
     static constexpr unsigned int kMaxSize = 32768;
 
-    /// Whether every line of every log is whole, and no file larger than its limit.
+    /// Whether every line of every log is complete, and no file is larger than its limit.
     void verify(CoreRun& ioCore) override;
 
 protected:

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
-// LookupWorker: asks for interfaces, and unloads plugins while others ask.
+// LookupWorker: looks up interfaces, and unloads plugins during lookups of other threads.
 #ifndef IXLAL_TESTS_LOOKUPWORKER_H
 #define IXLAL_TESTS_LOOKUPWORKER_H
 
 #include "soak/Worker.h"
 
-/// Nobody else asks for the plugins that it unloads. They are loaded again by the core's next
-/// start.
+/// Other workers do not look up the plugins that it unloads. The next start of the core loads them
+/// again.
 class LookupWorker final : public Worker
 {
 public:

@@ -5,17 +5,17 @@
 
 #include "soak/Worker.h"
 
-/// Reads what SetWorker changes meanwhile, and what nobody can change.
+/// Reads values that SetWorker changes at the same time, and values that cannot change.
 class ReadWorker final : public Worker
 {
 public:
     using Worker::Worker;
 
-    /// The configuration ID and the key whose run-time value others set and remove.
+    /// The configuration ID and the key whose run-time value SetWorker sets and removes.
     static constexpr wchar_t kId[] = L"soak.shared";
     static constexpr wchar_t kFreeKey[] = L"free";
 
-    /// What the key holds in the file, and what its run-time values begin with.
+    /// The value of the key in the file, and the prefix of its run-time values.
     static constexpr wchar_t kFileText[] = L"own";
     static constexpr wchar_t kRunTimeText[] = L"set ";
 

@@ -8,8 +8,8 @@
 
 #include <string>
 
-/// For an ID of its own it knows every value and every event; for the shared ID only what is
-/// possible.
+/// For its own ID it checks every value and every event; for the shared ID it checks that values
+/// and events are possible ones.
 class SetWorker final : public Worker
 {
 public:

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Soak: the core started, used by many threads and stopped, again and again.
+// Soak: starts the core, uses it from many threads and stops it, again and again.
 #ifndef IXLAL_TESTS_SOAK_H
 #define IXLAL_TESTS_SOAK_H
 
@@ -13,16 +13,16 @@
 #include <memory>
 #include <vector>
 
-/// Every cycle has a host's thread of its own. In some cycles the libraries are closed at the stop,
-/// in the others they stay mapped. What the process holds is measured after each stop, when all
-/// threads of the workers have ended.
+/// Every cycle has its own host thread. In some cycles the stop closes the libraries, in others
+/// they stay mapped. The resources of the process are measured after each stop, when all worker
+/// threads have ended.
 class Soak
 {
 public:
     explicit Soak(const SoakOptions& iOptions);
 
-    /// Works for the time of the options and prints what came of it. True when there was no error
-    /// and nothing grew.
+    /// Runs for the time of the options and prints the results. True if there was no error and no
+    /// growth.
     bool run();
 
 private:

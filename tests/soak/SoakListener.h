@@ -24,7 +24,7 @@ public:
 
     unsigned int events() const;
 
-    /// How many there are in the process.
+    /// The number of listeners in the process.
     static int alive();
 
 private:

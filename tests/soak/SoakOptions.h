@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// SoakOptions: what the soak is asked to do.
+// SoakOptions: the command line of the soak.
 #ifndef IXLAL_TESTS_SOAKOPTIONS_H
 #define IXLAL_TESTS_SOAKOPTIONS_H
 
@@ -13,7 +13,7 @@ struct SoakOptions
 
     std::chrono::seconds time{20};
 
-    /// What to do wrong, to show that the soak notices.
+    /// The deliberate error, which shows that the soak detects it.
     std::string leak;
 };
 

@@ -5,14 +5,14 @@
 
 #include <atomic>
 
-/// One plugin stays as long as the core runs; the others are unloaded meanwhile.
+/// One plugin stays while the core runs; the others are unloaded.
 constexpr wchar_t kSoakStayId[] = L"soak.stay";
 constexpr wchar_t kSoakStaySecondId[] = L"soak.stay.second";
 constexpr const wchar_t* kSoakLeavingIds[] = {L"soak.go.one", L"soak.go.two", L"soak.go.three"};
 constexpr const char* kSoakPlugins[] = {"soak_stay", "soak_one", "soak_two", "soak_three"};
 
-/// How often all plugins together reported a step. Relaxed counters: they order nothing between
-/// the threads.
+/// The number of reports of a step by all plugins. The counters are relaxed, so that they do not
+/// synchronise the threads.
 struct SoakSteps
 {
     static std::atomic<unsigned int> inits;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// StoreWorker: stores and removes values, over all restarts of the core.
+// StoreWorker: stores and removes values across all restarts of the core.
 #ifndef IXLAL_TESTS_STOREWORKER_H
 #define IXLAL_TESTS_STOREWORKER_H
 
@@ -8,8 +8,8 @@
 #include <map>
 #include <string>
 
-/// Knows what the store file must hold for its ID. Compares it with what is read after a start and
-/// with the file before a stop.
+/// Knows the expected stored values of its ID. Compares them with those read after a start and with
+/// the file before a stop.
 class StoreWorker final : public Worker
 {
 public:

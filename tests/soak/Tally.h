@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Tally: what the soak did and what went wrong.
+// Tally: counts the operations and errors of the soak.
 #ifndef IXLAL_TESTS_TALLY_H
 #define IXLAL_TESTS_TALLY_H
 
@@ -8,24 +8,24 @@
 #include <string_view>
 #include <vector>
 
-/// Counts operations and errors by kind. Not synchronised: every worker has its own, so that
-/// counting orders nothing between the threads, and they are added up when the workers rest.
+/// Counts operations and errors by kind. Not thread-safe: every worker has its own, so that
+/// counting does not synchronise the threads. They are added when the workers are idle.
 class Tally
 {
 public:
-    /// Counts one operation of the kind, a literal; iWhat describes it if it went wrong.
+    /// Counts one operation of a kind, which is a literal; iWhat describes it if it failed.
     void count(std::string_view iKind, bool iGood, const std::string& iWhat = "");
 
-    /// As count, for an operation that is to return iExpected.
+    /// As count, for an operation that must return iExpected.
     void expect(std::string_view iKind, int iExpected, int iResult);
 
-    /// Adds iOther's counts and messages to these.
+    /// Adds the counts and messages of iOther.
     void add(const Tally& iOther);
 
     unsigned long long operations() const;
     unsigned long long errors() const;
 
-    /// A line for each kind, then the first messages.
+    /// One line for each kind, then the first messages.
     std::string table() const;
 
 private:

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Worker: one thread's share of the soak.
+// Worker: the work of one thread of the soak.
 #ifndef IXLAL_TESTS_WORKER_H
 #define IXLAL_TESTS_WORKER_H
 
@@ -15,20 +15,20 @@
 
 class CoreRun;
 
-/// A worker lives through all cycles of the soak. In each the core is started, prepare is called,
-/// run works on a thread of its own until it is told to stop, verify is called, and the core is
-/// stopped. What it does must succeed whatever the other workers do at the same time.
+/// A worker exists for all cycles of the soak. In each cycle the core is started, prepare is
+/// called, run works on its own thread until it is stopped, verify is called, and the core is
+/// stopped. Its operations must succeed whatever the other workers do at the same time.
 class Worker
 {
 public:
     explicit Worker(unsigned int iNumber);
     virtual ~Worker();
 
-    /// On the host's thread, while no worker runs.
+    /// Called on the host thread, while no worker runs.
     virtual void prepare(CoreRun& ioCore);
     virtual void verify(CoreRun& ioCore);
 
-    /// Gets the services, works, and lets everything go that belongs to the core.
+    /// Looks up the services, works, and releases all references to the core's objects.
     void run(const std::atomic<bool>& iStop);
 
     Tally& tally();
@@ -41,13 +41,13 @@ protected:
     /// A number from 0 to iBelow - 1.
     unsigned int pick(unsigned int iBelow);
 
-    /// A name of this worker's own.
+    /// A name that only this worker uses.
     std::wstring ownName(const std::wstring& iName) const;
 
     void expect(std::string_view iKind, int iExpected, int iResult);
     void check(std::string_view iKind, bool iGood, const std::string& iWhat);
 
-    /// A service of the core; counts an error and returns an empty holder when there is none.
+    /// Looks up a service of the core; counts an error and returns an empty holder on failure.
     template <class T>
     PBaseptr<T> service(const wchar_t* iId)
     {

@@ -13,7 +13,7 @@ public:
 class MoreUnsound : public Unsound
 {
 public:
-    int shift(int iPlaces) const; // nothing says that it overrides
+    int shift(int iPlaces) const; // lacks override
 };
 
 #endif

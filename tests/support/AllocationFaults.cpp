@@ -13,7 +13,7 @@
 #endif
 
 #if IXLAL_OWN_MALLOC
-// The C library's own functions behind the ones that this file replaces.
+// The C library's functions that this file replaces.
 extern "C"
 {
     void* __libc_malloc(std::size_t);
@@ -187,7 +187,7 @@ void operator delete[](void* iMemory, std::size_t) noexcept
 #if IXLAL_OWN_MALLOC
 namespace
 {
-/// Whether a call below operator new is to fail.
+/// Whether an allocation that does not come from operator new is to fail.
 bool _strikesRaw()
 {
     if (!sReachesMalloc || !_strikes())

@@ -3,22 +3,22 @@
 #ifndef IXLAL_TESTS_ALLOCATIONFAULTS_H
 #define IXLAL_TESTS_ALLOCATIONFAULTS_H
 
-/// The binary that links these objects replaces operator new for the whole process, and malloc and
-/// its kin too unless a sanitizer or the counting of lines is built in. Only the allocations of the
-/// thread that armed it fail or are counted.
+/// The binary that links these objects replaces operator new for the whole process. It also
+/// replaces malloc and the related functions, except with a sanitizer or coverage. Only the
+/// allocations of the thread that armed it fail or are counted.
 struct AllocationFaults
 {
-    /// Which allocations are meant.
+    /// Which allocations fail.
     enum EReach
     {
         eObjects, ///< those of operator new
-        eAll      ///< also those that the C library and the loader make on the thread's behalf
+        eAll      ///< also those of the C library and the loader on this thread
     };
 
-    /// Lets iSkip allocations of this thread through and fails all after them.
+    /// Fails all allocations of this thread after the next iSkip.
     static void failAfter(int iSkip, EReach iReach = eObjects);
 
-    /// Fails just the one allocation after iSkip allocations of this thread.
+    /// Fails one allocation of this thread, after the next iSkip.
     static void failOnceAfter(int iSkip, EReach iReach = eObjects);
 
     static void disarm();
@@ -26,18 +26,18 @@ struct AllocationFaults
     /// Whether an allocation failed since arming.
     static bool struck();
 
-    /// Allocations by operator new of this thread since counting began.
+    /// The number of allocations by operator new of this thread since counting started.
     static void startCounting();
     static int counted();
 
-    /// Arrays that this thread has freed by operator delete[] so far.
+    /// The number of arrays that this thread has freed by operator delete[] so far.
     static int arraysFreed();
 
-    /// Whether eAll reaches further than eObjects. A sanitizer has a malloc of its own, which a
-    /// second one in the binary would blind; the counting of lines dies without memory.
+    /// Whether eAll includes more than eObjects. It does not with a sanitizer, whose own malloc
+    /// must not be replaced, nor with coverage, which aborts without memory.
     static bool reachesMalloc();
 
-    /// The blocks that all threads together have allocated and not freed; with a sanitizer only
+    /// The number of blocks that all threads have allocated and not freed; with a sanitizer only
     /// those of operator new.
     static long long live();
 };

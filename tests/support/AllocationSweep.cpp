@@ -13,7 +13,7 @@
 
 namespace
 {
-/// More than any operation takes; one that reaches it never runs through.
+/// A limit above the allocations of any operation; an operation that reaches it never succeeds.
 constexpr int kMostPoints = 20000;
 
 typedef void Arm(int, AllocationFaults::EReach);
@@ -35,7 +35,7 @@ public:
     {
     }
 
-    /// The first runs settle what is made once and kept: caches, streams, the loader's tables.
+    /// The first runs allocate what lives on afterwards: caches, streams, the loader's tables.
     bool warmUp()
     {
         for (int i = 0; i < 2; ++i)

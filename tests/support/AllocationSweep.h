@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// AllocationSweep: runs an operation with every one of its allocations failing in turn.
+// AllocationSweep: runs an operation again and again, with another allocation failing in each run.
 #ifndef IXLAL_TESTS_ALLOCATIONSWEEP_H
 #define IXLAL_TESTS_ALLOCATIONSWEEP_H
 
@@ -7,15 +7,15 @@
 #include <string>
 #include <vector>
 
-/// One operation, and how to tell what it left behind. All but run have memory.
+/// One operation and the checks of its effects. Only run lacks memory.
 struct AllocationSweep
 {
     typedef std::function<void()> Step;
 
-    /// As it is reported: "IConfig::getKeys".
+    /// The name in reports: "IConfig::getKeys".
     std::string operation;
 
-    /// Makes what the operation works on, before each run.
+    /// Prepares the objects of the operation, before each run.
     Step before = [] {
     };
 
@@ -26,7 +26,8 @@ struct AllocationSweep
     Step unchanged = [] {
     };
 
-    /// For an operation whose failure is final: makes ready for the run that must succeed.
+    /// For an operation that cannot be repeated after a failure: prepares the run that must
+    /// succeed.
     Step recover = [] {
     };
 
@@ -34,36 +35,35 @@ struct AllocationSweep
     Step done = [] {
     };
 
-    /// Takes a successful run back, so that as many blocks are allocated as before it.
+    /// Undoes a successful run, so that the number of allocated blocks is the same as before.
     Step undo = [] {
     };
 
-    /// What a run without memory may return.
+    /// The codes that a run without memory may return.
     std::vector<int> codes = {-501};
 
-    /// Why a run may succeed without one of its allocations; without a reason it may not.
+    /// The reason why a run may succeed without one of its allocations. If empty, it may not.
     std::string spares = {};
 };
 
-/// What a sweep found out.
+/// The result of a sweep.
 struct AllocationSweepResult
 {
-    int points = 0; ///< the allocations of one run
+    int points = 0; ///< number of allocations of one run
     std::vector<std::string> problems;
 };
 
-/// Runs the operation with its first, second, third ... allocation failing until a run needs no
-/// more of them: once with just that one failing, once with all after it failing too. Each run must
-/// return one of the codes, let no exception out and change nothing, or succeed if there is a
-/// reason why it may; the same operation must then succeed, and no block may be left over. Stops
-/// at the first problem.
+/// Runs the operation with its first, second, third ... allocation failing, until a run makes fewer
+/// allocations: once with only that one failing, once with all later ones failing, too. Each run
+/// must return one of the codes, throw nothing and change nothing, or succeed if a reason is given.
+/// Afterwards the same operation must succeed, and no block may leak. Stops at the first problem.
 AllocationSweepResult trySweep(const AllocationSweep& iSweep);
 
-/// Makes the threads of the process so large that the C library keeps nothing of one that ended:
-/// the next one needs memory again.
+/// Sets a thread stack size so large that the C library does not cache the stacks of ended threads:
+/// each new thread needs memory again.
 void keepNoThreadMemory();
 
-/// The same as a check of the current test; prints how many points were swept.
+/// Sweeps as a check of the current test; prints the number of points.
 void sweepAllocations(const AllocationSweep& iSweep);
 
 #endif

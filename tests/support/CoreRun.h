@@ -9,39 +9,39 @@
 #include <map>
 #include <string>
 
-/// Starts and stops the core that the test binary links. The directory holds plugins/, config/
-/// and log/; config/ begins with a manager's configuration that lists no IDs. The core log is
-/// core.log with level 2. Every argument can be changed before start.
+/// Starts and stops the core that the test binary links. The directory has plugins/, config/ and
+/// log/; config/ has a manager's configuration that lists no IDs. The core log is core.log with
+/// level 2. Every argument can be changed before start.
 class CoreRun
 {
 public:
     CoreRun();
     ~CoreRun();
 
-    /// Sets the core argument iKey; an argument that is erased is not passed.
+    /// The core argument iKey, to be set or erased; an erased argument is not passed.
     void set(const std::string& iKey, const std::string& iValue);
     void erase(const std::string& iKey);
 
-    /// Puts the test plugin iName (see ixlal_test_plugin) into plugins/, as lib<iFileName>.so.
+    /// Copies the test plugin iName (see ixlal_test_plugin) to plugins/, as lib<iFileName>.so.
     void addPlugin(const std::string& iName, const std::string& iFileName = "");
 
     /// Writes a file into config/.
     void writeConfig(const std::string& iName, const std::string& iText);
 
-    /// Writes the manager's configuration anew: the lines of iText and a store file "store.txt".
+    /// Replaces the manager's configuration by the lines of iText and a store file "store.txt".
     void writeManagerConfig(const std::string& iText);
 
     int start();
     int stop();
 
-    /// The service behind an ID, borrowed; null when the core has none.
+    /// The service behind an ID, borrowed; null if the core has none.
     template <class T>
     T* get(const wchar_t* iId)
     {
         return static_cast<T*>(getBase(iId));
     }
 
-    /// The first plugin that was loaded from a library, by its address in the core log; null when
+    /// The first plugin that was loaded from a library, from its address in the core log; null if
     /// the log has none.
     IPlugin* firstPlugin() const;
 

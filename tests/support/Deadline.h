@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
-// Deadline: ends a test that would otherwise block for ever.
+// Deadline: ends a test that would otherwise block forever.
 #ifndef IXLAL_TESTS_DEADLINE_H
 #define IXLAL_TESTS_DEADLINE_H
 
 #include <unistd.h>
 
-/// Kills the process by SIGALRM when its scope is not left in time. For operations that nothing
-/// else can call off, such as a thread that waits for the loader.
+/// Kills the process by SIGALRM when its scope is not left in time. For operations that cannot be
+/// interrupted, such as a thread that waits for the loader.
 class Deadline
 {
 public:

@@ -35,7 +35,7 @@ FileFault FileFaults::readDir("readdir");
 namespace
 {
 char sStruckPath[PATH_MAX];
-std::atomic<int> sKillSkip{-1}; // -1 while no call is to kill
+std::atomic<int> sKillSkip{-1}; // -1 while no call kills the process
 std::atomic<int> sKillPermille{0};
 
 void _notePath(const char* iPath)
@@ -51,7 +51,7 @@ void _notePathOf(int iHandle)
     sStruckPath[size > 0 ? size : 0] = '\0';
 }
 
-/// The C library's own function behind the one of this binary.
+/// The C library's function that this binary replaces.
 template <class TFunction>
 TFunction* _next(const char* iName)
 {
@@ -207,8 +207,9 @@ std::string FileFaults::struckPath()
     return sStruckPath;
 }
 
-// The definitions carry the names that the product refers to: those of the calls for large files
-// and, in 32-bit, for dates beyond 2038. Under these names of their own the headers don't clash.
+// The definitions have the symbol names that the product refers to: those of the calls for large
+// files and, on 32 bits, for dates beyond 2038. In C++ they have other names, so that they do not
+// clash with the headers.
 #define IXLAL_REPLACE(iSymbol, iResult, iName, iParameters)                                        \
     extern "C" IXLA_EXPORT iResult iName iParameters __asm__(iSymbol);                             \
     extern "C" iResult iName iParameters
@@ -258,7 +259,7 @@ IXLAL_REPLACE("write", ssize_t, ixlalFaultyWrite, (int iHandle, const void* iByt
     std::size_t transferred = 0;
     if (FileFaults::killsWithin(iSize, transferred))
     {
-        // What is to be left behind counts; nobody hears of the result.
+        // The result is ignored: only the written bytes matter, because the process is killed.
         static_cast<void>(real(iHandle, iBytes, transferred));
     }
     const bool isShort = FileFaults::write.shortens(iHandle, iSize);
@@ -308,7 +309,7 @@ IXLAL_REPLACE(IXLAL_FCNTL, int, ixlalFaultyFcntl, (int iHandle, int iCommand, ..
     static auto* const real = _next<int(int, int, ...)>(IXLAL_FCNTL);
     va_list args;
     va_start(args, iCommand);
-    // The product only passes numbers.
+    // The product passes only numbers.
     const int argument = va_arg(args, int);
     va_end(args);
     return FileFaults::control.strikes(iHandle) ? -1 : real(iHandle, iCommand, argument);

@@ -9,9 +9,9 @@
 #include <functional>
 #include <string>
 
-/// A kind of call that a test can make go wrong. The binary that links these objects defines the
-/// calls itself, ahead of the C library, and forwards to it unless a fault is armed. Calls of all
-/// threads count.
+/// A kind of call that a test can make fail. The binary that links these objects defines the calls
+/// itself, ahead of the C library, and forwards to it unless a fault is armed. Calls of all threads
+/// count.
 class FileFault
 {
 public:
@@ -19,12 +19,12 @@ public:
 
     const char* name() const;
 
-    /// The next iSkip calls go through, then iTimes calls fail with iErrno; iTimes -1 stands for
-    /// all. A close that fails has closed all the same.
+    /// After the next iSkip calls iTimes calls fail with iErrno; iTimes -1 means all. A close that
+    /// fails still closes the handle.
     void arm(int iErrno, int iTimes = 1, int iSkip = 0);
 
-    /// The next iSkip calls go through, then one transfers iBytes at most, perhaps none. A call
-    /// that is shortened doesn't count for arm.
+    /// After the next iSkip calls one call transfers at most iBytes, which may be 0. A shortened
+    /// call does not count for arm.
     void shorten(std::size_t iBytes, int iSkip = 0);
 
     /// Runs iAction within the next call that fails, before it returns.
@@ -32,19 +32,19 @@ public:
 
     void disarm();
 
-    /// Calls since arming or start, failed ones included.
+    /// The number of calls since arming or start, including failed ones.
     int calls() const;
 
-    /// Calls that failed or were shortened since arming.
+    /// The number of calls that failed or were shortened since arming.
     int hits() const;
 
-    /// For the replacing definitions: true when the call on iPath, or on the file behind iHandle,
-    /// is to fail; sets errno.
+    /// For the replacing definitions: whether the call on iPath, or on the file of iHandle, is to
+    /// fail; sets errno.
     bool strikes(const char* iPath);
     bool strikes(int iHandle);
 
-    /// For the replacing definitions: how many of iSize bytes the call may transfer, and whether
-    /// that is fewer.
+    /// For the replacing definitions: the number of bytes, of iSize, that the call may transfer,
+    /// and whether that is less than iSize.
     bool shortens(int iHandle, std::size_t& ioSize);
 
 private:
@@ -62,8 +62,8 @@ private:
     std::atomic<std::size_t> fShortSize{0};
 };
 
-/// Reading includes reading at a position; the state of a file is asked for by path, by handle and
-/// by directory and name alike.
+/// Reading includes reading at a position. The state of a file is read by path, by handle, or by
+/// directory and name.
 struct FileFaults
 {
     static FileFault open;
@@ -89,15 +89,15 @@ struct FileFaults
 
     static void disarm();
 
-    /// Kills the process with SIGKILL at the call after iSkip calls, of whatever kind. A write
-    /// first transfers iPermille thousandths of its bytes; any other call is not made.
+    /// Kills the process with SIGKILL at the call after iSkip calls of any kind. A write first
+    /// transfers iPermille thousandths of its bytes; any other call is not made.
     static void killAfter(int iSkip, int iPermille);
 
-    /// For the replacing definition of write: whether the process is to be killed within it, and
-    /// how many of iSize bytes it transfers first.
+    /// For the replacing definition of write: whether the process is to be killed in it, and the
+    /// number of bytes, of iSize, that it transfers first.
     static bool killsWithin(std::size_t iSize, std::size_t& oTransferred);
 
-    /// The path of the call that was struck last.
+    /// The path of the last call that failed or was shortened.
     static std::string struckPath();
 };
 

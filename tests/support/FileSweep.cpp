@@ -12,13 +12,13 @@ namespace fs = std::filesystem;
 
 namespace
 {
-// More calls of a kind than any operation makes.
+// A limit above the number of calls of any operation.
 constexpr int kMostPoints = 2000;
 } // namespace
 
 int countHandles()
 {
-    // The listing itself has one open.
+    // Without the descriptor of the listing itself.
     const auto entries = fs::directory_iterator("/proc/self/fd");
     return static_cast<int>(std::distance(begin(entries), end(entries))) - 1;
 }
@@ -117,7 +117,7 @@ int FileSweep::points() const
     return sum;
 }
 
-// Learns which kinds of calls there are to be struck, in a run without a fault.
+// Finds the kinds of calls that the operation makes, in a run without a fault.
 void FileSweep::countCalls()
 {
     const std::unique_ptr<FileScenario> scenario = fMaker();
@@ -149,7 +149,7 @@ void FileSweep::sweep(FileFault& ioCall, const Fault& iFault)
     fPoints[&ioCall] += number - 1;
 }
 
-/// Returns false when the operation made no call of this number.
+/// Returns false when the operation made fewer calls.
 bool FileSweep::runPoint(FileFault& ioCall, const Fault& iFault, int iNumber)
 {
     const int handlesBefore = countHandles();

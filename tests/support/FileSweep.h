@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// FileSweep: runs an operation again and again, each time with another call on files going wrong.
+// FileSweep: runs an operation again and again, with another file call failing in each run.
 #ifndef IXLAL_TESTS_FILESWEEP_H
 #define IXLAL_TESTS_FILESWEEP_H
 
@@ -11,51 +11,51 @@
 #include <string>
 #include <vector>
 
-/// What went wrong in one run.
+/// The fault of one run.
 struct FilePoint
 {
     const FileFault* call;
-    int number;       ///< which call of its kind, from 1
+    int number;       ///< the number of the call of its kind, from 1
     int error;        ///< the errno; 0 for a transfer of a single byte
     bool lasts;       ///< whether the later calls of the kind failed too
-    std::string path; ///< what the call worked on
+    std::string path; ///< the path of the call
 
-    /// Whether the call only needs to be made again or continued.
+    /// Whether the product need only repeat or continue the call.
     bool isHarmless() const;
 
-    /// Whether it was a call of this kind, on a file whose path ends with iEnd.
+    /// Whether it was a call of this kind on a path that ends with iEnd.
     bool is(const FileFault& iCall, const std::string& iEnd = "") const;
 
     std::string text() const;
 };
 
-/// An operation and all that it needs, made anew for every run.
+/// An operation and its environment, created again for every run.
 class FileScenario
 {
 public:
     virtual ~FileScenario() = default;
 
-    /// The operation; calls go wrong only while it runs. Returns its result code.
+    /// Runs the operation; calls fail only during it. Returns its result code.
     virtual int operate() = 0;
 
-    /// Whether the result is the one that the point must lead to: as it stands 0 for what is
-    /// harmless and otherwise the negated errno.
+    /// Whether the result is the expected one for the fault. By default 0 for a harmless fault,
+    /// otherwise the negated errno.
     virtual bool admits(const FilePoint& iPoint, int iResult) const;
 
-    /// What is wrong with what the operation has left; empty when nothing is.
+    /// A description of what the operation has left in a wrong state; empty if nothing.
     virtual std::string examine(const FilePoint& iPoint, int iResult);
 
-    /// The same operation right after, which must return 0, and what is wrong with its effect.
+    /// Runs the same operation again, which must return 0; describes what is wrong with its effect.
     virtual int repeat();
     virtual std::string examineRepeated();
 
-    /// How many descriptors the operation leaves open while the scenario lives.
+    /// The number of descriptors that the operation leaves open while the scenario exists.
     virtual int keptOpen() const;
 };
 
-/// Strikes the first, second, third ... call of each kind that the operation makes, with each
-/// error once and for good, with an interruption, and with short transfers, until a run passes
-/// without being struck. No run may leak a descriptor.
+/// Makes the first, second, third ... call of each kind fail, until a run makes fewer calls: with
+/// each error once and permanently, with an interruption, and with short transfers. No run may leak
+/// a descriptor.
 class FileSweep
 {
 public:
@@ -63,12 +63,12 @@ public:
 
     FileSweep(std::string iName, Maker iMaker);
 
-    /// Runs the points of all kinds of calls, or of some, prints how many there were and returns
-    /// what was wrong, a text each.
+    /// Runs the faults of all or of some kinds of calls, prints their number and returns a text for
+    /// each problem.
     std::vector<std::string> run();
     std::vector<std::string> run(const std::vector<FileFault*>& iCalls);
 
-    /// The points of one kind of call, and of all.
+    /// The number of faults of one kind of call, and of all.
     int points(const FileFault& iCall) const;
     int points() const;
 
@@ -92,7 +92,7 @@ private:
     std::map<const FileFault*, int> fPoints;
 };
 
-/// The descriptors that this process has open.
+/// The open descriptors of this process.
 int countHandles();
 
 #endif

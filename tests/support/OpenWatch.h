@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// OpenWatch: tells whether anybody has opened a file.
+// OpenWatch: detects whether any process opens a file.
 #ifndef IXLAL_TESTS_OPENWATCH_H
 #define IXLAL_TESTS_OPENWATCH_H
 
@@ -25,7 +25,7 @@ public:
     OpenWatch(const OpenWatch&) = delete;
     OpenWatch& operator=(const OpenWatch&) = delete;
 
-    /// Whether the file can be watched at all.
+    /// Whether the system can watch the file.
     bool watches() const
     {
         return fWatches;

@@ -22,7 +22,7 @@ struct State
 
 std::atomic<bool> sEnded{false};
 
-// Never destroyed: plugin libraries report until the very end of the process.
+// Never destroyed: plugin libraries report steps until the end of the process.
 State& _state()
 {
     static State* const state = new State;
@@ -35,7 +35,7 @@ int _count(const State& iState, const std::string& iStep)
 }
 } // namespace
 
-/// What the test plugins call.
+/// Called by the test plugins.
 extern "C" IXLA_EXPORT int ixlalTestStep(const char* iStep);
 extern "C" IXLA_EXPORT bool ixlalTestEnded();
 

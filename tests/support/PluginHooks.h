@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// PluginHooks: lets a test watch the test plugins and decide what they do.
+// PluginHooks: observes and controls the test plugins.
 #ifndef IXLAL_TESTS_PLUGINHOOKS_H
 #define IXLAL_TESTS_PLUGINHOOKS_H
 
@@ -8,24 +8,24 @@
 #include <vector>
 
 /// The test plugins report every step ("alpha.init", "alpha.destroyed", "alpha.unmapped") to the
-/// test binary, which answers with the code that the step is to return.
+/// test binary, which returns the result code of the step.
 struct PluginHooks
 {
-    /// Runs iAction whenever the step is reported; its result is what the plugin returns. It runs
-    /// on the plugin's thread, with no lock of the hooks held, and may throw.
+    /// Runs iAction whenever the step is reported; the plugin returns its result. It runs on the
+    /// plugin's thread, with no lock of the hooks held, and may throw.
     static void on(const std::string& iStep, std::function<int()> iAction);
 
-    /// The steps so far, in order; and how often one was reported.
+    /// The steps so far, in order, and the number of reports of one step.
     static std::vector<std::string> journal();
     static int count(const std::string& iStep);
 
-    /// Waits until a step was reported iTimes; false after ten seconds.
+    /// Waits until a step has been reported iTimes; false after ten seconds.
     static bool waitFor(const std::string& iStep, int iTimes = 1);
 
-    /// Tells plugins that work until the end of the test to end now (see ixlalTestEnded).
+    /// Stops plugins that work until the end of the test (see ixlalTestEnded).
     static void end();
 
-    /// Position of a step in the journal; -1 when it was not reported.
+    /// The position of a step in the journal; -1 if it was not reported.
     static int position(const std::string& iStep);
 };
 

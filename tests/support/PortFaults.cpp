@@ -18,7 +18,7 @@ namespace
 {
 std::mutex sSleepsMutex;
 
-/// With room, so that noting a sleep needs no memory: psleep cannot fail.
+/// Has reserved memory, because psleep cannot fail.
 std::vector<unsigned int> _roomForSleeps()
 {
     std::vector<unsigned int> sleeps;
@@ -28,7 +28,7 @@ std::vector<unsigned int> _roomForSleeps()
 
 std::vector<unsigned int> sSleeps = _roomForSleeps();
 
-/// The library's own definition behind the one of this binary.
+/// The library's definition that this binary replaces.
 template <class TFunction>
 TFunction* next(const char* iSymbol)
 {

@@ -12,19 +12,19 @@
 class PortFault
 {
 public:
-    /// The next iSkip calls go through, then iTimes calls return iCode instead of being made;
-    /// iTimes -1 stands for all. Calls of all threads count unless onThisThread is true.
+    /// After the next iSkip calls iTimes calls are not made and return iCode; iTimes -1 means all.
+    /// Calls of all threads count, unless onThisThread is true.
     void arm(int iCode, int iSkip = 0, int iTimes = -1);
 
-    /// As arm, but for calls of the calling thread alone.
+    /// As arm, but for calls of the calling thread only.
     void armOnThisThread(int iCode, int iSkip = 0, int iTimes = -1);
 
     void disarm();
 
-    /// How many calls returned the armed code since arming.
+    /// The number of calls that returned the armed code since arming.
     int hits() const;
 
-    /// For the replacing definitions: true when this call is to return oCode.
+    /// For the replacing definitions: whether this call is to return oCode.
     bool strikes(int& oCode);
 
 private:
@@ -54,15 +54,15 @@ struct PortFaults
     static PortFault memoryUsage;
     static PortFault stringSet;
 
-    /// Run on the calling thread before it locks a mutex, and after it has unlocked one.
+    /// Called on the calling thread before it locks a mutex, and after it has unlocked one.
     static thread_local std::function<void()> beforeLock;
     static thread_local std::function<void()> afterUnlock;
 
-    /// While true, psleep notes its argument instead of sleeping.
+    /// While true, psleep records its argument instead of sleeping.
     static std::atomic<bool> skipSleep;
     static std::vector<unsigned int> sleeps();
 
-    /// Disarms everything and forgets the sleeps.
+    /// Disarms all faults and clears the recorded sleeps.
     static void reset();
 };
 

@@ -19,7 +19,7 @@ enum Phase
     eDone
 };
 
-/// The processor stops after each instruction while this flag of it is set.
+/// The processor flag that makes it stop after each instruction.
 constexpr unsigned int kTrapFlag = 0x100;
 
 std::atomic<int> sPhase;

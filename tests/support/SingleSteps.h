@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// SingleSteps: lets another thread act between two instructions of a call.
+// SingleSteps: runs another thread between two instructions of a call.
 #ifndef IXLAL_TESTS_SINGLESTEPS_H
 #define IXLAL_TESTS_SINGLESTEPS_H
 
@@ -7,13 +7,13 @@
 
 struct SingleSteps
 {
-    /// False where the processor is another one, and under the thread sanitizer, which delays the
-    /// signals that the steps are made of.
+    /// False on other processors, and with the thread sanitizer, which delays the signals that
+    /// single steps need.
     static bool arePossible();
 
-    /// Runs iCode on this thread. Ahead of its instruction iStep, it waits until another thread has
-    /// run iAction. False when iCode ended before: iAction was not run then. No other test thread
-    /// may step at the same time.
+    /// Runs iCode on this thread. Before instruction number iStep it waits until another thread has
+    /// run iAction. False if iCode ended before: iAction was not run then. No other test thread may
+    /// step at the same time.
     static bool run(const std::function<void()>& iCode, unsigned int iStep,
                     const std::function<void()>& iAction);
 };

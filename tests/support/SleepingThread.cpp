@@ -8,7 +8,7 @@
 
 namespace
 {
-/// The letter behind the name, which stands in parentheses.
+/// The letter after the name, which is in parentheses.
 char _state(pid_t iThread)
 {
     std::ifstream file("/proc/self/task/" + std::to_string(iThread) + "/stat");

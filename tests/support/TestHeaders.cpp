@@ -1,2 +1,2 @@
 // SPDX-License-Identifier: MIT
-// Has the headers of the tests precompiled; holds nothing itself.
+// The source of the precompiled header of the tests; otherwise empty.

@@ -74,7 +74,8 @@ void UnreadStream::fill()
     fcntl(STDERR_FILENO, F_SETFL, mode | O_NONBLOCK);
     const std::string bytes(4096, 'f');
     pollfd stream = {STDERR_FILENO, POLLOUT, 0};
-    // The last bytes one by one: room for a few is room. A terminal passes bytes on for a moment.
+    // Writes the last bytes one by one, so that no room is left. A terminal still moves bytes for a
+    // moment.
     do
     {
         while (write(STDERR_FILENO, bytes.data(), bytes.size()) > 0)
@@ -92,7 +93,7 @@ std::string UnreadStream::readAll()
     std::string all;
     char bytes[4096];
     pollfd reader = {fReader, POLLIN, 0};
-    // What was written to a terminal takes a moment to come out.
+    // Output of a terminal arrives after a moment.
     while (poll(&reader, 1, 100) > 0)
     {
         const ssize_t size = read(fReader, bytes, sizeof bytes);

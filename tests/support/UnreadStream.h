@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
-// UnreadStream: a standard error stream that nobody reads unless told to.
+// UnreadStream: a standard error stream that is not read until the test reads it.
 #ifndef IXLAL_TESTS_UNREADSTREAM_H
 #define IXLAL_TESTS_UNREADSTREAM_H
 
 #include <string>
 
-/// Stands in for the standard error stream while it lives. Its descriptor waits, as the ones that
-/// a shell hands out do.
+/// Replaces the standard error stream until the end of its scope. Its descriptor is blocking, as
+/// those of a shell are.
 class UnreadStream
 {
 public:
@@ -25,26 +25,26 @@ public:
 
     static std::string name(EKind iKind);
 
-    /// Why there is no such stream where the test runs; empty when there is one.
+    /// The reason why the stream could not be created; empty if it was.
     const std::string& missing() const
     {
         return fMissing;
     }
 
-    /// Leaves no room in the stream.
+    /// Fills the stream.
     void fill();
 
-    /// What stands in the stream, which has room again.
+    /// Reads the content of the stream, which then has room again.
     std::string readAll();
 
-    /// Nobody will read the stream any more.
+    /// Closes the reading end.
     void closeReader();
 
 private:
     void makeTerminal(int (&oEnds)[2]);
 
-    int fKept;   ///< the stream of before
-    int fReader; ///< the end that could be read
+    int fKept;   ///< the previous stream
+    int fReader; ///< the reading end
     std::string fMissing;
 };
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// ConfigTool: runs ixla-config on a directory of its own.
+// ConfigTool: runs ixla-config on a directory of the test.
 #ifndef IXLAL_TESTS_CONFIGTOOL_H
 #define IXLAL_TESTS_CONFIGTOOL_H
 
@@ -11,9 +11,8 @@
 #include <string>
 #include <vector>
 
-/// The directory holds config/ with a manager's file for com.example.net (net.prs and
-/// net.local.prs) and a store store.txt. The tool runs in the directory, so that it shows the short
-/// paths.
+/// The directory has config/ with a manager's file for com.example.net (net.prs and net.local.prs)
+/// and a store store.txt. The tool runs in the directory, so that it prints short paths.
 class ConfigTool : public ::testing::Test
 {
 protected:
@@ -23,14 +22,13 @@ protected:
     std::string read(const std::string& iName) const;
     bool exists(const std::string& iName) const;
 
-    /// Runs the tool with these arguments and returns its exit code; what it prints is in out and
-    /// err.
+    /// Runs the tool with these arguments and returns its exit code; out and err have its output.
     int run(const std::vector<std::string>& iArguments);
 
-    /// The same behind "--dir config".
+    /// The same with "--dir config" before the arguments.
     int ask(std::vector<std::string> iArguments);
 
-    /// What ask printed, as JSON.
+    /// The output of ask, as JSON.
     nlohmann::json json() const;
 
     TempDir dir;
