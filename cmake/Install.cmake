@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-# What "cmake --install" puts into a prefix, and by component what goes into which Debian package.
+# The files that "cmake --install" installs; the components are the Debian packages.
 
 include(CMakePackageConfigHelpers)
 
@@ -7,13 +7,13 @@ set(ixlal_triplet x86_64-linux-gnu)
 set(ixlal_any_compiler "")
 if(CMAKE_SIZEOF_VOID_P EQUAL 4)
     set(ixlal_triplet i386-linux-gnu)
-    # The targets bring the word size along, whatever size the compiler makes by itself.
+    # The exported targets set the word size, whatever the compiler's default is.
     set(ixlal_any_compiler ARCH_INDEPENDENT)
 endif()
 math(EXPR ixlal_bits "8 * ${CMAKE_SIZEOF_VOID_P}")
 set(ixlal_package_dir lib/cmake/ixlal)
 
-# ixlal_install_program(TARGET DIRECTORY): a program that finds the libraries of its prefix.
+# ixlal_install_program(TARGET DIRECTORY): installs a program that finds the libraries of its prefix.
 function(ixlal_install_program target directory)
     string(REGEX REPLACE "[^/]+" ".." up ${directory})
     set_target_properties(${target} PROPERTIES
@@ -22,7 +22,7 @@ function(ixlal_install_program target directory)
     set_property(GLOBAL APPEND PROPERTY IXLAL_PROGRAMS $<TARGET_FILE:${target}>)
 endfunction()
 
-# ixlal_install_script(LINK HOME FILES...): the files of a tool in Python, and the link to it.
+# ixlal_install_script(LINK HOME FILES...): installs the files of a Python tool and the link to it.
 function(ixlal_install_script link home)
     get_filename_component(name ${link} NAME)
     set(destination share/ixlal/${name})
@@ -31,14 +31,14 @@ function(ixlal_install_script link home)
     install(FILES ${link} DESTINATION bin COMPONENT ixlal-tools)
 endfunction()
 
-# _ixlal_install_headers(SOURCE DIRECTORY RULES...): the headers of a directory of the tree.
+# _ixlal_install_headers(SOURCE DIRECTORY RULES...): installs the headers of a directory of the tree.
 function(_ixlal_install_headers source directory)
     install(DIRECTORY ${PROJECT_SOURCE_DIR}/${source}/ DESTINATION include/ixlal/${directory}
         COMPONENT libixlal-dev FILES_MATCHING PATTERN *.h ${ARGN})
 endfunction()
 
-# _ixlal_install_libraries(DIRECTORY EXPORT RUNTIME DEVELOPMENT [EXCLUDE_FROM_ALL]): the libraries,
-# and what says where they are; RUNTIME and DEVELOPMENT are the components.
+# _ixlal_install_libraries(DIRECTORY EXPORT RUNTIME DEVELOPMENT [EXCLUDE_FROM_ALL]): installs the
+# libraries and the files that describe them; RUNTIME and DEVELOPMENT are the components.
 function(_ixlal_install_libraries directory export runtime development)
     install(TARGETS ixlal_core ixlal_logger ixlal_portinglayer ixlal_headers ixlal_sdk
         EXPORT ${export} LIBRARY DESTINATION ${directory} COMPONENT ${runtime} ${ARGN})
@@ -57,14 +57,14 @@ function(_ixlal_install_libraries directory export runtime development)
         DESTINATION ${directory}/pkgconfig COMPONENT ${development} ${ARGN})
 endfunction()
 
-# As a package, the libraries stand beside the system's own of their word size.
+# In a package the libraries are in the system's library directory of their word size.
 _ixlal_install_libraries(lib ixlalTargets prefix prefix)
 _ixlal_install_libraries(lib/${ixlal_triplet} ixlalPackageTargets
     libixlal libixlal-dev EXCLUDE_FROM_ALL)
 
 _ixlal_install_headers(include "")
 _ixlal_install_headers(port/portinglayer portinglayer
-    # What the porting layer keeps to itself.
+    # Internal headers of the porting layer.
     REGEX "P(Blank|Descriptor|Errno|Fork|LibraryImage|Monotonic|PathBytes|Retry|StandardError|TextHash|TimedLockGuard|WriteSignals)\\.h$"
     EXCLUDE)
 install(FILES port/logger/PLogger.h DESTINATION include/ixlal/logger COMPONENT libixlal-dev)
@@ -85,5 +85,5 @@ if(IXLAL_BUILD_TOOLS)
         COMPONENT ixlal-tools)
 endif()
 
-# The packages have it in their copyright file.
+# The packages have the license in their copyright file.
 install(FILES LICENSE DESTINATION share/doc/ixlal COMPONENT prefix)

@@ -1,20 +1,20 @@
 # SPDX-License-Identifier: MIT
-# Flags of all our own sources, and how the three libraries are made.
+# The flags of all our own sources, and the functions that build the three libraries.
 
 add_library(ixlal_flags INTERFACE)
-# Under a sanitizer in 32 bits there is nothing to warn of that the product's own build hasn't.
+# No warnings in a 32-bit sanitizer build: the product's own build reports them.
 if(NOT CMAKE_CXX_FLAGS MATCHES "-m32 -fsanitize")
     target_compile_options(ixlal_flags INTERFACE
         -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror)
 endif()
 
-# Whoever uses installed 32-bit libraries builds for 32 bits. In the tree, the preset says it.
+# Users of installed 32-bit libraries build for 32 bits. In the tree the preset sets the flag.
 set(ixlal_word_flag "")
 if(CMAKE_SIZEOF_VOID_P EQUAL 4)
     set(ixlal_word_flag -m32)
 endif()
 
-# Directories of the headers that hosts and plugins see.
+# The directories of the public headers.
 add_library(ixlal_headers INTERFACE)
 target_include_directories(ixlal_headers INTERFACE
     $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
@@ -24,9 +24,9 @@ target_compile_options(ixlal_headers INTERFACE $<INSTALL_INTERFACE:${ixlal_word_
 target_link_options(ixlal_headers INTERFACE $<INSTALL_INTERFACE:${ixlal_word_flag}>)
 set_target_properties(ixlal_headers PROPERTIES EXPORT_NAME headers)
 
-# ixlal_compile_quickly(): for a directory beside the product, whose code takes far longer to
-# compile than to run: two to four times as long when it is optimised, or checked at every call of a
-# member. The product is compiled with all of it, and so are the headers that these include.
+# ixlal_compile_quickly(): for directories outside the product whose code takes far longer to compile
+# than to run. Omits optimisation and the check of member calls, which make compiling two to four
+# times slower. The product, including the headers used here, is still compiled with both.
 function(ixlal_compile_quickly)
     if(CMAKE_CXX_FLAGS MATCHES "-fsanitize")
         add_compile_options(-O0)
@@ -36,8 +36,8 @@ function(ixlal_compile_quickly)
     endif()
 endfunction()
 
-# ixlal_library(TARGET FILE_NAME): a shared library that exports what its version script lists,
-# with full RELRO, next to the libraries it needs.
+# ixlal_library(TARGET FILE_NAME): a shared library with full RELRO that exports the symbols of its
+# version script and finds the libraries that it needs in its own directory.
 function(ixlal_library target file_name)
     add_library(${target} SHARED)
     string(REPLACE ixlal_ "" name ${target})
@@ -52,19 +52,18 @@ function(ixlal_library target file_name)
     target_link_libraries(${target} PRIVATE ixlal_flags PUBLIC ixlal_headers)
     target_link_options(${target} PRIVATE
         -Wl,--version-script=${script} -Wl,-z,relro,-z,now -Wl,--as-needed
-        # Fuzzers bring the runtime of clang's sanitizers along, the libraries do not.
+        # Fuzzers contain the runtime of clang's sanitizers; the libraries do not.
         $<$<NOT:$<BOOL:${IXLAL_BUILD_FUZZERS}>>:-Wl,--no-undefined>)
 endfunction()
 
-# ixlal_compile_small(TARGET SOURCES...): for sources whose code runs when a core starts, stops or
-# fails. They are compiled for size, which costs such code nothing that anybody would notice.
+# ixlal_compile_small(TARGET SOURCES...): compiles sources for size. For code that runs only when a
+# core starts, stops or fails, where speed does not matter.
 function(ixlal_compile_small target)
     set_source_files_properties(${ARGN} TARGET_DIRECTORY ${target} PROPERTIES
         COMPILE_OPTIONS $<$<CONFIG:Release>:-Os>)
 endfunction()
 
-# ixlal_drop_unused(TARGET): lets the linker leave out functions that nothing calls, and puts the
-# others closer together.
+# ixlal_drop_unused(TARGET): lets the linker remove unused functions, and aligns the others less.
 function(ixlal_drop_unused target)
     target_compile_options(${target} PRIVATE
         -ffunction-sections -fdata-sections -falign-functions=4 -falign-loops=1)

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-# "cpack" in a 32-bit build tree makes the Debian packages.
+# "cpack" in a 32-bit build tree builds the Debian packages.
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME ixlal)
@@ -15,8 +15,8 @@ set(CPACK_DEBIAN_COMPRESSION_TYPE xz)
 set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE i386)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 
-# _ixlal_package(NAME SECTION SUMMARY DESCRIPTION): what the control file says, and what every
-# package holds beside its component.
+# _ixlal_package(NAME SECTION SUMMARY DESCRIPTION): the control file of a package, and the files that
+# every package has in addition to its component.
 function(_ixlal_package name section summary description)
     string(TOUPPER ${name} upper)
     set(CPACK_DEBIAN_${upper}_PACKAGE_NAME ${name} PARENT_SCOPE)
@@ -58,7 +58,7 @@ set(CPACK_DEBIAN_IXLAL-TOOLS_PACKAGE_RECOMMENDS "libixlal-dev ${same_version}, c
 set(CPACK_DEBIAN_LIBIXLAL_PACKAGE_CONTROL_EXTRA
     ${PROJECT_SOURCE_DIR}/packaging/triggers ${PROJECT_BINARY_DIR}/packaging/symbols)
 
-# What other packages may want of the libraries.
+# The symbols file, from which other packages compute their dependency on the libraries.
 set(symbols "")
 foreach(library portinglayer logger core)
     file(STRINGS abi/libixlal.${library}.exports names)
@@ -69,7 +69,7 @@ foreach(library portinglayer logger core)
 endforeach()
 file(GENERATE OUTPUT ${PROJECT_BINARY_DIR}/packaging/symbols CONTENT "${symbols}")
 
-# What the scripts that cpack runs need to know.
+# Variables for the scripts that cpack runs.
 get_property(programs GLOBAL PROPERTY IXLAL_PROGRAMS)
 file(GENERATE OUTPUT ${PROJECT_BINARY_DIR}/packaging/tools.txt
     CONTENT "$<JOIN:${programs},\n>\n")

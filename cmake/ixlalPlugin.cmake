@@ -1,9 +1,9 @@
 # SPDX-License-Identifier: MIT
-# ixlal_add_plugin(NAME [SOURCES] FILE... [LINK LIBRARY...] [VALIDATE [OPTION...]]): the target NAME,
-# which is the plugin library libNAME.so. It is built for the word size of the core, exports its
-# factory alone, can be unloaded, and is not linked while it wants a symbol that nobody supplies.
-# LINK names further libraries, as target_link_libraries() takes them. VALIDATE runs ixla-validate
-# with these options on every new library; one that fails fails the build.
+# ixlal_add_plugin(NAME [SOURCES] FILE... [LINK LIBRARY...] [VALIDATE [OPTION...]]): adds the target
+# NAME, the plugin library libNAME.so. It is built for the word size of the core, exports only its
+# factory and can be unloaded. Linking fails if a symbol is undefined. LINK names more libraries, in
+# the form of target_link_libraries(). VALIDATE runs ixla-validate with these options after each
+# link; a failed check fails the build.
 function(ixlal_add_plugin name)
     cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LINK;VALIDATE")
     set(sources ${arg_UNPARSED_ARGUMENTS} ${arg_SOURCES})
