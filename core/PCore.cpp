@@ -2,8 +2,10 @@
 #include "core/PCore.h"
 
 #include "PGuarded.h"
+#include "core/PAutostart.h"
 #include "core/PCallGate.h"
 #include "core/PCoreCall.h"
+#include "core/PPluginLoader.h"
 #include "portinglayer/PCancelGuard.h"
 #include "portinglayer/PFork.h"
 
@@ -59,14 +61,7 @@ std::atomic<PCore*> PCore::fCore{nullptr};
 std::atomic<PCallGate*> PCore::fGate{nullptr};
 PCore* PCore::fKeptCores = nullptr;
 
-PCore::PCore() noexcept
-    : fInitCount(0),
-      fFirstWait(nullptr),
-      fStarted(false),
-      fNotifyExit(false),
-      fKept(false),
-      fKeptGate(nullptr),
-      fNextKept(nullptr)
+PCore::PCore() noexcept : fNotifyExit(false), fKept(false), fKeptGate(nullptr), fNextKept(nullptr)
 {
 }
 
@@ -167,41 +162,24 @@ void PCore::endCore() noexcept
     }
 }
 
-int PCore::ixlaGetInstance(const PLiteral& iInterfaceId, IBase*& oInstance)
+int PCore::loadInternalPlugins()
 {
-    if (!fStarted)
-    {
-        PLogger::error(getCoreLogger(), 0,
-                       L"[ixlaGetInstance] Core is not started cannot get instance for interface "
-                       L"ID: %ls",
-                       iInterfaceId.ptr());
-        return eIxlaCoreNotStarted;
-    }
-    return getInstanceInternal(iInterfaceId, oInstance);
+    return PPluginLoader(fParts.fLog, fParts.fServices, fParts.fRegistry).loadInternalPlugins();
 }
 
-bool PCore::ixlaIsInterfaceAvailable(const PLiteral& iInterfaceId)
+int PCore::loadPluginLib(const PLiteral& iPath)
 {
-    PLogger::debug(getCoreLogger(), 0, kCoreLogFrame);
-    PLogger::debug(getCoreLogger(), 0, L"[ixlaIsInterfaceAvailable] Check for interface ID: %ls",
-                   iInterfaceId.ptr());
-    if (!fStarted)
-    {
-        PLogger::error(
-            getCoreLogger(), 0,
-            L"[ixlaIsInterfaceAvailable] Core is not started cannot check for interface ID");
-        PLogger::debug(getCoreLogger(), 0, kCoreLogFrame);
-        return false;
-    }
-    const bool found = findPlugin(iInterfaceId) != nullptr;
-    PLogger::debug(getCoreLogger(), 0, L"[ixlaIsInterfaceAvailable] return res: %d", found ? 1 : 0);
-    PLogger::debug(getCoreLogger(), 0, kCoreLogFrame);
-    return found;
+    return PPluginLoader(fParts.fLog, fParts.fServices, fParts.fRegistry).loadPluginLib(iPath);
 }
 
-/// The record behind an interface ID, or null.
-PCorePlugin* PCore::findPlugin(const PLiteral& iInterfaceId) const
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the loader takes references of its own
+int PCore::processPlugin(PBaseptr<IPlugin> iPlugin, PPtr<PLibrary> iLibrary)
 {
-    const auto found = fInterfaces.find(iInterfaceId);
-    return found == fInterfaces.end() ? nullptr : found->second.load();
+    return PPluginLoader(fParts.fLog, fParts.fServices, fParts.fRegistry)
+        .processPlugin(iPlugin, iLibrary);
+}
+
+int PCore::initAutoStartPlugin(PString& iPluginName)
+{
+    return PAutostart(fParts.fLog, fParts.fRegistry, fParts.fInit).initAutoStartPlugin(iPluginName);
 }

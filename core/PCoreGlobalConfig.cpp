@@ -37,15 +37,15 @@ int PCore::setGlobalConfig()
 int PCore::publishDir(const wchar_t* iKey, const wchar_t* iSetFormat, const wchar_t* iMissingFormat)
 {
     PString dir;
-    const int result = fConfig->getString(iKey, dir);
+    const int result = fParts.fServices.fConfig->getString(iKey, dir);
     if (result != 0)
     {
-        PLogger::error(getCoreLogger(), 0, iMissingFormat, result);
+        PLogger::error(fParts.fLog.logger(), 0, iMissingFormat, result);
         return eIxlaMissingCoreKey;
     }
     PUtils::fixFileSeparator(dir);
-    PLogger::debug(getCoreLogger(), 0, iSetFormat, dir.ptr());
-    fConfigManager->setString(kIxlaGlobalConfigId, iKey, dir);
+    PLogger::debug(fParts.fLog.logger(), 0, iSetFormat, dir.ptr());
+    fParts.fServices.fConfigManager->setString(kIxlaGlobalConfigId, iKey, dir);
     pinGlobal(iKey);
     return eIxlaOk;
 }
@@ -53,31 +53,31 @@ int PCore::publishDir(const wchar_t* iKey, const wchar_t* iSetFormat, const wcha
 void PCore::publishInt32(const wchar_t* iKey, const wchar_t* iSetFormat)
 {
     int value = 0;
-    if (fConfig->getInt32(iKey, value) != 0)
+    if (fParts.fServices.fConfig->getInt32(iKey, value) != 0)
     {
         return;
     }
-    PLogger::debug(getCoreLogger(), 0, iSetFormat, value);
-    fConfigManager->setInt32(kIxlaGlobalConfigId, iKey, value);
+    PLogger::debug(fParts.fLog.logger(), 0, iSetFormat, value);
+    fParts.fServices.fConfigManager->setInt32(kIxlaGlobalConfigId, iKey, value);
     pinGlobal(iKey);
 }
 
 void PCore::publishBool(const wchar_t* iKey, const wchar_t* iSetFormat)
 {
     bool value = false;
-    if (fConfig->getBool(iKey, value) != 0)
+    if (fParts.fServices.fConfig->getBool(iKey, value) != 0)
     {
         return;
     }
-    PLogger::debug(getCoreLogger(), 0, iSetFormat, value ? 1 : 0);
-    fConfigManager->setBool(kIxlaGlobalConfigId, iKey, value);
+    PLogger::debug(fParts.fLog.logger(), 0, iSetFormat, value ? 1 : 0);
+    fParts.fServices.fConfigManager->setBool(kIxlaGlobalConfigId, iKey, value);
     pinGlobal(iKey);
 }
 
 void PCore::publishCustomKeys()
 {
     std::vector<PString> keys;
-    if (fConfig->getKeys(keys) != 0)
+    if (fParts.fServices.fConfig->getKeys(keys) != 0)
     {
         return;
     }
@@ -88,21 +88,21 @@ void PCore::publishCustomKeys()
         {
             continue;
         }
-        const int result = fConfig->getString(key, value);
+        const int result = fParts.fServices.fConfig->getString(key, value);
         if (result != 0)
         {
-            PLogger::error(getCoreLogger(), 0, L"[setGlobalConfig] Failed to get key: %ls err: %d",
-                           key.ptr(), result);
+            PLogger::error(fParts.fLog.logger(), 0,
+                           L"[setGlobalConfig] Failed to get key: %ls err: %d", key.ptr(), result);
             continue;
         }
-        PLogger::debug(getCoreLogger(), 0, L"[setGlobalConfig] Set %ls = %ls", key.ptr(),
+        PLogger::debug(fParts.fLog.logger(), 0, L"[setGlobalConfig] Set %ls = %ls", key.ptr(),
                        value.ptr());
-        fConfigManager->setString(kIxlaGlobalConfigId, key, value);
+        fParts.fServices.fConfigManager->setString(kIxlaGlobalConfigId, key, value);
         pinGlobal(key);
     }
 }
 
 void PCore::pinGlobal(const PLiteral& iKey)
 {
-    fConfigManager->setAttrBool(kIxlaGlobalConfigId, iKey, L"const", true);
+    fParts.fServices.fConfigManager->setAttrBool(kIxlaGlobalConfigId, iKey, L"const", true);
 }

@@ -29,14 +29,14 @@ int PCore::startFlow(const PString* iArgs, unsigned int iCount)
         return eIxlaInvalidArgument;
     }
     PStartArguments arguments;
-    int result = arguments.parse(iArgs, iCount, getCoreLogger());
+    int result = arguments.parse(iArgs, iCount, fParts.fLog.logger());
     if (result != 0)
     {
         return result;
     }
-    fLog.open(arguments);
-    PLogger::debug(getCoreLogger(), 0, L"[startFlow] Core v%ls", kCoreVersion);
-    result = initLocks();
+    fParts.fLog.open(arguments);
+    PLogger::debug(fParts.fLog.logger(), 0, L"[startFlow] Core v%ls", kCoreVersion);
+    result = fParts.fLock.init(fParts.fLog.logger());
     if (result != 0)
     {
         return result;
@@ -44,8 +44,8 @@ int PCore::startFlow(const PString* iArgs, unsigned int iCount)
     result = loadInternalPlugins();
     if (result != 0)
     {
-        PLogger::error(getCoreLogger(), 0, L"[startFlow] Failed to load internal plugins err: %d",
-                       result);
+        PLogger::error(fParts.fLog.logger(), 0,
+                       L"[startFlow] Failed to load internal plugins err: %d", result);
         return result;
     }
     result = loadCoreConfig(arguments, iArgs, iCount);
@@ -56,8 +56,8 @@ int PCore::startFlow(const PString* iArgs, unsigned int iCount)
     result = setGlobalConfig();
     if (result != 0)
     {
-        PLogger::error(getCoreLogger(), 0, L"[startFlow] Failed to fill central config err: %d",
-                       result);
+        PLogger::error(fParts.fLog.logger(), 0,
+                       L"[startFlow] Failed to fill central config err: %d", result);
         return result;
     }
     std::vector<PString> loadList;
@@ -73,24 +73,6 @@ int PCore::startFlow(const PString* iArgs, unsigned int iCount)
     return result == 0 ? markStarted() : result;
 }
 
-int PCore::initLocks()
-{
-    int result = fMutex.init(true);
-    if (result != 0)
-    {
-        PLogger::error(getCoreLogger(), 0, L"[startFlow] Failed to init mutex lock err: %d",
-                       result);
-        return eIxlaMutexInitFailed;
-    }
-    result = fCondVar.init();
-    if (result != 0)
-    {
-        PLogger::error(getCoreLogger(), 0, L"[startFlow] Failed to init cond var err: %d", result);
-        return eIxlaCondVarInitFailed;
-    }
-    return eIxlaOk;
-}
-
 int PCore::loadCoreConfig(const PStartArguments& iArguments, const PString* iArgs,
                           unsigned int iCount)
 {
@@ -98,23 +80,25 @@ int PCore::loadCoreConfig(const PStartArguments& iArguments, const PString* iArg
     int result = getInstanceInternal(kIxlaConfigManagerId, instance);
     if (result != 0)
     {
-        PLogger::error(getCoreLogger(), 0,
+        PLogger::error(fParts.fLog.logger(), 0,
                        L"[startFlow] Failed to get IConfigManager instance err: %d", result);
         return eIxlaNoConfigManager;
     }
-    fConfigManager = static_cast<IConfigManager*>(instance);
+    fParts.fServices.fConfigManager = static_cast<IConfigManager*>(instance);
     const PString& file = iArguments.fCorePrsFile;
-    PLogger::debug(getCoreLogger(), 0, L"[startFlow] Loading core prs: %ls", file.ptr());
+    PLogger::debug(fParts.fLog.logger(), 0, L"[startFlow] Loading core prs: %ls", file.ptr());
     if (file.len() == 0)
     {
-        result = fConfigManager->loadByArgs(iArgs, iCount, fConfig);
+        result =
+            fParts.fServices.fConfigManager->loadByArgs(iArgs, iCount, fParts.fServices.fConfig);
     }
     else
     {
         result = loadPropertyFile(file);
         if (result == 0)
         {
-            result = fConfigManager->appendByArgs(iArgs, iCount, fConfig);
+            result = fParts.fServices.fConfigManager->appendByArgs(iArgs, iCount,
+                                                                   fParts.fServices.fConfig);
         }
     }
     if (result == 0)
@@ -123,9 +107,9 @@ int PCore::loadCoreConfig(const PStartArguments& iArguments, const PString* iArg
     }
     if (result != 0)
     {
-        PLogger::error(getCoreLogger(), 0, L"[startFlow] Failed to load core config err: %d",
+        PLogger::error(fParts.fLog.logger(), 0, L"[startFlow] Failed to load core config err: %d",
                        result);
-        fConfig.clear();
+        fParts.fServices.fConfig.clear();
         return eIxlaCoreConfigFailed;
     }
     return eIxlaOk;
@@ -133,12 +117,12 @@ int PCore::loadCoreConfig(const PStartArguments& iArguments, const PString* iArg
 
 int PCore::loadPropertyFile(const PLiteral& iFile)
 {
-    PConfigManager& manager = static_cast<PConfigManager&>(*fConfigManager);
+    PConfigManager& manager = static_cast<PConfigManager&>(*fParts.fServices.fConfigManager);
     PReadFault fault;
-    const int result = manager.loadFile(&manager, iFile, fConfig, fault);
+    const int result = manager.loadFile(&manager, iFile, fParts.fServices.fConfig, fault);
     if (fault.code != 0)
     {
-        PLogger::error(getCoreLogger(), 0,
+        PLogger::error(fParts.fLog.logger(), 0,
                        L"[startFlow] Failed to load core prs: %ls line: %u err: %d", iFile.ptr(),
                        fault.line, fault.code);
     }
@@ -155,9 +139,10 @@ int PCore::publishLogDefaults(const PStartArguments& iArguments)
     publishDefault(L"core.plugins.log.level", iArguments.fLogLevel, result);
     const PLiteral enableKey(L"core.plugins.log.enable");
     bool enable = false;
-    if (fConfig->getBool(enableKey, enable) != 0)
+    if (fParts.fServices.fConfig->getBool(enableKey, enable) != 0)
     {
-        result = fConfigManager->setBool(kIxlaGlobalConfigId, enableKey, iArguments.fLogEnable);
+        result = fParts.fServices.fConfigManager->setBool(kIxlaGlobalConfigId, enableKey,
+                                                          iArguments.fLogEnable);
     }
     return result;
 }
@@ -165,27 +150,27 @@ int PCore::publishLogDefaults(const PStartArguments& iArguments)
 void PCore::publishDefault(const PLiteral& iKey, int iValue, int& ioResult)
 {
     int configured = 0;
-    if (fConfig->getInt32(iKey, configured) != 0)
+    if (fParts.fServices.fConfig->getInt32(iKey, configured) != 0)
     {
-        ioResult = fConfigManager->setInt32(kIxlaGlobalConfigId, iKey, iValue);
+        ioResult = fParts.fServices.fConfigManager->setInt32(kIxlaGlobalConfigId, iKey, iValue);
     }
 }
 
 int PCore::readLoadList(std::vector<PString>& oLoadList)
 {
     PString list;
-    const int result = fConfig->getString(L"core.load.plugin.list", list);
+    const int result = fParts.fServices.fConfig->getString(L"core.load.plugin.list", list);
     if (result != 0)
     {
         // A list that could not be read for lack of memory must not pass for none: without one
         // every library is loaded.
         return result == eIxlaNoMemory ? result : eIxlaOk;
     }
-    PLogger::debug(getCoreLogger(), 0, L"[startFlow] Parse loadPluginsList: %ls", list.ptr());
+    PLogger::debug(fParts.fLog.logger(), 0, L"[startFlow] Parse loadPluginsList: %ls", list.ptr());
     PString name;
     while (PLiteral::getNextToken(list, name, L',') == 0)
     {
-        PLogger::debug(getCoreLogger(), 0, L"[startFlow] Add to load list pluginName: %ls",
+        PLogger::debug(fParts.fLog.logger(), 0, L"[startFlow] Add to load list pluginName: %ls",
                        name.ptr());
         if (PLibrary::fixLibName(name) != 0)
         {
@@ -203,16 +188,16 @@ int PCore::findPluginsDir(PString& ioDir)
     {
         return eIxlaOk;
     }
-    const int result = fConfig->getString(L"core.plugins.dir", ioDir);
+    const int result = fParts.fServices.fConfig->getString(L"core.plugins.dir", ioDir);
     if (result != 0)
     {
-        PLogger::error(getCoreLogger(), 0,
+        PLogger::error(fParts.fLog.logger(), 0,
                        L"[startFlow] Failed to get from config plugins dir err: %d", result);
         return eIxlaNoPluginsDir;
     }
     if (ioDir.len() == 0)
     {
-        PLogger::error(getCoreLogger(), 0, L"[startFlow] Plugins dir not set.");
+        PLogger::error(fParts.fLog.logger(), 0, L"[startFlow] Plugins dir not set.");
         return eIxlaNoPluginsDir;
     }
     return eIxlaOk;
@@ -221,8 +206,9 @@ int PCore::findPluginsDir(PString& ioDir)
 int PCore::loadPlugins(const PLiteral& iDir, const std::vector<PString>& iLoadList)
 {
     const PLiteral filter(L"*.so");
-    PLogger::debug(getCoreLogger(), 0, L"[startFlow] Loading plugins from dir: %ls, filter: %ls",
-                   iDir.ptr(), filter.ptr());
+    PLogger::debug(fParts.fLog.logger(), 0,
+                   L"[startFlow] Loading plugins from dir: %ls, filter: %ls", iDir.ptr(),
+                   filter.ptr());
     PDir entries(iDir, filter);
     const int result = entries.preaddir();
     if (result == -ENOMEM)
@@ -231,8 +217,8 @@ int PCore::loadPlugins(const PLiteral& iDir, const std::vector<PString>& iLoadLi
     }
     if (result != 0)
     {
-        PLogger::error(getCoreLogger(), 0, L"[startFlow] Failed to read plugins dir: %ls err: %d",
-                       iDir.ptr(), result);
+        PLogger::error(fParts.fLog.logger(), 0,
+                       L"[startFlow] Failed to read plugins dir: %ls err: %d", iDir.ptr(), result);
     }
     return loadEntries(entries, iDir, iLoadList);
 }
@@ -258,16 +244,16 @@ int PCore::loadEntries(PDir& ioEntries, const PLiteral& iDir, const std::vector<
 
 int PCore::loadEntry(const PLiteral& iDir, const PLiteral& iEntry)
 {
-    PLogger::debug(getCoreLogger(), 0, kCoreLogFrame);
+    PLogger::debug(fParts.fLog.logger(), 0, kCoreLogFrame);
     PString path(iDir);
     path += L"/";
     path += iEntry;
-    PLogger::debug(getCoreLogger(), 0, L"[startFlow] Loading plugin: %ls", path.ptr());
+    PLogger::debug(fParts.fLog.logger(), 0, L"[startFlow] Loading plugin: %ls", path.ptr());
     const int result = loadPluginLib(path);
     if (result == eIxlaNotAPlugin)
     {
-        PLogger::debug(getCoreLogger(), 0, L"[startFlow] Library is not a plugin ignore it: %ls",
-                       path.ptr());
+        PLogger::debug(fParts.fLog.logger(), 0,
+                       L"[startFlow] Library is not a plugin ignore it: %ls", path.ptr());
         return eIxlaOk;
     }
     return result;
@@ -275,19 +261,19 @@ int PCore::loadEntry(const PLiteral& iDir, const PLiteral& iEntry)
 
 int PCore::markStarted()
 {
-    PLogger::debug(getCoreLogger(), 0, L"[startFlow] Mark that core is started");
-    fStarted = true;
+    PLogger::debug(fParts.fLog.logger(), 0, L"[startFlow] Mark that core is started");
+    fParts.fRegistry.markStarted();
     _print("\n[iXLA] Core started.\n");
 
     IBase* instance = nullptr;
     int result = getInstanceInternal(kIxlaEventDispatcherId, instance);
     if (result != 0)
     {
-        PLogger::error(getCoreLogger(), 0,
+        PLogger::error(fParts.fLog.logger(), 0,
                        L"[startFlow] Failed to get IEventDispatcher instance err: %d", result);
         return eIxlaNoEventDispatcher;
     }
-    fEventDispatcher = static_cast<IEventDispatcher*>(instance);
+    fParts.fServices.fEventDispatcher = static_cast<IEventDispatcher*>(instance);
     result = initAutoStartList();
     if (result != 0)
     {
@@ -300,17 +286,18 @@ int PCore::markStarted()
 int PCore::initAutoStartList()
 {
     PString list;
-    const int result = fConfig->getString(L"core.autostart.list", list);
+    const int result = fParts.fServices.fConfig->getString(L"core.autostart.list", list);
     if (result != 0)
     {
-        PLogger::debug(getCoreLogger(), 0, L"[startFlow] No autostart property res: %d", result);
+        PLogger::debug(fParts.fLog.logger(), 0, L"[startFlow] No autostart property res: %d",
+                       result);
         return result == eIxlaNoMemory ? result : eIxlaOk;
     }
-    PLogger::info(getCoreLogger(), 0, L"[startFlow] Get autostart list: %ls", list.ptr());
+    PLogger::info(fParts.fLog.logger(), 0, L"[startFlow] Get autostart list: %ls", list.ptr());
     PString name;
     while (PLiteral::getNextToken(list, name, L',') == 0)
     {
-        PLogger::debug(getCoreLogger(), 0, L"[startFlow] Process autostart plugin name: %ls",
+        PLogger::debug(fParts.fLog.logger(), 0, L"[startFlow] Process autostart plugin name: %ls",
                        name.ptr());
         if (PLibrary::fixLibName(name) != 0)
         {
@@ -324,13 +311,13 @@ int PCore::initAutoStartList()
 
 void PCore::announceStart()
 {
-    PLogger::debug(getCoreLogger(), 0, L"[startFlow] Sending event: %ls", kIxlaCoreStartTopic);
+    PLogger::debug(fParts.fLog.logger(), 0, L"[startFlow] Sending event: %ls", kIxlaCoreStartTopic);
     // Nobody need listen.
-    fEventDispatcher->send(kIxlaCoreStartTopic, nullptr, 0);
+    fParts.fServices.fEventDispatcher->send(kIxlaCoreStartTopic, nullptr, 0);
     _print("\n[iXLA] Plugins initialized.\n\n");
-    fLog.writeFreeMemory(L"[startFlow] Free mem: %llu");
-    PLogger::info(getCoreLogger(), 0, L"[startFlow] Proc mem Start flow end: %llu",
-                  fLog.readProcessMemory());
-    PLogger::debug(getCoreLogger(), 0, L"[startFlow] Done.");
-    PLogger::debug(getCoreLogger(), 0, kCoreLogFrame);
+    fParts.fLog.writeFreeMemory(L"[startFlow] Free mem: %llu");
+    PLogger::info(fParts.fLog.logger(), 0, L"[startFlow] Proc mem Start flow end: %llu",
+                  fParts.fLog.readProcessMemory());
+    PLogger::debug(fParts.fLog.logger(), 0, L"[startFlow] Done.");
+    PLogger::debug(fParts.fLog.logger(), 0, kCoreLogFrame);
 }

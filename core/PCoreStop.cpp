@@ -50,8 +50,8 @@ private:
 
 int PCore::stopFlow()
 {
-    PLogger::debug(getCoreLogger(), 0, kCoreLogFrame);
-    PLogger::debug(getCoreLogger(), 0, L"[stopFlow] Stopping core...");
+    PLogger::debug(fParts.fLog.logger(), 0, kCoreLogFrame);
+    PLogger::debug(fParts.fLog.logger(), 0, L"[stopFlow] Stopping core...");
     writeMemory();
     const int timeout = readExitTimeout();
     const int result = announceExit(timeout);
@@ -65,37 +65,39 @@ int PCore::stopFlow()
         cleanup();
     }
     writeMemory();
-    PLogger::debug(getCoreLogger(), 0, L"[stopFlow] Done.");
-    PLogger::debug(getCoreLogger(), 0, kCoreLogFrame);
+    PLogger::debug(fParts.fLog.logger(), 0, L"[stopFlow] Done.");
+    PLogger::debug(fParts.fLog.logger(), 0, kCoreLogFrame);
     return eIxlaOk;
 }
 
 void PCore::writeMemory() const
 {
-    fLog.writeFreeMemory(L"[stopFlow] Free mem: %llu");
-    fLog.writeProcessMemory(L"[stopFlow] Proc mem: %llu");
+    fParts.fLog.writeFreeMemory(L"[stopFlow] Free mem: %llu");
+    fParts.fLog.writeProcessMemory(L"[stopFlow] Proc mem: %llu");
 }
 
 int PCore::readExitTimeout()
 {
     int timeout = kDefaultTimeoutSeconds;
-    const int result = fConfig ? fConfig->getInt32(kTimeoutKey, timeout) : eIxlaNotFound;
+    const int result = fParts.fServices.fConfig
+                           ? fParts.fServices.fConfig->getInt32(kTimeoutKey, timeout)
+                           : eIxlaNotFound;
     if (result != 0)
     {
-        PLogger::error(getCoreLogger(), 0,
+        PLogger::error(fParts.fLog.logger(), 0,
                        L"[stopFlow] Failed to get %ls from config use default: %d err: %d",
                        kTimeoutKey, kDefaultTimeoutSeconds, result);
         return kDefaultTimeoutSeconds;
     }
-    PLogger::debug(getCoreLogger(), 0, L"[stopFlow] Get %ls from config value: %d", kTimeoutKey,
-                   timeout);
+    PLogger::debug(fParts.fLog.logger(), 0, L"[stopFlow] Get %ls from config value: %d",
+                   kTimeoutKey, timeout);
     return timeout;
 }
 
 int PCore::announceExit(int iTimeout)
 {
     PThread notifier;
-    PLockGuard lock(fMutex);
+    PLockGuard lock(fParts.fLock.fMutex);
     if (lock.result() != 0)
     {
         return eIxlaLockFailed;
@@ -104,7 +106,7 @@ int PCore::announceExit(int iTimeout)
     int result = startNotifier(notifier);
     if (result != 0)
     {
-        PLogger::error(getCoreLogger(), 0,
+        PLogger::error(fParts.fLog.logger(), 0,
                        L"[stopFlow] Failed to create notify core exit thread err: %d", result);
         return lock.unlock() == 0 ? eIxlaOk : eIxlaUnlockFailed;
     }
@@ -115,7 +117,7 @@ int PCore::announceExit(int iTimeout)
         lock.keepLocked();
         return result;
     }
-    PLogger::debug(getCoreLogger(), 0, L"[stopFlow] Waiting finished fNotifyExit: %d",
+    PLogger::debug(fParts.fLog.logger(), 0, L"[stopFlow] Waiting finished fNotifyExit: %d",
                    fNotifyExit ? 1 : 0);
     if (!fNotifyExit)
     {
@@ -146,12 +148,12 @@ int PCore::startNotifier(PThread& ioNotifier)
 
 int PCore::nl_awaitNotifier(int iTimeout)
 {
-    PLogger::debug(getCoreLogger(), 0,
+    PLogger::debug(fParts.fLog.logger(), 0,
                    L"[stopFlow] Waiting notify thread to finish timeout: %ds...", iTimeout);
     const long long start = PTime::getTickCount();
     while (fNotifyExit)
     {
-        const int result = fCondVar.wait(&fMutex, kWaitMilliseconds);
+        const int result = fParts.fLock.fCondVar.wait(&fParts.fLock.fMutex, kWaitMilliseconds);
         if (result != 0 && result != PConditionalVar::eTimeout)
         {
             return eIxlaCondVarFailed;
@@ -159,7 +161,7 @@ int PCore::nl_awaitNotifier(int iTimeout)
         const long long elapsed = PTime::getTickCountDiff(start, PTime::getTickCount());
         if (elapsed >= static_cast<long long>(iTimeout) * 1000 && nl_partFromNotifier())
         {
-            PLogger::debug(getCoreLogger(), 0, L"[stopFlow] Waiting finished with timeout!");
+            PLogger::debug(fParts.fLog.logger(), 0, L"[stopFlow] Waiting finished with timeout!");
             break;
         }
     }
@@ -168,12 +170,12 @@ int PCore::nl_awaitNotifier(int iTimeout)
 
 void PCore::join(PThread& ioNotifier) const
 {
-    PLogger::debug(getCoreLogger(), 0, L"[stopFlow] Join notify thread to exit...");
+    PLogger::debug(fParts.fLog.logger(), 0, L"[stopFlow] Join notify thread to exit...");
     void* exitCode = nullptr;
     const int result = ioNotifier.pjoin(exitCode);
     // NOLINTNEXTLINE(performance-no-int-to-ptr): shown with %p, never followed
     void* const shown = reinterpret_cast<void*>(static_cast<std::intptr_t>(result));
-    PLogger::debug(getCoreLogger(), 0, L"[stopFlow] Join return res: %p exitCode: %d", shown,
+    PLogger::debug(fParts.fLog.logger(), 0, L"[stopFlow] Join return res: %p exitCode: %d", shown,
                    static_cast<int>(reinterpret_cast<std::intptr_t>(exitCode)));
 }
 
@@ -186,17 +188,17 @@ void PCore::graceSleep(int iTimeout)
 {
     const unsigned int wanted = static_cast<unsigned int>(iTimeout) * 10u;
     const unsigned int sleep = std::max(wanted, kShortestGraceMilliseconds);
-    const bool freeLibsOnDestroy = readFreeLibraries();
-    PLogger::debug(getCoreLogger(), 0, L"[stopFlow] freeLibsOnDestroy : %d ms",
+    const bool freeLibsOnDestroy = fParts.fServices.readFreeLibraries();
+    PLogger::debug(fParts.fLog.logger(), 0, L"[stopFlow] freeLibsOnDestroy : %d ms",
                    freeLibsOnDestroy ? 1 : 0);
     if (!freeLibsOnDestroy)
     {
-        PLogger::debug(getCoreLogger(), 0,
+        PLogger::debug(fParts.fLog.logger(), 0,
                        L"[stopFlow] Sleep last chance for other threads to exit: %d ms (SKIPPED!)",
                        sleep);
         return;
     }
-    PLogger::debug(getCoreLogger(), 0,
+    PLogger::debug(fParts.fLog.logger(), 0,
                    L"[stopFlow] Sleep last chance for other threads to exit: %d ms", sleep);
     PThread::psleep(sleep);
 }
@@ -208,7 +210,7 @@ void* PCore::thNotifyCoreExit(void* iCore)
     const int result = core->notifyCoreExit();
     if (!end.isAbandoned())
     {
-        PLogger::debug(core->getCoreLogger(), 0, L"[thNotifyCoreExit] notifyCoreExit res: %d",
+        PLogger::debug(core->fParts.fLog.logger(), 0, L"[thNotifyCoreExit] notifyCoreExit res: %d",
                        result);
     }
     return nullptr;
@@ -216,9 +218,9 @@ void* PCore::thNotifyCoreExit(void* iCore)
 
 IXLA_PASSES_THREAD_END int PCore::notifyCoreExit()
 {
-    PLogger::debug(getCoreLogger(), 0, L"[notifyCoreExit] Sending event %ls...",
+    PLogger::debug(fParts.fLog.logger(), 0, L"[notifyCoreExit] Sending event %ls...",
                    kIxlaCoreExitTopic);
-    const PBaseptr<IEventDispatcher> dispatcher(fEventDispatcher);
+    const PBaseptr<IEventDispatcher> dispatcher(fParts.fServices.fEventDispatcher);
     const std::shared_ptr<PExitNotice> notice = fExitNotice;
     if (notice)
     {
@@ -250,20 +252,21 @@ int PCore::endNotification(PExitNotice* iNotice, bool iEndedByListener)
     }
     if (iEndedByListener)
     {
-        PLogger::error(getCoreLogger(), 0, L"[notifyCoreExit] Listener ended the notify thread");
+        PLogger::error(fParts.fLog.logger(), 0,
+                       L"[notifyCoreExit] Listener ended the notify thread");
     }
     return reportExit();
 }
 
 int PCore::reportExit()
 {
-    PLockGuard lock(fMutex);
+    PLockGuard lock(fParts.fLock.fMutex);
     if (lock.result() != 0)
     {
         return eIxlaLockFailed;
     }
     fNotifyExit = false;
-    if (fCondVar.notifyAll() != 0)
+    if (fParts.fLock.fCondVar.notifyAll() != 0)
     {
         lock.keepLocked();
         return eIxlaCondVarFailed;
@@ -272,32 +275,14 @@ int PCore::reportExit()
     {
         return eIxlaUnlockFailed;
     }
-    PLogger::debug(getCoreLogger(), 0, L"[notifyCoreExit] Done.");
+    PLogger::debug(fParts.fLog.logger(), 0, L"[notifyCoreExit] Done.");
     return eIxlaOk;
 }
 
 void PCore::cleanup()
 {
-    fConfig.clear();
-    fConfigManager.clear();
-    fEventDispatcher.clear();
-    std::vector<PCorePlugin*> records;
-    records.swap(fCorePlugins);
-    fInterfaces.clear();
-    const bool inPluginCode = fExitNotice && fExitNotice->isAbandoned();
-    // Every plugin goes before the first library: a plugin may use code of another one.
-    for (PCorePlugin* record : records)
-    {
-        record->releasePlugin();
-        if (inPluginCode && record->fLibrary)
-        {
-            record->fLibrary->keepLoaded();
-        }
-    }
-    for (PCorePlugin* record : records)
-    {
-        delete record;
-    }
+    fParts.fServices.clear();
+    fParts.fRegistry.release(fExitNotice && fExitNotice->isAbandoned());
 }
 
 void PCore::partFromNotifier() noexcept
@@ -306,7 +291,7 @@ void PCore::partFromNotifier() noexcept
     {
         // The stop returned early with the mutex held, and the notifier needs it to report. If it
         // is not held, this changes nothing.
-        fMutex.unlock();
+        fParts.fLock.fMutex.unlock();
         fExitNotice->abandonOrAwait();
     }
 }
@@ -333,7 +318,7 @@ bool PCore::letCallsLeave() noexcept
     if (calls != 0)
     {
         fKept = true;
-        PLogger::error(getCoreLogger(), 0,
+        PLogger::error(fParts.fLog.logger(), 0,
                        L"[PCore] Calls that do not leave the core: %u, keep plugins and libraries",
                        calls);
     }
@@ -346,12 +331,14 @@ bool PCore::closeConfigManager(long long iStart) noexcept
 {
     const long long waited = PTime::getTickCountDiff(iStart, PTime::getTickCount());
     const long long left = std::max(kLongestLeaveMilliseconds - waited, 0LL);
-    PConfigManager* const manager = static_cast<PConfigManager*>(fConfigManager.get());
+    PConfigManager* const manager =
+        static_cast<PConfigManager*>(fParts.fServices.fConfigManager.get());
     if (!manager || manager->tryCleanup(static_cast<unsigned int>(left)) == 0)
     {
         return true;
     }
-    PLogger::error(getCoreLogger(), 0, L"[PCore] Configuration manager is busy on another thread");
+    PLogger::error(fParts.fLog.logger(), 0,
+                   L"[PCore] Configuration manager is busy on another thread");
     return false;
 }
 
@@ -366,14 +353,5 @@ void PCore::keep() noexcept
 PCore::~PCore()
 {
     cleanup();
-    int result = fMutex.close();
-    if (result != 0)
-    {
-        PLogger::error(getCoreLogger(), 0, L"[~PCore] Failed to close mutex lock err: %d", result);
-    }
-    result = fCondVar.close();
-    if (result != 0)
-    {
-        PLogger::error(getCoreLogger(), 0, L"[~PCore] Failed to close cond var err: %d", result);
-    }
+    fParts.fLock.close(fParts.fLog.logger());
 }

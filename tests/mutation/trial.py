@@ -331,7 +331,7 @@ def binaries_for(build, fault, quick):
 
 def prove(build):
     """Tries three faults whose outcome is known."""
-    file, text = "core/PCoreInit.cpp", "callInit(ioRecord)"
+    file, text = "core/PPluginInit.cpp", "callInit(ioRecord)"
     lines = (build.tree / file).read_text(encoding="utf-8").split("\n")
     line = next(i for i, old in enumerate(lines) if "finishInit" in old and text in old)
     for new, wanted in ((text + " /**/", "same-code"), ("eIxlaInitFailed", "caught"),

@@ -1,0 +1,7 @@
+// SPDX-License-Identifier: MIT
+#include "core/PCoreParts.h"
+
+PCoreParts::PCoreParts() noexcept
+    : fRegistry(fLog, fLock), fInit(fLog, fLock, fRegistry), fLookup(fLog, fRegistry, fInit)
+{
+}

@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: MIT
+// PCoreParts: what one core consists of.
+#ifndef IXLAL_PCOREPARTS_H
+#define IXLAL_PCOREPARTS_H
+
+#include "core/PCoreLock.h"
+#include "core/PCoreLog.h"
+#include "core/PCoreServices.h"
+#include "core/PInstanceLookup.h"
+#include "core/PPluginInit.h"
+#include "core/PPluginRegistry.h"
+
+/// Connects the parts of one core. They are destroyed in reverse order: the log is the first
+/// member, because all others may write while they are destroyed.
+class PCoreParts
+{
+public:
+    PCoreParts() noexcept;
+
+    PCoreParts(const PCoreParts&) = delete;
+    PCoreParts& operator=(const PCoreParts&) = delete;
+
+    PCoreLog fLog;
+    PCoreLock fLock;
+    PCoreServices fServices;
+    PPluginRegistry fRegistry;
+    PPluginInit fInit;
+    PInstanceLookup fLookup;
+};
+
+#endif

@@ -1,0 +1,116 @@
+// SPDX-License-Identifier: MIT
+#include "core/PInstanceLookup.h"
+
+#include "Ixla.h"
+#include "PGuarded.h"
+#include "core/PCoreLog.h"
+#include "core/PPluginInit.h"
+#include "core/PPluginRegistry.h"
+
+namespace
+{
+void* _pluginPointer(const PCorePlugin& iRecord)
+{
+    return iRecord.fPlugin.get();
+}
+} // namespace
+
+int PInstanceLookup::ixlaGetInstance(const PLiteral& iInterfaceId, IBase*& oInstance)
+{
+    if (!fRegistry.isStarted())
+    {
+        PLogger::error(fLog.logger(), 0,
+                       L"[ixlaGetInstance] Core is not started cannot get instance for interface "
+                       L"ID: %ls",
+                       iInterfaceId.ptr());
+        return eIxlaCoreNotStarted;
+    }
+    return getInstanceInternal(iInterfaceId, oInstance);
+}
+
+int PInstanceLookup::getInstanceInternal(const PLiteral& iInterfaceId, IBase*& oInstance)
+{
+    PLogger* const logger = fLog.logger();
+    PLogger::debug(logger, 2, L"%ls", kCoreLogFrame);
+    PLogger::debug(logger, 2, L"[getInstanceInternal] Get instance for interface ID: %ls",
+                   iInterfaceId.ptr());
+    PCorePlugin* const found = fRegistry.find(iInterfaceId);
+    if (!found)
+    {
+        PLogger::error(logger, 0, L"[getInstanceInternal] Unknown interface ID: %ls",
+                       iInterfaceId.ptr());
+        return eIxlaUnknownInterface;
+    }
+    PCorePlugin& record = *found;
+    if (record.fLibrary && logger && logger->isLogged(1))
+    {
+        PLogger::info(logger, 1, L"[getInstanceInternal] Call initPlugin() for %ls",
+                      record.fLibrary->getName().ptr());
+    }
+    int result = fInit.initPlugin(record);
+    if (result != 0)
+    {
+        PLogger::error(logger, 0, L"[getInstanceInternal][pg:%p] Failed to init plugin err: %d",
+                       _pluginPointer(record), result);
+        return eIxlaInitFailed;
+    }
+    PLogger::debug(logger, 2, L"[getInstanceInternal][pg:%p] Get instance from plugin",
+                   _pluginPointer(record));
+    result = ixlaGuarded([&] { return guardedGetInstance(record, iInterfaceId, oInstance); },
+                         eIxlaInitFailed);
+    if (result == 0)
+    {
+        PLogger::debug(logger, 2, L"[getInstanceInternal][pg:%p] Return instance %p",
+                       _pluginPointer(record), static_cast<void*>(oInstance));
+    }
+    else
+    {
+        PLogger::error(logger, 0, L"[getInstanceInternal][pg:%p] Failed to get instance err: %d",
+                       _pluginPointer(record), result);
+    }
+    PLogger::debug(logger, 2, L"%ls", kCoreLogFrame);
+    return result;
+}
+
+bool PInstanceLookup::ixlaIsInterfaceAvailable(const PLiteral& iInterfaceId) const
+{
+    PLogger::debug(fLog.logger(), 0, kCoreLogFrame);
+    PLogger::debug(fLog.logger(), 0, L"[ixlaIsInterfaceAvailable] Check for interface ID: %ls",
+                   iInterfaceId.ptr());
+    if (!fRegistry.isStarted())
+    {
+        PLogger::error(
+            fLog.logger(), 0,
+            L"[ixlaIsInterfaceAvailable] Core is not started cannot check for interface ID");
+        PLogger::debug(fLog.logger(), 0, kCoreLogFrame);
+        return false;
+    }
+    const bool found = fRegistry.find(iInterfaceId) != nullptr;
+    PLogger::debug(fLog.logger(), 0, L"[ixlaIsInterfaceAvailable] return res: %d", found ? 1 : 0);
+    PLogger::debug(fLog.logger(), 0, kCoreLogFrame);
+    return found;
+}
+
+IXLA_PASSES_THREAD_END int PInstanceLookup::guardedGetInstance(const PCorePlugin& iRecord,
+                                                               const PLiteral& iInterfaceId,
+                                                               IBase*& oInstance) const
+{
+    try
+    {
+        return iRecord.fPlugin->getInstance(iInterfaceId, oInstance);
+    }
+    catch (PThreadEnd&)
+    {
+        PLogger::error(fLog.logger(), 0,
+                       L"[getInstanceInternal][pg:%p] Plugin ended its thread in getInstance",
+                       _pluginPointer(iRecord));
+        throw;
+    }
+    catch (...)
+    {
+        PLogger::error(fLog.logger(), 0,
+                       L"[getInstanceInternal][pg:%p] Plugin threw an exception in getInstance",
+                       _pluginPointer(iRecord));
+        throw;
+    }
+}

@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: MIT
+// PInstanceLookup: finds the plugin behind an interface ID and asks it for the object.
+#ifndef IXLAL_PINSTANCELOOKUP_H
+#define IXLAL_PINSTANCELOOKUP_H
+
+class IBase;
+class PCoreLog;
+class PCorePlugin;
+class PLiteral;
+class PPluginInit;
+class PPluginRegistry;
+
+/// The way of one lookup: the registry finds the record, the initialisation runs or awaits the
+/// plugin's init, and the plugin hands out the object. Takes no lock itself. [any thread]
+class PInstanceLookup
+{
+public:
+    PInstanceLookup(const PCoreLog& iLog, PPluginRegistry& ioRegistry, PPluginInit& ioInit) noexcept
+        : fLog(iLog), fRegistry(ioRegistry), fInit(ioInit)
+    {
+    }
+
+    PInstanceLookup(const PInstanceLookup&) = delete;
+    PInstanceLookup& operator=(const PInstanceLookup&) = delete;
+
+    /// As the exported function, whose contract is in Ixla.h.
+    int ixlaGetInstance(const PLiteral& iInterfaceId, IBase*& oInstance);
+
+    /// As ixlaGetInstance, also before the core is marked started.
+    int getInstanceInternal(const PLiteral& iInterfaceId, IBase*& oInstance);
+
+    /// As the exported function.
+    bool ixlaIsInterfaceAvailable(const PLiteral& iInterfaceId) const;
+
+private:
+    int guardedGetInstance(const PCorePlugin& iRecord, const PLiteral& iInterfaceId,
+                           IBase*& oInstance) const;
+
+    const PCoreLog& fLog;
+    PPluginRegistry& fRegistry;
+    PPluginInit& fInit;
+};
+
+#endif

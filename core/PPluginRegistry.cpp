@@ -1,0 +1,217 @@
+// SPDX-License-Identifier: MIT
+#include "core/PPluginRegistry.h"
+
+#include "Ixla.h"
+#include "core/PCoreLog.h"
+#include "portinglayer/PFile.h"
+#include "portinglayer/PLockGuard.h"
+
+#include <algorithm>
+
+int PPluginRegistry::checkInterfaces(const PString* iIDs, unsigned int iCount)
+{
+    for (unsigned int i = 0; iIDs && i < iCount; ++i)
+    {
+        const PCorePlugin* const found = find(iIDs[i]);
+        if (!found)
+        {
+            continue;
+        }
+        const PPtr<PLibrary>& owner = found->fLibrary;
+        if (owner)
+        {
+            PLogger::error(fLog.logger(), 0,
+                           L"[processPlugin] Interface already registered: %ls from plugin: %ls",
+                           iIDs[i].ptr(), owner->getName().ptr());
+        }
+        else
+        {
+            PLogger::error(
+                fLog.logger(), 0,
+                L"[processPlugin] Interface already registered: %ls from internal plugin",
+                iIDs[i].ptr());
+        }
+        return eIxlaInterfaceRegistered;
+    }
+    return eIxlaOk;
+}
+
+void PPluginRegistry::add(std::unique_ptr<PCorePlugin> iRecord)
+{
+    iRecord->fNumber = fCorePlugins.empty() ? 1 : fCorePlugins.back()->fNumber + 1;
+    PLogger::debug(fLog.logger(), 0, L"[processPlugin] Add corePlugin: %p",
+                   static_cast<void*>(iRecord.get()));
+    fCorePlugins.push_back(iRecord.get());
+    addInterfaces(*iRecord.release());
+}
+
+void PPluginRegistry::addInterfaces(PCorePlugin& iRecord)
+{
+    const PString* const ids = iRecord.fInterfaceIDs.get();
+    try
+    {
+        for (unsigned int i = 0; ids && i < iRecord.fInterfaceCount; ++i)
+        {
+            PLogger::debug(fLog.logger(), 0, L"[processPlugin] Add interface ID: %ls",
+                           ids[i].ptr());
+            fTable.add(ids[i], iRecord);
+        }
+    }
+    catch (...)
+    {
+        removeRecord(iRecord);
+        throw;
+    }
+}
+
+void PPluginRegistry::removeRecord(PCorePlugin& iRecord)
+{
+    fTable.remove(iRecord);
+    std::erase(fCorePlugins, &iRecord);
+    delete &iRecord;
+}
+
+int PPluginRegistry::ixlaUnloadPlugin(IPlugin* iPlugin)
+{
+    PLogger::debug(fLog.logger(), 0, kCoreLogFrame);
+    PLogger::debug(fLog.logger(), 0, L"[ixlaUnloadPlugin] iPlugin: %p",
+                   static_cast<void*>(iPlugin));
+    if (!fStarted)
+    {
+        PLogger::error(fLog.logger(), 0,
+                       L"[ixlaUnloadPlugin] Core is not started cannot unload plugin.");
+        PLogger::debug(fLog.logger(), 0, kCoreLogFrame);
+        return eIxlaCoreNotStarted;
+    }
+    // Declared before the lock, so that a library is never closed while the mutex is held. The
+    // loader has a lock of its own, and a constructor or destructor that runs inside that one may
+    // call the core from another thread.
+    PPtr<PLibrary> library;
+    PLockGuard lock(fLock.fMutex);
+    if (lock.result() != 0)
+    {
+        return eIxlaLockFailed;
+    }
+    const int result = nl_unloadPlugin(iPlugin, library);
+    if (lock.unlock() != 0)
+    {
+        return eIxlaUnlockFailed;
+    }
+    library.clear();
+    PLogger::debug(fLog.logger(), 0, L"[ixlaUnloadPlugin] return res: %d", result);
+    PLogger::debug(fLog.logger(), 0, kCoreLogFrame);
+    return result;
+}
+
+int PPluginRegistry::nl_unloadPlugin(IPlugin* iPlugin, PPtr<PLibrary>& oLibrary)
+{
+    const auto found = std::find_if(fCorePlugins.begin(), fCorePlugins.end(),
+                                    [iPlugin](const PCorePlugin* record)
+                                    { return record->fPlugin.get() == iPlugin; });
+    if (found == fCorePlugins.end())
+    {
+        return eIxlaPluginNotFound;
+    }
+    PCorePlugin* const record = *found;
+    PLogger::debug(fLog.logger(), 0, L"[ixlaUnloadPlugin] Remove corePlugin: %p",
+                   static_cast<void*>(record));
+    const PString* const ids = record->fInterfaceIDs.get();
+    for (unsigned int i = 0; ids && i < record->fInterfaceCount; ++i)
+    {
+        PLogger::debug(fLog.logger(), 0, L"[ixlaUnloadPlugin] Remove interface ID: %ls",
+                       ids[i].ptr());
+        if (!fTable.withdraw(ids[i]))
+        {
+            PLogger::error(fLog.logger(), 0,
+                           L"[ixlaUnloadPlugin] Failed to find interface ID in map");
+        }
+    }
+    fCorePlugins.erase(found);
+    record->fUnloaded = true;
+    if (record->fUses == 0)
+    {
+        nl_destroy(*record, oLibrary);
+    }
+    return eIxlaOk;
+}
+
+/// Destroys a record that is in no table any more. The caller closes its library, after it has
+/// released the mutex.
+// NOLINTNEXTLINE(readability-convert-member-functions-to-static): it is this core's mutex
+void PPluginRegistry::nl_destroy(PCorePlugin& iRecord, PPtr<PLibrary>& oLibrary)
+{
+    const std::unique_ptr<PCorePlugin> record(&iRecord);
+    oLibrary = record->fLibrary;
+    // With the mutex held, so that nobody finds the plugin half destroyed: a thread that asks for
+    // the state of another plugin waits until this one is destroyed.
+    record->releasePlugin();
+}
+
+int PPluginRegistry::useNext(const PLiteral& iFileName, unsigned int iAfter, PCorePlugin*& oRecord)
+{
+    PLockGuard lock(fLock.fMutex);
+    if (lock.result() != 0)
+    {
+        return eIxlaLockFailed;
+    }
+    oRecord = nl_findByFile(iFileName, iAfter);
+    if (oRecord)
+    {
+        ++oRecord->fUses;
+    }
+    return lock.unlock() == 0 ? eIxlaOk : eIxlaUnlockFailed;
+}
+
+PCorePlugin* PPluginRegistry::nl_findByFile(const PLiteral& iFileName, unsigned int iAfter) const
+{
+    const auto matches = [&](const PCorePlugin* record)
+    {
+        if (record->fNumber <= iAfter || !record->fLibrary)
+        {
+            return false;
+        }
+        PString name(record->fLibrary->getName());
+        PFile::getFileName(name);
+        return name.cmp(iFileName) == 0;
+    };
+    const auto found = std::find_if(fCorePlugins.begin(), fCorePlugins.end(), matches);
+    return found == fCorePlugins.end() ? nullptr : *found;
+}
+
+void PPluginRegistry::endUse(PCorePlugin& ioRecord) noexcept
+{
+    // Declared before the lock, as in ixlaUnloadPlugin.
+    PPtr<PLibrary> library;
+    const PLockGuard lock(fLock.fMutex);
+    if (lock.result() != 0)
+    {
+        // The record counts as used for good: an unload does not destroy it.
+        return;
+    }
+    --ioRecord.fUses;
+    if (ioRecord.fUses == 0 && ioRecord.fUnloaded)
+    {
+        nl_destroy(ioRecord, library);
+    }
+}
+
+void PPluginRegistry::release(bool iKeepLibraries)
+{
+    std::vector<PCorePlugin*> records;
+    records.swap(fCorePlugins);
+    fTable.clear();
+    // Every plugin is destroyed before the first library is closed: a plugin may use code of
+    // another one.
+    for (PCorePlugin* record : records)
+    {
+        record->releasePlugin();
+        if (iKeepLibraries && record->fLibrary)
+        {
+            record->fLibrary->keepLoaded();
+        }
+    }
+    for (PCorePlugin* record : records)
+    {
+        delete record;
+    }
+}

@@ -1,0 +1,91 @@
+// SPDX-License-Identifier: MIT
+// PPluginRegistry: the records of all plugins and the interfaces that they offer.
+#ifndef IXLAL_PPLUGINREGISTRY_H
+#define IXLAL_PPLUGINREGISTRY_H
+
+#include "core/PCoreLock.h"
+#include "core/PCorePlugin.h"
+#include "core/PInterfaceTable.h"
+
+#include <atomic>
+#include <memory>
+#include <vector>
+
+class PCoreLog;
+
+/// Owns the records. The start adds them, before it marks the registry started; from then on only
+/// an unload and the clean-up remove them. The list of records is changed with the core's mutex
+/// held from the start on, and without it before and in the clean-up. Interfaces are looked up
+/// without the mutex.
+class PPluginRegistry
+{
+public:
+    PPluginRegistry(const PCoreLog& iLog, PCoreLock& iLock) noexcept
+        : fLog(iLog), fLock(iLock), fStarted(false)
+    {
+    }
+
+    PPluginRegistry(const PPluginRegistry&) = delete;
+    PPluginRegistry& operator=(const PPluginRegistry&) = delete;
+
+    /// Whether calls from outside are served. [any thread]
+    bool isStarted() const noexcept
+    {
+        return fStarted;
+    }
+
+    void markStarted() noexcept
+    {
+        fStarted = true;
+    }
+
+    /// The record behind an interface ID, or null. [any thread]
+    PCorePlugin* find(const PLiteral& iInterfaceId)
+    {
+        return fTable.find(iInterfaceId);
+    }
+
+    /// All records, built-in plugins first. Once the core is started the caller holds its mutex.
+    const std::vector<PCorePlugin*>& records() const noexcept
+    {
+        return fCorePlugins;
+    }
+
+    /// Returns 0 when nobody has registered one of the interfaces, or -1007, which is logged.
+    int checkInterfaces(const PString* iIDs, unsigned int iCount);
+
+    /// Numbers and adds a record and its interfaces. On an exception nothing is added. May throw
+    /// std::bad_alloc.
+    void add(std::unique_ptr<PCorePlugin> iRecord);
+
+    /// Removes a plugin and its interfaces, and destroys it, or leaves that to the last endUse.
+    int ixlaUnloadPlugin(IPlugin* iPlugin);
+
+    /// Finds the first record with a number above iAfter whose library has the file name. The
+    /// record is not destroyed before the caller ends its use. oRecord is null after the last one.
+    /// Returns 0, -1013 or -1014; oRecord is set in the last case, too.
+    int useNext(const PLiteral& iFileName, unsigned int iAfter, PCorePlugin*& oRecord);
+
+    /// Ends a use; destroys a record that was unloaded meanwhile.
+    void endUse(PCorePlugin& ioRecord) noexcept;
+
+    /// Removes all records and destroys all plugins, then closes their libraries, or keeps those
+    /// loaded for good.
+    void release(bool iKeepLibraries);
+
+private:
+    void addInterfaces(PCorePlugin& iRecord);
+    void removeRecord(PCorePlugin& iRecord);
+    int nl_unloadPlugin(IPlugin* iPlugin, PPtr<PLibrary>& oLibrary) IXLA_REQUIRES(fLock.fMutex);
+    void nl_destroy(PCorePlugin& iRecord, PPtr<PLibrary>& oLibrary) IXLA_REQUIRES(fLock.fMutex);
+    PCorePlugin* nl_findByFile(const PLiteral& iFileName, unsigned int iAfter) const
+        IXLA_REQUIRES(fLock.fMutex);
+
+    const PCoreLog& fLog;
+    PCoreLock& fLock;
+    std::vector<PCorePlugin*> fCorePlugins; ///< owned; built-in ones first
+    PInterfaceTable fTable;
+    std::atomic<bool> fStarted;
+};
+
+#endif
