@@ -6,12 +6,12 @@
 #include "core/PCallGate.h"
 #include "core/PCore.h"
 
-/// The core cannot end between construction and destruction, unless the stop has waited its time
-/// for this call; even then everything that the call may use stays.
+/// The core is not destroyed between construction and destruction: the stop waits for the call,
+/// and keeps the core for good when the call does not leave in time.
 class PCoreCall
 {
 public:
-    PCoreCall() noexcept : fGate(PCore::getGate())
+    PCoreCall() noexcept : fGate(PCoreLifetime::getGate())
     {
         if (fGate && !fGate->enter())
         {
@@ -31,7 +31,7 @@ public:
     PCoreCall& operator=(const PCoreCall&) = delete;
 
     /// The core, also while it starts; null when there is none, and to other threads once a stop
-    /// has let them go.
+    /// has closed the gate.
     PCore* core() const noexcept
     {
         return fGate ? PCore::getCore() : nullptr;

@@ -5,7 +5,6 @@
 #include "PGuarded.h"
 #include "core/PCoreLog.h"
 #include "core/PPluginInit.h"
-#include "core/PPluginRegistry.h"
 
 namespace
 {
@@ -14,19 +13,6 @@ void* _pluginPointer(const PCorePlugin& iRecord)
     return iRecord.fPlugin.get();
 }
 } // namespace
-
-int PInstanceLookup::ixlaGetInstance(const PLiteral& iInterfaceId, IBase*& oInstance)
-{
-    if (!fRegistry.isStarted())
-    {
-        PLogger::error(fLog.logger(), 0,
-                       L"[ixlaGetInstance] Core is not started cannot get instance for interface "
-                       L"ID: %ls",
-                       iInterfaceId.ptr());
-        return eIxlaCoreNotStarted;
-    }
-    return getInstanceInternal(iInterfaceId, oInstance);
-}
 
 int PInstanceLookup::getInstanceInternal(const PLiteral& iInterfaceId, IBase*& oInstance)
 {
@@ -74,21 +60,31 @@ int PInstanceLookup::getInstanceInternal(const PLiteral& iInterfaceId, IBase*& o
 
 bool PInstanceLookup::ixlaIsInterfaceAvailable(const PLiteral& iInterfaceId) const
 {
-    PLogger::debug(fLog.logger(), 0, kCoreLogFrame);
-    PLogger::debug(fLog.logger(), 0, L"[ixlaIsInterfaceAvailable] Check for interface ID: %ls",
+    PLogger* const logger = fLog.logger();
+    PLogger::debug(logger, 0, kCoreLogFrame);
+    PLogger::debug(logger, 0, L"[ixlaIsInterfaceAvailable] Check for interface ID: %ls",
                    iInterfaceId.ptr());
     if (!fRegistry.isStarted())
     {
         PLogger::error(
-            fLog.logger(), 0,
+            logger, 0,
             L"[ixlaIsInterfaceAvailable] Core is not started cannot check for interface ID");
-        PLogger::debug(fLog.logger(), 0, kCoreLogFrame);
+        PLogger::debug(logger, 0, kCoreLogFrame);
         return false;
     }
     const bool found = fRegistry.find(iInterfaceId) != nullptr;
-    PLogger::debug(fLog.logger(), 0, L"[ixlaIsInterfaceAvailable] return res: %d", found ? 1 : 0);
-    PLogger::debug(fLog.logger(), 0, kCoreLogFrame);
+    PLogger::debug(logger, 0, L"[ixlaIsInterfaceAvailable] return res: %d", found ? 1 : 0);
+    PLogger::debug(logger, 0, kCoreLogFrame);
     return found;
+}
+
+int PInstanceLookup::refuse(const PLiteral& iInterfaceId) const
+{
+    PLogger::error(fLog.logger(), 0,
+                   L"[ixlaGetInstance] Core is not started cannot get instance for interface "
+                   L"ID: %ls",
+                   iInterfaceId.ptr());
+    return eIxlaCoreNotStarted;
 }
 
 IXLA_PASSES_THREAD_END int PInstanceLookup::guardedGetInstance(const PCorePlugin& iRecord,

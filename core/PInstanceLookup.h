@@ -3,20 +3,18 @@
 #ifndef IXLAL_PINSTANCELOOKUP_H
 #define IXLAL_PINSTANCELOOKUP_H
 
-class IBase;
-class PCoreLog;
-class PCorePlugin;
-class PLiteral;
+#include "core/PPluginRegistry.h"
+
 class PPluginInit;
-class PPluginRegistry;
 
 /// The way of one lookup: the registry finds the record, the initialisation runs or awaits the
 /// plugin's init, and the plugin hands out the object. Takes no lock itself. [any thread]
 class PInstanceLookup
 {
 public:
-    PInstanceLookup(const PCoreLog& iLog, PPluginRegistry& ioRegistry, PPluginInit& ioInit) noexcept
-        : fLog(iLog), fRegistry(ioRegistry), fInit(ioInit)
+    PInstanceLookup(const PCoreLog& iLog, const PPluginRegistry& iRegistry,
+                    PPluginInit& ioInit) noexcept
+        : fLog(iLog), fRegistry(iRegistry), fInit(ioInit)
     {
     }
 
@@ -24,7 +22,11 @@ public:
     PInstanceLookup& operator=(const PInstanceLookup&) = delete;
 
     /// As the exported function, whose contract is in Ixla.h.
-    int ixlaGetInstance(const PLiteral& iInterfaceId, IBase*& oInstance);
+    int ixlaGetInstance(const PLiteral& iInterfaceId, IBase*& oInstance)
+    {
+        return fRegistry.isStarted() ? getInstanceInternal(iInterfaceId, oInstance)
+                                     : refuse(iInterfaceId);
+    }
 
     /// As ixlaGetInstance, also before the core is marked started.
     int getInstanceInternal(const PLiteral& iInterfaceId, IBase*& oInstance);
@@ -33,11 +35,12 @@ public:
     bool ixlaIsInterfaceAvailable(const PLiteral& iInterfaceId) const;
 
 private:
+    [[gnu::cold]] int refuse(const PLiteral& iInterfaceId) const;
     int guardedGetInstance(const PCorePlugin& iRecord, const PLiteral& iInterfaceId,
                            IBase*& oInstance) const;
 
     const PCoreLog& fLog;
-    PPluginRegistry& fRegistry;
+    const PPluginRegistry& fRegistry;
     PPluginInit& fInit;
 };
 

@@ -8,7 +8,7 @@
 
 #include <algorithm>
 
-int PPluginRegistry::checkInterfaces(const PString* iIDs, unsigned int iCount)
+int PPluginRegistry::checkInterfaces(const PString* iIDs, unsigned int iCount) const
 {
     for (unsigned int i = 0; iIDs && i < iCount; ++i)
     {
@@ -36,39 +36,45 @@ int PPluginRegistry::checkInterfaces(const PString* iIDs, unsigned int iCount)
     return eIxlaOk;
 }
 
-void PPluginRegistry::add(std::unique_ptr<PCorePlugin> iRecord)
+void PPluginRegistry::add(std::unique_ptr<PCorePlugin>&& iRecord)
 {
-    iRecord->fNumber = fCorePlugins.empty() ? 1 : fCorePlugins.back()->fNumber + 1;
+    PCorePlugin& record = *iRecord;
+    record.fNumber = fCorePlugins.empty() ? 1 : fCorePlugins.back()->fNumber + 1;
     PLogger::debug(fLog.logger(), 0, L"[processPlugin] Add corePlugin: %p",
-                   static_cast<void*>(iRecord.get()));
-    fCorePlugins.push_back(iRecord.get());
-    addInterfaces(*iRecord.release());
+                   static_cast<void*>(&record));
+    fCorePlugins.push_back(&record);
+    try
+    {
+        addInterfaces(record);
+    }
+    catch (...)
+    {
+        withdrawInterfaces(record);
+        fCorePlugins.pop_back();
+        throw;
+    }
+    static_cast<void>(iRecord.release());
 }
 
 void PPluginRegistry::addInterfaces(PCorePlugin& iRecord)
 {
     const PString* const ids = iRecord.fInterfaceIDs.get();
-    try
+    for (unsigned int i = 0; ids && i < iRecord.fInterfaceCount; ++i)
     {
-        for (unsigned int i = 0; ids && i < iRecord.fInterfaceCount; ++i)
-        {
-            PLogger::debug(fLog.logger(), 0, L"[processPlugin] Add interface ID: %ls",
-                           ids[i].ptr());
-            fTable.add(ids[i], iRecord);
-        }
-    }
-    catch (...)
-    {
-        removeRecord(iRecord);
-        throw;
+        PLogger::debug(fLog.logger(), 0, L"[processPlugin] Add interface ID: %ls", ids[i].ptr());
+        fTable.add(ids[i], iRecord);
     }
 }
 
-void PPluginRegistry::removeRecord(PCorePlugin& iRecord)
+/// Empties the entries of a record whose registration failed.
+void PPluginRegistry::withdrawInterfaces(PCorePlugin& iRecord)
 {
-    fTable.remove(iRecord);
-    std::erase(fCorePlugins, &iRecord);
-    delete &iRecord;
+    const PString* const ids = iRecord.fInterfaceIDs.get();
+    for (unsigned int i = 0; i < iRecord.fInterfaceCount; ++i)
+    {
+        // False for an ID that was not added yet.
+        static_cast<void>(fTable.withdraw(ids[i], iRecord));
+    }
 }
 
 int PPluginRegistry::ixlaUnloadPlugin(IPlugin* iPlugin)
@@ -120,7 +126,7 @@ int PPluginRegistry::nl_unloadPlugin(IPlugin* iPlugin, PPtr<PLibrary>& oLibrary)
     {
         PLogger::debug(fLog.logger(), 0, L"[ixlaUnloadPlugin] Remove interface ID: %ls",
                        ids[i].ptr());
-        if (!fTable.withdraw(ids[i]))
+        if (!fTable.withdraw(ids[i], *record))
         {
             PLogger::error(fLog.logger(), 0,
                            L"[ixlaUnloadPlugin] Failed to find interface ID in map");

@@ -40,7 +40,7 @@ public:
     }
 
     /// The record behind an interface ID, or null. [any thread]
-    PCorePlugin* find(const PLiteral& iInterfaceId)
+    PCorePlugin* find(const PLiteral& iInterfaceId) const
     {
         return fTable.find(iInterfaceId);
     }
@@ -52,11 +52,11 @@ public:
     }
 
     /// Returns 0 when nobody has registered one of the interfaces, or -1007, which is logged.
-    int checkInterfaces(const PString* iIDs, unsigned int iCount);
+    int checkInterfaces(const PString* iIDs, unsigned int iCount) const;
 
-    /// Numbers and adds a record and its interfaces. On an exception nothing is added. May throw
-    /// std::bad_alloc.
-    void add(std::unique_ptr<PCorePlugin> iRecord);
+    /// Numbers a record, adds it with its interfaces and takes it over. On std::bad_alloc the
+    /// registry finds neither of them, and the record stays with the caller.
+    void add(std::unique_ptr<PCorePlugin>&& iRecord);
 
     /// Removes a plugin and its interfaces, and destroys it, or leaves that to the last endUse.
     int ixlaUnloadPlugin(IPlugin* iPlugin);
@@ -75,7 +75,7 @@ public:
 
 private:
     void addInterfaces(PCorePlugin& iRecord);
-    void removeRecord(PCorePlugin& iRecord);
+    void withdrawInterfaces(PCorePlugin& iRecord);
     int nl_unloadPlugin(IPlugin* iPlugin, PPtr<PLibrary>& oLibrary) IXLA_REQUIRES(fLock.fMutex);
     void nl_destroy(PCorePlugin& iRecord, PPtr<PLibrary>& oLibrary) IXLA_REQUIRES(fLock.fMutex);
     PCorePlugin* nl_findByFile(const PLiteral& iFileName, unsigned int iAfter) const

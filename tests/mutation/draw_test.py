@@ -63,7 +63,7 @@ class Drawing(unittest.TestCase):
         sink, clock = "port/logger/PLogSink.cpp", "port/logger/PLogClock.cpp"
         for operator, file, old, new in (
                 ("condition-true", "core/PCallGate.h", "fetch_add(1)", "true))"),
-                ("operand-dropped", "core/PCore.cpp", "!change.granted() || getCore()", "if ("),
+                ("operand-dropped", "core/PCoreLifetime.cpp", "!change.granted() || getCore()", "if ("),
                 ("operand-dropped", sink, "state.st_size != end ||", "!= 0 ||"),
                 ("name-confused", sink, "F_DUPFD_CLOEXEC", "F_DUPFD,"),
                 ("name-confused", "port/portinglayer/PDescriptor.cpp", "F_DUPFD_CLOEXEC", "F_DUPFD,"),

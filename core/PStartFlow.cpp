@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: MIT
+#include "core/PStartFlow.h"
+
+#include "Ixla.h"
 #include "config/PConfigManager.h"
 #include "config/PReadFault.h"
-#include "core/PCore.h"
-#include "core/PCoreLog.h"
+#include "core/PCoreParts.h"
 #include "core/PStartArguments.h"
 #include "portinglayer/PDir.h"
 #include "portinglayer/PStandardError.h"
@@ -17,12 +19,12 @@ constexpr wchar_t kCoreVersion[] = L"3.3.32";
 
 void _print(const char* iText)
 {
-    // A stream that takes no banner does not keep the core from starting.
+    // The core starts without a banner when the stream fails.
     static_cast<void>(PStandardError::write(iText, std::strlen(iText)));
 }
 } // namespace
 
-int PCore::startFlow(const PString* iArgs, unsigned int iCount)
+int PStartFlow::startFlow(const PString* iArgs, unsigned int iCount)
 {
     if (!iArgs || iCount == 0)
     {
@@ -41,7 +43,7 @@ int PCore::startFlow(const PString* iArgs, unsigned int iCount)
     {
         return result;
     }
-    result = loadInternalPlugins();
+    result = fParts.fLoader.loadInternalPlugins();
     if (result != 0)
     {
         PLogger::error(fParts.fLog.logger(), 0,
@@ -53,7 +55,7 @@ int PCore::startFlow(const PString* iArgs, unsigned int iCount)
     {
         return result;
     }
-    result = setGlobalConfig();
+    result = fParts.fGlobalConfig.setGlobalConfig();
     if (result != 0)
     {
         PLogger::error(fParts.fLog.logger(), 0,
@@ -73,11 +75,11 @@ int PCore::startFlow(const PString* iArgs, unsigned int iCount)
     return result == 0 ? markStarted() : result;
 }
 
-int PCore::loadCoreConfig(const PStartArguments& iArguments, const PString* iArgs,
-                          unsigned int iCount)
+int PStartFlow::loadCoreConfig(const PStartArguments& iArguments, const PString* iArgs,
+                               unsigned int iCount)
 {
     IBase* instance = nullptr;
-    int result = getInstanceInternal(kIxlaConfigManagerId, instance);
+    int result = fParts.fLookup.getInstanceInternal(kIxlaConfigManagerId, instance);
     if (result != 0)
     {
         PLogger::error(fParts.fLog.logger(), 0,
@@ -115,7 +117,7 @@ int PCore::loadCoreConfig(const PStartArguments& iArguments, const PString* iArg
     return eIxlaOk;
 }
 
-int PCore::loadPropertyFile(const PLiteral& iFile)
+int PStartFlow::loadPropertyFile(const PLiteral& iFile)
 {
     PConfigManager& manager = static_cast<PConfigManager&>(*fParts.fServices.fConfigManager);
     PReadFault fault;
@@ -129,9 +131,9 @@ int PCore::loadPropertyFile(const PLiteral& iFile)
     return result;
 }
 
-int PCore::publishLogDefaults(const PStartArguments& iArguments)
+int PStartFlow::publishLogDefaults(const PStartArguments& iArguments)
 {
-    // The last write alone decides: one that failed before it is forgotten.
+    // The result is that of the last write: an earlier failure is dropped.
     int result = eIxlaOk;
     publishDefault(L"core.plugins.log.maxsize", iArguments.fLogMaxSize, result);
     publishDefault(L"core.plugins.log.parts", iArguments.fLogParts, result);
@@ -147,7 +149,7 @@ int PCore::publishLogDefaults(const PStartArguments& iArguments)
     return result;
 }
 
-void PCore::publishDefault(const PLiteral& iKey, int iValue, int& ioResult)
+void PStartFlow::publishDefault(const PLiteral& iKey, int iValue, int& ioResult)
 {
     int configured = 0;
     if (fParts.fServices.fConfig->getInt32(iKey, configured) != 0)
@@ -156,14 +158,14 @@ void PCore::publishDefault(const PLiteral& iKey, int iValue, int& ioResult)
     }
 }
 
-int PCore::readLoadList(std::vector<PString>& oLoadList)
+int PStartFlow::readLoadList(std::vector<PString>& oLoadList)
 {
     PString list;
     const int result = fParts.fServices.fConfig->getString(L"core.load.plugin.list", list);
     if (result != 0)
     {
-        // A list that could not be read for lack of memory must not pass for none: without one
-        // every library is loaded.
+        // Without a list every library is loaded, so a list that could not be read for lack of
+        // memory must not count as none.
         return result == eIxlaNoMemory ? result : eIxlaOk;
     }
     PLogger::debug(fParts.fLog.logger(), 0, L"[startFlow] Parse loadPluginsList: %ls", list.ptr());
@@ -182,7 +184,7 @@ int PCore::readLoadList(std::vector<PString>& oLoadList)
     return list.len() == 0 ? eIxlaOk : eIxlaNoMemory;
 }
 
-int PCore::findPluginsDir(PString& ioDir)
+int PStartFlow::findPluginsDir(PString& ioDir)
 {
     if (ioDir.len() != 0)
     {
@@ -203,7 +205,7 @@ int PCore::findPluginsDir(PString& ioDir)
     return eIxlaOk;
 }
 
-int PCore::loadPlugins(const PLiteral& iDir, const std::vector<PString>& iLoadList)
+int PStartFlow::loadPlugins(const PLiteral& iDir, const std::vector<PString>& iLoadList)
 {
     const PLiteral filter(L"*.so");
     PLogger::debug(fParts.fLog.logger(), 0,
@@ -223,7 +225,8 @@ int PCore::loadPlugins(const PLiteral& iDir, const std::vector<PString>& iLoadLi
     return loadEntries(entries, iDir, iLoadList);
 }
 
-int PCore::loadEntries(PDir& ioEntries, const PLiteral& iDir, const std::vector<PString>& iLoadList)
+int PStartFlow::loadEntries(PDir& ioEntries, const PLiteral& iDir,
+                            const std::vector<PString>& iLoadList)
 {
     for (; ioEntries == 0; ++ioEntries)
     {
@@ -242,14 +245,14 @@ int PCore::loadEntries(PDir& ioEntries, const PLiteral& iDir, const std::vector<
     return eIxlaOk;
 }
 
-int PCore::loadEntry(const PLiteral& iDir, const PLiteral& iEntry)
+int PStartFlow::loadEntry(const PLiteral& iDir, const PLiteral& iEntry)
 {
     PLogger::debug(fParts.fLog.logger(), 0, kCoreLogFrame);
     PString path(iDir);
     path += L"/";
     path += iEntry;
     PLogger::debug(fParts.fLog.logger(), 0, L"[startFlow] Loading plugin: %ls", path.ptr());
-    const int result = loadPluginLib(path);
+    const int result = fParts.fLoader.loadPluginLib(path);
     if (result == eIxlaNotAPlugin)
     {
         PLogger::debug(fParts.fLog.logger(), 0,
@@ -259,14 +262,14 @@ int PCore::loadEntry(const PLiteral& iDir, const PLiteral& iEntry)
     return result;
 }
 
-int PCore::markStarted()
+int PStartFlow::markStarted()
 {
     PLogger::debug(fParts.fLog.logger(), 0, L"[startFlow] Mark that core is started");
     fParts.fRegistry.markStarted();
     _print("\n[iXLA] Core started.\n");
 
     IBase* instance = nullptr;
-    int result = getInstanceInternal(kIxlaEventDispatcherId, instance);
+    int result = fParts.fLookup.getInstanceInternal(kIxlaEventDispatcherId, instance);
     if (result != 0)
     {
         PLogger::error(fParts.fLog.logger(), 0,
@@ -283,7 +286,7 @@ int PCore::markStarted()
     return eIxlaOk;
 }
 
-int PCore::initAutoStartList()
+int PStartFlow::initAutoStartList()
 {
     PString list;
     const int result = fParts.fServices.fConfig->getString(L"core.autostart.list", list);
@@ -304,12 +307,12 @@ int PCore::initAutoStartList()
             return eIxlaNoMemory;
         }
         // A plugin that fails to initialise is logged there and does not fail the start.
-        initAutoStartPlugin(name);
+        fParts.fAutostart.initAutoStartPlugin(name);
     }
     return list.len() == 0 ? eIxlaOk : eIxlaNoMemory;
 }
 
-void PCore::announceStart()
+void PStartFlow::announceStart()
 {
     PLogger::debug(fParts.fLog.logger(), 0, L"[startFlow] Sending event: %ls", kIxlaCoreStartTopic);
     // Nobody need listen.

@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: MIT
+// PCoreLifetime: creates and ends the one core of the process.
+#ifndef IXLAL_PCORELIFETIME_H
+#define IXLAL_PCORELIFETIME_H
+
+#include <atomic>
+
+class PCallGate;
+class PCore;
+class PString;
+
+/// Owns the core and the gate through which calls enter it. One thread at a time starts or stops.
+/// [any thread]
+class PCoreLifetime
+{
+public:
+    PCoreLifetime() = delete;
+
+    /// The core, also while it starts; null when there is none.
+    static PCore* getCore() noexcept
+    {
+        return fCore.load(std::memory_order_acquire);
+    }
+
+    /// The gate that calls from outside pass, see PCoreCall; null before the first start, after a
+    /// stop that had to leave calls inside, and in a child that was forked.
+    static PCallGate* getGate() noexcept
+    {
+        return fGate.load(std::memory_order_acquire);
+    }
+
+    /// Returns the gate and forgets it: the next core gets a new one.
+    static PCallGate* takeGate() noexcept
+    {
+        return fGate.exchange(nullptr);
+    }
+
+    /// For the child after a fork. A core that its parent had, or was just starting or stopping,
+    /// stays the parent's: all calls are refused from now on, and it is neither stopped nor
+    /// destroyed here. Without one, the child may start a core of its own.
+    static void leaveToParent() noexcept;
+
+    /// As the exported functions, whose contracts are in Ixla.h.
+    static int ixlaStart(const PString* iArgs, unsigned int iCount);
+    [[gnu::cold]] static int ixlaStop() noexcept;
+
+private:
+    [[gnu::cold]] static int start(const PString* iArgs, unsigned int iCount);
+    [[gnu::cold]] static int runStart(PCore& ioCore, const PString* iArgs, unsigned int iCount);
+    static PCallGate* provideGate() noexcept;
+    [[gnu::cold]] static void endCore() noexcept;
+
+    static std::atomic<PCore*> fCore;
+    static std::atomic<PCallGate*> fGate;
+};
+
+#endif
