@@ -62,7 +62,7 @@ bool ixlaIsInterfaceAvailable(const PLiteral& iInterfaceId)
 
 int ixlaUnloadPlugin(IPlugin* iPlugin)
 {
-    // Also for the destructor of the plugin.
+    // The thread is not cancelled in the destructor of the plugin.
     const PCancelGuard guard;
     const PCoreCall call;
     PCore* const core = call.core();

@@ -18,8 +18,8 @@ void PCallGate::open() noexcept
 
 unsigned int PCallGate::close(unsigned int iMilliseconds) noexcept
 {
-    // Open from the first time on. When that fails nobody waits, and who is inside then counts as
-    // one who stays.
+    // The first close opens both; later ones leave them as they are. When opening fails, there is
+    // no wait, and calls that are inside count as calls that stay.
     (void)fMutex.init(false);
     (void)fLeft.init();
     fCloser = PThread::getCurrentThreadId();
@@ -35,7 +35,7 @@ bool PCallGate::isCloser() const noexcept
     return fCloser == PThread::getCurrentThreadId();
 }
 
-// Failures are not looked at here: who waits looks at the state again by itself.
+// Failures are ignored: the waiting thread reads the state again after its time limit.
 void PCallGate::tellCloser() noexcept
 {
     const PLockGuard lock(fMutex);

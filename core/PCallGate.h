@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// PCallGate: lets calls into the core until it stops, and knows how many are inside.
+// PCallGate: admits calls to the core until it stops, and counts the calls inside.
 #ifndef IXLAL_PCALLGATE_H
 #define IXLAL_PCALLGATE_H
 
@@ -8,23 +8,23 @@
 
 #include <atomic>
 
-/// A call enters before it looks for the core and leaves when it touches the core no more. Gates
-/// are never destroyed: a thread may come to one at any time. [any thread]
+/// A call enters before it reads the pointer to the core and leaves after its last use of the core.
+/// Gates are never destroyed, because a thread may enter one at any time. [any thread]
 class PCallGate
 {
 public:
-    /// A closed gate. iBefore is the one that a forked child has from its parent, or null.
+    /// Creates a closed gate. iBefore is the gate that a forked child inherits, or null.
     explicit PCallGate(const PCallGate* iBefore = nullptr) noexcept;
 
     PCallGate(const PCallGate&) = delete;
     PCallGate& operator=(const PCallGate&) = delete;
 
-    /// True while the gate is open, and for the thread that closed it; the caller then leaves
-    /// later. A call may enter again from inside. Never waits.
+    /// Returns true while the gate is open, and to the thread that closed it; the caller must then
+    /// leave. A call inside may enter again. Never waits.
     bool enter() noexcept
     {
-        // The state is looked at before it is changed, so that callers who are refused again and
-        // again don't make a closed gate look busy.
+        // The state is read before it is changed, so that repeated refused calls do not make a
+        // closed gate look busy.
         if (isClosed(fState.load()))
         {
             return false;
@@ -47,8 +47,8 @@ public:
 
     void open() noexcept;
 
-    /// Lets in the calling thread alone from now on, and waits until everybody has left, but not
-    /// longer than iMilliseconds. Returns how many are still inside.
+    /// Admits only the calling thread from now on, and waits until all calls have left, but not
+    /// longer than iMilliseconds. Returns the number of calls that are still inside.
     unsigned int close(unsigned int iMilliseconds) noexcept;
 
 private:

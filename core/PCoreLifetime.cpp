@@ -18,7 +18,7 @@ std::atomic<bool> sChanging{false};
 /// True in a child whose parent had a core; only the fork sets it.
 std::atomic<bool> sIsParents{false};
 
-/// The gate that a child has from its parent; only the fork sets it.
+/// The gate that a child inherits from its parent; only the fork sets it.
 const PCallGate* sParentsGate = nullptr;
 
 /// The right to start or stop the core, which one thread has at a time.
@@ -49,7 +49,7 @@ private:
     const bool fGranted;
 };
 
-// Fails without memory only, before there is a core.
+// Registration fails only without memory.
 [[maybe_unused]] const int sRegistered = PFork::tellChildren(&PCoreLifetime::leaveToParent);
 } // namespace
 

@@ -32,7 +32,7 @@ void PCoreLog::open(const PStartArguments& iArguments) noexcept
     {
         return;
     }
-    // A log that cannot be opened does not keep the core from starting; the logger tries again.
+    // The core starts without its log when that cannot be opened; the logger tries again.
     logger->init(iArguments.fLogFile, L"Core", false,
                  static_cast<unsigned int>(iArguments.fLogMaxSize), iArguments.fLogParts,
                  iArguments.fLogMaxCount, iArguments.fLogEnable);
@@ -54,7 +54,7 @@ void PCoreLog::writeFreeMemory(const wchar_t* iFormat) const noexcept
         return;
     }
     unsigned long long bytes = 0;
-    // The figure only informs: without it the line says 0.
+    // A figure that cannot be read is logged as 0.
     PProcess::getFreeMemory(bytes);
     PLogger::debug(logger(), 0, iFormat, bytes);
 }
@@ -75,8 +75,8 @@ unsigned long long PCoreLog::readProcessMemory() const noexcept
     return bytes;
 }
 
-/// Whether lines with figures about memory are written. Reading the figures takes longer than all
-/// else that the core does for a plugin, so they are only read to be written.
+/// Whether lines with figures about memory are written. The figures are read only for such lines:
+/// reading them takes longer than all other work of the core for a plugin.
 bool PCoreLog::writesFigures() const noexcept
 {
     const PLogger* const current = logger();

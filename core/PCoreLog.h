@@ -12,21 +12,21 @@ class PStartArguments;
 /// The line that frames each public operation of the core in the log.
 constexpr wchar_t kCoreLogFrame[] = L"**************************************************";
 
-/// The logger of one core, which owns it from the start to the end: a core that is kept for calls
-/// that do not leave keeps its log, too. [any thread]
+/// Owns the logger of one core, from the start to the destruction. A core that is kept for calls
+/// that do not leave keeps its log. [any thread]
 class PCoreLog
 {
 public:
     PCoreLog() noexcept;
 
-    /// Ends the log. Nobody may be writing.
+    /// Ends the log. No thread may be writing.
     ~PCoreLog();
 
     PCoreLog(const PCoreLog&) = delete;
     PCoreLog& operator=(const PCoreLog&) = delete;
 
-    /// Creates the logger that the arguments ask for; none without a log file, or without the
-    /// memory for it. The starting core does so once.
+    /// Creates the logger that the arguments describe; none without a log file or without memory.
+    /// The start calls it once.
     void open(const PStartArguments& iArguments) noexcept;
 
     /// The logger; null before it is created and without a core log. All forms of PLogger accept
@@ -41,8 +41,8 @@ public:
     void writeFreeMemory(const wchar_t* iFormat) const noexcept;
     void writeProcessMemory(const wchar_t* iFormat) const noexcept;
 
-    /// The memory that the process uses, in bytes, for a line of level 0; 0 when it cannot be read,
-    /// or when the log doesn't write such lines.
+    /// The memory that the process uses, in bytes, for a line of level 0. Returns 0 when it cannot
+    /// be read, and when the log does not write such lines.
     unsigned long long readProcessMemory() const noexcept;
 
 private:

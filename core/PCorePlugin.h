@@ -10,8 +10,8 @@
 
 class PCoreLog;
 
-/// One registered plugin. The members from fInitState to fUnloaded are guarded by the core's mutex;
-/// the others do not change between registration and destruction.
+/// One registered plugin. The core's mutex guards the members from fInitState to fUnloaded; the
+/// others do not change between registration and destruction.
 class PCorePlugin
 {
 public:
@@ -20,10 +20,10 @@ public:
         eNotInitialised = 0,
         eInitialising = 1, ///< the thread fInitThreadId runs init
         eInitialised = 2,
-        eInitFailed = 3 ///< for good
+        eInitFailed = 3 ///< final
     };
 
-    /// A plugin that throws when it is released is reported to iLog.
+    /// iLog gets an error line when the plugin throws while it is released; it may be null.
     explicit PCorePlugin(const PCoreLog* iLog = nullptr) noexcept;
 
     /// Releases the interface IDs, the plugin, then its library.
@@ -32,9 +32,8 @@ public:
     PCorePlugin(const PCorePlugin&) = delete;
     PCorePlugin& operator=(const PCorePlugin&) = delete;
 
-    /// Releases the interface IDs and the plugin, and keeps the library. When the plugin throws
-    /// that is logged, and the library stays loaded for good: nobody knows what of the plugin is
-    /// left.
+    /// Releases the interface IDs and the plugin, and keeps the library. When the plugin throws,
+    /// this is logged and the library is never closed, because code of it may still be needed.
     void releasePlugin();
 
     PPtr<PLibrary> fLibrary; ///< empty for a built-in plugin
@@ -43,9 +42,9 @@ public:
     unsigned int fInterfaceCount;
     int fInitState;
     unsigned long fInitThreadId; ///< 0 until some thread runs init
-    unsigned int fInitOrder;     ///< the how manieth initialisation of the core it is, from 1
-    unsigned int fUses;          ///< by the core itself, which destroys the record after the last
-    bool fUnloaded;              ///< in no table any more
+    unsigned int fInitOrder;     ///< the number of this initialisation, from 1
+    unsigned int fUses;          ///< by the core; the last one destroys an unloaded record
+    bool fUnloaded;              ///< the registry has removed it
     unsigned int fNumber;        ///< from 1, in the order of registration
 
 private:

@@ -1,26 +1,27 @@
 // SPDX-License-Identifier: MIT
-// PExitNotice: how the thread that announces the exit and the stopping core part from each other.
+// PExitNotice: what the notifier thread and the stopping core agree on.
 #ifndef IXLAL_PEXITNOTICE_H
 #define IXLAL_PEXITNOTICE_H
 
 #include <atomic>
 
-/// A listener may keep the notifier thread beyond the time limit of the stop. The core then
-/// abandons the thread and goes; the notice, which both share, tells the thread on its return that
-/// there is no core to report to. The core may go only while the thread is inside send, or done.
+/// A listener may hold up the notifier thread beyond the time limit of the stop. The core then
+/// abandons the thread and is destroyed. Thread and core share the notice, from which the thread
+/// learns later that it must not report. The core may be destroyed only while the thread is inside
+/// send, or done.
 class PExitNotice
 {
 public:
-    /// For the notifier: it holds all that it needs to send without the core.
+    /// For the notifier: it can send without the core from now on.
     void sending() noexcept;
 
-    /// For the notifier: true when the core is still there, and waits until done is called.
+    /// For the notifier: true when the core still exists; it then waits until done is called.
     bool beginReport() noexcept;
 
-    /// For the notifier: it touches the core no more.
+    /// For the notifier: it does not use the core any more.
     void done() noexcept;
 
-    /// For the core: true when it may go, because the thread is done or now abandoned.
+    /// For the core: true when it may be destroyed, because the thread is done or now abandoned.
     bool abandon() noexcept;
 
     /// For the core: whether the thread was abandoned.
@@ -35,7 +36,7 @@ private:
     {
         eStarting,  ///< the notifier still needs the core to copy what it sends with
         eSending,   ///< listeners run
-        eReporting, ///< the notifier tells the core
+        eReporting, ///< the notifier reports to the core
         eDone,
         eAbandoned
     };

@@ -1,23 +1,23 @@
 // SPDX-License-Identifier: MIT
-// PHeldService: a service of the core that another one of its services uses.
+// PHeldService: lets one service of the core use another one.
 #ifndef IXLAL_PHELDSERVICE_H
 #define IXLAL_PHELDSERVICE_H
 
 #include "Ixla.h"
 
-/// As ixlaGetInstance, and takes a reference before the call leaves the core, where the stop cannot
-/// destroy the object yet; the caller drops it. What ixlaGetInstance hands out is borrowed, and may
-/// be gone before the caller can hold it. Returns 0, the codes of ixlaGetInstance, or -2002 when
-/// the plugin handed out nothing. Needs no memory of its own. [any thread]
+/// As ixlaGetInstance, but takes a reference, which the caller releases. The reference is taken
+/// inside the call, when the stop cannot destroy the object yet; a borrowed pointer may be invalid
+/// before the caller can take a reference. Returns 0, the codes of ixlaGetInstance, or -2002 when
+/// the plugin returned no object. Allocates nothing itself. [any thread]
 int ixlaHoldInstance(const PLiteral& iInterfaceId, IBase*& oInstance);
 
-/// Holds a service for the time of a scope; a longer time takes a holder of its own, made
-/// meanwhile.
+/// Holds a reference to a service for a scope. A caller that needs the service longer takes a
+/// reference of its own meanwhile.
 template <class TService>
 class PHeldService
 {
 public:
-    /// Looks for the service behind iInterfaceId, which must stand for the interface TService.
+    /// Looks up the service behind iInterfaceId, which must be the ID of the interface TService.
     explicit PHeldService(const PLiteral& iInterfaceId)
         : fInstance(nullptr), fResult(ixlaHoldInstance(iInterfaceId, fInstance))
     {

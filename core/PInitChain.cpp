@@ -120,7 +120,7 @@ void PInitChain::appendThread(unsigned long iThreadId)
     }
 }
 
-/// The library's file name; a built-in plugin goes by its first interface.
+/// Appends the file name of the library, or the first interface of a built-in plugin.
 void PInitChain::appendName(const PCorePlugin& iRecord)
 {
     if (!iRecord.fLibrary)
@@ -141,7 +141,7 @@ void PInitChain::appendInits(const PCorePlugin& iOutermost)
     appendInnerInits(iOutermost);
 }
 
-/// What the thread that initialises iRecord has begun to initialise since then.
+/// Appends what the thread that initialises iRecord has begun to initialise since then.
 void PInitChain::appendInnerInits(const PCorePlugin& iRecord)
 {
     const wchar_t* separator = L" (inside it: ";

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// PInitChain: who waits for whom while plugins are initialised, in words.
+// PInitChain: describes which thread waits for which plugin during initialisations.
 #ifndef IXLAL_PINITCHAIN_H
 #define IXLAL_PINITCHAIN_H
 
@@ -10,24 +10,23 @@
 class PCorePlugin;
 class PInitWait;
 
-/// Follows a wait from thread to plugin and from plugin to the thread that initialises it, as far
-/// as the core can see: through plugins that are being initialised and threads that wait for them.
-/// The core's mutex must be held from construction to destruction. Without memory it
-/// says that much. None throws.
+/// Follows a wait from a thread to a plugin and from a plugin to the thread that initialises it.
+/// The core knows the initialisations in progress and the threads that wait for them. The caller
+/// holds the core's mutex from construction to destruction. Without memory the text says so. No
+/// operation throws.
 class PInitChain
 {
 public:
     PInitChain(const std::vector<PCorePlugin*>& iRecords, const PInitWait* iWaits) noexcept;
 
     /// The chain that begins with the thread's wait for iTarget, which is being initialised. The
-    /// text stays until the next description.
+    /// text is valid until the next description.
     const wchar_t* describeWait(unsigned long iThreadId, const PCorePlugin& iTarget) noexcept;
 
-    /// The chain of a thread that asks for iTarget while initialising it itself.
+    /// The chain of a thread that asks for iTarget while it initialises iTarget.
     const wchar_t* describeLoop(unsigned long iThreadId, const PCorePlugin& iTarget) noexcept;
 
-    /// Whether the chain that was described last leads back into itself: nobody on it will ever go
-    /// on.
+    /// Whether the chain that was described last is a circle, which is a deadlock.
     bool isCircle() const noexcept
     {
         return fIsCircle;

@@ -5,9 +5,9 @@
 
 class PCorePlugin;
 
-/// An entry in the core's list of waits for as long as it lives. The core's mutex guards the list
-/// and must be held whenever an entry comes or goes. Needs no memory, so that a wait never fails
-/// for being listed.
+/// Is an entry in the core's list of waits from construction to destruction. The core's mutex
+/// guards the list; the caller holds it during both. Allocates nothing, so a wait cannot fail
+/// because of the list.
 class PInitWait
 {
 public:
@@ -30,7 +30,7 @@ public:
     PInitWait(const PInitWait&) = delete;
     PInitWait& operator=(const PInitWait&) = delete;
 
-    /// The wait of a thread among iFirst and what follows, or null.
+    /// The wait of a thread in the list that begins with iFirst, or null.
     static const PInitWait* find(const PInitWait* iFirst, unsigned long iThreadId) noexcept
     {
         const PInitWait* wait = iFirst;

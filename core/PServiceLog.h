@@ -3,8 +3,8 @@
 #ifndef IXLAL_PSERVICELOG_H
 #define IXLAL_PSERVICELOG_H
 
-/// Writes a line of kind E into the log of the core that is there, for a service that has no logger
-/// yet or whose failure keeps the logging service from starting. Does nothing without a core or its
+/// Writes a line of kind E into the log of the running core. For a service that has no logger yet,
+/// or whose failure prevents the logging service from starting. Does nothing without a core or its
 /// log. Never waits for the core. [any thread, also with a service's lock held]
 void logServiceError(const wchar_t* iFormat, ...) noexcept;
 

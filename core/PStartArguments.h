@@ -7,13 +7,13 @@
 
 class PLogger;
 
-/// The core arguments with their defaults. Keys that are not the core's are left alone here.
+/// The core arguments with their defaults. Other keys are ignored.
 class PStartArguments
 {
 public:
-    /// Reads iCount arguments of the form key=value; a later one of the same key wins, and one
-    /// without "=" is skipped. Returns 0, -501, or -502 for a value that is none for its key, which
-    /// is logged first; iLogger may be null. May throw std::bad_alloc.
+    /// Reads iCount arguments of the form key=value. A later one of the same key has precedence,
+    /// and one without "=" is skipped. Returns 0, -501, or -502 for a value that is invalid for its
+    /// key, which is logged; iLogger may be null. May throw std::bad_alloc.
     int parse(const PString* iArgs, unsigned int iCount, PLogger* iLogger);
 
     PString fCorePrsFile;

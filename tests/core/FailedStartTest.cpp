@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "IConfigManager.h"
+#include "Ixla.h"
 #include "core/PCore.h"
 #include "support/TempDir.h"
 #include "support/Texts.h"
