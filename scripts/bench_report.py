@@ -2,7 +2,8 @@
 """Turns the results of the benchmarks into a table, plots and verdicts.
 
     bench_report.py RESULTS report   table.md, results.json and an SVG for each case of several sizes
-    bench_report.py RESULTS publish  as report, and puts figures and plots into docs/performance.md
+    bench_report.py RESULTS publish  as report, and puts figures and plots into docs/performance.md,
+                                     and ratios into the README and docs/comparison.md
     bench_report.py RESULTS check    fails on too many allocations or instructions
     bench_report.py RESULTS record   writes the counted instructions as the new baseline
 
@@ -18,6 +19,10 @@ import subprocess
 import sys
 from collections import defaultdict
 from pathlib import Path
+
+sys.dont_write_bytecode = True
+
+import comparison
 
 ROOT = Path(__file__).resolve().parent.parent
 LIMITS = ROOT / "benchmarks/limits.json"
@@ -264,6 +269,7 @@ def publish(results):
     page = put(page, "table", (results / "table.md").read_text())
     page = put(page, "sizes", f"{sizes_text(results)}\n\n{held_text(rows)}")
     PAGE.write_text(page)
+    comparison.update()
     shutil.copytree(results / "plots", PAGE.parent / "performance", dirs_exist_ok=True)
 
 

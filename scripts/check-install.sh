@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: MIT
 # Shows that what is installed can be used without our tree: check-install.sh [BUILD_DIR]
 # Installs the release build into an empty prefix and unpacks its packages into another. From each
-# of them, projects elsewhere are built and run: the plugin and the host of the README, through
+# of them, projects elsewhere are built and run: the plugin and the host of examples/minimal, through
 # CMake and through pkg-config, and a plugin that ixla-new-plugin writes. What must be refused is
 # refused. The packages go through lintian.
 set -eu -o pipefail
@@ -57,7 +57,7 @@ build_project() {
         cmake --build "$source/build" -j 2
 }
 
-# A directory with the files of the README and the project that the document shows.
+# A directory with the minimal plugin and host, and the project that the document shows.
 make_minimal() {
     mkdir -p "$1"
     cp "$root"/examples/minimal/{IHello.h,plugin.cpp,host.cpp} "$1"
