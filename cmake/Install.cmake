@@ -13,7 +13,7 @@ endif()
 math(EXPR ixlal_bits "8 * ${CMAKE_SIZEOF_VOID_P}")
 set(ixlal_package_dir lib/cmake/ixlal)
 
-# ixlal_install_program(TARGET DIRECTORY): installs a program that finds the libraries of its prefix.
+# ixlal_install_program(TARGET DIRECTORY): installs a program that uses the libraries of its prefix.
 function(ixlal_install_program target directory)
     string(REGEX REPLACE "[^/]+" ".." up ${directory})
     set_target_properties(${target} PROPERTIES
@@ -31,7 +31,7 @@ function(ixlal_install_script link home)
     install(FILES ${link} DESTINATION bin COMPONENT ixlal-tools)
 endfunction()
 
-# _ixlal_install_headers(SOURCE DIRECTORY RULES...): installs the headers of a directory of the tree.
+# _ixlal_install_headers(SOURCE DIRECTORY RULES...): installs the headers of a source directory.
 function(_ixlal_install_headers source directory)
     install(DIRECTORY ${PROJECT_SOURCE_DIR}/${source}/ DESTINATION include/ixlal/${directory}
         COMPONENT libixlal-dev FILES_MATCHING PATTERN *.h ${ARGN})

@@ -24,9 +24,9 @@ target_compile_options(ixlal_headers INTERFACE $<INSTALL_INTERFACE:${ixlal_word_
 target_link_options(ixlal_headers INTERFACE $<INSTALL_INTERFACE:${ixlal_word_flag}>)
 set_target_properties(ixlal_headers PROPERTIES EXPORT_NAME headers)
 
-# ixlal_compile_quickly(): for directories outside the product whose code takes far longer to compile
-# than to run. Omits optimisation and the check of member calls, which make compiling two to four
-# times slower. The product, including the headers used here, is still compiled with both.
+# ixlal_compile_quickly(): for directories outside the product whose code takes far longer to
+# compile than to run. Omits optimisation and the check of member calls, which make compiling two to
+# four times slower. The product, including the headers used here, is still compiled with both.
 function(ixlal_compile_quickly)
     if(CMAKE_CXX_FLAGS MATCHES "-fsanitize")
         add_compile_options(-O0)

@@ -15,8 +15,8 @@ set(CPACK_DEBIAN_COMPRESSION_TYPE xz)
 set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE i386)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 
-# _ixlal_package(NAME SECTION SUMMARY DESCRIPTION): the control file of a package, and the files that
-# every package has in addition to its component.
+# _ixlal_package(NAME SECTION SUMMARY DESCRIPTION): the control file of a package, and the files
+# that every package has in addition to its component.
 function(_ixlal_package name section summary description)
     string(TOUPPER ${name} upper)
     set(CPACK_DEBIAN_${upper}_PACKAGE_NAME ${name} PARENT_SCOPE)

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// A plugin in C++11 that several compilers build, and that uses every operation of the services.
-// COMPILER_PLUGIN is its name, with which it reports its steps and which is its interface ID.
+// A C++11 plugin that several compilers build and that uses every operation of the services.
+// COMPILER_PLUGIN is its name in reported steps and its interface ID.
 
 #include "IConfig.h"
 #include "IConfigChanged.h"
@@ -58,7 +58,7 @@ private:
     PCounterSync fRefCount{0};
 };
 
-/// Counts checks and writes down those that did not hold.
+/// Counts checks and records those that failed.
 class Checks
 {
 public:
@@ -114,7 +114,7 @@ bool _counts(IBase* ioObject)
     return up && down;
 }
 
-/// The block of bytes that getBinary and getAttrBinary hand out belongs to the caller.
+/// The caller owns the bytes of getBinary and getAttrBinary.
 bool _isBlock(int iResult, unsigned char* iData, unsigned int iSize)
 {
     const PPtr<unsigned char> owner(iData, ePtrArray);
@@ -193,7 +193,7 @@ private:
         return texts;
     }
 
-    /// What lines() say, read from keys that begin with iPrefix.
+    /// Checks the values of lines(), read from keys that start with iPrefix.
     void checkGetters(const PBaseptr<IConfig>& iConfig, const wchar_t* iPrefix)
     {
         PString text;
@@ -240,7 +240,7 @@ private:
         CHECK(_isBlock(result, data, size));
     }
 
-    /// A configuration with all of arguments() in it.
+    /// A configuration with all of arguments().
     void checkWhole(const PBaseptr<IConfig>& iConfig)
     {
         CHECK(iConfig);
@@ -275,7 +275,7 @@ private:
         checkWhole(config);
     }
 
-    /// A configuration of one other key, to append to.
+    /// A configuration with one other key, to append to.
     PBaseptr<IConfig> other()
     {
         const PString argument(L"other=1");
@@ -352,7 +352,7 @@ private:
         CHECK(config->getString(L"set.int32", text) == 0);
     }
 
-    // What is stored shows in the store file only, which the test reads.
+    // Only the store file shows the stored values; the test reads it.
     void checkStoredValues()
     {
         const unsigned char bytes[] = {0, 255, 16};
@@ -458,7 +458,7 @@ private:
     PBaseptr<IConfigManager> fManager;
 };
 
-/// What is logged shows in the file that is named after the ID, which the test reads.
+/// The lines go to the file that is named after the ID; the test reads it.
 class LogCheck
 {
 public:

@@ -17,7 +17,7 @@ using testing::HasSubstr;
 
 namespace
 {
-/// How many checks a plugin makes when it calls every operation.
+/// The number of checks of a plugin that calls every operation.
 constexpr int sChecks = 269;
 
 class CompilerPlugins : public testing::Test
@@ -48,7 +48,7 @@ protected:
         return core.get<ICompilerCheck>(wide(iPlugin));
     }
 
-    /// What the plugin finds wrong; empty for nothing.
+    /// The failed checks of the plugin; empty if none.
     std::string failures(const std::string& iPlugin)
     {
         PString text;
@@ -63,7 +63,7 @@ protected:
         return narrow(text);
     }
 
-    /// The steps of a plugin in this test, in their order.
+    /// The steps of a plugin in this test, in order.
     std::vector<std::string> steps(const std::string& iPlugin) const
     {
         std::vector<std::string> own;
@@ -178,7 +178,7 @@ TEST_F(CompilerPlugins, AreUnloadedByTheStop)
     }
 }
 
-// It was built with a header in which two operations of one form have changed places.
+// It was built with a header in which two operations of the same signature are swapped.
 TEST_F(CompilerPlugins, BuiltWithAnotherSlotOrderFindsFault)
 {
     start({"swapped_slots"});

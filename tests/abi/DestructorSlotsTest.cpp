@@ -21,7 +21,7 @@
 #include <memory>
 #include <new>
 
-// Both forms of a destructor by their symbols: D1 destroys and leaves the memory, D0 frees it too.
+// Both forms of a destructor, by symbol: D1 destroys the object, D0 also frees its memory.
 #define DESTRUCTOR_FORMS(iName, iMangled)                                                          \
     extern "C" void iName##Complete() __asm__("_ZN" iMangled "D1Ev");                              \
     extern "C" void iName##Deleting() __asm__("_ZN" iMangled "D0Ev");
@@ -43,14 +43,14 @@ DESTRUCTOR_FORMS(string, "7PString")
 
 namespace
 {
-constexpr std::size_t sInterface = 1;     // behind no operation
-constexpr std::size_t sBehindPlugin = 6;  // behind those of IPlugin
-constexpr std::size_t sBehindConfig = 19; // and so on
+constexpr std::size_t sInterface = 1;     // before all operations
+constexpr std::size_t sBehindPlugin = 6;  // after the operations of IPlugin
+constexpr std::size_t sBehindConfig = 19; // after those of IConfig
 constexpr std::size_t sBehindConfigManager = 46;
 constexpr std::size_t sBehindDispatcher = 6;
 constexpr std::size_t sBehindLogger = 11;
 
-/// Memory of its own for one object, so that its end and that of the memory are two things.
+/// Memory for one object, so that destroying the object and freeing the memory can be separated.
 template <class T>
 class Place
 {
@@ -65,8 +65,7 @@ private:
     alignas(T) unsigned char fBytes[sizeof(T)];
 };
 
-/// Destroys one object through each of the two slots. The sanitizers see what is not released, or
-/// freed wrongly.
+/// Destroys one object through each of the two slots. The sanitizers detect leaks and wrong frees.
 template <class T, class... TArguments>
 void destroyThroughSlots(std::size_t iFirst, const TArguments&... iArguments)
 {
@@ -90,7 +89,7 @@ struct Counted : IBase
     int references = 0;
 };
 
-/// Counts how often a destructor ran.
+/// Counts the calls of a destructor.
 struct Watched
 {
     virtual ~Watched()
@@ -220,7 +219,7 @@ TEST(DestructorSlots, OfAnObjectHolderComeBeforeItsHooks)
     callSlot<void>(&freed, 4);
     EXPECT_EQ(3, Watched::sDestroyed);
     freed.fPtr = nullptr;
-    // cppcheck-suppress memleak ; the slot has destroyed it
+    // cppcheck-suppress memleak ; the slot destroys it
 }
 
 TEST(DestructorSlots, OfAnInterfaceHolderComeBeforeItsHooks)

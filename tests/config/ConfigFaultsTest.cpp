@@ -32,7 +32,7 @@ protected:
     }
 };
 
-/// A manager whose configuration is loaded and whose store holds one value.
+/// A manager with a loaded configuration and one stored value.
 class ConfigLockFaults : public ConfigFaults
 {
 protected:
@@ -46,7 +46,7 @@ protected:
 
     typedef std::vector<std::pair<std::string, std::function<int()>>> Operations;
 
-    /// Every operation that locks, with its name.
+    /// Every operation that takes the lock, with its name.
     Operations operations()
     {
         Operations all;
@@ -238,7 +238,7 @@ TEST_F(ConfigLockFaults, OperationsThatCannotLockChangeNothing)
     EXPECT_EQ(manager.removeListener(L"net", L"U"), -504);
 }
 
-// What was done stays done; the code of giving the lock back is nobody's result.
+// The effect stays; the code of a failed unlock is not returned.
 TEST_F(ConfigLockFaults, FailedUnlockIsNoResult)
 {
     for (const auto& [name, operation] : operations())
@@ -401,7 +401,7 @@ TEST_F(ConfigStoreFaults, UnreadableFileListIsLogged)
     ASSERT_EQ(own->loadByID(L"net", config), 0);
     const std::string message = " E pgs [appendByID] Failed to load config for iID(net) err: -7";
     int result = 0;
-    // Which copy on the way is that of the list is the implementation's matter.
+    // The test does not assume which copy belongs to the list.
     for (int skip = 0; skip < 50 && logged(message) == 0; ++skip)
     {
         PortFaults::stringSet.armOnThisThread(-7, skip, 1);

@@ -12,7 +12,7 @@ using testing::ElementsAre;
 
 namespace
 {
-/// The parts of a line, or its result code alone.
+/// The parts of a line, or only its result code.
 std::vector<std::string> parse(const std::string& iLine)
 {
     PString key(L"stale");

@@ -34,7 +34,7 @@ protected:
         return manager.listIDs(ids);
     }
 
-    /// References on the manager at present.
+    /// The reference count of the manager.
     int references()
     {
         const int count = manager.incRef();

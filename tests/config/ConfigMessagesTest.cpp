@@ -9,7 +9,7 @@ namespace
 class ConfigMessages : public ConfigEventsTest
 {
 protected:
-    /// A manager that has read nothing yet, in the directory of the core's configuration.
+    /// A manager that has not read any file, in the directory of the core's configuration.
     ConfigMessages() : own(new PConfigManager)
     {
         EXPECT_EQ(own->setString(kIxlaGlobalConfigId, L"core.plugins.config.dir",

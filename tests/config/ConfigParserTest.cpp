@@ -15,7 +15,7 @@ namespace
 class ConfigParser : public ConfigTest
 {
 protected:
-    /// The result of loading a file of these lines.
+    /// The result of loading a file with these lines.
     int load(const std::string& iLines)
     {
         return manager.loadByFile(wide(dir.write("bad.prs", iLines)), config);
@@ -29,7 +29,7 @@ protected:
     PBaseptr<IConfig> config;
 };
 
-/// Counts the appends that come in through the interface.
+/// Counts the append calls through the interface.
 class CountingManager : public PConfigManager
 {
 public:
@@ -299,7 +299,7 @@ TEST_F(ConfigParser, DirectoryIsNoConfiguration)
 
 TEST_F(ConfigParser, FileThatCannotBeReadOnCountsAsEnded)
 {
-    // Opens like any file; its first page is not mapped, so reading it fails.
+    // It can be opened, but reading it fails, because its first page is not mapped.
     EXPECT_EQ(manager.loadByFile(L"/proc/self/mem", config), 0);
     EXPECT_THAT(keysOf(config), IsEmpty());
 }

@@ -16,7 +16,7 @@ namespace
 {
 typedef ConfigTest ConfigReading;
 
-/// Answers every text read with one text.
+/// Returns the same text for every read.
 class FixedTextConfig : public PConfig
 {
 public:

@@ -17,7 +17,7 @@ namespace fs = std::filesystem;
 
 namespace
 {
-/// The configuration "net", without files, stands for the readers of this process.
+/// The configuration "net", without files, is the reader of this process.
 class ConfigStore : public ConfigTest
 {
 protected:
@@ -25,7 +25,7 @@ protected:
     {
     }
 
-    /// What a reader of the next process finds.
+    /// The value that a reader in the next process gets.
     std::string reread(const std::string& iID, const std::string& iKey)
     {
         PBaseptr<IConfigManager> next(new PConfigManager);
@@ -50,7 +50,7 @@ protected:
     PBaseptr<IConfig> net;
 };
 
-/// Lets no file grow beyond a size while it lives, as a full disk would.
+/// Limits the size of files until the end of its scope, as a full disk would.
 class FileSizeLimit
 {
 public:

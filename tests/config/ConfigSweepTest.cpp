@@ -22,7 +22,7 @@ namespace
 {
 constexpr char kOldStore[] = "net|mode = slow\nnet|port = 90\nnet|port:unit = tcp\n";
 
-/// A manager with one configuration loaded, one run-time value and a store that was looked into.
+/// A manager with one loaded configuration, one run-time value and a store that has been read.
 class ConfigScenario : public FileScenario
 {
 public:
@@ -33,7 +33,7 @@ public:
         write("net.prs", "own = 1\nport = 80\n");
         write("more.prs", "more = 2\n");
         write("store.txt", kOldStore);
-        // Long enough for a second read.
+        // Long enough to need a second read.
         write("lines.prs", "a = " + std::string(20000, 'x') + "\nb = 2\n");
         fHolder->setString(L"ixlap.global", L"core.plugins.config.dir", wide(fDir.path().string()));
         fHolder->setString(L"net", L"speed", L"fast");
@@ -61,8 +61,8 @@ protected:
         fStoredMode = valueOf(fConfig, "mode");
     }
 
-    /// What a failed operation must not touch: configurations that are loaded, run-time values,
-    /// and what the store held when it was first looked into.
+    /// Checks what a failed operation must not change: loaded configurations, run-time values, and
+    /// the store as first read.
     std::string goesOn()
     {
         if (!fConfig)
@@ -84,8 +84,8 @@ protected:
     std::string fStoredMode;
 };
 
-// A file that cannot be read on counts as ended, and one that was only read has nothing to tell
-// when it is closed.
+// A read error counts as the end of the file. An error of closing a file that was only read is
+// ignored.
 bool _isIgnoredByLoads(const FilePoint& iPoint)
 {
     return iPoint.is(FileFaults::read) || iPoint.is(FileFaults::close);
@@ -124,7 +124,7 @@ public:
         {
             return examineRepeated();
         }
-        // A load that fails hands out nothing.
+        // A failed load leaves the argument unchanged.
         return iResult != 0 && !tAppends && fLoaded ? "a configuration" : goesOn();
     }
 
@@ -149,7 +149,7 @@ public:
         return fHolder->loadByID(L"net", fLoaded);
     }
 
-    /// Only the manager's own configuration is needed.
+    /// Only a failure of the manager's own configuration is an error.
     bool admits(const FilePoint& iPoint, int iResult) const override
     {
         const bool isNeeded = iPoint.is(*iPoint.call, "ixlap.configmanager.prs");
@@ -159,7 +159,7 @@ public:
 
     std::string examine(const FilePoint& iPoint, int iResult) override
     {
-        // What was read of the manager's configuration is all that there will be.
+        // The manager uses only the part of its configuration that it has read.
         fMayMiss = iPoint.is(FileFaults::read, "ixlap.configmanager.prs") && !iPoint.isHarmless();
         if (iPoint.isHarmless() || iPoint.is(FileFaults::close))
         {
@@ -232,7 +232,7 @@ public:
         return result == 0 && narrow(text) != "slow" ? -1 : result;
     }
 
-    /// A store that cannot be read on ends there for the rest of the manager's life.
+    /// After a read error the manager never reads the rest of the store.
     bool admits(const FilePoint& iPoint, int iResult) const override
     {
         const bool isIgnored = iPoint.is(FileFaults::close) || iPoint.is(FileFaults::access);
@@ -260,13 +260,13 @@ private:
     bool fIsCut = false;
 };
 
-/// An operation on the store, by its name, and the text that it makes of the old store.
+/// An operation on the store: its name, and the text of the store after it.
 struct StoreOperation
 {
     const char* name;
     std::function<int(IConfigManager&)> run;
     std::string newStore;
-    bool needsKey = false; ///< an attribute of a key that is gone cannot be stored
+    bool needsKey = false; ///< fails without the key, as an attribute does
 
     friend void PrintTo(const StoreOperation& iOperation, std::ostream* oStream)
     {
@@ -300,7 +300,7 @@ public:
         return fOperation.run(*fHolder);
     }
 
-    /// The store is looked at, loaded, deleted and made anew. The first file that is closed was
+    /// The store is checked, loaded, deleted and created again. The first file that is closed was
     /// only read.
     bool admits(const FilePoint& iPoint, int iResult) const override
     {
@@ -328,8 +328,7 @@ public:
         return operate();
     }
 
-    /// Whatever was lost, what the operation itself says is in the file, and nothing else than what
-    /// belongs there.
+    /// Whatever was lost, the file has the operation's own value, and no wrong lines.
     std::string examineRepeated() override
     {
         const Lines all = _linesOf(fOperation.newStore);
@@ -377,7 +376,7 @@ protected:
     const StoreOperation fOperation;
 };
 
-/// The first operation makes the file.
+/// The first operation creates the file.
 class StoringFirst : public Storing
 {
 public:
@@ -390,7 +389,7 @@ public:
         fs::remove(storeFile());
     }
 
-    /// A file that could not be made in advance is missed when it is loaded.
+    /// If the file could not be created before, loading it fails.
     bool admits(const FilePoint& iPoint, int iResult) const override
     {
         return Storing::admits(iPoint, iResult) ||
@@ -408,7 +407,7 @@ public:
     }
 };
 
-/// An operation as it must not be: whatever happens, it says that all went well.
+/// A wrong operation: it always returns 0.
 class SayingYes : public Storing
 {
 public:

@@ -15,7 +15,7 @@ namespace
 {
 constexpr int kRounds = 2000;
 
-/// Runs each function on a thread of its own, all starting together, and waits for them.
+/// Runs each function on its own thread, all starting at once, and waits for them.
 void runTogether(const std::vector<std::function<void()>>& iWorks)
 {
     std::barrier start(static_cast<std::ptrdiff_t>(iWorks.size()));

@@ -25,7 +25,7 @@ namespace fs = std::filesystem;
 
 namespace
 {
-// Sanitized processes start slowly.
+// Processes with a sanitizer start slowly.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr int kKillsAtCalls = 200;
 constexpr int kKillsAtTimes = 60;
@@ -43,10 +43,10 @@ enum EState
     eNew,
     eAbsent,
     ePartial,
-    eOther ///< never to be found
+    eOther ///< must never occur
 };
 
-/// What a store file that was found is, when the operation was to make iNew of iOld.
+/// The state of a store file after an operation that should change iOld to iNew.
 EState _judge(const std::string& iOld, const std::string& iNew, bool iExists,
               const std::string& iFound)
 {
@@ -69,7 +69,7 @@ std::string _trimmed(const std::string& iText)
                : iText.substr(first, iText.find_last_not_of(' ') - first + 1);
 }
 
-/// Reads a store's text as the manager does; false when it has a line that the manager refuses.
+/// Reads a store's text as the manager does; false if it has a line that the manager refuses.
 bool _parse(const std::string& iText, StoreModel& oModel)
 {
     std::string text = iText;
@@ -139,7 +139,7 @@ public:
     Victim(const Victim&) = delete;
     Victim& operator=(const Victim&) = delete;
 
-    /// Waits until the process is about to begin its first operation.
+    /// Waits until the process is about to start its first operation.
     bool isReady() const
     {
         char byte = 0;
@@ -151,7 +151,7 @@ public:
         ::kill(fProcess, SIGKILL);
     }
 
-    /// Whether SIGKILL has ended it.
+    /// Whether SIGKILL has ended the process.
     bool wasKilled() const
     {
         int status = 0;
@@ -164,7 +164,7 @@ private:
     int fReady = -1;
 };
 
-/// What a host does so that no kill costs it more than the values of its last run.
+/// What a host does to lose at most the values of its last run when it is killed.
 class HostGuard
 {
 public:
@@ -173,8 +173,8 @@ public:
     {
     }
 
-    /// Before the core is started: keeps a copy of a whole store, and puts it back in the place of
-    /// one that is not.
+    /// Before the core is started: copies a complete store, and replaces an incomplete one by the
+    /// copy.
     void beforeStart() const
     {
         if (isWhole(fStore))
@@ -194,7 +194,7 @@ private:
         return !lines.empty() && lines.back() == StoreModel::kMark;
     }
 
-    /// Renaming makes the change at once: there is no moment with half a file.
+    /// Renaming is atomic, so that the file is never incomplete.
     static void replace(const std::string& iTarget, const std::string& iSource)
     {
         const std::string fresh = iTarget + ".new";
@@ -246,7 +246,7 @@ protected:
         finish(seed);
     }
 
-    /// The same with a host that writes the store as it must not be written.
+    /// The same with a host that writes the store in a wrong way.
     void killWhileWritingInPlace()
     {
         reset();
@@ -256,7 +256,7 @@ protected:
         judge(seed);
     }
 
-    /// The same, killed some time after it has begun to store.
+    /// The same, killed some time after its first operation.
     void killAtATime()
     {
         const unsigned int seed = begin();
@@ -268,7 +268,7 @@ protected:
         finish(seed);
     }
 
-    /// A manager that finds this store loads, stores and reads back.
+    /// Checks that a manager with this store loads it, stores a value and reads it.
     void startNext(bool iExists, const std::string& iFound)
     {
         const TempDir next;
@@ -305,7 +305,7 @@ private:
                      : std::random_device()();
     }
 
-    /// A store that holds the mark alone.
+    /// A store with only the marker.
     void reset()
     {
         fModel = StoreModel::marked();
@@ -332,7 +332,7 @@ private:
         StoreModel after;
     };
 
-    /// Compares what the kill has left with what the operations make of the store.
+    /// Compares the store after the kill with the effect of the operations.
     Round judge(unsigned int iSeed)
     {
         const Round round = replay(iSeed);
@@ -364,8 +364,7 @@ private:
         return {before, after};
     }
 
-    /// Lets the next start work with what the kill has left, and goes on with what the guard makes
-    /// of it.
+    /// Starts with the store after the kill, and continues with the store that the guard restores.
     void finish(unsigned int iSeed)
     {
         EXPECT_EQ(fProgress->result, 0);
@@ -380,8 +379,8 @@ private:
         EXPECT_TRUE(_parse(kept, fModel));
     }
 
-    /// Starts a manager in the directory and stores a value; its own values are there whatever the
-    /// store looks like. What was stored is there for the manager after it.
+    /// Starts a manager in the directory and stores a value. Its own values are readable whatever
+    /// the state of the store. The next manager reads the stored value.
     static int storeFresh(const TempDir& iDir)
     {
         const int stored = withManager(iDir, [](IConfigManager& ioManager, IConfig&)
@@ -410,7 +409,7 @@ private:
     std::mt19937 fRandom;
     const HostGuard fGuard;
     StoreProgress* fProgress = nullptr;
-    StoreModel fModel; ///< what the store holds before a start
+    StoreModel fModel; ///< the store before a start
 };
 } // namespace
 
@@ -421,7 +420,7 @@ TEST_F(StoreKill, AtACallLosesNoMoreThanTheFileInTheMaking)
         killAtACall();
     }
     EXPECT_EQ(fTally[eOther], 0);
-    // All of these did happen, or the rest would prove nothing.
+    // Without each of these outcomes the test would prove nothing.
     for (const EState state : {eOld, eNew, eAbsent, ePartial})
     {
         EXPECT_GT(fTally[state], kKillsAtCalls / 150) << state;

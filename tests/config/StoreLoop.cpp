@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-// StoreLoop: stores values until somebody kills it:
+// StoreLoop: stores values until it is killed:
 //   store_loop DIRECTORY SEED PROGRESS READY SKIP PERMILLE [in-place]
-// DIRECTORY holds the manager's configuration, PROGRESS is the file with the progress, READY a
-// descriptor that gets a byte before the first operation. With SKIP from 0 the process kills itself
-// at a call on files, see FileFaults::killAfter. "in-place" replaces the file's bytes one after the
-// other instead of storing, which is a mistake that a test must notice.
+// DIRECTORY has the manager's configuration, PROGRESS is the file with the progress, READY a
+// descriptor that gets a byte before the first operation. With SKIP >= 0 the process kills itself
+// at a file call, see FileFaults::killAfter. "in-place" overwrites the file's bytes one by one
+// instead of storing; a test must detect this error.
 
 #include "config/PConfigManager.h"
 #include "config/StoreScript.h"
@@ -20,7 +20,7 @@
 
 namespace
 {
-// More than anybody waits for.
+// More operations than a test waits for.
 constexpr unsigned int kMostOperations = 20000;
 
 StoreProgress* _progress(const char* iPath)
@@ -42,7 +42,7 @@ int _writeInPlace(const std::string& iPath, const std::string& iText)
 
 bool _isAllowed(int iResult)
 {
-    // The latter for an attribute of a key that is not stored.
+    // The second code is for an attribute of a key that is not stored.
     return iResult == 0 || iResult == -3002;
 }
 } // namespace
@@ -79,6 +79,6 @@ int main(int iCount, char** iArguments)
         progress->result = _isAllowed(result) ? 0 : result;
         __atomic_store_n(&progress->done, progress->begun, __ATOMIC_SEQ_CST);
     }
-    // Only reached when nobody has killed the process.
+    // Reached only if the process was not killed.
     return 1;
 }

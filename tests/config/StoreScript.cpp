@@ -43,7 +43,7 @@ void StoreScript::next()
     fKind = dice < 6 ? eStore : dice < 8 ? eStoreAttribute : dice < 9 ? eRemove : eRemoveAttribute;
     fKey = "k" + std::to_string(draw(kKeys));
     fAttribute = "a" + std::to_string(draw(kAttributes));
-    // Short ones as well, so that a file may end within a name.
+    // Also short ones, so that a file may end within a name.
     fText = std::to_string(fNumber) + std::string(draw(draw(2) == 0 ? kShort : kLongest), 'x');
 }
 

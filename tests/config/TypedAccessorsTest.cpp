@@ -14,7 +14,7 @@ using testing::ElementsAre;
 
 namespace
 {
-/// Notes what reaches the text operations.
+/// Records the calls of the text operations.
 class NotingManager : public PConfigManager
 {
 public:

@@ -15,7 +15,7 @@ namespace
 class CoreAllocation : public testing::Test
 {
 protected:
-    /// The arguments of a start, made beforehand: CoreRun::start would itself run out of memory.
+    /// The arguments of a start, allocated before: CoreRun::start would itself run out of memory.
     std::vector<PString> coreArguments() const
     {
         std::vector<PString> arguments;
@@ -68,7 +68,7 @@ TEST_F(CoreAllocation, BuiltInPluginThatCannotBeRegisteredIsLogged)
         EXPECT_LE(1, lines) << name;
         failures += lines;
     }
-    // A plugin that could not even be made ends the start without a line of its own.
+    // If a plugin cannot be allocated, the start fails without a line about it.
     EXPECT_LT(failures,
               fCore.logCount("E Core [startFlow] Failed to load internal plugins err: -501"));
 }
@@ -81,7 +81,7 @@ TEST_F(CoreAllocation, FailedRegistrationLeavesNoInterfaceBehind)
     testing::internal::CaptureStderr();
     for (; !done; ++swept)
     {
-        // The plugin's own list is made before; what fails then is the core's registration.
+        // The plugin's own list has been allocated; the core's registration fails.
         PluginHooks::on("beta.getInterfaces",
                         [swept]
                         {

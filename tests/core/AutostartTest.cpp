@@ -19,7 +19,7 @@ namespace
 class Autostart : public testing::Test
 {
 protected:
-    /// Two libraries of one file name, from two directories.
+    /// Two libraries with the same file name in two directories.
     void SetUp() override
     {
         fCore.addPlugin("alpha", "same");
@@ -86,7 +86,7 @@ TEST_F(Autostart, PluginThatIsUnloadedDuringTheWalkMakesItSkipNone)
     EXPECT_EQ(1, PluginHooks::count("gamma.init"));
 }
 
-/// The plugin alpha, which is unloaded when the core initialises it by itself.
+/// The plugin alpha, which is unloaded while the core initialises it for the autostart list.
 class AutostartUnload : public testing::Test
 {
 protected:
@@ -106,7 +106,7 @@ protected:
         PortFaults::reset();
     }
 
-    /// Lets alpha's init unload it through iUnload and note whether it is still there.
+    /// Makes alpha's init unload it through iUnload and record whether it still exists.
     void unloadInInit(const std::function<int()>& iUnload)
     {
         PluginHooks::on("alpha.init",
@@ -154,7 +154,7 @@ TEST_F(AutostartUnload, PluginThatAnotherThreadUnloadsInItsInitIsReleasedAfterIt
 TEST(AutostartWalk, PluginsAreUnloadedMeanwhile)
 {
     CoreRun core;
-    // Without lines of the log, and with relaxed counters, nothing orders the threads.
+    // Without log lines and with relaxed counters the threads are not synchronised.
     core.set("core.log.level", "-1");
     core.addPlugin("alpha");
     core.addPlugin("beta");

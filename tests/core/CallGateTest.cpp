@@ -29,7 +29,7 @@ protected:
         PortFaults::reset();
     }
 
-    /// Whether another thread gets in; it leaves again.
+    /// Whether another thread can enter; it leaves again.
     bool admitsOthers()
     {
         return std::async(std::launch::async,

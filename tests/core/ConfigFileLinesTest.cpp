@@ -11,8 +11,8 @@
 
 namespace
 {
-/// Starts a core on configuration files that are missing or broken, and looks for the line of the
-/// core log that names path, line and code.
+/// Starts a core with configuration files that are missing or broken, and finds the line of the
+/// core log with path, line number and code.
 class ConfigFileLines : public testing::Test
 {
 protected:
@@ -37,7 +37,7 @@ protected:
                iLineAndCode;
     }
 
-    /// What a store operation answers.
+    /// The result of a store operation.
     int storeValue()
     {
         const PBaseptr<IConfigManager> manager(fCore.get<IConfigManager>(kIxlaConfigManagerId));
@@ -46,7 +46,7 @@ protected:
         return manager->storeString(L"net", L"k", L"v");
     }
 
-    /// Starts the core and asks for the logging service, which reads all that is to be read.
+    /// Starts the core and looks up the logging service, which reads all files.
     void startWithLogger()
     {
         static_cast<void>(fCore.start());

@@ -40,8 +40,8 @@ public:
         return fCore.start();
     }
 
-    /// Only the property file is needed; it is what -1005 stands for. A plugins' directory that
-    /// can't be listed has no plugins, and logs that can't be opened are written later.
+    /// Only a failure of the property file is an error (-1005). A plugins' directory that cannot be
+    /// listed has no plugins, and logs that cannot be opened are written later.
     bool admits(const FilePoint& iPoint, int iResult) const override
     {
         const bool isNeeded = !iPoint.isHarmless() && iPoint.is(*iPoint.call, "core.prs") &&
@@ -96,7 +96,7 @@ private:
         return examineLog(iPoint);
     }
 
-    /// A manager's configuration that can't be read to its end may lack the name of the store.
+    /// A manager's configuration that is read in part may lack the name of the store.
     static bool mayBe(int iStored, const FilePoint& iPoint)
     {
         const bool wasCut = iPoint.is(FileFaults::read, "ixlap.configmanager.prs") ||
@@ -104,7 +104,7 @@ private:
         return iStored == 0 || (wasCut && !iPoint.isHarmless() && iStored == -3003);
     }
 
-    /// A line of the core's log that could not be written is told about.
+    /// The core's log reports lines that could not be written.
     std::string examineLog(const FilePoint& iPoint)
     {
         const std::string log = fCore.dir.file("log/of/core.log");
@@ -117,7 +117,7 @@ private:
     PBaseptr<IConfig> fConfig;
 };
 
-/// Takes away descriptors: only so many more can be opened while it lives.
+/// Limits the number of descriptors that can be opened until the end of its scope.
 class HandleLimit
 {
 public:
@@ -135,7 +135,7 @@ public:
     }
 
 private:
-    /// The number that leaves iMore unused ones below it.
+    /// The limit with iMore unused descriptors below it.
     static int firstBeyond(int iMore)
     {
         int number = 0;
@@ -154,7 +154,7 @@ private:
     rlimit fBefore{};
 };
 
-/// Strikes one kind of call.
+/// Makes one kind of call fail.
 class CoreFileSweep : public testing::TestWithParam<std::string>
 {
 };
@@ -226,7 +226,7 @@ TEST(CoreDescriptors, StartWithFewDescriptorsLeaksNoneAndWorksLater)
     const int handles = countHandles();
     int more = 0;
     bool started = false;
-    // The first start that finds all descriptors it wants has the plugin and both logs.
+    // The first start with enough descriptors has the plugin and both logs.
     for (; !started && more < 50; ++more)
     {
         Starting scenario;

@@ -24,7 +24,7 @@
 
 namespace
 {
-/// Counts itself only; nothing is delivered to it in a child.
+/// Counts its references only; it gets no events in a child.
 class Listener : public IEventListener
 {
 public:
@@ -67,7 +67,7 @@ protected:
         ASSERT_EQ(0, fOwn.init(fCore.dir.wideFile("direct.log"), L"tag", false, 0, 0, 0, true));
     }
 
-    /// Uses everything that has a lock, until the children are done.
+    /// Uses every object with a lock, until the children have ended.
     void use()
     {
         while (!fDone)
@@ -81,7 +81,7 @@ protected:
         }
     }
 
-    /// What a child gets from the call that differs first from what it must give; 0 for none.
+    /// The number of the first call with a wrong result in a child; 0 for none.
     int callAll()
     {
         IBase* instance = nullptr;
@@ -120,7 +120,7 @@ protected:
         return 0;
     }
 
-    /// How a child ends, -1 when it doesn't within ten seconds.
+    /// The exit code of a child; -1 if it does not end within ten seconds.
     static int statusOf(pid_t iChild)
     {
         int status = -1;
@@ -166,7 +166,7 @@ protected:
         return result == 0 ? narrow(value) : std::to_string(result);
     }
 
-    /// Every line of the file has this process's number.
+    /// Whether every line of the file has this process's number.
     static int foreignLines(const std::string& iPath)
     {
         const std::string own = " " + std::to_string(getpid()) + ":";

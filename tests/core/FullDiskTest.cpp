@@ -21,7 +21,8 @@ namespace fs = std::filesystem;
 
 namespace
 {
-/// Why no small disk can be mounted for this process alone at iDir; empty when it was.
+/// Mounts a small disk at iDir for this process only. Returns the reason of a failure, or an empty
+/// text.
 std::string _mountDisk(const std::string& iDir, const char* iOptions)
 {
     fs::create_directory(iDir);
@@ -31,7 +32,7 @@ std::string _mountDisk(const std::string& iDir, const char* iOptions)
     return isMounted ? "" : std::string("no disk can be mounted: ") + std::strerror(errno);
 }
 
-/// Takes all the room that is left on a disk while it lives.
+/// Fills a disk until the end of its scope.
 class Filler
 {
 public:
@@ -64,7 +65,7 @@ private:
     bool fIsFull = false;
 };
 
-/// The number of lines that a log tells as lost.
+/// The number of lines that a log reports as lost.
 int _lost(const std::string& iPath)
 {
     const std::string report = "Lost lines: ";
@@ -77,7 +78,7 @@ int _lost(const std::string& iPath)
     return lost;
 }
 
-/// A core whose logs and store are on a disk of its own.
+/// A core with its logs and its store on a separate disk.
 class FullDisk : public testing::Test
 {
 protected:
@@ -87,7 +88,7 @@ protected:
 
     ~FullDisk() override
     {
-        // Fails where no disk was mounted; its directory can be removed then anyway.
+        // Fails if no disk was mounted; then the directory can be removed without it.
         umount2(fDisk.c_str(), MNT_DETACH);
     }
 
@@ -148,7 +149,7 @@ TEST_F(FullDisk, CostsNoMoreThanWhatDoesNotFit)
         const Filler filler(fDisk);
         ASSERT_TRUE(filler.isFull());
         EXPECT_EQ(-ENOSPC, store(std::string(100000, 'x')));
-        // More than the last page of the log has room for.
+        // More than the room in the last page of the log.
         log(200);
         for (int i = 0; i < 200; ++i)
         {

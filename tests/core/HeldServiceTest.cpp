@@ -26,8 +26,8 @@ public:
     std::atomic<int> events{0};
 };
 
-/// A service that asks the core for another one while the core stops. The stop ends exactly between
-/// the call that found the other service and whatever comes next.
+/// A service that looks up another one while the core stops. The stop ends exactly between the
+/// successful lookup and the next step.
 class HeldService : public testing::Test
 {
 protected:
@@ -53,7 +53,7 @@ protected:
         }
     }
 
-    /// Runs iWork, which takes the manager's lock and then looks up a service, beside a stop.
+    /// Runs iWork, which takes the manager's lock and then looks up a service, during a stop.
     int besideTheStop(const std::function<int()>& iWork)
     {
         std::future<int> pending = std::async(std::launch::async,
@@ -72,8 +72,8 @@ protected:
     PBaseptr<IConfigManager> fManager;
 
 private:
-    /// Holds the lookup of this thread twice: inside until the stop has begun to wait for it, then,
-    /// when it has left, until the stop is over.
+    /// Blocks the lookup of this thread twice: inside the core until the stop waits for it, and
+    /// after it has left the core until the stop has ended.
     void holdLookup()
     {
         PortFaults::beforeLock = [this, locks = 0]() mutable
@@ -94,7 +94,7 @@ private:
     }
 
     static constexpr int kCoreLock = 2;   ///< the first lock of the work is the manager's
-    static constexpr int kGateUnlock = 2; ///< behind that of the core
+    static constexpr int kGateUnlock = 2; ///< after that of the core
 
     std::promise<void> fInside;
     std::promise<void> fStopped;

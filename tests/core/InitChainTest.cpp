@@ -46,8 +46,8 @@ protected:
         return std::async(std::launch::async, [iId] { return request(iId); });
     }
 
-    /// The log's texts behind iMarker, oldest first, with its threads named A, B, C as they appear
-    /// in each of them.
+    /// The log's texts after iMarker, oldest first, with the threads of each named A, B, C in the
+    /// order of appearance.
     std::vector<std::string> chains(const std::string& iMarker) const
     {
         std::vector<std::string> texts;
@@ -63,7 +63,7 @@ protected:
         return texts;
     }
 
-    /// As above, but waits until there are iCount; ten seconds at most.
+    /// As above, but waits until there are iCount, at most ten seconds.
     std::vector<std::string> awaitChains(const std::string& iMarker, std::size_t iCount) const
     {
         for (int i = 0; i < 1000 && chains(iMarker).size() < iCount; ++i)
@@ -73,7 +73,7 @@ protected:
         return chains(iMarker);
     }
 
-    /// Ends the process, because threads of it will never go on.
+    /// Ends the process, because some of its threads are blocked forever.
     void endProcess()
     {
         std::filesystem::remove_all(fCore.dir.path());
@@ -96,7 +96,7 @@ private:
     }
 };
 
-/// Keeps an init running until the test lets it go.
+/// Blocks an init until the test releases it.
 class HeldInit
 {
 public:
@@ -200,8 +200,8 @@ TEST_F(InitChain, CircleOfTwoThreadsIsNamedByBoth)
                         PluginHooks::waitFor("alpha.init");
                         return request(L"test.alpha");
                     });
-    // Each looks again after the limit of a real wait, then twenty times at once, woken by
-    // something else.
+    // Each thread looks again after a timeout of a real wait, then twenty times without a wait, as
+    // after wakeups for other reasons.
     PortFaults::condVarWait.arm(0, 2, 20);
     std::future<int> alpha = requestOnThread(L"test.alpha");
     std::future<int> beta = requestOnThread(L"test.beta");
@@ -219,7 +219,7 @@ TEST_F(InitChain, CircleOfTwoThreadsIsNamedByBoth)
     EXPECT_EQ(22, sawAlpha + sawBeta);
     EXPECT_EQ(22, fCore.logCount("E Core [intiPlugin][pg:0x"));
 
-    // Who waits for a part of it sees it too.
+    // A thread that waits for a part of the chain reports it, too.
     PortFaults::condVarWait.arm(-733, 0, 1);
     std::future<int> outsider = requestOnThread(L"test.beta");
     EXPECT_EQ("thread A waits for libbeta.so, which thread B initialises, which waits for "
@@ -241,7 +241,7 @@ TEST_F(InitChain, LoopOfAPluginWithItselfIsNamed)
     EXPECT_EQ((std::vector<std::string>{
                   "thread A initialises libalpha.so, which asks for libalpha.so (circle)"}),
               chains("] Init loop: "));
-    // Behind the line that tells of the loop.
+    // After the line about the loop.
     EXPECT_EQ(2, fCore.logCount("E Core [intiPlugin][pg:0x"));
 }
 

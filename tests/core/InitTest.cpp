@@ -41,7 +41,7 @@ protected:
         return std::async(std::launch::async, [iId] { return request(iId); });
     }
 
-    /// Waits until the core logged a line; false after ten seconds.
+    /// Waits until the core has logged a line; false after ten seconds.
     bool waitForLog(const std::string& iText, int iTimes = 1)
     {
         for (int i = 0; i < 1000 && fCore.logCount(iText) < iTimes; ++i)
@@ -54,7 +54,7 @@ protected:
     CoreRun fCore;
 };
 
-/// Keeps an init running until the test lets it go.
+/// Blocks an init until the test releases it.
 class HeldInit
 {
 public:
@@ -141,7 +141,7 @@ TEST_F(Init, FailedWaitIsReportedWithTheMutexLeftHeld)
     held.release();
     // The first thread cannot finish while this one holds the mutex.
     EXPECT_EQ(std::future_status::timeout, first.wait_for(std::chrono::milliseconds(50)));
-    // It never can, and nothing but the end of the process helps it.
+    // It is blocked forever; only the end of the process ends it.
     std::filesystem::remove_all(fCore.dir.path());
     std::_Exit(HasFailure() ? 1 : 0);
 }
@@ -305,7 +305,7 @@ TEST_F(Init, MutexThatCannotBeLockedAfterInitLeavesThePluginInitialising)
                     });
     EXPECT_EQ(-2003, request(L"test.alpha"));
     EXPECT_EQ(1, fCore.logCount("] Failed to init plugin err: -1013"));
-    // This thread is still noted as the one that initialises.
+    // This thread is still recorded as the initialising one.
     EXPECT_EQ(-2003, request(L"test.alpha"));
     EXPECT_EQ(1, fCore.logCount("] Failed to init plugin err: -2004"));
 }
@@ -316,7 +316,7 @@ TEST_F(Init, MutexThatCannotBeUnlockedFailsTheRequest)
     PortFaults::mutexUnlock.armOnThisThread(-22, 0, 1);
     EXPECT_EQ(-2003, request(L"test.alpha"));
     EXPECT_EQ(1, fCore.logCount("] Failed to init plugin err: -1014"));
-    // The plugin stays noted as being initialised by this thread.
+    // The plugin stays recorded as being initialised by this thread.
     EXPECT_EQ(-2003, request(L"test.alpha"));
     EXPECT_EQ(1, fCore.logCount("] Failed to init plugin err: -2004"));
     EXPECT_EQ(0, PluginHooks::count("alpha.init"));

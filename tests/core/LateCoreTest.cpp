@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A core that a forked child loads into a process that had the porting layer only.
+// A core that a forked child loads. The parent has only the porting layer loaded.
 #include "IConfigManager.h"
 #include "Ixla.h"
 #include "PBaseptr.h"
@@ -35,7 +35,7 @@ protected:
         return dir.file("config/net.prs");
     }
 
-    /// How a child ends that returns what iWork does.
+    /// The exit code of a child that returns the result of iWork.
     template <class TWork>
     static int statusOfChild(const TWork& iWork)
     {
@@ -80,8 +80,8 @@ protected:
         return fStart(arguments.data(), static_cast<unsigned int>(arguments.size()));
     }
 
-    /// Loads from the pipe on another thread. Returns when that thread has opened it, with the end
-    /// that keeps it waiting there.
+    /// Loads from the pipe on another thread. When that thread has opened the pipe, returns the
+    /// other end, which makes it wait.
     int readPipe()
     {
         IBase* instance = nullptr;
@@ -107,7 +107,7 @@ protected:
 };
 } // namespace
 
-// The core counts forks from here on, and the porting layer has counted one more.
+// The core starts to count forks now; the porting layer has already counted one.
 TEST_F(LateCore, StopOfAChildThatLoadedItEndsBesideALoadFromAPipe)
 {
     const int status = statusOfChild(

@@ -13,7 +13,7 @@
 
 namespace
 {
-/// Whether a library of this name is mapped into the process.
+/// Whether a library with this name is mapped.
 bool isMapped(const std::string& iFileName)
 {
     std::ifstream maps("/proc/self/maps");

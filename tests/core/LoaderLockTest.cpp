@@ -14,8 +14,8 @@
 
 namespace
 {
-/// Another thread has the loader's lock, inside a constructor or destructor that calls the core,
-/// from the moment that alpha is destroyed until the core has answered.
+/// Another thread holds the loader's lock, in a constructor or destructor that calls the core, from
+/// the destruction of alpha until its call has returned.
 class LoaderLock : public testing::Test
 {
 protected:
@@ -47,7 +47,7 @@ protected:
         EXPECT_EQ(0, dlclose(fEarly));
     }
 
-    /// Lets iWork begin when alpha is destroyed, and the destruction go on once iWork has reported
+    /// Starts iWork when alpha is destroyed, and continues the destruction when iWork has reported
     /// iStep.
     void duringDestruction(const std::function<void()>& iWork, const std::string& iStep)
     {

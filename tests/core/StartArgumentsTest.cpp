@@ -12,7 +12,7 @@
 
 namespace
 {
-/// Parses with a logger in place, as the lines about arguments come before the core's own log.
+/// Parses with a logger, because the lines about arguments come before the core's own log exists.
 class StartArguments : public testing::Test
 {
 protected:

@@ -30,7 +30,7 @@ protected:
         PortFaults::reset();
     }
 
-    /// The run-time value that the core published for a key; "(none)" without one.
+    /// The run-time value that the core has published for a key; "(none)" without one.
     std::string published(const wchar_t* iKey)
     {
         IConfigManager* manager = fCore.get<IConfigManager>(kIxlaConfigManagerId);
@@ -226,7 +226,7 @@ TEST_F(Start, BrokenArgumentBehindAPropertyFileIsRefused)
 
 TEST_F(Start, LastFailedDefaultWriteIsRefused)
 {
-    // The enable flag is written last and needs no number, so the write before it decides here.
+    // The enable flag is written last and needs no conversion, so the previous write fails.
     fCore.set("core.plugins.log.enable", "true");
     PortFaults::int32ToStr.armOnThisThread(-75);
     EXPECT_EQ(-1005, fCore.start());

@@ -41,7 +41,7 @@ protected:
         ASSERT_EQ(0, dispatcher->addListener(kIxlaCoreExitTopic, service));
     }
 
-    /// Lets the listener wait until release; the mutex's waits then time out at once.
+    /// Blocks the listener until release; waits for the mutex then time out at once.
     void holdListener()
     {
         PluginHooks::on("alpha.event",
@@ -131,7 +131,7 @@ TEST_F(Stop, LateListenerIsAbandonedAndMayReturnAfterTheCoreIsGone)
     EXPECT_EQ(0, PluginHooks::count("alpha.service destroyed"));
     fLeave.set_value();
     fLeft.get_future().wait();
-    // The listener's service goes with the last holder, on the abandoned thread.
+    // The abandoned thread releases the last reference to the listener's service.
     EXPECT_TRUE(PluginHooks::waitFor("alpha.service destroyed"));
 }
 
@@ -255,7 +255,7 @@ TEST_F(Stop, FailedWaitEndsTheStopFlow)
 TEST_F(Stop, FailedWaitWhileTheNotifierReportsWaitsForIt)
 {
     startListening();
-    // The wait fails after it let the notifier run on to its report.
+    // The wait fails after the notifier has reported.
     PluginHooks::on("alpha.event",
                     []
                     {
@@ -288,7 +288,7 @@ TEST_F(Stop, NotifierThatCannotLockIsWaitedForUntilTheLimit)
     PluginHooks::on("alpha.event",
                     []
                     {
-                        // Two locks of this thread are the dispatcher's, past by now.
+                        // This thread's two locks of the dispatcher come before.
                         PortFaults::mutexLock.armOnThisThread(-22, 0, 1);
                         return 0;
                     });

@@ -24,7 +24,7 @@ constexpr int kStops = 300;
 class CoreStress : public testing::Test
 {
 protected:
-    /// Runs iWork on kThreads threads that begin together.
+    /// Runs iWork on kThreads threads that start at once.
     template <class TWork>
     static void together(const TWork& iWork)
     {
@@ -48,7 +48,7 @@ protected:
     CoreRun fCore;
 };
 
-/// What the process holds that could leak: handles, threads and mapped regions.
+/// The resources of the process that could leak: handles, threads and mapped regions.
 struct Holdings
 {
     static Holdings now()
@@ -127,7 +127,7 @@ TEST_F(CoreStress, RequestsOfManyPluginsFindTheirOwn)
 
 TEST_F(CoreStress, OtherInterfacesAreFoundWhileAPluginIsUnloaded)
 {
-    // Without lines of the log, and with relaxed counters, nothing orders the threads.
+    // Without log lines and with relaxed counters the threads are not synchronised.
     fCore.set("core.log.level", "-1");
     for (const char* name : {"alpha", "beta", "twice"})
     {
@@ -182,7 +182,7 @@ TEST_F(CoreStress, AThousandStartsAndStopsLeaveNothingBehind)
     EXPECT_EQ(before.handles, after.handles);
     EXPECT_EQ(before.threads, after.threads);
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
-    // 900 rounds may not cost as much as a kilobyte each.
+    // 900 rounds must cost less than a kilobyte each.
     EXPECT_GE(before.pages + 200, after.pages);
 #endif
 }

@@ -13,8 +13,8 @@
 #include <future>
 #include <thread>
 
-// What the core returns and logs when its mutex or its condition variable fails, beyond the single
-// request: waiting threads, plugins of the autostart list, and the thread that announces the exit.
+// The results and log lines of the core when its mutex or its condition variable fails for waiting
+// threads, plugins of the autostart list, and the thread that sends the exit event.
 
 namespace
 {
@@ -40,7 +40,7 @@ protected:
         return ixlaGetInstance(L"test.alpha", instance);
     }
 
-    /// Starts with alpha in the autostart list and ioFault striking once when its init is done.
+    /// Starts with alpha in the autostart list; ioFault fails once when its init has returned.
     int startWithFaultAfterInit(PortFault& ioFault)
     {
         fCore.set("core.autostart.list", "alpha");
@@ -53,8 +53,8 @@ protected:
         return fCore.start();
     }
 
-    /// Starts with alpha's service as listener of the exit; ioFault strikes once when the thread
-    /// that announces the exit has told it and reports.
+    /// Starts with alpha's service as listener of the exit event; ioFault fails once when the
+    /// notifier thread has called it and reports.
     void startWithFaultInReport(PortFault& ioFault)
     {
         PluginHooks::on("alpha.event",
@@ -80,14 +80,14 @@ protected:
         return fCore.logCount(iText) == 1;
     }
 
-    /// Whether somebody keeps the core's mutex: a request then waits.
+    /// Whether the core's mutex is held: a lookup then waits.
     static bool isMutexKept(std::future<int>& oRequest)
     {
         oRequest = std::async(std::launch::async, &SyncFaults::request);
         return oRequest.wait_for(std::chrono::milliseconds(100)) == std::future_status::timeout;
     }
 
-    /// For threads that wait for ever: nothing but the end of the process helps them.
+    /// For threads that wait forever: only the end of the process ends them.
     [[noreturn]] void endProcess() const
     {
         std::filesystem::remove_all(fCore.dir.path());
@@ -121,7 +121,7 @@ TEST_F(SyncFaults, WaiterThatCannotUnlockIsTold)
     EXPECT_EQ(-2003, second.get());
     EXPECT_EQ(1, fCore.logCount("] Waiting finished iCorePg.fInitState: 2"));
     EXPECT_EQ(1, fCore.logCount("] Failed to init plugin err: -1014"));
-    // The thread that ended keeps the mutex.
+    // The ended thread still holds the mutex.
     endProcess();
 }
 
@@ -140,7 +140,7 @@ TEST_F(SyncFaults, WaitersKeepWaitingForAThreadThatCannotLockAfterItsInit)
     ASSERT_TRUE(PluginHooks::waitFor("alpha.init"));
     std::future<int> second = std::async(std::launch::async, &SyncFaults::request);
     ASSERT_TRUE(waitForLog("] Waiting other thread to init plugin..."));
-    // A thread made after the first one ended could have its number.
+    // A thread that starts after the first one has ended could have its number.
     std::promise<void> goOn;
     std::future<int> third = std::async(std::launch::async,
                                         [&goOn]
@@ -151,7 +151,7 @@ TEST_F(SyncFaults, WaitersKeepWaitingForAThreadThatCannotLockAfterItsInit)
     leave.set_value();
     EXPECT_EQ(-2003, first.get());
     EXPECT_EQ(1, fCore.logCount("] Failed to init plugin err: -1013"));
-    // Looking again changes nothing: the plugin stays noted as being initialised.
+    // A second lookup is the same: the plugin stays recorded as being initialised.
     PortFaults::condVarWait.arm(-733, 0, 3);
     goOn.set_value();
     while (PortFaults::condVarWait.hits() < 3)
@@ -231,7 +231,7 @@ TEST_F(SyncFaults, StopThatCanNeitherAnnounceNorUnlockIsTold)
     EXPECT_EQ(1, PluginHooks::count("alpha.destroyed"));
 }
 
-// The thread that announces the exit ends with the mutex, and the stop waits for it for ever.
+// The notifier thread ends with the mutex locked, and the stop waits for it forever.
 TEST_F(SyncFaults, AnnouncerThatCannotSignalKeepsTheMutex)
 {
     startWithFaultInReport(PortFaults::condVarNotifyAll);
@@ -246,7 +246,7 @@ TEST_F(SyncFaults, AnnouncerThatCannotSignalKeepsTheMutex)
 
 TEST_F(SyncFaults, AnnouncerThatCannotUnlockKeepsTheMutex)
 {
-    // The dispatcher's unlock is past by then; the next one is the report's.
+    // The dispatcher has already unlocked; the next unlock is that of the report.
     startWithFaultInReport(PortFaults::mutexUnlock);
     std::future<int> stop = std::async(std::launch::async, &ixlaStop);
     ASSERT_TRUE(waitForLog("D Core [thNotifyCoreExit] notifyCoreExit res: -1014"));

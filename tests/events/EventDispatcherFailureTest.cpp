@@ -22,8 +22,8 @@ protected:
         listener = TestListener::make(journal, "L");
     }
 
-    // An unlock that failed left the mutex held. A destruction whose own locking fails gives that
-    // lock back, so that no held mutex is destroyed.
+    // The failed unlock left the mutex locked. A destructor whose lock fails releases that lock, so
+    // that no locked mutex is destroyed.
     void TearDown() override
     {
         if (fHeld)
@@ -165,7 +165,7 @@ TEST_F(EventDispatcherFailure, SendReturnsAndLogsTheCodeOfUnlockingAndNotifiesNo
 
 TEST_F(EventDispatcherFailure, InvalidArgumentsAreRefusedWithoutLocking)
 {
-    // Without a log, whose mutexes would count too.
+    // Without a log, whose mutexes would be counted, too.
     dispatcher.clear();
     ASSERT_EQ(0, core.stop());
     make();

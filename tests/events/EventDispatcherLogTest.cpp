@@ -33,7 +33,7 @@ protected:
         return listener;
     }
 
-    /// The texts of the log from the first that holds iStart on, without what stands before "[".
+    /// The texts of the log from the first that contains iStart on, from their "[" on.
     std::vector<std::string> linesFrom(const std::string& iStart) const
     {
         std::vector<std::string> lines = readLines(core.pluginLogFile());

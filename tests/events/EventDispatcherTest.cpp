@@ -379,7 +379,7 @@ TEST_F(EventDispatcher, CountsItsReferences)
     EXPECT_EQ(1, dispatcher->decRef());
 }
 
-// A listener that cleans up after itself meets the dispatcher at the very end of its life.
+// A listener may call the dispatcher while the dispatcher's destructor releases it.
 TEST_F(EventDispatcher, ListenerReleasedByDestructionMayStillUnsubscribe)
 {
     PEventDispatcher* const dying = dispatcher.get();

@@ -30,14 +30,14 @@ protected:
         return dispatcher->send(kTopic, nullptr, 0);
     }
 
-    /// Subscribes a listener that nobody else holds.
+    /// Subscribes a listener that only the dispatcher holds.
     void add(TestListener::Action iAction)
     {
         const auto listener = TestListener::make(journal, "", std::move(iAction));
         EXPECT_EQ(0, dispatcher->addListener(kTopic, listener.get()));
     }
 
-    /// Runs iWork on iThreads threads that begin together; iWork gets the thread's number.
+    /// Runs iWork on iThreads threads that start at once; iWork gets the thread's number.
     static void together(int iThreads, const std::function<void(int)>& iWork)
     {
         std::promise<void> start;
@@ -63,7 +63,7 @@ protected:
     PBaseptr<PEventDispatcher> dispatcher;
 };
 
-/// Gives its place to a new listener at every event.
+/// Replaces itself by a new listener at every event.
 int giveWay(PEventDispatcher& ioDispatcher, Journal& ioJournal, TestListener& ioSelf)
 {
     if (ioDispatcher.removeListener(kTopic, &ioSelf) != eIxlaOk)

@@ -7,7 +7,7 @@
 
 namespace
 {
-/// Printable ASCII as it stands, everything else in hexadecimal.
+/// Printable ASCII unchanged, everything else in hexadecimal.
 template <class TText>
 void _print(const char* iName, const TText& iText)
 {

@@ -7,7 +7,7 @@
 
 namespace
 {
-/// Digits without leading zeros, which compare as numbers do.
+/// Digits without leading zeros, which can be compared as numbers.
 bool _isAbove(const std::wstring& iDigits, const std::wstring& iLimit)
 {
     return iDigits.size() != iLimit.size() ? iDigits.size() > iLimit.size() : iDigits > iLimit;

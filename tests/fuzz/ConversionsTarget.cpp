@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Numbers, truth values and bytes: a value's text gives the value again, and any other text gives
-// what the model says or the same code.
+// Numbers, truth values and bytes: the text of a value is read as that value, and any other text
+// gives the value or the code of the model.
 #include "fuzz/Check.h"
 #include "fuzz/ConversionModel.h"
 #include "fuzz/Texts.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Logs: a program's formats with odd arguments. Each line of an input is one call (see Script);
-// what the files then hold is compared line by line with what the calls should have written.
+// Logs: formats with unusual arguments. Each line of an input is one call (see Script); the files
+// are compared line by line with the expected lines.
 #include "fuzz/Check.h"
 #include "fuzz/MemoryDir.h"
 #include "fuzz/Texts.h"
@@ -49,20 +49,20 @@ struct Settings
     std::wstring tag;
 };
 
-/// What a call is made with.
+/// The arguments of a call.
 struct Arguments
 {
     explicit Arguments(std::string_view iBytes)
         : text(decoded(iBytes)), number(std::strtoull(std::string(iBytes).c_str(), nullptr, 10))
     {
-        // What formats take ends at the first zero.
+        // Formats read arguments up to the first zero.
         text.resize(std::min(text.size(), text.find(L'\0')));
         narrow = iBytes.substr(0, iBytes.find('\0'));
         character = iBytes.empty() ? 0 : decoded(iBytes)[0];
         width = static_cast<int>(number % kMostWidth);
     }
 
-    /// What "%s" makes of narrow text in the locale of the process, which is that of C.
+    /// The output of "%s" for narrow text in the locale of the process, which is "C".
     std::optional<std::wstring> widened() const
     {
         const bool plain = std::all_of(narrow.begin(), narrow.end(),
@@ -96,7 +96,7 @@ bool _isBetween(wchar_t iChar, wchar_t iFirst, wchar_t iLast)
     return iChar >= iFirst && iChar <= iLast;
 }
 
-/// What stands in a line for a character, other than itself; empty where nothing does.
+/// The escape of a character in a line; empty for a character without one.
 std::string _escaped(wchar_t iChar)
 {
     const auto bits = static_cast<unsigned int>(iChar);
@@ -121,7 +121,7 @@ std::string _escaped(wchar_t iChar)
     return text;
 }
 
-/// As lines show a text: with escapes, and with two backslashes where one would begin an escape.
+/// The text in a line: with escapes, and with two backslashes where one would start an escape.
 std::string _shown(const std::wstring& iText)
 {
     std::string shown;
@@ -145,11 +145,11 @@ bool _looksLike(std::string_view iText, std::string_view iPattern)
                       [](char t, char p) { return (t >= '0' && t <= '9' ? '0' : t) == p; });
 }
 
-/// One run: a logger, and what its files should hold.
+/// One run: a logger, and the expected content of its files.
 ///   i e d  LEVEL FORMAT ARGUMENTS  write a line; LEVEL and FORMAT are one character each
 ///   x      LEVEL WIDTH BYTES       dump bytes
 ///   l      LEVEL                   set the level
-///   o                              close the log and go on with another logger of the same file
+///   o                              close the log and continue with another logger of the same file
 class Script
 {
 public:
@@ -157,7 +157,7 @@ public:
 
     void run(std::string_view iLine);
 
-    /// Closes the log and looks at what was written.
+    /// Closes the log and checks the written lines.
     void finish();
 
 private:
@@ -198,7 +198,7 @@ void Script::open(bool iNew)
     fLevel = 0;
 }
 
-/// What the system's own formatting gives, and the code for a text that cannot be formatted.
+/// The result of the system's own formatting, and the code for a text that cannot be formatted.
 template <class... TArgument>
 void _checkFormatted(const std::optional<std::wstring>& iExpected, const wchar_t* iFormat,
                      TArgument... iArguments)
@@ -335,12 +335,12 @@ void Script::run(std::string_view iLine)
     logAs(detail, Arguments(iLine));
 }
 
-/// Checks the part that differs from call to call and takes it away.
+/// Checks the variable part of a line and removes it.
 Line Script::parse(std::string_view iLine) const
 {
     check(_looksLike(iLine.substr(0, kTime.size()), kTime), "a line begins with its time");
     iLine.remove_prefix(kTime.size());
-    // The only thread of a process has its number.
+    // The only thread of a process has the process's number.
     const std::string process = std::to_string(::getpid());
     const std::string numbers = " " + process + ":" + process + " ";
     check(iLine.starts_with(numbers), "process and thread");
@@ -381,7 +381,7 @@ std::vector<Line> Script::readFiles() const
     return lines;
 }
 
-/// Without limits every line is there, otherwise the last ones.
+/// Without limits the files have every line, otherwise the last ones.
 void Script::finish()
 {
     fLogger.reset();

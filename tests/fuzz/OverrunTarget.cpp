@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A target that reads behind a block of memory, which the sanitizer of a fuzzer must report.
+// A target that reads beyond a block of memory, which the sanitizer of a fuzzer must report.
 #include "fuzz/Check.h"
 #include "fuzz/Texts.h"
 

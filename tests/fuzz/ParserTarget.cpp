@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The parser of files and arguments: what configurations and the core make of an input that is a
-// file of lines, and at the same time one argument a line, against the model of the format.
+// The parser of files and arguments: an input is read as a file and as one argument per line, by
+// configurations and by the core, and compared with the model of the format.
 #include "Ixla.h"
 #include "config/PConfig.h"
 #include "config/PConfigFormat.h"
@@ -19,7 +19,7 @@ namespace
 {
 typedef std::vector<std::wstring> Lines;
 
-/// A manager without a core; it reads files and arguments all the same.
+/// A manager without a core, which can still read files and arguments.
 struct Parser
 {
     const MemoryDir dir;
@@ -64,7 +64,7 @@ void _checkBool(const std::wstring& iText, int iFoundCode, bool iFound)
     check(iFound == expected, "truth value");
 }
 
-/// Takes the block over.
+/// Takes ownership of the block.
 void _checkBinary(const std::wstring& iText, int iFoundCode, unsigned char* iData,
                   unsigned int iSize)
 {
@@ -156,7 +156,7 @@ void _checkConfig(IConfig& ioConfig, const ModelValues& iExpected)
     }
 }
 
-/// What was loaded, or that nothing was.
+/// The loaded values, or the fact that there are none.
 void _checkLoaded(int iFoundCode, const PBaseptr<IConfig>& iConfig, int iCode,
                   const ModelValues& iExpected)
 {
@@ -199,7 +199,7 @@ void _checkLoads(const Parser& iParser, const Lines& iLines)
     _checkLoaded(found, config, code, values);
 }
 
-/// Later values win, attributes stay, and what stood before a bad line is kept.
+/// Later values replace earlier ones, attributes stay, and the lines before a bad line are kept.
 void _checkAppends(const Parser& iParser, const Lines& iLines)
 {
     Lines first = {L"key = first", L"key:attribute = first"};
@@ -238,7 +238,7 @@ void _checkByID(IConfigManager& ioManager, const std::wstring& iID, const Lines&
     ModelValues expected;
     for (std::size_t left = _countFiles(iList); left > 0; --left)
     {
-        // A file that breaks off has given what stands before the bad line.
+        // A file with a bad line gives the lines before it.
         static_cast<void>(LineModel::appendFile(iLines, expected));
     }
     PBaseptr<IConfig> config;
@@ -248,7 +248,7 @@ void _checkByID(IConfigManager& ioManager, const std::wstring& iID, const Lines&
     {
         return;
     }
-    // Reads by key would look into the store as well.
+    // Reads by key would also read the store.
     const PConfigValues& values = static_cast<PConfig&>(*config).values();
     check(values.size() == expected.size(), "number of keys of an ID");
     auto found = values.begin();
@@ -261,7 +261,7 @@ void _checkByID(IConfigManager& ioManager, const std::wstring& iID, const Lines&
     }
 }
 
-/// The input as the file that says which files belong to which ID.
+/// The input as the manager's file, which maps IDs to files.
 void _checkIDs(const Parser& iParser, std::string_view iBytes, const Lines& iLines)
 {
     constexpr std::size_t kMostIDs = 8;
@@ -278,7 +278,7 @@ void _checkIDs(const Parser& iParser, std::string_view iBytes, const Lines& iLin
     std::size_t left = code == 0 ? kMostIDs : 0;
     for (auto list = lists.begin(); list != lists.end() && left > 0; ++list, --left)
     {
-        // Other places may hold anything.
+        // Other paths may have any content.
         if (list->second.value.find_first_of(L"/\\") == std::wstring::npos)
         {
             _checkByID(*manager, list->first, iLines, list->second.value);
@@ -287,7 +287,7 @@ void _checkIDs(const Parser& iParser, std::string_view iBytes, const Lines& iLin
     manager->cleanup();
 }
 
-/// A line that is no entry leaves the texts as they were.
+/// A line that is no entry leaves the texts unchanged.
 void _checkLine(const std::wstring& iLine)
 {
     ModelValues values;
@@ -311,7 +311,7 @@ void _checkLine(const std::wstring& iLine)
     checkText(textOf(value), text, "text of a line");
 }
 
-/// What the core takes from its arguments.
+/// The settings that the core reads from its arguments.
 struct StartModel
 {
     int parse(const std::wstring& iArgument);

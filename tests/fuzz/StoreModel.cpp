@@ -153,7 +153,7 @@ bool StoreModel::_isPinned(const ModelRecord& iRecord)
            ConversionModel::toBool(attribute->second, pinned) == 0 && pinned;
 }
 
-/// The record that answers; null for none. Without a readable file nothing is stored.
+/// The record that is read; null for none. Without a readable file there are no stored values.
 const ModelRecord* StoreModel::choose(const std::wstring& iID, bool iHasOwn,
                                       const std::wstring& iKey, const std::wstring* iAttribute)
 {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The store: a script of operations against a model in memory. Each line of an input is one
-// operation, a letter and fields behind "/" (see Script).
+// The store: a script of operations, compared with a model in memory. Each line of an input is one
+// operation: a letter and fields separated by "/" (see Script).
 #include "IConfig.h"
 #include "Ixla.h"
 #include "config/PConfigManager.h"
@@ -33,7 +33,7 @@ std::string _fileOf(const std::vector<std::wstring>& iLines)
     return bytes;
 }
 
-/// The fields of one operation, and the one value behind them in its forms.
+/// The fields of one operation, and its value in all types.
 struct Operation
 {
     Operation(std::string_view iLine, bool iHasAttribute)
@@ -71,8 +71,8 @@ std::wstring _hex(const std::string& iBytes)
 ///   S 1 2 3 4 T B  ID/KEY/ATTRIBUTE/VALUE  the same as attributes
 ///   r ID/KEY   R ID/KEY/ATTRIBUTE          remove
 ///   g ID/KEY/ATTRIBUTE                     read
-///   l  list the IDs   n  begin anew with another manager   N  the same without a load
-///   x LINE  somebody adds a line to the file   m  somebody deletes the file
+///   l  list the IDs   n  start again with another manager   N  the same without a load
+///   x LINE  add a line to the file   m  delete the file
 class Script
 {
 public:
@@ -92,7 +92,7 @@ public:
 
     void run(std::string_view iLine);
 
-    /// Looks at all that was ever named, through another manager.
+    /// Checks all names used so far, through another manager.
     void review();
 
 private:
@@ -128,7 +128,7 @@ void Script::begin(bool iLoad)
     }
 }
 
-// The manager and the configurations that it keeps hold one another.
+// The manager and its configurations hold references to each other.
 void Script::end()
 {
     static_cast<PConfigManager&>(*fManager).cleanup();
@@ -263,7 +263,7 @@ void Script::read(const Operation& iOperation)
         return;
     }
     const bool hasOwn = iOperation.id == kOwnID;
-    // Without an ID there is nothing but own values.
+    // Without an ID there are only own values.
     const bool asks = !iOperation.id.empty();
     std::wstring expected = L"before";
     PString found(L"before");
@@ -307,7 +307,7 @@ void Script::addLine(std::string_view iLine)
     fDir.write("store.txt", _fileOf(lines));
 }
 
-/// After an operation the file holds what the model would write.
+/// After an operation the file has the lines of the model.
 void Script::checkFile(int iCode)
 {
     if (iCode == 0)

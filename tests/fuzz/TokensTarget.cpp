@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Splitting: getNextToken, getKeyValue and the searches under them against plain models. The first
-// character of an input is the separator, the rest is the text.
+// Splitting: getNextToken, getKeyValue and the searches that they use, compared with simple models.
+// The first character of an input is the separator, the rest is the text.
 #include "fuzz/Check.h"
 #include "fuzz/LineModel.h"
 #include "fuzz/Texts.h"
@@ -49,7 +49,7 @@ void _checkTokens(const std::wstring& iText, wchar_t iSeparator)
     checkText(textOf(token), last, "the last token stays");
 }
 
-/// Both targets are texts of their own, or one of them is the source itself.
+/// Both targets are other texts, or one of them is the source itself.
 void _checkKeyValue(const std::wstring& iText, wchar_t iSeparator)
 {
     const std::size_t at = iText.find(iSeparator);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// UTF-8: whatever bytes are read are written again, whatever text is written is read again.
+// UTF-8: all bytes that are read are written back, and every text that is written is read back.
 #include "fuzz/Check.h"
 #include "fuzz/LineModel.h"
 #include "fuzz/MemoryDir.h"
@@ -59,8 +59,8 @@ std::string _plainUtf8(std::uint32_t iCode)
     return {lead(18, 0xF0), tail(12), tail(6), tail(0)};
 }
 
-/// What a file of these bytes becomes when its lines are written again: byte for byte the same,
-/// but for what lines cannot hold.
+/// A file of these bytes after its lines have been written again: the same bytes, except for those
+/// that lines cannot contain.
 std::string _rewritten(std::string_view iBytes)
 {
     if (iBytes.starts_with(kMark))
@@ -101,7 +101,7 @@ void _checkLine(std::string_view iLine, bool iFileStart)
     checkText(_decode(again, iFileStart), text, "a line reads as it was written");
 }
 
-/// Text that has plain UTF-8 is written as that, and reads from that.
+/// Text with a plain UTF-8 form is written in it and read from it.
 void _checkPlainText(const std::wstring& iText)
 {
     std::wstring plain;
@@ -209,7 +209,7 @@ void _checkFile(const MemoryDir& iDir, std::string_view iBytes)
     check(_readLines(iDir, "out") == lines, "lines read as they were written");
 }
 
-/// The bytes in the middle of which the buffer of a file ends, behind a line of their own or not.
+/// Bytes across the end of a file's buffer, after another line or not.
 void _checkAcrossBuffer(const MemoryDir& iDir, std::string_view iBytes, bool iOwnLine)
 {
     constexpr std::size_t kBuffer = 16384;
@@ -219,7 +219,7 @@ void _checkAcrossBuffer(const MemoryDir& iDir, std::string_view iBytes, bool iOw
     _checkFile(iDir, bytes.append(iBytes));
 }
 
-/// Four bytes a character, so that every number occurs.
+/// Four bytes per character, so that every number occurs.
 std::wstring _anyText(std::string_view iBytes)
 {
     std::wstring text(iBytes.size() / sizeof(wchar_t), L'\0');

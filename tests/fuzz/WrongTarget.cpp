@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// A target that is wrong on purpose: a round trip that loses the last of three bytes. The fuzzer
-// must find it, and the replay of what it found must fail.
+// A target with a deliberate error: a round trip that loses the last of three bytes. The fuzzer
+// must find it, and the replay of its input must fail.
 #include "fuzz/Check.h"
 #include "fuzz/Texts.h"
 

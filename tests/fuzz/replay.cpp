@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Runs a target once with every file of the directories that are named: replay DIRECTORY...
+// Runs a target once with every file of the directories: replay DIRECTORY...
 #include "fuzz/Texts.h"
 
 #include <algorithm>
@@ -28,7 +28,7 @@ void _run(const fs::path& iFile)
     std::ifstream in(iFile, std::ios::binary);
     const std::vector<char> bytes{std::istreambuf_iterator<char>(in),
                                   std::istreambuf_iterator<char>()};
-    // Whoever looks at the output of a run that fails finds the input in the last line.
+    // Printed before the run, so that the last line of a failed run names the input.
     std::printf("%s\n", iFile.c_str());
     std::fflush(stdout);
     LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size());
