@@ -226,7 +226,7 @@ TEST_F(Start, BrokenArgumentBehindAPropertyFileIsRefused)
 
 TEST_F(Start, LastFailedDefaultWriteIsRefused)
 {
-    // The enable flag is written last and needs no conversion, so the previous write fails.
+    // The enable flag is written last and needs no conversion: the failing one is the write before.
     fCore.set("core.plugins.log.enable", "true");
     PortFaults::int32ToStr.armOnThisThread(-75);
     EXPECT_EQ(-1005, fCore.start());

@@ -381,7 +381,7 @@ const PLiteral sKey(L"key");
 const PLiteral sAttribute(L"attribute");
 const unsigned char sBytes[] = {1, 2};
 
-/// What the getters fill, which differs in place alone.
+/// The out-arguments of the getters.
 struct Values
 {
     PString text;

@@ -11,7 +11,7 @@
 
 #include <cstddef>
 
-// The holders are no standard-layout types, but both compilers know their offsets.
+// The holders are not standard-layout types, but both compilers support offsetof for them.
 #pragma GCC diagnostic ignored "-Winvalid-offsetof"
 
 namespace

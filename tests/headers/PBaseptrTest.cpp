@@ -13,7 +13,7 @@
 
 namespace
 {
-/// Lives as long as its test; notes its references.
+/// Records its references; lives as long as its test.
 struct Counted : IBase
 {
     int incRef() override
@@ -49,7 +49,7 @@ struct Throwing : Counted
     }
 };
 
-/// Destroys itself as the service objects do.
+/// Destroys itself when its count returns to 0, as service objects do.
 struct SelfDestroying : IBase
 {
     explicit SelfDestroying(int& oDestroyed) : destroyed(oDestroyed)

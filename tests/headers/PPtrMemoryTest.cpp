@@ -20,7 +20,7 @@ struct Plain
     }
 };
 
-/// An interface through which nothing can be destroyed, and what stands behind it.
+/// An interface without a destructor, and its implementation.
 struct Bare
 {
     virtual void work() = 0;

@@ -12,12 +12,12 @@
 
 namespace
 {
-/// What happened to the objects of a test, in order.
+/// The events of the objects of a test, in order.
 std::vector<std::string> sEvents;
 
 using Events = std::vector<std::string>;
 
-/// Notes when it is destroyed and when the memory of an array of it goes.
+/// Records its destruction and the release of the memory of its arrays.
 struct Watched
 {
     virtual ~Watched()
@@ -39,7 +39,7 @@ struct Watched
     int id = 0;
 };
 
-/// An abstract interface as those of the system: nothing can be destroyed through it.
+/// An abstract interface without a destructor, as those of the system.
 struct Bare
 {
     virtual void work() = 0;
@@ -57,7 +57,7 @@ struct BareObject : Bare
     }
 };
 
-/// A holder that shows its fields and notes its hooks.
+/// A holder that exposes its fields and records the calls of its hooks.
 class OpenHolder : public PPtr<Watched>
 {
 public:
@@ -76,7 +76,7 @@ public:
         return fType;
     }
 
-    /// Leaves the pointer without a holder count.
+    /// Removes the holder count and keeps the pointer.
     void loseCounter()
     {
         delete fCounter;

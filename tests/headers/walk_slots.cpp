@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Walks the slots of all interfaces of whatever headers it is compiled with, and says which ones
-// reach another operation than they should.
+// Calls the slots of all interfaces of the headers that it is compiled with, and reports those that
+// reach the wrong operation.
 
 #include "headers/SlotWalk.h"
 

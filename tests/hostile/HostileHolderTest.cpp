@@ -13,7 +13,7 @@ namespace
 {
 using Text = const PLiteral&;
 
-/// An object that a plugin made itself, and that throws when its last reference is released.
+/// An object of a plugin that throws when its last reference is released.
 template <class TInterface>
 class Throwing : public TInterface
 {
@@ -41,7 +41,7 @@ private:
     int fCount = 0;
 };
 
-// Nobody calls the operations of these two.
+// The operations of these two are not called.
 class Config : public Throwing<IConfig>
 {
 public:
@@ -92,7 +92,7 @@ public:
     }
 };
 
-/// Holders that a service fills, and that hold something else before.
+/// Holders with another object, which a service replaces.
 class HostileHolder : public HostileTest
 {
 };

@@ -29,7 +29,7 @@ TEST_F(HostileInit, TenThreadsWaitTwelveSecondsForIt)
     }
     const std::string waiting = "] Waiting other thread to init plugin...";
     EXPECT_TRUE(waitUntil([&] { return fCore.logCount(waiting) == 10; }));
-    // The others are served meanwhile.
+    // Other lookups succeed meanwhile.
     EXPECT_EQ(0, request("com.kelvora.ixla.logger"));
     for (std::future<int>& pending : requests)
     {
@@ -37,7 +37,7 @@ TEST_F(HostileInit, TenThreadsWaitTwelveSecondsForIt)
     }
     EXPECT_LE(std::chrono::seconds(12), std::chrono::steady_clock::now() - begin);
     EXPECT_EQ(1, PluginHooks::count("alpha.init"));
-    // They looked twice in between, said for whom they wait and gave up nothing.
+    // They woke twice in between, logged what they wait for, and did not give up.
     EXPECT_EQ(20, fCore.logCount("I Core [intiPlugin][pg:"));
     EXPECT_EQ(10, fCore.logCount(waiting));
     EXPECT_EQ(20, fCore.logCount("D Core [intiPlugin][pg:"));
@@ -73,7 +73,7 @@ TEST_F(HostileInit, LoopsAreToldAndTheStopIsClean)
                     [] { return request("test.alpha") + request("test.beta") + 2 * 2003; });
     PluginHooks::on("beta.init", [] { return request("test.alpha"); });
     startWith("alpha");
-    // Both were refused to alpha: itself, and beta, which could not get alpha.
+    // Both lookups of alpha failed: of itself, and of beta, which could not get alpha.
     EXPECT_EQ(0, request("test.alpha"));
     EXPECT_EQ(2, fCore.logCount("] Detect plugin init loop lock thread ID: 0x"));
     EXPECT_EQ(eIxlaInitFailed, request("test.beta"));

@@ -11,7 +11,7 @@ namespace
 class HostileInterfaces : public HostileTest
 {
 protected:
-    /// The ID that GeneratedInterfacesPlugin makes.
+    /// The ID that GeneratedInterfacesPlugin generates.
     static std::string id(unsigned int iNumber, std::size_t iLength)
     {
         const std::string number = std::to_string(iNumber);
@@ -28,7 +28,7 @@ TEST_F(HostileInterfaces, PluginBornWithACountWorksAndOutlivesTheCore)
     ASSERT_EQ(0, request("test.counted", instance));
     IPlugin* const plugin = static_cast<ITestService*>(instance)->getPlugin();
     EXPECT_TRUE(stopsCleanly());
-    // Its own reference is still there, and nobody else's.
+    // Only its own reference is left.
     EXPECT_EQ(0, PluginHooks::count("counted.destroyed"));
     EXPECT_EQ(0, plugin->decRef());
     EXPECT_EQ(1, PluginHooks::count("counted.destroyed"));
@@ -64,7 +64,7 @@ TEST_F(HostileInterfaces, IdsOfTenThousandCharactersAreToldApart)
 TEST_F(HostileInterfaces, HundredThousandIdsAreServed)
 {
     const std::clock_t begin = std::clock();
-    // Without a line for every one of them.
+    // The log has no line for each of them.
     fCore.set("core.log.level", "-1");
     startWith("many_ids");
     IBase* instance = nullptr;
@@ -83,7 +83,7 @@ TEST_F(HostileInterfaces, HundredThousandIdsAreServed)
                                     id(number, 20)));
     }
     EXPECT_EQ(2, fCore.logCount(" E Core "));
-    // Far above what it takes, and far below what a search through all of them would.
+    // Far above the normal time, and far below that of a linear search.
     EXPECT_GT(20, (std::clock() - begin) / CLOCKS_PER_SEC);
 }
 
@@ -102,7 +102,7 @@ TEST_F(HostileInterfaces, HundredThousandIdsCostMemoryInProportion)
     };
     const long before = pages();
     ASSERT_EQ(0, fCore.start());
-    // Twice 20 wide characters and the nodes around them: 500 bytes each are plenty.
+    // Twice 20 wide characters and the nodes around them need less than 500 bytes.
     EXPECT_GT(500L * 100000 / 4096, pages() - before);
 }
 #endif

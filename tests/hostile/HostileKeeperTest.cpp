@@ -10,7 +10,7 @@
 
 namespace
 {
-/// A plugin that keeps the manager, a configuration, the dispatcher and two loggers.
+/// A plugin that never releases the manager, a configuration, the dispatcher and two loggers.
 class HostileKeeper : public HostileTest
 {
 protected:
@@ -27,7 +27,7 @@ protected:
         ASSERT_NE(nullptr, fKeeper);
     }
 
-    /// Lets the keeper use everything; the number of results that it did not expect.
+    /// Makes the keeper use all of them; returns the number of unexpected results.
     int use()
     {
         return fKeeper->handleEvent(L"use", nullptr, 0);
@@ -63,8 +63,8 @@ TEST_F(HostileKeeper, UsesEverythingFromManyThreadsAcrossTheStop)
         threads.emplace_back(
             [this]
             {
-                // Threads get in one another's way over the run-time value, so only the process
-                // is at stake here.
+                // Results are not checked, because the threads share the run-time value; the
+                // process must survive.
                 for (int round = 0; round < 200 || PluginHooks::count("keeper.destroyed") == 0;
                      ++round)
                 {
@@ -88,7 +88,7 @@ TEST_F(HostileKeeper, KeptServicesServeWhileAnotherCoreRuns)
     fCore.set("core.load.plugin.list", "nothing");
     ASSERT_EQ(0, fCore.start());
     EXPECT_EQ(0, use());
-    // What was stored is there for the new core; its manager knows no run-time value of the old.
+    // The new core reads the stored value; its manager has no run-time values of the old one.
     IConfigManager* const manager = fCore.get<IConfigManager>(kIxlaConfigManagerId);
     ASSERT_NE(nullptr, manager);
     PBaseptr<IConfig> config;

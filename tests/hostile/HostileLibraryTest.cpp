@@ -17,16 +17,16 @@ namespace
 class HostileLibrary : public HostileTest
 {
 protected:
-    /// Puts the first iLength bytes of alpha's library into plugins/.
+    /// Copies the first iLength bytes of alpha's library to plugins/.
     void addCut(std::size_t iLength)
     {
-        // Another file than the one before, which may still be mapped.
+        // A new file, because the previous one may still be mapped.
         fs::remove(fCore.dir.path() / "plugins" / "libcut.so");
         fCore.dir.write("plugins/libcut.so", fAlpha.substr(0, iLength));
     }
 
-    /// Where the headers end, where every page ends, and the last byte before the loader has all
-    /// that it maps.
+    /// The end of the headers, the end of every page, and the last byte before the end of the
+    /// mapped segments.
     std::vector<std::size_t> cuts() const
     {
         std::vector<std::size_t> lengths;
@@ -43,7 +43,7 @@ protected:
         return lengths;
     }
 
-    /// Starts, which fails with -8 and the loader's reason in the log.
+    /// Starts the core, which must fail with -8 and the loader's reason in the log.
     void expectRefused(const std::string& iFile, const std::string& iReason)
     {
         EXPECT_EQ(-8, fCore.start());
@@ -127,7 +127,7 @@ TEST_F(HostileLibrary, LibraryCutAnywhereIsRefusedOrWorks)
         const int result = fCore.start();
         if (result == 0)
         {
-            // Only what the loader doesn't need is missing.
+            // Only parts that the loader does not need are missing.
             EXPECT_EQ(0, request("test.alpha")) << length;
             EXPECT_EQ(0, fCore.stop()) << length;
             ++working;
@@ -146,7 +146,7 @@ TEST_F(HostileLibrary, LibraryCutAnywhereIsRefusedOrWorks)
 #if !defined(__SANITIZE_THREAD__)
 TEST_F(HostileLibrary, ExceptionOutOfAStaticConstructorEndsTheProcess)
 {
-    GTEST_FLAG_SET(death_test_style, "threadsafe"); // of a forked child nothing is expected
+    GTEST_FLAG_SET(death_test_style, "threadsafe"); // a forked child cannot use a core
     fCore.addPlugin("early");
     PluginHooks::on("early.mapping", []() -> int { throw std::runtime_error("not today"); });
     EXPECT_DEATH(fCore.start(), "not today");
@@ -155,7 +155,7 @@ TEST_F(HostileLibrary, ExceptionOutOfAStaticConstructorEndsTheProcess)
 TEST_F(HostileLibrary, OverwrittenTablesEndTheProcess)
 {
     GTEST_FLAG_SET(death_test_style, "threadsafe"); // as above
-    // The headers stay; what the loader reads behind them is gone.
+    // The headers stay; the rest, which the loader reads, is removed.
     const std::size_t begin = 512;
     std::string damaged = fAlpha;
     damaged.replace(begin, damaged.size() - begin, damaged.size() - begin, '\xff');

@@ -12,7 +12,7 @@
 
 namespace
 {
-/// Three plugins listen to the exit event; the last one to subscribe, alpha, is called first.
+/// Three plugins listen to the exit event; alpha subscribes last and so is called first.
 class HostileListener : public HostileTest
 {
 protected:
@@ -186,14 +186,14 @@ TEST_F(HostileListener, LettingGoOfTheDispatcherDuringItsEventIsHarmless)
                     [&]
                     {
                         own.clear();
-                        // Empty by now; a holder drops its reference once.
+                        // Already empty: a holder drops its reference only once.
                         own.clear();
                         return 0;
                     });
     PluginHooks::on("beta.event",
                     []
                     {
-                        // More holders than anybody needs, all dropped during the event.
+                        // Many holders, all released during the event.
                         IBase* instance = nullptr;
                         const int result = request("com.kelvora.ixla.eventdispatcher", instance);
                         for (int i = 0; i < 100; ++i)
@@ -224,7 +224,7 @@ TEST_F(HostileListener, NeverReturningFromTheExitIsLeftBehind)
     const auto begin = std::chrono::steady_clock::now();
     EXPECT_EQ(0, fCore.stop());
     const auto taken = std::chrono::steady_clock::now() - begin;
-    // One look after five seconds, then the grace sleep.
+    // One check after five seconds, then the grace period.
     EXPECT_LE(std::chrono::milliseconds(7500), taken);
     EXPECT_GT(std::chrono::seconds(30), taken);
     EXPECT_EQ(1, fCore.logCount("D Core [stopFlow] Waiting finished with timeout!"));
@@ -233,7 +233,7 @@ TEST_F(HostileListener, NeverReturningFromTheExitIsLeftBehind)
     EXPECT_EQ(eIxlaCoreNotStarted, ixlaStop());
     EXPECT_EQ(1, PluginHooks::count("alpha.destroyed"));
     EXPECT_EQ(0, PluginHooks::count("alpha.unmapped"));
-    // The others hear of the exit as soon as it returns, all in libraries that are still there.
+    // The others are called when it returns; their libraries are still mapped.
     leave.set_value();
     EXPECT_TRUE(PluginHooks::waitFor("twice.service destroyed"));
     EXPECT_EQ(kEachOnce, events());

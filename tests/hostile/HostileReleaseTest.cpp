@@ -7,7 +7,7 @@
 
 namespace
 {
-/// Plugins and listeners that throw an exception out of their release.
+/// Plugins and listeners whose release throws an exception.
 class HostileRelease : public HostileTest
 {
 protected:
@@ -16,7 +16,7 @@ protected:
         PluginHooks::on(iStep, []() -> int { throw std::runtime_error("not today"); });
     }
 
-    /// The plugin behind an ID, which is initialised.
+    /// Initialises and returns the plugin behind an ID.
     IPlugin* plugin(const wchar_t* iId)
     {
         ITestService* const service = fCore.get<ITestService>(iId);
@@ -30,7 +30,7 @@ protected:
             fCore.dir.file("plugins/lib" + iPlugin + ".so"));
     }
 
-    /// Leaves the last reference on alpha's service, which throws when it is destroyed, to the
+    /// Leaves the last reference to alpha's service, which throws when it is destroyed, to the
     /// dispatcher.
     void subscribeAlone()
     {
@@ -104,7 +104,7 @@ TEST_F(HostileRelease, PluginWhoseDecRefThrowsIsGivenUp)
     EXPECT_EQ(0, PluginHooks::count("alpha.destroyed"));
     EXPECT_TRUE(stopsCleanly());
     EXPECT_EQ(1, PluginHooks::count("alpha.decRef"));
-    // Nobody else does; its library is still there.
+    // No other object throws; the library is still mapped.
     PluginHooks::on("alpha.decRef", [] { return 0; });
     EXPECT_EQ(0, givenUp->decRef());
 }
@@ -112,7 +112,7 @@ TEST_F(HostileRelease, PluginWhoseDecRefThrowsIsGivenUp)
 #if !defined(__SANITIZE_THREAD__)
 TEST_F(HostileRelease, ExceptionOutOfAnOrdinaryDestructorEndsTheProcess)
 {
-    GTEST_FLAG_SET(death_test_style, "threadsafe"); // a forked child is refused
+    GTEST_FLAG_SET(death_test_style, "threadsafe"); // a forked child cannot use a core
     startWith("no_interfaces");
     throwAt("no_interfaces.destroyed");
     EXPECT_DEATH(ixlaUnloadPlugin(fCore.firstPlugin()), "not today");

@@ -17,7 +17,7 @@
 
 namespace
 {
-/// A thread that may be cancelled and that may end anywhere in its work.
+/// A thread that may be cancelled and may end at any point of its work.
 class EndingThread
 {
 public:
@@ -34,7 +34,7 @@ public:
         EXPECT_EQ(0, pthread_cancel(fHandle));
     }
 
-    /// Waits for the thread's end. True when it ended before its work was done.
+    /// Waits until the thread ends. True if it ended before its work was done.
     bool endedEarly()
     {
         timespec limit = {};
@@ -87,8 +87,8 @@ protected:
         }
     }
 
-    /// Starts with alpha, whose service listens to iTopic before the counting listener, and so is
-    /// called behind it.
+    /// Starts with alpha, whose service subscribes to iTopic before the counting listener, and so
+    /// is called after it.
     void startListening(const wchar_t* iTopic)
     {
         startWith("alpha");
@@ -100,7 +100,7 @@ protected:
         ASSERT_EQ(0, fDispatcher->addListener(iTopic, fService.get()));
     }
 
-    /// Nothing of a delivery that ended early is left: listeners are called and removed as ever.
+    /// Checks that an interrupted delivery has no effect on later calls and removals of listeners.
     void expectWholeDispatcher(const wchar_t* iTopic)
     {
         EXPECT_EQ(0, fCounter->events);

@@ -27,10 +27,10 @@ protected:
         return std::async(std::launch::async, [iId] { return request(iId); });
     }
 
-    /// Lets the plugin's threads run freely before the stop comes upon them.
+    /// Lets the plugin's threads run for a while before the stop.
     void startCalling()
     {
-        // Three threads that call without a pause would write gigabytes.
+        // Otherwise three threads that call without a pause would write gigabytes.
         fCore.set("core.log.level", "-1");
         startWith("caller");
         ASSERT_EQ(0, request("test.caller"));
@@ -48,7 +48,7 @@ protected:
                waitUntilAsleep(iThread);
     }
 
-    /// Lets alpha's init wait until the test ends it.
+    /// Blocks alpha's init until the test releases it.
     void holdInit()
     {
         PluginHooks::on("alpha.init",

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A plugin that would export more than its factory, if it were let.
+// A plugin with more exported symbols than its factory, which the version script must hide.
 
 #include "Ixla.h"
 

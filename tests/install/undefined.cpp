@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A plugin that wants a function which nobody supplies.
+// A plugin that needs an undefined function.
 
 #include "Ixla.h"
 

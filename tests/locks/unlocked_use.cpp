@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Uses what a lock guards without holding it: the check of the lock annotations must refuse this.
+// Uses guarded data without the lock: the check of the lock annotations must refuse this.
 
 #include "portinglayer/PLockGuard.h"
 #include "portinglayer/PMutex.h"

@@ -10,14 +10,14 @@
 
 namespace
 {
-/// As the logger's timespec, which has 64-bit seconds for either word size.
+/// As the logger's timespec, which has 64-bit seconds with both word sizes.
 struct Time
 {
     long long seconds;
     long long nanoseconds;
 };
 
-Time sShown{}; ///< what the clock shows; the right time when it is zero
+Time sShown{}; ///< the time of the fake clock; zero means the real time
 
 class LogClock : public LogTest
 {
@@ -34,7 +34,7 @@ protected:
         sShown = {};
     }
 
-    /// The time in a line that is written at another time.
+    /// The time in a line that is written at the given time.
     std::string timeAt(long long iSeconds, long long iNanoseconds)
     {
         sShown = {iSeconds, iNanoseconds};
@@ -52,7 +52,7 @@ constexpr long kReadClock = SYS_clock_gettime64;
 constexpr long kReadClock = SYS_clock_gettime;
 #endif
 
-// Ahead of the C library's own.
+// Replaces the C library's function.
 extern "C" IXLA_EXPORT int readClock(clockid_t iClock, Time* oTime) noexcept __asm__(READ_CLOCK);
 extern "C" int readClock(clockid_t iClock, Time* oTime) noexcept
 {

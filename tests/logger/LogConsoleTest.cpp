@@ -33,7 +33,7 @@ protected:
         logger->setPrintOnConsole(true);
     }
 
-    /// Logs a line; -1 when that takes longer than a stream that is read would ever cause.
+    /// Logs a line; -1 if that takes so long that the stream must have blocked it.
     int infoSoon(const std::string& iText)
     {
         auto line = std::async(std::launch::async, [&] { return info(iText); });

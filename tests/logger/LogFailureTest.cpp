@@ -364,7 +364,7 @@ TEST_F(LogSizeLimit, SignalThatWaitedBeforeStaysPending)
 
 namespace
 {
-/// A log of one line in whose place somebody puts another file while it is opened.
+/// A log with one line that is replaced by another file while it is being opened.
 class LogReplaced : public LogTest
 {
 protected:
@@ -373,7 +373,7 @@ protected:
         FileFaults::disarm();
     }
 
-    /// Runs iReplace after the log has been opened to be written, before it is opened to be read.
+    /// Runs iReplace after the log has been opened for writing, before it is opened for reading.
     void whenRead(const std::function<void()>& iReplace)
     {
         dir.write("test.log", "before\n");

@@ -37,7 +37,7 @@ protected:
         return text;
     }
 
-    /// As now, in the later half of a second: there no digit of the fraction can be missed.
+    /// As now, in the second half of a second, where the first digit of the fraction is not zero.
     static std::string lateNow()
     {
         std::string time;
@@ -48,7 +48,7 @@ protected:
         return time;
     }
 
-    /// Process and thread number as they stand in a line.
+    /// Process and thread number in the form of a line.
     static std::string numbers(const std::string& iLine)
     {
         return iLine.substr(24, iLine.find(' ', 24) - 24);

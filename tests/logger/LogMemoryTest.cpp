@@ -12,7 +12,7 @@ namespace
 class LogMemory : public LogTest
 {
 protected:
-    /// How many allocations iAction makes after it ran once.
+    /// The number of allocations in the second run of iAction.
     static int allocations(const std::function<int()>& iAction)
     {
         iAction();

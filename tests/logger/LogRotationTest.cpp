@@ -18,7 +18,7 @@ namespace
 class LogRotation : public LogTest
 {
 protected:
-    /// Each of the texts in a line of its own.
+    /// Writes each of the texts in its own line.
     void write(const std::vector<std::string>& iTexts)
     {
         for (const std::string& text : iTexts)
@@ -27,7 +27,7 @@ protected:
         }
     }
 
-    /// The size of so many lines with texts of one character.
+    /// The size of the given number of lines with texts of one character.
     unsigned int sizeOf(unsigned int iLines) const
     {
         return iLines * static_cast<unsigned int>(overhead() + 1);

@@ -14,12 +14,12 @@ namespace fs = std::filesystem;
 
 namespace
 {
-/// Where the lines of a log have gone.
+/// The lines of a log by their fate.
 struct Tally
 {
     int present = 0;
-    int lost = 0;   ///< as the log tells
-    int broken = 0; ///< neither
+    int lost = 0;   ///< reported as lost by the log
+    int broken = 0; ///< others
 };
 
 /// Counts the lines of all files of a directory.
@@ -48,8 +48,8 @@ std::string _text(const Tally& iTally)
            " told as lost, " + std::to_string(iTally.broken) + " broken";
 }
 
-/// Opens a log and writes lines. Whatever goes wrong, each line is in the log or told as lost by
-/// it, once it can be written again.
+/// Opens a log and writes lines. Whatever fails, each line is in the log or is reported as lost
+/// when the log can be written again.
 class Logging : public FileScenario
 {
 public:
@@ -71,8 +71,8 @@ public:
         return result;
     }
 
-    /// Lines are lost while the file can't be opened or written, and only then; the first one after
-    /// opening failed opens it again.
+    /// Lines are lost only while the file cannot be opened or written. The first line after a
+    /// failed open opens it again.
     bool admits(const FilePoint& iPoint, int iResult) const override
     {
         const bool mayFail = !iPoint.isHarmless() && mayLose(iPoint);
@@ -122,7 +122,7 @@ protected:
     int fLost = 0;
 };
 
-/// Opens a log that holds lines already.
+/// Opens a log that has lines already.
 class LoggingOn : public Logging
 {
 public:
@@ -133,7 +133,7 @@ public:
     }
 };
 
-/// Closes the log in the end. What cannot be told then is told by nobody.
+/// Closes the log at the end. A report that cannot be written then is lost.
 class LoggingAndClosing : public Logging
 {
 public:
@@ -170,7 +170,7 @@ private:
     bool fMayTell = false;
 };
 
-/// A log that starts anew when it is full keeps its last lines.
+/// A log that is emptied when it is full has the last lines.
 class LoggingAnew : public Logging
 {
 public:
@@ -192,7 +192,7 @@ public:
     }
 };
 
-/// A log as it must not be: it loses lines and says nothing.
+/// A wrong log: it loses lines without a report.
 class LosingSilently : public Logging
 {
 public:

@@ -36,7 +36,7 @@ protected:
         }
     }
 
-    /// eLines lines of each thread, alternating between short and long ones.
+    /// Writes eLines lines on each thread, alternating between short and long ones.
     void writeAll(PLogger& ioLogger)
     {
         run(
@@ -51,7 +51,7 @@ protected:
             });
     }
 
-    /// What the threads wrote, over all files of the directory, without the padding.
+    /// The lines of the threads in all files of the directory, without the padding.
     std::multiset<std::string> written() const
     {
         std::multiset<std::string> result;

@@ -25,12 +25,12 @@ constexpr int kLines = 5000;
 constexpr unsigned int kSize = 2000;
 constexpr std::size_t kLongest = 100;
 
-/// Two loggers with the same settings write one file, in threads of this process or in two
+/// Two loggers with the same settings write one file, in threads of one process or in two
 /// processes.
 class LogWriters : public LogTest, public testing::WithParamInterface<bool>
 {
 protected:
-    /// Lines of lengths that differ, numbered by their writer.
+    /// Writes lines of different lengths, numbered by their writer.
     void writeAll(char iWriter, const LogSettings& iSettings)
     {
         PLogger own;
@@ -72,7 +72,7 @@ protected:
         return names;
     }
 
-    /// What was written from iFirst on stands in the files, each line once and in its order.
+    /// Checks that the files have the lines from iFirst on, each once and in order.
     void expectFrom(std::map<char, int> ioNext) const
     {
         for (const std::string& part : parts())
@@ -146,7 +146,7 @@ namespace
 class LogTurn : public LogTest
 {
 protected:
-    /// Somebody holds the lock of the file for good.
+    /// Holds the lock of the file until the end of the test.
     void occupy()
     {
         fHolder = open(dir.file("test.log").c_str(), O_RDONLY | O_CLOEXEC);
@@ -247,7 +247,7 @@ TEST_F(LogMoved, LinesThatOthersAppendCount)
 
 namespace
 {
-/// A log that goes on with a large file.
+/// A log that appends to a large file.
 class LogOnLarge : public LogTest
 {
 protected:
@@ -258,7 +258,7 @@ protected:
         fs::resize_file(dir.path() / "test.log", kBytes);
     }
 
-    /// How many bytes the process has read.
+    /// The number of bytes that the process has read.
     static unsigned long long bytesRead()
     {
         std::ifstream file("/proc/self/io");
@@ -303,7 +303,7 @@ TEST_F(LogOnLarge, FileWithFewerLinesIsReadToItsEnd)
 {
     EXPECT_GE(readAtOpening({.parts = 1, .maxCount = 65}), kBytes);
 
-    // The last line has no end, and is the one that fills the file.
+    // The last line has no line end, and it fills the file.
     info("a");
 
     EXPECT_EQ(kBytes, fs::file_size(dir.path() / "test.log.1"));

@@ -20,7 +20,7 @@ protected:
             new PLoggerImpl(dir.wideFile("own.log"), L"pgs", 0, 0, 0, iEnable, nullptr));
     }
 
-    /// A logger whose PLogger found no memory.
+    /// A logger whose PLogger could not be allocated.
     PBaseptr<ILogger> makeWithoutLog()
     {
         const PString file = dir.wideFile("own.log");

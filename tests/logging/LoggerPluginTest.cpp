@@ -17,7 +17,7 @@ protected:
         FakeConfig::values["core.plugins.log." + iKey] = iValue;
     }
 
-    /// The plugin's last holder goes.
+    /// Releases the last reference to the plugin.
     void end()
     {
         plugin.clear();

@@ -121,7 +121,7 @@ TEST_F(LoggerThreads, GateWaitsForThoseInside)
     std::jthread inside(
         [&]
         {
-            // Entering fails only once the other thread is closing the gate.
+            // enter fails only when the other thread closes the gate.
             while (gate.enter())
             {
                 gate.leave();

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Sweeps over the exported functions, with a real plugin library that uses all services.
+// Sweeps of the exported functions, with a real plugin library that uses all services.
 
 #include "Ixla.h"
 #include "plugins/ITestService.h"
@@ -69,7 +69,7 @@ protected:
         EXPECT_EQ(0, ixlaStop());
     }
 
-    /// Starts anew: a plugin that failed to initialise stays failed.
+    /// Starts again, because a plugin that failed to initialise stays failed.
     void restart() const
     {
         mustStop();

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Sweeps over the operations of the event dispatcher.
+// Sweeps of the operations of the event dispatcher.
 
 #include "events/PEventDispatcher.h"
 #include "events/TestListener.h"
@@ -39,7 +39,7 @@ protected:
     PBaseptr<TestListener> second = listener();
 
 private:
-    /// Counts what it hears, and so needs no memory for it.
+    /// Only counts its events, so that it needs no memory.
     PBaseptr<TestListener> listener()
     {
         return TestListener::make(journal, "",
@@ -110,7 +110,7 @@ TEST_F(EventMemorySweep, FurtherSubscription)
                       }});
 }
 
-// The caller may have made the listener just for this call, so that nobody else holds it.
+// The caller may hold no reference to a new listener, so that a failure must not release it.
 TEST_F(EventMemorySweep, SubscriptionOfAnUncountedListener)
 {
     TestListener* fresh = nullptr;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Sweeps over the operations of the logging library.
+// Sweeps of the operations of the logging library.
 
 #include "logger/LogTest.h"
 #include "support/AllocationFaults.h"
@@ -19,8 +19,8 @@ const std::string sFormatItself = "a text that cannot be formatted is written as
 class LogMemorySweep : public LogTest
 {
 protected:
-    /// A line whose text, or whose format, is too long for any buffer on the stack. The room for
-    /// it goes with the next line.
+    /// A line whose text, or whose format, is too long for any buffer on the stack. The next line
+    /// frees its memory.
     void sweepLine(const std::string& iOperation,
                    const std::function<int(const wchar_t*, const wchar_t*)>& iRun)
     {

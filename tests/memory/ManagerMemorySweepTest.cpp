@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Sweeps over the operations of the configuration manager.
+// Sweeps of the operations of the configuration manager.
 
 #include "Ixla.h"
 #include "config/ConfigEventsTest.h"
@@ -21,10 +21,10 @@ namespace
 {
 const std::vector<unsigned char> sBlock(200, 0xab);
 
-/// More than what a configuration keeps room for.
+/// More than the reserved room of a configuration.
 const std::string sManyChars(5000, 'x');
 
-/// An operation that writes, and the text that a reader of what it wrote gets.
+/// An operation that writes, and the text that a reader gets afterwards.
 struct Write
 {
     std::string operation;
@@ -45,7 +45,7 @@ std::string _digits(const std::vector<unsigned char>& iBytes)
 class ManagerMemorySweep : public ConfigTest
 {
 protected:
-    /// A configuration that has the key "own" alone.
+    /// A configuration with only the key "own".
     void renew()
     {
         config = byArgs({"own=1"});
@@ -81,8 +81,8 @@ protected:
                           .spares = sExactRoom});
     }
 
-    /// An append of four entries whose keys stand behind "own" in their order. A run that fails
-    /// must leave a beginning of them, each entry whole, and somewhere more than none.
+    /// An append of four entries whose keys come after "own". A failed run must leave the first of
+    /// them, each complete; at least one run must leave some.
     void sweepBeginnings(const std::string& iOperation, const std::function<int()>& iRun)
     {
         const std::vector<std::string> keys = {"own", "p1", "p2", "p3", "p4"};
@@ -131,14 +131,14 @@ protected:
                           .spares = sExactRoom});
     }
 
-    /// Makes the manager know its store file, beyond a cleanup.
+    /// Sets the manager's store file, which survives a cleanup.
     void openStore()
     {
         loadID("net");
         store("net", "k", "1");
     }
 
-    /// An operation on the store file, which holds iBefore and then iAfter.
+    /// An operation on the store file that changes its content from iBefore to iAfter.
     void sweepStore(const Write& iWrite, const std::string& iBefore, const std::string& iAfter)
     {
         sweepAllocations({.operation = iWrite.operation,
@@ -381,7 +381,7 @@ TEST_F(ManagerMemorySweep, RemovalOfStoredValues)
                kept + "net|k:" + sLongKey + " = " + sLong + "\n", kept);
 }
 
-// The value stays for readers that have read the store before, too.
+// The value also stays for readers that have already read the store.
 TEST_F(ManagerMemorySweep, RemovalOfAStoredValueThatWasRead)
 {
     openStore();
@@ -479,7 +479,7 @@ TEST_F(ManagerEventMemorySweep, SetsThatAreAnnounced)
                       .spares = sExactRoom});
 }
 
-// The path of the store is made at the first use of the store.
+// The first use of the store allocates its path.
 TEST_F(ManagerEventMemorySweep, FirstStoreOfAManager)
 {
     PBaseptr<IConfigManager> own;
@@ -506,7 +506,7 @@ TEST_F(ManagerEventMemorySweep, FirstStoreOfAManager)
          .spares = sExactRoom});
 }
 
-// A manager of its own in a core that runs: it takes hold of the logging service at first.
+// A separate manager in a running core: its first operation looks up the logging service.
 TEST_F(ManagerEventMemorySweep, FirstLoadOfAManager)
 {
     PBaseptr<IConfigManager> own;

@@ -12,11 +12,11 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-// Operations with one fault each, and what a sweep says of them.
+// Operations with one error each, and the sweep's report of it.
 
 namespace
 {
-/// Takes two blocks for as long as it runs and fails as it should.
+/// Allocates two blocks while it runs, and fails correctly.
 int _goodOperation()
 {
     const std::unique_ptr<int> first(new (std::nothrow) int);
@@ -95,7 +95,7 @@ TEST(MemorySweepBites, OperationThatLeaksFromMallocIsReported)
 
 TEST(MemorySweepBites, OperationThatThrowsIsReported)
 {
-    // Asked for directly, so that the compiler may not leave it out.
+    // Called directly, so that the compiler must not omit it.
     const auto throwing = []
     {
         operator delete(operator new(10));
@@ -147,7 +147,7 @@ TEST(MemorySweepBites, OperationThatStaysFailedIsReported)
 
 TEST(MemorySweepBites, OperationThatFailsOnlyWhenAllLaterAllocationsFailIsReported)
 {
-    // Its second attempt succeeds when only one allocation fails.
+    // Its second attempt succeeds if only one allocation fails.
     const auto retrying = []
     {
         return _goodOperation() == 0 || _goodOperation() == 0 ? 0 : -12;

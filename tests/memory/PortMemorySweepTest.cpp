@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Sweeps over the operations of the porting layer, and over the smart pointers.
+// Sweeps of the operations of the porting layer and of the smart pointers.
 
 #include "IBase.h"
 #include "PBaseptr.h"
@@ -28,7 +28,7 @@ namespace
 const std::string sLong(300, 'x');
 const std::string sExactRoom = "a text that has to grow makes do with the exact room";
 
-/// For what is documented to throw: the exception is its result.
+/// For operations that are documented to throw: converts the exception to a result.
 int _caught(const std::function<void()>& iAction)
 {
     try
@@ -50,7 +50,7 @@ void _sweep(const std::string& iOperation, const std::function<int()>& iRun)
 class TextMemorySweep : public testing::Test
 {
 protected:
-    /// A text "old" that iRun changes to iAfter.
+    /// An operation iRun on a text "old", which becomes iAfter.
     void sweep(const std::string& iOperation, const std::function<int()>& iRun,
                const PLiteral& iAfter)
     {
@@ -281,7 +281,7 @@ TEST_F(FileMemorySweep, Opening)
                       }});
 }
 
-// A line that could not be read is read by the next attempt.
+// The next attempt reads a line that could not be read.
 TEST_F(FileMemorySweep, Reading)
 {
     const std::string bytes(20000, 'x');
@@ -309,7 +309,7 @@ TEST_F(FileMemorySweep, Reading)
                       .codes = {-ENOMEM}});
 }
 
-// A line that could not be written leaves no trace.
+// A line that could not be written has no effect.
 TEST_F(FileMemorySweep, Writing)
 {
     const PString path = dir.wideFile("out.txt");
@@ -385,7 +385,7 @@ TEST_F(FileMemorySweep, Libraries)
         delete library;
         library = nullptr;
     };
-    // The loader does not tell lack of memory from a file that is no library.
+    // The loader reports the same for lack of memory and for a file that is no library.
     sweepAllocations({.operation = "PLibrary::load",
                       .run = [&] { return PLibrary::load(path, library, true); },
                       .unchanged = [&] { EXPECT_EQ(nullptr, library); },
@@ -421,7 +421,7 @@ TEST(LockMemorySweep, Mutex)
                return mutex->init(true);
            });
     open();
-    // The analysis refuses a lock that outlasts the function which takes it.
+    // The analysis refuses a lock that is held after the function that takes it.
     sweepAllocations({.operation = "PMutex::lock",
                       .run = [&]() IXLA_NO_THREAD_SAFETY_ANALYSIS { return mutex->lock(); },
                       .undo =
@@ -551,7 +551,7 @@ TEST(PointerMemorySweep, EveryOperation)
                       .done = [&] { EXPECT_EQ(1, object->references); },
                       .undo = [&] { holder.reset(); },
                       .codes = {-ENOMEM}});
-    // What cannot be held is destroyed.
+    // An object that cannot be held is destroyed.
     sweepAllocations(
         {.operation = "PBaseptr::adopt",
          .run = []

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Sweeps over the operations of configurations and of change events.
+// Sweeps of the operations of configurations and of change events.
 
 #include "config/ConfigTest.h"
 #include "config/PConfigChanged.h"
@@ -17,7 +17,7 @@ namespace
 {
 const std::string sZeros(300, '0');
 
-/// Reads of a configuration by ID whose values are stored; the store is read anew each time.
+/// Reads of stored values by ID; each run reads the store again.
 class ReadMemorySweep : public ConfigTest
 {
 protected:
@@ -26,14 +26,14 @@ protected:
         config = loadID("net", "a = 1\n" + sLongKey + " = own\n" + sLongKey + ":own = 1");
     }
 
-    /// Stores the value, or the attribute "a", that the reads get.
+    /// Stores the value, or the attribute "a", of the reads.
     void keep(const std::string& iValue)
     {
         store("net", sLongKey, iValue);
         storeAttr("net", sLongKey, "a", iValue);
     }
 
-    /// The value is made anew for every read, so that a text has no room yet.
+    /// The out-argument is new for every read, so that a text has no reserved room.
     template <class TRead, class TValue>
     void sweepRead(const std::string& iOperation, const TRead& iRead, const TValue& iBefore,
                    const TValue& iAfter)

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Sweeps over the operations of loggers and of the built-in plugins, in a core that runs.
+// Sweeps of the operations of loggers and of the built-in plugins, in a running core.
 
 #include "ILogger.h"
 #include "Ixla.h"
@@ -31,7 +31,7 @@ protected:
         logger = core.get<ILogger>(kIxlaLoggerId);
     }
 
-    /// The room for a long line goes with the next line.
+    /// The next line frees the memory of a long line.
     void sweepLine(const std::string& iOperation, const std::function<int()>& iRun)
     {
         sweepAllocations({.operation = iOperation,
@@ -45,8 +45,8 @@ protected:
     PBaseptr<ILogger> logger;
 };
 
-/// The operations of a plugin that lists iId, named iName; without the memory for its list the
-/// count, 77 before, is iCountWithout.
+/// The operations of a plugin that lists iId, named iName. If there is no memory for its list, the
+/// count, which is 77 before, becomes iCountWithout.
 template <class TPlugin>
 void _sweepPlugin(const std::string& iName, const PLiteral& iId, unsigned int iCountWithout,
                   const std::string& iSpares = {})
@@ -129,7 +129,7 @@ TEST_F(ServiceMemorySweep, LoggerPlugin)
     _sweepPlugin<PLoggerPlugin>("PLoggerPlugin", kIxlaLoggerId, 77, sNoSetting);
 }
 
-// A further init keeps the service that is there until the new one is whole.
+// A second init keeps the existing service until the new one is complete.
 TEST_F(ServiceMemorySweep, FurtherInit)
 {
     const PBaseptr<IPlugin> plugin = PBaseptr<IPlugin>::adopt(new PConfigPlugin);
@@ -169,7 +169,7 @@ TEST_F(ServiceMemorySweep, References)
                       }});
 }
 
-// A logger that nobody keeps leaves the cache when the next one is asked for.
+// getLogger removes a logger from the cache that no caller holds.
 TEST_F(ServiceMemorySweep, NamedLoggers)
 {
     PBaseptr<ILogger> kept;

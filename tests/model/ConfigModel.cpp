@@ -70,7 +70,7 @@ int ConfigModel::appendById(const std::string& iId, Config& ioConfig)
     {
         for (const std::string& name : files->second)
         {
-            // A missing or broken file costs its own entries only.
+            // A missing or broken file loses only its own entries.
             static_cast<void>(appendByFile(pathOf(name), ioConfig));
         }
     }
@@ -83,7 +83,7 @@ int ConfigModel::appendByFile(const std::string& iPath, Config& ioConfig)
     return file == fFiles.end() ? -2 : appendLines(file->second, ioConfig.records);
 }
 
-/// As lines of a file: without comments and blank lines, up to the first bad one.
+/// Parses lines as those of a file: without comments and blank lines, up to the first bad one.
 int ConfigModel::appendLines(const Texts& iLines, Records& ioRecords) const
 {
     for (const std::string& line : iLines)
@@ -230,7 +230,7 @@ ConfigModel::Record* ConfigModel::findUsed(Config& ioConfig, const std::string& 
     return nullptr;
 }
 
-/// Once seen pinned, a record stays so.
+/// A record that was read as pinned stays pinned.
 bool ConfigModel::isPinned(Record& ioRecord) const
 {
     const auto attribute = ioRecord.attributes.find("const");

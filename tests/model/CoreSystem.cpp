@@ -39,7 +39,7 @@ std::string _join(const std::vector<std::string>& iLines)
     return text;
 }
 
-/// Reads a value of the type with iGet, which is called with what takes it.
+/// Reads a value of the type with iGet, which is called with the out-argument.
 template <class TGet>
 int _readTyped(Type iType, std::string& ioText, const TGet& iGet)
 {
@@ -209,7 +209,7 @@ void CoreSystem::start()
     fLogger = fCore.get<ILogger>(kIxlaLoggerId);
 }
 
-/// What is held is let go after the stop, so that listeners of the exit can still use it.
+/// Releases references after the stop, so that listeners of the exit event can still use them.
 void CoreSystem::stop()
 {
     const int result = fCore.stop();
@@ -626,11 +626,11 @@ bool CoreSystem::takeLog(const Step& iStep)
     }
 }
 
-/// Any logger hands out all others.
+/// Every logger returns all others.
 void CoreSystem::getLogger(const Step& iStep)
 {
     const PBaseptr<ILogger>& other = fLoggers[iStep.other];
-    // Wrapped on its own: a copy would keep the asked logger in the cache.
+    // A new holder, because a copy would keep the logger in the cache.
     const PBaseptr<ILogger> asked(other ? other.get() : fLogger);
     const int result = asked->getLogger(wide(iStep.logName()), fLoggers[iStep.slot]);
     std::string holders;

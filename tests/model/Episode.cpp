@@ -52,7 +52,7 @@ void Episode::shrink(std::chrono::milliseconds iTime)
     }
 }
 
-/// Leaves out each group of iCount steps that the difference does not need.
+/// Removes each group of iCount steps that the difference does not need.
 bool Episode::shrinkBy(std::size_t iCount, std::chrono::steady_clock::time_point iEnd)
 {
     bool shorter = false;

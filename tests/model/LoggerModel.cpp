@@ -45,7 +45,7 @@ void LoggerModel::getLogger(unsigned int iSlot, const std::string& iName)
     }
 }
 
-/// What nobody holds any more leaves the cache.
+/// Removes loggers that no caller holds from the cache.
 void LoggerModel::purge()
 {
     std::erase_if(fCache, [](const auto& iEntry) { return iEntry.second.use_count() == 1; });

@@ -171,7 +171,7 @@ bool Model::takeSet(const Step& iStep)
     }
 }
 
-/// Whoever registered for the ID is told of every success, also of one that changed nothing.
+/// Registered topics get an event for every success, also for one without a change.
 void Model::set(const Step& iStep, bool iAttribute, const std::string& iText)
 {
     const std::string id = iStep.idName();
@@ -331,7 +331,7 @@ void Model::deliver(int iListener, const std::string& iTopic, const std::string&
     tell("]");
 }
 
-/// Each listener is held by its owner and once for each topic that it is subscribed to.
+/// A listener has one reference of its owner and one for each of its topics.
 void Model::tellReferences()
 {
     if (!isOutermost())
@@ -445,7 +445,7 @@ std::string Model::textOf(Type iType, long long iNumber)
     case Type::eBool:
         return iNumber % 2 != 0 ? "true" : "false";
     default:
-        // As many bytes as the lowest bits of a positive number say.
+        // The lowest bits of a positive number give the number of bytes.
         std::string text;
         for (int i = 0; i < iNumber % 4; ++i)
         {
@@ -491,7 +491,7 @@ std::string Model::readNumber(Type iType, const std::string& iText, int& oResult
         oResult = -22;
         return "";
     }
-    // Of the values in use all fit into a long double without loss.
+    // A long double represents all values of the steps exactly.
     const long double value = std::stold(iText);
     const auto fits = [value](long double iLeast, long double iMost)
     {

@@ -16,8 +16,8 @@ using namespace std::chrono_literals;
 constexpr std::size_t kStepsOfEpisode = 1000;
 constexpr std::uint64_t kEpisodesOfSeed = 100;
 
-/// How many of a seed's are run when no difference is expected. The sanitizers take some ten times
-/// as long.
+/// The number of episodes of a seed when no difference is expected. Sanitizer builds are about ten
+/// times slower.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr std::uint64_t kEpisodesRun = 25;
 #else
@@ -26,7 +26,7 @@ constexpr std::uint64_t kEpisodesRun = kEpisodesOfSeed;
 
 constexpr std::size_t kLastSteps = 10;
 
-/// What the shortened sequence and its place in the run look like.
+/// A description of the shortened sequence and its position in the run.
 std::string _report(Episode ioEpisode, const Episode::Difference& iDifference)
 {
     ioEpisode.cutAfter(iDifference.step);
@@ -39,7 +39,7 @@ std::string _report(Episode ioEpisode, const Episode::Difference& iDifference)
     return report + "the system: " + last.system + "\nthe model:  " + last.model;
 }
 
-/// Episodes of the seed until system and model differ; nothing when they never do.
+/// Runs episodes of the seed until system and model differ; empty if they never do.
 std::string _firstDifference(std::uint64_t iSeed, Fault iFault)
 {
     const std::uint64_t episodes = iFault == Fault::eNone ? kEpisodesRun : kEpisodesOfSeed;
@@ -55,7 +55,7 @@ std::string _firstDifference(std::uint64_t iSeed, Fault iFault)
     return "";
 }
 
-/// The number in an environment variable.
+/// The value of an environment variable as a number.
 std::uint64_t _fromEnvironment(const char* iName, std::uint64_t iDefault)
 {
     const char* const text = std::getenv(iName);
@@ -88,7 +88,7 @@ TEST(ModelFreshSeed, SystemAndModelAgree)
     EXPECT_TRUE(difference.empty()) << difference;
 }
 
-// That differences are noticed is shown without a sanitizer.
+// Only without a sanitizer: the detection of differences is the same in all builds.
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 class WrongModel : public testing::TestWithParam<int>
 {

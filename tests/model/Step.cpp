@@ -63,7 +63,7 @@ const Kind sKinds[] = {
 };
 static_assert(std::size(sKinds) == static_cast<std::size_t>(Op::eCount));
 
-/// What a listener may do when it is told of an event.
+/// The operations that a listener may execute.
 const Op sReactions[] = {Op::eSubscribe,
                          Op::eUnsubscribe,
                          Op::eSend,
@@ -76,7 +76,7 @@ const Op sReactions[] = {Op::eSubscribe,
                          Op::eStoreText,
                          Op::eGetLogger};
 
-/// As many of the first texts are mostly truth values, which suit the attribute "const".
+/// The number of first texts that are mostly truth values, for the attribute "const".
 constexpr std::uint8_t kTruthTexts = 6;
 
 const char* const sTypes[] = {"Int32", "Uint32", "Int64", "Uint64", "Bool", "Binary"};
@@ -106,7 +106,7 @@ std::uint8_t _pick(std::mt19937_64& ioRandom, std::size_t iBelow)
     return static_cast<std::uint8_t>(ioRandom() % iBelow);
 }
 
-/// As _pick, with the first choices more often, so that steps meet.
+/// As _pick, but prefers the first choices, so that steps often use the same names.
 std::uint8_t _pickLow(std::mt19937_64& ioRandom, std::size_t iBelow)
 {
     return std::min(_pick(ioRandom, iBelow), _pick(ioRandom, iBelow));

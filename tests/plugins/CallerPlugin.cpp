@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// A plugin whose threads call every function of the core, from its init until the test ends the
-// work, and report what they should not have seen. When the plugin is destroyed it waits for them,
-// unless the step "caller.destroying" says otherwise.
+// A plugin whose threads call every function of the core, from its init until the test stops them,
+// and report wrong results. The destructor waits for them, unless the result of the step
+// "caller.destroying" says otherwise.
 
 #include "Ixla.h"
 #include "plugins/Counted.h"
@@ -16,14 +16,14 @@ namespace
 {
 constexpr int kThreads = 3;
 
-/// One round in so many asks for what nobody offers, which costs an error line.
+/// One round in so many looks up an unknown ID, which writes an error line.
 constexpr unsigned int kRoundsPerError = 64;
 
-/// What one thread has seen.
+/// The results of one thread.
 class Caller
 {
 public:
-    /// Calls each function once. False when a result is none of those that may be.
+    /// Calls each function once. False if a result is not allowed.
     bool callAll()
     {
         const bool known = lookUp(kIxlaLoggerId, eIxlaOk);
@@ -47,7 +47,7 @@ private:
         return expect(ixlaGetInstance(iId, instance), iServed) && (!fRefused || !instance);
     }
 
-    /// The core serves until it refuses, and then refuses for good.
+    /// Checks that calls succeed until the first refusal, and are always refused afterwards.
     bool expect(int iResult, int iServed)
     {
         fRefused = fRefused || iResult == eIxlaCoreNotStarted;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // A plugin with TEST_PLUGIN_COUNT interface IDs of TEST_PLUGIN_LENGTH characters each. Every ID
-// begins with "test.", goes on with dots and ends in its number; the plugin itself stands behind
-// all of them.
+// starts with "test.", continues with dots and ends with its number. The plugin itself is the
+// service behind all of them.
 
 #include "IPlugin.h"
 #include "Ixla.h"

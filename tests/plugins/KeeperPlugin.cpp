@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// A plugin that takes hold of every service and gives nothing back before its library goes. An
-// event makes its service use all of them; the result is the number of surprises.
+// A plugin that holds every service until its library is unmapped. An event makes its service use
+// all of them; the result is the number of unexpected results.
 
 #include "IConfigManager.h"
 #include "IEventDispatcher.h"
@@ -38,7 +38,7 @@ public:
         return failures;
     }
 
-    /// Uses everything once more, then leaves the dispatcher, which would keep it alive for ever.
+    /// Uses everything once more, then unsubscribes, because the dispatcher would hold it forever.
     void end()
     {
         ixlalTestStep(use() == 0 ? "keeper.last use" : "keeper.last use failed");
@@ -96,7 +96,7 @@ struct Kept
     PBaseptr<Keeper> service;
 };
 
-/// Goes when the library does.
+/// Destroyed when the library is unmapped.
 Kept sKept;
 
 class KeeperPlugin final : public Counted<IPlugin>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A plugin library that needs a function which nothing supplies, so it cannot be loaded.
+// A plugin library that needs an undefined function and cannot be loaded.
 
 #include "Ixla.h"
 

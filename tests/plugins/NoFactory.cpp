@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A shared library that is not a plugin: it has a function of the factory's name, but of another
+// A shared library that is not a plugin: it has a function with the factory's name but another
 // signature.
 
 #include "portinglayer/PExport.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// A plugin that offers no interface. TEST_PLUGIN_ARRAY and TEST_PLUGIN_COUNT say what
-// getInterfaces hands out instead.
+// A plugin without interfaces. TEST_PLUGIN_ARRAY and TEST_PLUGIN_COUNT are the results of
+// getInterfaces.
 
 #include "IPlugin.h"
 #include "Ixla.h"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A plugin that uses all three services, and needs memory in every one of its operations.
+// A plugin that uses all three services and needs memory in each of its operations.
 
 #include "IConfigManager.h"
 #include "IEventDispatcher.h"

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
-// A plugin whose steps the test binary watches and decides. TEST_PLUGIN_NAME is its name in the
-// reported steps, TEST_PLUGIN_IDS the list of its interface IDs. TEST_PLUGIN_REFERENCES is the
-// count that the plugin is born with, TEST_PLUGIN_INSTANCE what it hands out. The answer to a step
-// may be an exception, which leaves the destructors, too.
+// A plugin whose steps the test binary observes and controls. TEST_PLUGIN_NAME is its name in the
+// reported steps, TEST_PLUGIN_IDS the list of its interface IDs, TEST_PLUGIN_REFERENCES its initial
+// reference count, TEST_PLUGIN_INSTANCE the object that it returns. A step may throw an exception,
+// also in a destructor.
 
 #include "IPlugin.h"
 #include "Ixla.h"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A library that lacks a symbol, so that binding it at once fails.
+// A library with an undefined symbol, so that binding all symbols at once fails.
 extern "C" int symbolThatNobodyDefines();
 extern "C" __attribute__((visibility("default"))) int testBroken();
 

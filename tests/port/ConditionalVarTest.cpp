@@ -8,7 +8,7 @@
 #include <thread>
 #include <vector>
 
-// Wrong uses of the lock are what is tested here.
+// No analysis, because these tests use the lock wrongly on purpose.
 #if defined(__clang__)
 #pragma clang diagnostic ignored "-Wthread-safety-analysis"
 #endif

@@ -29,7 +29,7 @@ std::unique_ptr<FileScenario> _make()
     return std::make_unique<TScenario>();
 }
 
-/// Lines that take several reads and writes.
+/// Lines that need several reads and writes.
 std::vector<std::string> _lines()
 {
     return {"first", std::string(40000, 'x'), "", "last"};
@@ -45,13 +45,13 @@ std::string _text(const std::vector<std::string>& iLines)
     return text;
 }
 
-/// Whether iPart is what comes first in iWhole.
+/// Whether iWhole starts with iPart.
 bool _begins(const std::string& iWhole, const std::string& iPart)
 {
     return iWhole.compare(0, iPart.size(), iPart) == 0;
 }
 
-/// Reads all lines. Whether or not reading failed, what came out is right.
+/// Reads all lines. The lines read so far must be correct, also after a failure.
 class Reading : public FileScenario
 {
 public:
@@ -95,7 +95,7 @@ protected:
     std::vector<std::string> fRead;
 };
 
-/// Goes on reading after a failure, which must lose nothing.
+/// Continues to read after a failure; no line may be lost.
 class ReadingOn : public Reading
 {
 public:
@@ -132,7 +132,7 @@ public:
     }
 };
 
-/// Writes lines, behind those that are there or as a new file.
+/// Writes lines, appended to existing ones or to a new file.
 template <unsigned int tMode>
 class Writing : public FileScenario
 {
@@ -221,7 +221,7 @@ private:
     TempDir fDir;
 };
 
-/// A file that cannot be looked at counts as missing.
+/// A file whose state cannot be read counts as missing.
 class Looking : public FileScenario
 {
 public:
@@ -244,7 +244,7 @@ private:
     TempDir fDir;
 };
 
-/// Lists a directory with links in it, whose targets have to be looked at.
+/// Lists a directory with links, whose targets must be examined.
 class Listing : public FileScenario
 {
 public:
@@ -301,7 +301,7 @@ public:
 
     bool admits(const FilePoint& iPoint, int iResult) const override
     {
-        // Nothing is written, so closing has nothing to tell.
+        // Nothing is written, so an error of closing does not matter.
         const bool isIgnored = iPoint.is(FileFaults::close);
         return iResult == (isIgnored || iPoint.isHarmless() ? 0 : -iPoint.error);
     }
@@ -315,7 +315,7 @@ private:
     unsigned long long fBytes = 0;
 };
 
-/// Operations as they must not be written: each makes one mistake.
+/// Wrong operations, with one error each.
 class WrongWriting : public FileScenario
 {
 public:
@@ -397,7 +397,7 @@ private:
     TempDir fDir;
 };
 
-/// Sweeps and requires that nothing was wrong and that these kinds of calls were struck.
+/// Sweeps and requires that there was no problem and that these kinds of calls failed.
 template <class TScenario>
 void _sweep(const char* iName, const std::vector<const FileFault*>& iCalls)
 {

@@ -42,7 +42,7 @@ protected:
         return lines;
     }
 
-    /// The lines of a file that holds iBytes.
+    /// The lines of a file with the content iBytes.
     Lines linesOf(const std::string& iBytes)
     {
         dir.write("lines.txt", iBytes);
@@ -60,7 +60,7 @@ protected:
         ASSERT_EQ(0, file.pclose());
     }
 
-    /// Whether lines come back from a file as they were written.
+    /// Whether lines are read from a file as they were written.
     bool comeBack(const std::vector<PString>& iLines)
     {
         writeWide(iLines);
@@ -93,7 +93,7 @@ PString text(std::initializer_list<std::uint32_t> iChars)
     return result;
 }
 
-/// The descriptor under which this process has iPath open; -1 for none.
+/// The descriptor of the open file iPath; -1 if it is not open.
 int descriptorOf(const std::string& iPath)
 {
     for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd"))
@@ -107,7 +107,7 @@ int descriptorOf(const std::string& iPath)
     return -1;
 }
 
-/// In a session without a terminal: 0 when a terminal is opened and the session still has none.
+/// Opens a terminal in a session without one; 0 if the session still has none.
 int takesTheTerminal(const char* iPath)
 {
     PFile file;

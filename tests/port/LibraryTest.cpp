@@ -25,7 +25,7 @@ namespace
 {
 const std::string kCutShort = "file is cut short";
 
-// Of the word size that the test is built for.
+// The ELF types of the word size of the test.
 typedef std::conditional_t<sizeof(void*) == 4, Elf32_Ehdr, Elf64_Ehdr> ElfHeader;
 typedef std::conditional_t<sizeof(void*) == 4, Elf32_Phdr, Elf64_Phdr> ElfSegment;
 typedef decltype(ElfSegment::p_offset) ElfOffset;
@@ -33,7 +33,7 @@ typedef decltype(ElfSegment::p_offset) ElfOffset;
 class LibraryTest : public testing::Test
 {
 protected:
-    /// A copy of a built library; a name of its own makes it a library of its own.
+    /// A copy of a built library; with another name the loader treats it as another library.
     std::string copy(const char* iFrom, const std::string& iName = "libcopy.so")
     {
         fs::copy_file(iFrom, dir.path() / iName);
@@ -60,7 +60,7 @@ protected:
         return countLines("/proc/self/maps", iPath) > 0;
     }
 
-    /// Why a library that consists of its headers is refused: it has one segment.
+    /// The reason why a library of headers with one segment is refused.
     std::string errorOfSegment(ElfOffset iOffset, ElfOffset iSize)
     {
         const std::string built = readFile(IXLAL_TEST_LIBRARY);

@@ -11,14 +11,14 @@
 #include <thread>
 #include <vector>
 
-// Wrong uses of the lock are what is tested here.
+// No analysis, because these tests use the lock wrongly on purpose.
 #if defined(__clang__)
 #pragma clang diagnostic ignored "-Wthread-safety-analysis"
 #endif
 
 namespace
 {
-/// The result of iCall on a thread of its own.
+/// The result of iCall on another thread.
 template <class TCall>
 int onOtherThread(const TCall& iCall)
 {

@@ -157,7 +157,7 @@ TEST(String, MoveTakesTheBuffer)
     const PString target(std::move(source));
 
     EXPECT_EQ(buffer, target.ptr());
-    // cppcheck-suppress accessMoved ; a text that was moved away is empty
+    // cppcheck-suppress accessMoved ; a moved-from text is empty
     EXPECT_EQ(L"", content(source));
 }
 

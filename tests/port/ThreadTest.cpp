@@ -118,7 +118,7 @@ TEST(Thread, MissingFunctionIsRefused)
 
 TEST(Thread, RunsOnByItselfWhenNobodyJoinedIt)
 {
-    // Lives as long as the process, because the thread may still be leaving gone.open().
+    // Never destroyed, because the thread may still be in gone.open().
     static Detached detached;
     {
         PThread thread;
@@ -129,11 +129,11 @@ TEST(Thread, RunsOnByItselfWhenNobodyJoinedIt)
     EXPECT_TRUE(detached.gone.pass());
 }
 
-// A thread that is neither joined nor detached keeps its stack, and the address space of a 32-bit
-// process ends long before the last of these.
+// A thread that is neither joined nor detached leaks its stack, and the address space of a 32-bit
+// process is too small for so many.
 TEST(Thread, ThreadsThatNobodyJoinedLeaveNothingBehind)
 {
-    // Never freed, because the threads may still be leaving open().
+    // Never freed, because the threads may still be in open().
     static Gate* const gone = new Gate[1000];
     for (int i = 0; i < 1000; ++i)
     {

@@ -42,7 +42,7 @@ Text decodePath(const std::string& iBytes)
     return Text(chars.begin(), chars.end());
 }
 
-/// Shows a text or a line in a failure message.
+/// Prints a text or a line in a failure message.
 template <class TSequence>
 std::string hex(const TSequence& iSequence)
 {
@@ -105,7 +105,7 @@ TSequence randomSequence(std::mt19937& ioRandom, const TSequence& iAlphabet)
     return result;
 }
 
-/// Seven bytes as the wide form has them.
+/// Seven bytes of a wide form.
 std::string wideForm(std::uint32_t iChar)
 {
     std::string bytes = "\xFE";

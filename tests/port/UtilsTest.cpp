@@ -10,7 +10,7 @@
 
 namespace
 {
-/// A text and what it is read as; code 0 stands for success.
+/// A text and the value that it is read as; code 0 means success.
 template <class TValue>
 struct Row
 {

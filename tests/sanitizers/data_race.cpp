@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Two threads count in one variable that nothing guards.
+// Two threads increment an unguarded variable.
 #include <thread>
 
 namespace

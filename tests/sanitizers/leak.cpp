@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Forgets what it allocated.
+// Leaks an allocation.
 #include <memory>
 
 int main()

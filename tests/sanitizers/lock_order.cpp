@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Takes two locks in one order and then in the other.
+// Takes two locks in one order and then in the opposite order.
 #include <mutex>
 #include <thread>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Reads behind the end of an array, at a place that only the run decides.
+// Reads beyond the end of an array, at an index that is known only at run time.
 int main(int iCount, char**)
 {
     const volatile int array[4] = {};

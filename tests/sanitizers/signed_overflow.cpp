@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Adds beyond the greatest number.
+// Overflows a signed number.
 #include <limits>
 
 int main(int iCount, char**)

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Reads an object that is gone.
+// Reads a destroyed object.
 #include <memory>
 
 int main()

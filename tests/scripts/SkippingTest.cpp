@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What a test prints that cannot run where it is.
+// A test that skips itself, for the output of a skipped test.
 
 #include <gtest/gtest.h>
 

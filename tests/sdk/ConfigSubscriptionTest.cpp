@@ -112,7 +112,7 @@ TEST_F(ConfigSubscriptionTest, LackOfMemoryIsACodeAndSubscribesNothing)
         result = subscribe(subscription);
         struck = AllocationFaults::struck();
         AllocationFaults::disarm();
-        // A text that lacks the memory to grow in advance does without.
+        // A text that cannot reserve extra memory tries again with the exact size.
         EXPECT_TRUE(result == eIxlaOk || (struck && result == eIxlaNoMemory)) << result;
         EXPECT_EQ(result == eIxlaOk, static_cast<bool>(subscription));
     }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A plugin made of the helpers alone, with two services that report their steps.
+// A plugin that uses only the helpers, with two services that report their steps.
 
 #include "helpers/PPlugin.h"
 #include "plugins/ITestService.h"

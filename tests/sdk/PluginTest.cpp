@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What PPlugin does between the core and the services of a plugin.
+// The behaviour of PPlugin between the core and the services of a plugin.
 
 #include "support/CoreRun.h"
 #include "support/PluginHooks.h"
@@ -28,7 +28,7 @@ int _references(IBase* iObject)
     return iObject->decRef();
 }
 
-/// Whether a thread ends before its work is done.
+/// Whether a thread has ended before its work was done.
 bool _endsEarly(const std::function<void()>& iWork)
 {
     std::atomic<bool> done{false};
@@ -68,13 +68,13 @@ protected:
         return result;
     }
 
-    /// Lets the second service fail as iAction does; the plugin must give the core iCode.
+    /// Makes the second service fail with iAction; init of the plugin must return iCode.
     void expectInitFails(int iCode, std::function<int()> iAction)
     {
         PluginHooks::on("helpers.second init", std::move(iAction));
         ASSERT_EQ(0, fCore.start());
         EXPECT_EQ(eIxlaInitFailed, request(kSecondId));
-        // Told by the initialisation and by the request.
+        // Logged by the initialisation and by the lookup.
         EXPECT_EQ(2, fCore.logCount("] Failed to init plugin err: " + std::to_string(iCode)));
     }
 
@@ -165,12 +165,12 @@ TEST_F(PluginTest, ExceptionInTheConstructorGivesNoPlugin)
     EXPECT_EQ(eIxlaNullPlugin, fCore.start());
 }
 
-/// Plugins in the test itself, which the core does not know.
+/// Plugins in the test itself, without a core.
 class Unused : public PService<IBase>
 {
 };
 
-/// Its exit reports that it was entered, and lasts until the test says so.
+/// Its onExit reports its start and blocks until the test releases it.
 class Slow : public PService<IBase>
 {
 public:
@@ -251,12 +251,12 @@ TEST(PluginAloneTest, NoServiceBeforeInitNorAfterAFailedOne)
     IBase* instance = plugin.get();
     EXPECT_EQ(eIxlaNoInstance, plugin->getInstance(L"test.own", instance));
     EXPECT_EQ(nullptr, instance);
-    // There is no core, and so no dispatcher that could announce an exit.
+    // Without a core there is no dispatcher and no exit event.
     EXPECT_EQ(eIxlaCoreNotStarted, plugin->init());
     EXPECT_EQ(eIxlaNoInstance, plugin->getInstance(L"test.own", instance));
 }
 
-// As when the stop of the core gives up a listener of its exit.
+// As when the core stops although a listener of its exit event has not returned.
 TEST(PluginAloneTest, ExitThatOutlivesThePluginKeepsItsServices)
 {
     CoreRun core;

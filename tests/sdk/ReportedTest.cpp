@@ -9,7 +9,7 @@
 
 namespace
 {
-/// What becomes of a function that throws TProblem.
+/// The result of a function that throws TProblem.
 template <class TProblem>
 int _resultOf(const TProblem& iProblem)
 {

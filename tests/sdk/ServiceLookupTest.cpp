@@ -15,7 +15,7 @@ namespace
 class ServiceLookupTest : public testing::Test
 {
 protected:
-    /// The result of asking for iId, for which there must be no service.
+    /// The result of the lookup of iId, which must fail.
     static int refused(const wchar_t* iId)
     {
         int result = 1;

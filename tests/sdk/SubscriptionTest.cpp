@@ -37,7 +37,7 @@ protected:
         return ixlaService<IEventDispatcher>()->send(iTopic, nullptr, 0);
     }
 
-    /// Sends on a thread of its own; the callable of the topic is inside when this returns.
+    /// Sends on another thread; returns when the callable of the topic is running.
     std::future<int> sendAndHold()
     {
         std::future<int> sent = std::async(std::launch::async, [] { return send(); });
@@ -45,7 +45,7 @@ protected:
         return sent;
     }
 
-    /// Subscribes a callable that stays inside until fLeave is set.
+    /// Subscribes a callable that runs until fLeave is set.
     int subscribeHeld(PSubscription& ioSubscription)
     {
         return ioSubscription.subscribe(kTopic,
@@ -220,7 +220,7 @@ TEST_F(SubscriptionTest, DeliveryThatComesTooLateDoesNotReachTheCallable)
 {
     PSubscription late;
     ASSERT_EQ(0, subscribe(late));
-    // Called first, since it was added last; the other one is then among those to come.
+    // Called first, because it was added last; the other one is called after it.
     PSubscription early;
     ASSERT_EQ(0, early.subscribe(kTopic, [&](const PLiteral&, IBase*, int) { late.end(); }));
     EXPECT_EQ(0, send());
@@ -286,7 +286,7 @@ TEST_F(SubscriptionTest, NothingIsCalledAfterTheEndWhileThreadsSend)
     }
     for (int round = 0; round < 300; ++round)
     {
-        // Freed after the subscription, which must have ended every use of it.
+        // Freed after the subscription has ended, when nothing may use it.
         const auto used = std::make_unique<std::atomic<int>>(0);
         PSubscription subscription;
         EXPECT_EQ(

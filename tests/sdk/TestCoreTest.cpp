@@ -26,7 +26,7 @@ std::string _library(const std::string& iName)
     return std::string(IXLAL_TEST_PLUGINS) + "/" + iName + "/lib" + iName + ".so";
 }
 
-/// The value of a key as a plugin reads it.
+/// The value of a key, read as a plugin does.
 std::string _read(const PTestCore& iCore, const wchar_t* iId, const wchar_t* iKey)
 {
     PBaseptr<IConfig> config;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The example with a thread, as its users see it.
+// Tests of the example with a thread, from its users' view.
 
 #include "ticker/ITicker.h"
 

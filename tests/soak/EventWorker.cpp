@@ -86,14 +86,14 @@ void EventWorker::sendOwn()
 void EventWorker::share()
 {
     const std::wstring topic = sharedTopic();
-    // It may be told by other threads until their deliveries end, so it holds what it uses.
+    // Other threads may call it until their deliveries end, so it holds the objects that it uses.
     const PBaseptr<IEventDispatcher> dispatcher = fDispatcher;
     PBaseptr<SoakListener> listener = SoakListener::make(
         [dispatcher](const PLiteral&, IBase*, int iDepth)
         {
             if (iDepth > 0)
             {
-                // Nobody need listen to it.
+                // A topic without listeners is no error here.
                 static_cast<void>(dispatcher->send(L"soak.shared.0", nullptr, iDepth - 1));
             }
         });

@@ -11,7 +11,7 @@
 #include <iterator>
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-// Debian's compiler brings the function without the header.
+// Debian's compiler has the function but no header for it.
 extern "C" std::size_t __sanitizer_get_current_allocated_bytes();
 #define IXLAL_SANITIZED 1
 #else
@@ -76,11 +76,11 @@ std::string Holdings::growthSince(const Holdings& iBefore) const
 {
     std::string growth = _growth("handles", iBefore.handles, handles, 0);
     growth += _growth("threads", iBefore.threads, threads, 0);
-    // Counting takes some, and so does every further arena of malloc.
+    // Counting allocates some, and so does every new arena of malloc.
     growth += _growth("allocated memory", iBefore.allocated, allocated, 32 * kKilobyte);
     if (!IXLAL_SANITIZED)
     {
-        // Sanitizers keep what was freed for a while, and records of what happened.
+        // Sanitizers keep freed memory for a while, and records of allocations.
         growth += _growth("resident memory", iBefore.resident, resident, 2048 * kKilobyte);
         growth += _growth("private memory", iBefore.owned, owned, 2048 * kKilobyte);
         growth += _growth("mappings", iBefore.mappings, mappings, 8);

@@ -28,8 +28,9 @@ using namespace std::chrono_literals;
 
 constexpr int kMegabyte = 1024 * 1024;
 
-/// One cycle of each period closes the plugins' libraries. Only the holdings after the last one of
-/// a period are compared. The first period does not count: tables and pools of the system fill up.
+/// One cycle of each period closes the plugins' libraries. Only the holdings after the last cycle
+/// of a period are compared. The first period does not count, because the system fills tables and
+/// pools.
 constexpr std::size_t kPeriod = 4;
 constexpr std::size_t kLeast = 2 * kPeriod;
 
@@ -45,7 +46,7 @@ void _printHoldings(const char* iWhen, const Holdings& iHoldings)
 Soak::Soak(const SoakOptions& iOptions)
     : fOptions(iOptions), fBegin(Clock::now()), fNextProgress(fBegin + 1min)
 {
-    // Its own records must not look like growth of the core's.
+    // Reserved, so that its own records do not look like growth of the core.
     fHoldings.reserve(static_cast<std::size_t>(fOptions.time.count()) + 2 * kLeast);
     addPlugins();
     fCore.writeManagerConfig("soak.shared = first.prs, second.prs");
@@ -70,7 +71,7 @@ bool Soak::run()
     while (Clock::now() < fBegin + fOptions.time || fHoldings.size() < kLeast ||
            fHoldings.size() % kPeriod != 0)
     {
-        // On a thread of its own, whose end gives back the blocks that malloc keeps for it.
+        // On its own thread, because malloc frees the blocks it caches for a thread when that ends.
         std::async(std::launch::async, [this] { cycle(); }).get();
         fHoldings.push_back(Holdings::now());
         progress();
@@ -78,7 +79,7 @@ bool Soak::run()
     return report();
 }
 
-/// Into two directories: a library that was left open is never closed by a later stop.
+/// Copies to two directories, because a library that stays open is not closed by a later stop.
 void Soak::addPlugins()
 {
     for (const char* plugin : kSoakPlugins)
@@ -104,7 +105,7 @@ bool Soak::start(bool iCloses)
 {
     fCore.set("core.plugins.dir", fCore.dir.file(iCloses ? "closed" : "plugins"));
     fCore.set("core.free.plugins.lib", iCloses ? "true" : "false");
-    // Without lines of the core log less is ordered between the threads.
+    // Without lines of the core log the threads are less synchronised.
     fCore.set("core.log.level", iCloses ? "0" : "-1");
     const int result = fCore.start();
     fOwnTally.expect("start", 0, result);
@@ -148,7 +149,7 @@ void Soak::stop(bool iCloses)
     checkSteps(iCloses);
 }
 
-/// Every plugin was made and destroyed once, and initialised once however many asked first.
+/// Checks that every plugin was created and destroyed once, and initialised once.
 void Soak::checkSteps(bool iCloses)
 {
     const auto check = [this](const char* iStep, unsigned int iExpected, std::atomic<unsigned>& oIs)
@@ -198,7 +199,7 @@ void Soak::progress()
               << " mappings" << std::endl;
 }
 
-/// Short for short runs, so that each has cycles enough.
+/// Short for short runs, so that each has enough cycles.
 std::chrono::milliseconds Soak::cycleTime() const
 {
     const std::chrono::milliseconds part = std::chrono::milliseconds(fOptions.time) / 40;

@@ -26,7 +26,7 @@ const Step sSteps[] = {{".init", SoakSteps::inits},
                        {".event", SoakSteps::events}};
 } // namespace
 
-/// What the test plugins call.
+/// Called by the test plugins.
 extern "C" IXLA_EXPORT int ixlalTestStep(const char* iStep);
 
 extern "C" int ixlalTestStep(const char* iStep)

@@ -20,7 +20,8 @@ void Worker::verify(CoreRun&)
 
 void Worker::run(const std::atomic<bool>& iStop)
 {
-    // All workers begin with the same uninitialised plugin, so that they meet in its init.
+    // All workers start with the same uninitialised plugin, so that they wait for its init
+    // together.
     service<IBase>(kSoakStayId);
     fManager = service<IConfigManager>(kIxlaConfigManagerId);
     fDispatcher = service<IEventDispatcher>(kIxlaEventDispatcherId);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What scripts/check-static.sh must complain about, once for every way of looking.
+// Errors that scripts/check-static.sh must report, one for each kind of analysis.
 #include "unsound.h"
 
 #include <string>
