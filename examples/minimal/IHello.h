@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// IHello: the service of the minimal plugin, as its users see it.
+// IHello: the interface of the minimal plugin's service.
 #ifndef IXLAL_EXAMPLES_IHELLO_H
 #define IXLAL_EXAMPLES_IHELLO_H
 
@@ -10,7 +10,7 @@ constexpr wchar_t kHelloId[] = L"com.example.ixla.hello";
 class IHello : public IBase
 {
 public:
-    /// Returns what somebody who calls for the iCount-th time is told.
+    /// Returns the greeting for call number iCount.
     virtual const wchar_t* greet(int iCount) = 0;
 };
 

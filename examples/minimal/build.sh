@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Builds the minimal plugin and host with nothing but the compiler:
+# Builds the minimal plugin and host with only the compiler:
 # build.sh LIBRARY_DIR OUTPUT_DIR [FLAGS...]
-# LIBRARY_DIR holds the three libraries. Flags are those that the libraries were built with, -m32
-# by default.
+# LIBRARY_DIR has the three libraries. FLAGS are those that the libraries were built with; -m32 by
+# default.
 set -eu
 
 here=$(cd "$(dirname "$0")" && pwd)
@@ -15,7 +15,7 @@ flags=("${@:--m32}")
 headers=(-I"$root/include" -I"$root/port")
 mkdir -p "$output/plugins"
 
-# -fno-gnu-unique and the version script keep the library unloadable and export the factory alone.
+# With -fno-gnu-unique the library can be unloaded; the version script exports only the factory.
 g++ "${flags[@]}" -O2 -fPIC -shared -fvisibility=hidden -fno-gnu-unique \
     -Wl,--version-script="$root/cmake/plugin.map" -Wl,--no-undefined \
     "${headers[@]}" "$here/plugin.cpp" -o "$output/plugins/libhello.so" \

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // A complete host: starts the core, uses the service of a plugin, and stops.
-// Arguments: those of the core, key=value each.
+// Arguments: key=value pairs for the core.
 
 #include "IHello.h"
 
@@ -12,7 +12,7 @@
 #include <cstring>
 #include <vector>
 
-// The arguments as the wide texts that the core takes.
+// Converts the arguments to the wide texts of the core.
 static std::vector<PString> wideArguments(int iCount, char** iArguments)
 {
     std::vector<PString> texts;
@@ -26,7 +26,7 @@ static std::vector<PString> wideArguments(int iCount, char** iArguments)
     return texts;
 }
 
-// In a function of its own, because its holder must be gone before the core stops.
+// A function of its own, so that its holder releases the service before the core stops.
 static int callService()
 {
     IBase* instance = nullptr;
@@ -35,7 +35,7 @@ static int callService()
     {
         return result;
     }
-    const PBaseptr<IHello> hello(static_cast<IHello*>(instance)); // keeps the service
+    const PBaseptr<IHello> hello(static_cast<IHello*>(instance)); // holds the service
     std::printf("The plugin says: %ls\n", hello->greet(1));
     std::printf("The plugin says: %ls\n", hello->greet(2));
     return eIxlaOk;

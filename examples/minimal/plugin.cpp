@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A complete plugin: one service, behind one interface ID.
+// A complete plugin: one service behind one interface ID.
 
 #include "IHello.h"
 
@@ -10,7 +10,7 @@
 
 #include <new>
 
-// What every object that crosses the boundary of a library has: a count of its holders.
+// The reference count that every object behind an interface has.
 template <class TInterface>
 class Counted : public TInterface
 {
@@ -38,7 +38,6 @@ private:
     PCounterSync fRefCount{0};
 };
 
-// The service.
 class Hello : public Counted<IHello>
 {
 public:
@@ -48,13 +47,13 @@ public:
     }
 };
 
-// The plugin: says what it offers, makes it on the first request, and hands it out.
+// The plugin: lists its interface IDs, creates the service in init, and returns it.
 class HelloPlugin : public Counted<IPlugin>
 {
 public:
     int init() override
     {
-        return ixlaGuarded( // turns a lack of memory into -501
+        return ixlaGuarded( // converts std::bad_alloc to -501
             [this]
             {
                 fHello = PBaseptr<IHello>::adopt(new Hello);

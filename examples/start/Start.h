@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Start: what the plugins of this directory share. Their start takes long enough to look at.
+// Start: shared code of the plugins in this directory, whose start is slow enough to draw.
 #ifndef IXLAL_EXAMPLES_START_H
 #define IXLAL_EXAMPLES_START_H
 
@@ -13,13 +13,13 @@ constexpr wchar_t kStorageId[] = L"com.example.ixla.storage";
 constexpr wchar_t kNetworkId[] = L"com.example.ixla.network";
 constexpr wchar_t kFrontendId[] = L"com.example.ixla.frontend";
 
-/// Stands for work that takes so long, such as opening a database.
+/// Sleeps, as a substitute for slow work such as opening a database.
 inline void pretendToWork(int iMilliseconds)
 {
     std::this_thread::sleep_for(std::chrono::milliseconds(iMilliseconds));
 }
 
-/// Returns after the plugin behind the ID is initialised, with the result.
+/// Initialises the plugin behind an ID; returns the result.
 inline int initialise(const PLiteral& iId)
 {
     int result = eIxlaOk;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A plugin that needs nobody else.
+// A plugin that needs no other.
 
 #include "helpers/PPlugin.h"
 #include "start/Start.h"
