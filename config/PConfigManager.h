@@ -1,33 +1,36 @@
 // SPDX-License-Identifier: MIT
-// PConfigManager: loads configurations and keeps run-time values, stored values and listeners.
+// PConfigManager: puts the parts of the configuration manager together.
 #ifndef IXLAL_PCONFIGMANAGER_H
 #define IXLAL_PCONFIGMANAGER_H
 
-#include "IConfigChanged.h"
 #include "ILogger.h"
 #include "PBaseptr.h"
-#include "config/PConfigValue.h"
+#include "config/PConfigFiles.h"
+#include "config/PConfigListeners.h"
+#include "config/PConfigLog.h"
+#include "config/PConfigStore.h"
+#include "config/PFunctionRef.h"
+#include "config/PRunTimeValues.h"
 #include "config/PTypedConfigManager.h"
 #include "portinglayer/PCounterSync.h"
 #include "portinglayer/PMutex.h"
 #include "portinglayer/PString.h"
 
 #include <atomic>
-#include <map>
 #include <vector>
 
-class PStoreWriter;
 struct PReadFault;
 
 /// The configuration manager (see IConfigManager). Lives on the heap and must be held in a
-/// PBaseptr before its first use, because every configuration that it makes holds it.
+/// PBaseptr before its first use, because every configuration that it creates holds a reference to
+/// it.
 ///
-/// One lock guards the tables and the files; its holder may take it again. It is held while files
-/// are read and written and while lines are logged, and never while the core is asked for a
-/// service or an event is sent. Operations that cannot lock return the mutex's code and do nothing.
+/// One recursive lock guards all of its parts. It is held while files are read and written and
+/// while lines are logged. It is never held while the core is asked for a service or an event is
+/// sent. Operations that cannot lock return the mutex's code and do nothing.
 ///
-/// The store and the manager's own configuration hold the manager like every configuration does;
-/// cleanup() breaks that cycle.
+/// The store and the manager's own configuration hold references to the manager, as every
+/// configuration does; cleanup() breaks that cycle.
 class PConfigManager : public PTypedConfigManager
 {
 public:
@@ -75,134 +78,69 @@ public:
 
     virtual ~PConfigManager();
 
-    /// Marks the manager as shutting down and drops its two configurations, so that its last
-    /// holder destroys it. Other threads may go on using the manager.
+    /// Marks the manager as closed and releases its two configurations, so that releasing the last
+    /// other reference destroys it. Other threads may go on using the manager.
     void cleanup() noexcept;
 
-    /// The same, when the lock is to be had within iMilliseconds: reading a file may take for ever.
-    /// Returns 0, or PTimedLockGuard::eTimeout with nothing changed.
+    /// As cleanup(), but waits at most iMilliseconds for the lock, because reading a file may take
+    /// forever. Returns 0, or PTimedLockGuard::eTimeout with nothing changed.
     [[gnu::cold]] int tryCleanup(unsigned int iMilliseconds) noexcept;
 
-    /// Whether it is shutting down.
+    /// Whether the manager was closed.
     bool isClosed() const noexcept;
 
-    /// As loadByFile, for a configuration whose manager is iManager, which may be null; tells where
-    /// reading ended early, be the result 0 or not.
+    /// As loadByFile, for a configuration whose manager is iManager, which may be null. oFault gets
+    /// the place and the code of any error, also of one that ended the file early with the result
+    /// 0.
     int loadFile(IConfigManager* iManager, const PLiteral& iFile, PBaseptr<IConfig>& oConfig,
                  PReadFault& oFault) noexcept;
 
-    /// The manager's lock, for reads that use the records of the finders below: hold it from the
-    /// lookup to the copy.
+    /// The manager's lock. A caller of the find operations below holds it from the lookup until the
+    /// text is copied.
     PMutex& mutex() noexcept;
 
-    /// Find the run-time or the stored record of a key; the first search for a stored one reads
-    /// the store. The record is valid while the lock is held.
-    /// Return 0, -504 for none, -501, the mutex's code, or the code of reading the store.
+    ///@{
+    /// Find the run-time or the stored record of a key. The first search for a stored record reads
+    /// the store. The record is valid while the lock is held. Return 0, -504 for none, -501, the
+    /// mutex's code, or the code of reading the store.
     int findDynamicValue(const PLiteral& iID, const PLiteral& iKey, PConfigValue*& oValue) noexcept;
     int findLoadedValue(const PLiteral& iID, const PLiteral& iKey, PConfigValue*& oValue) noexcept;
+    ///@}
 
-    /// Finds both of them at once. Returns 0, -501, or the mutex's code; records that aren't found
-    /// stay as they were.
+    /// Finds both records. A pointer is unchanged when there is no such record. Returns 0, -501, or
+    /// the mutex's code.
     int findValues(const PLiteral& iID, const PLiteral& iKey, PConfigValue*& oDynamic,
                    PConfigValue*& oStored) noexcept;
 
     /// Reads the store unless it was read before. Returns 0 or the code of reading.
     int needLoadedStore() noexcept;
 
-    /// Copy the text of such a record.
+    ///@{
+    /// Copy the text of the record that the find operation of the same kind finds.
     int getDynamicString(const PLiteral& iID, const PLiteral& iKey, PString& oValue) noexcept;
     int getLoadedString(const PLiteral& iID, const PLiteral& iKey, PString& oValue) noexcept;
+    ///@}
 
 private:
-    /// What a setter announces once it has given the lock back; nothing without topics.
-    struct Change
-    {
-        std::vector<PString> topics;
-        PBaseptr<IConfigChanged> event;
-    };
+    /// Calls iWork with the lock held. Returns its result, -501 for lack of memory, or the mutex's
+    /// code.
+    int locked(const PFunctionRef<int()>& iWork) noexcept;
 
-    /// What the manager holds that holds it in turn.
-    struct Cycle
-    {
-        PBaseptr<IConfig> managerConfig;
-        PBaseptr<IConfig> loadedStore;
-    };
-
-    [[gnu::cold]] void nl_close(Cycle& oCycle) IXLA_REQUIRES(fMutex);
-
-    /// Runs a member that expects the lock. Returns its result, -501 for lack of memory, or the
-    /// mutex's code.
-    template <class... TParameter, class... TArgument>
-    int locked(int (PConfigManager::*iWork)(TParameter...), TArgument&&... iArguments) noexcept;
-
-    static void _announce(const Change& iChange);
-
-    /// Writes an error line where an operator looks for it: into the plugins' log, and into the
-    /// core's while the manager has no logger.
-    template <class... TArgument>
-    [[gnu::cold]] void nl_error(const wchar_t* iFormat, TArgument... iArguments) noexcept
+    [[gnu::cold]] void nl_close(PBaseptr<IConfig>& oManagerConfig, PBaseptr<IConfig>& oStore)
         IXLA_REQUIRES(fMutex);
 
     int fetchLogger(const PLiteral& iID, PBaseptr<ILogger>& oLogger);
-    int nl_needsLogger(bool& oNeeds) IXLA_REQUIRES(fMutex);
-
     int nl_appendByID(const PLiteral& iID, const PBaseptr<IConfig>& ioConfig,
                       const PBaseptr<ILogger>& iLogger) IXLA_REQUIRES(fMutex);
-    int nl_readFileList(const PLiteral& iID, PString& oFiles) IXLA_REQUIRES(fMutex);
-    int nl_appendFiles(PString& ioFiles, const PBaseptr<IConfig>& ioConfig) IXLA_REQUIRES(fMutex);
-    int nl_appendFile(const PLiteral& iName, const PBaseptr<IConfig>& ioConfig)
-        IXLA_REQUIRES(fMutex);
-    int nl_listIDs(std::vector<PString>& oIDs) IXLA_REQUIRES(fMutex);
-    void nl_createFilePath(const PLiteral& iName, PString& oPath) IXLA_REQUIRES(fMutex);
-    int nl_loadManagerConfig() IXLA_REQUIRES(fMutex);
-    int nl_parseStorePath() IXLA_REQUIRES(fMutex);
-
-    int nl_setString(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iValue,
-                     Change& oChange) IXLA_REQUIRES(fMutex);
-    int nl_setAttrString(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iAttribute,
-                         const PLiteral& iValue, Change& oChange) IXLA_REQUIRES(fMutex);
-    int nl_removeSet(const PLiteral& iID, const PLiteral& iKey, const PLiteral* iAttribute)
-        IXLA_REQUIRES(fMutex);
-    void nl_prepareChange(IConfigChanged::EConfigChnagedType iType, const PLiteral& iID,
-                          const PLiteral& iKey, const PLiteral& iAttribute, Change& oChange)
-        IXLA_REQUIRES(fMutex);
-    int nl_findDynamicCfgValues(const PLiteral& iID, bool iCreate, PConfigValues*& oValues)
-        IXLA_REQUIRES(fMutex);
-    int nl_findDynamicValue(const PLiteral& iID, const PLiteral& iKey, PConfigValue*& oValue)
-        IXLA_REQUIRES(fMutex);
-    int nl_getDynamicString(const PLiteral& iID, const PLiteral& iKey, PString& oValue)
-        IXLA_REQUIRES(fMutex);
-
-    int nl_storeString(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iValue)
-        IXLA_REQUIRES(fMutex);
-    int nl_storeAttrString(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iAttribute,
-                           const PLiteral& iValue) IXLA_REQUIRES(fMutex);
-    int nl_removeStored(const PLiteral& iID, const PLiteral& iKey, const PLiteral* iAttribute)
-        IXLA_REQUIRES(fMutex);
-    int nl_loadStore(PBaseptr<IConfig>& oStore) IXLA_REQUIRES(fMutex);
-    int nl_saveStore(const PConfigValues& iStore, PStoreWriter& ioWriter) IXLA_REQUIRES(fMutex);
-    int nl_needLoadedStore() IXLA_REQUIRES(fMutex);
-    int nl_findValues(const PLiteral& iID, const PLiteral& iKey, PConfigValue*& oDynamic,
-                      PConfigValue*& oStored) IXLA_REQUIRES(fMutex);
-    int nl_findLoadedValue(const PLiteral& iID, const PLiteral& iKey, PConfigValue*& oValue)
-        IXLA_REQUIRES(fMutex);
-    int nl_getLoadedString(const PLiteral& iID, const PLiteral& iKey, PString& oValue)
-        IXLA_REQUIRES(fMutex);
-
-    int nl_addListener(const PLiteral& iID, const PLiteral& iTopic) IXLA_REQUIRES(fMutex);
-    int nl_removeListener(const PLiteral& iID, const PLiteral& iTopic) IXLA_REQUIRES(fMutex);
 
     PCounterSync fRefCount;
     PMutex fMutex;
-    /// Run-time values by configuration ID; a table stays when its last key has gone.
-    std::map<PString, PConfigValues, PLiteralLess> fDynamicValues IXLA_GUARDED_BY(fMutex);
-    PBaseptr<IConfig> fLoadedStore IXLA_GUARDED_BY(fMutex);   ///< as first read, less removals
-    PBaseptr<IConfig> fManagerConfig IXLA_GUARDED_BY(fMutex); ///< the files of each ID
-    PString fStorePath IXLA_GUARDED_BY(fMutex);               ///< empty until resolved
-    std::atomic<bool> fClosed;                                ///< set with the lock held
-    /// Topics in the order of registration; an ID is present only while it has one.
-    std::map<PString, std::vector<PString>, PLiteralLess> fListeners IXLA_GUARDED_BY(fMutex);
-    PBaseptr<ILogger> fLogger IXLA_GUARDED_BY(fMutex); ///< messages are dropped while empty
+    std::atomic<bool> fClosed; ///< set with the lock held
+    PRunTimeValues fValues IXLA_GUARDED_BY(fMutex);
+    PConfigListeners fListeners IXLA_GUARDED_BY(fMutex);
+    PConfigLog fLog IXLA_GUARDED_BY(fMutex);
+    PConfigFiles fFiles IXLA_GUARDED_BY(fMutex);
+    PConfigStore fStore IXLA_GUARDED_BY(fMutex);
 };
 
 #endif

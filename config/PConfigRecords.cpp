@@ -96,9 +96,3 @@ void PConfigRecords::_addNewValue(PConfigValues& ioValues, const PLiteral& iKey,
         _insert(ioValues, place.at, iKey, iValue);
     }
 }
-
-int PConfigRecords::_remove(PConfigValues& ioValues, const PLiteral& iKey,
-                            const PLiteral* iAttribute) noexcept
-{
-    return iAttribute ? _removeAttr(ioValues, iKey, *iAttribute) : _removeKey(ioValues, iKey);
-}

@@ -31,7 +31,10 @@ public:
     /// Removes one attribute of a key, or the key when iAttribute is null. Returns 0, also when
     /// there was none.
     static int _remove(PConfigValues& ioValues, const PLiteral& iKey,
-                       const PLiteral* iAttribute) noexcept;
+                       const PLiteral* iAttribute) noexcept
+    {
+        return iAttribute ? _removeAttr(ioValues, iKey, *iAttribute) : _removeKey(ioValues, iKey);
+    }
 };
 
 #endif

@@ -12,7 +12,7 @@ from pathlib import Path
 DIRECTORIES = ("core", "config", "events", "logging", "port")
 TEXT = r'L?"(?:[^"\\]|\\.)*"'
 LINE = re.compile(rf'{TEXT}(?:\s*{TEXT})*')
-ERROR = re.compile(rf'\b(?:error|nl_error|logServiceError)\(\s*(?:[^;"]*?,\s*)?'
+ERROR = re.compile(rf'\b(?:error|nl_(?:plugins)?[eE]rror|logServiceError)\(\s*(?:[^;"]*?,\s*)?'
                    rf'({TEXT}(?:\s*{TEXT})*)', re.S)
 PART = re.compile(r"%(?:ls|llu|lx|d|u|p|s)")
 # Put together from parts in port/logger/PLogFile.cpp.

@@ -1,0 +1,266 @@
+// SPDX-License-Identifier: MIT
+#include "config/PConfigStore.h"
+
+#include "Ixla.h"
+#include "config/PConfig.h"
+#include "config/PConfigFiles.h"
+#include "config/PConfigLoader.h"
+#include "config/PConfigLog.h"
+#include "config/PConfigRecords.h"
+#include "config/PConfigResult.h"
+#include "config/PStoreWriter.h"
+#include "portinglayer/PFile.h"
+
+#include <utility>
+
+namespace
+{
+constexpr wchar_t kStoreSeparator = L'|';
+
+/// Keys up to this length are composed without allocating.
+constexpr unsigned int kShortText = 127;
+typedef PShortString<kShortText> ShortText;
+
+void _makeStoreKey(const PLiteral& iID, const PLiteral& iKey, PString& oStoreKey)
+{
+    oStoreKey = iID;
+    oStoreKey += L"|";
+    oStoreKey += iKey;
+}
+
+/// Whether a store has values of the configuration ID iID.
+bool _storesID(const PConfigValues& iStore, const PLiteral& iID)
+{
+    unsigned int position = 0;
+    if (iID.chr(kStoreSeparator, position))
+    {
+        return false;
+    }
+    ShortText prefix;
+    _makeStoreKey(iID, PLiteral(), prefix);
+    const PConfigValues::const_iterator first = iStore.lower_bound(prefix);
+    return first != iStore.end() && first->first.startsWith(prefix.ptr(), prefix.len());
+}
+
+/// Appends the IDs of a store. The keys of one ID stand side by side.
+void _appendStoredIDs(const PConfigValues& iStore, std::vector<PString>& ioIDs)
+{
+    for (const auto& [key, record] : iStore)
+    {
+        unsigned int length = 0;
+        if (!key.chr(kStoreSeparator, length))
+        {
+            continue;
+        }
+        const bool known = !ioIDs.empty() && ioIDs.back().len() == length &&
+                           key.startsWith(ioIDs.back().ptr(), length);
+        if (!known)
+        {
+            ioIDs.emplace_back(key.ptr(), length);
+        }
+    }
+}
+} // namespace
+
+PConfigStore::PConfigStore(IConfigManager& ioManager, PConfigFiles& ioFiles, PConfigLog& ioLog,
+                           const std::atomic<bool>& iClosed) noexcept
+    : fManager(ioManager), fFiles(ioFiles), fLog(ioLog), fClosed(iClosed)
+{
+}
+
+int PConfigStore::nl_storeString(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iValue)
+{
+    PBaseptr<IConfig> store;
+    int result = nl_loadStore(store);
+    if (result != 0)
+    {
+        return result;
+    }
+    ShortText storeKey;
+    _makeStoreKey(iID, iKey, storeKey);
+    result = PConfigRecords::_addValue(PConfigLoader::_valuesOf(store), storeKey, iValue);
+    PStoreWriter writer;
+    if (result == 0)
+    {
+        result = writer.prepare(PConfigLoader::_valuesOf(store));
+    }
+    return result != 0 ? result : nl_saveStore(PConfigLoader::_valuesOf(store), writer);
+}
+
+int PConfigStore::nl_storeAttrString(const PLiteral& iID, const PLiteral& iKey,
+                                     const PLiteral& iAttribute, const PLiteral& iValue)
+{
+    PBaseptr<IConfig> store;
+    int result = nl_loadStore(store);
+    if (result != 0)
+    {
+        return result;
+    }
+    ShortText storeKey;
+    _makeStoreKey(iID, iKey, storeKey);
+    PConfigValues& values = PConfigLoader::_valuesOf(store);
+    if (!PConfigPlace(values, storeKey).found)
+    {
+        return eIxlaNoValueForAttribute;
+    }
+    result = PConfigRecords::_addAttrValue(values, storeKey, iAttribute, iValue);
+    PStoreWriter writer;
+    if (result == 0)
+    {
+        result = writer.prepare(values);
+    }
+    return result != 0 ? result : nl_saveStore(values, writer);
+}
+
+int PConfigStore::nl_removeStored(const PLiteral& iID, const PLiteral& iKey,
+                                  const PLiteral* iAttribute)
+{
+    PBaseptr<IConfig> store;
+    int result = nl_loadStore(store);
+    if (result != 0)
+    {
+        return result;
+    }
+    ShortText storeKey;
+    _makeStoreKey(iID, iKey, storeKey);
+    PStoreWriter writer;
+    result = writer.prepare(PConfigLoader::_valuesOf(store));
+    if (result != 0)
+    {
+        return result;
+    }
+    // Removing cannot fail.
+    (void)PConfigRecords::_remove(PConfigLoader::_valuesOf(store), storeKey, iAttribute);
+    if (fLoadedStore)
+    {
+        (void)PConfigRecords::_remove(PConfigLoader::_valuesOf(fLoadedStore), storeKey, iAttribute);
+    }
+    return nl_saveStore(PConfigLoader::_valuesOf(store), writer);
+}
+
+int PConfigStore::nl_listIDs(std::vector<PString>& ioIDs)
+{
+    PBaseptr<IConfig> store;
+    int result = nl_loadStore(store);
+    if (result != 0)
+    {
+        return result;
+    }
+    const PConfigValues& values = PConfigLoader::_valuesOf(store);
+    _appendStoredIDs(values, ioIDs);
+    result = fFiles.nl_loadManagerConfig();
+    if (result != 0)
+    {
+        return result;
+    }
+    std::vector<PString> listed;
+    fFiles.nl_appendIDs(listed);
+    for (PString& id : listed)
+    {
+        if (!_storesID(values, id))
+        {
+            ioIDs.push_back(std::move(id));
+        }
+    }
+    return eIxlaOk;
+}
+
+int PConfigStore::nl_needLoadedStore()
+{
+    return fLoadedStore ? static_cast<int>(eIxlaOk) : nl_loadStore(fLoadedStore);
+}
+
+int PConfigStore::nl_findLoadedValue(const PLiteral& iID, const PLiteral& iKey,
+                                     PConfigValue*& oValue)
+{
+    const int result = nl_needLoadedStore();
+    if (result != 0)
+    {
+        return result;
+    }
+    ShortText storeKey;
+    _makeStoreKey(iID, iKey, storeKey);
+    return static_cast<PConfig&>(*fLoadedStore).__findValue(storeKey, oValue);
+}
+
+int PConfigStore::nl_getLoadedString(const PLiteral& iID, const PLiteral& iKey, PString& oValue)
+{
+    PConfigValue* record = nullptr;
+    const int result = nl_findLoadedValue(iID, iKey, record);
+    if (result == 0)
+    {
+        oValue = record->fValue;
+    }
+    return result;
+}
+
+PBaseptr<IConfig> PConfigStore::nl_takeLoadedStore()
+{
+    PBaseptr<IConfig> taken = fLoadedStore;
+    fLoadedStore.clear();
+    return taken;
+}
+
+int PConfigStore::nl_parseStorePath()
+{
+    if (fStorePath.len() != 0)
+    {
+        return eIxlaOk;
+    }
+    if (fClosed)
+    {
+        return eIxlaNoInstance;
+    }
+    ShortText name;
+    const int result = fFiles.nl_readStoreName(name);
+    if (result == 0)
+    {
+        fFiles.nl_createFilePath(name, fStorePath);
+    }
+    return result;
+}
+
+int PConfigStore::nl_loadStore(PBaseptr<IConfig>& oStore)
+{
+    const int result = nl_parseStorePath();
+    if (result != 0)
+    {
+        return result;
+    }
+    if (!PFile::exists(fStorePath))
+    {
+        // If the file cannot be created, reading it reports why.
+        PFile file;
+        (void)file.popen(fStorePath, PFile::eWrite | PFile::eCreate, 0);
+        (void)file.pclose();
+    }
+    // After the manager was closed, nobody breaks the cycle between a snapshot and its manager.
+    IConfigManager* const manager = fClosed ? nullptr : &fManager;
+    PReadFault fault;
+    const int loaded = PConfigLoader::_loadFile(fManager, manager, fStorePath, oStore, fault);
+    if (fault.code != 0)
+    {
+        fLog.nl_error(L"[%s] Failed to load store file: (%ls) line: %u err: %d", "nl_loadStore",
+                      fStorePath.ptr(), fault.line, fault.code);
+    }
+    return loaded;
+}
+
+int PConfigStore::nl_saveStore(const PConfigValues& iStore, PStoreWriter& ioWriter)
+{
+    int result = configResult(PFile::pdelete(fStorePath));
+    if (result != 0)
+    {
+        fLog.nl_error(L"[%s] Failed to delete old store file: (%ls) err: %d", "nl_saveStore",
+                      fStorePath.ptr(), result);
+        return result;
+    }
+    result = configResult(ioWriter.create(fStorePath));
+    if (result != 0)
+    {
+        fLog.nl_error(L"[%s] Failed to create store file: (%ls) err: %d", "nl_saveStore",
+                      fStorePath.ptr(), result);
+        return result;
+    }
+    return configResult(ioWriter.write(iStore));
+}

@@ -1,0 +1,76 @@
+// SPDX-License-Identifier: MIT
+// PConfigStore: the values that outlive the process.
+#ifndef IXLAL_PCONFIGSTORE_H
+#define IXLAL_PCONFIGSTORE_H
+
+#include "IConfigManager.h"
+#include "PBaseptr.h"
+#include "config/PConfigValue.h"
+#include "portinglayer/PString.h"
+
+#include <atomic>
+#include <vector>
+
+class PConfigFiles;
+class PConfigLog;
+class PStoreWriter;
+
+/// Reads and rewrites the store file. A change is made in a fresh copy of the file. Reads use a
+/// snapshot that is taken at the first read; only removals change it. Not synchronised: the manager
+/// guards it with its lock.
+///
+/// The snapshot holds the manager; nl_takeLoadedStore() breaks that cycle.
+///
+/// The operations return 0; -2002 before the first load by ID and after the manager was closed,
+/// unless the path is known; -3003 without a store file; -501; or the code of a file. They throw
+/// std::bad_alloc.
+class PConfigStore
+{
+public:
+    /// The store file is read by an operation of ioManager, which owns all four. While iClosed is
+    /// set, what is read doesn't hold the manager.
+    PConfigStore(IConfigManager& ioManager, PConfigFiles& ioFiles, PConfigLog& ioLog,
+                 const std::atomic<bool>& iClosed) noexcept;
+
+    PConfigStore(const PConfigStore&) = delete;
+    PConfigStore& operator=(const PConfigStore&) = delete;
+
+    /// Writes a value; an existing one is replaced.
+    int nl_storeString(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iValue);
+
+    /// Writes an attribute; an existing one stays. Returns -3002 when the key has no stored value.
+    int nl_storeAttrString(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iAttribute,
+                           const PLiteral& iValue);
+
+    /// Removes one attribute of a key, or the key when iAttribute is null, also from the snapshot.
+    int nl_removeStored(const PLiteral& iID, const PLiteral& iKey, const PLiteral* iAttribute);
+
+    /// Appends the IDs that have stored values, then the other IDs that have files.
+    int nl_listIDs(std::vector<PString>& ioIDs);
+
+    /// Takes the snapshot unless there is one.
+    int nl_needLoadedStore();
+
+    /// Finds the record of a key in the snapshot. Returns -504 for none.
+    int nl_findLoadedValue(const PLiteral& iID, const PLiteral& iKey, PConfigValue*& oValue);
+
+    /// Copies the text of such a record.
+    int nl_getLoadedString(const PLiteral& iID, const PLiteral& iKey, PString& oValue);
+
+    /// Empties the snapshot and returns it, to be released without the lock.
+    PBaseptr<IConfig> nl_takeLoadedStore();
+
+private:
+    int nl_parseStorePath();
+    int nl_loadStore(PBaseptr<IConfig>& oStore);
+    int nl_saveStore(const PConfigValues& iStore, PStoreWriter& ioWriter);
+
+    IConfigManager& fManager;
+    PConfigFiles& fFiles;
+    PConfigLog& fLog;
+    const std::atomic<bool>& fClosed;
+    PBaseptr<IConfig> fLoadedStore; ///< as first read, less removals
+    PString fStorePath;             ///< empty until resolved
+};
+
+#endif
