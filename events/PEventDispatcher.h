@@ -62,6 +62,7 @@ private:
     /// The table contains a topic only while it has a listener. Deliveries in progress share its
     /// list, and a shared list is not changed but replaced.
     typedef std::map<PString, PPtr<Listeners>, PLiteralLess> Topics;
+    /// Pointers to the lists of a Topics.
     typedef std::unordered_map<PLiteral, const PPtr<Listeners>*, PTextHash, PTextEqual> Index;
 
     int nl_addListener(const PLiteral& iTopic, IEventListener* iListener) IXLA_REQUIRES(fMutex);

@@ -12,9 +12,11 @@ struct ConfigLines
     static std::string key(int iNumber);
     static std::string value(int iNumber);
 
-    /// Key and value as wide texts.
+    ///@{
+    /// Key or value as a wide text.
     static std::wstring wideKey(int iNumber);
     static std::wstring wideValue(int iNumber);
+    ///@}
 
     /// A file of iCount lines, each starting with iPrefix, in the order of their keys or shuffled.
     static std::string file(int iCount, bool iSorted, const std::string& iPrefix = {});

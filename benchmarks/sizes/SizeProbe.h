@@ -6,6 +6,7 @@
 /// Restarts the core with a plugin of iInterfaces interfaces, or without a plugin for 0. Returns
 /// the bytes that the running core has allocated.
 typedef long long SizeProbe(int iInterfaces);
+/// The name of the function in the library.
 constexpr char kSizeProbe[] = "benchSizeProbe";
 
 #endif

@@ -3,12 +3,14 @@
 #ifndef IXLAL_BENCHMARKS_SMALLPLUGIN_H
 #define IXLAL_BENCHMARKS_SMALLPLUGIN_H
 
-/// The type of a variable in the plugin's library: the function that init calls; null at first.
+/// The function that the plugin's init calls.
 typedef void (*SmallPluginHook)();
+/// The variable of the plugin's library with that function; null at first.
 constexpr char kSmallPluginHook[] = "benchOnInit";
 
-/// The plugin's interface ID. Copies of the library have other digits.
+/// The plugin's interface ID. Copies of the library have other digits at the end.
 constexpr wchar_t kSmallPluginId[] = L"com.kelvora.bench.small.00000";
+/// The number of these digits.
 constexpr int kSmallPluginDigits = 5;
 
 #endif

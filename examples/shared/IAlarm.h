@@ -8,8 +8,9 @@
 /// The interface ID of IAlarm; also the configuration ID of its thresholds.
 constexpr wchar_t kAlarmId[] = L"com.example.ixla.alarm";
 
-/// Keys of the thresholds: the load in hundredths, the memory in percent.
+/// The key of the load threshold, in hundredths.
 constexpr wchar_t kLoadLimitKey[] = L"load.max";
+/// The key of the memory threshold, in percent.
 constexpr wchar_t kMemoryLimitKey[] = L"memory.max";
 
 class IAlarm : public IBase
