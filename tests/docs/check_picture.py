@@ -14,7 +14,7 @@ SVG = "{http://www.w3.org/2000/svg}"
 BAR_HEIGHT = "14"
 FROM_BAR_TO_LABEL = 11
 # A busy machine may run the threads of a start one after the other.
-TRIES = 5
+TRIES = 20
 
 
 def shape(picture: Path) -> list[tuple[str, list[str]]]:
