@@ -198,7 +198,7 @@ int PConfig::_findUsedValue(const PLiteral& iKey, const PLiteral& iAttribute,
                             PConfigValue*& oValue) noexcept
 {
     Records records;
-    // No own record is one of the cases to choose from.
+    // The result may be dropped: a missing own record is one of the choices.
     (void)__findValue(iKey, records.own);
     const bool pinned = records.own && _isPinned(*records.own);
     const int result = pinned ? needStore() : findInManager(iKey, records);
@@ -224,7 +224,7 @@ int PConfig::findInManager(const PLiteral& iKey, Records& oRecords) noexcept
     return result == eIxlaNoMemory ? result : eIxlaOk;
 }
 
-// The first read of all reads the store, whatever it answers from.
+// The first read always reads the store, whatever record is chosen.
 int PConfig::needStore() noexcept
 {
     const int result = hasSources() ? _implementation(fManager)->needLoadedStore() : eIxlaOk;
@@ -236,7 +236,7 @@ bool PConfig::hasSources() const noexcept
     return fManager && fID.len() != 0;
 }
 
-// Readers without the lock run this beside others, so the cache is read and set atomically.
+// Readers without the lock run this at the same time as others, so the cache is atomic.
 bool PConfig::_isPinned(PConfigValue& ioRecord) noexcept
 {
     if (__atomic_load_n(&ioRecord.fConst, __ATOMIC_RELAXED))

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// PConfig: a configuration that a PConfigManager made.
+// PConfig: a configuration of a PConfigManager.
 #ifndef IXLAL_PCONFIG_H
 #define IXLAL_PCONFIG_H
 
@@ -10,16 +10,16 @@
 #include "config/PReadFault.h"
 #include "portinglayer/PCounterSync.h"
 
-/// Answers from its own values and, when it has an ID, from the manager's run-time and stored
-/// values of that ID (see IConfig for who wins).
+/// Reads its own values and, when it has an ID, the manager's run-time and stored values of that ID
+/// (IConfig describes their precedence).
 ///
-/// With an ID, a read holds the manager's lock from the lookup until the text is copied: other
-/// threads may remove the records meanwhile. When that lock fails only the own values answer.
-/// Without one a read locks nothing, and so never waits for files that the manager reads.
+/// With an ID, a read holds the manager's lock from the lookup until the text is copied, because
+/// other threads may remove the records. If that lock fails, only the own values are read. Without
+/// an ID a read takes no lock, and so never waits for files that the manager reads.
 class PConfig : public IConfig
 {
 public:
-    /// iManager, a PConfigManager or null, is shared for the configuration's whole life. The ID is
+    /// Holds a reference to iManager, a PConfigManager or null, until its destruction. The ID is
     /// empty for a configuration that has none. Throws std::bad_alloc.
     PConfig(IConfigManager* iManager, const PLiteral& iID);
 
@@ -62,15 +62,16 @@ public:
     /// The own values, for the manager that fills them. Not synchronised.
     PConfigValues& values() noexcept;
 
-    /// How reading the last file into the own values ended, for the manager. Not synchronised.
+    /// The place where reading the last file into the own values ended early, for the manager. Not
+    /// synchronised.
     PReadFault& readFault() noexcept;
 
     /// Looks a key up in the own values. Returns 0 or -504.
     int __findValue(const PLiteral& iKey, PConfigValue*& oValue) noexcept;
 
-    /// Picks the record that answers a read of iKey, or of one of its attributes when iAttribute
-    /// isn't empty. The caller holds the manager's lock for as long as it uses the record.
-    /// Returns 0, -504, or -501 when a lookup in the manager lacked memory.
+    /// Chooses the record for a read of iKey, or of one of its attributes if iAttribute is not
+    /// empty. The caller holds the manager's lock while it uses the record. Returns 0, -504, or
+    /// -501 when a lookup in the manager fails for lack of memory.
     int _findUsedValue(const PLiteral& iKey, const PLiteral& iAttribute,
                        PConfigValue*& oValue) noexcept;
 

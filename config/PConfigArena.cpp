@@ -51,7 +51,7 @@ PConfigArena::Room PConfigArena::room()
     return {reinterpret_cast<wchar_t*>(fFree), static_cast<unsigned int>(characters - 1)};
 }
 
-// What is left of the block before is not used any more.
+// The rest of the previous block stays unused.
 void PConfigArena::addBlock(std::size_t iSize)
 {
     const std::size_t size = std::max(iSize + sizeof(Block), fNextSize);

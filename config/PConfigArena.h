@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
-// PConfigArena: the memory in which a configuration keeps what it has read.
+// PConfigArena: the memory of the texts and records that a configuration has read.
 #ifndef IXLAL_PCONFIGARENA_H
 #define IXLAL_PCONFIGARENA_H
 
 #include <cstddef>
 
-/// Hands out memory piece by piece from blocks that grow, and frees it all at its own end; single
-/// pieces are not given back. A fresh one has no block. Belongs to one thread at a time.
+/// Allocates pieces of memory from growing blocks, and frees all of it in its destructor; single
+/// pieces are not freed. A new arena has no block. Belongs to one thread at a time.
 class PConfigArena
 {
 public:
@@ -23,11 +23,11 @@ public:
     PConfigArena(const PConfigArena&) = delete;
     PConfigArena& operator=(const PConfigArena&) = delete;
 
-    /// Takes a piece of iSize bytes. Throws std::bad_alloc.
+    /// Allocates a piece of iSize bytes. Throws std::bad_alloc.
     void* take(std::size_t iSize);
 
-    /// What is free in front of the next piece, enough for a line of usual length: what fits into
-    /// it stands where take() takes it. Throws std::bad_alloc.
+    /// The free memory where the next piece will be, enough for a line of usual length. A text that
+    /// fits in it is in place when take() allocates its piece. Throws std::bad_alloc.
     Room room();
 
 private:
@@ -44,7 +44,7 @@ private:
     std::size_t fNextSize = 1024;
 };
 
-/// Lets a container keep its elements in an arena, or on the heap when it has none.
+/// An allocator that places the elements of a container in an arena, or on the heap without one.
 template <class T>
 class PConfigAllocator
 {
@@ -57,9 +57,9 @@ public:
     {
     }
 
-    // A container asks for its nodes with an allocator made from that of its elements.
+    // A container allocates its nodes with an allocator converted from that of its elements.
     template <class TOther>
-    // cppcheck-suppress noExplicitConstructor ; containers convert without asking
+    // cppcheck-suppress noExplicitConstructor ; containers convert implicitly
     PConfigAllocator(const PConfigAllocator<TOther>& iOther) noexcept : fArena(iOther.arena())
     {
     }

@@ -6,12 +6,12 @@
 #include "IConfigChanged.h"
 #include "portinglayer/PCounterSync.h"
 
-/// Constant after construction, so that any number of threads may read it. Lives on the heap and
+/// Constant after construction, so that any number of threads may read it. Created on the heap;
 /// destroys itself with its last reference.
 class PConfigChanged final : public IConfigChanged
 {
 public:
-    /// Keeps copies of the texts. Throws std::bad_alloc.
+    /// Copies the texts. Throws std::bad_alloc.
     PConfigChanged(EConfigChnagedType iType, const PLiteral& iID, const PLiteral& iKey,
                    const PLiteral& iAttribute);
 

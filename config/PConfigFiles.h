@@ -12,8 +12,8 @@
 class PConfigLog;
 class PRunTimeValues;
 
-/// Knows from the manager's configuration which files an ID has, and from the run-time values of
-/// the global ID where they are. Not synchronised: the manager guards it with its lock.
+/// Gets the list of files from the manager's configuration, and redirections from the run-time
+/// values of the global ID. Not synchronised: the manager guards it with its lock.
 ///
 /// The manager's configuration holds the manager; nl_takeManagerConfig() breaks that cycle.
 class PConfigFiles

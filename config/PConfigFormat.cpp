@@ -48,8 +48,8 @@ int _split(const PSpan& iLine, LineParts& oParts) noexcept
     return eIxlaOk;
 }
 
-/// Takes the piece of the arena in which a line stands that was read into its room, so that nothing
-/// else is written there. Moves the parts if the piece is elsewhere. Throws std::bad_alloc.
+/// Allocates the piece of the arena where a line was read to its free memory, so that it is not
+/// overwritten. Moves the parts if the piece is elsewhere. Throws std::bad_alloc.
 void _keep(PConfigArena& ioArena, LineParts& ioParts)
 {
     const wchar_t* const line = ioParts.key.text;
@@ -65,7 +65,7 @@ void _keep(PConfigArena& ioArena, LineParts& ioParts)
     }
 }
 
-/// The parts of an argument. Their buffers serve one argument after the other.
+/// The parts of an argument. Their buffers are reused for the next argument.
 struct Entry
 {
     PString key;
@@ -87,7 +87,7 @@ int _appendArg(const PLiteral& iLine, Entry& ioEntry, PConfigValues& ioValues) n
                                                ioEntry.value);
 }
 
-/// Adds a line that was read into the room of the table's arena. Throws std::bad_alloc.
+/// Adds a line that was read to the free memory of the table's arena. Throws std::bad_alloc.
 int _appendReadLine(const PSpan& iLine, PConfigValues& ioValues)
 {
     LineParts parts = {};

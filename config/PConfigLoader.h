@@ -9,8 +9,8 @@
 #include "config/PFunctionRef.h"
 #include "config/PReadFault.h"
 
-/// What the operations that load and append have in common. Every configuration passed in is a
-/// PConfig. Nobody else may use it during the call.
+/// The common code of the load and append operations. Every configuration passed in is a PConfig.
+/// No other thread may use it during the call.
 class PConfigLoader
 {
 public:

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// PConfigLog: where the configuration manager writes its messages.
+// PConfigLog: the log of the configuration manager.
 #ifndef IXLAL_PCONFIGLOG_H
 #define IXLAL_PCONFIGLOG_H
 
@@ -7,8 +7,8 @@
 #include "PBaseptr.h"
 #include "core/PServiceLog.h"
 
-/// Writes into the plugins' log once there is a logger. Not synchronised: the manager guards it
-/// with its lock.
+/// Writes to the plugins' log when it has a logger. Not synchronised: the manager guards it with
+/// its lock.
 class PConfigLog
 {
 public:
@@ -36,8 +36,7 @@ public:
         }
     }
 
-    /// Writes an error line where an operator looks for it: into the plugins' log, or into the
-    /// core's log without a logger.
+    /// Writes an error line to the plugins' log, or to the core's log without a logger.
     template <class... TArgument>
     [[gnu::cold]] void nl_error(const wchar_t* iFormat, TArgument... iArguments) const noexcept
     {

@@ -15,7 +15,7 @@ PConfigPlugin::PConfigPlugin() noexcept : fRefCount(0)
 PConfigPlugin::~PConfigPlugin()
 {
     PConfigManager* const manager = static_cast<PConfigManager*>(fManager.get());
-    // One that is closed already is left alone: its lock may not be had for long.
+    // A closed manager is not locked, because another thread may hold its lock for long.
     if (manager && !manager->isClosed())
     {
         manager->cleanup();

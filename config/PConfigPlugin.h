@@ -7,8 +7,8 @@
 #include "PBaseptr.h"
 #include "portinglayer/PCounter.h"
 
-/// Offers kIxlaConfigManagerId and owns the manager behind it. Only the core holds and counts this
-/// object, one thread at a time.
+/// Offers kIxlaConfigManagerId and owns the manager behind it. Only the core holds references to
+/// this object, from one thread at a time.
 class PConfigPlugin : public IPlugin
 {
 public:
@@ -20,17 +20,17 @@ public:
     int incRef() noexcept override;
     int decRef() noexcept override;
 
-    /// Creates the manager; a repeated call replaces it by an empty one. Returns 0, or -501 with
-    /// the earlier manager kept.
+    /// Creates the manager; a repeated call replaces it by an empty one. Returns 0, or -501; the
+    /// earlier manager stays then.
     int init() noexcept override;
 
-    /// As IPlugin; null with a count of 0 for lack of memory.
+    /// As IPlugin. For lack of memory returns null and a count of 0.
     PString* getInterfaces(unsigned int& oCount) noexcept override;
 
-    /// As IPlugin; -2002 with an untouched oInstance before a successful init.
+    /// As IPlugin. Before a successful init returns -2002 and leaves oInstance unchanged.
     int getInstance(const PLiteral& iInterfaceId, IBase*& oInstance) noexcept override;
 
-    /// Closes the manager, then releases it; others may hold it further on.
+    /// Closes the manager and releases it; it lives on while others hold it.
     virtual ~PConfigPlugin();
 
 private:

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// PConfigResult: result codes of the porting layer as the configuration passes them on.
+// PConfigResult: converts result codes of the porting layer to those of the configuration.
 #ifndef IXLAL_PCONFIGRESULT_H
 #define IXLAL_PCONFIGRESULT_H
 
@@ -7,7 +7,7 @@
 
 #include <cerrno>
 
-/// The porting layer's code as it stands, except that lack of memory has one code everywhere.
+/// The porting layer's code, except for lack of memory, which becomes -501.
 inline int configResult(int iPortResult) noexcept
 {
     return iPortResult == -ENOMEM ? static_cast<int>(eIxlaNoMemory) : iPortResult;

@@ -42,7 +42,7 @@ bool _storesID(const PConfigValues& iStore, const PLiteral& iID)
     return first != iStore.end() && first->first.startsWith(prefix.ptr(), prefix.len());
 }
 
-/// Appends the IDs of a store. The keys of one ID stand side by side.
+/// Appends the IDs of a store. The keys of one ID are adjacent.
 void _appendStoredIDs(const PConfigValues& iStore, std::vector<PString>& ioIDs)
 {
     for (const auto& [key, record] : iStore)
@@ -234,7 +234,8 @@ int PConfigStore::nl_loadStore(PBaseptr<IConfig>& oStore)
         (void)file.popen(fStorePath, PFile::eWrite | PFile::eCreate, 0);
         (void)file.pclose();
     }
-    // After the manager was closed, nobody breaks the cycle between a snapshot and its manager.
+    // After the manager was closed, the cycle between a snapshot and its manager is not broken any
+    // more.
     IConfigManager* const manager = fClosed ? nullptr : &fManager;
     PReadFault fault;
     const int loaded = PConfigLoader::_loadFile(fManager, manager, fStorePath, oStore, fault);

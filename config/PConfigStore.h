@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// PConfigStore: the values that outlive the process.
+// PConfigStore: the values that are kept across runs of the process.
 #ifndef IXLAL_PCONFIGSTORE_H
 #define IXLAL_PCONFIGSTORE_H
 
@@ -69,7 +69,7 @@ private:
     PConfigFiles& fFiles;
     PConfigLog& fLog;
     const std::atomic<bool>& fClosed;
-    PBaseptr<IConfig> fLoadedStore; ///< as first read, less removals
+    PBaseptr<IConfig> fLoadedStore; ///< the store as first read, without removed values
     PString fStorePath;             ///< empty until resolved
 };
 

@@ -6,8 +6,8 @@
 #include "portinglayer/PBlank.h"
 #include "portinglayer/PString.h"
 
-/// Works in memory that its maker provides for as long as it lives, and leaves it for the heap when
-/// another text doesn't fit in. Copies have memory of their own.
+/// Uses memory of its creator, which must outlive it, and the heap for later texts that do not fit
+/// there. Copies have their own memory.
 class PConfigText : public PString
 {
 public:
@@ -23,7 +23,7 @@ public:
     {
     }
 
-    /// The text that stands in iPart; what stands behind it becomes its terminating zero.
+    /// The text in iPart, in place; the character after it is replaced by the terminating zero.
     explicit PConfigText(const PSpan& iPart) noexcept
         : PString(iPart.len, const_cast<wchar_t*>(iPart.text), iPart.len)
     {

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "config/PConfigValue.h"
 
-// The first and the last key tell what all of them share, and where the keys of sorted files go.
+// The first and the last key show the common prefix of all keys, and whether iKey comes after the
+// last one, as in sorted files.
 PConfigPlace::PConfigPlace(PConfigValues& ioValues, const PLiteral& iKey) noexcept
     : at(ioValues.end()), found(false)
 {

@@ -19,16 +19,16 @@ struct PConfigValue
     {
     }
 
-    /// A value without attributes whose text stays where it is.
+    /// A value without attributes whose text stays in place.
     explicit PConfigValue(const PSpan& iText) noexcept : fValue(iText)
     {
     }
 
-    PConfigText fValue; ///< empty also for a key that was named only to carry attributes
+    PConfigText fValue; ///< also empty for a key that has only attributes
     std::map<PString, PString, PLiteralLess> fAttributes;
 
-    /// Whether the attribute "const" was ever seen to read as true; a cache that readers fill and
-    /// nobody clears.
+    /// Whether a reader has found the attribute "const" to be true. A cache that readers set and
+    /// that is never cleared.
     bool fConst = false;
 };
 

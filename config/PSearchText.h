@@ -7,9 +7,9 @@
 
 #include <algorithm>
 
-/// Serves one search. On its way down the tree a search only meets texts between the last one that
-/// came before the text and the last one that didn't; they begin as those two do, so what both
-/// share with the text isn't compared again.
+/// For one search. On its way down the tree a search only meets texts between the last one that
+/// came before the text and the last one that did not. The prefix that both of these share with the
+/// text is also a prefix of the texts in between, so it is not compared again.
 class PSearchText
 {
 public:
@@ -28,7 +28,7 @@ public:
         return result;
     }
 
-    /// Whether iText is this text; for the last one met that didn't come before it.
+    /// Whether iText is this text. iText must be the last one met that did not come before it.
     bool equals(const PLiteral& iText) const noexcept
     {
         return fBehind == fText.len() && iText.len() == fText.len();
@@ -36,7 +36,7 @@ public:
 
 private:
     const PLiteral& fText;
-    // How many characters the last text met on either side shares with this one.
+    // The length of the common prefix with the last text met before, and with the last one after.
     mutable unsigned int fBefore = 0;
     mutable unsigned int fBehind = 0;
 };

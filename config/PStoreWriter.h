@@ -8,7 +8,7 @@
 #include "portinglayer/PString.h"
 
 /// Writes records as configuration text: for each key the line "key = value" and then, for each
-/// attribute, "key:attribute = text". Serves one file; no member throws.
+/// attribute, "key:attribute = text". For one file; no member throws.
 class PStoreWriter
 {
 public:
@@ -17,11 +17,11 @@ public:
     PStoreWriter(const PStoreWriter&) = delete;
     PStoreWriter& operator=(const PStoreWriter&) = delete;
 
-    /// Makes room for every line of iValues, so that no memory is lacking once the old file is
-    /// gone. Returns 0 or -501.
+    /// Reserves memory for every line of iValues, so that writing cannot fail for lack of memory
+    /// after the old file is deleted. Returns 0 or -501.
     int prepare(const PConfigValues& iValues) noexcept;
 
-    /// Creates the file, for its owner alone. Returns 0 or the code of opening.
+    /// Creates the file with access for its owner only. Returns 0 or the code of opening.
     int create(const PLiteral& iPath) noexcept;
 
     /// Writes the records and closes the file. Returns 0 or the first error.

@@ -7,8 +7,8 @@
 
 class PPluginInit;
 
-/// Finds plugins by the file names of their libraries. A plugin may be unloaded at any time, so
-/// each record is in use while it is worked with. [any thread, with no lock held]
+/// Finds plugins by the file names of their libraries. A plugin may be unloaded at any time, so the
+/// use of each record is counted while it is initialised. [any thread, with no lock held]
 class PAutostart
 {
 public:

@@ -24,7 +24,7 @@ bool PCallDrain::letCallsLeave(PCallGate* iGate) noexcept
     }
     if (!iGate)
     {
-        // A child that was forked from inside the start or the stop: the core is its parent's.
+        // A child that was forked during the start or the stop: the core belongs to its parent.
         fKept = true;
         return false;
     }
@@ -51,8 +51,8 @@ void PCallDrain::keep(PCore& iCore, PCallGate* iGate) noexcept
     fKeptCores = &iCore;
 }
 
-/// Returns false when a call of another thread uses the manager longer than calls have to leave
-/// since iStart: it may be reading a file that does not answer.
+/// Returns false when a call of another thread uses the manager beyond the time limit of calls,
+/// counted from iStart: it may read a file that does not respond.
 bool PCallDrain::closeConfigManager(long long iStart) noexcept
 {
     const long long waited = PTime::getTickCountDiff(iStart, PTime::getTickCount());

@@ -8,8 +8,8 @@ class PCore;
 class PCoreLog;
 class PCoreServices;
 
-/// A core whose calls do not leave in time is kept for good, with its plugins and libraries. Only
-/// the thread that starts or stops the core uses this object.
+/// A core whose calls do not leave in time is never destroyed, nor are its plugins and libraries.
+/// Only the thread that starts or stops the core uses this object.
 class PCallDrain
 {
 public:
@@ -22,8 +22,8 @@ public:
     PCallDrain& operator=(const PCallDrain&) = delete;
 
     /// Closes the gate and waits for the calls inside, and for those that use the configuration
-    /// manager. False when the core must be kept, from then on for good. The gate is null in a
-    /// child that was forked from inside the start or the stop.
+    /// manager. False when the core must never be destroyed. The gate is null in a child that was
+    /// forked during the start or the stop.
     bool letCallsLeave(PCallGate* iGate) noexcept;
 
     /// Adds the core to the list of those that are never destroyed, with the gate through which its

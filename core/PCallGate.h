@@ -19,8 +19,8 @@ public:
     PCallGate(const PCallGate&) = delete;
     PCallGate& operator=(const PCallGate&) = delete;
 
-    /// Returns true while the gate is open, and to the thread that closed it; the caller must then
-    /// leave. A call inside may enter again. Never waits.
+    /// Enters; returns true while the gate is open, and always to the thread that closed it. After
+    /// true the caller must leave. A call inside may enter again. Never waits.
     bool enter() noexcept
     {
         // The state is read before it is changed, so that repeated refused calls do not make a
@@ -47,8 +47,8 @@ public:
 
     void open() noexcept;
 
-    /// Admits only the calling thread from now on, and waits until all calls have left, but not
-    /// longer than iMilliseconds. Returns the number of calls that are still inside.
+    /// Admits only the calling thread from now on, and waits at most iMilliseconds until all calls
+    /// have left. Returns the number of calls that are still inside.
     unsigned int close(unsigned int iMilliseconds) noexcept;
 
 private:
@@ -64,7 +64,7 @@ private:
     void awaitCalls(unsigned int iMilliseconds) noexcept;
 
     [[maybe_unused]] const PCallGate* const fBefore; ///< so that leak checkers find it
-    std::atomic<unsigned int> fState; ///< the closed mark, and the number of calls inside
+    std::atomic<unsigned int> fState; ///< the closed bit and the number of calls inside
     std::atomic<unsigned long> fCloser;
     PMutex fMutex;
     PConditionalVar fLeft; ///< signalled when the last call leaves a closed gate

@@ -6,8 +6,8 @@
 #include "core/PCoreLifetime.h"
 #include "core/PCoreParts.h"
 
-/// Hands each operation to the part of the core that does it, whose header has the contract. The
-/// contracts of the operations that begin with ixla are in Ixla.h.
+/// Forwards each operation to the part of the core that implements it, whose header has the
+/// contract. The contracts of the operations that start with ixla are in Ixla.h.
 class PCore
 {
 public:
@@ -87,7 +87,7 @@ public:
         return fParts.fLoader.loadPluginLib(iPath);
     }
 
-    // NOLINTNEXTLINE(performance-unnecessary-value-param): the loader takes references of its own
+    // NOLINTNEXTLINE(performance-unnecessary-value-param): the loader needs its own references
     int processPlugin(PBaseptr<IPlugin> iPlugin, PPtr<PLibrary> iLibrary)
     {
         return fParts.fLoader.processPlugin(iPlugin, iLibrary);
@@ -123,8 +123,8 @@ public:
         fParts.cleanup();
     }
 
-    /// Waits until the notifier and all calls have left the core. True when it can be destroyed
-    /// then; otherwise it is kept for good, with all that the calls may use.
+    /// Waits until the notifier and all calls have left the core. True when the core can be
+    /// destroyed; otherwise it is never destroyed, nor is anything that the calls may use.
     bool end() noexcept;
 
 private:

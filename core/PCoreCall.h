@@ -6,8 +6,8 @@
 #include "core/PCallGate.h"
 #include "core/PCore.h"
 
-/// The core is not destroyed between construction and destruction: the stop waits for the call,
-/// and keeps the core for good when the call does not leave in time.
+/// The core is not destroyed between construction and destruction: the stop waits for the call, and
+/// never destroys the core if the call does not leave in time.
 class PCoreCall
 {
 public:

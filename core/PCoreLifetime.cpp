@@ -21,7 +21,7 @@ std::atomic<bool> sIsParents{false};
 /// The gate that a child inherits from its parent; only the fork sets it.
 const PCallGate* sParentsGate = nullptr;
 
-/// The right to start or stop the core, which one thread has at a time.
+/// The exclusive right of one thread to start or stop the core.
 class Change
 {
 public:

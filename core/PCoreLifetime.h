@@ -22,8 +22,8 @@ public:
         return fCore.load(std::memory_order_acquire);
     }
 
-    /// The gate that calls from outside pass, see PCoreCall; null before the first start, after a
-    /// stop that had to leave calls inside, and in a child that was forked.
+    /// The gate that calls from outside enter, see PCoreCall; null before the first start, after a
+    /// stop with calls that did not leave, and in a forked child.
     static PCallGate* getGate() noexcept
     {
         return fGate.load(std::memory_order_acquire);
@@ -35,9 +35,9 @@ public:
         return fGate.exchange(nullptr);
     }
 
-    /// For the child after a fork. A core that its parent had, or was just starting or stopping,
-    /// stays the parent's: all calls are refused from now on, and it is neither stopped nor
-    /// destroyed here. Without one, the child may start a core of its own.
+    /// For the child after a fork. A core that its parent had, or was starting or stopping, belongs
+    /// to the parent: the child refuses all calls from now on and neither stops nor destroys it.
+    /// Without such a core the child may start one.
     static void leaveToParent() noexcept;
 
     /// As the exported functions, whose contracts are in Ixla.h.

@@ -54,7 +54,7 @@ void PCoreLog::writeFreeMemory(const wchar_t* iFormat) const noexcept
         return;
     }
     unsigned long long bytes = 0;
-    // A figure that cannot be read is logged as 0.
+    // A number that cannot be read is logged as 0.
     PProcess::getFreeMemory(bytes);
     PLogger::debug(logger(), 0, iFormat, bytes);
 }
@@ -75,8 +75,8 @@ unsigned long long PCoreLog::readProcessMemory() const noexcept
     return bytes;
 }
 
-/// Whether lines with figures about memory are written. The figures are read only for such lines:
-/// reading them takes longer than all other work of the core for a plugin.
+/// Whether lines about memory are written. The memory is measured only for such lines, because that
+/// takes longer than all other work of the core for a plugin.
 bool PCoreLog::writesFigures() const noexcept
 {
     const PLogger* const current = logger();

@@ -12,8 +12,8 @@ class PStartArguments;
 /// The line that frames each public operation of the core in the log.
 constexpr wchar_t kCoreLogFrame[] = L"**************************************************";
 
-/// Owns the logger of one core, from the start to the destruction. A core that is kept for calls
-/// that do not leave keeps its log. [any thread]
+/// Owns the logger of one core, from the start to the destruction. A core that is never destroyed
+/// keeps its log. [any thread]
 class PCoreLog
 {
 public:

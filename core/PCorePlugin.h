@@ -41,7 +41,7 @@ public:
     PPtr<PString> fInterfaceIDs;
     unsigned int fInterfaceCount;
     int fInitState;
-    unsigned long fInitThreadId; ///< 0 until some thread runs init
+    unsigned long fInitThreadId; ///< 0 until a thread runs init
     unsigned int fInitOrder;     ///< the number of this initialisation, from 1
     unsigned int fUses;          ///< by the core; the last one destroys an unloaded record
     bool fUnloaded;              ///< the registry has removed it

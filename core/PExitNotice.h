@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: MIT
-// PExitNotice: what the notifier thread and the stopping core agree on.
+// PExitNotice: the state that the notifier thread and the stopping core share.
 #ifndef IXLAL_PEXITNOTICE_H
 #define IXLAL_PEXITNOTICE_H
 
 #include <atomic>
 
-/// A listener may hold up the notifier thread beyond the time limit of the stop. The core then
-/// abandons the thread and is destroyed. Thread and core share the notice, from which the thread
-/// learns later that it must not report. The core may be destroyed only while the thread is inside
-/// send, or done.
+/// A listener may block the notifier thread beyond the time limit of the stop. The core then
+/// abandons the thread and is destroyed. Thread and core share the notice, which later shows the
+/// thread that it must not report. The core may be destroyed only while the thread is inside send,
+/// or done.
 class PExitNotice
 {
 public:
@@ -34,7 +34,7 @@ public:
 private:
     enum EState
     {
-        eStarting,  ///< the notifier still needs the core to copy what it sends with
+        eStarting,  ///< the notifier still uses the core, to copy its references
         eSending,   ///< listeners run
         eReporting, ///< the notifier reports to the core
         eDone,

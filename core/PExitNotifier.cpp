@@ -15,7 +15,7 @@ namespace
 {
 constexpr unsigned int kWaitMilliseconds = 5000;
 
-/// Marks the notice as done when the notifier thread ends, on whatever path.
+/// Marks the notice as done when the notifier thread ends, on every path.
 class NotifierEnd
 {
 public:

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// PExitNotifier: sends the exit event on a thread of its own, and waits for it.
+// PExitNotifier: sends the exit event on a separate thread, and waits for it.
 #ifndef IXLAL_PEXITNOTIFIER_H
 #define IXLAL_PEXITNOTIFIER_H
 
@@ -13,8 +13,7 @@ class PCoreServices;
 class PThread;
 
 /// A listener may never return, so the stop sends the event on another thread and abandons that
-/// after a time limit. The abandoned thread shares the notice alone and does not use this object
-/// any more.
+/// after a time limit. The abandoned thread uses only the shared notice, and not this object.
 class PExitNotifier
 {
 public:

@@ -11,8 +11,8 @@
 /// the plugin returned no object. Allocates nothing itself. [any thread]
 int ixlaHoldInstance(const PLiteral& iInterfaceId, IBase*& oInstance);
 
-/// Holds a reference to a service for a scope. A caller that needs the service longer takes a
-/// reference of its own meanwhile.
+/// Holds a reference to a service until the end of its scope. A caller that needs the service
+/// longer takes its own reference before.
 template <class TService>
 class PHeldService
 {

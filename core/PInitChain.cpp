@@ -95,7 +95,7 @@ void PInitChain::closeCircle()
     fIsCircle = true;
 }
 
-/// The first initialisation under way that the thread began after that of order iAfter, or null.
+/// The thread's first initialisation in progress that started after that of order iAfter, or null.
 const PCorePlugin* PInitChain::findInit(unsigned long iThreadId, unsigned int iAfter) const
 {
     const PCorePlugin* found = nullptr;
@@ -141,7 +141,7 @@ void PInitChain::appendInits(const PCorePlugin& iOutermost)
     appendInnerInits(iOutermost);
 }
 
-/// Appends what the thread that initialises iRecord has begun to initialise since then.
+/// Appends the initialisations that the initialising thread of iRecord has started since then.
 void PInitChain::appendInnerInits(const PCorePlugin& iRecord)
 {
     const wchar_t* separator = L" (inside it: ";

@@ -19,14 +19,14 @@ class PInitChain
 public:
     PInitChain(const std::vector<PCorePlugin*>& iRecords, const PInitWait* iWaits) noexcept;
 
-    /// The chain that begins with the thread's wait for iTarget, which is being initialised. The
+    /// The chain that starts with the thread's wait for iTarget, which is being initialised. The
     /// text is valid until the next description.
     const wchar_t* describeWait(unsigned long iThreadId, const PCorePlugin& iTarget) noexcept;
 
-    /// The chain of a thread that asks for iTarget while it initialises iTarget.
+    /// The chain of a thread that looks up iTarget while it initialises iTarget.
     const wchar_t* describeLoop(unsigned long iThreadId, const PCorePlugin& iTarget) noexcept;
 
-    /// Whether the chain that was described last is a circle, which is a deadlock.
+    /// Whether the last described chain is a cycle, which is a deadlock.
     bool isCircle() const noexcept
     {
         return fIsCircle;

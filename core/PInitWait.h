@@ -5,9 +5,9 @@
 
 class PCorePlugin;
 
-/// Is an entry in the core's list of waits from construction to destruction. The core's mutex
-/// guards the list; the caller holds it during both. Allocates nothing, so a wait cannot fail
-/// because of the list.
+/// An entry in the core's list of waits from construction to destruction. The core's mutex guards
+/// the list; the caller holds it during both. Allocates nothing, so that a wait cannot fail because
+/// of the list.
 class PInitWait
 {
 public:
@@ -30,7 +30,7 @@ public:
     PInitWait(const PInitWait&) = delete;
     PInitWait& operator=(const PInitWait&) = delete;
 
-    /// The wait of a thread in the list that begins with iFirst, or null.
+    /// The wait of a thread in the list that starts with iFirst, or null.
     static const PInitWait* find(const PInitWait* iFirst, unsigned long iThreadId) noexcept
     {
         const PInitWait* wait = iFirst;

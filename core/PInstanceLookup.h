@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// PInstanceLookup: finds the plugin behind an interface ID and asks it for the object.
+// PInstanceLookup: finds the plugin behind an interface ID and gets the object from it.
 #ifndef IXLAL_PINSTANCELOOKUP_H
 #define IXLAL_PINSTANCELOOKUP_H
 
@@ -7,8 +7,8 @@
 
 class PPluginInit;
 
-/// The way of one lookup: the registry finds the record, the initialisation runs or awaits the
-/// plugin's init, and the plugin hands out the object. Takes no lock itself. [any thread]
+/// The steps of one lookup: the registry finds the record, PPluginInit runs or awaits the plugin's
+/// init, and the plugin returns the object. Takes no lock itself. [any thread]
 class PInstanceLookup
 {
 public:

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// PPluginInit: initialises each plugin once, on the thread that asks first.
+// PPluginInit: initialises each plugin once, on the thread of the first lookup.
 #ifndef IXLAL_PPLUGININIT_H
 #define IXLAL_PPLUGININIT_H
 
@@ -11,7 +11,7 @@ class PInitWait;
 class PPluginRegistry;
 
 /// The core's mutex guards the init states of all records. A plugin's init runs with the mutex
-/// released; other threads that ask for the plugin meanwhile wait for its end. [any thread]
+/// released; other threads that look up the plugin's interfaces wait until it ends. [any thread]
 class PPluginInit
 {
 public:
@@ -23,9 +23,9 @@ public:
     PPluginInit(const PPluginInit&) = delete;
     PPluginInit& operator=(const PPluginInit&) = delete;
 
-    /// Initialises the plugin of a record unless that was done. Returns 0, the plugin's own code
-    /// to the initialising caller, -2003 to others after a failure, -2004 in a loop on the same
-    /// thread, -1016 when it is unloaded already, -1013, -1014.
+    /// Initialises the plugin of a record, unless it is initialised. Returns 0; the plugin's own
+    /// code to the initialising caller; -2003 to others after a failure; -2004 in a loop on the
+    /// same thread; -1016 when it is already unloaded; -1013 or -1014.
     int initPlugin(PCorePlugin& ioRecord);
 
 private:
@@ -40,7 +40,7 @@ private:
     const PCoreLog& fLog;
     PCoreLock& fLock;
     const PPluginRegistry& fRegistry;
-    unsigned int fInitCount IXLA_GUARDED_BY(fLock.fMutex); ///< initialisations begun
+    unsigned int fInitCount IXLA_GUARDED_BY(fLock.fMutex); ///< initialisations started
     PInitWait* fFirstWait IXLA_GUARDED_BY(fLock.fMutex);   ///< the list of waiting threads
 };
 

@@ -21,7 +21,7 @@ typedef IPlugin* Factory();
 constexpr char kFactorySymbol[] = "_Z13ixlaGetPluginv";
 constexpr char kLoadOperation[] = "loadPluginLib";
 
-/// One of the plugins that the core brings, and the lines about it.
+/// One of the built-in plugins, and its log lines.
 struct BuiltIn
 {
     IPlugin* (*create)();
@@ -170,8 +170,8 @@ IXLA_PASSES_THREAD_END int PPluginLoader::createPlugin(PLibrary& iLibrary,
     return eIxlaOk;
 }
 
-// cppcheck-suppress passedByValue ; holds references of its own while it calls the plugin
-// NOLINTNEXTLINE(performance-unnecessary-value-param): holds references of its own, see above
+// cppcheck-suppress passedByValue ; holds its own references while it calls the plugin
+// NOLINTNEXTLINE(performance-unnecessary-value-param): holds its own references, see above
 int PPluginLoader::processPlugin(PBaseptr<IPlugin> iPlugin, PPtr<PLibrary> iLibrary)
 {
     if (iLibrary)

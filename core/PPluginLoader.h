@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// PPluginLoader: makes plugins, built in or from libraries, and registers them.
+// PPluginLoader: creates plugins, built in or from libraries, and registers them.
 #ifndef IXLAL_PPLUGINLOADER_H
 #define IXLAL_PPLUGINLOADER_H
 

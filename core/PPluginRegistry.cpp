@@ -72,7 +72,7 @@ void PPluginRegistry::withdrawInterfaces(PCorePlugin& iRecord)
     const PString* const ids = iRecord.fInterfaceIDs.get();
     for (unsigned int i = 0; i < iRecord.fInterfaceCount; ++i)
     {
-        // False for an ID that was not added yet.
+        // False for an ID that has not been added.
         static_cast<void>(fTable.withdraw(ids[i], iRecord));
     }
 }
@@ -141,14 +141,14 @@ int PPluginRegistry::nl_unloadPlugin(IPlugin* iPlugin, PPtr<PLibrary>& oLibrary)
     return eIxlaOk;
 }
 
-/// Destroys a record that is in no table any more. The caller closes its library, after it has
+/// Destroys a record that was removed from all tables. The caller closes its library, after it has
 /// released the mutex.
 // NOLINTNEXTLINE(readability-convert-member-functions-to-static): it is this core's mutex
 void PPluginRegistry::nl_destroy(PCorePlugin& iRecord, PPtr<PLibrary>& oLibrary)
 {
     const std::unique_ptr<PCorePlugin> record(&iRecord);
     oLibrary = record->fLibrary;
-    // With the mutex held, so that nobody finds the plugin half destroyed: a thread that asks for
+    // With the mutex held, so that no thread finds the plugin half destroyed: a thread that reads
     // the state of another plugin waits until this one is destroyed.
     record->releasePlugin();
 }
@@ -191,7 +191,7 @@ void PPluginRegistry::endUse(PCorePlugin& ioRecord) noexcept
     const PLockGuard lock(fLock.fMutex);
     if (lock.result() != 0)
     {
-        // The record counts as used for good: an unload does not destroy it.
+        // The use of the record is never ended, so an unload does not destroy it.
         return;
     }
     --ioRecord.fUses;

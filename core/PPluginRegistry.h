@@ -14,8 +14,8 @@
 class PCoreLog;
 
 /// Owns the records. The start adds them, before it marks the registry started; from then on only
-/// an unload and the clean-up remove them. The list of records is changed with the core's mutex
-/// held from the start on, and without it before and in the clean-up. Interfaces are looked up
+/// an unload and the clean-up remove them. From the start on, the list of records is changed with
+/// the core's mutex held; before that, and in the clean-up, without it. Interfaces are looked up
 /// without the mutex.
 class PPluginRegistry
 {
@@ -51,11 +51,11 @@ public:
         return fCorePlugins;
     }
 
-    /// Returns 0 when nobody has registered one of the interfaces, or -1007, which is logged.
+    /// Returns 0, or -1007 when one of the interfaces is registered already, which is logged.
     int checkInterfaces(const PString* iIDs, unsigned int iCount) const;
 
-    /// Numbers a record, adds it with its interfaces and takes it over. On std::bad_alloc the
-    /// registry finds neither of them, and the record stays with the caller.
+    /// Numbers a record, adds it with its interfaces and takes ownership. On std::bad_alloc neither
+    /// is registered, and the caller still owns the record.
     void add(std::unique_ptr<PCorePlugin>&& iRecord);
 
     /// Removes a plugin and its interfaces, and destroys it, or leaves that to the last endUse.
@@ -69,8 +69,8 @@ public:
     /// Ends a use; destroys a record that was unloaded meanwhile.
     void endUse(PCorePlugin& ioRecord) noexcept;
 
-    /// Removes all records and destroys all plugins, then closes their libraries, or keeps those
-    /// loaded for good.
+    /// Removes all records and destroys all plugins, then closes their libraries or leaves them
+    /// loaded.
     void release(bool iKeepLibraries);
 
 private:

@@ -15,7 +15,7 @@ void logServiceError(const wchar_t* iFormat, ...) noexcept
     }
     va_list args;
     va_start(args, iFormat);
-    // A line that cannot be written is counted by the log itself.
+    // The log itself counts a line that it cannot write.
     static_cast<void>(PLogger::error(core->getCoreLogger(), 0, iFormat, args));
     va_end(args);
 }

@@ -3,9 +3,9 @@
 #ifndef IXLAL_PSERVICELOG_H
 #define IXLAL_PSERVICELOG_H
 
-/// Writes a line of kind E into the log of the running core. For a service that has no logger yet,
-/// or whose failure prevents the logging service from starting. Does nothing without a core or its
-/// log. Never waits for the core. [any thread, also with a service's lock held]
+/// Writes a line of kind E to the log of the running core. For a service that has no logger yet, or
+/// whose failure prevents the start of the logging service. Does nothing without a core or its log.
+/// Never waits for the core. [any thread, also with a service's lock held]
 void logServiceError(const wchar_t* iFormat, ...) noexcept;
 
 #endif

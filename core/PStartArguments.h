@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// PStartArguments: what the core itself reads from the arguments of its start.
+// PStartArguments: the core's own settings from the arguments of its start.
 #ifndef IXLAL_PSTARTARGUMENTS_H
 #define IXLAL_PSTARTARGUMENTS_H
 

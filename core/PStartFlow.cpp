@@ -315,7 +315,7 @@ int PStartFlow::initAutoStartList()
 void PStartFlow::announceStart()
 {
     PLogger::debug(fParts.fLog.logger(), 0, L"[startFlow] Sending event: %ls", kIxlaCoreStartTopic);
-    // Nobody need listen.
+    // The event may have no listener.
     fParts.fServices.fEventDispatcher->send(kIxlaCoreStartTopic, nullptr, 0);
     _print("\n[iXLA] Plugins initialized.\n\n");
     fParts.fLog.writeFreeMemory(L"[startFlow] Free mem: %llu");

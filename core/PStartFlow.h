@@ -11,7 +11,8 @@ class PCoreParts;
 class PDir;
 class PStartArguments;
 
-/// Runs on the starting thread. What it has built when a step fails is released with the core.
+/// Runs on the starting thread. After a failed step the results of earlier steps are released with
+/// the core.
 class PStartFlow
 {
 public:

@@ -16,8 +16,8 @@ public:
     PStopFlow(const PStopFlow&) = delete;
     PStopFlow& operator=(const PStopFlow&) = delete;
 
-    /// Everything but the destruction of the core. Returns 0, or the code of
-    /// PExitNotifier::announceExit, after which nothing is released yet.
+    /// Does all steps of a stop except the destruction of the core. Returns 0, or the code of
+    /// PExitNotifier::announceExit; nothing has been released then.
     int stopFlow();
 
 private:
