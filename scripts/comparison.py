@@ -43,7 +43,7 @@ def readme_row(rows: list[dict[str, str]], label: str, case: str, size: str, ope
     row = next(row for row in rows if (row["case"], row["size"]) == (case, size))
     poco = row["of peer"] if row["peer"] == "poco" else NOT_MEASURED
     floor = row["of floor"] if opens else "no such function"
-    return (f"| {label} | | {NOT_MEASURED} | {NOT_MEASURED} | {poco} | {NOT_MEASURED} | {floor} |")
+    return f"| {label} | 1 | {NOT_MEASURED} | {NOT_MEASURED} | {poco} | {NOT_MEASURED} | {floor} |"
 
 
 def with_ratios(readme: str, rows: list[dict[str, str]]) -> str:
