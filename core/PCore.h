@@ -6,6 +6,8 @@
 #include "core/PCoreLifetime.h"
 #include "core/PCoreParts.h"
 
+#include <utility>
+
 /// Forwards each operation to the part of the core that implements it, whose header has the
 /// contract. The contracts of the operations that start with ixla are in Ixla.h.
 class PCore
@@ -53,7 +55,7 @@ public:
         return fParts.fLookup.getInstanceInternal(iInterfaceId, oInstance);
     }
 
-    bool ixlaIsInterfaceAvailable(const PLiteral& iInterfaceId)
+    bool ixlaIsInterfaceAvailable(const PLiteral& iInterfaceId) const
     {
         return fParts.fLookup.ixlaIsInterfaceAvailable(iInterfaceId);
     }
@@ -87,10 +89,9 @@ public:
         return fParts.fLoader.loadPluginLib(iPath);
     }
 
-    // NOLINTNEXTLINE(performance-unnecessary-value-param): the loader needs its own references
     int processPlugin(PBaseptr<IPlugin> iPlugin, PPtr<PLibrary> iLibrary)
     {
-        return fParts.fLoader.processPlugin(iPlugin, iLibrary);
+        return fParts.fLoader.processPlugin(std::move(iPlugin), std::move(iLibrary));
     }
 
     /// See PPluginInit.
@@ -100,6 +101,7 @@ public:
     }
 
     /// See PAutostart.
+    // cppcheck-suppress constParameter ; takes the text that PFile::getFileName has shortened
     int initAutoStartPlugin(PString& iPluginName)
     {
         return fParts.fAutostart.initAutoStartPlugin(iPluginName);
