@@ -68,27 +68,7 @@ PConfigStore::PConfigStore(IConfigManager& ioManager, PConfigFiles& ioFiles, PCo
 {
 }
 
-int PConfigStore::nl_storeString(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iValue)
-{
-    PBaseptr<IConfig> store;
-    int result = nl_loadStore(store);
-    if (result != 0)
-    {
-        return result;
-    }
-    ShortText storeKey;
-    _makeStoreKey(iID, iKey, storeKey);
-    result = PConfigRecords::_addValue(PConfigLoader::_valuesOf(store), storeKey, iValue);
-    PStoreWriter writer;
-    if (result == 0)
-    {
-        result = writer.prepare(PConfigLoader::_valuesOf(store));
-    }
-    return result != 0 ? result : nl_saveStore(PConfigLoader::_valuesOf(store), writer);
-}
-
-int PConfigStore::nl_storeAttrString(const PLiteral& iID, const PLiteral& iKey,
-                                     const PLiteral& iAttribute, const PLiteral& iValue)
+int PConfigStore::nl_change(const PLiteral& iID, const PLiteral& iKey, const Edit& iEdit)
 {
     PBaseptr<IConfig> store;
     int result = nl_loadStore(store);
@@ -99,17 +79,33 @@ int PConfigStore::nl_storeAttrString(const PLiteral& iID, const PLiteral& iKey,
     ShortText storeKey;
     _makeStoreKey(iID, iKey, storeKey);
     PConfigValues& values = PConfigLoader::_valuesOf(store);
-    if (!PConfigPlace(values, storeKey).found)
-    {
-        return eIxlaNoValueForAttribute;
-    }
-    result = PConfigRecords::_addAttrValue(values, storeKey, iAttribute, iValue);
+    result = iEdit(values, storeKey);
     PStoreWriter writer;
     if (result == 0)
     {
         result = writer.prepare(values);
     }
     return result != 0 ? result : nl_saveStore(values, writer);
+}
+
+int PConfigStore::nl_storeString(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iValue)
+{
+    return nl_change(iID, iKey,
+                     [&](PConfigValues& ioValues, const PLiteral& iStoreKey)
+                     { return PConfigRecords::_addValue(ioValues, iStoreKey, iValue); });
+}
+
+int PConfigStore::nl_storeAttrString(const PLiteral& iID, const PLiteral& iKey,
+                                     const PLiteral& iAttribute, const PLiteral& iValue)
+{
+    return nl_change(iID, iKey,
+                     [&](PConfigValues& ioValues, const PLiteral& iStoreKey)
+                     {
+                         return PConfigPlace(ioValues, iStoreKey).found
+                                    ? PConfigRecords::_addAttrValue(ioValues, iStoreKey, iAttribute,
+                                                                    iValue)
+                                    : static_cast<int>(eIxlaNoValueForAttribute);
+                     });
 }
 
 int PConfigStore::nl_removeStored(const PLiteral& iID, const PLiteral& iKey,

@@ -6,6 +6,7 @@
 #include "IConfigManager.h"
 #include "PBaseptr.h"
 #include "config/PConfigValue.h"
+#include "config/PFunctionRef.h"
 #include "portinglayer/PString.h"
 
 #include <atomic>
@@ -61,6 +62,11 @@ public:
     PBaseptr<IConfig> nl_takeLoadedStore();
 
 private:
+    /// Changes a table, in which the key of the store is given. Returns 0 or a code.
+    typedef PFunctionRef<int(PConfigValues& ioValues, const PLiteral& iStoreKey)> Edit;
+
+    /// Makes a change in a fresh copy of the file and writes that copy.
+    int nl_change(const PLiteral& iID, const PLiteral& iKey, const Edit& iEdit);
     int nl_parseStorePath();
     int nl_loadStore(PBaseptr<IConfig>& oStore);
     int nl_saveStore(const PConfigValues& iStore, PStoreWriter& ioWriter);

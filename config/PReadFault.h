@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// PReadFault: where the reading of a configuration file ended before its end, and why.
+// PReadFault: the line at which reading a configuration file failed, and the error.
 #ifndef IXLAL_PREADFAULT_H
 #define IXLAL_PREADFAULT_H
 
