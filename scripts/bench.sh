@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Measures the product beside floors and peers:
+# Measures the product, floors and peers:
 #   bench.sh              everything: table, JSON and plots in build/bench/results
 #   bench.sh --publish [SAMPLES]
-#                         the same, and puts the figures and plots into docs/performance.md; of
-#                         each case 12 samples, unless said otherwise
+#                         the same, and writes the figures and plots to docs/performance.md; takes
+#                         SAMPLES samples of each case (12)
 #   bench.sh --short      each case once; fails on allocations, sizes and instructions, never on times
 #   bench.sh --record     as --short, but records the instructions as the new baseline
 # All contestants of a case run in one process, in turns. Instructions are counted by callgrind.
@@ -16,8 +16,8 @@ results=$build/results
 # Debian's own interpreter, for which its packages are installed.
 report=(/usr/bin/python3 "$root/scripts/bench_report.py" "$results")
 repetitions=${2:-12}
-# Whose instructions the short form counts: those of the product and of the floors. A disk adds none,
-# and starting with 500 plugins takes long and tells no more than with 100.
+# The cases that the short form counts: those of the product and of the floors. Cases on disk are
+# excluded because the instructions are the same, a start with 500 plugins because it takes long.
 briefly='^(?!.* disk/).*/(floor[^/]*|ours)/(?!500/)'
 
 prepare() {

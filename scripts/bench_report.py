@@ -2,8 +2,8 @@
 """Turns the results of the benchmarks into a table, plots and verdicts.
 
     bench_report.py RESULTS report   table.md, results.json and an SVG for each case of several sizes
-    bench_report.py RESULTS publish  as report, and puts figures and plots into docs/performance.md,
-                                     and ratios into the README and docs/comparison.md
+    bench_report.py RESULTS publish  as report, and writes figures and plots to docs/performance.md,
+                                     and ratios to the README and docs/comparison.md
     bench_report.py RESULTS check    fails on too many allocations or instructions
     bench_report.py RESULTS record   writes the counted instructions as the new baseline
 

@@ -3,8 +3,8 @@
 # Compares the binary interface of the built libraries with its record in abi/:
 #   check-abi.sh [--record] [LIBRARIES [ROOT]]
 # LIBRARIES is the directory of the three libraries of the 32-bit release build, build/release/lib
-# by default; ROOT holds the headers they were built from, this tree by default. Any change fails,
-# additions too, with a report of what changed. --record brings the record up to date instead.
+# by default; ROOT has the headers they were built from, this tree by default. Any change fails,
+# including additions, with a report of the change. --record updates the record instead.
 set -eu -o pipefail
 
 here=$(cd "$(dirname "$0")/.." && pwd)
@@ -23,13 +23,13 @@ record=$here/abi
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
-# The names that a library exports, one a line.
+# The names that a library exports, one per line.
 list_exports() {
     nm -D --defined-only "$1" | awk '{ print $NF }' | LC_ALL=C sort
 }
 
-# describe LIBRARY ABIDW_OPTION...: what the public headers say of a library. Nothing in it depends
-# on where the tree lies.
+# describe LIBRARY ABIDW_OPTION...: describes a library by its public headers. The description does
+# not depend on the location of the tree.
 describe() {
     local library=$1
     shift
@@ -39,7 +39,7 @@ describe() {
         sed "s|\(<abi-instr .*path='\)[^']*/|\1|"
 }
 
-# The library that only exists to have the headers described.
+# A library for the description of the headers.
 build_services() {
     g++ -m32 -std=c++20 -g -fPIC -shared -nostdlib -fvisibility=hidden \
         -femit-class-debug-always "-I$root/include" "-I$root/port" -Wl,-soname,services \
@@ -62,7 +62,7 @@ describe_all() {
     done
 }
 
-# Compares one description with its record; fails with a report when something changed.
+# Compares one description with its record; fails with a report of changes.
 compare() {
     local name
     name=$(basename "$1")
@@ -73,15 +73,15 @@ compare() {
         *)
             abidiff --no-default-suppression --harmless --redundant --no-show-locs \
                 "$record/$name" "$1" >"$work/report" && return
-            # A change shows again in whatever takes a pointer to what changed.
+            # Omits repeated reports of the same change.
             grep -v 'implicit parameter\|, as being reported\|, as reported earlier' "$work/report"
             ;;
     esac
-    echo "The binary interface is not as abi/$name says"
+    echo "The binary interface differs from abi/$name"
     return 1
 }
 
-# A description in another order, as other sources give it, says the same: it is left as it is.
+# A description that differs only in its order is not replaced.
 record_changed() {
     local description
     for description in "$work"/*.abi "$work"/*.exports; do
@@ -101,7 +101,7 @@ for description in "$work"/*.abi "$work"/*.exports; do
     compare "$description" || failed=1
 done
 if [ $failed -ne 0 ]; then
-    echo "If the change is wanted: scripts/check-abi.sh --record, and commit abi/ with it"
+    echo "If the change is intended, run scripts/check-abi.sh --record and commit abi/ with it"
     exit 1
 fi
 echo "The binary interface is as recorded"

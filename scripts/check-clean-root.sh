@@ -2,13 +2,13 @@
 # SPDX-License-Identifier: MIT
 # Runs the README's commands on a bare Debian 12: check-clean-root.sh [--user root|ordinary]
 #                                                 [--command TEXT]... [--dir DIRECTORY]
-# Makes a root of Debian's smallest variant from the mirror and through the proxy that apt uses
-# here, and in a copy of it for each user runs the commands as printed, with nothing in the
-# environment but PATH and HOME: as root, and as an ordinary user with sudo. The tree is that of the
-# last commit. --user: as this one alone. --command: only the commands that hold one of these texts.
-# DIRECTORY (build/clean-root) keeps the bare root for the next run. Needs to be root.
+# Creates a root of Debian's smallest variant, with the mirror and the proxy that apt uses here. Runs
+# the commands as printed in a copy for each user, root and an ordinary user with sudo, with only
+# PATH and HOME in the environment. The tree is that of the last commit. --user: only this user.
+# --command: only the commands that contain one of these texts. The bare root is kept in DIRECTORY
+# (build/clean-root) for the next run. Must be run as root.
 #
-# Prints a transcript; the end tells how each command ended and how long it took.
+# Prints a transcript, and at the end the exit code and duration of each command.
 set -eu -o pipefail
 
 root=$(cd "$(dirname "$0")/.." && pwd)
@@ -43,7 +43,7 @@ read_arguments() {
     fi
 }
 
-# What is mounted goes with the namespace, however this ends.
+# The mounts end with the namespace, also after an error.
 enter_namespace() {
     if [ -z "${IXLAL_CLEAN_ROOT_INSIDE:-}" ]; then
         IXLAL_CLEAN_ROOT_INSIDE=yes exec unshare --mount --propagation private --pid --fork \
@@ -51,7 +51,7 @@ enter_namespace() {
     fi
 }
 
-# The sources of apt here, one a line.
+# The sources of apt on this machine, one per line.
 list_sources() {
     # shellcheck disable=SC2016 # the names are apt's
     apt-get indextargets --format 'deb $(SITE) $(RELEASE) $(COMPONENT)' \
@@ -75,7 +75,7 @@ make_base() {
     mv "$work/making" "$work/base"
 }
 
-# make_root USER: a fresh one in $work/USER, with the tree in the user's home.
+# make_root USER: creates a new root in $work/USER, with the tree in the user's home.
 make_root() {
     local new=$work/$1 home=/root
     rm -rf "$new"
@@ -99,7 +99,7 @@ make_root() {
     chroot "$new" chown -R "$1:" "$home/ixlal"
 }
 
-# in_root ROOT USER COMMAND: in the user's home, as a shell runs it there.
+# in_root ROOT USER COMMAND: runs the command in a shell, in the user's home.
 in_root() {
     local home=/root path=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin
     if [ "$2" != root ]; then
@@ -110,8 +110,8 @@ in_root() {
         "$(command -v chroot)" --userspec="$2:$2" "$work/$1" bash -c "cd; $3" </dev/null
 }
 
-# The commands of the README, each ended by a zero: lines of blocks without a language that begin
-# with one of our scripts, and blocks of sh as a whole.
+# The commands of the README, each terminated by a zero byte: lines that begin with a script, in
+# blocks without a language, and whole blocks of sh.
 list_commands() {
     awk '
         !inside && /^```/ { inside = 1; language = substr($0, 4); text = ""; next }
@@ -161,7 +161,7 @@ run_commands() {
 
 read_arguments "$@"
 if [ "$(id -u)" -ne 0 ]; then
-    echo "check-clean-root: needs to be root, for a root of its own" >&2
+    echo "check-clean-root: must be run as root, to create a root directory" >&2
     exit 1
 fi
 "$root/scripts/install-deps.sh" root

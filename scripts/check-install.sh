@@ -1,25 +1,25 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Shows that what is installed can be used without our tree: check-install.sh [BUILD_DIR]
-# Installs the release build into an empty prefix and unpacks its packages into another. From each
-# of them, projects elsewhere are built and run: the plugin and the host of examples/minimal, through
-# CMake and through pkg-config, and a plugin that ixla-new-plugin writes. What must be refused is
-# refused. The packages go through lintian.
+# Tests that the installed files can be used without the tree: check-install.sh [BUILD_DIR]
+# Installs the release build into an empty prefix and unpacks its packages into another one. Builds
+# and runs projects outside of the tree with each of them: the plugin and the host of
+# examples/minimal, with CMake and with pkg-config, and a plugin created by ixla-new-plugin. Checks that unsupported
+# uses are refused, and runs lintian on the packages.
 set -eu -o pipefail
 
 root=$(cd "$(dirname "$0")/.." && pwd)
-# Nothing of the caller's shell may help.
+# Removes variables of the caller that could influence the result.
 if [ "${1:-}" != --clean ]; then
     exec "$root/scripts/clean-env.sh" "$0" --clean "$@"
 fi
 shift
-export LC_ALL=C # what the compiler says is looked at
+export LC_ALL=C # messages of the compiler are compared
 
 build=$(cd "${1:-$root/build/release}" && pwd)
 version=$(sed -n 's/^project(ixlal VERSION \([0-9.]*\).*/\1/p' "$root/CMakeLists.txt")
 work=$(mktemp -d "${TMPDIR:-/tmp}/ixlal-install-XXXXXX")
 log=$work/log
-# The checks of the two prefixes run beside one another.
+# The checks of the two prefixes run in parallel.
 trap 'wait; rm -rf "$work"' EXIT
 
 fail() {
@@ -27,7 +27,7 @@ fail() {
     exit 1
 }
 
-# quietly COMMAND...: shows what a command said only when it failed.
+# quietly COMMAND...: prints the output of a command only if it fails.
 quietly() {
     "$@" >"$log" 2>&1 || {
         tail -n 40 "$log" >&2
@@ -35,7 +35,7 @@ quietly() {
     }
 }
 
-# refused TEXT COMMAND...: the command must fail and say TEXT.
+# refused TEXT COMMAND...: the command must fail and print TEXT.
 refused() {
     local text=$1
     shift
@@ -48,7 +48,7 @@ refused() {
     }
 }
 
-# build_project SOURCE PREFIX [OPTION...]: builds it in SOURCE/build.
+# build_project SOURCE PREFIX [OPTION...]: builds the project in SOURCE/build.
 build_project() {
     local source=$1 prefix=$2
     shift 2
@@ -57,7 +57,7 @@ build_project() {
         cmake --build "$source/build" -j 2
 }
 
-# A directory with the minimal plugin and host, and the project that the document shows.
+# Creates a directory with the minimal plugin and host, and the project of the document.
 make_minimal() {
     mkdir -p "$1"
     cp "$root"/examples/minimal/{IHello.h,plugin.cpp,host.cpp} "$1"
@@ -65,7 +65,7 @@ make_minimal() {
         >"$1/CMakeLists.txt"
 }
 
-# make_plugin DIRECTORY SOURCE [OPTION...]: a project of one plugin, which has no service to offer.
+# make_plugin DIRECTORY SOURCE [OPTION...]: creates a project of one plugin without a service.
 make_plugin() {
     mkdir -p "$1"
     cp "$root/tests/install/$2.cpp" "$1"
@@ -77,14 +77,14 @@ ixlal_add_plugin($2 SOURCES $2.cpp ${*:3})
 TEXT
 }
 
-# run_minimal HOST PLUGIN PREFIX: the host uses the plugin, with the libraries of the prefix.
+# run_minimal HOST PLUGIN PREFIX: runs the host with the plugin and the libraries of the prefix.
 run_minimal() {
     local run
     run=$(mktemp -d "$work/run-XXXXXX")
     mkdir "$run/plugins" "$run/config"
     cp "$2" "$run/plugins"
     if ldd "$1" | grep libixlal | grep -vF "=> $3/"; then
-        fail "$1 takes libraries from elsewhere than $3"
+        fail "$1 uses libraries outside of $3"
     fi
     (cd "$run" && "$1" core.plugins.dir=plugins core.plugins.config.dir=config \
         core.plugins.log.dir=log core.plugins.log.enable=false) \
@@ -99,10 +99,10 @@ service: 0, stop: 0
 TEXT
 }
 
-# exports_factory_alone LIBRARY
+# exports_factory_alone LIBRARY: fails if the library exports anything else.
 exports_factory_alone() {
     [ "$(nm -D --defined-only "$1" | cut -d ' ' -f 2-)" = "T _Z13ixlaGetPluginv" ] ||
-        fail "$1 exports something else than its factory"
+        fail "$1 exports other symbols than its factory"
 }
 
 check_cmake() {
@@ -118,7 +118,7 @@ check_pkg_config() {
     make_minimal "$project"
     PKG_CONFIG_LIBDIR=$(dirname "$(find "$prefix" -name ixlal.pc)")
     export PKG_CONFIG_LIBDIR
-    [ "$(pkg-config --modversion ixlal)" = "$version" ] || fail "ixlal.pc tells another version"
+    [ "$(pkg-config --modversion ixlal)" = "$version" ] || fail "ixlal.pc has another version"
     # shellcheck disable=SC2046 # flags are words
     g++ -O2 -o "$project/libhello.so" "$project/plugin.cpp" \
         $(pkg-config --variable=plugin_flags ixlal) $(pkg-config --cflags --libs ixlal)
@@ -129,14 +129,14 @@ check_pkg_config() {
     exports_factory_alone "$project/libhello.so"
 }
 
-# compile_headers PREFIX STANDARD: those whose names come in, all in one source.
+# compile_headers PREFIX STANDARD: compiles the headers named on the standard input in one source.
 compile_headers() {
     sed 's/.*/#include "&"/' |
         g++ -m32 "-std=c++$2" -Wall -Wextra -Wpedantic -Werror -fsyntax-only \
             -I "$1/include/ixlal" -x c++ -
 }
 
-# Installed headers need nothing but one another; the test kit's fixture needs GoogleTest.
+# Installed headers depend only on each other; the test kit's fixture needs GoogleTest.
 check_headers() {
     (cd "$1/include/ixlal" && find . -name '*.h' ! -path './testkit/*') | compile_headers "$1" 11
     (cd "$1/include/ixlal" && find testkit -name 'P*.h') | compile_headers "$1" 17
@@ -147,7 +147,7 @@ check_tools() {
     local tool name
     for tool in "$1"/bin/*; do
         name=$(basename "$tool")
-        [ "$("$tool" --version)" = "$name $version" ] || fail "$name tells another version"
+        [ "$("$tool" --version)" = "$name $version" ] || fail "$name prints another version"
         compgen -G "$1/share/man/man1/$name.1*" >/dev/null || fail "$name has no man page"
         [ -f "$1/share/bash-completion/completions/$name" ] || fail "$name has no completion"
     done
@@ -167,7 +167,7 @@ check_new_plugin() {
     grep -q 'com\.example\.greeter' "$log" || fail "ixla-inspect does not find the new plugin"
 }
 
-# check_prefix PREFIX DIRECTORY: the projects go into the directory.
+# check_prefix PREFIX DIRECTORY: builds the projects in the directory.
 check_prefix() {
     log=$2.log
     check_headers "$1"
@@ -177,7 +177,7 @@ check_prefix() {
     check_new_plugin "$1" "$2"
 }
 
-# What the functions of the CMake package are there to prevent.
+# Mistakes that the functions of the CMake package prevent.
 check_refusals() {
     local prefix=$1 project=$2
     make_plugin "$project/undefined" undefined
@@ -201,7 +201,7 @@ field() {
     dpkg-deb --field "$work/packages/$1_${version}_i386.deb" "$2"
 }
 
-# depends PACKAGE PATTERN...: each must be among what the package needs.
+# depends PACKAGE PATTERN...: each pattern must match a dependency of the package.
 depends() {
     local package=$1 pattern
     for pattern in "${@:2}"; do
@@ -217,12 +217,12 @@ check_packages() {
     depends ixlal-tools "libixlal $same" "libc6 $at_least" python3:any python3-pyelftools
     for package in libixlal libixlal-dev ixlal-tools; do
         if field "$package" Depends | grep -E 'lib32|i386'; then
-            fail "$package depends on what only a 64-bit machine has"
+            fail "$package depends on a 64-bit package"
         fi
     done
     for package in "$work"/packages/*.deb; do
         if dpkg-deb -c "$package" | grep -vE '^(d.{3}r-xr-x|-.{3}r-[x-]r-[x-]|l)'; then
-            fail "$package is not for everybody"
+            fail "$package is not readable for all users"
         fi
     done
     if readelf -S "$work"/root/usr/lib/*/libixlal.*.so | grep -F .debug_info; then
@@ -247,6 +247,6 @@ check_refusals "$work/root/usr" "$work/refusals"
 wait "$first"
 wait "$second"
 if find "$work/root" -name __pycache__ | grep .; then
-    fail "tools leave files of their own between those of the package"
+    fail "tools create files among those of the package"
 fi
-echo "What is installed works without our tree"
+echo "The installed files work without the tree"

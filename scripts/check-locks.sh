@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Lets clang check the lock annotations of the product's sources: check-locks.sh
-# Every member that a lock guards, and every function that expects one held, says so (see
-# port/portinglayer/PThreadSafety.h); a use without the lock is an error.
+# Checks the lock annotations of the product's sources with clang: check-locks.sh
+# Every member that a lock guards, and every function that requires a lock, is annotated (see
+# port/portinglayer/PThreadSafety.h). A use without the lock is an error.
 set -eu
 
 root=$(cd "$(dirname "$0")/.." && pwd)
@@ -16,10 +16,10 @@ check() {
 }
 
 if check tests/locks/unlocked_use.cpp 2>/dev/null; then
-    echo "The check lets an unlocked use through" >&2
+    echo "The check does not detect a use without the lock" >&2
     exit 1
 fi
 export -f check
 printf "%s\n" port/*/*.cpp core/*.cpp config/*.cpp events/*.cpp logging/*.cpp |
     xargs -P "$(nproc)" -n 1 bash -euc 'check "$1"' check
-echo "Lock annotations hold"
+echo "No violation of lock annotations"

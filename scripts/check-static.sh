@@ -1,13 +1,13 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Checks our sources statically: check-static.sh [spelling|cppcheck|tidy|tools|tests]
+# Static checks of the sources: check-static.sh [spelling|cppcheck|tidy|tools|tests]
 # Without an argument: codespell on the whole tree, cppcheck on all sources, and clang-tidy on the
 # product and the examples with a limit on the paths that its analyzer follows through a function.
 # tidy: without that limit, which takes twice as long. tools, tests: clang-tidy on these, which takes
 # long.
 # Any finding fails. What clang-tidy looks for is in .clang-tidy, here and in examples/ and tests/;
 # .codespellrc has the words that codespell accepts.
-# A finding that stands is excused where it stands, with the reason.
+# An accepted finding is suppressed in its line, with the reason.
 set -eu
 
 root=$(cd "$(dirname "$0")/.." && pwd)
@@ -16,7 +16,7 @@ product=(include port core config events logging examples)
 out=build/static
 path_limit=()
 
-# complains REPORT WANTED...: whether the report about unsound.cpp has a line with each of these.
+# complains REPORT WANTED...: whether the report about unsound.cpp has a line with each text.
 complains() {
     local report=$1 wanted
     shift
@@ -28,7 +28,7 @@ complains() {
     done
 }
 
-# The misspelt word is put together here, so that this file passes.
+# The misspelt word is split here, so that this file passes.
 check_spelling() {
     if printf 'rec%s\n' ieve | codespell - >/dev/null; then
         echo "codespell accepts a misspelt word" >&2
@@ -48,13 +48,12 @@ run_cppcheck() {
         -Iinclude -Iport -Isdk -Itools -I. "$@"
 }
 
-# Left out: useStlAlgorithm, because a short loop with an early return is easier to read than an
-# algorithm and a lambda; shadowFunction, because a local cannot be mistaken for a function, and
-# the compiler's -Wshadow sees what it can be mistaken for.
+# Disabled: useStlAlgorithm, because a short loop with an early return is easier to read than an
+# algorithm and a lambda; shadowFunction, because the compiler's -Wshadow finds the relevant cases.
 check_cppcheck() {
     local all=warning,performance,portability,style platform
     if run_cppcheck unix32 --enable="$all" tests/static/unsound.cpp 2>"$out/cppcheck.txt"; then
-        echo "cppcheck lets unsound code through" >&2
+        echo "cppcheck does not detect unsound code" >&2
         return 1
     fi
     complains "$out/cppcheck.txt" arrayIndexOutOfBounds accessMoved
@@ -63,16 +62,16 @@ check_cppcheck() {
         run_cppcheck "$platform" --enable="$all" --suppress=useStlAlgorithm \
             --suppress=shadowFunction "${product[@]}" sdk tools
     done
-    # Not the samples that are wrong on purpose. One source has lambdas with template parameters,
-    # which cppcheck cannot read, and it takes a test's own log() for the logarithm.
+    # Excluded: samples with deliberate errors, and a source with template lambdas, which cppcheck
+    # cannot parse. cppcheck confuses a test's own log() with the logarithm.
     run_cppcheck unix32 --enable=warning,portability -Itests \
         -i tests/static -i tests/locks -i tests/sanitizers \
         --suppress=syntaxError:tests/headers/ConfigWalks.cpp \
         --suppress=ignoredReturnValue:tests/core/FullDiskTest.cpp tests
-    echo "cppcheck has nothing to say"
+    echo "cppcheck: no findings"
 }
 
-# How every source is compiled, for 32 bits.
+# The compile commands of every source, for 32 bits.
 make_database() {
     cmake -S . -B "$out" -G Ninja -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_COMPILER=clang++ \
         -DCMAKE_CXX_FLAGS=-m32 >"$out/cmake.txt" 2>&1 || {
@@ -81,8 +80,8 @@ make_database() {
     }
 }
 
-# list_sources DIRECTORY...: what is compiled there, the largest first: what takes longest must not
-# begin last.
+# list_sources DIRECTORY...: the compiled sources, the largest first, because the longest checks must
+# not start last.
 list_sources() {
     local directories
     directories=$(IFS='|' && echo "$*")
@@ -90,7 +89,7 @@ list_sources() {
         grep -E "^$root/($directories)/" | xargs ls -S
 }
 
-# tidy_one [OPTION...] SOURCE: what there is to say goes into a file of its own.
+# tidy_one [OPTION...] SOURCE: writes the findings to a separate file.
 tidy_one() {
     local source=${!#}
     local report="$out/tidy/${source//\//_}.txt"
@@ -101,12 +100,12 @@ tidy_one() {
     fi
 }
 
-# The sample lies under the path of a public header, so that it is looked at as the product is.
+# The sample has the path of a public header, so that it is checked like the product.
 refuse_unsound() {
     mkdir -p "$out/include"
     cp tests/static/unsound.* "$out/include/"
     if clang-tidy --quiet "$out/include/unsound.cpp" -- -m32 -std=c++20 >"$out/tidy.txt" 2>&1; then
-        echo "clang-tidy lets unsound code through" >&2
+        echo "clang-tidy does not detect unsound code" >&2
         return 1
     fi
     complains "$out/tidy.txt" bugprone-use-after-move clang-analyzer-core.NullDereference \
@@ -127,7 +126,7 @@ check_tidy() {
         cat "$out"/tidy/*.txt
         return 1
     fi
-    echo "clang-tidy has nothing to say about $(wc -l <"$out/sources.txt") sources in $*"
+    echo "clang-tidy: no findings in $(wc -l <"$out/sources.txt") sources in $*"
 }
 
 scripts/install-deps.sh test
@@ -136,7 +135,7 @@ case ${1:-all} in
 all)
     check_spelling
     check_cppcheck
-    # A fifth of what is usual; nearly all functions have fewer.
+    # A fifth of the default; nearly all functions need fewer.
     for argument in -Xclang -analyzer-config -Xclang max-nodes=50000; do
         path_limit+=("--extra-arg=$argument")
     done

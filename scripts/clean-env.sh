@@ -1,9 +1,8 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Runs a command with none of the caller's variables but PATH, HOME, TERM and LANG, so that it does
-# everywhere what it does on a machine that was just installed: clean-env.sh [--hostile] COMMAND...
-# --hostile: without LANG, with a umask that leaves everything to the owner, and with a TMPDIR that
-# has a blank in its name and goes when the command ends.
+# Runs a command with only PATH, HOME, TERM and LANG of the caller's variables, so that it behaves as
+# on a newly installed machine: clean-env.sh [--hostile] COMMAND...
+# --hostile: without LANG, with umask 077, and with a temporary TMPDIR that has a blank in its name.
 set -eu
 
 variables=()

@@ -1,13 +1,13 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Shows which of our lines and branches the tests reach: coverage.sh [--report|--limits]
+# Measures which lines and branches the tests cover: coverage.sh [--report|--limits]
 # Builds the preset "coverage", runs all tests and writes build/coverage/report: index.html,
-# lines.txt (a line for every file) and summary.txt. Fails when a test fails, and when either
-# share is more than 0.3 points below the last one, which docs/coverage.md tells.
-# --report: only writes the report of the last run anew. --limits: only tells the limits.
+# lines.txt (a line for every file) and summary.txt. Fails when a test fails, or when either figure
+# is more than 0.3 points below the last one, in docs/coverage.md.
+# --report: only writes the report of the last run again. --limits: only prints the limits.
 #
-# Branches are our own: those that the compiler makes for exceptions that pass through, and those
-# that cannot be reached, do not count. docs/coverage.md lists what is left and why.
+# Branches that the compiler adds for propagating exceptions, and unreachable branches, are not
+# counted. docs/coverage.md lists the uncovered lines with the reasons.
 set -eu -o pipefail
 
 root=$(cd "$(dirname "$0")/.." && pwd)
@@ -21,7 +21,7 @@ read_limits() {
     figures=$(sed -nE 's/^On .*: ([0-9.]+) % of .* lines, ([0-9.]+) % of .* branches\.$/\1 \2/p' \
         docs/coverage.md)
     if ! [[ $figures =~ ^[0-9.]+\ [0-9.]+$ ]]; then
-        echo "docs/coverage.md does not tell the last figures" >&2
+        echo "docs/coverage.md does not have the last figures" >&2
         return 1
     fi
     awk '{ printf "%.1f %.1f\n", $1 - 0.3, $2 - 0.3 }' <<<"$figures"

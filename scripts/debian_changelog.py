@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""Prints the changelog of the Debian packages, made of CHANGELOG.md: debian_changelog.py
+"""Prints the changelog of the Debian packages, generated from CHANGELOG.md: debian_changelog.py
 With --check, fails when packaging/changelog differs from it, or CMakeLists.txt from its version."""
 
 import re
@@ -12,7 +12,7 @@ from pathlib import Path
 ROOT = Path(__file__).resolve().parent.parent
 AUTHOR = "The ixlal maintainers <maintainers@ixlal.example.org>"
 RELEASE = re.compile(r"## \[(\d+\.\d+\.\d+)\] - (\d{4}-\d\d-\d\d)\n")
-# Lintian knows these names, whatever the locale is.
+# Lintian requires English names in every locale.
 DAYS = "Mon Tue Wed Thu Fri Sat Sun".split()
 MONTHS = "Jan Feb Mar Apr May Jun Jul Aug Sep Oct Nov Dec".split()
 

@@ -1,12 +1,12 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Builds the product and shows it at work, in a clean environment (see clean-env.sh): demo.sh
+# Builds the product and runs the examples, in a clean environment (see clean-env.sh): demo.sh
 set -eu
 
 root=$(cd "$(dirname "$0")/.." && pwd)
 build=$root/build/demo
 
-# With the caller's variables: it may need a proxy.
+# With the caller's variables, because it may need a proxy.
 "$root/scripts/install-deps.sh" build
 
 quietly() {

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Fetches what the benchmarks are built with and measured beside, in the product's word size, into
-# build/peers: Debian's i386 packages, unpacked without installing them. Nothing is fetched again.
+# Downloads the libraries of the benchmarks and of their peers, in the product's word size: Debian's
+# i386 packages, unpacked into build/peers without installing them. Each is downloaded once.
 set -eu
 
 root=$(cd "$(dirname "$0")/.." && pwd)
@@ -19,7 +19,7 @@ if [ "$(cat "$peers/fetched" 2>/dev/null)" = "${packages[*]}" ]; then
     exit 0
 fi
 
-# apt works on lists of its own, so neither root nor another architecture of the system is needed.
+# apt uses separate package lists, so it needs neither root nor a second architecture of the system.
 mkdir -p "$peers/lists/partial" "$peers/debs" "$peers/root"
 echo "deb [signed-by=/usr/share/keyrings/debian-archive-keyring.gpg]" \
     "http://deb.debian.org/debian bookworm main" >"$peers/sources.list"

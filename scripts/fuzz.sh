@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
 # Fuzzes the product: fuzz.sh [--seconds N] [--jobs N] [TARGET...]
-# Runs each target of tests/fuzz (all unless some are named) for N seconds (60), two at a time
-# unless --jobs says otherwise. What is found grows in build/fuzz/work; tests/fuzz/corpus is only
-# read. Fails on any finding and tells how to run it again.
+# Runs each given target of tests/fuzz (default: all) for N seconds (60), two at a time or as many as
+# --jobs. New inputs are stored in build/fuzz/work; tests/fuzz/corpus is only read. Fails on any
+# finding and prints the command that reproduces it.
 set -eu
 
 root=$(cd "$(dirname "$0")/.." && pwd)
@@ -45,8 +45,8 @@ build_fuzzers() {
     cmake --build --preset fuzz
 }
 
-# fuzz TARGET SECONDS CORPUS...: results go to TARGET.log, findings to TARGET-*
-# Scheduling by entropy costs more here than the targets themselves.
+# fuzz TARGET SECONDS CORPUS...: writes results to TARGET.log, findings to TARGET-*
+# Entropic scheduling is off, because it costs more than the targets themselves.
 fuzz() {
     local target=$1 limit=$2 dictionary=$root/tests/fuzz/dictionaries/$1.dict
     local options=(-entropic=0 -timeout=60 -print_final_stats=1)
@@ -58,19 +58,18 @@ fuzz() {
         "-max_total_time=$limit" "-artifact_prefix=$work/$target-" "$@" >"$work/$target.log" 2>&1
 }
 
-# prove_bite TARGET REPORT: a target that is wrong on purpose must be found out, or silence of the
-# others says nothing.
+# prove_bite TARGET REPORT: checks that the fuzzer detects a target with a deliberate error.
 prove_bite() {
     rm -rf "${work:?}/$1" "$work/$1"-*
     mkdir -p "$work/$1"
     if fuzz "$1" 60 "$work/$1" || ! grep -q "$2" "$work/$1.log"; then
-        echo "The fuzzer does not find what is wrong on purpose; see $work/$1.log" >&2
+        echo "The fuzzer does not detect a deliberate error; see $work/$1.log" >&2
         exit 1
     fi
-    echo "Found out what is wrong on purpose: $2"
+    echo "Detected a deliberate error: $2"
 }
 
-# The last line of progress tells the coverage, the statistics behind it the executions.
+# The last line of progress has the coverage, the statistics after it the executions.
 report() {
     awk -v name="$1" '
         /^#[0-9]+[ \t]+[A-Za-z]+ +cov: / { for (i = 1; i < NF; ++i) seen[$i] = $(i + 1) }
@@ -90,7 +89,7 @@ tell_finding() {
     echo "Keep it: copy it to tests/fuzz/corpus/$1/" >&2
 }
 
-# Leaves a mark for each target that failed.
+# Creates a file for each target that failed.
 run_target() {
     mkdir -p "$work/$1"
     rm -f "$work/$1.failed"
@@ -129,7 +128,7 @@ read_arguments "$@"
 cd "$root"
 build_fuzzers
 
-# Whatever a crash leaves behind goes with this directory.
+# This directory is removed with the files of crashed processes.
 memory=/dev/shm
 [ -w "$memory" ] || memory=${TMPDIR:-/tmp}
 TMPDIR=$(mktemp -d "$memory/ixlal-fuzz-run-XXXXXX")

@@ -1,34 +1,34 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Plants small faults in the product, one at a time, and shows which of them the tests catch:
+# Plants small faults in the product, one at a time, and shows which of them the tests detect:
 #   mutation.sh                 tries all faults; fails when less than 95 % are caught
-#   mutation.sh --only ID...    tries these alone; fails as above
-#   mutation.sh --self-test     tries faults whose outcome is known
-#   mutation.sh --list          shows the faults
-#   mutation.sh --drawn         tries faults that are drawn by rule; fails as above
-#   mutation.sh --survivors     tries those drawn faults again that survived, after tests were added
-# The faults are the lists in tests/mutation, or are drawn as tests/mutation/draw.py tells. They are planted in a copy of the tree, in
-# build/mutation, which must pass its tests first. Each fault meets the tests of its own directory,
-# then, if those don't catch it, all others. A test that hangs counts as failed; a fault that
-# doesn't compile doesn't count.
+#   mutation.sh --only ID...    tries only these; fails as above
+#   mutation.sh --self-test     tries faults with a known outcome
+#   mutation.sh --list          lists the faults
+#   mutation.sh --drawn         tries faults drawn at random by rules; fails as above
+#   mutation.sh --survivors     tries the drawn faults that survived again, after tests were added
+# The faults come from the lists in tests/mutation, or are drawn by tests/mutation/draw.py. They are
+# planted in a copy of the tree, in build/mutation, which must pass its tests first. Each fault is run
+# against the tests of its directory and, if it survives, against all others. A test that hangs counts
+# as failed; a fault that does not compile is not counted.
 #
-# A drawn fault meets the tests of its directory and those that use what it is part of, where it
-# survives also under the address and the thread sanitizer. A run that was broken off goes on where
-# it was, as long as the tree is the same.
+# A drawn fault is run against the tests of its directory and of the code that uses it and, if it
+# survives, also under the address and the thread sanitizer. An interrupted run continues where it
+# stopped, as long as the tree is unchanged.
 set -eu
 
 root=$(cd "$(dirname "$0")/.." && pwd)
 work=$root/build/mutation
 tree=$work/tree
-# As deep in the copy as other builds are in the tree, so that ccache sees the same paths.
+# At the same depth in the copy as other builds in the tree, so that ccache sees the same paths.
 build=$tree/build/mutation
 wanted_percent=95
 drawn=$work/drawn
 drawn_seeds="1 2 3"
 drawn_by_seed=155
-# The check that the faults can be planted fails where one has been.
+# The check that the faults can be planted fails in a tree with a planted fault.
 unfit_tests='^Mutation\.'
-# Those of a directory that are tried first leave out what takes long and finds few faults.
+# The first tests of a directory exclude long tests that detect few faults.
 late_tests='^(Mutation|Headers|StoreKill|CoreStress)\.'
 
 # shellcheck source-path=SCRIPTDIR source=../tests/mutation/faults.sh
@@ -49,7 +49,7 @@ list_faults() {
     done
 }
 
-# The files of the tree, as they are, committed or not.
+# The files of the tree, committed or not.
 list_files() {
     git -C "$root" ls-files --cached --others --exclude-standard | while IFS= read -r file; do
         if [ -f "$root/$file" ]; then
@@ -62,7 +62,7 @@ copied_files() {
     (cd "$tree" && find . -path ./build -prune -o -type f -print) | sed 's,^\./,,' | sort
 }
 
-# Brings the copy up to date. Only what differs is touched, so that little is built again.
+# Updates the copy. Only changed files are written, to avoid rebuilding.
 copy_tree() {
     local file
     mkdir -p "$tree"
@@ -78,7 +78,7 @@ copy_tree() {
     done
 }
 
-# Libraries may change under their users, whose tests are asked for when they run: both spare work.
+# Does not relink users of changed libraries, and lists tests at run time, to save time.
 configure() {
     local launcher=()
     if command -v ccache >/dev/null; then
@@ -98,14 +98,14 @@ run_tests() {
     ctest --test-dir "$1" -j2 --stop-on-failure -E "$2" >"$work/test.log" 2>&1
 }
 
-# The first tests that failed, or what else was wrong.
+# The first failed tests, or another error.
 failed_tests() {
     local failed
     failed=$(sed -n 's/^[[:space:]]*[0-9]* - \(.*\)$/\1/p' "$work/test.log" | head -n 2 | paste -sd ,)
     echo "${failed:-tests that cannot be listed}"
 }
 
-# Once for every state of the tree.
+# Runs once for every state of the tree.
 prove_green() {
     local state
     state=$(cd "$tree" && copied_files | xargs -d '\n' cksum | cksum)
@@ -120,7 +120,7 @@ prove_green() {
     echo "$state" >"$work/green"
 }
 
-# meets TARGET DIRECTORY EXCLUDED: sets outcome and, when tests catch the fault, by which ones.
+# meets TARGET DIRECTORY EXCLUDED: runs tests; sets outcome and, for a detected fault, the tests.
 meets() {
     outcome=survived
     if ! build_targets "$1"; then
@@ -131,7 +131,7 @@ meets() {
     fi
 }
 
-# meets_tests DIRECTORY: first those of one directory of tests/, then all.
+# meets_tests DIRECTORY: runs the tests of one directory of tests/, then all.
 meets_tests() {
     meets "tests/$1/all" "$build/tests/$1" "$late_tests"
     if [ "$outcome" = survived ]; then
@@ -160,7 +160,7 @@ try_faults() {
     done
 }
 
-# Without this a run could show anything.
+# Checks the script itself.
 self_test() {
     local id outcome outcomes=
     for id in control-comment control-fatal control-hanging control-uncompilable; do
@@ -206,7 +206,7 @@ tally_drawn() {
     python3 "$root/tests/mutation/tally.py" "$@" "$tree" "$drawn"/{release,asan,tsan}
 }
 
-# sanitize PRESET: tries what is left under a sanitizer.
+# sanitize PRESET: tries the survivors under a sanitizer.
 sanitize() {
     local sanitized=$tree/build/$1
     tally_drawn --left >"$drawn/left"
@@ -229,7 +229,7 @@ try_all_drawn() {
     tally_drawn
 }
 
-# What was found out of another tree says nothing of this one.
+# Results of another tree are not valid for this one.
 forget_other_tree() {
     if ! cmp -s "$work/green" "$drawn/green"; then
         rm -rf "$drawn"

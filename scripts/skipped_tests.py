@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""Shows which tests were skipped, whole or in part, and why: skipped_tests.py RESULTS
-RESULTS is what ctest writes with --output-junit and all output. A reason is what GTEST_SKIP or
-unittest was given, or else the last line of a test that was skipped."""
+"""Lists the tests that were skipped, fully or partly, with the reasons: skipped_tests.py RESULTS
+RESULTS is the file that ctest writes with --output-junit and all output. A reason is the text of
+GTEST_SKIP or unittest, or the last line of a skipped test."""
 
 import re
 import sys
@@ -29,7 +29,7 @@ def main() -> None:
     lines = sorted(f"  {test.get('name')}: {reason}" for test in tests
                    for reason in reasons(test.findtext("system-out", ""),
                                          test.find("skipped") is not None))
-    print(f"Skipped, whole or in part: {len(lines) or 'none'}")
+    print(f"Skipped, fully or partly: {len(lines) or 'none'}")
     print("".join(f"{line}\n" for line in lines), end="")
 
 

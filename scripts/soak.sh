@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
 # Builds the soak and runs it: soak.sh [--minutes N] [--preset release|tsan]
-# Many threads use the core, which is stopped and started meanwhile, for N minutes (30). The table
-# at the end tells what was done and what the process held; the result is 1 after an error or when
-# something grew. Its files are in TMPDIR, which is /dev/shm if not set.
+# Many threads use the core for N minutes (30), while it is stopped and started repeatedly. The table
+# at the end shows the operations and the resources of the process; the result is 1 after an error or
+# if a resource grew. Files are in TMPDIR, /dev/shm by default.
 set -eu
 
 root=$(cd "$(dirname "$0")/.." && pwd)
@@ -41,5 +41,5 @@ if [ -z "${TMPDIR:-}" ] && [ -w /dev/shm ]; then
     export TMPDIR=/dev/shm
 fi
 echo "Soaking $preset for $minutes minutes"
-# The core tells every start on the standard error stream.
+# The core prints every start to the standard error stream.
 "build/$preset/bin/ixlal-soak" --seconds $((minutes * 60)) 2> >(grep -v -e '^$' -e '^\[iXLA\]' >&2)

@@ -2,8 +2,8 @@
 # SPDX-License-Identifier: MIT
 # Builds the product and its tests and runs them all: test.sh [--hostile] [PRESET]
 # The preset is release (32-bit) unless another one of CMakePresets.json is named. All of it runs in
-# a clean environment, or with --hostile in one that is not kind; see clean-env.sh. The end tells
-# which tests were skipped, and why.
+# a clean environment, or with --hostile in an unusual one; see clean-env.sh. The end lists the
+# skipped tests with their reasons.
 set -eu
 
 root=$(cd "$(dirname "$0")/.." && pwd)
@@ -15,7 +15,7 @@ fi
 preset=${1:-release}
 results=$root/build/$preset/tests.xml
 
-# With the caller's variables: it may need a proxy.
+# With the caller's variables, because it may need a proxy.
 "$root/scripts/install-deps.sh" test
 cd "$root"
 mkdir -p build

@@ -117,7 +117,7 @@ class EnvironmentTest(unittest.TestCase):
     def test_the_end_tells_what_was_skipped_and_why(self):
         out = self.run_script("test.sh")
         self.assertTrue(out.endswith(
-            "Skipped, whole or in part: 4\n"
+            "Skipped, fully or partly: 4\n"
             "  Small.Mount: no disk can be mounted: Operation not permitted\n"
             "  Small.Partly: no pseudo terminal\n"
             "  Small.Script: no browser\n"
