@@ -17,14 +17,14 @@
 
 namespace
 {
-/// Looks at the files one after the other, with a core that reads what they name.
+/// Checks the files one by one, with a core that reads the files which they list.
 class Checker
 {
 public:
     explicit Checker(const CheckRequest& iRequest)
         : fRequest(iRequest), fSession(fScratch, fScratch.configDir(), {})
     {
-        // Refuses options that make no sense, be they needed or not.
+        // Throws for wrong options, even if no file needs them.
         static_cast<void>(placesFor(std::string()));
     }
 
@@ -112,7 +112,7 @@ bool Checker::isStoreBeside(const std::string& iFile) const
     }
     catch (const PToolError&)
     {
-        return false; // no manager's file there
+        return false; // the directory has no manager's file
     }
 }
 
@@ -189,7 +189,7 @@ void Checker::checkStorePlace(const PConfigPlaces& iPlaces, const ConfigLine& iL
     if (iLine.value.text.len() == 0)
     {
         ioCheck.add(false, iLine.number, iLine.value.column,
-                    "no store file: store operations answer -3003");
+                    "no store file: store operations return -3003");
     }
     else if (!std::filesystem::is_directory(path.has_parent_path() ? path.parent_path() : ".",
                                             error))

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The subcommand that looks for mistakes in configuration files.
+// The subcommand that finds mistakes in configuration files.
 #ifndef IXLAL_TOOLS_CHECKCOMMAND_H
 #define IXLAL_TOOLS_CHECKCOMMAND_H
 
@@ -9,14 +9,14 @@
 struct CheckRequest
 {
     std::vector<std::string> files;
-    std::string dir; ///< where the files of IDs are; that of the manager's file if empty
+    std::string dir; ///< directory of the files of IDs; that of the manager's file if empty
     std::vector<std::string> core; ///< key=value each
     bool isStore = false;          ///< the files are stores
-    bool strict = false;           ///< warnings fail, too
+    bool strict = false;           ///< exit with 1 for warnings too
     bool json = false;
 };
 
-/// Prints what is found and returns an exit code. Throws PToolError.
+/// Prints the findings and returns an exit code. Throws PToolError.
 int runCheck(const CheckRequest& iRequest);
 
 #endif

@@ -7,7 +7,7 @@
 #include <vector>
 
 /// The processes that have the library of the core loaded, "name (ID)" each, except this one.
-/// Those of other users are seen by root alone. Empty without /proc.
+/// Only root sees those of other users. Empty without /proc.
 std::vector<std::string> findOtherCores();
 
 #endif

@@ -20,7 +20,7 @@ bool _isInvisible(wchar_t iChar)
     return iChar == kByteOrderMark || iChar == kNoBreakSpace || iChar == kZeroWidthSpace;
 }
 
-/// The character that stands for a byte which isn't UTF-8.
+/// Whether a character represents a byte that is not UTF-8.
 bool _isStrayByte(wchar_t iChar)
 {
     return iChar >= 0xDC80 && iChar <= 0xDCFF;
@@ -38,7 +38,7 @@ std::string _line(unsigned int iNumber)
     return "line " + std::to_string(iNumber);
 }
 
-/// Where a text has its only "|", with something before it.
+/// Whether a text has exactly one "|", not at its beginning.
 bool _isStoreKey(const PString& iKey)
 {
     unsigned int first = 0;
@@ -46,7 +46,7 @@ bool _isStoreKey(const PString& iKey)
     return iKey.chr(L'|', first) && iKey.chr(L'|', last, true) && first == last && first > 0;
 }
 
-/// Where a "#" stands behind a blank, as comments do elsewhere; 0 for nowhere.
+/// The position of a "#" after a blank, which looks like a comment; 0 for none.
 unsigned int _findComment(const PString& iText)
 {
     for (unsigned int i = 1; i < iText.len(); ++i)
@@ -109,7 +109,7 @@ void PConfigCheck::findValues(const PConfigFile& iFile)
 void PConfigCheck::checkSyntax(const ConfigLine& iLine)
 {
     const char* const rest =
-        fKind == eStore ? "the core uses nothing of this store" : "the core reads no further";
+        fKind == eStore ? "the core ignores this store" : "the core stops reading here";
     if (iLine.kind == ConfigLine::eNoEquals)
     {
         fFindings.push_back(
@@ -123,7 +123,7 @@ void PConfigCheck::checkSyntax(const ConfigLine& iLine)
     }
 }
 
-/// The first odd character of a line tells enough.
+/// Reports only the first unusual character of a line.
 void PConfigCheck::checkBytes(const ConfigLine& iLine)
 {
     const wchar_t* const begin = iLine.text.ptr();
@@ -134,14 +134,14 @@ void PConfigCheck::checkBytes(const ConfigLine& iLine)
         ConfigPart place;
         place.column = static_cast<unsigned int>(stray - begin) + 1;
         warn(iLine, place,
-             "byte " + shownText(PString(stray, 1)) + " is not UTF-8; it is kept as it is");
+             "byte " + shownText(PString(stray, 1)) + " is not UTF-8; it is kept unchanged");
     }
-    // Behind the last character that isn't blank a carriage return means nothing.
+    // A carriage return after the last non-blank character has no effect.
     const PSpan span = PBlank::trimmed(begin, iLine.text.len());
     const wchar_t* const control =
         std::find_if(span.text, span.text + span.len,
                      [](wchar_t iChar) { return iChar == L'\0' || iChar == L'\r'; });
-    // The store writes such characters in a form of its own.
+    // The store escapes such characters.
     if (control != span.text + span.len && fKind != eStore)
     {
         ConfigPart place;
@@ -164,7 +164,7 @@ void PConfigCheck::checkNames(const ConfigLine& iLine)
     {
         warn(iLine, iLine.attribute,
              "attribute " + quotedText(attribute) +
-                 " can never be read (-3004): it holds \":\" or \"|\"");
+                 " can never be read (-3004): it contains \":\" or \"|\"");
     }
     if (iLine.hasColon && attribute.len() == 0)
     {
@@ -184,11 +184,11 @@ void PConfigCheck::checkKey(const ConfigLine& iLine)
     else if (fKind != eStore && key.chr(L'|', position))
     {
         warn(iLine, iLine.key,
-             "key " + quotedText(key) + " can never be read (-3004): it holds \"|\"");
+             "key " + quotedText(key) + " can never be read (-3004): it contains \"|\"");
     }
 }
 
-/// Characters that nobody sees and that are not taken off as blanks are.
+/// Warns of invisible characters, which are not removed like blanks.
 void PConfigCheck::checkEdges(const ConfigPart& iPart, unsigned int iLine, const char* iWhat)
 {
     const PString& text = iPart.text;

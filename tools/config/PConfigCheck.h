@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// PConfigCheck: what is wrong or doubtful in a configuration file.
+// PConfigCheck: finds errors and doubtful lines in a configuration file.
 #ifndef IXLAL_TOOLS_PCONFIGCHECK_H
 #define IXLAL_TOOLS_PCONFIGCHECK_H
 
@@ -9,37 +9,36 @@
 #include <string>
 #include <vector>
 
-/// Something about one place of a file.
+/// A finding at one place of a file.
 struct ConfigFinding
 {
-    bool isError = false; ///< the core refuses the line; otherwise it reads it, but perhaps not as
-                          ///< somebody meant it
+    bool isError = false; ///< the core refuses the line; otherwise a warning
     unsigned int line = 0;
     unsigned int column = 0; ///< in characters, from 1
     std::string text;
 };
 
-/// Looks at one file.
+/// Checks one file.
 class PConfigCheck
 {
 public:
     enum EFileKind
     {
         eValues,
-        eManager, ///< the manager's own: IDs and their files
+        eManager, ///< the manager's file: IDs and their files
         eStore    ///< keys are "ID|key"
     };
 
     PConfigCheck(const PConfigFile& iFile, EFileKind iKind);
 
-    /// What was found, in the order of lines and columns.
+    /// The findings, sorted by line and column.
     std::vector<ConfigFinding> findings() const;
 
-    /// Adds something that was found elsewhere.
+    /// Adds a finding of another check.
     void add(bool iIsError, unsigned int iLine, unsigned int iColumn, const std::string& iText);
 
 private:
-    /// What the lines so far say about a key.
+    /// The lines of a key so far.
     struct Seen
     {
         unsigned int value = 0; ///< the line of the last value, 0 for none

@@ -7,7 +7,7 @@
 
 #include <vector>
 
-/// Part of a line: its text without the blanks around it, and where that begins.
+/// Part of a line: its text without the blanks around it, and its first column.
 struct ConfigPart
 {
     PString text;
@@ -30,27 +30,29 @@ struct ConfigLine
     ConfigPart key;
     ConfigPart attribute; ///< empty for a value
     ConfigPart value;
-    bool hasColon = false; ///< in front of the "="
+    bool hasColon = false; ///< before the "="
 };
 
-/// Where the entries of a file stand, which the core doesn't tell. How a file is split into lines
-/// and characters is the core's own way; what the values are is left to the core.
+/// The lines and columns of a file's entries, which the core does not report. The file is split
+/// into lines and characters by the core's own classes. The values are read by the core.
 class PConfigFile
 {
 public:
     /// Reads the file. Returns 0 or the code of opening or reading it; the lines before the failure
-    /// are there.
+    /// are kept.
     int read(const PLiteral& iPath);
 
     const std::vector<ConfigLine>& lines() const;
 
-    /// The number of the first line that the core refuses, 0 for none. It reads nothing after it.
+    /// The number of the first line that the core refuses, 0 for none. The core does not read the
+    /// lines
+    /// after it.
     unsigned int brokenLine() const;
 
     /// Whether the core reads the line.
     bool isRead(const ConfigLine& iLine) const;
 
-    /// How many comments there are.
+    /// The number of comments.
     unsigned int comments() const;
 
 private:

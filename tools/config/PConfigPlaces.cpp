@@ -54,7 +54,7 @@ PConfigPlaces::PConfigPlaces(IConfigManager& ioManager, const std::string& iDir,
     int result = ioManager.loadByArgs(arguments, fCore);
     if (result == 0)
     {
-        // Arguments win over the file, and later ones over earlier ones.
+        // Arguments take precedence over the file, and later ones over earlier ones.
         _appendPropertyFile(ioManager, fCore);
         result = ioManager.appendByArgs(arguments, fCore);
     }
@@ -136,7 +136,7 @@ std::vector<PString> PConfigPlaces::filesOf(const PLiteral& iID) const
 PString PConfigPlaces::storeName() const
 {
     PString name;
-    // Without a name it stays empty.
+    // The path stays empty without a name.
     static_cast<void>(fManager->getString(kStoreFileKey, name));
     return name;
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// PConfigPlaces: where the files of a configuration directory are.
+// PConfigPlaces: finds the files of a configuration directory.
 #ifndef IXLAL_TOOLS_PCONFIGPLACES_H
 #define IXLAL_TOOLS_PCONFIGPLACES_H
 
@@ -9,12 +9,12 @@
 #include <string>
 #include <vector>
 
-/// The key that names the store file, which is no configuration.
+/// The key that names the store file; it is not the ID of a configuration.
 inline constexpr wchar_t kStoreFileKey[] = L"ixlap.configmanager.store.file";
 
-/// The interface hands out values, not places, so this finds the files that a core would read:
-/// "custom.config.NAME" of its arguments or its property file comes first, a name with a "/" stands
-/// as it is, any other is in the directory. What is in the files is read by the core.
+/// Finds the files that a core would read, because the interface has values only.
+/// "custom.config.NAME" of the arguments or the property file takes precedence, a name with a "/"
+/// is a path, any other name is in the directory. The content of the files is read by the core.
 class PConfigPlaces
 {
 public:
@@ -23,30 +23,30 @@ public:
     PConfigPlaces(IConfigManager& ioManager, const std::string& iDir,
                   const std::vector<std::string>& iArguments);
 
-    /// The file that iName stands for.
+    /// The path of the file iName.
     PString pathOf(const PLiteral& iName) const;
 
-    /// The manager's own file.
+    /// The path of the manager's file.
     PString managerPath() const;
 
-    /// Reads the manager's own file. Throws PToolError when the core cannot.
+    /// Reads the manager's file. Throws PToolError when the core cannot.
     void readManagerFile(IConfigManager& ioManager);
 
-    /// The IDs that the manager's own file lists, in ascending order.
+    /// The IDs that the manager's file lists, in ascending order.
     std::vector<PString> listedIDs() const;
 
-    /// The names of the files of an ID; empty for one that isn't listed.
+    /// The names of the files of an ID; empty for an ID that is not listed.
     std::vector<PString> filesOf(const PLiteral& iID) const;
 
-    /// The store's name and place; empty without one.
+    /// The store's name and path; empty without a store.
     PString storeName() const;
     PString storePath() const;
 
-    /// The name of the manager's own file.
+    /// The name of the manager's file.
     static const wchar_t* managerFile();
 
 private:
-    PBaseptr<IConfig> fCore;    ///< the arguments over the property file
+    PBaseptr<IConfig> fCore;    ///< the property file and the arguments
     PBaseptr<IConfig> fManager; ///< empty until read
 };
 

@@ -16,7 +16,7 @@ namespace
 {
 constexpr std::string_view kFileLine = "[appendByID] Append file path: ";
 
-/// The part of a store's key that stands for an ID.
+/// The ID in a key of the store.
 PString _storePrefix(const PLiteral& iID)
 {
     PString prefix(iID);

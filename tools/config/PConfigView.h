@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// PConfigView: what a core makes of a configuration directory.
+// PConfigView: a configuration directory as a core reads it.
 #ifndef IXLAL_TOOLS_PCONFIGVIEW_H
 #define IXLAL_TOOLS_PCONFIGVIEW_H
 
@@ -11,17 +11,17 @@
 #include <string>
 #include <vector>
 
-/// The directory and the arguments that a core is started with.
+/// The directory and the arguments of a core.
 struct ConfigOptions
 {
     std::string dir;
     std::vector<std::string> core; ///< key=value each
 };
 
-/// A core that was started on the directory, and the places of the files that it reads.
+/// A core that was started on the directory, and the paths of the files that it reads.
 ///
-/// A core creates a store file that is missing as soon as it looks for a stored value. A view for
-/// reading has it do so elsewhere, so that looking at a directory never changes it.
+/// A core creates a missing store file when it looks up a stored value. A view for reading
+/// redirects that file, so that reading never changes the directory.
 class PConfigView
 {
 public:
@@ -31,34 +31,34 @@ public:
         eWriteStore
     };
 
-    /// Throws PToolError for a directory without a manager's file or a core that doesn't start.
+    /// Throws PToolError for a directory without a manager's file or a core that does not start.
     PConfigView(const ConfigOptions& iOptions, EPurpose iPurpose);
 
     IConfigManager& manager() const;
     const PConfigPlaces& places() const;
 
-    /// Whether there is a store file.
+    /// Whether the store file exists.
     bool hasStore() const;
 
     /// The IDs that have files or stored values, in ascending order.
     std::vector<PString> ids() const;
 
-    /// How many keys of an ID are stored.
+    /// The number of stored keys of an ID.
     unsigned int storedKeys(const PLiteral& iID) const;
 
-    /// The configuration of an ID. Throws PToolError for an ID that nobody listed or stored.
+    /// The configuration of an ID. Throws PToolError for an ID that is neither listed nor stored.
     PBaseptr<IConfig> load(const PLiteral& iID) const;
 
     /// The keys of an ID in its files and in the store, in ascending order.
     std::vector<PString> keys(const PLiteral& iID) const;
 
-    /// The files that the core reads for an ID, in its order, as its log tells.
+    /// The files that the core reads for an ID, in order, according to its log.
     std::vector<PString> filesRead(const PLiteral& iID) const;
 
     /// A configuration without keys and without an ID.
     PBaseptr<IConfig> makeEmpty() const;
 
-    /// Throws PToolError when a result isn't 0.
+    /// Throws PToolError when a result is not 0.
     static void require(int iResult, const std::string& iWhat);
 
 private:
@@ -67,7 +67,7 @@ private:
     const std::string fDir;
     PScratch fScratch;
     std::optional<PConfigPlaces> fPlaces;
-    std::optional<PCoreSession> fSession; ///< goes before the directories that it uses
+    std::optional<PCoreSession> fSession; ///< last: destroyed before the directories that it uses
 };
 
 #endif

@@ -18,7 +18,7 @@ constexpr std::string_view kReserved[] = {
     "core.plugins.log.level",    "core.plugins.log.enable", "core.plugins.log.maxsize",
     "core.plugins.log.maxcount", "core.free.plugins.lib",   "core.autostart.list"};
 
-/// Sends the standard error stream to nowhere for as long as it lives.
+/// Redirects the standard error stream to /dev/null during its lifetime.
 class SilentErrors
 {
 public:
@@ -57,7 +57,7 @@ std::vector<PString> _arguments(const PScratch& iScratch, const std::string& iCo
         "core.plugins.dir=" + iScratch.pluginsDir(), "core.plugins.config.dir=" + iConfigDir,
         "core.plugins.log.dir=" + iScratch.logDir(), "core.plugins.log.level=0",
         "core.plugins.log.enable=true", "core.plugins.log.maxsize=0", "core.plugins.log.maxcount=0",
-        // With it the stop would wait for threads that nobody began.
+        // If libraries were closed, the stop would wait for threads that do not exist.
         "core.free.plugins.lib=false", "core.autostart.list="};
     std::transform(std::begin(own), std::end(own), std::back_inserter(all), &ixlaWide);
     return all;
@@ -77,13 +77,13 @@ PCoreSession::PCoreSession(const PScratch& iScratch, const std::string& iConfigD
     if (started != 0)
     {
         throw PToolError("the core does not start: " + ixlaResultText(started) +
-                         (iArguments.empty() ? "" : "; look at what follows --core"));
+                         (iArguments.empty() ? "" : "; check the arguments of --core"));
     }
     IBase* instance = nullptr;
     const int result = ixlaGetInstance(kIxlaConfigManagerId, instance);
     if (result != 0)
     {
-        ixlaStop(); // the result of the start tells enough
+        ixlaStop(); // its result is ignored: the earlier error is thrown
         throw PToolError("the core has no configuration manager: " + ixlaResultText(result));
     }
     fManager = PBaseptr<IConfigManager>(static_cast<IConfigManager*>(instance));
@@ -92,7 +92,7 @@ PCoreSession::PCoreSession(const PScratch& iScratch, const std::string& iConfigD
 PCoreSession::~PCoreSession()
 {
     fManager.clear();
-    // Nothing is left that a failed stop could spoil.
+    // A failed stop has no effect on the tool.
     static_cast<void>(ixlaStop());
 }
 

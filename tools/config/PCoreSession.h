@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// PCoreSession: a core without plugins, for as long as the tool asks it.
+// PCoreSession: a running core without plugins.
 #ifndef IXLAL_TOOLS_PCORESESSION_H
 #define IXLAL_TOOLS_PCORESESSION_H
 
@@ -10,13 +10,13 @@
 #include <string>
 #include <vector>
 
-/// Starts the core on construction and stops it at the end; one at a time. What the core prints
-/// while it starts is left out.
+/// Starts the core in the constructor and stops it in the destructor. Only one object may exist at
+/// a time. Output of the core during the start is suppressed.
 class PCoreSession
 {
 public:
-    /// Arguments are key=value in bytes; those of the session come after iArguments and so win.
-    /// Throws PToolError when the core doesn't start.
+    /// Arguments are key=value in bytes. Those of the session take precedence over iArguments.
+    /// Throws PToolError when the core does not start.
     PCoreSession(const PScratch& iScratch, const std::string& iConfigDir,
                  const std::vector<std::string>& iArguments);
     ~PCoreSession();

@@ -72,7 +72,7 @@ bool PExplanation::agrees() const
                        [](const auto& iAnswer) { return iAnswer.second.agrees; });
 }
 
-// What the files and the store say
+// Files and store
 
 void PExplanation::addFiles(const PConfigView& iView)
 {
@@ -83,7 +83,7 @@ void PExplanation::addFiles(const PConfigView& iView)
         layer.path = path;
         layer.result = iView.manager().appendByFile(path, own);
         PConfigFile file;
-        // The core's own code tells why a file cannot be read.
+        // Ignored: layer.result has the code of the core.
         static_cast<void>(file.read(path));
         layer.brokenLine = layer.result == eIxlaBadConfigLine ? file.brokenLine() : 0;
         fLayers.push_back(layer);
@@ -104,7 +104,7 @@ void PExplanation::addStore(const PConfigView& iView)
     PBaseptr<IConfig> store;
     layer.result = iView.manager().loadByFile(layer.path, store);
     PConfigFile file;
-    static_cast<void>(file.read(layer.path)); // as above
+    static_cast<void>(file.read(layer.path)); // ignored as above
     layer.brokenLine = layer.result == eIxlaBadConfigLine ? file.brokenLine() : 0;
     fLayers.push_back(layer);
     PString key(fID);
@@ -128,13 +128,14 @@ void PExplanation::addLines(const PConfigFile& iFile, const PString& iKey, std::
         found.line = line.number;
         found.attribute = line.attribute.text;
         found.text = line.value.text;
-        // The core keeps what stands before a broken line of a file, but nothing of such a store.
+        // The core uses the entries before a broken line of a file, but no entry of such a store.
         found.isRead = layer.result == 0 || (!layer.isStore && iFile.isRead(line));
         fLines.push_back(found);
     }
 }
 
-/// The store's keys hold a "|" and so cannot be read; its lines can, as arguments without the ID.
+/// Keys of the store contain a "|" and cannot be read. Its lines are therefore passed as arguments
+/// without the ID.
 bool PExplanation::isStorePinned(const PConfigView& iView) const
 {
     std::vector<PString> lines;
@@ -155,7 +156,7 @@ bool PExplanation::isStorePinned(const PConfigView& iView) const
            _isPinned(*stored, fKey);
 }
 
-// Which line answers
+// Precedence
 
 bool PExplanation::isStored(const Occurrence& iLine) const
 {
@@ -169,8 +170,8 @@ bool PExplanation::hasRecord(bool iStored) const
                        { return iLine.isRead && isStored(iLine) == iStored; });
 }
 
-/// The line that gives the files, or the store, the value or the attribute: later values replace
-/// earlier ones, attributes stay as first given. Null for none.
+/// The line that defines the value or the attribute in the files, or in the store: the last value,
+/// the first text of an attribute. Null for none.
 PExplanation::Occurrence* PExplanation::candidate(bool iStored, const PString& iAttribute)
 {
     Occurrence* found = nullptr;
@@ -208,7 +209,7 @@ void PExplanation::judge(const PString& iAttribute)
     }
 }
 
-/// What becomes of a line; iCandidate is the one that its kind of layer goes by.
+/// The effect of a line; iCandidate is the line that defines the value in its kind of layer.
 std::string PExplanation::fateOf(const Occurrence& iLine, const Occurrence* iCandidate) const
 {
     const Layer& layer = fLayers[iLine.layer];
@@ -228,7 +229,7 @@ std::string PExplanation::fateOf(const Occurrence& iLine, const Occurrence* iCan
     return "wins";
 }
 
-// What the core answers
+// Values of the core
 
 void PExplanation::ask(const PConfigView& iView)
 {
@@ -254,7 +255,7 @@ void PExplanation::tryRunTime(const PConfigView& iView, IConfig& iConfig)
     PConfigView::require(iView.manager().removeSetKey(fID, fKey), shownText(fKey));
 }
 
-// What people and programs see
+// Output
 
 std::string PExplanation::where(const Occurrence& iLine) const
 {
@@ -275,7 +276,7 @@ std::string PExplanation::reason() const
     const std::string what = line ? " wins" : " has an empty value";
     if (fOwnPinned)
     {
-        return who + what + ": the files pin the key with const, so nothing else counts.\n" +
+        return who + what + ": the files pin the key with const, so no other value is used.\n" +
                "A value set at run time changes nothing.";
     }
     if (fStorePinned)
@@ -285,7 +286,7 @@ std::string PExplanation::reason() const
     }
     if (!isFound())
     {
-        return "No line that the core reads names the key. A value set at run time would answer.";
+        return "No line that the core reads names the key. A value set at run time would win.";
     }
     const std::string why = hasRecord(true) ? ": the store comes before the files, and none of "
                                               "them pins the key with const."

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// PExplanation: where the value of a key comes from.
+// PExplanation: explains the value of a key.
 #ifndef IXLAL_TOOLS_PEXPLANATION_H
 #define IXLAL_TOOLS_PEXPLANATION_H
 
@@ -13,11 +13,11 @@
 #include <string>
 #include <vector>
 
-/// Every line that names the key, what becomes of it and why.
+/// Every line that names the key, its effect and the reason.
 ///
-/// The files, their order, the values and what is pinned are the core's answers. Lines and the
-/// layout of the store are read from the files. Which line wins follows from both, and is then
-/// compared with what the core answers for the ID as a whole.
+/// The core reports the files, their order, the values and the pins. Line numbers and the layout of
+/// the store are read from the files. The winning line follows from both and is then compared with
+/// the value that the core returns for the ID.
 class PExplanation
 {
 public:
@@ -27,13 +27,13 @@ public:
     /// Whether any line that the core reads names the key.
     bool isFound() const;
 
-    /// Whether any line names the key, be it read or not.
+    /// Whether any line names the key, even if the core does not read it.
     bool hasLines() const;
 
-    /// Whether a file pins the key, so that nothing else counts.
+    /// Whether a file pins the key, so that no other value is used.
     bool isPinnedByFile() const;
 
-    /// Whether the core answers what the lines say.
+    /// Whether the core returns the values of the winning lines.
     bool agrees() const;
 
     void print(std::ostream& oStream) const;
@@ -57,14 +57,14 @@ private:
         PString attribute; ///< empty for the value
         PString text;
         bool isRead = false;
-        bool answers = false; ///< the core answers with it
+        bool answers = false; ///< it determines what the core returns
         std::string fate;
     };
 
-    /// What answers a read of the value or of one attribute.
+    /// The result of reading the value or one attribute.
     struct Answer
     {
-        const Occurrence* line = nullptr; ///< null when no line gives it
+        const Occurrence* line = nullptr; ///< the winning line; null for none
         int result = 0;                   ///< the core's
         PString text;                     ///< the core's
         bool agrees = false;
@@ -96,7 +96,7 @@ private:
     bool fOwnPinned = false;
     bool fStorePinned = false;
     bool fRunTimeChanges = false;
-    std::map<PString, Answer> fAnswers; ///< by attribute; the value's is that of the empty one
+    std::map<PString, Answer> fAnswers; ///< by attribute; that of the value is under the empty one
 };
 
 #endif

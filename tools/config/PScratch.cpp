@@ -45,7 +45,7 @@ PScratch::PScratch() : fPath(_makeDirectory())
 
 PScratch::~PScratch()
 {
-    // What cannot be removed is left to whoever tidies the directory of temporary files.
+    // Files that cannot be removed stay in the directory of temporary files.
     std::error_code error;
     std::filesystem::remove_all(fPath, error);
 }

@@ -1,17 +1,17 @@
 // SPDX-License-Identifier: MIT
-// PScratch: the directories of a core that is only asked about configurations.
+// PScratch: temporary directories for a core without plugins.
 #ifndef IXLAL_TOOLS_PSCRATCH_H
 #define IXLAL_TOOLS_PSCRATCH_H
 
 #include <filesystem>
 #include <string>
 
-/// A temporary directory without plugins, with a place for logs and a configuration that lists no
-/// ID. Goes with everything in it.
+/// A temporary directory without plugins, with a log directory and a configuration that lists no
+/// ID. The destructor removes it.
 class PScratch
 {
 public:
-    /// Throws PToolError when there is no place for temporary files.
+    /// Throws PToolError when temporary files cannot be created.
     PScratch();
     ~PScratch();
 
@@ -22,7 +22,7 @@ public:
     std::string logDir() const;
     std::string configDir() const;
 
-    /// A file that isn't there.
+    /// The path of a file that does not exist.
     std::string unusedFile() const;
 
 private:

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// PToolError: why the tool cannot do what it was asked.
+// PToolError: an error that ends the tool.
 #ifndef IXLAL_TOOLS_PTOOLERROR_H
 #define IXLAL_TOOLS_PTOOLERROR_H
 
@@ -10,11 +10,11 @@
 enum EExitCode : int
 {
     eExitOk = 0,
-    eExitFailed = 1, ///< not found, findings, or the core refused
+    eExitFailed = 1, ///< not found, findings, or refused by the core
     eExitUsage = 2
 };
 
-/// What is wrong, where, and what to do.
+/// The text says what is wrong, where, and how to fix it.
 class PToolError : public std::runtime_error
 {
 public:

@@ -16,7 +16,7 @@ namespace
 {
 void _print(const nlohmann::json& iJson)
 {
-    // Bytes that are not UTF-8 have no place in JSON.
+    // JSON cannot contain bytes that are not UTF-8.
     std::cout << iJson.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
 }
 
@@ -47,7 +47,7 @@ int _read(IConfig& iConfig, const ReadRequest& iRequest, PString& oText)
                                  : iConfig.getString(key, oText);
 }
 
-/// What was asked for, in words.
+/// The request, for messages.
 std::string _subject(const ReadRequest& iRequest)
 {
     const std::string attribute =

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The subcommands that look at a configuration directory and leave it as it is.
+// The subcommands that read a configuration directory and do not change it.
 #ifndef IXLAL_TOOLS_READCOMMANDS_H
 #define IXLAL_TOOLS_READCOMMANDS_H
 
@@ -7,7 +7,7 @@
 
 #include <string>
 
-/// What one of them is asked; names are bytes as given.
+/// The arguments of a subcommand; names are bytes as given.
 struct ReadRequest
 {
     ConfigOptions options;
@@ -16,7 +16,7 @@ struct ReadRequest
     std::string attribute;
     bool hasAttribute = false;
     bool json = false;
-    bool verbose = false; ///< more than the names alone
+    bool verbose = false; ///< print more than the names
 };
 
 /// Each prints to the standard output and returns an exit code. They throw PToolError.

@@ -21,7 +21,7 @@ void _warn(const std::string& iText)
     std::cerr << "ixla-config: warning: " << iText << '\n';
 }
 
-/// Names that a line of the store cannot give back.
+/// Refuses names that a line of the store would change.
 void _checkName(const std::string& iName, const char* iWhat)
 {
     const PString name = ixlaWide(iName);
@@ -40,12 +40,12 @@ void _checkValue(const std::string& iValue)
     if (PBlank::trimmed(value.ptr(), value.len()).len != value.len())
     {
         throw PToolError("value \"" + shownText(value) +
-                             "\": the store keeps no blanks at the ends",
+                             "\": the store does not keep blanks at the ends",
                          eExitUsage);
     }
 }
 
-/// The request with its texts as the core takes them.
+/// The request, with its texts converted for the core.
 class Change
 {
 public:
@@ -71,7 +71,7 @@ public:
                                     : manager.removeStoredKey(fID, fKey);
     }
 
-    /// Whether the store has it, and then its text.
+    /// Whether the store has the entry, and its text.
     bool isStored(PString& oText) const;
 
     /// The line of the store without its value.
@@ -81,7 +81,7 @@ public:
                shownText(fAttribute);
     }
 
-    /// Where the store is, or where it would be.
+    /// The path of the store, which need not exist.
     std::string place() const
     {
         return shownText(fView.places().storePath());
@@ -108,9 +108,9 @@ bool Change::isStored(PString& oText) const
     for (const ConfigLine& line : store.lines())
     {
         const bool matches = line.kind == ConfigLine::eEntry && line.key.text == key;
-        // A key whose value was left out has an empty one.
+        // A key without a value in the store has an empty one.
         const bool counts = matches && (fAttribute.len() == 0 || line.attribute.text == fAttribute);
-        // Later values replace earlier ones, attributes stay as first given.
+        // The last value counts, and the first text of an attribute.
         if (counts && line.attribute.text == fAttribute && !(found && fAttribute.len() > 0))
         {
             oText = line.value.text;
@@ -120,7 +120,7 @@ bool Change::isStored(PString& oText) const
     return found;
 }
 
-/// Why the core refused, and what to do.
+/// The reason for a refused operation, and a fix.
 std::string _advice(int iResult, const Change& iChange, const PConfigView& iView)
 {
     const std::string code = ixlaResultText(iResult);
@@ -160,7 +160,7 @@ void _checkNames(const StoreRequest& iRequest)
     }
 }
 
-/// What the change does besides, told before it is made.
+/// Warns of side effects before the change is made.
 void _warnBefore(const PConfigView& iView)
 {
     const std::vector<std::string> others = findOtherCores();
@@ -204,7 +204,7 @@ void _store(const StoreRequest& iRequest)
     std::cout << change.place() << ": " << change.name() << " = " << shownText(stored) << '\n';
 }
 
-/// A stored value that nobody will read.
+/// Warns of a stored value that is never read.
 void _warnHidden(const StoreRequest& iRequest)
 {
     const PConfigView view(iRequest.options, PConfigView::eRead);

@@ -7,7 +7,7 @@
 
 #include <string>
 
-/// What to store or to remove; names are bytes as given.
+/// The arguments of a subcommand; names are bytes as given.
 struct StoreRequest
 {
     ConfigOptions options;
@@ -18,8 +18,8 @@ struct StoreRequest
     bool hasAttribute = false;
 };
 
-/// Each prints the line of the store and returns an exit code; what somebody should know goes to
-/// the standard error stream. They throw PToolError.
+/// Each prints the line of the store and returns an exit code; warnings go to the standard error
+/// stream. They throw PToolError.
 int runStore(const StoreRequest& iRequest);
 int runRemove(const StoreRequest& iRequest);
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// ixla-config: what is configured, why, and what is wrong with it.
+// ixla-config: explains, checks and changes plugin configurations.
 
 #include "config/CheckCommand.h"
 #include "config/PCoreSession.h"
@@ -15,9 +15,9 @@
 
 namespace
 {
-constexpr char kDescription[] = "Tells what a core makes of a configuration directory, finds "
-                                "mistakes in its files, and changes "
-                                "its store.";
+constexpr char kDescription[] =
+    "Shows the values that a core reads from a configuration directory, "
+    "finds mistakes in its files, and changes its store.";
 
 constexpr char kExamples[] = R"(
 Examples:
@@ -30,7 +30,7 @@ Examples:
 Exit codes: 0 done, 1 not found, errors found, refused by the core or standard output not written,
 2 wrong usage.)";
 
-/// What the command line says.
+/// The parsed command line.
 struct Arguments
 {
     ReadRequest read;
@@ -62,7 +62,7 @@ void _addReaders(CLI::App& ioTool, ReadRequest& oRequest)
     keys->add_flag("--json", oRequest.json, json);
     keys->add_flag("-v,--verbose", oRequest.verbose, "with the value of each key");
 
-    CLI::App* const get = ioTool.add_subcommand("get", "The value of a key, as it stands");
+    CLI::App* const get = ioTool.add_subcommand("get", "The value of a key, unchanged");
     _addKey(*get, oRequest.id, oRequest.key);
     _addAttribute(*get, oRequest.attribute, "the text of this attribute instead");
     get->add_flag("--json", oRequest.json, json);
@@ -78,7 +78,7 @@ void _addCheck(CLI::App& ioTool, CheckRequest& oRequest)
     CLI::App* const check = ioTool.add_subcommand("check", "Mistakes in configuration files");
     check->add_option("FILE", oRequest.files, "configuration file")->required();
     check->add_flag("--store", oRequest.isStore, "the files are stores, with keys ID|key");
-    check->add_flag("--strict", oRequest.strict, "warnings fail, too");
+    check->add_flag("--strict", oRequest.strict, "exit with 1 for warnings too");
     check->add_flag("--json", oRequest.json, "print JSON");
 }
 
@@ -91,7 +91,7 @@ void _addWriters(CLI::App& ioTool, StoreRequest& oRequest)
 
     CLI::App* const remove = ioTool.add_subcommand("remove", "Remove a value from the store");
     _addKey(*remove, oRequest.id, oRequest.key);
-    _addAttribute(*remove, oRequest.attribute, "remove this attribute alone");
+    _addAttribute(*remove, oRequest.attribute, "remove this attribute only");
 }
 
 void _describe(CLI::App& ioTool, Arguments& oArguments)
@@ -211,7 +211,7 @@ int _mainOrError(int iCount, char** iArguments)
 int main(int iCount, char** iArguments)
 {
     // NOLINTNEXTLINE(concurrency-mt-unsafe): no thread was begun yet
-    ::unsetenv("LOG_IXLACORE"); // the log of this core interests nobody
+    ::unsetenv("LOG_IXLACORE"); // the log of this core is of no use to the caller
     PStandardOutput output("ixla-config");
     return output.exitCode(_mainOrError(iCount, iArguments));
 }

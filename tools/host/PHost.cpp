@@ -32,23 +32,24 @@ void _notify(const char* iState)
     }
 }
 
-/// What mends a failed start; null where only the log knows.
+/// Advice for a failed start; null if only the log has the reason.
 const char* _advise(int iResult)
 {
     switch (iResult)
     {
     case eIxlaMissingCoreKey:
-        return "core.plugins.config.dir and core.plugins.log.dir are needed, in the property file "
+        return "core.plugins.config.dir and core.plugins.log.dir are required, in the property "
+               "file "
                "or as arguments";
     case eIxlaNoPluginsDir:
-        return "core.plugins.dir is needed, in the property file or as an argument";
+        return "core.plugins.dir is required, in the property file or as an argument";
     case eIxlaCoreConfigFailed:
-        return "the property file must be there and have \"=\" in every line; ixla-config check "
-               "FILE finds what is wrong with it";
+        return "the property file must exist and have \"=\" in every line; ixla-config check "
+               "FILE finds the mistakes";
     case eIxlaInterfaceRegistered:
     case eIxlaNullPlugin:
     case -ENOEXEC:
-        return "ixla-inspect DIR shows which library is wrong, and why";
+        return "ixla-inspect DIR shows which library is faulty, and why";
     default:
         return nullptr;
     }
@@ -64,7 +65,7 @@ PHost::~PHost()
 {
     if (fStarted)
     {
-        ixlaStop(); // whatever comes of it, what ended the run is what to tell
+        ixlaStop(); // its result is ignored: the exception is reported
     }
 }
 
@@ -187,7 +188,7 @@ EExitCode PHost::stop(EExitCode iSoFar)
     return code == eExitOk ? eExitStopFailed : code;
 }
 
-// Written at once, for those who follow the output through a pipe.
+// Flushes each line, for readers of a pipe.
 EExitCode PHost::say(const std::string& iText)
 {
     std::cout << "ixla-host: " << iText << '\n';
@@ -198,7 +199,7 @@ EExitCode PHost::say(const std::string& iText)
 EExitCode PHost::complainOfReadyFile(int iError) const
 {
     _complain("the ready file " + fOptions.fReadyFile +
-              (iError == EEXIST ? " is no regular file; name another"
+              (iError == EEXIST ? " is not a regular file; choose another one"
                                 : " cannot be written or removed: " + _systemText(iError)));
     return eExitReadyFile;
 }
@@ -209,15 +210,16 @@ void PHost::tellLog() const
     const int error = access(path.c_str(), R_OK) == 0 ? 0 : errno;
     if (path.empty())
     {
-        _complain("the argument core.log.file=FILE makes a log that says why");
+        _complain("the argument core.log.file=FILE enables a log with the reason");
     }
     else if (error == 0)
     {
-        _complain("the core log says why: " + path);
+        _complain("the core log has the reason: " + path);
     }
     else
     {
-        _complain("there is no core log " + path + ": " + _systemText(error) +
-                  "; with LOG_IXLACORE=1 in the environment it comes to the standard error stream");
+        _complain(
+            "there is no core log " + path + ": " + _systemText(error) +
+            "; with LOG_IXLACORE=1 in the environment it also goes to the standard error stream");
     }
 }

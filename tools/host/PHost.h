@@ -14,7 +14,8 @@
 class PHost
 {
 public:
-    /// Made before any thread, because of the signals. iOptions and ioOutput must stay.
+    /// Create the object before any thread, because it blocks signals. iOptions and ioOutput are
+    /// borrowed and must outlive it.
     PHost(const PHostOptions& iOptions, PStandardOutput& ioOutput);
 
     /// Stops the core when an exception has ended the run.
@@ -23,8 +24,8 @@ public:
     PHost(const PHost&) = delete;
     PHost& operator=(const PHost&) = delete;
 
-    /// Starts the core, serves until it is time to stop, and stops it again. A signal that comes
-    /// during the start stops the core as soon as that is over.
+    /// Starts the core, waits for a signal or the time limit, and stops the core. A signal that
+    /// arrives during the start stops the core after the start.
     EExitCode run();
 
 private:
@@ -34,8 +35,8 @@ private:
     EExitCode initialiseRequired() const;
     EExitCode serve();
     EExitCode stop(EExitCode iSoFar);
-    /// Returns eExitOutputFailed when something could not be written. A reader that goes away is
-    /// none of the host's business.
+    /// Returns eExitOutputFailed when some output could not be written. The exit of a reader is not
+    /// an error.
     EExitCode say(const std::string& iText);
     EExitCode complainOfReadyFile(int iError) const;
     void tellLog() const;

@@ -14,11 +14,11 @@ namespace
 {
 constexpr char kVersion[] = "ixla-host " IXLAL_VERSION;
 constexpr char kDescription[] =
-    "Runs the core with any set of plugins until a signal comes.\n"
-    "SIGINT, SIGTERM and SIGHUP stop it in good order, a second signal ends it at once.\n";
+    "Runs the core with any set of plugins until a signal arrives.\n"
+    "SIGINT, SIGTERM and SIGHUP stop it in an orderly way, a second signal ends it at once.\n";
 constexpr char kFooter[] =
     "Exit codes:\n"
-    "  0      stopped in good order\n"
+    "  0      stopped without errors\n"
     "  1      the core did not start, or the standard output cannot be written\n"
     "  2      the command line is wrong\n"
     "  3      no plugin offers a required interface\n"
@@ -26,7 +26,7 @@ constexpr char kFooter[] =
     "  5      the ready file cannot be written or removed\n"
     "  6      the stop failed\n"
     "  7      the host itself failed, for lack of memory or threads\n"
-    "  128+N  a second signal, number N, ended it\n"
+    "  128+N  a second signal, number N, ended the process\n"
     "\n"
     "Examples:\n"
     "  ixla-host --prs /etc/ixlal/core.prs --require com.example.ixla.hello\n"
@@ -38,7 +38,7 @@ std::string _checkArgument(const std::string& iArgument)
 {
     const std::size_t equals = iArgument.find('=');
     const bool isKeyValue = iArgument.find_first_not_of(" \t") < equals;
-    return isKeyValue && equals != std::string::npos ? "" : "'" + iArgument + "' is no KEY=VALUE";
+    return isKeyValue && equals != std::string::npos ? "" : "'" + iArgument + "' is not KEY=VALUE";
 }
 
 std::string _checkText(const std::string& iText)
@@ -46,13 +46,13 @@ std::string _checkText(const std::string& iText)
     return iText.empty() ? "the text is empty" : "";
 }
 
-/// A decimal number: CLI11 would take one that begins with 0 for octal.
+/// Converts a decimal number; CLI11 would treat a leading 0 as octal.
 int _toSeconds(const std::string& iText)
 {
     int seconds = 0;
     if (PUtils::strToInt32(ixlaWide(iText), seconds) != 0 || seconds < 0)
     {
-        throw CLI::ValidationError("--seconds", "'" + iText + "' is no number of seconds");
+        throw CLI::ValidationError("--seconds", "'" + iText + "' is not a number of seconds");
     }
     return seconds;
 }
@@ -93,22 +93,25 @@ void PHostOptions::read(CLI::App& ioApp, int iCount, const char* const* iArgumen
     std::vector<std::string> arguments;
     ioApp.footer(kFooter);
     ioApp.set_version_flag("--version", kVersion, "Print the version and exit");
-    ioApp.add_option("--prs", propertyFile, "Property file of the core; as core.prs.file=FILE")
+    ioApp
+        .add_option("--prs", propertyFile,
+                    "Property file of the core, the same as core.prs.file=FILE")
         ->option_text("FILE")
         ->check(_checkText);
     ioApp
-        .add_option("--require", fRequired,
-                    "Interface that must be there and initialise; repeatable")
+        .add_option("--require", fRequired, "Interface that must exist and initialise; repeatable")
         ->option_text("ID")
         ->allow_extra_args(false)
         ->check(_checkText);
-    ioApp.add_option("--ready-file", fReadyFile, "Holds the process number while all is ready")
+    ioApp
+        .add_option("--ready-file", fReadyFile,
+                    "File with the process number while everything is ready")
         ->option_text("FILE")
         ->check(_checkText);
     ioApp
         .add_option_function<std::string>(
             "--seconds", [this](const std::string& text) { fSeconds = _toSeconds(text); },
-            "Stop so long after all is ready")
+            "Stop N seconds after everything is ready")
         ->option_text("N");
     ioApp.add_option("arguments", arguments, "Arguments of the core")
         ->option_text("KEY=VALUE ...")
@@ -143,7 +146,7 @@ std::string PHostOptions::pathOf(const wchar_t* iKey) const
         PString value;
         if (PUtils::getKeyValue(argument, key, value, L'=') == 0 && key.cmp(iKey) == 0)
         {
-            path = value; // as for the core, the last one counts
+            path = value; // the last one counts, as in the core
         }
     }
     PUtils::fixFileSeparator(path);

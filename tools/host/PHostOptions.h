@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// PHostOptions: what the command line of ixla-host asks for.
+// PHostOptions: the parsed command line of ixla-host.
 #ifndef IXLAL_TOOLS_PHOSTOPTIONS_H
 #define IXLAL_TOOLS_PHOSTOPTIONS_H
 
@@ -21,8 +21,8 @@ public:
         eNoLimit = -1
     };
 
-    /// Reads the command line. Returns false when there is nothing to run, because it asks for help
-    /// or is wrong; what there is to say is printed then, and oExitCode set.
+    /// Reads the command line. Returns false when the command line asks for help or is wrong; the
+    /// text is printed then, and oExitCode is set.
     bool parse(int iCount, const char* const* iArguments, int& oExitCode);
 
     /// The path that the core argument iKey names; empty when it is not among the arguments.

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// PNotifySocket: how a service manager hears what its service is doing.
+// PNotifySocket: notifies a service manager of the state of its service.
 #ifndef IXLAL_TOOLS_PNOTIFYSOCKET_H
 #define IXLAL_TOOLS_PNOTIFYSOCKET_H
 
@@ -8,7 +8,7 @@
 struct PNotifySocket
 {
     /// Sends iState, such as "READY=1", to the socket that NOTIFY_SOCKET names; does nothing
-    /// without one. Returns 0 or the errno of what failed. [any thread]
+    /// without one. Returns 0 or the errno of the failed call. [any thread]
     static int send(std::string_view iState);
 };
 

@@ -48,7 +48,7 @@ PReadyFile::PReadyFile(std::string iPath) : fPath(std::move(iPath))
 
 PReadyFile::~PReadyFile()
 {
-    withdraw(); // nobody is left to be told
+    withdraw(); // its result is ignored: a destructor cannot report it
 }
 
 int PReadyFile::prepare()
@@ -80,7 +80,7 @@ int PReadyFile::publish()
     }
     if (result != 0)
     {
-        _remove(fresh); // the first failure is the one to tell
+        _remove(fresh); // its result is ignored: the first failure is returned
     }
     fPublished = result == 0;
     return result;

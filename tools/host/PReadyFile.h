@@ -1,30 +1,30 @@
 // SPDX-License-Identifier: MIT
-// PReadyFile: a file that is there while everything is ready, and holds the process number.
+// PReadyFile: a file that exists while everything is ready, and contains the process number.
 #ifndef IXLAL_TOOLS_PREADYFILE_H
 #define IXLAL_TOOLS_PREADYFILE_H
 
 #include <string>
 
-/// Members return 0 or the errno of what failed. With an empty path all of them do nothing.
+/// Members return 0 or the errno of the failed call. With an empty path all of them do nothing.
 class PReadyFile
 {
 public:
     explicit PReadyFile(std::string iPath);
 
-    /// Takes the file down if it is still there.
+    /// Removes the file if it still exists.
     ~PReadyFile();
 
     PReadyFile(const PReadyFile&) = delete;
     PReadyFile& operator=(const PReadyFile&) = delete;
 
-    /// Removes what an earlier process left, and looks whether the file can be made. Anything but
-    /// a regular file stays and fails with EEXIST.
+    /// Removes the file of an earlier process, and checks whether the file can be created. Anything
+    /// but a regular file is kept, and the result is EEXIST.
     int prepare();
 
-    /// Makes the file, complete from its first moment.
+    /// Creates the file atomically.
     int publish();
 
-    /// Removes the file if this object has made it.
+    /// Removes the file if this object created it.
     int withdraw();
 
 private:

@@ -21,7 +21,7 @@ bool _isIgnored(int iSignal)
     return sigaction(iSignal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
 }
 
-/// A handler, because programs that plugins start would inherit an ignored signal.
+/// Installs a handler, because programs started by plugins would inherit an ignored signal.
 void _disarmSigpipe()
 {
     struct sigaction action = {};
@@ -57,7 +57,7 @@ PStopSignals::~PStopSignals()
         const std::lock_guard<std::mutex> lock(fMutex);
         fEnding = true;
     }
-    pthread_kill(fListener.native_handle(), SIGINT); // the thread is there until it is joined
+    pthread_kill(fListener.native_handle(), SIGINT); // valid until the thread is joined
     fListener.join();
 }
 
@@ -109,14 +109,14 @@ bool PStopSignals::isEnding() const
 
 void PStopSignals::take(int iSignal)
 {
-    // Straight to the descriptor: a thread that hangs may hold the stream.
+    // Writes to the descriptor, because a hanging thread may hold the lock of the stream.
     const char* const name = sigabbrev_np(iSignal);
     if (hasCome())
     {
-        dprintf(STDERR_FILENO, "ixla-host: SIG%s again, ends at once\n", name);
+        dprintf(STDERR_FILENO, "ixla-host: SIG%s again, exiting at once\n", name);
         _exit(kSignalled + iSignal);
     }
-    dprintf(STDERR_FILENO, "ixla-host: SIG%s, stops; a second signal ends it at once\n", name);
+    dprintf(STDERR_FILENO, "ixla-host: SIG%s, stopping; a second signal exits at once\n", name);
     {
         const std::lock_guard<std::mutex> lock(fMutex);
         fHasCome = true;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// PStopSignals: the signals that stop the host, taken by a thread of their own.
+// PStopSignals: handles the signals that stop the host, on a dedicated thread.
 #ifndef IXLAL_TOOLS_PSTOPSIGNALS_H
 #define IXLAL_TOOLS_PSTOPSIGNALS_H
 
@@ -10,30 +10,29 @@
 #include <optional>
 #include <thread>
 
-/// The first SIGINT, SIGTERM or SIGHUP is kept for whoever asks; the second ends the process at
-/// once with the exit code 128 and its number. SIGHUP is left alone when the host was started with
-/// it ignored, as nohup does.
+/// The first SIGINT, SIGTERM or SIGHUP is recorded; the second ends the process at once with the
+/// exit code 128 plus its number. SIGHUP stays ignored when the host was started with it ignored,
+/// as nohup does.
 ///
-/// A write to a closed pipe fails instead of ending the process, for plugins too. The programs that
-/// they start see SIGPIPE as usual, but inherit the blocked signals from the thread that starts
-/// them.
+/// A write to a closed pipe fails instead of ending the process, also in plugins. Programs started
+/// by plugins get SIGPIPE as usual, but inherit the blocked signals.
 class PStopSignals
 {
 public:
-    /// Blocks the signals for the calling thread and all that it starts, and begins to wait for
-    /// them. Made before any other thread. Throws std::system_error.
+    /// Blocks the signals for the calling thread and all threads that it creates, and starts to
+    /// wait for them. Create the object before any other thread. Throws std::system_error.
     PStopSignals();
 
-    /// Ends the waiting. The signals stay blocked.
+    /// Stops waiting. The signals stay blocked.
     ~PStopSignals();
 
     PStopSignals(const PStopSignals&) = delete;
     PStopSignals& operator=(const PStopSignals&) = delete;
 
-    /// Whether a signal has come. [any thread]
+    /// Whether a signal has arrived. [any thread]
     bool hasCome() const;
 
-    /// Returns when a signal has come or iLimit has passed. [any thread]
+    /// Returns when a signal has arrived or iLimit has passed. [any thread]
     void wait(std::optional<std::chrono::seconds> iLimit) const;
 
 private:
@@ -46,7 +45,7 @@ private:
     mutable std::condition_variable fChanged;
     bool fHasCome = false;
     bool fEnding = false;
-    std::thread fListener; // last: it uses all of the above
+    std::thread fListener; // last: it uses all members above
 };
 
 #endif

@@ -28,8 +28,8 @@ PString _path(const char* iPath)
     return PString(characters.data(), static_cast<unsigned int>(count));
 }
 
-/// The memory that this process has written and shares with nobody, in bytes; -1 when the system
-/// does not tell. What was only read may go at any time, and is shared as soon as others read it.
+/// The private dirty memory of this process in bytes; -1 when unknown. Clean pages are not counted,
+/// because the system may drop or share them at any time.
 std::int64_t _privateMemory()
 {
     std::ifstream figures("/proc/self/smaps_rollup");
@@ -61,7 +61,7 @@ void PProbe::run(const char* iPath)
     {
         return;
     }
-    // A library without a factory is no failure: the core leaves it alone.
+    // A library without a factory is no failure: the core skips it.
     void* const factory = fLibrary->getFunction(kFactorySymbol);
     if (!factory || (create(factory) && list()))
     {
@@ -82,7 +82,7 @@ bool PProbe::load(const char* iPath)
     if (result != 0)
     {
         PString reason;
-        PLibrary::getLoadError(reason); // without memory for it there is no reason
+        PLibrary::getLoadError(reason); // fails for lack of memory only; the reason is empty then
         return fail(result, ixlaNarrow(reason));
     }
     fLibrary = PPtr<PLibrary>::adopt(loaded);
@@ -100,7 +100,7 @@ bool PProbe::create(void* iFactory)
     {
         return false;
     }
-    return fPlugin || fail(eIxlaNullPlugin, "the factory returned nothing");
+    return fPlugin || fail(eIxlaNullPlugin, "the factory returned null");
 }
 
 bool PProbe::list()
@@ -137,7 +137,7 @@ void PProbe::write(const nlohmann::json& iLine) const
         const ssize_t count = ::write(fDescriptor, text.data() + written, text.size() - written);
         if (count <= 0)
         {
-            return; // whoever reads misses the line, and takes the probe for dead before it
+            return; // the reader misses the line and reports that the probe died before it
         }
         written += static_cast<std::size_t>(count);
     }

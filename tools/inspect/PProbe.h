@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// PProbe: loads one plugin library as the core does, and writes down how far it got.
+// PProbe: loads one plugin library as the core does, and reports its progress.
 #ifndef IXLAL_TOOLS_PPROBE_H
 #define IXLAL_TOOLS_PPROBE_H
 
@@ -12,22 +12,22 @@
 #include <nlohmann/json_fwd.hpp>
 #include <string>
 
-/// Each step is a line of JSON, written before the step is taken, so that the last line tells where
-/// a process died. Later lines add to what earlier ones say:
-///   stage       what is being done: "load", "create", "list", "release", "done"
-///   built_in    IDs of the services that the core brings
-///   load_ms     how long loading the library took
-///   memory      bytes of private memory by which the process has grown; left out when unknown
+/// Writes a line of JSON before each step, so that the last line shows where the process died.
+/// Later lines add to earlier ones:
+///   stage       the step: "load", "create", "list", "release", "done"
+///   built_in    IDs of the built-in services
+///   load_ms     time for loading the library
+///   memory      growth of the private memory in bytes; omitted when unknown
 ///   interfaces  the IDs that the plugin offers
-///   result      the result that the core would end its start with
-///   reason      why, in words
+///   result      the result with which the core's start would fail
+///   reason      the reason as text
 class PProbe
 {
 public:
-    /// Writes to iDescriptor, which stays the caller's.
+    /// Writes to iDescriptor, which is borrowed.
     explicit PProbe(int iDescriptor);
 
-    /// Goes through all steps with the library at iPath, or until one fails.
+    /// Runs all steps with the library at iPath, until one fails.
     void run(const char* iPath);
 
 private:
@@ -43,7 +43,7 @@ private:
     const int fDescriptor;
     std::int64_t fMemoryBefore = -1;
     PPtr<PLibrary> fLibrary;
-    PBaseptr<IPlugin> fPlugin; // goes before its library
+    PBaseptr<IPlugin> fPlugin; // last: destroyed before its library
 };
 
 #endif

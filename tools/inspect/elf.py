@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: MIT
-"""What the dynamic loader reads of an ELF file.
+"""The parts of an ELF file that the dynamic loader reads.
 
-pyelftools reads the tables; where they are comes from the dynamic segment, because a library may
-lack the section headers. The files to look at include those that are damaged.
+pyelftools reads the tables. The dynamic segment gives their places, because a library may lack the
+section headers. Files may be damaged.
 """
 
 import mmap
@@ -32,13 +32,13 @@ TYPES = {1: "object file", 2: "program", 3: "shared library", 4: "core dump"}
 DF_1_PIE = 0x08000000
 VER_FLG_WEAK = 2
 VERSION_NUMBER = 0x7fff  # without the bit that hides a version
-# What pyelftools raises, or lets through, when a file does not hold what it should.
+# Exceptions of pyelftools for damaged files.
 DAMAGE = (ELFError, ConstructError, struct.error, ArithmeticError, AssertionError, AttributeError,
           LookupError, MemoryError, RecursionError, TypeError, ValueError)
 
 
 class ElfError(Exception):
-    """The file is no ELF file, or a damaged one."""
+    """The file is not an ELF file, or it is damaged."""
 
 
 class Symbol(NamedTuple):
@@ -57,12 +57,12 @@ class RequiredVersion(NamedTuple):
 
 @dataclass
 class Image:
-    """One ELF file; the dynamic part is empty when there is none."""
+    """One ELF file; the dynamic part may be empty."""
 
     bits: int
     machine: str
     type: str
-    missing_bytes: int = 0  # that the loader would map behind the end of the file
+    missing_bytes: int = 0  # that the loader would map after the end of the file
     soname: str = ""
     needed: list[str] = field(default_factory=list)
     rpath: list[str] = field(default_factory=list)
@@ -77,7 +77,7 @@ class Image:
 
     @cached_property
     def exports(self) -> dict[str, set[str | None]]:
-        """The versions of each symbol that others may use."""
+        """The versions of each exported symbol."""
         exports: dict[str, set[str | None]] = {}
         for symbol in self.symbols:
             if symbol.exported:
@@ -88,7 +88,7 @@ class Image:
         versions = self.exports.get(wanted.name)
         if not versions:
             return False
-        # Without versions of its own a library supplies any.
+        # A library without versions matches every version.
         return wanted.version is None or not self.defined_versions or wanted.version in versions
 
 
@@ -105,7 +105,7 @@ def read_header(path: Path) -> Image:
 
 
 def defines_privately(path: Path, name: str) -> bool:
-    """Whether the linker's symbols, which the loader does not see, define a name."""
+    """Whether the linker's symbols, which the loader does not use, define a name."""
     with _map(path) as data, _damage_told():
         return any(entry.name == name and _is_defined(entry)
                    for table in _sections(data, "SHT_SYMTAB")
@@ -121,7 +121,7 @@ def _map(path: Path) -> Iterator[mmap.mmap]:
             raise ElfError("is empty") from None
     with data:
         if data[:4] != b"\x7fELF":
-            raise ElfError("is no ELF file")
+            raise ElfError("is not an ELF file")
         yield data
 
 
@@ -130,11 +130,11 @@ def _damage_told() -> Iterator[None]:
     try:
         yield
     except DAMAGE:
-        raise ElfError("is damaged: a part of it is not what it should be, or not there") from None
+        raise ElfError("is damaged: a part of it is invalid or missing") from None
 
 
 def _sections(data: mmap.mmap, kind: str) -> list[Section]:
-    """None when they are damaged, because nobody needs them for loading."""
+    """Empty when they are damaged, because loading does not need them."""
     try:
         with _damage_told():
             elf = ELFFile(data)
@@ -151,7 +151,8 @@ def _is_defined(entry: Entry) -> bool:
 
 
 def _until_end(entries: Iterable, step: str) -> Iterator:
-    """The last entry of a chain is the one without a step, whatever its count says."""
+    """The entries of a chain up to the one without a step, which is the last one; the count may be
+    wrong."""
     for entry in entries:
         yield entry
         if (entry[0] if isinstance(entry, tuple) else entry)[step] == 0:
@@ -159,14 +160,14 @@ def _until_end(entries: Iterable, step: str) -> Iterator:
 
 
 class _LoadedFile(ELFFile):
-    """A file as the loader sees it."""
+    """A file without section headers, as for the loader."""
 
     def num_sections(self) -> int:
         return 0
 
 
 class _Names:
-    """A string table; its texts need not be UTF-8."""
+    """A string table; its texts may be invalid UTF-8."""
 
     def __init__(self, data: mmap.mmap, offset: int) -> None:
         self.data = data
@@ -177,7 +178,7 @@ class _Names:
         start = self.offset + index
         end = self.data.find(b"\0", start, self.end)
         if end < 0:
-            raise ElfError(f"is damaged: there is no text {index:#x} among its names")
+            raise ElfError(f"is damaged: its string table has no text {index:#x}")
         return self.data[start:end].decode(errors="surrogateescape")
 
 
@@ -198,7 +199,7 @@ class _Reader:
         image = self.header()
         size = self.elf.structs.Elf_Phdr.sizeof()
         if self.elf["e_phnum"] and self.elf["e_phentsize"] != size:
-            raise ElfError(f"is damaged: its program headers are not of {size} bytes")
+            raise ElfError(f"is damaged: the size of its program headers is not {size} bytes")
         segments = list(self.elf.iter_segments())
         image.missing_bytes = max([0] + [each["p_offset"] + each["p_filesz"] - len(self.data)
                                          for each in segments if each["p_type"] == "PT_LOAD"])
@@ -224,7 +225,7 @@ class _Reader:
     @staticmethod
     def required(offset: int | None) -> int:
         if offset is None:
-            raise ElfError("is damaged: its dynamic segment refers to what is not there")
+            raise ElfError("is damaged: its dynamic segment refers to a missing table")
         return offset
 
     def values(self, tag: str) -> list[int]:
@@ -239,10 +240,10 @@ class _Reader:
                              if addresses else None)
 
     def table(self, tag: str, count: int, size: int = 0) -> dict[str, int]:
-        """What a section header would say of a table."""
+        """The section header of a table."""
         offset = self.offset(tag)
         if not 0 <= count * size <= len(self.data) - offset:
-            raise ElfError(f"is damaged: it has no room for {count} symbols")
+            raise ElfError(f"is damaged: it is too small for {count} symbols")
         return {"sh_offset": offset, "sh_size": count * size, "sh_entsize": size,
                 "sh_info": count, "sh_flags": 0, "sh_addralign": 1}
 
@@ -260,7 +261,8 @@ class _Reader:
                          for entry, number in zip(entries, self.version_numbers(count))]
 
     def symbol_count(self, segment: DynamicSegment) -> int:
-        """A hash table, which is always there, need not count what a library only uses."""
+        """The section header is preferred: the hash table, which always exists, may omit undefined
+        symbols."""
         tables = _sections(self.data, "SHT_DYNSYM")
         return tables[0].num_symbols() if tables else segment.num_symbols()
 

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""What is found out about one library, and the judgement of it."""
+"""Inspects one library and finds its problems."""
 
 import os
 import re
@@ -13,7 +13,7 @@ from loader import Host, Loaded, find_missing, needed_libraries
 
 FACTORY = "_Z13ixlaGetPluginv"
 DEFAULT_PRODUCT = "32-bit i386"
-# What every linker exports without being asked.
+# Symbols that every linker exports.
 LINKER_SYMBOLS = {"_init", "_fini", "_edata", "_end", "__bss_start"}
 
 
@@ -22,7 +22,7 @@ class Library:
     path: Path
     image: Image | None = None
     needed: list[Loaded] = field(default_factory=list)
-    missing: list[str] = field(default_factory=list)  # what the loader will say, as far as is known
+    missing: list[str] = field(default_factory=list)  # expected errors of the loader
     undefined: list[str] = field(default_factory=list)
     has_factory: bool = False
     outcome: probe.Outcome | None = None
@@ -56,7 +56,7 @@ class Inspector:
         self.built_in: list[str] = []
 
     def inspect(self, path: Path, named: bool) -> Library:
-        """named says that somebody takes the file for a plugin, and no directory had it."""
+        """named: the file itself was given on the command line, so it should be a plugin."""
         library = Library(path)
         try:
             self._read(library)
@@ -72,7 +72,7 @@ class Inspector:
 
     def _read(self, library: Library) -> None:
         if not stat.S_ISREG(library.path.stat().st_mode):
-            library.problems.append("the file is no regular file")
+            library.problems.append("the file is not a regular file")
             return
         image = library.image = read_image(library.path)
         if image.kind != self.product:
@@ -97,7 +97,7 @@ class Inspector:
         if near:
             library.problems.append(f"has no factory {FACTORY}, but {near}")
         elif named:
-            library.problems.append(f"has no factory {FACTORY} and so is no plugin")
+            library.problems.append(f"has no factory {FACTORY} and is therefore not a plugin")
         else:
             library.hints.append("has no factory: the core skips it")
 
@@ -116,10 +116,10 @@ class Inspector:
         library.undefined = missing.symbols
         for loaded in missing.libraries:
             user = "" if loaded.needed_by == library.path.name else f" (for {loaded.needed_by})"
-            library.missing.append(f"needs {loaded.name}{user}, which is nowhere the loader looks")
-        library.missing += [f"needs the version {version}, which is not there"
+            library.missing.append(f"needs {loaded.name}{user}, which the loader does not find")
+        library.missing += [f"needs the version {version}, which does not exist"
                             for version in missing.versions]
-        library.missing += [f"undefined symbol, which nothing that it needs supplies: {name}"
+        library.missing += [f"undefined symbol, defined by none of its libraries: {name}"
                             for name in missing.symbols]
 
     def _load(self, library: Library) -> None:
@@ -129,7 +129,7 @@ class Inspector:
         outcome = library.outcome = probe.load(self.probe, library.path, self.limit)
         self.built_in = self.built_in or outcome.built_in
         if outcome.load_ms is not None:
-            library.hints += [f"{each}; the loader takes it all the same"
+            library.hints += [f"{each}; the loader accepts it nevertheless"
                               for each in library.missing]
         else:
             library.problems += library.missing
@@ -137,11 +137,11 @@ class Inspector:
             result = f"; the core ends its start with {outcome.result}" if outcome.result else ""
             library.problems.append(outcome.failure + result)
         if not outcome.failure and library.has_factory and not outcome.interfaces:
-            library.hints.append("offers no interface, so nobody can ask for it")
+            library.hints.append("offers no interface, so it cannot be requested")
 
 
 def find_duplicates(libraries: list[Library], built_in: list[str]) -> None:
-    """Each ID belongs to whom the core would ask for it first."""
+    """Each ID belongs to the first library that offers it, in the core's order."""
     owners: dict[str, str] = dict.fromkeys(built_in, "the core itself")
     for library in libraries:
         for interface in dict.fromkeys(library.interfaces):

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Where the dynamic loader finds what a library needs, and what is missing then."""
+"""Finds the libraries that a library needs, like the dynamic loader, and what is missing."""
 
 import glob
 import os
@@ -14,17 +14,17 @@ CONFIGURATION = Path("/etc/ld.so.conf")
 
 @dataclass
 class Loaded:
-    """A library in the order in which the loader gets to it."""
+    """A library, in the order of the loader."""
 
-    name: str  # as the one that needs it calls it
+    name: str  # as in the library that needs it
     needed_by: str
-    path: Path | None = None  # none when it is nowhere
+    path: Path | None = None  # None when it is not found
     image: Image | None = None
 
 
 @dataclass
 class Missing:
-    """What keeps a library from being loaded."""
+    """The reasons why a library cannot be loaded."""
 
     libraries: list[Loaded] = field(default_factory=list)
     versions: list[str] = field(default_factory=list)
@@ -32,7 +32,7 @@ class Missing:
 
 
 class Host:
-    """The libraries that a process has already when it loads a plugin: those of our programs."""
+    """The libraries that a host has loaded before a plugin: those of our programs."""
 
     def __init__(self, program: Path) -> None:
         self.image = read_image(program)
@@ -45,12 +45,12 @@ class Host:
 
 
 def needed_libraries(path: Path, image: Image, host: Host | None) -> list[Loaded]:
-    """All that a library needs, itself or through others."""
+    """All direct and indirect dependencies of a library."""
     return _closure(path, image, host.by_name if host else {})
 
 
 def find_missing(image: Image, libraries: list[Loaded], host: Host | None) -> Missing:
-    """Symbols are looked for only when all libraries are there: any of them might have it."""
+    """Symbols are searched only when no library is missing: a missing one might define them."""
     missing = Missing([loaded for loaded in libraries if not loaded.image])
     scope = [loaded for loaded in libraries + (host.libraries if host else []) if loaded.image]
     missing.versions = _missing_versions(image, scope)
@@ -117,7 +117,7 @@ def _expand(paths: list[str], user: Path) -> list[Path]:
 
 @cache
 def _read(path: Path, kind: str) -> Image | None:
-    """Libraries of another kind are passed over, as the loader does."""
+    """Libraries of another kind are skipped, as the loader does."""
     try:
         return read_image(path) if path.is_file() and read_header(path).kind == kind else None
     except (OSError, ElfError):

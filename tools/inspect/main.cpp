@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// ixla-probe: loads one plugin library for ixla-inspect and writes what comes of it to a
-// descriptor, in a process that the library may end.
+// ixla-probe: loads one plugin library for ixla-inspect, in a process that may die, and writes the
+// result to a descriptor.
 
 #include "inspect/PProbe.h"
 
@@ -17,12 +17,12 @@ namespace
 constexpr int kFailed = 1;
 constexpr int kUsage = 2;
 
-/// The library's death is nobody's business but ours, and nobody waits for us when our parent died.
+/// Disables core files, and ends this process with its parent.
 void _standAlone()
 {
     const rlimit none = {0, 0};
-    setrlimit(RLIMIT_CORE, &none);    // a core file is all that comes of a failure
-    prctl(PR_SET_PDEATHSIG, SIGKILL); // without it the probe ends a little later
+    setrlimit(RLIMIT_CORE, &none);    // on failure there are core files
+    prctl(PR_SET_PDEATHSIG, SIGKILL); // on failure the probe ends later
 }
 } // namespace
 

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Loads a library in a process of its own, which may die of it."""
+"""Loads a library in a separate process, which may die."""
 
 import json
 import os
@@ -21,10 +21,10 @@ STAGES = {
 
 @dataclass
 class Outcome:
-    """What came of loading a library; failure is empty when all went well."""
+    """The result of loading a library; failure is empty on success."""
 
     failure: str = ""
-    result: str = ""  # that the core would end its start with
+    result: str = ""  # with which the core's start would fail
     interfaces: list[str] = field(default_factory=list)
     built_in: list[str] = field(default_factory=list)
     load_ms: float | None = None
@@ -32,7 +32,7 @@ class Outcome:
 
 
 def find_probe(script: Path) -> Path | None:
-    """Both in a prefix and in a build tree the script is share/ixlal/NAME/NAME."""
+    """The script is share/ixlal/NAME/NAME in a prefix and in a build tree."""
     prefix = script.resolve().parents[3]
     for place in ("libexec/ixlal/ixla-probe", "libexec/ixla-probe"):
         if os.access(prefix / place, os.X_OK):
@@ -48,7 +48,7 @@ def load(probe: Path, library: Path, limit: float) -> Outcome:
 
 
 def _run(command: list[str], descriptor: int, limit: float) -> str:
-    """How the process ended; empty for the end that it has when nothing kills it."""
+    """How the process ended; empty for a normal end."""
     try:
         process = subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
                                    stderr=subprocess.DEVNULL, pass_fds=[descriptor],
@@ -67,7 +67,7 @@ def _run(command: list[str], descriptor: int, limit: float) -> str:
 
 
 def _kill_group(process: subprocess.Popen) -> None:
-    """Also what the library has started goes."""
+    """Also kills processes that the library has started."""
     try:
         os.killpg(process.pid, signal.SIGKILL)
     except ProcessLookupError:
@@ -88,7 +88,7 @@ def _read_lines(written: bytes) -> dict:
         try:
             facts.update(json.loads(line))
         except ValueError:
-            break  # the process died writing it
+            break  # the process died while writing it
     return facts
 
 

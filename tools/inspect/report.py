@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Shows libraries as a table for people, and as JSON for programs."""
+"""Prints libraries as a table or as JSON."""
 
 import json
 import os
@@ -57,7 +57,7 @@ def as_text(libraries: list[Library], verbose: bool) -> str:
 
 
 def _short_names(libraries: list[Library]) -> list[str]:
-    """File names, as long as all files are in one directory."""
+    """File names if all files are in one directory, otherwise paths."""
     together = len({library.path.parent for library in libraries}) == 1
     return [_printable(library.path.name if together else os.fspath(library.path))
             for library in libraries]
@@ -117,7 +117,7 @@ def _count(number: int, one: str, more: str) -> str:
 
 
 def _printable(text: str) -> str:
-    """Names come from strangers: nothing in them may steer the terminal."""
+    """Escapes control characters: names are untrusted and must not control the terminal."""
     return "".join(each if each.isprintable() else each.encode("unicode_escape").decode()
                    for each in text)
 

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""Writes the project of a new plugin: see --help."""
+"""Creates the project of a new plugin: see --help."""
 
 import argparse
 import re
@@ -22,12 +22,12 @@ examples:
   ixla-new-plugin load-sampler --id com.example.load --dir ~/src/load
 
 exit status:
-  0  the project is written
-  1  it cannot be written there, or the standard output cannot be written
-  2  the arguments make no sense
+  0  the project was created
+  1  the project or the standard output cannot be written
+  2  the command line is wrong
 """
 
-# Names that CMake and the project itself need for other things.
+# Names that CMake and the project use for other targets.
 RESERVED = frozenset(
     "all clean depend edit_cache help install ixlal list_install_components package "
     "package_source preinstall rebuild_cache test".split())
@@ -36,7 +36,7 @@ NAME_FORM = re.compile(r"[A-Za-z][A-Za-z0-9]*(?:[-_][A-Za-z0-9]+)*")
 ID_FORM = re.compile(r"[A-Za-z][A-Za-z0-9_-]*(?:\.[A-Za-z0-9_-]+)+")
 MAX_LENGTH = 100
 
-# Where each template goes.
+# The path of each template's file.
 FILES = {
     "CMakeLists.txt.in": "CMakeLists.txt",
     "IService.h.in": "I{Class}Service.h",
@@ -51,38 +51,38 @@ FILES = {
 
 
 class Refusal(Exception):
-    """What keeps the project from being written; the text is for the user."""
+    """The project cannot be written; the text is for the user."""
 
 
 def plugin_name(text: str) -> str:
-    """The argument NAME, as argparse takes types."""
+    """The argparse type of NAME."""
     if not NAME_FORM.fullmatch(text) or not 2 <= len(text) <= MAX_LENGTH:
         raise argparse.ArgumentTypeError(
-            f"{text!r} is no plugin name: use 2 to {MAX_LENGTH} letters and digits, with single "
+            f"{text!r} is not a plugin name: use 2 to {MAX_LENGTH} letters and digits, with single "
             "'-' or '_' between them and a letter in front, such as load-sampler")
     if text.lower() in RESERVED:
         raise argparse.ArgumentTypeError(
-            f"{text!r} means something else to the build: use another name")
+            f"{text!r} is reserved by the build: use another name")
     return text
 
 
 def interface_id(text: str) -> str:
-    """The argument of --id, as argparse takes types."""
+    """The argparse type of --id."""
     if not ID_FORM.fullmatch(text) or len(text) > MAX_LENGTH:
         raise argparse.ArgumentTypeError(
-            f"{text!r} is no interface ID: use a domain of yours in reverse and the name of the "
-            "service, such as com.example.greeter")
+            f"{text!r} is not an interface ID: use your domain in reverse order and the name "
+            "of the service, such as com.example.greeter")
     if text.lower().startswith(("com.kelvora.ixla.", "ixlap.")):
         raise argparse.ArgumentTypeError(
-            f"{text!r} stands among the IDs of the core itself: use a domain of yours")
+            f"{text!r} is reserved for the core: use your own domain")
     return text
 
 
 def parse_arguments() -> argparse.Namespace:
     parser = argparse.ArgumentParser(
         prog=TOOL, formatter_class=argparse.RawDescriptionHelpFormatter, epilog=EPILOG,
-        description="Writes a plugin project that builds, tests itself and can be loaded at once: "
-        "sources, CMake\nfile, configuration and a test. Existing files are never touched.")
+        description="Creates a complete plugin project: sources, CMake file, configuration and a "
+                    "test.\nExisting files are never changed.")
     parser.add_argument("name", metavar="NAME", type=plugin_name,
                         help="name of the plugin; its library is libNAME.so")
     parser.add_argument("--id", required=True, type=interface_id, metavar="REVERSE.DOMAIN.ID",
@@ -99,7 +99,7 @@ def class_name(name: str) -> str:
 
 
 def rendered(words: dict[str, str]) -> dict[Path, str]:
-    """The files of the project and their texts, with the words between @ put in."""
+    """The files of the project and their texts, with the words between @ replaced."""
     templates = Path(__file__).resolve().parent
     texts = {}
     for template, target in FILES.items():
@@ -113,13 +113,13 @@ def rendered(words: dict[str, str]) -> dict[Path, str]:
 def check_directory(directory: Path) -> None:
     if directory.is_dir():
         if any(directory.iterdir()):
-            raise Refusal(f"{directory}: is not empty: name another directory with --dir")
+            raise Refusal(f"{directory}: is not empty: choose another directory with --dir")
     elif directory.exists() or directory.is_symlink():
-        raise Refusal(f"{directory}: is there and no directory: name another one with --dir")
+        raise Refusal(f"{directory}: exists and is not a directory: choose another one with --dir")
 
 
 def write_project(directory: Path, texts: dict[Path, str]) -> None:
-    """Writes all of it, or leaves nothing behind."""
+    """Writes all files; removes them if one cannot be written."""
     with ExitStack() as undo:
         for path, text in texts.items():
             target = directory / path
@@ -127,7 +127,7 @@ def write_project(directory: Path, texts: dict[Path, str]) -> None:
                 if not parent.is_dir():
                     parent.mkdir()
                     undo.callback(parent.rmdir)
-            # "x": what came in between is not overwritten either.
+            # "x": a file created meanwhile is not overwritten either.
             with target.open("x", encoding="utf-8") as stream:
                 undo.callback(target.unlink)
                 stream.write(text)
@@ -143,12 +143,12 @@ def describe(directory: Path, texts: dict[Path, str]) -> str:
         f"  cmake -S {source} -B {build}",
         f"  cmake --build {build}",
         f"  ctest --test-dir {build} --output-on-failure",
-        f"{directory}/README.md tells how to run it.",
+        f"{directory}/README.md describes how to run it.",
     ])
 
 
 def main() -> int:
-    # A path may hold bytes that are no UTF-8; they go out as they came in.
+    # A path may have bytes that are not UTF-8; they are printed unchanged.
     sys.stdout.reconfigure(errors="surrogateescape")
     sys.stderr.reconfigure(errors="surrogateescape")
     arguments = parse_arguments()
@@ -165,8 +165,8 @@ def main() -> int:
     except Refusal as refusal:
         print(f"{TOOL}: {refusal}", file=sys.stderr)
     except OSError as error:
-        print(f"{TOOL}: {error.filename or directory}: {error.strerror}: see that it can be "
-              "written, or name another directory with --dir", file=sys.stderr)
+        print(f"{TOOL}: {error.filename or directory}: {error.strerror}: make sure that it can be "
+              "written, or choose another directory with --dir", file=sys.stderr)
     return 1
 
 

@@ -12,14 +12,14 @@ from start_text import code_text, memory_text, plain, time_text
 
 WIDTH = 1200
 LABELS = 230  # width of the names
-MEMORY = 170  # width of the column behind the bars
-PLOT = WIDTH - LABELS - MEMORY - 70  # leaves room for a time behind the last bar
+MEMORY = 170  # width of the column after the bars
+PLOT = WIDTH - LABELS - MEMORY - 70  # leaves room for a time after the last bar
 ROW = 24
 BAR = 14
-BREAK = 26  # width of an idle time that is cut out
-MOST_PARTS = 8  # between the idle times that are cut out
+BREAK = 26  # width of a removed idle time
+MOST_PARTS = 8  # between removed idle times
 LABEL_COLUMNS = 28
-COLUMN = 7  # width of a letter at the size of the small texts, on the safe side
+COLUMN = 7  # width of a letter of the small texts, rounded up
 WIDE = frozenset("WMmw@%&")
 BROAD = frozenset("ABCDEFGHIJKLNOPQRSTUVXYZ<>+=~#")
 NOTE_CHARACTERS = 165
@@ -51,13 +51,13 @@ HATCHES = """
 """
 
 LEGEND = (("load", "loading"), ("init", "initialising"), ("nested", "initialising others inside"),
-          ("wait", "waiting for another thread"), ("circle", "waiting in a circle"),
+          ("wait", "waiting for another thread"), ("circle", "waiting in a deadlock"),
           ("failed", "failed"), ("open", "not ended in the log"))
 
 
 @dataclass
 class Row:
-    """A line of the chart: a plugin, or a thread that waits outside any plugin."""
+    """A row of the chart: a plugin, or a thread that waits outside of all plugins."""
     name: str
     title: str
     loads: list[Plugin]
@@ -66,7 +66,7 @@ class Row:
 
 
 def shorten(text: str, columns: int) -> str:
-    """The text, with its middle left out when it takes more columns than that."""
+    """The text, with its middle removed if it is wider than the columns."""
     text = plain(text)
     if _columns(text) <= columns:
         return text
@@ -75,7 +75,7 @@ def shorten(text: str, columns: int) -> str:
 
 
 def _front(text: str, columns: int) -> str:
-    """As much of the front of a text as fits."""
+    """The longest prefix that fits."""
     fits = ""
     for character in text:
         if _columns(fits + character) > columns:
@@ -85,7 +85,7 @@ def _front(text: str, columns: int) -> str:
 
 
 def _columns(text: str) -> float:
-    """How wide a text is; a small letter counts as one."""
+    """The width of a text; a small letter counts as 1."""
     return sum(_column(character) for character in text)
 
 
@@ -98,10 +98,10 @@ def _column(character: str) -> float:
 
 
 class Scale:
-    """Maps moments to places, with idle times cut out."""
+    """Maps times to x coordinates, with idle times removed."""
 
     def __init__(self, moments: list[tuple[int, int]], begin: int, end: int) -> None:
-        """Takes the times at which something happened."""
+        """Takes the busy time spans."""
         busy = _merge([(begin, begin), (end, end), *moments])
         longest_idle = max(1000, sum(last - first for first, last in busy))
         self.parts = _limit(_merge(busy, longest_idle), MOST_PARTS)
@@ -116,13 +116,13 @@ class Scale:
         self.firsts = [first for first, _ in self.parts]
 
     def at(self, moment: int) -> float:
-        """The place of a moment."""
+        """The x coordinate of a time."""
         part = max(0, bisect_right(self.firsts, moment) - 1)
         first, last = self.parts[part]
         return self.offsets[part] + (min(max(moment, first), last) - first) * self.per_ms
 
     def ticks(self) -> Iterator[tuple[float, str]]:
-        """Places of the marks, and their times since the beginning or the last idle time."""
+        """The x coordinates of the marks, and their times since the start or the last idle time."""
         step = _nice_step(75 / self.per_ms)
         last_place = -1000.0
         for first, last in self.parts:
@@ -139,13 +139,13 @@ class Scale:
         return "+" + time_text(moment - first)
 
     def gaps(self) -> Iterator[tuple[float, int]]:
-        """Where an idle time was cut out, and how long it was."""
+        """The x coordinates of removed idle times, and their lengths."""
         for (_, before), (after, _), offset in zip(self.parts, self.parts[1:], self.offsets[1:]):
             yield offset - BREAK / 2, after - before
 
 
 def _merge(spans: list[tuple[int, int]], gap: int = 0) -> list[tuple[int, int]]:
-    """Joins what overlaps, or has less than a gap between."""
+    """Joins spans that overlap or have at most a gap between them."""
     merged: list[tuple[int, int]] = []
     for first, last in sorted(spans):
         if merged and first - merged[-1][1] <= gap:
@@ -156,7 +156,7 @@ def _merge(spans: list[tuple[int, int]], gap: int = 0) -> list[tuple[int, int]]:
 
 
 def _limit(spans: list[tuple[int, int]], most: int) -> list[tuple[int, int]]:
-    """Joins over the shortest gaps until there are no more spans than that."""
+    """Joins spans over the shortest gaps until at most that many are left."""
     while len(spans) > most:
         shortest = min(range(len(spans) - 1), key=lambda i: spans[i + 1][0] - spans[i][1])
         spans[shortest:shortest + 2] = [(spans[shortest][0], spans[shortest + 1][1])]
@@ -164,7 +164,7 @@ def _limit(spans: list[tuple[int, int]], most: int) -> list[tuple[int, int]]:
 
 
 def _nice_step(least: float) -> int:
-    """The smallest step of round milliseconds, seconds or minutes that is long enough."""
+    """The smallest round step of milliseconds, seconds or minutes that is long enough."""
     steps = [1, 2, 5, 10, 20, 50, 100, 200, 500, 1000, 2000, 5000, 10_000, 20_000, 30_000, 60_000,
              120_000, 300_000, 600_000, 1_200_000, 1_800_000, 3_600_000]
     hours = int(least) // 3_600_000 + 1
@@ -233,9 +233,9 @@ class Chart:
         if self.start.started is not None:
             place = self.scale.at(self.start.started)
             parts.append(f'<line x1="{place:.1f}" x2="{place:.1f}" y1="{self.top}" '
-                         f'y2="{self.bottom}" class="done"><title>the start was over</title>'
+                         f'y2="{self.bottom}" class="done"><title>end of the start</title>'
                          "</line>")
-        parts.append("<g><title>what the process grew by meanwhile, whoever took it</title>"
+        parts.append("<g><title>growth of the whole process, including other threads</title>"
                      + _text(WIDTH - MEMORY, self.top - 6, "memory", "small") + "</g>")
         return parts
 
@@ -255,7 +255,7 @@ class Chart:
         return parts
 
     def _bar(self, begin: int, end: int, y: int, kind: str, title: str, parts: list[str]) -> float:
-        """Draws a bar; where it ends."""
+        """Draws a bar; returns its right end."""
         left = self.scale.at(begin)
         width = max(2.0, self.scale.at(end) - left)
         fill = f'fill="url(#{kind})"' if kind in ("wait", "circle") else f'class="{kind}"'
@@ -299,7 +299,7 @@ class Chart:
         return end
 
     def _time(self, row: Row, end: float, y: int, parts: list[str]) -> None:
-        """What the row took, behind its bars."""
+        """The times of the row, after its bars."""
         length = sum(self.start.length(span) for span in [*row.inits, *row.waits])
         length += sum(plugin.load_time or 0 for plugin in row.loads)
         parts.append(_text(end + 5, y + 16, time_text(length), "halo"))
@@ -328,14 +328,14 @@ class Chart:
 
 
 def outcome(init: Init) -> str:
-    """What became of an initialisation."""
+    """The result of an initialisation."""
     if init.end is None:
         return "not ended"
     return "initialised" if init.result == 0 else f"failed with {code_text(init.result or 0)}"
 
 
 def summary(start: Start) -> str:
-    """The start in a sentence."""
+    """A summary of the start in one sentence."""
     loaded = [plugin for plugin in start.plugins if plugin.path and not plugin.problem]
     inits = [init for plugin in start.plugins for init in plugin.inits]
     done = [init for init in inits if init.result == 0]
@@ -349,7 +349,7 @@ def summary(start: Start) -> str:
 
 
 def _notes(start: Start) -> list[str]:
-    """The circles, in lines that fit."""
+    """The deadlocks, in lines that fit."""
     notes = []
     for circle in start.circles()[:5]:
         text = plain(circle)

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Reads the log of a core into the starts that it tells of."""
+"""Reads the starts from the log of a core."""
 
 import re
 from collections.abc import Iterable
@@ -10,20 +10,20 @@ from functools import lru_cache
 HEADER = re.compile(r"(\d{4}-\d\d-\d\d) (\d\d):(\d\d):(\d\d)\.(\d{3}) (\d+):(\d+) "
                     r"([DIE]) (\S+) (.*)")
 PLUGIN_LINE = re.compile(r"\[(initPlugin|intiPlugin|processPlugin)\]\[pg:(\S+)\] (.*)")
-FRAME = "*" * 50  # around what the core was asked
+FRAME = "*" * 50  # around the request
 FIRST_TEXT = "[startFlow] Logger initialized."
 
 
 @dataclass
 class Plugin:
-    """A plugin library, or one of the plugins that the core brings."""
+    """A plugin library, or a built-in plugin."""
     name: str
     path: str = ""
     load_begin: int | None = None  # times are milliseconds since the epoch, in local time
     load_end: int | None = None
-    memory: int | None = None  # bytes that loading took
+    memory: int | None = None  # growth by loading, in bytes
     interfaces: list[str] = field(default_factory=list)
-    problem: str = ""  # why it was not loaded
+    problem: str = ""  # the reason why it was not loaded
     inits: list["Init"] = field(default_factory=list)
 
     @property
@@ -39,9 +39,9 @@ class Wait:
     plugin: Plugin
     thread: int
     begin: int
-    inside: "Init | None"  # what the thread was initialising itself
+    inside: "Init | None"  # the initialisation on the waiting thread
     end: int | None = None
-    chain: str = ""  # who waits for whom, as the core last said it
+    chain: str = ""  # the last logged chain of waits
 
     @property
     def circle(self) -> bool:
@@ -58,12 +58,12 @@ class Init:
     result: int | None = None
     memory_before: int | None = None
     memory_after: int | None = None
-    nested: list["Init"] = field(default_factory=list)  # others that it initialised on its thread
+    nested: list["Init"] = field(default_factory=list)  # other initialisations inside it
     waits: list[Wait] = field(default_factory=list)
 
     @property
     def memory(self) -> int | None:
-        """Bytes that the process grew by, without what the nested ones took."""
+        """Growth of the process in bytes, without the nested initialisations."""
         growth = self.growth
         if growth is None:
             return None
@@ -71,7 +71,7 @@ class Init:
 
     @property
     def growth(self) -> int | None:
-        """The same with the nested ones."""
+        """Growth of the process in bytes, with the nested initialisations."""
         if not self.memory_before or not self.memory_after:
             return None
         return self.memory_after - self.memory_before
@@ -87,75 +87,75 @@ class Problem:
 
 @dataclass
 class Start:
-    """What a core did from its start on."""
+    """A core from its start on."""
     process: int
     begin: int
     place: str  # of its first line
-    complete: bool  # whether that is where the core began
+    complete: bool  # whether the first line is that of the start
     version: str = ""
     last: int = 0  # time of the last line
-    started: int | None = None  # when the start was over
+    started: int | None = None  # the end of the start
     failed: bool = False
     stopping: int | None = None
     plugins: list[Plugin] = field(default_factory=list)
     waits: list[Wait] = field(default_factory=list)
     loops: list[str] = field(default_factory=list)
     problems: list[Problem] = field(default_factory=list)
-    doubts: list[str] = field(default_factory=list)  # what does not fit together
+    doubts: list[str] = field(default_factory=list)  # contradictions
 
     def end_of(self, moment: int | None) -> int:
-        """A moment, or the last line of the log for what has not ended."""
+        """A time, or that of the last line of the log for None."""
         return self.last if moment is None else moment
 
     def length(self, span: Init | Wait) -> int:
         return max(0, self.end_of(span.end) - span.begin)
 
     def own_time(self, init: Init) -> int:
-        """How long an initialisation worked itself."""
+        """The own work of an initialisation."""
         others = sum(self.length(span) for span in [*init.nested, *init.waits])
         return max(0, self.length(init) - others)
 
     def circles(self) -> list[str]:
-        """The circles that the core has named, each once."""
+        """The deadlocks that the core has logged, each once."""
         named = [wait.chain for wait in self.waits if wait.circle]
         return list(dict.fromkeys([*named, *self.loops]))
 
 
 @dataclass
 class Log:
-    """All that was read."""
+    """The content of the log files."""
     starts: list[Start] = field(default_factory=list)
     lines: int = 0
-    strange: list[str] = field(default_factory=list)  # the first places that are no log lines
+    strange: list[str] = field(default_factory=list)  # the first places without a log line
     strange_count: int = 0
     foreign_count: int = 0  # lines of other logs
 
 
 @lru_cache(maxsize=64)
 def _day(text: str) -> int:
-    """Milliseconds at which a day begins; raises ValueError for a day that is none."""
+    """Milliseconds at which a day begins; raises ValueError for an invalid day."""
     return int((datetime.fromisoformat(text) - datetime(1970, 1, 1)).total_seconds()) * 1000
 
 
 def _code(text: str) -> int:
-    """The result code at the end of a text; -1 for one that is spoilt."""
+    """The result code at the end of a text; -1 for an invalid one."""
     code = re.search(r" (-\d{1,9})$", text)
     return int(code[1]) if code else -1
 
 
 class _Reader:
-    """Follows one process from line to line."""
+    """Interprets the lines of one process."""
 
     def __init__(self, start: Start) -> None:
         self.start = start
-        self.previous = start.begin  # time of the line before
+        self.previous = start.begin  # time of the previous line
         self.by_address: dict[str, Plugin] = {}
         self.stacks: dict[int, list[Init]] = {}  # by thread, the outermost first
         self.waits: dict[tuple[int, str], Wait] = {}
         self.ended: dict[int, Init] = {}  # by thread, the last one
         self.loading: Plugin | None = None
         self.built_in = ""
-        self.current: Plugin | None = None  # whose interfaces follow
+        self.current: Plugin | None = None  # the plugin of the following interfaces
 
     def read(self, time: int, thread: int, kind: str, text: str, place: str) -> None:
         if text == FRAME:
@@ -201,7 +201,7 @@ class _Reader:
         if text.startswith("Loading internal plugin "):
             self.built_in = text[len("Loading internal plugin "):].rstrip(".")
 
-    # Loading, which happens on one thread
+    # Loading, on one thread
 
     def _read_load(self, time: int, thread: int, text: str) -> None:
         if text.startswith("in library: "):
@@ -213,14 +213,14 @@ class _Reader:
         elif text.startswith("Cannot load library: "):
             self.loading.problem = text.partition(" reason: ")[2] or text
         elif text.startswith("Memory usage of plugin "):
-            # The core counts without a sign.
+            # The core logs the figure as unsigned.
             amount = text.rpartition(": ")[2]
             if amount.isdecimal():
                 value = int(amount)
                 self.loading.memory = value - 2**64 if value >= 2**63 else value
             self._end_load(time, "")
         elif text.startswith("processPlugin(...) res: 0"):
-            # Without the figures on memory nothing else follows.
+            # Last line of the loading if memory figures are missing.
             self.loading.load_end = time
 
     def _end_load(self, time: int, problem: str) -> None:
@@ -283,7 +283,7 @@ class _Reader:
             return
         plugin = self._plugin(address, place)
         if not stack or stack[-1].plugin is not plugin:
-            self._doubt(f"the end of an initialisation of {plugin.name} that never began", place)
+            self._doubt(f"the end of an initialisation of {plugin.name} that never started", place)
             return
         init = stack.pop()
         init.end, init.result = time, result
@@ -308,14 +308,14 @@ class _Reader:
             return
         wait = self.waits.get((thread, address))
         if not wait:
-            self._doubt("a wait that never began", place)
+            self._doubt("a wait that never started", place)
         elif text.startswith("Still waiting: "):
             wait.chain = text[len("Still waiting: "):]
         elif text.startswith("Waiting finished"):
             wait.end = time
             del self.waits[thread, address]
         elif text.startswith("Detect plugin init loop"):
-            # The thread is told at once; this was no wait.
+            # The thread gets an error at once; it does not wait.
             del self.waits[thread, address]
             self.start.waits.remove(wait)
             if wait.inside:
@@ -335,7 +335,7 @@ class _Reader:
 
 
 class _Collector:
-    """Deals the lines to the processes that wrote them."""
+    """Distributes the lines to the processes that wrote them."""
 
     def __init__(self) -> None:
         self.log = Log()
@@ -372,7 +372,7 @@ class _Collector:
         if reader and not begins:
             return reader
         if text == FRAME:
-            return None  # in front of a start
+            return None  # before a start
         start = Start(process, time, place, begins, last=time)
         self.log.starts.append(start)
         self.readers[process] = _Reader(start)
@@ -380,7 +380,7 @@ class _Collector:
 
 
 def _first_time(lines: list[str]) -> str:
-    """The time at which a file begins, as a text that sorts."""
+    """The time of the first line of a file, as a sortable text."""
     return next((line[:23] for line in lines if HEADER.match(line)), "9")
 
 

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Puts a start into a table, a page and JSON."""
+"""Formats a start as a table, a page and JSON."""
 
 from html import escape
 from typing import Any
@@ -9,7 +9,7 @@ from start_log import Log, Plugin, Start
 from start_text import memory_text, plain, time_text
 
 COLUMNS = ("PLUGIN", "LOAD", "INIT", "OWN", "WAITED", "MEMORY", "RESULT")
-NUMBERS = range(1, 6)  # the columns that stand at the right
+NUMBERS = range(1, 6)  # the right-aligned columns
 SORT_KEYS = ("time", "own", "wait", "memory", "name", "begin")
 
 PAGE = """<!DOCTYPE html>
@@ -49,7 +49,7 @@ def _memory(plugin: Plugin) -> int | None:
 
 
 def sorted_plugins(start: Start, key: str) -> list[Plugin]:
-    """The plugins that somebody would look for, the most expensive first."""
+    """The plugins of the table, the most expensive first."""
     shown = [plugin for plugin in start.plugins if plugin.path or plugin.inits]
     order = {
         "time": lambda plugin: -(plugin.load_time or 0) - _init_time(start, plugin),
@@ -90,14 +90,14 @@ def _cells(start: Start, plugin: Plugin) -> list[str]:
 
 
 def _remarks(log: Log, start: Start, name: str) -> list[str]:
-    """What the figures cannot show."""
+    """Limits of the figures."""
     remarks = []
     if not start.complete:
         remarks.append(f"{start.place}: the log begins in the middle; give its older parts, such "
                        f"as {name}.1, too")
     remarks += start.doubts
     if log.strange_count:
-        remarks.append(f"{log.strange_count} lines are not those of a log: "
+        remarks.append(f"{log.strange_count} lines are not log lines: "
                        + ", ".join(log.strange) + (", ..." if log.strange_count > 5 else ""))
     if log.foreign_count:
         remarks.append(f"{log.foreign_count} lines are not those of a core")
@@ -105,7 +105,7 @@ def _remarks(log: Log, start: Start, name: str) -> list[str]:
 
 
 def _waiters(start: Start) -> list[str]:
-    """Who waited so long that the core said it, and who waited outside any plugin."""
+    """The waits that the core has logged, and those outside of all plugins."""
     texts = []
     for wait in start.waits:
         length = time_text(start.length(wait)) + ("" if wait.end is not None else " and on")
@@ -117,13 +117,13 @@ def _waiters(start: Start) -> list[str]:
 
 
 def _problems(start: Start) -> list[str]:
-    """The errors, without the circles, which are told elsewhere."""
+    """The errors, without the deadlocks, which have a list of their own."""
     return [plain(f"{problem.place}: {problem.text}") for problem in start.problems
             if not problem.text.endswith("(circle)")]
 
 
 def _sections(log: Log, start: Start, name: str) -> list[tuple[str, list[str]]]:
-    return [("Circles: nobody on one of these will ever go on",
+    return [("Deadlocks: the threads of these circles wait for ever",
              [plain(circle) for circle in start.circles()]),
             ("Waits", _waiters(start)),
             ("Errors in the log", _problems(start)),

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Times, amounts and texts as people read them."""
+"""Formats times, amounts and texts."""
 
 import re
 
@@ -7,12 +7,12 @@ CONTROLS = re.compile(r"[\x00-\x1f\x7f-\x9f\ud800-\udfff\ufffe\uffff]")
 
 
 def plain(text: str) -> str:
-    """The text without what a terminal or a page would stumble over."""
+    """The text without control characters."""
     return CONTROLS.sub("\N{REPLACEMENT CHARACTER}", text)
 
 
 def time_text(milliseconds: int) -> str:
-    """A length of time with its unit."""
+    """A duration with its unit."""
     if milliseconds < 1000:
         return f"{milliseconds} ms"
     if milliseconds < 60_000:
@@ -41,5 +41,5 @@ CODES = {-501: "out of memory", -1007: "another plugin offers the interface ID a
 
 
 def code_text(code: int) -> str:
-    """A result code with what it means, as far as plugins return it."""
+    """A result code with its meaning, for codes that plugins return."""
     return f"{code} ({CODES[code]})" if code in CODES else str(code)

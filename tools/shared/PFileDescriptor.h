@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// PFileDescriptor: a file descriptor that is closed at the latest when its owner goes.
+// PFileDescriptor: owns a file descriptor.
 #ifndef IXLAL_TOOLS_PFILEDESCRIPTOR_H
 #define IXLAL_TOOLS_PFILEDESCRIPTOR_H
 
@@ -10,14 +10,14 @@
 class PFileDescriptor
 {
 public:
-    /// Takes over iDescriptor; a negative one stands for none.
+    /// Takes ownership of iDescriptor; a negative one means none.
     explicit PFileDescriptor(int iDescriptor) noexcept : fDescriptor(iDescriptor)
     {
     }
 
     ~PFileDescriptor()
     {
-        close(); // who cares for the result has closed it before
+        close(); // ignores the result; callers that need it call close() before
     }
 
     PFileDescriptor(const PFileDescriptor&) = delete;
@@ -33,7 +33,7 @@ public:
         return fDescriptor >= 0;
     }
 
-    /// Returns 0 or the errno of closing; 0 when it is closed already.
+    /// Returns 0 or the errno of closing; 0 when it is already closed.
     int close() noexcept
     {
         const int descriptor = std::exchange(fDescriptor, -1);

@@ -11,15 +11,15 @@ namespace
 {
 constexpr int kOutputFailed = 1;
 
-/// In the order of the numbers, because a file gets the lowest that is free. Opened for the wrong
-/// direction, so that using it fails as it would have.
+/// Opens /dev/null for closed standard streams, in ascending order because open returns the lowest
+/// free number. The wrong direction makes their use fail as before.
 void _occupyClosed()
 {
     for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
     {
         if (::fcntl(stream, F_GETFD) == -1 && errno == EBADF)
         {
-            // Where it cannot be opened, things are as they were.
+            // On failure the stream stays closed.
             static_cast<void>(::open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY));
         }
     }

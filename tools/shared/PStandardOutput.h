@@ -6,25 +6,24 @@
 #include <atomic>
 #include <streambuf>
 
-/// Stands between std::cout and what it writes to, because a stream keeps no reason for a failure.
-/// Any thread may write.
+/// Filters the output of std::cout to record errno, which a stream does not. Any thread may write.
 class PStandardOutput : private std::streambuf
 {
 public:
-    /// Made before anything opens a file: occupies those of the descriptors 0 to 2 that are
-    /// closed, so that no file of the tool gets what is meant for a standard stream; writing there
-    /// fails. iTool begins the complaint and must stay.
+    /// Create the object before any file is opened. It occupies closed descriptors among 0 to 2, so
+    /// that no file of the tool receives the output of a standard stream; writing to them fails.
+    /// iTool begins the error message; it is borrowed and must outlive the object.
     explicit PStandardOutput(const char* iTool);
     ~PStandardOutput() override;
 
     PStandardOutput(const PStandardOutput&) = delete;
     PStandardOutput& operator=(const PStandardOutput&) = delete;
 
-    /// Writes what is kept back. Tells the first failure on the standard error stream.
-    /// Returns 0 or the errno of that failure.
+    /// Writes buffered output. Reports the first failure on the standard error stream. Returns 0 or
+    /// the errno of that failure.
     int flush();
 
-    /// Flushes. Returns iCode, or 1 if that is 0 and something could not be written.
+    /// Flushes. Returns iCode, or 1 if that is 0 and some output could not be written.
     int exitCode(int iCode);
 
 private:

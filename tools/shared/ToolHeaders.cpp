@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Has the headers of the tools precompiled; does nothing itself.
+// Compiles the precompiled headers of the tools; has no other purpose.
 
 int main()
 {

@@ -21,7 +21,7 @@ bool _isStandIn(wchar_t iChar)
     return iChar >= kFirstStandIn && iChar <= kLastStandIn;
 }
 
-/// Characters that a line of the core would write in a form of its own.
+/// Whether a line of the core would escape a character.
 bool _breaksLine(wchar_t iChar)
 {
     return iChar == L'\n' || iChar == L'\r' || iChar == L'\0';
@@ -52,7 +52,7 @@ std::string _encode(const wchar_t* iText, std::size_t iLen)
     return std::string(bytes.data(), PUtf8::encodeLine(iText, iLen, bytes.data()));
 }
 
-/// The text with what iIsSpecial picks out turned into bytes by iWrite.
+/// Encodes the text as UTF-8; iWrite encodes the characters selected by iIsSpecial.
 template <class TIsSpecial, class TWrite>
 std::string _convert(const PLiteral& iText, const TIsSpecial& iIsSpecial, const TWrite& iWrite)
 {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// ToolTexts: texts of the core as the bytes of a terminal.
+// ToolTexts: converts texts of the core for a terminal.
 #ifndef IXLAL_TOOLS_TOOLTEXTS_H
 #define IXLAL_TOOLS_TOOLTEXTS_H
 
@@ -7,7 +7,7 @@
 
 #include <string>
 
-/// The bytes of a text as it stands, line breaks included.
+/// The bytes of a text, unchanged.
 std::string utf8Text(const PLiteral& iText);
 
 /// A text for one line of a terminal: line breaks, other control characters and bytes that are not

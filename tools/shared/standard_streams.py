@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""The standard streams of a tool: reports what cannot be written, before the interpreter does."""
+"""The standard streams of a tool: reports write errors, before the interpreter does."""
 
 import errno
 import io
@@ -11,7 +11,7 @@ from typing import NoReturn
 
 
 class _Stream(io.FileIO):
-    """Takes whatever is written, and keeps the first failure to write it."""
+    """Accepts all output, and records the first write error."""
 
     error: OSError | None = None
 
@@ -28,12 +28,12 @@ class _Stream(io.FileIO):
 
 
 def _occupy_closed() -> None:
-    """Otherwise files of the tool would get their numbers, and what is meant for the streams."""
+    """Prevents that files of the tool get the numbers, and thus the output, of closed streams."""
     for stream, wrong_direction in ((0, os.O_WRONLY), (1, os.O_RDONLY), (2, os.O_RDONLY)):
         try:
             os.fstat(stream)
         except OSError:
-            os.open(os.devnull, wrong_direction)  # gets the lowest number that is free
+            os.open(os.devnull, wrong_direction)  # returns the lowest free number
 
 
 def _text_of(stream: _Stream, line_buffering: bool) -> io.TextIOWrapper:
@@ -42,8 +42,8 @@ def _text_of(stream: _Stream, line_buffering: bool) -> io.TextIOWrapper:
 
 
 def run(tool: str, main: Callable[[], int]) -> NoReturn:
-    """Ends the process with what main returns, or with 1 if that is 0 and the standard output did
-    not take everything. A reader that has gone ends it by SIGPIPE, as it ends other programs."""
+    """Ends the process with the result of main, or with 1 if that is 0 and some output could not be
+    written. SIGPIPE ends the process when the reader of its output has exited, as usual."""
     signal.signal(signal.SIGPIPE, signal.SIG_DFL)
     _occupy_closed()
     output, errors = (_Stream(number, "w", closefd=False) for number in (1, 2))

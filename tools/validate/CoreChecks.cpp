@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The checks of a plugin that a core runs.
+// The checks of a plugin inside a core.
 
 #include "helpers/ResultText.h"
 #include "helpers/Text.h"
@@ -23,19 +23,19 @@ std::string _quoted(const PLiteral& iId)
     return "\"" + ixlaNarrow(iId) + "\"";
 }
 
-/// How many references a request adds to an instance that others may be counting too.
+/// The number of references that a request adds to an instance; other threads may change the count.
 int _addedReferences(const PLiteral& iId, IBase& ioInstance)
 {
     IBase* again = nullptr;
     const int before = ioInstance.incRef();
-    (void)ixlaGetInstance(iId, again); // looked at before
+    (void)ixlaGetInstance(iId, again); // succeeded before
     const int after = ioInstance.incRef();
     ioInstance.decRef();
     ioInstance.decRef();
     return after - before - 1;
 }
 
-/// Whoever counts references meanwhile does not do so in each of these.
+/// Repeats the measurement, because other threads may take references during it.
 bool _keepsBorrowing(const PLiteral& iId, IBase& ioInstance)
 {
     constexpr int kAttempts = 5;
@@ -65,10 +65,10 @@ PVerdict _judgeUnknown(IPlugin& ioPlugin, const PLiteral& iId)
                                   " returned -2001, but did not set the instance to null",
                               "set oInstance to null whenever there is no instance");
     }
-    return PVerdict::pass("answers -2001 and null");
+    return PVerdict::pass("returns -2001 and null");
 }
 
-/// Lets threads begin at once.
+/// Starts threads at the same time.
 class StartLine
 {
 public:
@@ -92,7 +92,7 @@ private:
     int fMissing; ///< guarded by fMutex
 };
 
-/// What one thread got for each ID.
+/// The results and instances of one thread, by ID.
 struct Answers
 {
     std::vector<int> results;
@@ -137,12 +137,13 @@ PVerdict _judgeAnswers(const std::vector<PString>& iIds, const std::vector<Answe
             {
                 return PVerdict::fail("a thread that asked for " + _quoted(iIds[i]) + " got " +
                                           ixlaResultText(answers.results[i]),
-                                      "let init and getInstance work on any thread");
+                                      "make init and getInstance work on any thread");
             }
             if (answers.instances[i] != iAnswers.front().instances[i])
             {
-                return PVerdict::fail("two threads got different instances of " + _quoted(iIds[i]),
-                                      "make the instances in init, and hand out the same ones");
+                return PVerdict::fail(
+                    "two threads got different instances of " + _quoted(iIds[i]),
+                    "create the instances in init, and always return the same ones");
             }
         }
     }
@@ -157,8 +158,8 @@ PVerdict checkInit(PTrial& ioTrial)
     ioTrial.phase("asking for the instances again");
     if (ioTrial.initialise() != instances)
     {
-        return PVerdict::fail("another request gave another instance",
-                              "make the instances in init, and hand out the same ones");
+        return PVerdict::fail("a second request returned another instance",
+                              "create the instances in init, and always return the same ones");
     }
     ioTrial.phase("counting references of the instances");
     const std::vector<PString> ids = ioTrial.registeredIds();
@@ -166,16 +167,16 @@ PVerdict checkInit(PTrial& ioTrial)
     {
         if (!_keepsBorrowing(ids[i], *instances[i]))
         {
-            return PVerdict::fail("getInstance adds a reference to the instance of " +
-                                      _quoted(ids[i]),
-                                  "hand out the pointer as it is; whoever keeps it counts");
+            return PVerdict::fail(
+                "getInstance adds a reference to the instance of " + _quoted(ids[i]),
+                "return a borrowed pointer; the caller takes a reference if needed");
         }
     }
     return PVerdict::pass("initialises; " + std::to_string(ids.size()) +
                           (ids.size() == 1 ? " instance" : " instances"));
 }
 
-// Asks the plugin itself: the core would answer without it.
+// Calls the plugin directly: the core would not pass the request to it.
 PVerdict checkUnknownId(PTrial& ioTrial)
 {
     ioTrial.startCore(false);
@@ -184,9 +185,8 @@ PVerdict checkUnknownId(PTrial& ioTrial)
     const int result = plugin->init();
     if (result != eIxlaOk)
     {
-        return PVerdict::fail("does not initialise unless the core holds it: " +
-                                  ixlaResultText(result),
-                              "let init not ask the core for interfaces of its own plugin");
+        return PVerdict::fail("does not initialise outside of a core: " + ixlaResultText(result),
+                              "do not request the plugin's own interfaces in init");
     }
     ioTrial.phase("asking for an unknown interface ID");
     PVerdict verdict = _judgeUnknown(*plugin, kUnknownId);
@@ -198,7 +198,7 @@ PVerdict checkThreads(PTrial& ioTrial)
     ioTrial.startCore();
     const std::vector<PString> ids = ioTrial.registeredIds();
     ioTrial.phase("asking from ten threads at once");
-    return ids.empty() ? PVerdict::pass("there is nothing to ask for")
+    return ids.empty() ? PVerdict::pass("offers no interface")
                        : _judgeAnswers(ids, _askAtOnce(ids));
 }
 
@@ -214,9 +214,8 @@ PVerdict checkStop(PTrial& ioTrial)
     }
     catch (const PTestError& problem)
     {
-        return PVerdict::fail(problem.what(),
-                              "end threads when the core announces its exit, as "
-                              "PService::onExit does, and let no listener wait for long");
+        return PVerdict::fail(problem.what(), "end threads when the core announces its exit, as "
+                                              "PService::onExit does, and keep listeners short");
     }
     const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - begin;
     char text[64];

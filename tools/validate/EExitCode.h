@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// EExitCode: how ixla-validate ends.
+// EExitCode: the exit codes of ixla-validate.
 #ifndef IXLAL_TOOLS_VALIDATE_EEXITCODE_H
 #define IXLAL_TOOLS_VALIDATE_EEXITCODE_H
 

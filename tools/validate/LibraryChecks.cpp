@@ -20,13 +20,13 @@ constexpr unsigned char kOwnClass = sizeof(void*) == 4 ? ELFCLASS32 : ELFCLASS64
 constexpr int kOwnBits = 8 * sizeof(void*);
 constexpr unsigned int kMostIds = 1000000;
 
-/// What the first bytes of the file say; those of both word sizes begin alike.
+/// Judges the ELF header; its first fields are the same for both word sizes.
 PVerdict _judgeHeader(const Elf32_Ehdr& iHeader)
 {
     if (std::memcmp(iHeader.e_ident, ELFMAG, SELFMAG) != 0)
     {
-        return PVerdict::fail("is no library: it does not begin as an ELF file",
-                              "give the file that the linker made");
+        return PVerdict::fail("is not a library: it does not start with an ELF header",
+                              "pass the file that the linker created");
     }
     if (iHeader.e_ident[EI_CLASS] != kOwnClass)
     {
@@ -37,7 +37,7 @@ PVerdict _judgeHeader(const Elf32_Ehdr& iHeader)
     }
     if (iHeader.e_type != ET_DYN)
     {
-        return PVerdict::fail("is an ELF file, but no shared library",
+        return PVerdict::fail("is an ELF file, but not a shared library",
                               "link it with -shared, and compile with -fPIC");
     }
     return PVerdict::pass(std::to_string(kOwnBits) + "-bit shared library");
@@ -47,23 +47,23 @@ std::string _loadAdvice(const std::string& iError)
 {
     if (iError.find("undefined symbol") != std::string::npos)
     {
-        return "link the library that defines it; -Wl,--no-undefined lets the linker tell";
+        return "link the library that defines it; -Wl,--no-undefined makes it a link error";
     }
     if (iError.find("cannot open shared object file") != std::string::npos)
     {
         return "install the library that it needs, or link with a run path to it";
     }
-    return "link it anew, and load it with nothing but its own libraries";
+    return "link it again, so that it loads with its own libraries only";
 }
 
 PVerdict _countIs(const std::string& iOperation, int iSeen, int iExpected)
 {
     return PVerdict::fail(iOperation + " returned " + std::to_string(iSeen) + " instead of " +
                               std::to_string(iExpected),
-                          "begin with a count of 0 and return the new count; PCounted does");
+                          "start with a count of 0 and return the new count, as PCounted does");
 }
 
-/// The interface IDs as one call of getInterfaces listed them.
+/// The result of one call of getInterfaces.
 struct Listed
 {
     const PString* array = nullptr;
@@ -77,8 +77,8 @@ Listed _list(IPlugin& ioPlugin)
     return listed;
 }
 
-/// How many elements an array has that was made with new[]: the compiler keeps the number in front
-/// of it, where delete[] finds it.
+/// The number of elements of an array from new[]. The compiler stores it before the array, for
+/// delete[].
 std::size_t _allocatedCount(const PString* iArray)
 {
     std::size_t count = 0;
@@ -151,7 +151,7 @@ PVerdict _judgeRepetition(const Listed& iFirst, const Listed& iAgain)
         same = iFirst.array[i] == iAgain.array[i];
     }
     return same ? PVerdict::pass("")
-                : PVerdict::fail("getInterfaces listed something else when asked again",
+                : PVerdict::fail("the second call of getInterfaces listed other IDs",
                                  "list the same IDs in the same order every time");
 }
 } // namespace
@@ -163,11 +163,11 @@ PVerdict checkFile(PTrial& ioTrial)
     if (::stat(file.c_str(), &status) != 0)
     {
         return PVerdict::fail(std::generic_category().message(errno),
-                              "give the path of a plugin library");
+                              "pass the path of a plugin library");
     }
     if (!S_ISREG(status.st_mode))
     {
-        return PVerdict::fail("is no file", "give the path of a plugin library");
+        return PVerdict::fail("is not a regular file", "pass the path of a plugin library");
     }
     std::ifstream in(file, std::ios::binary);
     if (!in)
@@ -187,13 +187,13 @@ PVerdict checkLoads(PTrial& ioTrial)
     {
         return PVerdict::fail(ioTrial.loadError(), _loadAdvice(ioTrial.loadError()));
     }
-    return PVerdict::pass("loads with all that it needs");
+    return PVerdict::pass("loads with its dependencies");
 }
 
 PVerdict checkFactory(PTrial& ioTrial)
 {
     ioTrial.makePlugin();
-    return PVerdict::pass("ixlaGetPlugin makes a plugin");
+    return PVerdict::pass("ixlaGetPlugin creates a plugin");
 }
 
 PVerdict checkCounts(PTrial& ioTrial)

@@ -4,17 +4,17 @@
 const std::vector<PCheck>& allChecks()
 {
     static const std::vector<PCheck> sChecks = {
-        {"file", "is a shared library for the word size of the core", nullptr, &checkFile},
-        {"loads", "can be loaded, with all that it needs", "file", &checkLoads},
-        {"factory", "exports ixlaGetPlugin, which makes a plugin", "loads", &checkFactory},
+        {"file", "is a shared library with the word size of the core", nullptr, &checkFile},
+        {"loads", "can be loaded, with its dependencies", "file", &checkLoads},
+        {"factory", "exports ixlaGetPlugin, which creates a plugin", "loads", &checkFactory},
         {"counts", "counts its references from 0", "factory", &checkCounts},
         {"interfaces", "lists its interface IDs, each once, the same every time", "factory",
          &checkInterfaces},
-        {"init", "initialises, and hands out its instances without a reference", "factory",
+        {"init", "initialises, and returns its instances without a reference", "factory",
          &checkInit},
-        {"unknown-id", "answers -2001 and null for an ID that it does not offer", "init",
+        {"unknown-id", "returns -2001 and null for an ID that it does not offer", "init",
          &checkUnknownId},
-        {"threads", "gives the same instance to ten threads that ask at once", "init",
+        {"threads", "returns the same instances to ten threads at the same time", "init",
          &checkThreads},
         {"stop", "lets the core stop in time", "init", &checkStop},
         {"unload", "leaves no threads, handles or mapped library behind", "init", &checkUnload},

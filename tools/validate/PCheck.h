@@ -13,21 +13,21 @@ struct PCheck
 {
     const char* name;
     const char* summary;
-    const char* needs; ///< a check that must not have failed; null for none
+    const char* needs; ///< a check that must have passed; null for none
     PVerdict (*run)(PTrial& ioTrial);
 };
 
 /// All checks, in the order in which they run.
 const std::vector<PCheck>& allChecks();
 
-// Of the library by itself, in LibraryChecks.cpp. They may throw, as the others.
+// Checks without a core, in LibraryChecks.cpp. All checks may throw.
 PVerdict checkFile(PTrial& ioTrial);
 PVerdict checkLoads(PTrial& ioTrial);
 PVerdict checkFactory(PTrial& ioTrial);
 PVerdict checkCounts(PTrial& ioTrial);
 PVerdict checkInterfaces(PTrial& ioTrial);
 
-// Of the plugin with a core, in CoreChecks.cpp.
+// Checks with a core, in CoreChecks.cpp.
 PVerdict checkInit(PTrial& ioTrial);
 PVerdict checkUnknownId(PTrial& ioTrial);
 PVerdict checkThreads(PTrial& ioTrial);

@@ -36,8 +36,7 @@ constexpr int kLookMilliseconds = 50;
 constexpr char kVerdictMark[] = "verdict ";
 constexpr char kPhaseMark[] = "phase ";
 
-/// Reads what is there and keeps the last iKept bytes; false at the end of
-/// the pipe.
+/// Reads the available bytes and keeps the last iKept ones; false at the end of the pipe.
 bool _drain(int iDescriptor, std::size_t iKept, std::string& ioText)
 {
     std::array<char, 4096> buffer;
@@ -92,7 +91,7 @@ std::string _lastLines(const std::string& iText)
     {
         text += "\n" + lines[i];
     }
-    return text.empty() ? "" : "; it wrote last:" + text;
+    return text.empty() ? "" : "; its last output:" + text;
 }
 
 PVerdict _runSafely(const PCheck& iCheck, PTrial& ioTrial)
@@ -107,21 +106,21 @@ PVerdict _runSafely(const PCheck& iCheck, PTrial& ioTrial)
     }
     catch (const PTestError& problem)
     {
-        return PVerdict::fail(problem.what(), "see whether the other checks say more");
+        return PVerdict::fail(problem.what(), "see the results of the other checks");
     }
     catch (const std::filesystem::filesystem_error& problem)
     {
-        return PVerdict::fail(problem.what(), "let the directories be readable, TMPDIR writable");
+        return PVerdict::fail(problem.what(), "make the directories readable and TMPDIR writable");
     }
     catch (const std::exception& problem)
     {
-        return PVerdict::fail("an exception came out: " + std::string(problem.what()),
-                              "let no exception out of the plugin");
+        return PVerdict::fail("the plugin threw an exception: " + std::string(problem.what()),
+                              "catch all exceptions in the plugin");
     }
     catch (...)
     {
-        return PVerdict::fail("an exception came out that is no std::exception",
-                              "let no exception out of the plugin");
+        return PVerdict::fail("the plugin threw an exception other than std::exception",
+                              "catch all exceptions in the plugin");
     }
 }
 
@@ -133,7 +132,7 @@ std::string _toLine(const PVerdict& iVerdict)
            "\n";
 }
 
-/// Throws when the line is not from _toLine.
+/// Throws when _toLine did not write the line.
 PVerdict _fromLine(const std::string& iLine)
 {
     const nlohmann::json line = nlohmann::json::parse(iLine);
@@ -150,7 +149,8 @@ bool _setEnvironment(const std::string& iScratch)
     // NOLINTEND(concurrency-mt-unsafe)
 }
 
-/// Makes the process one that leaves nothing behind, wherever it ends.
+/// Isolates the process: own group, ends with its parent, no core files, scratch directory, output
+/// to iOutput.
 void _settle(const std::string& iScratch, int iOutput)
 {
     const rlimit noCore = {0, 0};
@@ -178,7 +178,7 @@ PCheckProcess::PCheckProcess(const PCheck& iCheck, const PValidateOptions& iOpti
     {
         runCheck(iCheck, iOptions, iScratch);
     }
-    // Ours are the ends to read from.
+    // The parent reads only.
     static_cast<void>(fResults.writing.close());
     static_cast<void>(fOutput.writing.close());
     for (const PPipe* pipe : {&fResults, &fOutput})
@@ -209,7 +209,7 @@ void PCheckProcess::runCheck(const PCheck& iCheck, const PValidateOptions& iOpti
     {
         std::cerr << problem.what() << std::endl;
     }
-    // Without the clean-up of the libraries, which may be stuck with what the plugin left.
+    // Skips the destructors of libraries, which may hang after a faulty plugin.
     ::_exit(exitCode);
 }
 
@@ -220,7 +220,7 @@ PVerdict PCheckProcess::wait()
     return judge(inTime);
 }
 
-// The pipes may stay open longer than the process lives, in processes that it started.
+// Processes started by the check may keep the pipes open after its end.
 bool PCheckProcess::readUntilEnd()
 {
     const auto limit = std::chrono::steady_clock::now() + fLimit;
@@ -242,7 +242,7 @@ bool PCheckProcess::readUntilEnd()
 
 void PCheckProcess::end()
 {
-    static_cast<void>(::kill(-fProcess, SIGKILL)); // nobody may be left to kill
+    static_cast<void>(::kill(-fProcess, SIGKILL)); // fails if no process is left
     if (!fEnded)
     {
         static_cast<void>(::kill(fProcess, SIGKILL));
@@ -269,15 +269,15 @@ PVerdict PCheckProcess::judge(bool iInTime) const
     if (!iInTime)
     {
         return death("did not end within " + std::to_string(fLimit.count()) + " s",
-                     "let nothing wait without a limit, or give --limit if it needs so long");
+                     "give every wait a limit, or raise --limit");
     }
     if (WIFSIGNALED(fStatus))
     {
-        return death("died of " + _signalText(WTERMSIG(fStatus)),
-                     "look with a debugger: gdb --args ixla-host --require ID ...");
+        return death("was killed by " + _signalText(WTERMSIG(fStatus)),
+                     "use a debugger: gdb --args ixla-host --require ID ...");
     }
     return death("ended the process with exit code " + std::to_string(WEXITSTATUS(fStatus)),
-                 "let the host alone end the process");
+                 "do not end the process in a plugin");
 }
 
 PVerdict PCheckProcess::death(const std::string& iHow, const std::string& iAdvice) const

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// PCheckProcess: runs a check in a process of its own, with a limit.
+// PCheckProcess: runs a check in a separate process, with a time limit.
 #ifndef IXLAL_TOOLS_PCHECKPROCESS_H
 #define IXLAL_TOOLS_PCHECKPROCESS_H
 
@@ -11,14 +11,13 @@
 #include <string>
 #include <sys/types.h>
 
-/// The process tells its verdict through a pipe that it alone knows. What the plugin writes to the
-/// standard streams is kept apart and shown when the process dies. Whatever the process started is
-/// ended with it.
+/// The process sends its verdict through a private pipe. The output of the plugin is captured and
+/// shown if the process dies. Processes that the check has started are killed at its end.
 class PCheckProcess
 {
 public:
-    /// Starts the process. iScratch is the directory below which it makes its temporary files.
-    /// Throws std::system_error.
+    /// Starts the process. iScratch is the directory for its temporary files. Throws
+    /// std::system_error.
     PCheckProcess(const PCheck& iCheck, const PValidateOptions& iOptions,
                   const std::string& iScratch);
     ~PCheckProcess();
@@ -26,7 +25,7 @@ public:
     PCheckProcess(const PCheckProcess&) = delete;
     PCheckProcess& operator=(const PCheckProcess&) = delete;
 
-    /// Waits for the verdict, or for the end of the process or of the limit, which are failures.
+    /// Waits for the verdict. The end of the process or of the time limit is a failure.
     PVerdict wait();
 
 private:
@@ -40,11 +39,11 @@ private:
     const std::chrono::seconds fLimit;
     PPipe fResults;
     PPipe fOutput;
-    std::string fTold;    ///< what came through the pipe of results
-    std::string fWritten; ///< the end of what came through the standard streams
+    std::string fTold;    ///< content of the pipe of results
+    std::string fWritten; ///< the last output of the standard streams
     pid_t fProcess;
     int fStatus = 0;     ///< as waitpid gives it
-    bool fEnded = false; ///< the process is gone, and fStatus is known
+    bool fEnded = false; ///< the process has ended, and fStatus is valid
 };
 
 #endif

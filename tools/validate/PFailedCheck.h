@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// PFailedCheck: ends a check from within a helper of it.
+// PFailedCheck: ends a check from within a helper function.
 #ifndef IXLAL_TOOLS_PFAILEDCHECK_H
 #define IXLAL_TOOLS_PFAILEDCHECK_H
 

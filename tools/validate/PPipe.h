@@ -9,7 +9,7 @@
 #include <fcntl.h>
 #include <system_error>
 
-/// No program that is started from here inherits either end.
+/// Started programs do not inherit the ends.
 class PPipe
 {
 public:

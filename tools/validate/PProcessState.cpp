@@ -12,7 +12,7 @@ namespace
 {
 using PHeld = PProcessState::PHeld;
 
-/// Threads may end, and handles be closed, while the directory is read.
+/// Tolerates threads that end and handles that are closed while the directory is read.
 template <class TValue>
 std::map<std::string, PHeld> _readDirectory(const char* iDirectory, const TValue& iValue)
 {
@@ -37,7 +37,7 @@ PHeld _thread(const fs::path& iThread)
     return thread;
 }
 
-/// Pipes, sockets and their like have their number in the name, and all of some kinds one inode.
+/// The name identifies pipes, sockets and the like; some kinds share one inode.
 std::string _identity(const fs::path& iHandle, const std::string& iName)
 {
     struct stat status = {};
@@ -48,7 +48,7 @@ std::string _identity(const fs::path& iHandle, const std::string& iName)
     return std::to_string(status.st_dev) + ":" + std::to_string(status.st_ino);
 }
 
-/// Empty for the handle with which the directory is read, which is closed afterwards.
+/// Empty for the handle of the directory that is being read.
 PHeld _handle(const fs::path& iHandle)
 {
     std::error_code gone;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// PProcessState: what a process holds, as the kernel shows it.
+// PProcessState: the threads and handles of a process.
 #ifndef IXLAL_TOOLS_PPROCESSSTATE_H
 #define IXLAL_TOOLS_PPROCESSSTATE_H
 
@@ -9,16 +9,17 @@
 
 struct PProcessState
 {
-    /// The process that calls.
+    /// The state of the calling process.
     static PProcessState read();
 
-    /// Whether a file is mapped, by its device and inode: its name may have changed.
+    /// Whether a file is mapped. Compares device and inode, because the name may have changed.
     static bool isMapped(const std::string& iFile);
 
-    /// What is here and not in iEarlier, as texts for people.
+    /// The names of the threads and handles that are not in iEarlier.
     std::vector<std::string> since(const PProcessState& iEarlier) const;
 
-    /// A name is for people; what makes it the same thing stays when it is renamed or removed.
+    /// A name for messages, and an identity that does not change when the object is renamed or
+    /// removed.
     struct PHeld
     {
         std::string name;

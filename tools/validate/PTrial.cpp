@@ -18,7 +18,7 @@ constexpr char kFactorySymbol[] = "_Z13ixlaGetPluginv";
 /// Seconds that the core waits for listeners of its exit; it looks every five.
 constexpr char kExitTimeout[] = "5";
 
-/// What stands behind iMark in iLine; false without it.
+/// The text after iMark in iLine; false without the mark.
 bool _behind(const std::string& iLine, const std::string& iMark, std::string& oRest)
 {
     const std::size_t at = iLine.find(iMark);
@@ -53,7 +53,7 @@ PTrial::PTrial(const PValidateOptions& iOptions, int iPhases) : fOptions(iOption
 void PTrial::phase(const std::string& iText) const
 {
     const std::string line = "phase " + iText + "\n";
-    // What does not arrive is missing in a message, no more.
+    // A lost line is only missing in a message.
     (void)!::write(fPhases, line.data(), line.size());
 }
 
@@ -63,7 +63,7 @@ PLibrary* PTrial::load()
     if (PLibrary::load(ixlaWide(fOptions.plugin), library, true) != 0)
     {
         PString reason;
-        PLibrary::getLoadError(reason); // without memory for it there is no reason
+        PLibrary::getLoadError(reason); // fails for lack of memory only; the reason is empty then
         fLoadError = ixlaNarrow(reason);
     }
     return library;
@@ -106,12 +106,12 @@ IPlugin* PTrial::makePlugin()
     {
         throw PFailedCheck("the first incRef of a new plugin returned " + std::to_string(count) +
                                " instead of 1",
-                           "begin with a count of 0 and return the new count; PCounted does");
+                           "start with a count of 0 and return the new count, as PCounted does");
     }
     return plugin;
 }
 
-// The library is opened by its own path first: what it needs may stand beside it.
+// The library is opened by its own path first, because its dependencies may be in its directory.
 PTestCore& PTrial::startCore(bool iWithPlugin, bool iUnload)
 {
     const std::unique_ptr<PLibrary> library(loadOrFail());
@@ -124,7 +124,7 @@ PTestCore& PTrial::startCore(bool iWithPlugin, bool iUnload)
     fCore->start();
     if (iWithPlugin && registeredIds().empty())
     {
-        // Nobody can ask for it, so the core has to begin it.
+        // A plugin without interfaces cannot be requested; the autostart list initialises it.
         fCore->stop();
         fCore->set("core.autostart.list", linkName());
         fCore->start();
@@ -132,7 +132,7 @@ PTestCore& PTrial::startCore(bool iWithPlugin, bool iUnload)
     return *fCore;
 }
 
-// The core takes what ends with ".so" and nothing else.
+// The core loads only files that end with ".so".
 std::string PTrial::linkName() const
 {
     const fs::path name = fs::path(fOptions.plugin).filename();
@@ -152,7 +152,7 @@ void PTrial::linkPlugins(bool iWithPlugin) const
     }
     for (const fs::directory_entry& entry : fs::directory_iterator(fOptions.pluginsDir))
     {
-        // The plugin under test takes the place of another copy of it.
+        // The plugin under test replaces other copies of it.
         const bool own =
             entry.path().filename() == linkName() || fs::equivalent(entry.path(), fOptions.plugin);
         if (entry.path().extension() == ".so" && !own)
@@ -196,7 +196,7 @@ std::vector<IBase*> PTrial::initialise()
         if (!instance)
         {
             throw PFailedCheck("\"" + ixlaNarrow(id) + "\": getInstance returned 0 and null",
-                               "hand out an instance, or a negative code");
+                               "return an instance, or a negative code");
         }
         instances.push_back(instance);
     }
@@ -222,7 +222,7 @@ void PTrial::failInit(const std::string& iRequest) const
         }
     }
     throw PFailedCheck(iRequest + " is refused" + code,
-                       "mend what the logs name; what init needs can be given with --config-dir "
+                       "fix the errors in the logs; pass what init needs with --config-dir "
                        "and --plugins\n" +
                            fCore->errorLines());
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// PTrial: what a check works with, inside the process that was made for it.
+// PTrial: the objects of a check, inside its process.
 #ifndef IXLAL_TOOLS_PTRIAL_H
 #define IXLAL_TOOLS_PTRIAL_H
 
@@ -12,36 +12,36 @@
 #include <string>
 #include <vector>
 
-/// The plugin under test. Nothing that it made is released: the process ends with the check, and
-/// only the checks of stopping and unloading may wait for the plugin to let go.
+/// The plugin under test. Its objects are not released: the process ends with the check, and only
+/// the checks of stopping and unloading wait for the plugin.
 class PTrial
 {
 public:
-    /// iPhases is where phase() writes.
+    /// phase() writes to iPhases.
     PTrial(const PValidateOptions& iOptions, int iPhases);
 
-    /// Says what is about to be done, so that it can be named when the process dies of it.
+    /// Reports the next step, for the message if the process dies in it.
     void phase(const std::string& iText) const;
 
-    /// Opens the library, which the caller may close. Null when that fails; loadError() then says
-    /// why.
+    /// Opens the library, which the caller may close. Null on failure; loadError() then has the
+    /// reason.
     PLibrary* load();
     const std::string& loadError() const;
 
-    // What follows throws PFailedCheck when the plugin is to blame, and PTestError otherwise.
+    // The following throw PFailedCheck for a fault of the plugin, and PTestError otherwise.
 
     /// A new plugin from the factory of the library, with one reference.
     IPlugin* makePlugin();
 
-    /// A core with the plugins that are needed, the configuration, and the plugin under test if
-    /// iWithPlugin is set. It closes its libraries at the stop when iUnload is set.
+    /// Starts a core with the needed plugins, the configuration, and the plugin under test if
+    /// iWithPlugin is set. Its stop closes the libraries if iUnload is set.
     PTestCore& startCore(bool iWithPlugin = true, bool iUnload = false);
 
     /// The interface IDs that the core registered for the plugin.
     std::vector<PString> registeredIds() const;
 
-    /// Asks for every interface in turn, which initialises the plugin; one without interfaces was
-    /// initialised by the start of the core. Returns the instances, borrowed.
+    /// Requests every interface in turn, which initialises the plugin. A plugin without interfaces
+    /// was initialised by the start of the core. Returns borrowed instances.
     std::vector<IBase*> initialise();
 
     const PValidateOptions& options() const

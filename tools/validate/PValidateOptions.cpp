@@ -21,7 +21,7 @@ Exit code: 0 every check passed, 1 a check failed or standard output not written
 
 constexpr int kLongestLimit = 86400;
 
-/// The validator without what it adds to the help.
+/// The validator without its addition to the help.
 CLI::Validator _plain(CLI::Validator iValidator)
 {
     return iValidator.description("");
@@ -42,22 +42,20 @@ void _addOptions(CLI::App& ioApp, PValidateOptions& oOptions)
     ioApp.add_option("PLUGIN", oOptions.given, "the plugin library")->type_name("");
     ioApp
         .add_option("--config-dir", oOptions.configDir,
-                    "configuration files for the plugin; they are copied, never changed")
+                    "configuration files for the plugin; copied, never changed")
         ->type_name("DIR")
         ->check(_plain(CLI::ExistingDirectory));
     ioApp.add_option("--plugins", oOptions.pluginsDir, "other plugin libraries that it needs")
         ->type_name("DIR")
         ->check(_plain(CLI::ExistingDirectory));
-    ioApp.add_option("--limit", oOptions.limit, "seconds that a check may take (20)")
+    ioApp.add_option("--limit", oOptions.limit, "maximum seconds for each check (20)")
         ->type_name("SECONDS")
         ->check(_plain(CLI::Range(1, kLongestLimit)));
-    ioApp
-        .add_option("--only", oOptions.only,
-                    "run this check alone (see --list); may be given again")
+    ioApp.add_option("--only", oOptions.only, "run only this check (see --list); repeatable")
         ->type_name("CHECK")
         ->allow_extra_args(false)
         ->check(_plain(CLI::IsMember(_checkNames())));
-    ioApp.add_flag("--list", oOptions.list, "show the checks and end");
+    ioApp.add_flag("--list", oOptions.list, "list the checks and exit");
     ioApp.add_flag("--json", oOptions.json, "write one JSON object instead of lines");
     ioApp.set_version_flag("--version", "ixla-validate " IXLAL_VERSION);
 }
@@ -65,9 +63,10 @@ void _addOptions(CLI::App& ioApp, PValidateOptions& oOptions)
 
 bool PValidateOptions::parse(int iCount, char** iArguments, int& oExitCode)
 {
-    CLI::App app("Runs the contract of plugins against a plugin library, each check in a process "
-                 "of its own.",
-                 "ixla-validate");
+    CLI::App app(
+        "Checks whether a plugin library fulfils the contract of the core, each check in a "
+        "separate process.",
+        "ixla-validate");
     app.footer(kExamples);
     _addOptions(app, *this);
     try

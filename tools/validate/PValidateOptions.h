@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// PValidateOptions: what the command line of ixla-validate asks for.
+// PValidateOptions: the parsed command line of ixla-validate.
 #ifndef IXLAL_TOOLS_PVALIDATEOPTIONS_H
 #define IXLAL_TOOLS_PVALIDATEOPTIONS_H
 
@@ -9,15 +9,15 @@
 class PValidateOptions
 {
 public:
-    /// Reads the command line. False when nothing is left to do; the program then ends with
+    /// Reads the command line. Returns false when the program is done; it then exits with
     /// oExitCode.
     bool parse(int iCount, char** iArguments, int& oExitCode);
 
-    std::string given;             ///< the plugin as it was given
+    std::string given;             ///< the plugin as given
     std::string plugin;            ///< its absolute path
     std::string configDir;         ///< absolute; empty for none
     std::string pluginsDir;        ///< absolute; empty for none
-    std::vector<std::string> only; ///< the checks that are to run; empty for all
+    std::vector<std::string> only; ///< the checks to run; empty for all
     int limit = 20;                ///< seconds for each check
     bool json = false;
     bool list = false;

@@ -17,7 +17,7 @@ namespace
 constexpr int kResultWidth = 6;
 constexpr int kNameWidth = 12;
 
-/// A text of several lines, each behind the columns of result and name.
+/// A text of several lines, each indented by the columns of result and name.
 std::string _indented(const std::string& iText)
 {
     std::string text;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// PValidation: runs the checks and reports what they found.
+// PValidation: runs the checks and reports their results.
 #ifndef IXLAL_TOOLS_PVALIDATION_H
 #define IXLAL_TOOLS_PVALIDATION_H
 
@@ -17,7 +17,7 @@ class PValidation
 public:
     explicit PValidation(const PValidateOptions& iOptions);
 
-    /// Runs the checks that the options ask for. Returns whether all of them passed.
+    /// Runs the selected checks. Returns whether all of them passed.
     bool run();
 
 private:

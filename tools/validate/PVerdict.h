@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// PVerdict: what a check found.
+// PVerdict: the result of a check.
 #ifndef IXLAL_TOOLS_PVERDICT_H
 #define IXLAL_TOOLS_PVERDICT_H
 
@@ -18,8 +18,8 @@ struct PVerdict
     }
 
     bool passed = false;
-    std::string reason; ///< what was seen
-    std::string advice; ///< what the author does about it; empty for a pass
+    std::string reason; ///< the finding
+    std::string advice; ///< how to fix it; empty for a pass
 };
 
 #endif

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The check of what a plugin leaves behind.
+// The check for threads, handles and mappings that remain after unloading.
 
 #include "validate/PCheck.h"
 #include "validate/PProcessState.h"
@@ -10,7 +10,7 @@
 
 namespace
 {
-/// What a core keeps open after its first stop is not the plugin's.
+/// Excludes handles that a core without the plugin keeps open after its first stop.
 PProcessState _stateAfterAnEmptyCore(const PTrial& iTrial)
 {
     iTrial.phase("starting and stopping a core without the plugin");
@@ -20,7 +20,7 @@ PProcessState _stateAfterAnEmptyCore(const PTrial& iTrial)
     return PProcessState::read();
 }
 
-/// What is there that was not; threads that are about to end get the time.
+/// The new threads and handles; waits a while for threads that are ending.
 std::vector<std::string> _leftovers(const PProcessState& iBefore)
 {
     std::vector<std::string> left = PProcessState::read().since(iBefore);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// ixla-validate: runs the contract of plugins against a plugin library.
+// ixla-validate: checks whether a plugin library fulfils the contract of the core.
 
 #include "shared/PStandardOutput.h"
 #include "validate/EExitCode.h"

@@ -37,9 +37,9 @@ TEST_F(ConfigToolChecks, SaysNothingAboutAGoodFile)
 TEST_F(ConfigToolChecks, FindsLinesThatTheCoreRefuses)
 {
     EXPECT_EQ(1, check("a = 1\n  port 80\n = 5\n\t:unit = tcp\nb = 2\n"));
-    EXPECT_EQ("x.prs:2:3: error: no \"=\" in this line; the core reads no further\n"
-              "x.prs:3:2: error: no key before the \"=\"; the core reads no further\n"
-              "x.prs:4:2: error: no key before the \":\"; the core reads no further\n",
+    EXPECT_EQ("x.prs:2:3: error: no \"=\" in this line; the core stops reading here\n"
+              "x.prs:3:2: error: no key before the \"=\"; the core stops reading here\n"
+              "x.prs:4:2: error: no key before the \":\"; the core stops reading here\n",
               out);
 }
 
@@ -67,7 +67,7 @@ TEST_F(ConfigToolChecks, WarnsOfAttributesWithoutAValue)
 TEST_F(ConfigToolChecks, WarnsOfNamesThatCanNeverBeRead)
 {
     expectWarning("a|b = 1\n",
-                  "1:1: warning: key \"a|b\" can never be read (-3004): it holds \"|\"");
+                  "1:1: warning: key \"a|b\" can never be read (-3004): it contains \"|\"");
     expectWarning("a = 1\na:b:c = 1\n",
                   "2:3: warning: attribute \"b:c\" can never be read (-3004): it "
                   "holds \":\" or \"|\"");
@@ -76,7 +76,7 @@ TEST_F(ConfigToolChecks, WarnsOfNamesThatCanNeverBeRead)
 TEST_F(ConfigToolChecks, WarnsOfOddCharacters)
 {
     expectWarning("\xC3\xA4 = 1\xFF\n",
-                  "1:6: warning: byte \\xff is not UTF-8; it is kept as it is");
+                  "1:6: warning: byte \\xff is not UTF-8; it is kept unchanged");
     expectWarning("a = 1\rb = 2\r\n",
                   "1:6: warning: carriage return inside the line; it does not end "
                   "the line");
@@ -143,7 +143,7 @@ TEST_F(ConfigToolChecks, KnowsTheStoreOfADirectory)
     write("elsewhere", "a|b = 1\na|b|c = 2\nbroken\n");
     EXPECT_EQ(1, run({"check", "--store", "elsewhere"}));
     EXPECT_EQ("elsewhere:2:1: warning: \"a|b|c\" is not \"ID|key\", so it can never be read\n"
-              "elsewhere:3:1: error: no \"=\" in this line; the core uses nothing of this store\n",
+              "elsewhere:3:1: error: no \"=\" in this line; the core ignores this store\n",
               out);
 }
 
@@ -170,7 +170,7 @@ TEST_F(ConfigToolChecks, PrintsJson)
     EXPECT_EQ(1, json()["errors"]);
     EXPECT_EQ(0, json()["warnings"]);
     EXPECT_EQ(R"({"column":1,"line":2,"severity":"error",)"
-              R"("text":"no \"=\" in this line; the core reads no further"})",
+              R"("text":"no \"=\" in this line; the core stops reading here"})",
               json()["files"][0]["findings"][0].dump());
 }
 

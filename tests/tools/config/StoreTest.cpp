@@ -70,7 +70,7 @@ TEST_F(ConfigToolStores, NothingUnderNamesThatCannotBeRead)
         EXPECT_EQ(2, ask({"remove", kID, name})) << name;
     }
     EXPECT_EQ(2, ask({"store", kID, "port", "1 "}));
-    EXPECT_THAT(err, HasSubstr("value \"1 \": the store keeps no blanks at the ends"));
+    EXPECT_THAT(err, HasSubstr("value \"1 \": the store does not keep blanks at the ends"));
 }
 
 TEST_F(ConfigToolStores, NothingWithoutAStoreFile)

@@ -189,7 +189,7 @@ class Requiring(HostTest):
                                     behaviour="fail in init")
         self.assertEqual((4, "initialises\nixla-host: stopped\n"), (code, out))
         self.assertIn("test.obstinate did not initialise: -2003 (eIxlaInitFailed: ", err)
-        self.assertIn("ixla-host: the core log says why: core.log\n", err)
+        self.assertIn("ixla-host: the core log has the reason: core.log\n", err)
         self.assertIn("err: -7", (self.dir / "core.log").read_text())
 
     def test_takes_no_instance_for_a_failure(self):
@@ -294,7 +294,7 @@ class FailedStart(HostTest):
 
     def test_names_the_log_that_there_is(self):
         err = self.fails("core.log.file = sub\\core.log", "core.plugins.dir=plugins")
-        self.assertIn("ixla-host: the core log says why: sub/core.log\n", err)
+        self.assertIn("ixla-host: the core log has the reason: sub/core.log\n", err)
         self.assertIn("core.plugins.config.dir and core.plugins.log.dir are needed", err)
 
     def test_says_when_the_log_is_missing(self):
@@ -322,14 +322,14 @@ class CommandLine(HostTest):
         for arguments, wanted in (
                 ((), "nothing to start: give --prs FILE or core.plugins.dir=DIR"),
                 (("--require", "x"), "nothing to start"),
-                (("plugins",), "'plugins' is no KEY=VALUE"),
-                (("=x",), "'=x' is no KEY=VALUE"),
-                ((" =x",), "' =x' is no KEY=VALUE"),
-                (("",), "'' is no KEY=VALUE"),
-                (("--seconds", "x", "a=b"), "'x' is no number of seconds"),
-                (("--seconds", "-1", "a=b"), "'-1' is no number of seconds"),
-                (("--seconds", "1.5", "a=b"), "'1.5' is no number of seconds"),
-                (("--seconds", "99999999999", "a=b"), "'99999999999' is no number of seconds"),
+                (("plugins",), "'plugins' is not KEY=VALUE"),
+                (("=x",), "'=x' is not KEY=VALUE"),
+                ((" =x",), "' =x' is not KEY=VALUE"),
+                (("",), "'' is not KEY=VALUE"),
+                (("--seconds", "x", "a=b"), "'x' is not a number of seconds"),
+                (("--seconds", "-1", "a=b"), "'-1' is not a number of seconds"),
+                (("--seconds", "1.5", "a=b"), "'1.5' is not a number of seconds"),
+                (("--seconds", "99999999999", "a=b"), "'99999999999' is not a number of seconds"),
                 (("--seconds",), "--seconds"),
                 (("--require", ""), "--require"),
                 (("--prs", ""), "--prs"),

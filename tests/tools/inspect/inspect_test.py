@@ -84,7 +84,7 @@ class Reading(InspectTest):
 
     def test_a_missing_library_is_named(self):
         library = self.read(self.add(PLUGINS / "small/libuser.so"))
-        self.assertIn("needs libhelper.so, which is nowhere the loader looks", library["problems"])
+        self.assertIn("needs libhelper.so, which the loader does not find", library["problems"])
         self.assertEqual([], library["undefined"])
 
     def test_a_needed_library_is_found_through_the_environment(self):
@@ -101,7 +101,7 @@ class Reading(InspectTest):
     def test_a_symbol_that_nothing_supplies_is_named(self):
         library = self.read(PLUGINS / "missing_symbol/libmissing_symbol.so")
         self.assertEqual(["_Z25functionThatNobodyDefinesv"], library["undefined"])
-        self.assertEqual(["undefined symbol, which nothing that it needs supplies: "
+        self.assertEqual(["undefined symbol, defined by none of its libraries: "
                           "_Z25functionThatNobodyDefinesv"], library["problems"])
 
     def test_a_symbol_is_named_without_section_headers(self):
@@ -134,7 +134,7 @@ class Reading(InspectTest):
 
     def test_a_library_without_factory_is_no_plugin(self):
         path = PLUGINS / "small/libhelper.so"
-        self.assertEqual([f"has no factory {FACTORY} and so is no plugin"],
+        self.assertEqual([f"has no factory {FACTORY} and is therefore not a plugin"],
                          self.read(path)["problems"])
 
     def test_a_library_without_factory_is_skipped_in_a_directory(self):
@@ -157,7 +157,7 @@ class Reading(InspectTest):
         self.assertRegex(self.read(path)["problems"][0], r"cut short: \d+ bytes of it are missing")
 
     def test_files_that_are_no_libraries_are_told(self):
-        for content, wanted in ((b"", "is empty"), (b"text", "is no ELF file"),
+        for content, wanted in ((b"", "is empty"), (b"text", "is not an ELF file"),
                                 (b"\x7fELF", "is damaged"), (b"\x7fELF" + 60 * b"\xff", "the ")):
             with self.subTest(content):
                 path = self.dir / "libx.so"
@@ -169,7 +169,7 @@ class Reading(InspectTest):
         (self.dir / "liblink.so").symlink_to("nowhere")
         code, (fifo, link) = self.inspect(self.dir)
         self.assertEqual(1, code)
-        self.assertEqual(["the file is no regular file"], fifo["problems"])
+        self.assertEqual(["the file is not a regular file"], fifo["problems"])
         self.assertEqual(["the file cannot be read: No such file or directory"], link["problems"])
 
     def test_a_damaged_file_never_crashes_it(self):
@@ -227,7 +227,7 @@ class Loading(InspectTest):
         self.assertRegex(self.fails("throw in getInterfaces"),
                          r"^getInterfaces threw a stone; the core ends its start with -2003 ")
         self.assertRegex(self.fails("null factory"),
-                         r"^the factory returned nothing; the core ends its start with -1009 ")
+                         r"^the factory returned null; the core ends its start with -1009 ")
 
     def test_tells_what_the_loader_says(self):
         path = self.add_odd()
@@ -245,7 +245,7 @@ class Loading(InspectTest):
     def test_hints_at_a_plugin_without_interfaces(self):
         library = self.inspect_one(self.add_odd(), ids="")
         self.assertEqual("ok", library["verdict"])
-        self.assertIn("offers no interface, so nobody can ask for it", library["hints"])
+        self.assertIn("offers no interface, so it cannot be requested", library["hints"])
 
     def test_what_the_library_prints_is_not_shown(self):
         _, out, err = self.run_tool(self.add_odd(), odd="chatter")
@@ -357,7 +357,7 @@ class CommandLine(InspectTest):
                 self.assertIn(wanted, err)
 
     def test_a_directory_without_libraries_fails(self):
-        self.assertEqual((1, "", f"ixla-inspect: {self.dir}: there is no library (*.so) in it\n"),
+        self.assertEqual((1, "", f"ixla-inspect: {self.dir}: contains no library (*.so)\n"),
                          self.run_tool(self.dir))
 
     def test_a_reader_that_goes_away_is_no_crash(self):
@@ -401,7 +401,7 @@ class CommandLine(InspectTest):
     def test_tells_that_its_program_is_damaged(self):
         code, said = self.run_installed(self.install(b"#!/bin/true"))
         self.assertEqual(1, code)
-        self.assertRegex(said, "^ixla-inspect: .*/ixla-probe: the file is no ELF file\n$")
+        self.assertRegex(said, "^ixla-inspect: .*/ixla-probe: the file is not an ELF file\n$")
 
     def test_tells_that_pyelftools_is_missing(self):
         done = subprocess.run(["/usr/bin/python3", "-S", TOOL, "--help"], capture_output=True,

@@ -116,7 +116,7 @@ class NewPluginTest(unittest.TestCase):
         done = subprocess.run(["bash", "-c", command], cwd=self.dir, text=True, check=False,
                               capture_output=True, timeout=30)
         self.assertEqual(done.returncode, 1, done)
-        self.assertIn("File too large: see that it can be written", done.stderr)
+        self.assertIn("File too large: make sure that it can be written", done.stderr)
         self.assertEqual(list(self.dir.iterdir()), [])
 
     def assert_all_refused(self, check, wanted, *texts):

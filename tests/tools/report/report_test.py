@@ -144,7 +144,7 @@ class Waits(ReportTest):
     def test_name_circles(self):
         content = Path(CIRCLE).read_bytes()
         out = self.report(content)
-        self.assertIn("Circles: nobody on one of these will ever go on:\n", out)
+        self.assertIn("Deadlocks: the threads of these circles wait for ever:\n", out)
         self.assertRegex(out, r"  thread 0x\w+ initialises libdisk\.so and waits for libnet\.so, "
                               r"which thread 0x\w+ initialises, which waits for libdisk\.so "
                               r"\(circle\)\n")
@@ -216,10 +216,10 @@ class Logs(ReportTest):
         noise = random.Random(4).randbytes(5000)
         out = self.report(PLAIN.encode() + noise + b"\n" + PLAIN.encode())
         self.assertIn("Not understood:", out)
-        self.assertRegex(out, r"lines are not those of a log: core\.log:\d+")
+        self.assertRegex(out, r"lines are not log lines: core\.log:\d+")
         self.write(noise)
-        self.assertEqual((1, "", "ixla-report: core.log: no line of a core's log; core.log.file "
-                                 "names the core's\n"), self.run_report("core.log"))
+        self.assertEqual((1, "", "ixla-report: core.log: contains no line of a core log; "
+                                 "core.log.file names it\n"), self.run_report("core.log"))
 
     def test_with_spoilt_figures_can_be_read(self):
         spoilt = (load(1, "liba.so").replace("4096", "lots")
@@ -236,7 +236,7 @@ class Logs(ReportTest):
         self.write(line(0, "hello", tag="pgs"))
         code, _, err = self.run_report("core.log")
         self.assertEqual(1, code)
-        self.assertIn("it holds lines of other logs", err)
+        self.assertIn("it has lines of other logs", err)
         out = self.report(PLAIN + line(0, "x", tag="pgs"))
         self.assertIn("1 lines are not those of a core", out)
 
