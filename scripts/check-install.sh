@@ -3,8 +3,8 @@
 # Tests that the installed files can be used without the tree: check-install.sh [BUILD_DIR]
 # Installs the release build into an empty prefix and unpacks its packages into another one. Builds
 # and runs projects outside of the tree with each of them: the plugin and the host of
-# examples/minimal, with CMake and with pkg-config, and a plugin created by ixla-new-plugin. Checks that unsupported
-# uses are refused, and runs lintian on the packages.
+# examples/minimal, with CMake and with pkg-config, and a plugin created by ixla-new-plugin. Checks
+# that unsupported uses are refused, and runs lintian on the packages.
 set -eu -o pipefail
 
 root=$(cd "$(dirname "$0")/.." && pwd)

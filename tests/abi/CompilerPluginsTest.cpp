@@ -110,7 +110,7 @@ TEST_F(CompilerPlugins, CallEveryOperationInOneProcess)
     }
 }
 
-TEST_F(CompilerPlugins, StoreWhatTheyWereTold)
+TEST_F(CompilerPlugins, StoreTheGivenValues)
 {
     start(plugins);
 
@@ -130,7 +130,7 @@ TEST_F(CompilerPlugins, StoreWhatTheyWereTold)
     }
 }
 
-TEST_F(CompilerPlugins, LogWhatTheyWereTold)
+TEST_F(CompilerPlugins, LogTheGivenTexts)
 {
     start(plugins);
 

@@ -111,7 +111,7 @@ TEST(DestructorSlots, FollowTheInterfaceOfTheConfiguration)
     destroyThroughSlots<PConfig>(sBehindConfig, nullptr, L"id");
 }
 
-TEST(DestructorSlots, OfAConfigurationLetGoOfTheManager)
+TEST(DestructorSlots, OfAConfigurationReleaseTheManager)
 {
     const PBaseptr<IConfigManager> manager(new PConfigManager);
     IConfigManager* const kept = manager.get();
@@ -182,7 +182,7 @@ TEST(DestructorSlots, AreTheFirstOfTextsAndLibraries)
     callSlot<void>(library, sInterface + 1);
 }
 
-TEST(DestructorSlots, AreNowhereElse)
+TEST(DestructorSlots, AreInNoOtherSlot)
 {
     const PBaseptr<PConfig> config(new PConfig(nullptr, L"id"));
 

@@ -73,20 +73,20 @@ class Report(unittest.TestCase):
         self.counted(FLOORS | {OURS: 105})
         self.assertEqual(0, self.check()[0])
 
-    def test_notices_more_instructions(self):
+    def test_detects_more_instructions(self):
         self.counted(FLOORS | {OURS: 106})
         self.assertEqual((1, f"{OURS}: 106 instructions for an operation, 100 recorded\n"),
                          self.check())
 
-    def test_notices_an_allocation(self):
+    def test_detects_an_allocation(self):
         self.measured(allocations=1)
         self.assertEqual(1, self.check()[0])
 
-    def test_notices_what_is_counted_no_more(self):
+    def test_detects_a_case_that_is_no_longer_counted(self):
         self.counted(FLOORS | {"look down/ours/10/1": 100})
         self.assertIn(f"{OURS}: no longer counted\n", self.check()[1])
 
-    def test_notices_what_is_not_recorded(self):
+    def test_detects_a_case_without_a_record(self):
         self.baseline({})
         self.assertEqual((1, f"{OURS}: counted, but not recorded\n"), self.check())
 
@@ -95,7 +95,7 @@ class Report(unittest.TestCase):
         self.assertEqual((1, "look up, 10: 3.03 times the floor's instructions, 3 allowed\n"),
                          self.check())
 
-    def test_notices_limits_that_nothing_is_counted_for(self):
+    def test_detects_limits_without_a_case(self):
         self.limits({"look": {"ratio": 3}, "set": {"ratio": 2}})
         self.assertEqual((1, "set: has limits, but nothing was counted\n"), self.check())
 
@@ -105,7 +105,7 @@ class Report(unittest.TestCase):
         with self.assertRaisesRegex(SystemExit, "wrong"):
             bench_report.check(self.results)
 
-    def test_records_what_the_check_compares_with(self):
+    def test_records_the_baseline_of_the_check(self):
         self.counted(FLOORS | {OURS: 140})
         bench_report.record(self.results)
         self.assertEqual({OURS: 140}, json.loads(bench_report.BASELINE.read_text()))

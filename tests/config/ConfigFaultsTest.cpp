@@ -239,7 +239,7 @@ TEST_F(ConfigLockFaults, OperationsThatCannotLockChangeNothing)
 }
 
 // The effect stays; the code of a failed unlock is not returned.
-TEST_F(ConfigLockFaults, FailedUnlockIsNoResult)
+TEST_F(ConfigLockFaults, FailedUnlockIsNotReturned)
 {
     for (const auto& [name, operation] : operations())
     {
@@ -251,7 +251,7 @@ TEST_F(ConfigLockFaults, FailedUnlockIsNoResult)
     EXPECT_EQ(dynamicOf(manager, "net", "new"), "1");
 }
 
-TEST_F(ConfigLockFaults, ReadersThatCannotLockAnswerFromTheirOwnValues)
+TEST_F(ConfigLockFaults, ReadersThatCannotLockReturnTheirOwnValues)
 {
     PortFaults::mutexLock.armOnThisThread(-77);
 
@@ -261,7 +261,7 @@ TEST_F(ConfigLockFaults, ReadersThatCannotLockAnswerFromTheirOwnValues)
     EXPECT_EQ(attrOf(config, "port", "unit"), "<-504>");
 }
 
-TEST_F(ConfigLockFaults, ReadersWithOnlyInnerLocksFailingAnswerFromTheirOwnValues)
+TEST_F(ConfigLockFaults, ReadersWithOnlyInnerLocksFailingReturnTheirOwnValues)
 {
     PortFaults::mutexLock.armOnThisThread(-77, 1);
 
@@ -332,7 +332,7 @@ TEST_F(ConfigFaults, FailedConversionReturnsItsCodeAndSetsNothing)
     EXPECT_EQ(dynamicOf(manager, "net", "k"), "<-504>");
 }
 
-TEST_F(ConfigFaults, ConversionWithoutMemoryHasTheOneCodeOfThat)
+TEST_F(ConfigFaults, ConversionWithoutMemoryReturnsTheMemoryCode)
 {
     PortFaults::int32ToStr.armOnThisThread(-12);
 
@@ -371,7 +371,7 @@ TEST_F(ConfigStoreFaults, FailedCreationIsLoggedAndTheFileIsGone)
               1);
 }
 
-TEST_F(ConfigStoreFaults, ResultOfClosingIsTheResult)
+TEST_F(ConfigStoreFaults, ReturnsTheResultOfClosing)
 {
     PortFaults::fileClose.armOnThisThread(-28, 1);
 

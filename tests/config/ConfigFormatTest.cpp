@@ -50,7 +50,7 @@ TEST(ConfigFormat, RejectsLinesWithoutKeyOrSeparator)
     }
 }
 
-TEST(ConfigFormat, RejectedLineLeavesTheTextsAlone)
+TEST(ConfigFormat, RejectedLineDoesNotChangeTheTexts)
 {
     PString key(L"k");
     PString attribute(L"a");

@@ -58,7 +58,7 @@ TEST_F(ConfigId, ReadsTheListedFilesOfTheConfigurationDirectory)
     EXPECT_EQ(valueOf(config, "only.a"), "1");
 }
 
-TEST_F(ConfigId, MissingFileCostsOnlyItsOwnEntries)
+TEST_F(ConfigId, MissingFileLosesOnlyItsOwnEntries)
 {
     mapIDs("plugin.a = a.prs, b.prs");
     dir.write("b.prs", "k = b");
@@ -67,7 +67,7 @@ TEST_F(ConfigId, MissingFileCostsOnlyItsOwnEntries)
     EXPECT_THAT(keysOf(config), ElementsAre("k"));
 }
 
-TEST_F(ConfigId, BrokenFileCostsOnlyItsEntriesFromTheBadLineOn)
+TEST_F(ConfigId, BrokenFileLosesOnlyEntriesFromTheBadLineOn)
 {
     mapIDs("plugin.a = a.prs, b.prs");
     dir.write("a.prs", "k1 = a\nbroken\nk2 = a");
@@ -108,7 +108,7 @@ TEST_F(ConfigId, BareCustomNameIsLookedUpInTheDirectory)
     EXPECT_EQ(valueOf(config, "k"), "other");
 }
 
-TEST_F(ConfigId, NameWithSlashIsUsedAsItStands)
+TEST_F(ConfigId, NameWithSlashIsUsedUnchanged)
 {
     mapIDs("plugin.a = " + dir.write("sub/a.prs", "k = sub"));
 
@@ -165,7 +165,7 @@ TEST_F(ConfigId, UnlistedIdIsAnEmptyConfiguration)
     EXPECT_THAT(keysOf(config), IsEmpty());
 }
 
-TEST_F(ConfigId, UnlistedIdLeavesTheTargetOfAnAppendAsItWas)
+TEST_F(ConfigId, AppendOfAnUnlistedIdDoesNotChangeTheTarget)
 {
     mapIDs("");
     config = byArgs({"a=1"});
@@ -194,7 +194,7 @@ TEST_F(ConfigId, IdWithSeparatorIsRefusedBeforeAnythingIsRead)
     EXPECT_EQ(list(), -2002);
 }
 
-TEST_F(ConfigId, MissingManagerConfigurationIsTriedAgainAtEveryCall)
+TEST_F(ConfigId, MissingManagerConfigurationIsReadAgainAtEveryCall)
 {
     EXPECT_EQ(load("plugin.a"), -2);
     EXPECT_EQ(load("plugin.a"), -2);
@@ -224,7 +224,7 @@ TEST_F(ConfigId, ManagerConfigurationIsReadOnce)
     EXPECT_EQ(valueOf(byID("plugin.a"), "k"), "1");
 }
 
-TEST_F(ConfigId, ManagerConfigurationMayBeRedirectedItself)
+TEST_F(ConfigId, ManagerConfigurationCanBeRedirected)
 {
     const std::string path =
         dir.write("else/where.prs", "plugin.a = " + dir.write("sub/a.prs", "k = 1"));
@@ -263,7 +263,7 @@ TEST_F(ConfigId, ListingSkipsStoreLinesWithoutId)
     EXPECT_THAT(narrow(ids), ElementsAre("a!", "a", "a|b"));
 }
 
-TEST_F(ConfigId, ListingReadsTheStoreAfresh)
+TEST_F(ConfigId, ListingReadsTheStoreAgain)
 {
     mapIDs("a = a.prs");
     ASSERT_EQ(load("a"), 0);
@@ -300,7 +300,7 @@ TEST_F(ConfigId, BrokenStoreFailsTheListing)
     EXPECT_THAT(ids, IsEmpty());
 }
 
-TEST_F(ConfigId, ListingReportsAManagerConfigurationThatIsGoneAfterCleanup)
+TEST_F(ConfigId, ListingReportsAMissingManagerConfigurationAfterCleanup)
 {
     mapIDs("a = a.prs");
     ASSERT_EQ(load("a"), 0);
@@ -335,7 +335,7 @@ TEST_F(ConfigId, ResolvedStorePathSurvivesCleanup)
     EXPECT_EQ(storeText(), "a|k = 2\n");
 }
 
-TEST_F(ConfigId, CleanupWaitsForThoseWhoReadWithTheLock)
+TEST_F(ConfigId, CleanupWaitsForReadersThatHoldTheLock)
 {
     PLockGuard lock(manager.mutex());
     std::promise<pid_t> started;
@@ -396,7 +396,7 @@ TEST_F(ConfigId, KeptManagerConfigurationResolvesNoStorePathAfterCleanup)
     EXPECT_EQ(list(), -2002);
 }
 
-TEST_F(ConfigId, EmptyTargetFailsFileByFileAndNotTheOperation)
+TEST_F(ConfigId, EmptyTargetFailsEachFileButNotTheOperation)
 {
     mapIDs("a = a.prs");
     dir.write("a.prs", "k = 1");

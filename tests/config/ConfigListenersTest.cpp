@@ -26,7 +26,7 @@ TEST_F(ConfigListeners, SecondRegistrationOfATopicIsRefused)
     EXPECT_EQ(manager.removeListener(L"A", L"T"), -504);
 }
 
-TEST_F(ConfigListeners, RemovingTheLastTopicForgetsTheId)
+TEST_F(ConfigListeners, RemovingTheLastTopicRemovesTheId)
 {
     ASSERT_EQ(manager.addListener(L"A", L"T"), 0);
     EXPECT_EQ(manager.removeListener(L"A", L"T"), 0);
@@ -100,7 +100,7 @@ TEST_F(ConfigChanges, TwiceRegisteredTopicGetsOneEvent)
     EXPECT_THAT(recorder->events(), ElementsAre("T 0 A K "));
 }
 
-TEST_F(ConfigChanges, SharedTopicTellsTheIdsApart)
+TEST_F(ConfigChanges, EventsOfASharedTopicHaveTheirIds)
 {
     announce(L"A", L"T");
     announce(L"B", L"T");
@@ -111,7 +111,7 @@ TEST_F(ConfigChanges, SharedTopicTellsTheIdsApart)
     EXPECT_THAT(recorder->events(), ElementsAre("T 0 A K ", "T 0 B K "));
 }
 
-TEST_F(ConfigChanges, EventsTellValuesFromAttributes)
+TEST_F(ConfigChanges, EventsDistinguishValuesAndAttributes)
 {
     announce(L"A", L"T");
     listen(L"T");
@@ -150,7 +150,7 @@ TEST_F(ConfigChanges, StoringIsNotAnnounced)
     EXPECT_TRUE(recorder->events().empty());
 }
 
-TEST_F(ConfigChanges, RegistrationDuringDeliveryCountsFromTheNextSet)
+TEST_F(ConfigChanges, RegistrationDuringDeliveryTakesEffectAtTheNextSet)
 {
     announce(L"A", L"T");
     listen(L"T");

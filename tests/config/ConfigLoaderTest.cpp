@@ -27,7 +27,7 @@ protected:
 };
 } // namespace
 
-TEST_F(ConfigLoader, FailedFillLeavesTheHolderAlone)
+TEST_F(ConfigLoader, FailedFillDoesNotChangeTheHolder)
 {
     PBaseptr<IConfig> config = created();
     const IConfig* const before = config.get();
@@ -36,7 +36,7 @@ TEST_F(ConfigLoader, FailedFillLeavesTheHolderAlone)
     EXPECT_EQ(config.get(), before);
 }
 
-TEST_F(ConfigLoader, FillThatThrowsBecomesLackOfMemory)
+TEST_F(ConfigLoader, ThrowingFillReturnsTheMemoryCode)
 {
     PBaseptr<IConfig> config;
     const auto fill = [](const auto&) -> int

@@ -94,7 +94,7 @@ TEST_F(ConfigMessages, UnlistedIdIsLogged)
     EXPECT_EQ(logged(" D pgs [appendByID] No config for iID(unlisted)"), 1);
 }
 
-TEST_F(ConfigMessages, MissingManagerConfigurationIsLoggedAtEveryTry)
+TEST_F(ConfigMessages, MissingManagerConfigurationIsLoggedAtEveryAttempt)
 {
     std::filesystem::remove(path("ixlap.configmanager.prs"));
     EXPECT_EQ(load("net"), -2);

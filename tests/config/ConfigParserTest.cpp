@@ -67,7 +67,7 @@ TEST_F(ConfigParser, LaterValueWinsEarlierAttributeStays)
     EXPECT_EQ(attrOf(config, "a", "unit"), "s");
 }
 
-TEST_F(ConfigParser, AttributeAloneMakesAKeyWithAnEmptyValue)
+TEST_F(ConfigParser, AttributeWithoutValueCreatesAKeyWithAnEmptyValue)
 {
     config = byFile("b:flag = on");
 
@@ -76,7 +76,7 @@ TEST_F(ConfigParser, AttributeAloneMakesAKeyWithAnEmptyValue)
     EXPECT_EQ(attrOf(config, "b", "flag"), "on");
 }
 
-TEST_F(ConfigParser, AttributeAloneMakesAKeyOfAnyLength)
+TEST_F(ConfigParser, AttributeWithoutValueCreatesAKeyOfAnyLength)
 {
     const std::string key(40, 'k');
     config = byFile(key + " : " + std::string(40, 'a') + " = " + std::string(40, 't'));
@@ -127,7 +127,7 @@ TEST_F(ConfigParser, EmptyAttributeNameMakesAValueLine)
     EXPECT_THAT(attributesOf(config, "c"), IsEmpty());
 }
 
-TEST_F(ConfigParser, EverythingBehindTheFirstEqualsIsTheText)
+TEST_F(ConfigParser, EverythingAfterTheFirstEqualsIsTheText)
 {
     config = byFile("d = x = y\nf = a:b|c#d");
 
@@ -156,7 +156,7 @@ TEST_F(ConfigParser, AppendKeepsTheEntriesBeforeABadLine)
     EXPECT_EQ(valueOf(config, "b"), "2");
 }
 
-TEST_F(ConfigParser, CommentsBeginLinesAndNothingElse)
+TEST_F(ConfigParser, CommentsStartOnlyAtTheBeginningOfALine)
 {
     config = byFile("  \t# k = hidden\n#=\nk = v # note\nn#m = 1\n");
 
@@ -188,7 +188,7 @@ TEST_F(ConfigParser, NoArgumentsAreInvalid)
     EXPECT_FALSE(config);
 }
 
-TEST_F(ConfigParser, ArgumentsKnowNoComments)
+TEST_F(ConfigParser, ArgumentsHaveNoComments)
 {
     EXPECT_EQ(load({PString(L"# remark")}), -3001);
     EXPECT_EQ(load({PString(L"#a=1")}), 0);
@@ -203,7 +203,7 @@ TEST_F(ConfigParser, ArgumentsFollowTheRulesOfLines)
     EXPECT_EQ(attrOf(config, "a", "unit"), "s");
 }
 
-TEST_F(ConfigParser, AppendedArgumentsStayUpToTheBadOne)
+TEST_F(ConfigParser, AppendKeepsTheArgumentsBeforeABadOne)
 {
     config = byArgs({"a=1"});
     const std::vector<PString> args = {PString(L"b=2"), PString(L"bad"), PString(L"c=3")};
@@ -255,7 +255,7 @@ TEST_F(ConfigParser, NoArgumentsAreInvalidForAppendingToo)
     EXPECT_THAT(keysOf(config), ElementsAre("a"));
 }
 
-TEST_F(ConfigParser, LoadsGoThroughTheAppendsOfTheInterface)
+TEST_F(ConfigParser, LoadsCallTheAppendOperations)
 {
     CountingManager* const counting = new CountingManager;
     const PBaseptr<IConfigManager> own(counting);
@@ -277,7 +277,7 @@ TEST_F(ConfigParser, TextsOfEveryScriptAreKept)
     EXPECT_EQ(valueOf(config, "sch\xC3\xBCssel"), "\xE5\x80\xBC \xF0\x9F\x94\x91");
 }
 
-TEST_F(ConfigParser, ReadsManyLinesInOneGo)
+TEST_F(ConfigParser, ReadsManyLines)
 {
     constexpr int count = 200000;
     std::string lines;
@@ -291,13 +291,13 @@ TEST_F(ConfigParser, ReadsManyLinesInOneGo)
     EXPECT_EQ(valueOf(config, "key199999"), "199999");
 }
 
-TEST_F(ConfigParser, DirectoryIsNoConfiguration)
+TEST_F(ConfigParser, DirectoryIsNotAConfiguration)
 {
     EXPECT_EQ(manager.loadByFile(wide(dir.path().string()), config), -21);
     EXPECT_FALSE(config);
 }
 
-TEST_F(ConfigParser, FileThatCannotBeReadOnCountsAsEnded)
+TEST_F(ConfigParser, FileCountsAsEndedAtAReadError)
 {
     // It can be opened, but reading it fails, because its first page is not mapped.
     EXPECT_EQ(manager.loadByFile(L"/proc/self/mem", config), 0);

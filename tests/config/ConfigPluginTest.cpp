@@ -32,7 +32,7 @@ IBase* _marker()
 }
 } // namespace
 
-TEST_F(ConfigPlugin, OffersTheManagersIdAlone)
+TEST_F(ConfigPlugin, OffersOnlyTheManagersId)
 {
     for (int round = 0; round < 2; ++round)
     {
@@ -61,7 +61,7 @@ TEST_F(ConfigPlugin, BeforeInitTheInstanceIsLeftUntouched)
     EXPECT_EQ(instance, _marker());
 }
 
-TEST_F(ConfigPlugin, HandsOutOneManagerWithoutAddingReferences)
+TEST_F(ConfigPlugin, ReturnsOneManagerWithoutAddingReferences)
 {
     ASSERT_EQ(plugin->init(), 0);
     PConfigManager* const first = manager();

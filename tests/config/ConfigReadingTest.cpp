@@ -109,7 +109,7 @@ TEST_F(ConfigReading, AttributeComesFromTheFirstRecordThatHasIt)
     EXPECT_EQ(attrOf(config, "port", "own"), "run-time");
 }
 
-TEST_F(ConfigReading, StoredAttributeStandsBetweenRunTimeAndFile)
+TEST_F(ConfigReading, StoredAttributePrecedesTheFileAndFollowsRunTime)
 {
     const PBaseptr<IConfig> config = loadID("net", "port = 80\nport:a = file\nport:b = file");
     store("net", "port", "90");
@@ -331,7 +331,7 @@ TEST_F(ConfigReading, BinaryBlocksBelongToTheCaller)
     EXPECT_THAT(std::vector<int>(attribute, attribute + attributeSize), ElementsAre(127));
 }
 
-TEST_F(ConfigReading, TypedReadsGoThroughTheTextReads)
+TEST_F(ConfigReading, TypedReadsCallTheTextReads)
 {
     const PBaseptr<IConfig> config = PBaseptr<IConfig>::adopt(new FixedTextConfig);
     int value = 0;
@@ -343,7 +343,7 @@ TEST_F(ConfigReading, TypedReadsGoThroughTheTextReads)
     EXPECT_EQ(attribute, 18);
 }
 
-TEST_F(ConfigReading, LongTextsAreReadWhole)
+TEST_F(ConfigReading, LongTextsAreReadCompletely)
 {
     const std::string zeros(5000, '0');
     const PBaseptr<IConfig> config = byFile("a = " + zeros + "7");
@@ -354,7 +354,7 @@ TEST_F(ConfigReading, LongTextsAreReadWhole)
     EXPECT_EQ(number, 7);
 }
 
-TEST_F(ConfigReading, ConfigurationWithoutManagerAnswersFromItsOwnValues)
+TEST_F(ConfigReading, ConfigurationWithoutManagerReturnsItsOwnValues)
 {
     const PBaseptr<IConfig> config = PBaseptr<IConfig>::adopt(new PConfig(nullptr, L"net"));
     PConfigValues& values = static_cast<PConfig&>(*config).values();
@@ -364,7 +364,7 @@ TEST_F(ConfigReading, ConfigurationWithoutManagerAnswersFromItsOwnValues)
     EXPECT_EQ(valueOf(config, "b"), "<-504>");
 }
 
-TEST_F(ConfigReading, ConfigurationKeepsItsManagerAlive)
+TEST_F(ConfigReading, ConfigurationHoldsItsManager)
 {
     PBaseptr<IConfigManager> own(new PConfigManager);
     std::vector<PString> args = {PString(L"a=1")};
@@ -387,7 +387,7 @@ TEST_F(ConfigReading, CountsReferencesAndHoldsOneOnItsManager)
     EXPECT_EQ(manager.decRef(), before);
 }
 
-TEST_F(ConfigReading, FinderOfOwnRecordsKnowsOnlyThem)
+TEST_F(ConfigReading, FinderOfOwnRecordsFindsOnlyThem)
 {
     const PBaseptr<IConfig> config = loadID("net", "a = 1");
     set("net", "b", "2");

@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-TEST(ConfigRecords, RemovingWhatIsAbsentSucceeds)
+TEST(ConfigRecords, RemovingAMissingEntrySucceeds)
 {
     PConfigValues values;
     ASSERT_EQ(PConfigRecords::_addValue(values, L"a", L"1"), 0);
@@ -14,7 +14,7 @@ TEST(ConfigRecords, RemovingWhatIsAbsentSucceeds)
     EXPECT_EQ(values.size(), 1u);
 }
 
-TEST(ConfigRecords, RemovingAKeyTakesItsAttributesAlong)
+TEST(ConfigRecords, RemovingAKeyRemovesItsAttributes)
 {
     PConfigValues values;
     ASSERT_EQ(PConfigRecords::_addValue(values, L"a", L"1"), 0);
@@ -25,7 +25,7 @@ TEST(ConfigRecords, RemovingAKeyTakesItsAttributesAlong)
     EXPECT_TRUE(values.at(PString(L"a")).fAttributes.empty());
 }
 
-TEST(ConfigRecords, RemovingAnAttributeLeavesTheRestOfTheRecord)
+TEST(ConfigRecords, RemovingAnAttributeKeepsTheRestOfTheRecord)
 {
     PConfigValues values;
     ASSERT_EQ(PConfigRecords::_addValue(values, L"a", L"1"), 0);
@@ -54,7 +54,7 @@ TEST(ConfigRecords, ReplacingAValueKeepsAttributesAndPin)
     EXPECT_EQ(record.fAttributes.size(), 1u);
 }
 
-TEST(ConfigRecords, AddingANewValueLeavesAnExistingKeyAlone)
+TEST(ConfigRecords, AddingANewValueDoesNotChangeAnExistingKey)
 {
     PConfigValues values;
     PConfigRecords::_addNewValue(values, L"a", L"1");
@@ -72,7 +72,7 @@ TEST(ConfigRecords, AttributeKeepsItsFirstText)
     EXPECT_EQ(values.at(PString(L"a")).fAttributes.at(PString(L"x")), L"1");
 }
 
-TEST(ConfigRecords, RemoveTakesTheKeyOnlyWithoutAnAttribute)
+TEST(ConfigRecords, RemoveWithoutAttributeRemovesTheKey)
 {
     const PLiteral attribute(L"x");
     PConfigValues values;

@@ -72,7 +72,7 @@ private:
 };
 } // namespace
 
-TEST_F(ConfigStore, FirstStoreMakesAFileOfOneLine)
+TEST_F(ConfigStore, FirstStoreCreatesAFileOfOneLine)
 {
     ASSERT_FALSE(fs::exists(dir.path() / "store.txt"));
     store("net", "port", "8080");
@@ -80,7 +80,7 @@ TEST_F(ConfigStore, FirstStoreMakesAFileOfOneLine)
     EXPECT_EQ(storeText(), "net|port = 8080\n");
 }
 
-TEST_F(ConfigStore, FileBelongsToItsOwnerAlone)
+TEST_F(ConfigStore, FileIsAccessibleToItsOwnerOnly)
 {
     struct stat made = {};
     struct stat rewritten = {};
@@ -170,7 +170,7 @@ TEST_F(ConfigStore, ValueStoredAfterTheFirstReadIsInTheFileOnly)
     EXPECT_EQ(reread("net", "port"), "2");
 }
 
-TEST_F(ConfigStore, RemovedKeyIsGoneForReadersAtOnce)
+TEST_F(ConfigStore, ReadersLoseARemovedKeyAtOnce)
 {
     store("net", "port", "1");
     storeAttr("net", "port", "unit", "tcp");
@@ -181,7 +181,7 @@ TEST_F(ConfigStore, RemovedKeyIsGoneForReadersAtOnce)
     EXPECT_EQ(storeText(), "");
 }
 
-TEST_F(ConfigStore, RemovedAttributeIsGoneForReadersAtOnce)
+TEST_F(ConfigStore, ReadersLoseARemovedAttributeAtOnce)
 {
     store("net", "port", "1");
     storeAttr("net", "port", "unit", "tcp");
@@ -192,7 +192,7 @@ TEST_F(ConfigStore, RemovedAttributeIsGoneForReadersAtOnce)
     EXPECT_EQ(storeText(), "net|port = 1\n");
 }
 
-TEST_F(ConfigStore, RemovingWhatIsAbsentSucceedsAndRewrites)
+TEST_F(ConfigStore, RemovingAMissingEntrySucceedsAndRewrites)
 {
     dir.write("store.txt", "# by hand\nnet|port = 1");
 
@@ -231,7 +231,7 @@ TEST_F(ConfigStore, NamesWithSeparatorsAreRefusedBeforeAnythingIsRead)
     EXPECT_FALSE(fs::exists(dir.path() / "store.txt"));
 }
 
-TEST_F(ConfigStore, ValueMayHoldAnything)
+TEST_F(ConfigStore, ValueMayContainAnyText)
 {
     const std::string value = "a = b:c|d # e\nnet|planted = 1\r\nlast";
     store("net", "port", value);
@@ -240,7 +240,7 @@ TEST_F(ConfigStore, ValueMayHoldAnything)
     EXPECT_EQ(reread("net", "planted"), "<-504>");
 }
 
-TEST_F(ConfigStore, KeyThatBelongsToNoIdHidesNoOther)
+TEST_F(ConfigStore, KeyWithoutIdHidesNoOtherKey)
 {
     dir.write("store.txt", "apart = 1\nnet|port = 1\nzone|port = 1\n");
     std::vector<PString> ids;
@@ -251,7 +251,7 @@ TEST_F(ConfigStore, KeyThatBelongsToNoIdHidesNoOther)
     EXPECT_NE(std::find(ids.begin(), ids.end(), wanted), ids.end());
 }
 
-TEST_F(ConfigStore, InvalidBytesOfAHandMadeFileSurviveARewrite)
+TEST_F(ConfigStore, InvalidBytesOfAnEditedFileSurviveARewrite)
 {
     dir.write("store.txt", "net|raw = \xFF\xC3(\x80\nnet|z = 1\n");
     store("net", "z", "2");
@@ -259,7 +259,7 @@ TEST_F(ConfigStore, InvalidBytesOfAHandMadeFileSurviveARewrite)
     EXPECT_EQ(storeText(), "net|raw = \xFF\xC3(\x80\nnet|z = 2\n");
 }
 
-TEST_F(ConfigStore, BrokenFileFailsEveryStoreOperationAndStaysAsItIs)
+TEST_F(ConfigStore, BrokenFileFailsEveryStoreOperationAndIsNotChanged)
 {
     dir.write("store.txt", "net|port = 1\nbroken\n");
 
@@ -271,7 +271,7 @@ TEST_F(ConfigStore, BrokenFileFailsEveryStoreOperationAndStaysAsItIs)
     EXPECT_EQ(storeText(), "net|port = 1\nbroken\n");
 }
 
-TEST_F(ConfigStore, BrokenFileDoesNotKeepReadersFromTheirOwnValues)
+TEST_F(ConfigStore, BrokenFileDoesNotHideTheReadersOwnValues)
 {
     net = loadID("net", "port = 80");
     dir.write("store.txt", "broken\n");
@@ -279,7 +279,7 @@ TEST_F(ConfigStore, BrokenFileDoesNotKeepReadersFromTheirOwnValues)
     EXPECT_EQ(valueOf(net, "port"), "80");
 }
 
-TEST_F(ConfigStore, FirstLookupMakesAnEmptyFile)
+TEST_F(ConfigStore, FirstLookupCreatesAnEmptyFile)
 {
     EXPECT_EQ(loadedOf("net", "port"), "<-504>");
 
@@ -330,7 +330,7 @@ TEST_F(ConfigStore, LookupsCopyTheStoredText)
     EXPECT_EQ(loadedOf("other", "port"), "<-504>");
 }
 
-TEST_F(ConfigStore, LongValuesAreStoredWhole)
+TEST_F(ConfigStore, LongValuesAreStoredCompletely)
 {
     const std::string value(100000, 'v');
     store("net", "port", value);

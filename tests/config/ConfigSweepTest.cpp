@@ -510,49 +510,49 @@ std::string _nameOf(const testing::TestParamInfo<StoreOperation>& iInfo)
 }
 } // namespace
 
-TEST(ConfigFileSweep, LoadByFileReportsWhatFails)
+TEST(ConfigFileSweep, LoadByFileReportsEveryFailure)
 {
     FileSweep sweep("loadByFile", &_make<LoadingFile<false>>);
     EXPECT_THAT(sweep.run(), IsEmpty());
     EXPECT_GE(sweep.points(FileFaults::read), 20);
 }
 
-TEST(ConfigFileSweep, AppendByFileKeepsWhatWasThere)
+TEST(ConfigFileSweep, AppendByFileKeepsEarlierEntries)
 {
     FileSweep sweep("appendByFile", &_make<LoadingFile<true>>);
     EXPECT_THAT(sweep.run(), IsEmpty());
     EXPECT_GE(sweep.points(FileFaults::read), 20);
 }
 
-TEST(ConfigFileSweep, LoadByIDNeedsTheManagersConfigurationAlone)
+TEST(ConfigFileSweep, LoadByIDRequiresOnlyTheManagerConfiguration)
 {
     FileSweep sweep("loadByID", &_make<LoadingID>);
     EXPECT_THAT(sweep.run(), IsEmpty());
     EXPECT_GE(sweep.points(FileFaults::open), 27);
 }
 
-TEST(ConfigFileSweep, ListIDsReportsWhatFails)
+TEST(ConfigFileSweep, ListIDsReportsEveryFailure)
 {
     FileSweep sweep("listIDs", &_make<ListingIDs>);
     EXPECT_THAT(sweep.run(), IsEmpty());
     EXPECT_GE(sweep.points(FileFaults::access), 9);
 }
 
-TEST(ConfigFileSweep, FirstLookupReportsWhatFails)
+TEST(ConfigFileSweep, FirstLookupReportsEveryFailure)
 {
     FileSweep sweep("first lookup", &_make<LookingUp>);
     EXPECT_THAT(sweep.run(), IsEmpty());
     EXPECT_GE(sweep.points(FileFaults::open), 9);
 }
 
-TEST(ConfigFileSweep, FirstStoreReportsWhatFails)
+TEST(ConfigFileSweep, FirstStoreReportsEveryFailure)
 {
     FileSweep sweep("first storeString", &_make<StoringFirst>);
     EXPECT_THAT(sweep.run(), IsEmpty());
     EXPECT_GE(sweep.points(FileFaults::open), 27);
 }
 
-TEST_P(StoreFileSweep, ReportsWhatFailsAndHarmsNothingElse)
+TEST_P(StoreFileSweep, ReportsEveryFailureWithoutOtherEffects)
 {
     FileSweep sweep(GetParam().name, [] { return std::make_unique<Storing>(GetParam()); });
     EXPECT_THAT(sweep.run(), IsEmpty());
@@ -566,7 +566,7 @@ TEST_P(StoreFileSweep, ReportsWhatFailsAndHarmsNothingElse)
 INSTANTIATE_TEST_SUITE_P(Values, StoreFileSweep, testing::ValuesIn(_values()), _nameOf);
 INSTANTIATE_TEST_SUITE_P(Attributes, StoreFileSweep, testing::ValuesIn(_attributes()), _nameOf);
 
-TEST(ConfigFileSweep, CatchesAnOperationThatSwallowsItsCode)
+TEST(ConfigFileSweep, DetectsAnOperationThatIgnoresAnError)
 {
     EXPECT_THAT(FileSweep("wrong", &_make<SayingYes>).run(),
                 Contains(AllOf(HasSubstr("write 1 ENOSPC"), HasSubstr("returns 0"))));

@@ -45,7 +45,7 @@ typedef ConfigTest ConfigThreads;
 typedef ConfigEventsTest ConfigEventThreads;
 } // namespace
 
-TEST_F(ConfigThreads, ReadersSeeWholeTextsWhileTheKeyIsSetAndRemoved)
+TEST_F(ConfigThreads, ReadersGetWholeTextsWhileTheKeyIsSetAndRemoved)
 {
     const PBaseptr<IConfig> config = loadID("net", "k = f");
     std::atomic<bool> done{false};
@@ -77,7 +77,7 @@ TEST_F(ConfigThreads, ReadersSeeWholeTextsWhileTheKeyIsSetAndRemoved)
     runTogether({write, read, read});
 }
 
-TEST_F(ConfigThreads, ReadersSeeWholeTextsWhileTheStoredKeyIsRemoved)
+TEST_F(ConfigThreads, ReadersGetWholeTextsWhileTheStoredKeyIsRemoved)
 {
     const PBaseptr<IConfig> config = loadID("net", "k = f");
     for (int i = 0; i < 100; ++i)
@@ -130,7 +130,7 @@ TEST_F(ConfigThreads, ReadersShareTheCacheOfPins)
     runTogether({read, read, read});
 }
 
-TEST_F(ConfigThreads, LoadsStoresAndListingsDoNotDisturbEachOther)
+TEST_F(ConfigThreads, LoadsStoresAndListingsDoNotAffectEachOther)
 {
     mapIDs("net = net.prs");
     dir.write("net.prs", "k = 1");

@@ -46,7 +46,7 @@ TEST_F(RunTimeValues, SecondSetKeepsTheAttributes)
     EXPECT_EQ(attrOf(config, "K", "unit"), "s");
 }
 
-TEST_F(RunTimeValues, RemovedValueCanBeSetAnew)
+TEST_F(RunTimeValues, RemovedValueCanBeSetAgain)
 {
     set("A", "K", "1");
     EXPECT_EQ(manager.removeSetKey(L"A", L"K"), 0);
@@ -72,7 +72,7 @@ TEST_F(RunTimeValues, SecondAttributeTextIsIgnored)
     EXPECT_EQ(attrOf(config, "K", "unit"), "s");
 }
 
-TEST_F(RunTimeValues, RemovingWhatIsUnknownSucceeds)
+TEST_F(RunTimeValues, RemovingAnUnknownEntrySucceeds)
 {
     set("A", "K", "1");
 
@@ -84,7 +84,7 @@ TEST_F(RunTimeValues, RemovingWhatIsUnknownSucceeds)
     EXPECT_EQ(dynamicOf(manager, "A", "K"), "1");
 }
 
-TEST_F(RunTimeValues, RemovedAttributeUncoversTheFilesOwn)
+TEST_F(RunTimeValues, RemovedAttributeRevealsThatOfTheFile)
 {
     const PBaseptr<IConfig> config = loadID("A", "K = 0\nK:unit = h");
     set("A", "K", "1");
@@ -146,7 +146,7 @@ TEST_F(RunTimeValues, SetOnlyKeyIsReadableButNotListed)
     EXPECT_EQ(config->getAttributes(L"K", attributes), -504);
 }
 
-TEST_F(RunTimeValues, IdsAreApartAndExact)
+TEST_F(RunTimeValues, IdsAreSeparateAndExact)
 {
     set("A", "K", "1");
 
@@ -210,7 +210,7 @@ TEST_F(RunTimeEvents, TopicsOfAnIdFollowTheirRegistration)
     EXPECT_THAT(recorder->events(), ElementsAre("topic 0 A K ", "another 0 A K "));
 }
 
-TEST_F(RunTimeEvents, TopicWithoutListenersDoesNotKeepTheOthersBack)
+TEST_F(RunTimeEvents, TopicWithoutListenersDoesNotAffectTheOthers)
 {
     announce(L"B", L"nobody");
     announce(L"B", L"topic");

@@ -413,7 +413,7 @@ private:
 };
 } // namespace
 
-TEST_F(StoreKill, AtACallLosesNoMoreThanTheFileInTheMaking)
+TEST_F(StoreKill, AtACallLosesAtMostTheFileBeingWritten)
 {
     for (int i = 0; i < kKillsAtCalls && !HasFailure(); ++i)
     {
@@ -428,7 +428,7 @@ TEST_F(StoreKill, AtACallLosesNoMoreThanTheFileInTheMaking)
     EXPECT_LT(fEmpty, fTally[ePartial]);
 }
 
-TEST_F(StoreKill, AtATimeLosesNoMoreThanTheFileInTheMaking)
+TEST_F(StoreKill, AtATimeLosesAtMostTheFileBeingWritten)
 {
     for (int i = 0; i < kKillsAtTimes && !HasFailure(); ++i)
     {
@@ -449,7 +449,7 @@ TEST_F(StoreKill, NextStartWorksWithEveryPartOfAStore)
     EXPECT_GT(fRefused, 0);
 }
 
-TEST_F(StoreKill, NoticesAStoreThatIsWrittenInPlace)
+TEST_F(StoreKill, DetectsAStoreThatIsWrittenInPlace)
 {
     for (int i = 0; i < 60; ++i)
     {
@@ -459,7 +459,7 @@ TEST_F(StoreKill, NoticesAStoreThatIsWrittenInPlace)
     EXPECT_GT(fTally[eOther], 0);
 }
 
-TEST(StoreKillCheck, NoticesAStoreThatIsNeitherOldNorNewNorPartOfIt)
+TEST(StoreKillCheck, DetectsAStoreThatIsNeitherOldNorNewNorPartOfIt)
 {
     EXPECT_EQ(_judge("a = 1\n", "a = 22\n", true, "a = 1\n"), eOld);
     EXPECT_EQ(_judge("a = 1\n", "a = 22\n", true, "a = 22\n"), eNew);

@@ -73,7 +73,7 @@ TEST_F(CoreAllocation, BuiltInPluginThatCannotBeRegisteredIsLogged)
               fCore.logCount("E Core [startFlow] Failed to load internal plugins err: -501"));
 }
 
-TEST_F(CoreAllocation, FailedRegistrationLeavesNoInterfaceBehind)
+TEST_F(CoreAllocation, FailedRegistrationRegistersNoInterface)
 {
     fCore.addPlugin("beta");
     int swept = 0;

@@ -71,7 +71,7 @@ TEST_F(Autostart, NameWithoutAMatchIsNoFailure)
     EXPECT_EQ(0, PluginHooks::count("alpha.init"));
 }
 
-TEST_F(Autostart, PluginThatIsUnloadedDuringTheWalkMakesItSkipNone)
+TEST_F(Autostart, UnloadDuringTheWalkSkipsNoOtherPlugin)
 {
     ITestService* const alpha = fCore.get<ITestService>(L"test.alpha");
     ASSERT_NE(nullptr, alpha);

@@ -71,7 +71,7 @@ TEST_F(CallGate, AdmitsTheThreadThatClosedIt)
     EXPECT_EQ(0u, fGate.close(kLong));
 }
 
-TEST_F(CallGate, TellsHowManyDoNotLeave)
+TEST_F(CallGate, ReportsTheNumberOfCallsThatStay)
 {
     ASSERT_TRUE(fGate.enter());
     ASSERT_TRUE(fGate.enter());
@@ -83,7 +83,7 @@ TEST_F(CallGate, TellsHowManyDoNotLeave)
     EXPECT_EQ(0u, fGate.close(kLong));
 }
 
-TEST_F(CallGate, ClosingWaitsForTheLastToLeave)
+TEST_F(CallGate, ClosingWaitsForCallsInside)
 {
     std::atomic<bool> left{false};
     std::promise<void> inside;
@@ -135,7 +135,7 @@ TEST_F(CallGate, RefusedCallersDoNotHoldIt)
     }
 }
 
-TEST_F(CallGate, FailedWaitCountsThoseInside)
+TEST_F(CallGate, FailedWaitReportsCallsInside)
 {
     ASSERT_TRUE(fGate.enter());
     PortFaults::condVarWait.armOnThisThread(-22, 0, 1);
@@ -145,7 +145,7 @@ TEST_F(CallGate, FailedWaitCountsThoseInside)
     fGate.leave();
 }
 
-TEST_F(CallGate, WaitThatWasNotToldLooksAgain)
+TEST_F(CallGate, WaitWithoutNotificationChecksAgain)
 {
     ASSERT_TRUE(fGate.enter());
     PortFaults::condVarNotifyAll.arm(-22);

@@ -79,7 +79,7 @@ TEST_F(ConfigFileLines, WithoutManagerConfigurationNothingIsLoadedByIdOrLogged)
     EXPECT_FALSE(std::filesystem::exists(fCore.pluginLogFile()));
 }
 
-TEST_F(ConfigFileLines, KeptManagerNamesAManagerConfigurationThatHasGone)
+TEST_F(ConfigFileLines, HeldManagerLogsAMissingManagerConfiguration)
 {
     ASSERT_EQ(0, fCore.start());
     ASSERT_EQ(0, storeValue());
@@ -139,7 +139,7 @@ TEST_F(ConfigFileLines, MissingPropertyFileIsNamed)
     EXPECT_EQ(1, logged("[startFlow] Failed to load core prs: " + file + " line: 0 err: -2"));
 }
 
-TEST_F(ConfigFileLines, BrokenStoreIsNamedByTheCoreUntilThereIsAPluginLog)
+TEST_F(ConfigFileLines, BrokenStoreIsInTheCoreLogUntilThereIsAPluginLog)
 {
     fCore.writeConfig("store.txt", "net|k = 1\nbroken\n");
     ASSERT_EQ(0, fCore.start());
@@ -164,7 +164,7 @@ TEST_F(ConfigFileLines, BrokenStoreIsNamedAtEachReadByIdAndHidesNothingElse)
     EXPECT_EQ(2, countLines(fCore.pluginLogFile(), " E pgs " + storeLine("line: 2 err: -3001")));
 }
 
-TEST_F(ConfigFileLines, BrokenStoreIsNamedInThePluginLogAtEachTry)
+TEST_F(ConfigFileLines, BrokenStoreIsInThePluginLogAtEachAttempt)
 {
     ASSERT_EQ(0, fCore.start());
     ASSERT_EQ(0, storeValue());
@@ -185,7 +185,7 @@ TEST_F(ConfigFileLines, UnreadableStoreIsNamed)
     EXPECT_EQ(1, countLines(fCore.pluginLogFile(), " E pgs " + storeLine("line: 0 err: -21")));
 }
 
-TEST_F(ConfigFileLines, StoreThatIsNotThereYetIsNoError)
+TEST_F(ConfigFileLines, MissingStoreIsNotAnError)
 {
     ASSERT_EQ(0, fCore.start());
     EXPECT_EQ(0, storeValue());
@@ -194,7 +194,7 @@ TEST_F(ConfigFileLines, StoreThatIsNotThereYetIsNoError)
     EXPECT_EQ(0, countLines(fCore.pluginLogFile(), " E pgs "));
 }
 
-TEST_F(ConfigFileLines, ConfigurationWithoutAStoreIsNoError)
+TEST_F(ConfigFileLines, ConfigurationWithoutAStoreIsNotAnError)
 {
     fCore.writeConfig("ixlap.configmanager.prs", "net = net.prs\n");
     fCore.writeConfig("net.prs", "");
@@ -218,7 +218,7 @@ TEST_F(ConfigFileLines, BrokenFileOfAnIdIsNamedWithItsLine)
                                                     file + ") line: 2 err: -3001"));
 }
 
-TEST_F(ConfigFileLines, MissingFileOfTheGlobalIdIsNamedByTheCore)
+TEST_F(ConfigFileLines, MissingFileOfTheGlobalIdIsInTheCoreLog)
 {
     fCore.writeManagerConfig("ixlap.global = global.prs");
     ASSERT_EQ(0, fCore.start());

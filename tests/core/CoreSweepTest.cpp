@@ -160,7 +160,7 @@ class CoreFileSweep : public testing::TestWithParam<std::string>
 };
 } // namespace
 
-TEST_P(CoreFileSweep, StartNeedsThePropertyFileAlone)
+TEST_P(CoreFileSweep, StartRequiresOnlyThePropertyFile)
 {
     FileSweep sweep("ixlaStart, " + GetParam(), [] { return std::make_unique<Starting>(); });
     EXPECT_THAT(sweep.run({FileFaults::find(GetParam())}), IsEmpty());
@@ -172,7 +172,7 @@ INSTANTIATE_TEST_SUITE_P(Calls, CoreFileSweep,
                                          "opendir", "readdir"),
                          [](const auto& iInfo) { return iInfo.param; });
 
-TEST(CoreFileReading, FilesThatCannotBeReadOnAreNamedWithTheLine)
+TEST(CoreFileReading, ReadErrorsAreLoggedWithTheLine)
 {
     CoreRun core;
     core.writeManagerConfig("net = net.prs");
@@ -199,7 +199,7 @@ TEST(CoreFileReading, FilesThatCannotBeReadOnAreNamedWithTheLine)
               1);
 }
 
-TEST(CoreFileReading, StoreWithoutTheRightToReadItIsNamed)
+TEST(CoreFileReading, StoreWithoutReadPermissionIsLogged)
 {
     CoreRun core;
     core.writeConfig("store.txt", "net|k = 1\n");
@@ -218,7 +218,7 @@ TEST(CoreFileReading, StoreWithoutTheRightToReadItIsNamed)
         1);
 }
 
-TEST(CoreDescriptors, StartWithFewDescriptorsLeaksNoneAndWorksLater)
+TEST(CoreDescriptors, StartWithFewDescriptorsLeaksNoneAndSucceedsLater)
 {
 #ifdef __SANITIZE_ADDRESS__
     GTEST_SKIP() << "the sanitizer needs descriptors of its own to look at objects";

@@ -66,7 +66,7 @@ TEST_F(EntryPoints, SecondStartIsRefusedAndFirstCoreRunsOn)
     EXPECT_EQ(1, fCore.logCount("E Core [PCore] Try to start already started core."));
 }
 
-TEST_F(EntryPoints, FailedStartLeavesRoomForAnother)
+TEST_F(EntryPoints, StartAfterAFailedStartSucceeds)
 {
     fCore.set("core.log.level", "high");
     EXPECT_EQ(-502, fCore.start());
@@ -86,7 +86,7 @@ TEST_F(EntryPoints, StopClearsTheCoreAndReturnsTheErrorOfTheStopFlow)
     EXPECT_EQ(0, fCore.start());
 }
 
-TEST_F(EntryPoints, RefusedUnloadWhileStartingStandsBetweenTwoFrames)
+TEST_F(EntryPoints, RefusedUnloadWhileStartingIsFramedInTheLog)
 {
     fCore.addPlugin("alpha");
     int frames = 0;

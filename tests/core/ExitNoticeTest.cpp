@@ -13,7 +13,7 @@
 
 namespace
 {
-TEST(ExitNotice, CoreMayNotGoBeforeTheNotifierSends)
+TEST(ExitNotice, CoreStaysUntilTheNotifierSends)
 {
     PExitNotice notice;
     EXPECT_FALSE(notice.abandon());
@@ -22,7 +22,7 @@ TEST(ExitNotice, CoreMayNotGoBeforeTheNotifierSends)
     EXPECT_TRUE(notice.isAbandoned());
 }
 
-TEST(ExitNotice, AbandonedNotifierIsToldOnItsReturn)
+TEST(ExitNotice, AbandonedNotifierIsInformedOnItsReturn)
 {
     PExitNotice notice;
     notice.sending();
@@ -30,7 +30,7 @@ TEST(ExitNotice, AbandonedNotifierIsToldOnItsReturn)
     EXPECT_FALSE(notice.beginReport());
 }
 
-TEST(ExitNotice, CoreMayNotGoWhileTheNotifierReports)
+TEST(ExitNotice, CoreStaysWhileTheNotifierReports)
 {
     PExitNotice notice;
     notice.sending();
@@ -41,7 +41,7 @@ TEST(ExitNotice, CoreMayNotGoWhileTheNotifierReports)
     EXPECT_FALSE(notice.isAbandoned());
 }
 
-TEST(ExitNotice, AwaitIsWokenWhenTheNotifierIsDone)
+TEST(ExitNotice, AwaitWakesUpWhenTheNotifierIsDone)
 {
     const pid_t core = gettid();
     PExitNotice notice;

@@ -190,7 +190,7 @@ protected:
 };
 } // namespace
 
-TEST_F(Fork, ChildIsRefusedAtOnceAndLeavesTheFilesAlone)
+TEST_F(Fork, ChildIsRefusedAtOnceAndDoesNotChangeFiles)
 {
     fCore.addPlugin("alpha");
     start();
@@ -206,7 +206,7 @@ TEST_F(Fork, ChildIsRefusedAtOnceAndLeavesTheFilesAlone)
     EXPECT_EQ("net|port = 90\n", fCore.dir.read("config/store.txt"));
 }
 
-TEST_F(Fork, ChildMayReleaseWhatItInherited)
+TEST_F(Fork, ChildMayReleaseInheritedObjects)
 {
     start();
 
@@ -221,7 +221,7 @@ TEST_F(Fork, ChildMayReleaseWhatItInherited)
         });
 }
 
-TEST_F(Fork, ChildReadsTheOwnValuesOfAConfigurationThatItInherited)
+TEST_F(Fork, ChildReadsOwnValuesOfAnInheritedConfiguration)
 {
     start();
     ASSERT_EQ(0, fManager->setString(L"net", L"own", L"2"));
@@ -249,7 +249,7 @@ TEST_F(Fork, ChildMayExit)
     forkOften([](int iWrong) { std::exit(iWrong); });
 }
 
-TEST_F(Fork, ParentGoesOnAndStops)
+TEST_F(Fork, ParentContinuesAndStops)
 {
     fCore.addPlugin("alpha");
     start();

@@ -136,7 +136,7 @@ protected:
 };
 } // namespace
 
-TEST_F(FullDisk, CostsNoMoreThanWhatDoesNotFit)
+TEST_F(FullDisk, LosesOnlyDataThatDoesNotFit)
 {
     const std::string reason = _mountDisk(fDisk, "size=256k");
     if (!reason.empty())

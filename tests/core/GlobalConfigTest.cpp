@@ -59,7 +59,7 @@ TEST_F(GlobalConfig, MissingConfigDirIsRefused)
     EXPECT_EQ(0, fCore.logCount("[setGlobalConfig] Set plugins log dir: "));
 }
 
-TEST_F(GlobalConfig, NumberThatDoesNotConvertIsSkippedInSilence)
+TEST_F(GlobalConfig, InvalidNumberIsSkippedSilently)
 {
     fCore.set("core.plugins.log.maxsize", "large");
     fCore.set("core.plugins.log.parts", "4");
@@ -80,7 +80,7 @@ TEST_F(GlobalConfig, CustomKeyRedirectsAFile)
     EXPECT_EQ(1, fCore.logCount("D Core [setGlobalConfig] Set custom.config.a.prs = " + other));
 }
 
-TEST_F(GlobalConfig, TruthIsPublishedInItsOneForm)
+TEST_F(GlobalConfig, TruthValuesArePublishedInOneForm)
 {
     fCore.set("core.plugins.log.enable", "YES");
     startAndLoad();
@@ -123,7 +123,7 @@ TEST_F(GlobalConfig, SettingsArePublishedPinnedAndLogged)
     EXPECT_EQ(1, fCore.logCount("D Core [setGlobalConfig] Set plugins log max count: 14"));
 }
 
-TEST_F(GlobalConfig, DirectoriesGetTheirSeparatorsTurned)
+TEST_F(GlobalConfig, BackslashesOfDirectoriesBecomeSlashes)
 {
     fCore.set("core.plugins.log.dir", fCore.dir.file("log") + "\\deep");
     startAndLoad();

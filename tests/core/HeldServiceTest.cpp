@@ -100,7 +100,7 @@ private:
     std::promise<void> fStopped;
 };
 
-TEST_F(HeldService, LoggerIsAskedForByTheFirstLoadAlone)
+TEST_F(HeldService, OnlyTheFirstLoadRequestsTheLogger)
 {
     PBaseptr<IConfig> config;
     EXPECT_EQ(0, fManager->loadByID(L"id", config));
@@ -111,7 +111,7 @@ TEST_F(HeldService, LoggerIsAskedForByTheFirstLoadAlone)
     EXPECT_EQ(asked, fCore.logCount(line));
 }
 
-TEST_F(HeldService, SetterAnnouncesThroughADispatcherThatStays)
+TEST_F(HeldService, SetterAnnouncesThroughAHeldDispatcher)
 {
     const PBaseptr<CountingListener> listener(new CountingListener);
     IEventDispatcher* const dispatcher = fCore.get<IEventDispatcher>(kIxlaEventDispatcherId);
@@ -122,7 +122,7 @@ TEST_F(HeldService, SetterAnnouncesThroughADispatcherThatStays)
     EXPECT_EQ(0, fCore.logCount("Calls that do not leave the core"));
 }
 
-TEST_F(HeldService, LoadingLogsThroughALoggerThatStays)
+TEST_F(HeldService, LoadLogsThroughAHeldLogger)
 {
     PBaseptr<IConfig> config;
     EXPECT_EQ(0, besideTheStop([&] { return fManager->loadByID(L"id", config); }));

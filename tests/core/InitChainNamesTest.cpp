@@ -22,7 +22,7 @@ protected:
     PInitChain chain;
 };
 
-TEST_F(InitChainNames, BuiltInPluginGoesByItsFirstInterface)
+TEST_F(InitChainNames, BuiltInPluginIsNamedByItsFirstInterface)
 {
     record.fInterfaceIDs = PPtr<PString>::adopt(new PString[2], ePtrArray);
     record.fInterfaceIDs.get()[0] = L"first";
@@ -33,7 +33,7 @@ TEST_F(InitChainNames, BuiltInPluginGoesByItsFirstInterface)
               PLiteral(chain.describeWait(1, record)));
 }
 
-TEST_F(InitChainNames, BuiltInPluginWithoutInterfaceIsCalledThat)
+TEST_F(InitChainNames, BuiltInPluginWithoutInterfaceHasAGenericName)
 {
     EXPECT_EQ(PLiteral(L"thread 0x1 waits for a built-in plugin, which thread 0x2 initialises"),
               PLiteral(chain.describeWait(1, record)));

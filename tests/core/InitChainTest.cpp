@@ -136,7 +136,7 @@ TEST_F(InitChain, WaitNamesThePluginAndTheThreadThatInitialisesIt)
     EXPECT_EQ(2u, chains("] Still waiting: ").size());
 }
 
-TEST_F(InitChain, WaitUnderFiveSecondsIsNotWorthALine)
+TEST_F(InitChain, WaitUnderFiveSecondsIsNotLogged)
 {
     ASSERT_EQ(0, fCore.start());
     HeldInit held("alpha");
@@ -285,7 +285,7 @@ TEST_F(InitChain, InnerInitialisationsOfBothThreadsAreNamed)
     EXPECT_EQ(0, second.get());
 }
 
-TEST_F(InitChain, LackOfMemoryShortensTheLineAlone)
+TEST_F(InitChain, LackOfMemoryOnlyShortensTheLine)
 {
     ASSERT_EQ(0, fCore.start());
     int inner = 0;

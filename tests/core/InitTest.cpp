@@ -94,7 +94,7 @@ TEST_F(Init, ConcurrentRequestsInitialiseOnceOnTheFirstThread)
     EXPECT_EQ(1, fCore.logCount("] Waiting finished iCorePg.fInitState: 2"));
 }
 
-TEST_F(Init, WaitersOfAFailedInitialisationAreTold)
+TEST_F(Init, WaitersOfAFailedInitialisationGetTheError)
 {
     startWith("alpha");
     HeldInit held(-42);
@@ -108,7 +108,7 @@ TEST_F(Init, WaitersOfAFailedInitialisationAreTold)
     EXPECT_EQ(1, fCore.logCount("] Waiting finished iCorePg.fInitState: 3"));
 }
 
-TEST_F(Init, WaiterGoesOnWaitingAfterATimeout)
+TEST_F(Init, WaiterContinuesAfterATimeout)
 {
     startWith("alpha");
     HeldInit held(0);
@@ -236,7 +236,7 @@ TEST_F(Init, ResultOfGetInstanceIsPassedThrough)
     EXPECT_EQ(1, fCore.logCount("] Failed to get instance err: -77"));
 }
 
-TEST_F(Init, ThrowingGetInstanceBecomesACode)
+TEST_F(Init, ThrowingGetInstanceReturnsACode)
 {
     startWith("alpha");
     PluginHooks::on("alpha.getInstance", []() -> int { throw std::runtime_error("get"); });
@@ -267,7 +267,7 @@ TEST_F(Init, LookupLinesOfHigherLevelsAreLeftOut)
     EXPECT_LE(1, fCore.logCount("I Core [initPlugin] Proc mem after plugin: ["));
 }
 
-TEST_F(Init, LogTellsTheStepsInTheirOrder)
+TEST_F(Init, LogListsTheStepsInOrder)
 {
     startWith("alpha");
     EXPECT_EQ(0, request(L"test.alpha"));
@@ -409,7 +409,7 @@ TEST_F(Unload, OtherPluginsStayInTheirOrder)
               PluginHooks::position("twice.destroyed"));
 }
 
-TEST_F(Unload, SecondTimeFindsNothing)
+TEST_F(Unload, SecondUnloadFindsNothing)
 {
     startWith("alpha");
     ITestService* service = fCore.get<ITestService>(L"test.alpha");

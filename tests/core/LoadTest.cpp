@@ -54,7 +54,7 @@ TEST_F(Load, PluginWithoutInterfacesIsRecordedAndCanBeAutostarted)
     EXPECT_EQ(6, fCore.logCount("D Core [processPlugin] Add corePlugin: "));
 }
 
-TEST_F(Load, SecondOwnerOfAnInterfaceIsRefusedWhole)
+TEST_F(Load, SecondOwnerOfAnInterfaceIsRefusedCompletely)
 {
     fCore.addPlugin("alpha");
     fCore.addPlugin("clash");
@@ -115,7 +115,7 @@ TEST_F(Load, ThrowingFactoryCountsAsNull)
     EXPECT_EQ(1, fCore.logCount("E Core [startFlow] Plugin function return NULL for IPlugin"));
 }
 
-TEST_F(Load, PluginThrowingItsInterfacesIsRefused)
+TEST_F(Load, PluginThrowingInGetInterfacesIsRefused)
 {
     fCore.addPlugin("alpha");
     PluginHooks::on("alpha.getInterfaces", []() -> int { throw std::runtime_error("list"); });
@@ -167,7 +167,7 @@ TEST_F(Load, UnreadableFreeSettingMeansClosing)
     EXPECT_FALSE(isMapped("libalpha.so"));
 }
 
-TEST_F(Load, LogTellsTheSteps)
+TEST_F(Load, LogListsTheSteps)
 {
     fCore.addPlugin("alpha");
     ASSERT_EQ(0, fCore.start());
@@ -206,7 +206,7 @@ TEST_F(Load, LinesAboutMemoryAreOfTheLowestLevel)
     EXPECT_EQ(1, fCore.logCount("I Core [loadPluginLib] Memory usage of plugin "));
 }
 
-TEST_F(Load, MemoryOfAPluginIsWhatTheProcessGainedByIt)
+TEST_F(Load, MemoryOfAPluginIsTheGrowthOfTheProcess)
 {
     fCore.addPlugin("alpha");
     ASSERT_EQ(0, fCore.start());

@@ -123,7 +123,7 @@ TEST_F(Start, BannersWithoutAReaderDoNotEndTheProcess)
     EXPECT_EQ(0, sigismember(&pending, SIGPIPE));
 }
 
-TEST_F(Start, BannersThatNobodyReadsDoNotKeepItWaiting)
+TEST_F(Start, UnreadBannersDoNotBlockIt)
 {
     setenv("LOG_IXLACORE", "1", 1);
     UnreadStream stream(UnreadStream::ePipe);
@@ -146,7 +146,7 @@ TEST_F(Start, EnvironmentVariableShowsTheLogOnTheConsole)
               testing::internal::GetCapturedStderr().find("[startFlow] Logger initialized."));
 }
 
-TEST_F(Start, LogTellsTheSteps)
+TEST_F(Start, LogListsTheSteps)
 {
     fCore.set("core.autostart.list", "nobody");
     fCore.set("core.load.plugin.list", "one, libtwo.so");
@@ -193,7 +193,7 @@ TEST_F(Start, ArgumentOverridesThePropertyFile)
     EXPECT_EQ("argument", published(L"custom.config.b"));
 }
 
-TEST_F(Start, BackslashesOfPathsAreTurned)
+TEST_F(Start, BackslashesOfPathsBecomeSlashes)
 {
     fCore.dir.write("sub/core.prs", "custom.config.a = read\n");
     fCore.set("core.prs.file", fCore.dir.file("sub\\core.prs"));
@@ -217,7 +217,7 @@ TEST_F(Start, BrokenPropertyFileIsRefused)
     EXPECT_EQ(1, fCore.logCount("E Core [startFlow] Failed to load core config err: -3001"));
 }
 
-TEST_F(Start, BrokenArgumentBehindAPropertyFileIsRefused)
+TEST_F(Start, BrokenArgumentAfterAPropertyFileIsRefused)
 {
     const std::string file = fCore.dir.write("core.prs", "custom.config.a = file\n");
     const PString arguments[] = {wide("core.prs.file=" + file), L"no separator"};
@@ -268,7 +268,7 @@ TEST_F(Start, PluginsDirMayComeFromThePropertyFile)
     EXPECT_TRUE(ixlaIsInterfaceAvailable(L"test.alpha"));
 }
 
-TEST_F(Start, UnreadablePluginsDirIsLoggedAndTheStartGoesOn)
+TEST_F(Start, UnreadablePluginsDirIsLoggedAndTheStartContinues)
 {
     fCore.set("core.plugins.dir", fCore.dir.file("nowhere"));
     ASSERT_EQ(0, fCore.start());
@@ -296,7 +296,7 @@ TEST_F(Start, FileThatIsNoLibraryEndsTheStart)
     EXPECT_EQ(0, PluginHooks::count("twice.factory"));
 }
 
-TEST_F(Start, LoaderTellsWhyALibraryCannotBeLoaded)
+TEST_F(Start, ReasonOfTheLoaderIsLogged)
 {
     fCore.addPlugin("missing_symbol");
     EXPECT_EQ(-8, fCore.start());
@@ -367,7 +367,7 @@ TEST_F(Start, FailingAutostartIsLoggedAndDoesNotFailTheStart)
         1, fCore.logCount("E Core [initAutoStartPlugin] Failed to init autostart plugin err: -42"));
 }
 
-TEST_F(Start, ConfiguredPluginLogLevelIsLeftAlone)
+TEST_F(Start, ConfiguredPluginLogLevelIsNotChanged)
 {
     fCore.set("core.plugins.log.level", "7");
     ASSERT_EQ(0, fCore.start());
@@ -424,13 +424,13 @@ TEST_F(Start, WithoutEventDispatcherIsRefusedThoughTheBannerWasShown)
     EXPECT_EQ(-1002, ixlaStop());
 }
 
-TEST_F(Start, UnwritableLogDoesNotKeepTheCoreFromStarting)
+TEST_F(Start, UnwritableLogDoesNotFailTheStart)
 {
     fCore.set("core.log.file", "/proc/nowhere/core.log");
     EXPECT_EQ(0, fCore.start());
 }
 
-TEST_F(Start, DisabledLogMakesNoFile)
+TEST_F(Start, DisabledLogCreatesNoFile)
 {
     fCore.set("core.log.enable", "false");
     ASSERT_EQ(0, fCore.start());

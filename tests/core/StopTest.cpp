@@ -117,7 +117,7 @@ TEST_F(Stop, NegativeTimeoutGivesAHugeGraceSleep)
     EXPECT_EQ(std::vector<unsigned int>{4294967286u}, sleepsOf(fCore));
 }
 
-TEST_F(Stop, LateListenerIsAbandonedAndMayReturnAfterTheCoreIsGone)
+TEST_F(Stop, LateListenerIsAbandonedAndMayReturnAfterTheStop)
 {
     fCore.set("core.notify.exit.timeout", "0");
     startListening();
@@ -177,7 +177,7 @@ TEST_F(Stop, LibrariesAreClosedAfterEveryPluginInTheOrderTheyWereLoaded)
     EXPECT_LT(PluginHooks::position("alpha.unmapped"), PluginHooks::position("beta.unmapped"));
 }
 
-TEST_F(Stop, LogTellsTheSteps)
+TEST_F(Stop, LogListsTheSteps)
 {
     fCore.set("core.log.level", "0");
     startListening();

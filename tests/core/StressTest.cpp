@@ -162,7 +162,7 @@ TEST_F(CoreStress, OtherInterfacesAreFoundWhileAPluginIsUnloaded)
     EXPECT_FALSE(ixlaIsInterfaceAvailable(L"test.beta.second"));
 }
 
-TEST_F(CoreStress, AThousandStartsAndStopsLeaveNothingBehind)
+TEST_F(CoreStress, AThousandStartsAndStopsLeakNothing)
 {
     fCore.set("core.log.level", "-1");
     fCore.addPlugin("alpha");
@@ -187,7 +187,7 @@ TEST_F(CoreStress, AThousandStartsAndStopsLeaveNothingBehind)
 #endif
 }
 
-TEST_F(CoreStress, FreedLibrariesAreGoneAfterEveryStop)
+TEST_F(CoreStress, FreedLibrariesAreUnmappedAfterEveryStop)
 {
     fCore.addPlugin("alpha");
     fCore.set("core.free.plugins.lib", "true");
@@ -203,7 +203,7 @@ TEST_F(CoreStress, FreedLibrariesAreGoneAfterEveryStop)
     }
 }
 
-TEST_F(CoreStress, SettersAnnounceAllThroughStops)
+TEST_F(CoreStress, SettersAnnounceThroughoutStops)
 {
     fCore.erase("core.log.file");
     for (int round = 0; round < kStops; ++round)

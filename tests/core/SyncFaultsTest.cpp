@@ -98,7 +98,7 @@ protected:
 };
 } // namespace
 
-TEST_F(SyncFaults, WaiterThatCannotUnlockIsTold)
+TEST_F(SyncFaults, WaiterThatCannotUnlockGetsAnError)
 {
     ASSERT_EQ(0, fCore.start());
     std::promise<void> leave;
@@ -164,7 +164,7 @@ TEST_F(SyncFaults, WaitersKeepWaitingForAThreadThatCannotLockAfterItsInit)
     endProcess();
 }
 
-TEST_F(SyncFaults, UnlockThatFailsForAnInitialisedPluginIsNotTold)
+TEST_F(SyncFaults, UnlockThatFailsForAnInitialisedPluginIsNotReported)
 {
     ASSERT_EQ(0, fCore.start());
     ASSERT_EQ(0, request());
@@ -218,7 +218,7 @@ TEST_F(SyncFaults, EarlyEndOfTheStopLogsNoSuccess)
     EXPECT_EQ(1, PluginHooks::count("alpha.destroyed"));
 }
 
-TEST_F(SyncFaults, StopThatCanNeitherAnnounceNorUnlockIsTold)
+TEST_F(SyncFaults, StopThatCanNeitherAnnounceNorUnlockIsReported)
 {
     ASSERT_EQ(0, fCore.start());
     PortFaults::threadCreate.armOnThisThread(-11, 0, 1);

@@ -140,7 +140,7 @@ TEST_F(EventDispatcherFailure, RemoveReturnsAndLogsTheCodeOfUnlockingThoughItRem
     EXPECT_EQ(eIxlaNoListener, send());
 }
 
-TEST_F(EventDispatcherFailure, SendReturnsAndLogsTheCodeOfLockingAndNotifiesNobody)
+TEST_F(EventDispatcherFailure, SendReturnsAndLogsTheCodeOfLockingAndCallsNoListener)
 {
     subscribe();
     failOnce(PortFaults::mutexLock);
@@ -151,7 +151,7 @@ TEST_F(EventDispatcherFailure, SendReturnsAndLogsTheCodeOfLockingAndNotifiesNobo
     EXPECT_TRUE(journal.entries().empty());
 }
 
-TEST_F(EventDispatcherFailure, SendReturnsAndLogsTheCodeOfUnlockingAndNotifiesNobody)
+TEST_F(EventDispatcherFailure, SendReturnsAndLogsTheCodeOfUnlockingAndCallsNoListener)
 {
     subscribe();
     failUnlock();
@@ -181,7 +181,7 @@ TEST_F(EventDispatcherFailure, InvalidArgumentsAreRefusedWithoutLocking)
     EXPECT_EQ(0, PortFaults::mutexLock.hits());
 }
 
-TEST_F(EventDispatcherFailure, DestructionCarriesOnWhenLockingFails)
+TEST_F(EventDispatcherFailure, DestructionContinuesWhenLockingFails)
 {
     subscribe();
     failOnce(PortFaults::mutexLock);

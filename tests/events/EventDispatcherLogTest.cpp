@@ -137,7 +137,7 @@ TEST_F(EventDispatcherLog, SendingIsTracedFromTopicToResult)
                             "[EventDispatcher][send] res: 0"));
 }
 
-TEST_F(EventDispatcherLog, SendingToNobodyTracesNoListener)
+TEST_F(EventDispatcherLog, SendingWithoutListenersTracesNone)
 {
     dispatcher->send(kTopic, nullptr, 0);
 
@@ -213,7 +213,7 @@ TEST_F(EventDispatcherLog, DestructionWithoutSubscriptionsReportsNone)
     EXPECT_EQ(0, count("Not removed"));
 }
 
-TEST_F(EventDispatcherLog, DispatcherKeepsItsLogUntilItsEnd)
+TEST_F(EventDispatcherLog, DispatcherHoldsItsLogUntilItsDestruction)
 {
     EXPECT_EQ(0, core.stop());
 

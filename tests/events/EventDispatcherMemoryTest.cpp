@@ -54,7 +54,7 @@ TEST_F(EventDispatcherMemory, SendAllocatesNothingForAnyNumberOfListeners)
     EXPECT_EQ(0, AllocationFaults::counted());
 }
 
-TEST_F(EventDispatcherMemory, SendToNobodyAllocatesNothing)
+TEST_F(EventDispatcherMemory, SendWithoutListenersAllocatesNothing)
 {
     dispatcher->addListener(kOther, first.get());
 
@@ -78,7 +78,7 @@ TEST_F(EventDispatcherMemory, RemovalNeedsNoMemory)
     EXPECT_EQ(eIxlaNoListener, send());
 }
 
-TEST_F(EventDispatcherMemory, ChangeDuringADeliveryThatLacksMemoryChangesNothing)
+TEST_F(EventDispatcherMemory, ChangeWithoutMemoryDuringADeliveryHasNoEffect)
 {
     std::vector<int> results;
     const auto changing =
@@ -103,7 +103,7 @@ TEST_F(EventDispatcherMemory, ChangeDuringADeliveryThatLacksMemoryChangesNothing
     EXPECT_EQ(eIxlaOk, dispatcher->removeListener(kTopic, changing.get()));
 }
 
-TEST_F(EventDispatcherMemory, LastListenerLeavesDuringADeliveryWithoutMemory)
+TEST_F(EventDispatcherMemory, LastListenerIsRemovedWithoutMemoryDuringADelivery)
 {
     int result = -1;
     const auto leaving = TestListener::make(journal, "leaving",

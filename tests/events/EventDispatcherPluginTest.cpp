@@ -33,7 +33,7 @@ protected:
     PBaseptr<IPlugin> plugin = PBaseptr<IPlugin>::adopt(new PEventDispatcherPlugin);
 };
 
-TEST_F(EventDispatcherPlugin, OffersTheDispatcherAlone)
+TEST_F(EventDispatcherPlugin, OffersOnlyTheDispatcher)
 {
     unsigned int count = 0;
     const std::unique_ptr<PString[]> interfaces(plugin->getInterfaces(count));
@@ -65,7 +65,7 @@ TEST_F(EventDispatcherPlugin, InitGivesAWorkingDispatcher)
     EXPECT_EQ(eIxlaNoListener, dispatcher()->send(L"topic", nullptr, 0));
 }
 
-TEST_F(EventDispatcherPlugin, InstanceIsHandedOutWithoutAReference)
+TEST_F(EventDispatcherPlugin, InstanceIsReturnedWithoutAReference)
 {
     ASSERT_EQ(eIxlaOk, plugin->init());
 
@@ -73,7 +73,7 @@ TEST_F(EventDispatcherPlugin, InstanceIsHandedOutWithoutAReference)
     EXPECT_EQ(1, dispatcher()->decRef());
 }
 
-TEST_F(EventDispatcherPlugin, FailedInitPassesTheCodeAndKeepsNoDispatcher)
+TEST_F(EventDispatcherPlugin, FailedInitReturnsTheCodeAndHoldsNoDispatcher)
 {
     PortFaults::mutexInit.armOnThisThread(-11);
 
@@ -82,7 +82,7 @@ TEST_F(EventDispatcherPlugin, FailedInitPassesTheCodeAndKeepsNoDispatcher)
     EXPECT_EQ(nullptr, dispatcher());
 }
 
-TEST_F(EventDispatcherPlugin, LaterFailedInitDropsTheEarlierDispatcher)
+TEST_F(EventDispatcherPlugin, LaterFailedInitReleasesTheEarlierDispatcher)
 {
     ASSERT_EQ(eIxlaOk, plugin->init());
     PortFaults::mutexInit.armOnThisThread(-11);
@@ -92,7 +92,7 @@ TEST_F(EventDispatcherPlugin, LaterFailedInitDropsTheEarlierDispatcher)
     EXPECT_EQ(nullptr, dispatcher());
 }
 
-TEST_F(EventDispatcherPlugin, ItsEndReleasesTheDispatcherAndItsListeners)
+TEST_F(EventDispatcherPlugin, DestructionReleasesTheDispatcherAndItsListeners)
 {
     Journal journal;
     ASSERT_EQ(eIxlaOk, plugin->init());
@@ -120,7 +120,7 @@ TEST_F(EventDispatcherPlugin, CountsItsReferences)
     EXPECT_EQ(1, plugin->decRef());
 }
 
-TEST(EventDispatcherService, CoreHandsOutOneDispatcherThatDelivers)
+TEST(EventDispatcherService, CoreReturnsOneWorkingDispatcher)
 {
     CoreRun core;
     core.writeManagerConfig("");

@@ -57,7 +57,7 @@ protected:
     PBaseptr<PEventDispatcher> dispatcher;
 };
 
-TEST_F(EventDispatcher, TopicThatNobodyEverSubscribedToIsNotFound)
+TEST_F(EventDispatcher, TopicWithoutSubscriptionsIsNotFound)
 {
     EXPECT_EQ(eIxlaNoListener, send());
 }
@@ -133,7 +133,7 @@ TEST_F(EventDispatcher, LastRemovalRemovesTheTopic)
     EXPECT_THAT(journal.entries(), IsEmpty());
 }
 
-TEST_F(EventDispatcher, RemovalOfAStrangerLeavesTheTopicAlone)
+TEST_F(EventDispatcher, RemovalOfAnUnknownListenerDoesNotChangeTheTopic)
 {
     const auto listener = make("L");
     const auto stranger = make("S");
@@ -154,7 +154,7 @@ TEST_F(EventDispatcher, RemovedListenerCanSubscribeAgain)
     EXPECT_EQ(0, send());
 }
 
-TEST_F(EventDispatcher, TopicsAreComparedWholeAndByCase)
+TEST_F(EventDispatcher, TopicsAreComparedExactly)
 {
     const auto listener = make("L");
     add(listener);
@@ -362,7 +362,7 @@ TEST_F(EventDispatcher, DestructionReleasesEveryListenerOnce)
     EXPECT_EQ(1, journal.alive);
 }
 
-TEST_F(EventDispatcher, LivesAsLongAsAnybodyHoldsIt)
+TEST_F(EventDispatcher, LivesWhileReferencesAreHeld)
 {
     const PBaseptr<IEventDispatcher> user(dispatcher.get());
     const auto listener = make("L");

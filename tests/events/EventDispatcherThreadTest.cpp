@@ -76,7 +76,7 @@ int giveWay(PEventDispatcher& ioDispatcher, Journal& ioJournal, TestListener& io
     return ioDispatcher.addListener(kTopic, heir.get());
 }
 
-TEST_F(EventDispatcherThreads, SubscribersComeAndGoInsideTheHandlerWhileManySend)
+TEST_F(EventDispatcherThreads, ListenersSubscribeAndUnsubscribeInTheHandlerWhileManySend)
 {
     for (int i = 0; i < 5; ++i)
     {
@@ -99,7 +99,7 @@ TEST_F(EventDispatcherThreads, SubscribersComeAndGoInsideTheHandlerWhileManySend
     EXPECT_EQ(0, journal.alive);
 }
 
-TEST_F(EventDispatcherThreads, ListenersStayWholeWhileOthersSubscribeAndSend)
+TEST_F(EventDispatcherThreads, ListenersStayValidWhileOthersSubscribeAndSend)
 {
     std::atomic<int> events{0};
     add(
@@ -129,7 +129,7 @@ TEST_F(EventDispatcherThreads, ListenersStayWholeWhileOthersSubscribeAndSend)
     EXPECT_EQ(1, journal.alive);
 }
 
-TEST_F(EventDispatcherThreads, OneOfManySubscriptionsOfAListenerWins)
+TEST_F(EventDispatcherThreads, OneOfManySimultaneousSubscriptionsSucceeds)
 {
     const auto listener = TestListener::make(journal, "");
     std::atomic<int> added{0};

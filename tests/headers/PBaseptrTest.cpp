@@ -132,7 +132,7 @@ TEST_F(PBaseptrTest, CopiesOfOneWrapAddNoReference)
     EXPECT_EQ(11u, first.holders());
 }
 
-TEST_F(PBaseptrTest, LastCopyDropsTheReference)
+TEST_F(PBaseptrTest, LastCopyReleasesTheReference)
 {
     auto first = std::make_unique<Holder>(&object);
     const auto second = std::make_unique<Holder>(*first);
@@ -199,14 +199,14 @@ TEST_F(PBaseptrTest, MoveKeepsTheOneReference)
     EXPECT_EQ(nullptr, source.get());
 }
 
-TEST_F(PBaseptrTest, DestroyedThroughItsBaseDropsTheReference)
+TEST_F(PBaseptrTest, DestroyedThroughItsBaseReleasesTheReference)
 {
     const std::unique_ptr<PPtr<Counted>> holder = std::make_unique<Holder>(&object);
 
     EXPECT_EQ(1, object.count());
 }
 
-TEST(PBaseptrLife, ObjectGoesWithItsLastGroup)
+TEST(PBaseptrLife, LastGroupDestroysTheObject)
 {
     int destroyed = 0;
     PBaseptr<SelfDestroying> first(new SelfDestroying(destroyed));
@@ -257,7 +257,7 @@ TEST(PBaseptrThreads, CopyAndDropHoldersOfOneGroup)
     EXPECT_EQ(1, destroyed);
 }
 
-TEST(PBaseptrThreads, LastDropHappensOnceWhoeverMakesIt)
+TEST(PBaseptrThreads, LastReleaseHappensExactlyOnce)
 {
     for (int round = 0; round < 200; ++round)
     {
@@ -297,7 +297,7 @@ TEST(PBaseptrThrows, HolderIsEmptyAfterAnAssignmentThatThrew)
     EXPECT_EQ(1, next.count());
 }
 
-TEST(PBaseptrThrows, OtherHoldersOfTheGroupAreNotConcerned)
+TEST(PBaseptrThrows, OtherHoldersOfTheGroupAreNotAffected)
 {
     Throwing object;
     PBaseptr<IBase> holder(&object);

@@ -127,7 +127,7 @@ TEST_F(PPtrMemory, WrapThatFailsLeavesTheObjectToItsOwner)
     delete object;
 }
 
-TEST_F(PPtrMemory, AssignmentThatFailsLeavesTheHolderAsItWas)
+TEST_F(PPtrMemory, FailedAssignmentDoesNotChangeTheHolder)
 {
     Counted* const other = new Counted;
     PBaseptr<Counted> holder(new Counted);

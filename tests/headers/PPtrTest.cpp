@@ -165,7 +165,7 @@ TEST_F(PPtrTest, ArrayOfTextsIsHeld)
     EXPECT_EQ(PLiteral(L"com.kelvora.ixla.third"), copy.get()[2]);
 }
 
-TEST_F(PPtrTest, CopyKeepsTheWayOfFreeing)
+TEST_F(PPtrTest, CopyKeepsTheDeleteType)
 {
     {
         OpenHolder first(watchedArray(1), ePtrArray);
@@ -254,7 +254,7 @@ TEST_F(PPtrTest, AssignmentFromWhatTheOldObjectOwnsIsSafe)
     EXPECT_EQ(1u, list.holders());
 }
 
-TEST_F(PPtrTest, AssignedPointerKeepsTheWayOfFreeing)
+TEST_F(PPtrTest, AssignedPointerKeepsTheDeleteType)
 {
     OpenHolder holder(watchedArray(1), ePtrArray);
     holder = watchedArray(2);
@@ -334,7 +334,7 @@ TEST_F(PPtrTest, MoveTakesTheShareAndEmptiesTheSource)
     EXPECT_EQ(Events{}, sEvents);
 }
 
-TEST_F(PPtrTest, InterfaceWithoutDestructorLosesItsMemoryOnly)
+TEST_F(PPtrTest, InterfaceWithoutDestructorIsFreedWithoutDestruction)
 {
     {
         const PPtr<Bare> holder(new BareObject);

@@ -46,7 +46,7 @@ TEST_F(HostileInit, TenThreadsWaitTwelveSecondsForIt)
     EXPECT_TRUE(stopsCleanly());
 }
 
-TEST_F(HostileInit, FailureLeavesTheOthersAndACleanStop)
+TEST_F(HostileInit, FailureDoesNotAffectOtherPluginsAndTheStop)
 {
     fCore.addPlugin("beta");
     fCore.set("core.autostart.list", "alpha,beta");
@@ -66,7 +66,7 @@ TEST_F(HostileInit, FailureLeavesTheOthersAndACleanStop)
     EXPECT_EQ(1, PluginHooks::count("beta.destroyed"));
 }
 
-TEST_F(HostileInit, LoopsAreToldAndTheStopIsClean)
+TEST_F(HostileInit, LoopsAreReportedAndTheStopIsClean)
 {
     fCore.addPlugin("beta");
     PluginHooks::on("alpha.init",

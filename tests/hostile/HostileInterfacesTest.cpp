@@ -21,7 +21,7 @@ protected:
     }
 };
 
-TEST_F(HostileInterfaces, PluginBornWithACountWorksAndOutlivesTheCore)
+TEST_F(HostileInterfaces, PluginWithAnInitialCountWorksAndOutlivesTheCore)
 {
     startWith("counted");
     IBase* instance = nullptr;
@@ -34,7 +34,7 @@ TEST_F(HostileInterfaces, PluginBornWithACountWorksAndOutlivesTheCore)
     EXPECT_EQ(1, PluginHooks::count("counted.destroyed"));
 }
 
-TEST_F(HostileInterfaces, EmptyIdIsAnIdLikeAnyOther)
+TEST_F(HostileInterfaces, EmptyIdIsAValidId)
 {
     startWith("empty_id");
     EXPECT_EQ(0, request(""));
@@ -45,7 +45,7 @@ TEST_F(HostileInterfaces, EmptyIdIsAnIdLikeAnyOther)
     EXPECT_EQ(1, PluginHooks::count("empty_id.destroyed"));
 }
 
-TEST_F(HostileInterfaces, IdsOfTenThousandCharactersAreToldApart)
+TEST_F(HostileInterfaces, IdsOfTenThousandCharactersAreDistinguished)
 {
     startWith("long_ids");
     IBase* instance = nullptr;
@@ -107,7 +107,7 @@ TEST_F(HostileInterfaces, HundredThousandIdsCostMemoryInProportion)
 }
 #endif
 
-TEST_F(HostileInterfaces, InstanceThatIsNullComesThrough)
+TEST_F(HostileInterfaces, NullInstanceIsReturned)
 {
     startWith("null_instance");
     IBase* instance = reinterpret_cast<IBase*>(this);
@@ -117,7 +117,7 @@ TEST_F(HostileInterfaces, InstanceThatIsNullComesThrough)
     EXPECT_TRUE(stopsCleanly());
 }
 
-TEST_F(HostileInterfaces, SecondPluginWithTheSameHugeListIsRefusedWhole)
+TEST_F(HostileInterfaces, SecondPluginWithTheSameHugeListIsRefusedCompletely)
 {
     fCore.set("core.log.level", "-1");
     fCore.addPlugin("many_ids");

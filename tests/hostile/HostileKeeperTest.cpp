@@ -80,7 +80,7 @@ TEST_F(HostileKeeper, UsesEverythingFromManyThreadsAcrossTheStop)
     EXPECT_EQ(0, use());
 }
 
-TEST_F(HostileKeeper, KeptServicesServeWhileAnotherCoreRuns)
+TEST_F(HostileKeeper, HeldServicesWorkWhileAnotherCoreRuns)
 {
     startKeeping();
     EXPECT_EQ(0, use());
@@ -100,7 +100,7 @@ TEST_F(HostileKeeper, KeptServicesServeWhileAnotherCoreRuns)
     EXPECT_EQ(0, use());
 }
 
-TEST_F(HostileKeeper, UsesEverythingUntilItsLibraryGoes)
+TEST_F(HostileKeeper, UsesEverythingUntilItsLibraryIsClosed)
 {
     fCore.set("core.free.plugins.lib", "true");
     startKeeping();

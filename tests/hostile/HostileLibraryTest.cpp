@@ -87,7 +87,7 @@ TEST_F(HostileLibrary, LinkToADeviceIsRefused)
     expectRefused("zero.so", "reason: not a regular file");
 }
 
-TEST_F(HostileLibrary, LibraryWithoutAFactoryIsSkippedThoughOneThatItNeedsHasOne)
+TEST_F(HostileLibrary, LibraryWithoutAFactoryIsSkippedDespiteAFactoryInADependency)
 {
     fCore.addPlugin("service");
     fCore.addPlugin("borrower");
@@ -98,7 +98,7 @@ TEST_F(HostileLibrary, LibraryWithoutAFactoryIsSkippedThoughOneThatItNeedsHasOne
     EXPECT_EQ(0, request("test.service"));
 }
 
-TEST_F(HostileLibrary, FactoryOfALibraryThatIsNeededRegistersNothing)
+TEST_F(HostileLibrary, FactoryOfADependencyRegistersNothing)
 {
     fCore.addPlugin("borrower");
     EXPECT_EQ(0, fCore.start());
@@ -111,13 +111,13 @@ TEST_F(HostileLibrary, LibraryOfTheOtherWordSizeIsRefused)
     expectRefused("libother_bits.so", "wrong ELF class");
 }
 
-TEST_F(HostileLibrary, CutLibraryIsRefused)
+TEST_F(HostileLibrary, TruncatedLibraryIsRefused)
 {
     addCut(4096);
     expectRefused("libcut.so", "file is cut short");
 }
 
-TEST_F(HostileLibrary, LibraryCutAnywhereIsRefusedOrWorks)
+TEST_F(HostileLibrary, LibraryTruncatedAnywhereIsRefusedOrWorks)
 {
     int refused = 0;
     int working = 0;
@@ -163,7 +163,7 @@ TEST_F(HostileLibrary, OverwrittenTablesEndTheProcess)
     EXPECT_DEATH(fCore.start(), "");
 }
 
-TEST_F(HostileLibrary, LoaderAloneDoesNotSurviveACutLibrary)
+TEST_F(HostileLibrary, LoaderCrashesOnATruncatedLibrary)
 {
     addCut(4096);
     const std::string path = fCore.dir.file("plugins/libcut.so");

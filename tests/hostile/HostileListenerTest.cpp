@@ -56,7 +56,7 @@ protected:
 
 const std::vector<int> kEachOnce{1, 1, 1};
 
-TEST_F(HostileListener, ThrowingAtTheExitKeepsNobodyFromTheEvent)
+TEST_F(HostileListener, ThrowingAtTheExitDoesNotEndTheDelivery)
 {
     startListening();
     PluginHooks::on("alpha.event", []() -> int { throw std::runtime_error("exit"); });
@@ -85,7 +85,7 @@ TEST_F(HostileListener, UnsubscribingItselfAtTheExitIsServed)
     EXPECT_EQ(2, pluginLogCount("[EventDispatcher][destructor] Not removed listener: "));
 }
 
-TEST_F(HostileListener, UnsubscribingAllOthersAtTheExitKeepsNobodyFromTheEvent)
+TEST_F(HostileListener, UnsubscribingAllOthersAtTheExitDoesNotEndTheDelivery)
 {
     startListening();
     int results = -1;
@@ -166,7 +166,7 @@ TEST_F(HostileListener, SendingOnItsOwnTopicAHundredDeepEnds)
     EXPECT_TRUE(stopsCleanly());
 }
 
-TEST_F(HostileListener, SendingTheExitEventAHundredDeepDoesNotHoldTheStop)
+TEST_F(HostileListener, SendingTheExitEventAHundredDeepDoesNotDelayTheStop)
 {
     startListening();
     int depth = 0;
@@ -177,7 +177,7 @@ TEST_F(HostileListener, SendingTheExitEventAHundredDeepDoesNotHoldTheStop)
     EXPECT_EQ((std::vector<int>{100, 100, 100}), events());
 }
 
-TEST_F(HostileListener, LettingGoOfTheDispatcherDuringItsEventIsHarmless)
+TEST_F(HostileListener, ReleasingTheDispatcherDuringItsEventIsHarmless)
 {
     startListening();
     PBaseptr<IEventDispatcher> own(fDispatcher);
@@ -209,7 +209,7 @@ TEST_F(HostileListener, LettingGoOfTheDispatcherDuringItsEventIsHarmless)
     EXPECT_EQ(1, pluginLogCount("[EventDispatcher][destructor] Destroy instance: 0x"));
 }
 
-TEST_F(HostileListener, NeverReturningFromTheExitIsLeftBehind)
+TEST_F(HostileListener, NeverReturningFromTheExitIsAbandoned)
 {
     fCore.set("core.notify.exit.timeout", "1");
     fCore.set("core.free.plugins.lib", "true");

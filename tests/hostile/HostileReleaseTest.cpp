@@ -69,7 +69,7 @@ TEST_F(HostileRelease, PluginThatThrowsWhenItIsUnloadedKeepsItsLibrary)
     EXPECT_TRUE(stopsCleanly());
 }
 
-TEST_F(HostileRelease, PluginThatThrowsInTheStopKeepsNoOtherFromBeingReleased)
+TEST_F(HostileRelease, PluginThatThrowsInTheStopDoesNotPreventOtherReleases)
 {
     fCore.set("core.free.plugins.lib", "true");
     fCore.addPlugin("beta");
@@ -84,7 +84,7 @@ TEST_F(HostileRelease, PluginThatThrowsInTheStopKeepsNoOtherFromBeingReleased)
     EXPECT_EQ(1, PluginHooks::count("gamma.unmapped"));
 }
 
-TEST_F(HostileRelease, PluginThatThrowsWhenItIsRefusedLeavesTheReasonOfTheRefusal)
+TEST_F(HostileRelease, PluginThatThrowsWhenItIsRefusedKeepsTheReasonOfTheRefusal)
 {
     fCore.addPlugin("alpha");
     fCore.addPlugin("clash");
@@ -94,7 +94,7 @@ TEST_F(HostileRelease, PluginThatThrowsWhenItIsRefusedLeavesTheReasonOfTheRefusa
     EXPECT_EQ(1, PluginHooks::count("alpha.destroyed"));
 }
 
-TEST_F(HostileRelease, PluginWhoseDecRefThrowsIsGivenUp)
+TEST_F(HostileRelease, PluginWhoseDecRefThrowsIsAbandoned)
 {
     startWith("alpha");
     throwAt("alpha.decRef");

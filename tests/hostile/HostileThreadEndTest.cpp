@@ -163,7 +163,7 @@ TEST_F(HostileThreadEnd, InACancelledInitCountsAsAFailure)
     EXPECT_TRUE(stopsAtOnce());
 }
 
-TEST_F(HostileThreadEnd, IsPutOffWhileTheThreadWaitsForAnInit)
+TEST_F(HostileThreadEnd, IsDeferredWhileTheThreadWaitsForAnInit)
 {
     startWith("alpha");
     std::promise<void> cancelled;
@@ -228,7 +228,7 @@ TEST_F(HostileThreadEnd, InACancelledListenerEndsTheOperationThatAnnounced)
     EXPECT_TRUE(stopsAtOnce());
 }
 
-TEST_F(HostileThreadEnd, OfTheNotifierHoldsTheStopNotUp)
+TEST_F(HostileThreadEnd, OfTheNotifierDoesNotDelayTheStop)
 {
     startListening(kIxlaCoreExitTopic);
     PluginHooks::on("alpha.event", &endThread);
@@ -239,7 +239,7 @@ TEST_F(HostileThreadEnd, OfTheNotifierHoldsTheStopNotUp)
     EXPECT_EQ(1, fCore.logCount("D Core [stopFlow] Waiting finished fNotifyExit: 0"));
 }
 
-TEST_F(HostileThreadEnd, DuringTheStartTakesTheCoreBack)
+TEST_F(HostileThreadEnd, DuringTheStartUndoesTheStart)
 {
     fCore.set("core.autostart.list", "alpha");
     fCore.addPlugin("alpha");
@@ -259,7 +259,7 @@ TEST_F(HostileThreadEnd, DuringTheStartTakesTheCoreBack)
     EXPECT_EQ(0, fCore.stop());
 }
 
-TEST_F(HostileThreadEnd, IsPutOffByEveryCallIntoTheCore)
+TEST_F(HostileThreadEnd, IsDeferredByEveryCallIntoTheCore)
 {
     fCore.writeManagerConfig("id = id.prs");
     fCore.writeConfig("id.prs", "key = value");
@@ -287,7 +287,7 @@ TEST_F(HostileThreadEnd, IsPutOffByEveryCallIntoTheCore)
     EXPECT_TRUE(stopsAtOnce());
 }
 
-TEST_F(HostileThreadEnd, IsPutOffWhileListenersAndPluginsAreReleased)
+TEST_F(HostileThreadEnd, IsDeferredWhileListenersAndPluginsAreReleased)
 {
     startListening(L"topic");
     IPlugin* const plugin = fService->getPlugin();
@@ -315,7 +315,7 @@ TEST_F(HostileThreadEnd, IsPutOffWhileListenersAndPluginsAreReleased)
     EXPECT_EQ(1, PluginHooks::count("alpha.destroyed"));
 }
 
-TEST_F(HostileThreadEnd, IsPutOffDuringTheWholeStop)
+TEST_F(HostileThreadEnd, IsDeferredDuringTheWholeStop)
 {
     fCore.set("core.free.plugins.lib", "true");
     startWith("alpha");

@@ -62,7 +62,7 @@ protected:
     std::promise<void> fLeave;
 };
 
-TEST_F(HostileThread, CallingAllThroughTheStopAndBeyondIsRefusedInTheEnd)
+TEST_F(HostileThread, CallingThroughoutTheStopIsRefusedAtItsEnd)
 {
     PluginHooks::on("caller.destroying", [] { return 1; });
     startCalling();
@@ -76,7 +76,7 @@ TEST_F(HostileThread, CallingAllThroughTheStopAndBeyondIsRefusedInTheEnd)
     EXPECT_EQ(fCore.logCount(" E Core "), fCore.logCount("Unknown interface ID: test.nobody"));
 }
 
-TEST_F(HostileThread, CallingUntilThePluginGoesIsRefusedBeforeItGoes)
+TEST_F(HostileThread, CallingIsRefusedBeforeThePluginIsDestroyed)
 {
     fCore.set("core.free.plugins.lib", "true");
     PluginHooks::on("caller.destroying",
@@ -175,7 +175,7 @@ TEST_F(HostileThread, InitThatEndsAfterTheStopBeganIsWaitedFor)
     EXPECT_EQ(1, PluginHooks::count("alpha.destroyed"));
 }
 
-TEST_F(HostileThread, InitThatNeverEndsHoldsNeitherTheStopNorTheNextCore)
+TEST_F(HostileThread, InitThatNeverEndsBlocksNeitherTheStopNorTheNextCore)
 {
     fCore.set("core.free.plugins.lib", "true");
     fCore.addPlugin("beta");
@@ -213,7 +213,7 @@ TEST_F(HostileThread, InitThatNeverEndsHoldsNeitherTheStopNorTheNextCore)
     EXPECT_EQ(0, PluginHooks::count("alpha.unmapped"));
 }
 
-TEST_F(HostileThread, KeptCoreWritesItsOwnLogBesideTheNextCore)
+TEST_F(HostileThread, KeptCoreWritesItsOwnLogWhileTheNextCoreRuns)
 {
     startWith("alpha");
     holdInit();
@@ -238,7 +238,7 @@ TEST_F(HostileThread, KeptCoreWritesItsOwnLogBesideTheNextCore)
     EXPECT_EQ(0, fCore.stop());
 }
 
-TEST_F(HostileThread, LoadingFromAPipeHoldsTheStopNoLongerThanOtherCalls)
+TEST_F(HostileThread, LoadingFromAPipeDelaysTheStopNoLongerThanOtherCalls)
 {
     fCore.addPlugin("beta");
     fCore.writeManagerConfig("net = net.prs");

@@ -64,7 +64,7 @@ extern "C" int readClock(clockid_t iClock, Time* oTime) noexcept
     return static_cast<int>(syscall(kReadClock, iClock, oTime));
 }
 
-TEST_F(LogClock, ThatGoesOnIsShown)
+TEST_F(LogClock, ThatAdvancesIsShown)
 {
     EXPECT_EQ("2001-09-09 01:46:40.000", timeAt(1000000000, 999999));
     EXPECT_EQ("2001-09-09 01:46:40.987", timeAt(1000000000, 987654321));

@@ -46,7 +46,7 @@ protected:
 };
 } // namespace
 
-TEST_P(LogToUnread, LineThatWouldWaitIsWrittenToTheFileAlone)
+TEST_P(LogToUnread, LineThatWouldBlockIsWrittenToTheFileOnly)
 {
     stream.fill();
 
@@ -55,7 +55,7 @@ TEST_P(LogToUnread, LineThatWouldWaitIsWrittenToTheFileAlone)
     EXPECT_THAT(texts(), ElementsAre("a"));
 }
 
-TEST_P(LogToUnread, DroppedLinesAreToldWhenTheStreamIsReadAgain)
+TEST_P(LogToUnread, DroppedLinesAreReportedWhenTheStreamIsReadAgain)
 {
     stream.fill();
     info("dropped");
@@ -71,7 +71,7 @@ TEST_P(LogToUnread, DroppedLinesAreToldWhenTheStreamIsReadAgain)
     EXPECT_THAT(texts(), ElementsAre("dropped", "dropped too", "a"));
 }
 
-TEST_P(LogToUnread, DroppedLinesAreToldOnce)
+TEST_P(LogToUnread, DroppedLinesAreReportedOnce)
 {
     stream.fill();
     info("dropped");
@@ -84,7 +84,7 @@ TEST_P(LogToUnread, DroppedLinesAreToldOnce)
     EXPECT_THAT(stream.readAll(), Not(HasSubstr("Lost")));
 }
 
-TEST_P(LogToUnread, LineThatWasCutOffIsEnded)
+TEST_P(LogToUnread, PartialLineIsTerminated)
 {
     info(filler(1000000));
     EXPECT_THAT(stream.readAll(), EndsWith("xxx"));
@@ -94,7 +94,7 @@ TEST_P(LogToUnread, LineThatWasCutOffIsEnded)
     EXPECT_THAT(stream.readAll(), StartsWith("\n"));
 }
 
-TEST_P(LogToUnread, ModeOfTheStreamIsLeftAlone)
+TEST_P(LogToUnread, ModeOfTheStreamIsNotChanged)
 {
     const int before = fcntl(STDERR_FILENO, F_GETFL);
 
@@ -104,7 +104,7 @@ TEST_P(LogToUnread, ModeOfTheStreamIsLeftAlone)
     EXPECT_EQ(0, before & O_NONBLOCK);
 }
 
-TEST_P(LogToUnread, LineNeverWaitsWhereTheStreamCannotBeOpenedAnew)
+TEST_P(LogToUnread, LineNeverBlocksWhenTheStreamCannotBeReopened)
 {
     stream.fill();
     FileFaults::open.arm(EACCES, -1);
@@ -119,7 +119,7 @@ TEST_P(LogToUnread, LineNeverWaitsWhereTheStreamCannotBeOpenedAnew)
     EXPECT_THAT(texts(), ElementsAre("dropped", "a", "b"));
 }
 
-TEST_P(LogToUnread, LineIsWholeWhereTheStreamCannotBeOpenedAnew)
+TEST_P(LogToUnread, LineIsCompleteWhenTheStreamCannotBeReopened)
 {
     FileFaults::open.arm(EACCES, -1);
 
@@ -129,7 +129,7 @@ TEST_P(LogToUnread, LineIsWholeWhereTheStreamCannotBeOpenedAnew)
     EXPECT_THAT(stream.readAll(), EndsWith(filler(1000) + "\n"));
 }
 
-TEST_P(LogToUnread, MessageBoxNeverWaits)
+TEST_P(LogToUnread, MessageBoxNeverBlocks)
 {
     stream.fill();
     logger->setPrintOnConsole(false);
@@ -142,7 +142,7 @@ TEST_P(LogToUnread, MessageBoxNeverWaits)
     EXPECT_EQ(0, box.get());
 }
 
-TEST_P(LogToUnread, DroppedLinesThatWereNotToldStandInTheFileInTheEnd)
+TEST_P(LogToUnread, UnreportedDroppedLinesAreReportedInTheFileAtTheEnd)
 {
     stream.fill();
     info("a");

@@ -46,7 +46,7 @@ TEST_F(LogFailure, FilteredLineWritesNothing)
     EXPECT_EQ(0, FileFaults::write.calls());
 }
 
-TEST_F(LogFailure, FullDiskIsTold)
+TEST_F(LogFailure, FullDiskIsReported)
 {
     EXPECT_EQ(0, init({.file = "/dev/full"}));
 
@@ -55,7 +55,7 @@ TEST_F(LogFailure, FullDiskIsTold)
     EXPECT_EQ(-ENOSPC, PLogger::dumpHex(logger.get(), 0, "c", 1, 16));
 }
 
-TEST_F(LogFailure, LostLinesAreToldByAnErrorLine)
+TEST_F(LogFailure, LostLinesAreReportedByAnErrorLine)
 {
     init();
     FileFaults::write.arm(EIO, 2);
@@ -68,7 +68,7 @@ TEST_F(LogFailure, LostLinesAreToldByAnErrorLine)
     EXPECT_THAT(lines()[0], HasSubstr(" E tag "));
 }
 
-TEST_F(LogFailure, LostLinesAreToldOnce)
+TEST_F(LogFailure, LostLinesAreReportedOnce)
 {
     init();
     FileFaults::write.arm(ENOSPC);
@@ -80,7 +80,7 @@ TEST_F(LogFailure, LostLinesAreToldOnce)
     EXPECT_THAT(texts(), ElementsAre(lossReport(1, -ENOSPC), "a", "b"));
 }
 
-TEST_F(LogFailure, LastCodeIsTheOneThatIsTold)
+TEST_F(LogFailure, LastCodeIsReported)
 {
     init();
     FileFaults::write.arm(EIO);
@@ -103,7 +103,7 @@ TEST_F(LogFailure, LostLinesOfADumpCountOneByOne)
     EXPECT_THAT(texts(), ElementsAre(lossReport(2, -ENOSPC), "00000002  63  |c|"));
 }
 
-TEST_F(LogFailure, LostLinesAreToldAtTheEnd)
+TEST_F(LogFailure, LostLinesAreReportedAtTheEnd)
 {
     init();
     FileFaults::write.arm(ENOSPC);
@@ -114,7 +114,7 @@ TEST_F(LogFailure, LostLinesAreToldAtTheEnd)
     EXPECT_THAT(texts(), ElementsAre(lossReport(1, -ENOSPC)));
 }
 
-TEST_F(LogFailure, InterruptedWriteIsMadeAgain)
+TEST_F(LogFailure, InterruptedWriteIsRepeated)
 {
     init();
     FileFaults::write.arm(EINTR, 3);
@@ -124,7 +124,7 @@ TEST_F(LogFailure, InterruptedWriteIsMadeAgain)
     EXPECT_THAT(texts(), ElementsAre("a"));
 }
 
-TEST_F(LogFailure, InterruptedOpeningIsMadeAgain)
+TEST_F(LogFailure, InterruptedOpenIsRepeated)
 {
     FileFaults::open.arm(EINTR, 3);
 
@@ -134,7 +134,7 @@ TEST_F(LogFailure, InterruptedOpeningIsMadeAgain)
     EXPECT_THAT(texts(), ElementsAre("a"));
 }
 
-TEST_F(LogFailure, WriteThatTakesNothingLosesTheLine)
+TEST_F(LogFailure, WriteOfNoBytesLosesTheLine)
 {
     init();
     FileFaults::write.shorten(0);
@@ -155,7 +155,7 @@ TEST_F(LogFailure, ShortWriteIsContinued)
     EXPECT_THAT(texts(), ElementsAre("a"));
 }
 
-TEST_F(LogFailure, TornLineIsCutOff)
+TEST_F(LogFailure, PartialLineIsRemoved)
 {
     init();
     info("a");
@@ -168,7 +168,7 @@ TEST_F(LogFailure, TornLineIsCutOff)
     EXPECT_EQ('\n', dir.read("test.log").back());
 }
 
-TEST_F(LogFailure, TornLineThatCannotBeCutIsEnded)
+TEST_F(LogFailure, PartialLineThatCannotBeRemovedIsTerminated)
 {
     init();
     FileFaults::write.shorten(10);
@@ -184,7 +184,7 @@ TEST_F(LogFailure, TornLineThatCannotBeCutIsEnded)
     EXPECT_EQ("a", texts()[2]);
 }
 
-TEST_F(LogFailure, TornLineThatOthersWroteBehindStays)
+TEST_F(LogFailure, PartialLineFollowedByOtherLinesStays)
 {
     init();
     FileFaults::write.shorten(10);
@@ -199,7 +199,7 @@ TEST_F(LogFailure, TornLineThatOthersWroteBehindStays)
     EXPECT_EQ("other", lines()[1]);
 }
 
-TEST_F(LogFailure, LineOfWhichNothingWasWrittenLeavesNoEmptyLine)
+TEST_F(LogFailure, UnwrittenLineLeavesNoEmptyLine)
 {
     init();
     FileFaults::write.arm(ENOSPC);
@@ -211,7 +211,7 @@ TEST_F(LogFailure, LineOfWhichNothingWasWrittenLeavesNoEmptyLine)
     EXPECT_THAT(texts(), ElementsAre(lossReport(1, -ENOSPC), "a"));
 }
 
-TEST_F(LogFailure, FileThatCannotBeEmptiedGrowsOn)
+TEST_F(LogFailure, FileThatCannotBeTruncatedGrowsFurther)
 {
     init({.maxCount = 1});
     info("a");
@@ -248,7 +248,7 @@ TEST_F(LogFailure, ClosedHandleIsOpenedAgain)
     EXPECT_THAT(texts(), ElementsAre("a", lossReport(1, -EBADF), "b"));
 }
 
-TEST_F(LogFailure, NewLogIsEmptiedOnlyOnce)
+TEST_F(LogFailure, NewLogIsTruncatedOnlyOnce)
 {
     init({.isNew = true});
     info("a");
@@ -303,7 +303,7 @@ protected:
 };
 } // namespace
 
-TEST_F(LogSizeLimit, OfTheProcessNeitherEndsItNorTearsLines)
+TEST_F(LogSizeLimit, OfTheProcessNeitherEndsItNorSplitsLines)
 {
     init();
     limit(1000);
@@ -448,7 +448,7 @@ TEST_F(LogPipe, WithoutAReaderDoesNotBlock)
     EXPECT_EQ(-ENXIO, info("a"));
 }
 
-TEST_F(LogPipe, ReaderThatWentAwayDoesNotEndTheProcess)
+TEST_F(LogPipe, ReaderThatExitsDoesNotEndTheProcess)
 {
     read();
     EXPECT_EQ(0, init());

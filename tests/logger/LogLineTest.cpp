@@ -159,7 +159,7 @@ TEST_F(LogLine, BreaksAndZerosInTheTextAreShown)
     EXPECT_THAT(texts(), ElementsAre("a\\nb\\r\\nc\\0d"));
 }
 
-TEST_F(LogLine, ShowsEveryCharacterWhereverItStands)
+TEST_F(LogLine, ShowsEveryCharacterAtEveryPosition)
 {
     const std::vector<std::pair<wchar_t, std::string>> characters = {
         {L'\t', "\t"},
@@ -283,7 +283,7 @@ TEST_F(LogLine, BreaksInTheTagAreShown)
     EXPECT_THAT(lines(), ElementsAre(HasSubstr(" I a\\nb text")));
 }
 
-TEST_F(LogLine, IsUtf8WhateverTheLocale)
+TEST_F(LogLine, IsUtf8InEveryLocale)
 {
     std::setlocale(LC_ALL, "C");
     init();
@@ -303,7 +303,7 @@ TEST_F(LogLine, TakesNarrowTextInTheCLocale)
     EXPECT_THAT(texts(), ElementsAre("[operation] done"));
 }
 
-TEST_F(LogLine, OfAnyLengthIsWrittenWhole)
+TEST_F(LogLine, OfAnyLengthIsWrittenCompletely)
 {
     init();
     const std::vector<std::size_t> lengths = {1023, 1024, 1025, 100000};
@@ -327,7 +327,7 @@ TEST_F(LogLine, OfWideCharactersOnlyFitsToo)
     EXPECT_EQ(4u * text.size(), texts()[0].size());
 }
 
-TEST_F(LogLine, ThatCannotBeFormattedIsItsFormat)
+TEST_F(LogLine, ThatCannotBeFormattedShowsItsFormat)
 {
     ASSERT_NE(nullptr, std::setlocale(LC_ALL, "C.UTF-8"));
     init();
@@ -346,7 +346,7 @@ TEST_F(LogLine, WithoutAFormatIsEmpty)
     EXPECT_THAT(texts(), ElementsAre(""));
 }
 
-TEST_F(LogLine, LeavesErrnoAsItWas)
+TEST_F(LogLine, DoesNotChangeErrno)
 {
     init({.file = "/dev/full"});
     errno = 1234;
@@ -356,7 +356,7 @@ TEST_F(LogLine, LeavesErrnoAsItWas)
     EXPECT_EQ(1234, errno);
 }
 
-TEST_F(LogLine, LeavesTheWritingThreadCancellableOrNotAsItWas)
+TEST_F(LogLine, DoesNotChangeTheCancellationState)
 {
     init();
     for (const int state : {PTHREAD_CANCEL_ENABLE, PTHREAD_CANCEL_DISABLE})
@@ -445,7 +445,7 @@ TEST_F(LogLevel, NegativeLevelHidesAllButErrors)
     EXPECT_THAT(texts(), ElementsAre("error"));
 }
 
-TEST_F(LogLevel, TellsWhatWouldBeWritten)
+TEST_F(LogLevel, ReportsWhetherALineWouldBeWritten)
 {
     logger->setLevel(5);
 
@@ -515,7 +515,7 @@ TEST_F(HexDump, IsNoWiderThanTheData)
     EXPECT_THAT(texts(), ElementsAre("00000000  61 62  |ab|"));
 }
 
-TEST_F(HexDump, OfNothingWritesNothing)
+TEST_F(HexDump, OfNoBytesWritesNothing)
 {
     EXPECT_EQ(0, PLogger::dumpHex(logger.get(), 0, nullptr, 0, 16));
 

@@ -65,7 +65,7 @@ TEST_F(LogRotation, FileMayBeFilledToTheLastByte)
     EXPECT_THAT(files(), ElementsAre("test.log"));
 }
 
-TEST_F(LogRotation, OneByteTooManyIsTooMuch)
+TEST_F(LogRotation, OneByteAboveTheLimitRotates)
 {
     init({.maxSize = sizeOf(2) - 1, .parts = 3});
 
@@ -74,7 +74,7 @@ TEST_F(LogRotation, OneByteTooManyIsTooMuch)
     EXPECT_THAT(texts("test.log.1"), ElementsAre("a"));
 }
 
-TEST_F(LogRotation, LineLargerThanTheLimitStandsAlone)
+TEST_F(LogRotation, LineLargerThanTheLimitGetsItsOwnFile)
 {
     init({.maxSize = 100, .parts = 3});
 
@@ -84,7 +84,7 @@ TEST_F(LogRotation, LineLargerThanTheLimitStandsAlone)
     EXPECT_FALSE(exists("test.log.1"));
 }
 
-TEST_F(LogRotation, NewestPartIsNumberOneAndTheOldestGoes)
+TEST_F(LogRotation, NewestPartIsNumberOneAndTheOldestIsDeleted)
 {
     init({.maxSize = 1, .parts = 2});
 
@@ -96,7 +96,7 @@ TEST_F(LogRotation, NewestPartIsNumberOneAndTheOldestGoes)
     EXPECT_THAT(texts("test.log.2"), ElementsAre("b"));
 }
 
-TEST_F(LogRotation, WithoutPartsTheFileStartsAnew)
+TEST_F(LogRotation, WithoutPartsTheFileIsTruncated)
 {
     init({.maxSize = sizeOf(2)});
 
@@ -106,7 +106,7 @@ TEST_F(LogRotation, WithoutPartsTheFileStartsAnew)
     EXPECT_THAT(texts(), ElementsAre("c"));
 }
 
-TEST_F(LogRotation, FileThatStartsAnewBeginsWithoutTheEndOfATornLine)
+TEST_F(LogRotation, TruncatedFileStartsWithoutTheRestOfAPartialLine)
 {
     dir.write("test.log", filler(99));
     init({.maxSize = 100});
@@ -116,7 +116,7 @@ TEST_F(LogRotation, FileThatStartsAnewBeginsWithoutTheEndOfATornLine)
     EXPECT_THAT(lines(), ElementsAre(HasSubstr(" a")));
 }
 
-TEST_F(LogRotation, FileBehindATornOneBeginsWithItsFirstLine)
+TEST_F(LogRotation, FileAfterAPartialLineStartsWithItsFirstLine)
 {
     dir.write("test.log", filler(99));
     init({.maxSize = 100, .parts = 1});
@@ -147,7 +147,7 @@ TEST_F(LogRotation, CountLimitIsInLines)
     EXPECT_THAT(texts(), ElementsAre("c"));
 }
 
-TEST_F(LogRotation, CountWithoutPartsStartsAnew)
+TEST_F(LogRotation, CountWithoutPartsTruncatesTheFile)
 {
     init({.maxCount = 2});
 
@@ -191,7 +191,7 @@ TEST_F(LogRotation, NoLimitNeverRotates)
     EXPECT_THAT(files(), ElementsAre("test.log"));
 }
 
-TEST_F(LogRotation, GapAmongThePartsCostsNoPart)
+TEST_F(LogRotation, GapAmongThePartsLosesNoPart)
 {
     dir.write("test.log.1", "one\n");
     dir.write("test.log.3", "three\n");
@@ -204,7 +204,7 @@ TEST_F(LogRotation, GapAmongThePartsCostsNoPart)
     EXPECT_EQ("three\n", dir.read("test.log.3"));
 }
 
-TEST_F(LogRotation, FileThatCannotBeMovedGrowsOn)
+TEST_F(LogRotation, FileThatCannotBeMovedGrowsFurther)
 {
     fs::create_directories(dir.path() / "test.log.1" / "in the way");
     init({.maxSize = sizeOf(1), .parts = 1});
@@ -260,7 +260,7 @@ TEST_F(LogRotation, TwoLoggersOfOneFileLoseNothing)
     EXPECT_FALSE(exists("test.log.9"));
 }
 
-TEST_F(LogRotation, FileThatStandsInForAFullOneIsNotMoved)
+TEST_F(LogRotation, ReplacementOfAFullFileIsNotMoved)
 {
     init({.maxSize = sizeOf(2), .parts = 2});
     write({"a", "b"});
@@ -274,7 +274,7 @@ TEST_F(LogRotation, FileThatStandsInForAFullOneIsNotMoved)
     EXPECT_FALSE(exists("test.log.1"));
 }
 
-TEST_F(LogRotation, DeletedFullFileIsMadeAgain)
+TEST_F(LogRotation, DeletedFullFileIsCreatedAgain)
 {
     init({.maxSize = sizeOf(1), .parts = 1});
     write({"a"});

@@ -224,7 +224,7 @@ void _expectStruck(const FileSweep& iSweep, const std::vector<const FileFault*>&
 }
 } // namespace
 
-TEST(LogFileSweep, NewLogTellsAllLostLines)
+TEST(LogFileSweep, NewLogReportsAllLostLines)
 {
     FileSweep sweep =
         _sweepOf<Logging>("log in missing directories", LogSettings{.file = "logs/of/today.log"});
@@ -233,7 +233,7 @@ TEST(LogFileSweep, NewLogTellsAllLostLines)
                   {&FileFaults::open, &FileFaults::mkdir, &FileFaults::state, &FileFaults::write});
 }
 
-TEST(LogFileSweep, RotatingLogTellsAllLostLines)
+TEST(LogFileSweep, RotatingLogReportsAllLostLines)
 {
     FileSweep sweep = _sweepOf<Logging>("rotating log", LogSettings{.parts = 20, .maxCount = 2});
     EXPECT_THAT(sweep.run(), IsEmpty());
@@ -241,7 +241,7 @@ TEST(LogFileSweep, RotatingLogTellsAllLostLines)
                           &FileFaults::lock, &FileFaults::rename, &FileFaults::write});
 }
 
-TEST(LogFileSweep, LogThatGoesOnTellsAllLostLines)
+TEST(LogFileSweep, ContinuedLogReportsAllLostLines)
 {
     FileSweep sweep = _sweepOf<LoggingOn>("log that goes on");
     EXPECT_THAT(sweep.run(), IsEmpty());
@@ -249,7 +249,7 @@ TEST(LogFileSweep, LogThatGoesOnTellsAllLostLines)
                           &FileFaults::state, &FileFaults::rename, &FileFaults::write});
 }
 
-TEST(LogFileSweep, ClosingLogTellsLostLines)
+TEST(LogFileSweep, ClosingLogReportsLostLines)
 {
     FileSweep sweep = _sweepOf<LoggingAndClosing>("log with its closing");
     EXPECT_THAT(sweep.run(), IsEmpty());
@@ -263,7 +263,7 @@ TEST(LogFileSweep, LogWithoutPartsKeepsItsLastLines)
     _expectStruck(sweep, {&FileFaults::truncate, &FileFaults::write});
 }
 
-TEST(LogFileSweep, CatchesALogThatLosesLinesSilently)
+TEST(LogFileSweep, DetectsALogThatLosesLinesSilently)
 {
     EXPECT_THAT(_sweepOf<LosingSilently>("wrong").run(),
                 Contains(AllOf(HasSubstr("write 1 EIO"), HasSubstr("leaves for good: 0 lines"))));

@@ -77,7 +77,7 @@ protected:
 };
 } // namespace
 
-TEST_F(LogThreads, NeitherLoseNorTearLines)
+TEST_F(LogThreads, NeitherLoseNorMixLines)
 {
     init();
 
@@ -86,7 +86,7 @@ TEST_F(LogThreads, NeitherLoseNorTearLines)
     EXPECT_EQ(expected(), written());
 }
 
-TEST_F(LogThreads, NeitherLoseNorTearLinesWhileFilesRotate)
+TEST_F(LogThreads, NeitherLoseNorMixLinesWhileFilesRotate)
 {
     init({.maxSize = 20000, .parts = 1000});
 

@@ -163,7 +163,7 @@ private:
 };
 } // namespace
 
-TEST_F(LogTurn, ThatIsNeverGivenBackCostsNoLine)
+TEST_F(LogTurn, ThatIsNeverReleasedLosesNoLine)
 {
     init({.parts = 5, .maxCount = 1});
     occupy();
@@ -177,7 +177,7 @@ TEST_F(LogTurn, ThatIsNeverGivenBackCostsNoLine)
     release();
 }
 
-TEST_F(LogTurn, ThatIsGivenBackLetsTheFileRotateAgain)
+TEST_F(LogTurn, ThatIsReleasedLetsTheFileRotateAgain)
 {
     init({.parts = 5, .maxCount = 1});
     occupy();

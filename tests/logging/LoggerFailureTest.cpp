@@ -19,7 +19,7 @@ protected:
 };
 } // namespace
 
-TEST_F(LoggerFailure, LockThatFailsIsTold)
+TEST_F(LoggerFailure, FailedLockIsReported)
 {
     plugin->init();
     PBaseptr<ILogger> logger;
@@ -31,7 +31,7 @@ TEST_F(LoggerFailure, LockThatFailsIsTold)
     EXPECT_FALSE(isOpen("a"));
 }
 
-TEST_F(LoggerFailure, UnlockThatFailsIsToldWithTheLoggerFilled)
+TEST_F(LoggerFailure, FailedUnlockIsReportedWithTheLoggerFilled)
 {
     plugin->init();
     PBaseptr<ILogger> logger;
@@ -53,7 +53,7 @@ TEST_F(LoggerFailure, DisabledLoggingTakesNoLock)
     EXPECT_EQ(0, defaultLogger()->getLogger(L"a", logger));
 }
 
-TEST_F(LoggerFailure, MutexThatCannotBeOpenedIsToldByGetLogger)
+TEST_F(LoggerFailure, MutexThatCannotBeOpenedIsReportedByGetLogger)
 {
     PortFaults::mutexInit.arm(-ENOMEM, 0, 1);
     PBaseptr<PLoggerPlugin> other = PBaseptr<PLoggerPlugin>::adopt(new PLoggerPlugin);

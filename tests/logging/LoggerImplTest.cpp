@@ -156,7 +156,7 @@ TEST_F(LoggerImpl, WithoutMemoryForItsLogItHasNoSettings)
     EXPECT_EQ(eIxlaNoMemory, logger->setPrintOnConsole(true));
 }
 
-TEST_F(LoggerImpl, WithoutAPluginItHandsOutNoLoggers)
+TEST_F(LoggerImpl, WithoutAPluginItReturnsNoLoggers)
 {
     const PBaseptr<ILogger> logger = make();
     PBaseptr<ILogger> other;

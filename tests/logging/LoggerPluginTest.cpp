@@ -73,7 +73,7 @@ TEST_F(LoggerPlugin, DefaultLogIsInTheLogDirectory)
     EXPECT_THAT(texts("ixlaplugins.log"), ElementsAre("a"));
 }
 
-TEST_F(LoggerPlugin, InitKeepsNeitherManagerNorConfiguration)
+TEST_F(LoggerPlugin, InitHoldsNeitherManagerNorConfiguration)
 {
     plugin->init();
 
@@ -102,7 +102,7 @@ TEST_F(LoggerPlugin, DirectoryMayEndWithoutASlash)
     EXPECT_TRUE(fs::exists(dir.file("logs/a.log")));
 }
 
-TEST_F(LoggerPlugin, InitTellsAMissingManager)
+TEST_F(LoggerPlugin, InitReportsAMissingManager)
 {
     FakeConfig::instanceResult = -77;
 
@@ -111,14 +111,14 @@ TEST_F(LoggerPlugin, InitTellsAMissingManager)
     EXPECT_EQ(nullptr, defaultLogger());
 }
 
-TEST_F(LoggerPlugin, InitTellsAManagerThatIsNull)
+TEST_F(LoggerPlugin, InitReportsANullManager)
 {
     FakeConfig::noInstance = true;
 
     EXPECT_EQ(eIxlaNoInstance, plugin->init());
 }
 
-TEST_F(LoggerPlugin, InitTellsAFailedLoad)
+TEST_F(LoggerPlugin, InitReportsAFailedLoad)
 {
     FakeConfig::loadResult = -78;
 
@@ -128,7 +128,7 @@ TEST_F(LoggerPlugin, InitTellsAFailedLoad)
     EXPECT_EQ(0, FakeConfig::references());
 }
 
-TEST_F(LoggerPlugin, InitTellsAMissingDirectory)
+TEST_F(LoggerPlugin, InitReportsAMissingDirectory)
 {
     FakeConfig::values.erase("core.plugins.log.dir");
 
@@ -229,7 +229,7 @@ TEST_F(LoggerPlugin, NegativeLimitsAreNone)
     EXPECT_THAT(texts(), ElementsAre("1", "2"));
 }
 
-TEST_F(LoggerPlugin, DisabledLoggingHandsOutNothing)
+TEST_F(LoggerPlugin, DisabledLoggingReturnsNoLogger)
 {
     setting("enable", "false");
     plugin->init();
@@ -241,7 +241,7 @@ TEST_F(LoggerPlugin, DisabledLoggingHandsOutNothing)
     EXPECT_FALSE(logger);
 }
 
-TEST_F(LoggerPlugin, DisabledLoggingLeavesAHolderAsItWas)
+TEST_F(LoggerPlugin, DisabledLoggingDoesNotChangeAHolder)
 {
     setting("enable", "no");
     plugin->init();
@@ -272,12 +272,12 @@ TEST_F(LoggerPlugin, LoggingIsDisabledWithoutTheKey)
     EXPECT_TRUE(fs::is_empty(dir.path()));
 }
 
-TEST_F(LoggerPlugin, NothingIsHandedOutBeforeInit)
+TEST_F(LoggerPlugin, NoLoggerIsReturnedBeforeInit)
 {
     EXPECT_FALSE(get("a.log"));
 }
 
-TEST_F(LoggerPlugin, FileNameIsTheNameItself)
+TEST_F(LoggerPlugin, FileNameIsTheLoggersName)
 {
     plugin->init();
 
@@ -296,7 +296,7 @@ TEST_F(LoggerPlugin, NamesAreCaseSensitive)
     EXPECT_NE(lower.get(), get("A.log").get());
 }
 
-TEST_F(LoggerPlugin, SameNameGivesTheSameLoggerWhileKept)
+TEST_F(LoggerPlugin, SameNameReturnsTheSameLoggerWhileHeld)
 {
     plugin->init();
     const PBaseptr<ILogger> first = get("a");
@@ -307,7 +307,7 @@ TEST_F(LoggerPlugin, SameNameGivesTheSameLoggerWhileKept)
     EXPECT_EQ(3u, second.holders());
 }
 
-TEST_F(LoggerPlugin, LoggerThatNobodyKeepsIsEvictedByTheNextRequest)
+TEST_F(LoggerPlugin, LoggerWithoutHolderIsEvictedByTheNextRequest)
 {
     plugin->init();
     get("a")->info(0, L"first");
@@ -320,7 +320,7 @@ TEST_F(LoggerPlugin, LoggerThatNobodyKeepsIsEvictedByTheNextRequest)
     EXPECT_THAT(texts("a"), ElementsAre("first", "second"));
 }
 
-TEST_F(LoggerPlugin, LoggerThatNobodyKeepsIsGivenAgainUnderItsName)
+TEST_F(LoggerPlugin, LoggerWithoutHolderIsReturnedAgainByItsName)
 {
     plugin->init();
     const ILogger* const first = get("a").get();
@@ -340,7 +340,7 @@ TEST_F(LoggerPlugin, CopyOfTheHolderKeepsTheLogger)
     EXPECT_EQ(copy.get(), get("a").get());
 }
 
-TEST_F(LoggerPlugin, WrappedPointerKeepsTheLoggerButNotItsPlaceInTheCache)
+TEST_F(LoggerPlugin, WrappedPointerHoldsTheLoggerButNotItsCacheEntry)
 {
     plugin->init();
     const PBaseptr<ILogger> wrapped(get("a").get());
@@ -367,7 +367,7 @@ TEST_F(LoggerPlugin, SeveralLoggersAreEvictedAtOnce)
     EXPECT_TRUE(isOpen("d"));
 }
 
-TEST_F(LoggerPlugin, RefillingAHolderEvictsWhatItHeld)
+TEST_F(LoggerPlugin, RefillingAHolderEvictsItsFormerLogger)
 {
     plugin->init();
     PBaseptr<ILogger> logger = get("a");
@@ -402,7 +402,7 @@ TEST_F(LoggerPlugin, LoggerMayReplaceItself)
     EXPECT_THAT(texts("b"), ElementsAre("b"));
 }
 
-TEST_F(LoggerPlugin, EveryLoggerHandsOutTheSameSiblings)
+TEST_F(LoggerPlugin, EveryLoggerReturnsTheSameOtherLoggers)
 {
     plugin->init();
     const PBaseptr<ILogger> fromPlugin = get("a");
@@ -416,7 +416,7 @@ TEST_F(LoggerPlugin, EveryLoggerHandsOutTheSameSiblings)
     EXPECT_EQ(fromPlugin.get(), fromItself.get());
 }
 
-TEST_F(LoggerPlugin, EndReleasesAllLoggers)
+TEST_F(LoggerPlugin, DestructionReleasesAllLoggers)
 {
     plugin->init();
     get("a");
@@ -441,7 +441,7 @@ TEST_F(LoggerPlugin, LoggersOutliveIt)
     EXPECT_THAT(texts(), ElementsAre("b"));
 }
 
-TEST_F(LoggerPlugin, EndsWithItsLastHolderAlone)
+TEST_F(LoggerPlugin, LivesUntilItsLastHolderReleasesIt)
 {
     plugin->init();
     {
@@ -453,7 +453,7 @@ TEST_F(LoggerPlugin, EndsWithItsLastHolderAlone)
     EXPECT_THAT(texts("a"), ElementsAre("a"));
 }
 
-TEST_F(LoggerPlugin, LoggersOfAnEarlierInitHandOutNoMoreEither)
+TEST_F(LoggerPlugin, LoggersOfAnEarlierInitReturnNoMoreLoggers)
 {
     plugin->init();
     const PBaseptr<ILogger> named = get("a");
@@ -466,7 +466,7 @@ TEST_F(LoggerPlugin, LoggersOfAnEarlierInitHandOutNoMoreEither)
     EXPECT_FALSE(other);
 }
 
-TEST_F(LoggerPlugin, LoggersThatOutliveItHandOutNoMore)
+TEST_F(LoggerPlugin, LoggersThatOutliveItReturnNoMoreLoggers)
 {
     plugin->init();
     const PBaseptr<ILogger> named = get("a");

@@ -81,7 +81,7 @@ TEST_F(LoggerThreads, ShareOneHolderGroup)
     EXPECT_EQ(2u, kept.holders());
 }
 
-TEST_F(LoggerThreads, AskLoggersWhileThePluginEnds)
+TEST_F(LoggerThreads, RequestLoggersWhileThePluginEnds)
 {
     for (int round = 0; round < 20; ++round)
     {
@@ -110,7 +110,7 @@ TEST_F(LoggerThreads, AskLoggersWhileThePluginEnds)
     EXPECT_EQ(20u, texts("kept").size());
 }
 
-TEST_F(LoggerThreads, GateWaitsForThoseInside)
+TEST_F(LoggerThreads, GateWaitsForCallsInside)
 {
     const pid_t closing = gettid();
     PGate gate;

@@ -42,7 +42,7 @@ TEST_F(LoggingService, WritesTheSharedLogOfThePlugins)
     EXPECT_EQ(1, countLines(core.pluginLogFile(), " I pgs from the test"));
 }
 
-TEST_F(LoggingService, WritesNamedLogsBesideIt)
+TEST_F(LoggingService, WritesNamedLogsInTheSameDirectory)
 {
     start();
 

@@ -94,7 +94,7 @@ class WrongModel : public testing::TestWithParam<int>
 {
 };
 
-TEST_P(WrongModel, IsNoticedAndShrunkToAFewSteps)
+TEST_P(WrongModel, IsDetectedAndShrunkToAFewSteps)
 {
     const std::string report = _firstDifference(1, static_cast<Fault>(GetParam()));
     std::cout << report << std::endl;

@@ -72,7 +72,7 @@ TEST_F(ConditionalVarTest, OpensAgainAfterClosing)
     EXPECT_EQ(0, changed.init());
 }
 
-TEST_F(ConditionalVarTest, NotifyingNobodySucceeds)
+TEST_F(ConditionalVarTest, NotifyWithoutWaitersSucceeds)
 {
     EXPECT_EQ(0, changed.notifyAll());
 }
@@ -98,7 +98,7 @@ TEST_F(ConditionalVarTest, WaitEndsWhenTheLimitPassed)
     EXPECT_EQ(0, mutex.unlock());
 }
 
-TEST_F(ConditionalVarTest, WaitOfNoTimeEndsAtOnce)
+TEST_F(ConditionalVarTest, WaitWithZeroLimitEndsAtOnce)
 {
     ASSERT_EQ(0, mutex.lock());
 
@@ -153,7 +153,7 @@ TEST_F(ConditionalVarTest, NotifyWakesEveryWaiter)
     EXPECT_EQ(4, woken);
 }
 
-TEST_F(ConditionalVarTest, WaitReleasesARepeatedLockWhole)
+TEST_F(ConditionalVarTest, WaitReleasesARecursiveLockCompletely)
 {
     ASSERT_EQ(0, mutex.lock());
     ASSERT_EQ(0, mutex.lock());

@@ -61,7 +61,7 @@ TEST(CounterSync, NoChangeOfAnyThreadIsLost)
     EXPECT_EQ(40000, counter.change(0));
 }
 
-TEST(CounterSync, JustOneThreadSeesZero)
+TEST(CounterSync, ExactlyOneThreadGetsZero)
 {
     PCounterSync counter(4);
     std::atomic<int> zeros{0};

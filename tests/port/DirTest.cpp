@@ -66,7 +66,7 @@ TEST_F(DirTest, PatternsMatchWholeNames)
     EXPECT_EQ(Names{}, list(L""));
 }
 
-TEST_F(DirTest, DirectoriesAreLeftOut)
+TEST_F(DirTest, DirectoriesAreNotListed)
 {
     make({"file.so"});
     std::filesystem::create_directory(dir.path() / "dir.so");
@@ -75,7 +75,7 @@ TEST_F(DirTest, DirectoriesAreLeftOut)
     EXPECT_EQ(Names{"file.so"}, list(L"*"));
 }
 
-TEST_F(DirTest, LinksToFilesAndToNowhereAreListed)
+TEST_F(DirTest, LinksAndBrokenLinksAreListed)
 {
     make({"file.so"});
     std::filesystem::create_symlink("file.so", dir.path() / "link.so");
@@ -84,7 +84,7 @@ TEST_F(DirTest, LinksToFilesAndToNowhereAreListed)
     EXPECT_EQ((Names{"dangling.so", "file.so", "link.so"}), list(L"*"));
 }
 
-TEST_F(DirTest, EmptyDirectoryStandsAtItsEnd)
+TEST_F(DirTest, EmptyDirectoryIsAtItsEnd)
 {
     PDir listing(wide(dir.path().string()), L"*");
 
@@ -94,7 +94,7 @@ TEST_F(DirTest, EmptyDirectoryStandsAtItsEnd)
     EXPECT_EQ(0u, listing.getEntry().len());
 }
 
-TEST_F(DirTest, SteppingPastTheEndStaysThere)
+TEST_F(DirTest, NextAtTheEndStaysAtTheEnd)
 {
     make({"a"});
     PDir listing(wide(dir.path().string()), L"*");
@@ -134,7 +134,7 @@ TEST_F(DirTest, DirectoryThatCannotBeReadIsReported)
     }
 }
 
-TEST_F(DirTest, FailedReadingForgetsEarlierEntries)
+TEST_F(DirTest, FailedReadClearsEarlierEntries)
 {
     make({"sub/a"});
     PDir listing(dir.wideFile("sub"), L"*");

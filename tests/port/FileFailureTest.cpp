@@ -29,7 +29,7 @@ protected:
 };
 } // namespace
 
-TEST_F(FileFailure, InterruptedOpeningIsMadeAgain)
+TEST_F(FileFailure, InterruptedOpenIsRepeated)
 {
     FileFaults::open.arm(EINTR, 3);
 
@@ -37,7 +37,7 @@ TEST_F(FileFailure, InterruptedOpeningIsMadeAgain)
     EXPECT_EQ(4, FileFaults::open.calls());
 }
 
-TEST_F(FileFailure, InterruptedWriteIsMadeAgain)
+TEST_F(FileFailure, InterruptedWriteIsRepeated)
 {
     ASSERT_EQ(0, openNew());
     FileFaults::write.arm(EINTR, 3);
@@ -59,7 +59,7 @@ TEST_F(FileFailure, ShortWriteIsContinued)
     EXPECT_EQ("abcdef\n", dir.read("out.txt"));
 }
 
-TEST_F(FileFailure, WriteThatTakesNothingIsAnError)
+TEST_F(FileFailure, WriteOfNoBytesIsAnError)
 {
     ASSERT_EQ(0, openNew());
     FileFaults::write.shorten(0);
@@ -68,7 +68,7 @@ TEST_F(FileFailure, WriteThatTakesNothingIsAnError)
     EXPECT_EQ(-EIO, file.pclose());
 }
 
-TEST_F(FileFailure, PipeThatNobodyReadsAnyMoreDoesNotEndTheProcess)
+TEST_F(FileFailure, PipeWithoutReaderDoesNotEndTheProcess)
 {
     mkfifo(dir.file("out.txt").c_str(), 0600);
     const int reader = open(dir.file("out.txt").c_str(), O_RDONLY | O_NONBLOCK);

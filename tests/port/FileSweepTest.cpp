@@ -422,12 +422,12 @@ TEST(PortFileSweep, ReadingReportsEveryFailure)
                     {&FileFaults::open, &FileFaults::state, &FileFaults::read, &FileFaults::close});
 }
 
-TEST(PortFileSweep, ReadingGoesOnAfterAFailure)
+TEST(PortFileSweep, ReadingContinuesAfterAFailure)
 {
     _sweep<ReadingOn>("PFile read on", {&FileFaults::read});
 }
 
-TEST(PortFileSweep, WritingAnewReportsEveryFailure)
+TEST(PortFileSweep, RewritingReportsEveryFailure)
 {
     _sweep<WritingAnew>("PFile write new", {&FileFaults::open, &FileFaults::state,
                                             &FileFaults::write, &FileFaults::close});
@@ -444,7 +444,7 @@ TEST(PortFileSweep, DeletingReportsEveryFailure)
     _sweep<Deleting>("PFile::pdelete", {&FileFaults::unlink});
 }
 
-TEST(PortFileSweep, FileThatCannotBeLookedAtCountsAsMissing)
+TEST(PortFileSweep, FileWithoutStatusCountsAsMissing)
 {
     _sweep<Looking>("PFile::exists", {&FileFaults::access});
 }
@@ -460,25 +460,25 @@ TEST(PortFileSweep, MemoryUsageReportsEveryFailure)
     _sweep<Weighing>("PProcess::getMemoryUsage", {&FileFaults::open, &FileFaults::read});
 }
 
-TEST(PortFileSweep, CatchesAnIgnoredShortWrite)
+TEST(PortFileSweep, DetectsAnIgnoredShortWrite)
 {
     EXPECT_THAT(_findings<IgnoresShortWrite>("wrong"),
                 Contains(AllOf(HasSubstr("write 1 short"), HasSubstr("leaves: lost bytes"))));
 }
 
-TEST(PortFileSweep, CatchesASwallowedFailure)
+TEST(PortFileSweep, DetectsAnIgnoredFailure)
 {
     EXPECT_THAT(_findings<SwallowsFailure>("wrong"),
                 Contains(AllOf(HasSubstr("write 1 EIO"), HasSubstr("returns 0"))));
 }
 
-TEST(PortFileSweep, CatchesALeakedDescriptor)
+TEST(PortFileSweep, DetectsALeakedDescriptor)
 {
     EXPECT_THAT(_findings<LeaksDescriptor>("wrong"),
                 Contains(AllOf(HasSubstr("read 1 EIO"), HasSubstr("leaks a descriptor for good"))));
 }
 
-TEST(PortFileSweep, CatchesAnInterruptionThatIsNotWaitedOut)
+TEST(PortFileSweep, DetectsAnInterruptedCallThatIsNotRepeated)
 {
     EXPECT_THAT(_findings<LeaksDescriptor>("wrong"),
                 Contains(AllOf(HasSubstr("read 1 EINTR"), HasSubstr("returns -4"))));

@@ -179,7 +179,7 @@ TEST_F(FileTest, IncompleteByteOrderMarkIsText)
     EXPECT_EQ(Lines{"\xEF\xBB"}, linesOf("\xEF\xBB"));
 }
 
-TEST_F(FileTest, TextIsUtf8WhateverTheLocale)
+TEST_F(FileTest, TextIsUtf8InEveryLocale)
 {
     dir.write("utf8.txt", "\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80");
 
@@ -212,7 +212,7 @@ TEST_F(FileTest, LinesOfAnyLengthAreWritten)
     EXPECT_EQ("a\n" + longLine + "\nb\n", dir.read("out.txt"));
 }
 
-TEST_F(FileTest, LineEndsOnTheEdgeOfTheBufferAreSeen)
+TEST_F(FileTest, LineEndsAtTheBufferBoundaryAreFound)
 {
     for (std::size_t length = 16380; length < 16388; ++length)
     {
@@ -221,7 +221,7 @@ TEST_F(FileTest, LineEndsOnTheEdgeOfTheBufferAreSeen)
     }
 }
 
-TEST_F(FileTest, ManyLinesComeBackInOrder)
+TEST_F(FileTest, ManyLinesAreReadBackInOrder)
 {
     Lines expected;
     std::string bytes;
@@ -234,28 +234,28 @@ TEST_F(FileTest, ManyLinesComeBackInOrder)
     EXPECT_EQ(expected, linesOf(bytes));
 }
 
-TEST_F(FileTest, OrdinaryTextIsWrittenAsItIs)
+TEST_F(FileTest, OrdinaryTextIsWrittenUnchanged)
 {
     writeWide({wide("key=C:\\new\\r"), wide("\ttab \xC3\xA9")});
 
     EXPECT_EQ("key=C:\\new\\r\n\ttab \xC3\xA9\n", dir.read("out.txt"));
 }
 
-TEST_F(FileTest, LineBreaksAndZerosInsideATextComeBack)
+TEST_F(FileTest, LineBreaksAndZerosInsideATextRoundTrip)
 {
     EXPECT_TRUE(comeBack(
         {PString(L"a\nb=c\r\nd\r"), PString(L"\0x\0", 3), PString(L"\n"), PString(L"\r")}));
     EXPECT_EQ(4, countLines(dir.file("out.txt"), ""));
 }
 
-TEST_F(FileTest, ByteOrderMarkAsTextAtTheStartComesBack)
+TEST_F(FileTest, ByteOrderMarkAsTextAtTheStartRoundTrips)
 {
     EXPECT_TRUE(comeBack({text({0xFEFF, 'a'}), text({0xFEFF, 'b'})}));
     EXPECT_TRUE(comeBack({text({0xDCEF, 0xDCBB, 0xDCBF})}));
     EXPECT_TRUE(comeBack({PString(), text({0xFEFF})}));
 }
 
-TEST_F(FileTest, AnySequenceOfCharactersComesBack)
+TEST_F(FileTest, AnySequenceOfCharactersRoundTrips)
 {
     std::mt19937 random(17);
     const auto below = [&random](std::uint32_t iLimit)
@@ -280,7 +280,7 @@ TEST_F(FileTest, WritingWithoutNewTextAppends)
     EXPECT_EQ("old\nnew\n", dir.read("out.txt"));
 }
 
-TEST_F(FileTest, NewTextIsWrittenFromTheFrontAlsoBesideAnotherWriter)
+TEST_F(FileTest, NewTextStartsAtTheBeginningDespiteAnotherWriter)
 {
     PFile file;
     ASSERT_EQ(0, openNew(file, "out.txt"));
@@ -299,7 +299,7 @@ TEST_F(FileTest, AppendedByteOrderMarkIsText)
     EXPECT_EQ("old\n\xEF\xBB\xBF\n", dir.read("out.txt"));
 }
 
-TEST_F(FileTest, NewTextEmptiesTheFile)
+TEST_F(FileTest, NewTextTruncatesTheFile)
 {
     dir.write("out.txt", "a long old content\n");
     writeWide({wide("new")});
@@ -338,7 +338,7 @@ TEST_F(FileTest, RoomMadeWhileReadingKeepsTheLinesThatAreLeft)
     EXPECT_EQ("third", narrow(line));
 }
 
-TEST_F(FileTest, EndOfFileLeavesTheLineAsItWas)
+TEST_F(FileTest, EndOfFileDoesNotChangeTheLine)
 {
     dir.write("one.txt", "a\n");
     PFile file;
@@ -455,7 +455,7 @@ TEST_F(FileTest, FirstWriteErrorEndsWriting)
     EXPECT_EQ(-28, file.pclose());
 }
 
-TEST_F(FileTest, WriteErrorOfOneFileIsForgottenByTheNext)
+TEST_F(FileTest, NextFileClearsTheWriteError)
 {
     PFile file;
     ASSERT_EQ(0, file.popen(L"/dev/full", PFile::eWrite, 0));
@@ -468,7 +468,7 @@ TEST_F(FileTest, WriteErrorOfOneFileIsForgottenByTheNext)
     EXPECT_EQ("kept\n", dir.read("next.txt"));
 }
 
-TEST_F(FileTest, DestructorWritesWhatIsBuffered)
+TEST_F(FileTest, DestructorWritesTheBuffer)
 {
     {
         PFile file;
@@ -479,7 +479,7 @@ TEST_F(FileTest, DestructorWritesWhatIsBuffered)
     EXPECT_EQ("x\n", dir.read("out.txt"));
 }
 
-TEST_F(FileTest, CreatedFileGetsTheModeLessTheUmask)
+TEST_F(FileTest, CreatedFileHasTheModeWithoutTheUmask)
 {
     const Umask mask(0027);
     PFile file;
@@ -501,7 +501,7 @@ TEST_F(FileTest, FilesAreClosedInOtherPrograms)
     EXPECT_NE(0, ::fcntl(descriptor, F_GETFD) & FD_CLOEXEC);
 }
 
-TEST_F(FileTest, TerminalThatIsOpenedDoesNotBecomeThatOfTheProcess)
+TEST_F(FileTest, OpenedTerminalDoesNotBecomeTheControllingTerminal)
 {
     const int master = ::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
     char path[64];
@@ -564,7 +564,7 @@ TEST_F(FileTest, PartsOfALineThatArriveLateBelongToIt)
               narrow(lines));
 }
 
-TEST_F(FileTest, PathMayHoldAnyBytes)
+TEST_F(FileTest, PathMayContainAnyBytes)
 {
     dir.write("\xFF\xC3\xA9\nx", "content\n");
 

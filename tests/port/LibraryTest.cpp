@@ -173,7 +173,7 @@ TEST_F(LibraryTest, NameIsThePathItWasLoadedFrom)
     EXPECT_EQ(IXLAL_TEST_LIBRARY, narrow(library->getName()));
 }
 
-TEST_F(LibraryTest, SymbolsAreOfferedToNobodyElse)
+TEST_F(LibraryTest, SymbolsAreNotVisibleToOtherLibraries)
 {
     ASSERT_EQ(0, load(IXLAL_TEST_LIBRARY));
 
@@ -232,7 +232,7 @@ TEST_F(LibraryTest, MissingSymbolOfALibraryRefusesItAtOnce)
     EXPECT_THAT(loadError(), testing::HasSubstr("symbolThatNobodyDefines"));
 }
 
-TEST_F(LibraryTest, LibraryThatIsCutShortIsReportedWithTheReason)
+TEST_F(LibraryTest, TruncatedLibraryIsReportedWithTheReason)
 {
     const std::string path = copy(IXLAL_TEST_LIBRARY);
     fs::resize_file(path, 5000);
@@ -241,7 +241,7 @@ TEST_F(LibraryTest, LibraryThatIsCutShortIsReportedWithTheReason)
     EXPECT_EQ(kCutShort, loadError());
 }
 
-TEST_F(LibraryTest, SegmentMayEndWithTheFileAndNotBehindIt)
+TEST_F(LibraryTest, SegmentMayEndAtTheEndOfTheFileButNotAfterIt)
 {
     const ElfOffset size = sizeof(ElfHeader) + sizeof(ElfSegment);
 
@@ -253,7 +253,7 @@ TEST_F(LibraryTest, SegmentMayEndWithTheFileAndNotBehindIt)
     EXPECT_EQ(kCutShort, errorOfSegment(size + 1, 0));
 }
 
-TEST_F(LibraryTest, EveryHeaderThatIsCutShortIsReported)
+TEST_F(LibraryTest, EveryTruncatedHeaderIsReported)
 {
     const std::string bytes = readFile(IXLAL_TEST_LIBRARY);
     for (std::size_t length = 0; length < 600; ++length)
@@ -287,7 +287,7 @@ TEST_F(LibraryTest, LinkToALibraryIsLoaded)
     EXPECT_EQ(0, load(dir.file("link.so")));
 }
 
-TEST_F(LibraryTest, LinkThatLeadsNowhereIsReportedWithTheReason)
+TEST_F(LibraryTest, BrokenLinkIsReportedWithTheReason)
 {
     fs::create_symlink("libnone.so", dir.path() / "link.so");
 
@@ -304,7 +304,7 @@ TEST_F(LibraryTest, PathWithZeroIsRefused)
     EXPECT_EQ(nullptr, loaded);
 }
 
-TEST_F(LibraryTest, FailureLeavesTheOutArgumentAsItWas)
+TEST_F(LibraryTest, FailureDoesNotChangeTheOutArgument)
 {
     PLibrary* const before = reinterpret_cast<PLibrary*>(&dir);
     PLibrary* loaded = before;
@@ -313,7 +313,7 @@ TEST_F(LibraryTest, FailureLeavesTheOutArgumentAsItWas)
     EXPECT_EQ(before, loaded);
 }
 
-TEST_F(LibraryTest, EachThreadKeepsItsOwnReason)
+TEST_F(LibraryTest, EachThreadHasItsOwnReason)
 {
     EXPECT_EQ(-2, load(dir.file("libmine.so")));
     std::string other = "untouched";
@@ -323,21 +323,21 @@ TEST_F(LibraryTest, EachThreadKeepsItsOwnReason)
     EXPECT_THAT(loadError(), testing::HasSubstr("libmine.so"));
 }
 
-TEST_F(LibraryTest, ReasonThatIsTooLongIsCut)
+TEST_F(LibraryTest, LongReasonIsTruncated)
 {
     EXPECT_EQ(-36, load("/" + std::string(3000, 'x')));
     EXPECT_GT(loadError().size(), 500u);
     EXPECT_LT(loadError().size(), 3000u);
 }
 
-TEST(LibraryName, EndingInSoStays)
+TEST(LibraryName, WithSoEndingIsUnchanged)
 {
     EXPECT_EQ("one.so", fixed(L"one.so"));
     EXPECT_EQ("libone.so", fixed(L"libone.so"));
     EXPECT_EQ(".so", fixed(L".so"));
 }
 
-TEST(LibraryName, GetsWhatItLacks)
+TEST(LibraryName, GetsMissingParts)
 {
     EXPECT_EQ("libone.so", fixed(L"one"));
     EXPECT_EQ("libone.so", fixed(L"libone"));

@@ -44,7 +44,7 @@ TEST(Literal, DefaultAndNullAreTheEmptyText)
     EXPECT_EQ(PLiteral(), PLiteral(static_cast<const wchar_t*>(nullptr)));
 }
 
-TEST(Literal, AssignmentTurnsTheView)
+TEST(Literal, AssignmentReplacesTheView)
 {
     PLiteral literal(L"one");
     literal = L"three";
@@ -168,7 +168,7 @@ TEST(Literal, EmptyTextIsFoundNowhere)
     EXPECT_EQ(99u, pos);
 }
 
-TEST(LiteralTokens, AreTakenOffTheFront)
+TEST(LiteralTokens, AreRemovedFromTheFront)
 {
     PString list(L"one,two");
     PString token;
@@ -178,7 +178,7 @@ TEST(LiteralTokens, AreTakenOffTheFront)
     EXPECT_EQ(PLiteral(L"two"), list);
 }
 
-TEST(LiteralTokens, LoseTheBlanksAroundThem)
+TEST(LiteralTokens, AreTrimmed)
 {
     EXPECT_EQ((Tokens{"one", "two words", "three"}),
               tokensOf(L" one ,\ttwo words\r\n,three", L','));

@@ -65,7 +65,7 @@ TEST_F(MutexTest, SecondOpeningIsRefused)
     EXPECT_EQ(-16, mutex.init(true));
 }
 
-TEST_F(MutexTest, HolderLocksAgainAndUnlocksAsOften)
+TEST_F(MutexTest, HolderLocksRecursively)
 {
     for (int i = 0; i < 3; ++i)
     {
@@ -81,7 +81,7 @@ TEST_F(MutexTest, HolderLocksAgainAndUnlocksAsOften)
     EXPECT_EQ(0, mutex.close());
 }
 
-TEST_F(MutexTest, WithoutRepetitionTheHolderIsRefused)
+TEST_F(MutexTest, NonRecursiveMutexRefusesItsHolder)
 {
     PMutex plain;
     ASSERT_EQ(0, plain.init(false));
@@ -131,7 +131,7 @@ TEST_F(MutexTest, OtherThreadsWaitForTheLastUnlock)
     other.join();
 }
 
-TEST_F(MutexTest, ExcludesThreadsFromOneAnother)
+TEST_F(MutexTest, ExcludesOtherThreads)
 {
     int count = 0;
     std::vector<std::thread> threads;
@@ -179,7 +179,7 @@ TEST_F(MutexTest, GuardThatCouldNotLockLeavesTheLockOfItsCaller)
     EXPECT_EQ(0, once.unlock());
 }
 
-TEST_F(MutexTest, GuardTellsThatLockingFailed)
+TEST_F(MutexTest, GuardReportsAFailedLock)
 {
     ASSERT_EQ(0, mutex.close());
     const PLockGuard guard(mutex);

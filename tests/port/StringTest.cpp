@@ -18,7 +18,7 @@ std::wstring content(const PLiteral& iText)
 }
 } // namespace
 
-TEST(String, IsEmptyAtFirst)
+TEST(String, IsEmptyByDefault)
 {
     const PString text;
 
@@ -35,7 +35,7 @@ TEST(String, CopiesItsSource)
     EXPECT_EQ(L"abc", content(text));
 }
 
-TEST(String, TakesAsManyCharactersAsAsked)
+TEST(String, TakesTheGivenNumberOfCharacters)
 {
     EXPECT_EQ(L"ab", content(PString(L"abc", 2)));
     EXPECT_EQ(L"abc", content(PString(L"abc", ~0u)));
@@ -90,7 +90,7 @@ TEST(String, AppendsTexts)
     EXPECT_EQ(L"abcde", content(text));
 }
 
-TEST(String, ManyAppendsMoveTheBufferSeldom)
+TEST(String, ManyAppendsReallocateRarely)
 {
     PString text;
     int moves = 0;
@@ -231,7 +231,7 @@ TEST(ShortString, KeepsShortTextsInsideItself)
     EXPECT_EQ(L"12345678", content(text));
 }
 
-TEST(ShortString, LeavesForTheHeapWhenTooSmall)
+TEST(ShortString, MovesToTheHeapWhenTooSmall)
 {
     PShortString<8> text;
     const wchar_t* const inside = text.ptr();

@@ -86,7 +86,7 @@ TEST(Thread, IsUsableAgainAfterJoining)
     EXPECT_EQ(-3, thread.pjoin(result));
 }
 
-TEST(Thread, JoiningNobodyIsRefused)
+TEST(Thread, JoiningWithoutAThreadIsRefused)
 {
     int value = 0;
     void* result = &value;
@@ -116,7 +116,7 @@ TEST(Thread, MissingFunctionIsRefused)
     EXPECT_EQ(-22, thread.pcreate(nullptr, nullptr));
 }
 
-TEST(Thread, RunsOnByItselfWhenNobodyJoinedIt)
+TEST(Thread, RunsOnWhenNotJoined)
 {
     // Never destroyed, because the thread may still be in gone.open().
     static Detached detached;
@@ -131,7 +131,7 @@ TEST(Thread, RunsOnByItselfWhenNobodyJoinedIt)
 
 // A thread that is neither joined nor detached leaks its stack, and the address space of a 32-bit
 // process is too small for so many.
-TEST(Thread, ThreadsThatNobodyJoinedLeaveNothingBehind)
+TEST(Thread, UnjoinedThreadsLeakNothing)
 {
     // Never freed, because the threads may still be in open().
     static Gate* const gone = new Gate[1000];
@@ -143,7 +143,7 @@ TEST(Thread, ThreadsThatNobodyJoinedLeaveNothingBehind)
     }
 }
 
-TEST(Thread, IdsTellThreadsApart)
+TEST(Thread, IdsOfThreadsDiffer)
 {
     unsigned long other = 0;
     void* result = nullptr;
@@ -164,7 +164,7 @@ TEST(Thread, SleepsAtLeastTheGivenTime)
     EXPECT_GE(PTime::getTickCountDiff(start, PTime::getTickCount()), 29);
 }
 
-TEST(Thread, SleepGoesOnAfterASignal)
+TEST(Thread, SleepContinuesAfterASignal)
 {
     struct sigaction action = {};
     action.sa_handler = noSignal;

@@ -129,7 +129,7 @@ TEST(Utf8, PlainUtf8IsReadAsItsCharacters)
               decode("z\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80\xF4\x8F\xBF\xBF\xEF\xBB\xBF"));
 }
 
-TEST(Utf8, LineBreaksAndZeroHaveFormsOfTheirOwn)
+TEST(Utf8, LineBreaksAndZeroAreEscaped)
 {
     const std::string bytes = encode({'a', '\n', 0, '\r', 'b'});
 
@@ -169,7 +169,7 @@ TEST(Utf8, BytesThatAreNoUtf8BecomeLoneSurrogates)
     }
 }
 
-TEST(Utf8, LatinOneLineSurvivesReadingAndWriting)
+TEST(Utf8, LatinOneLineRoundTrips)
 {
     const std::string line = "gr\xFC\xDF"
                              "e=\xE4\xF6\xFC";
@@ -197,7 +197,7 @@ TEST(Utf8, WideFormIsReadOnlyWhereItWouldBeWritten)
     }
 }
 
-TEST(Utf8, WideFormBeyond32BitsIsNone)
+TEST(Utf8, WideFormBeyond32BitsIsInvalid)
 {
     const std::string bytes = "\xFE\x84\x80\x80\x80\x80\x80";
 
@@ -205,7 +205,7 @@ TEST(Utf8, WideFormBeyond32BitsIsNone)
     EXPECT_EQ(bytes, encode(decode(bytes)));
 }
 
-TEST(Utf8, StandInsThatWouldRunTogetherStayApart)
+TEST(Utf8, StandInsThatCouldMergeStayDistinct)
 {
     const Text text = {0xDCC3, 0xDCA9};
 
@@ -213,14 +213,14 @@ TEST(Utf8, StandInsThatWouldRunTogetherStayApart)
     EXPECT_EQ(text, decode(encode(text)));
 }
 
-TEST(Utf8, StandInsOfALineBreakFormStayApart)
+TEST(Utf8, StandInsOfALineBreakFormStayDistinct)
 {
     const Text text = {'k', 0xDCC0, 0xDC8A, 'v'};
 
     EXPECT_EQ(text, decode(encode(text)));
 }
 
-TEST(Utf8, StandInsOfAWideFormStayApart)
+TEST(Utf8, StandInsOfAWideFormStayDistinct)
 {
     Text text;
     for (const char byte : wideForm(0x110000))
@@ -231,7 +231,7 @@ TEST(Utf8, StandInsOfAWideFormStayApart)
     EXPECT_EQ(text, decode(encode(text)));
 }
 
-TEST(Utf8, NestedWideFormsOfStandInsStayApart)
+TEST(Utf8, NestedWideFormsOfStandInsStayDistinct)
 {
     const Text core = {0xDCC3, 0xDCA9};
     Text text = core;
@@ -264,7 +264,7 @@ TEST(Utf8, ByteOrderMarkInsideALineIsAnOrdinaryCharacter)
     EXPECT_EQ("\xEF\xBB\xBF", encode({0xFEFF}));
 }
 
-TEST(Utf8, EveryShortTextComesBack)
+TEST(Utf8, EveryShortTextRoundTrips)
 {
     forAll(kNastyCharacters, 3,
            [](const Text& iText)
@@ -274,7 +274,7 @@ TEST(Utf8, EveryShortTextComesBack)
            });
 }
 
-TEST(Utf8, EveryRunOfFourStandInsComesBack)
+TEST(Utf8, EveryRunOfFourStandInsRoundTrips)
 {
     const Text standIns = {0xDC80, 0xDC8A, 0xDC8F, 0xDC90, 0xDC9F, 0xDCA0, 0xDCBB, 0xDCBF, 0xDCC0,
                            0xDCC2, 0xDCE0, 0xDCED, 0xDCEF, 0xDCF0, 0xDCF4, 0xDCFE, 'a'};
@@ -286,7 +286,7 @@ TEST(Utf8, EveryRunOfFourStandInsComesBack)
            });
 }
 
-TEST(Utf8, RandomTextsComeBack)
+TEST(Utf8, RandomTextsRoundTrip)
 {
     std::mt19937 random(20240611);
     for (int round = 0; round < 50000; ++round)
@@ -296,7 +296,7 @@ TEST(Utf8, RandomTextsComeBack)
     }
 }
 
-TEST(Utf8, RandomCharactersComeBack)
+TEST(Utf8, RandomCharactersRoundTrip)
 {
     std::mt19937 random(7);
     for (int round = 0; round < 50000; ++round)
@@ -307,7 +307,7 @@ TEST(Utf8, RandomCharactersComeBack)
     }
 }
 
-TEST(Utf8, TextsOfDisguisedBytesComeBack)
+TEST(Utf8, TextsOfDisguisedBytesRoundTrip)
 {
     std::mt19937 random(3);
     for (int round = 0; round < 20000; ++round)
@@ -322,7 +322,7 @@ TEST(Utf8, TextsOfDisguisedBytesComeBack)
     }
 }
 
-TEST(Utf8, EveryShortLineComesBack)
+TEST(Utf8, EveryShortLineRoundTrips)
 {
     std::string all;
     for (int byte = 1; byte < 256; ++byte)
@@ -336,13 +336,13 @@ TEST(Utf8, EveryShortLineComesBack)
            [](const std::string& iBytes) { ASSERT_TRUE(lineComesBack(iBytes)) << hex(iBytes); });
 }
 
-TEST(Utf8, EveryLineOfFourNastyBytesComesBack)
+TEST(Utf8, EveryLineOfFourSpecialBytesRoundTrips)
 {
     forAll(kNastyBytes, 4,
            [](const std::string& iBytes) { ASSERT_TRUE(lineComesBack(iBytes)) << hex(iBytes); });
 }
 
-TEST(Utf8, RandomLinesComeBack)
+TEST(Utf8, RandomLinesRoundTrip)
 {
     std::mt19937 random(42);
     for (int round = 0; round < 50000; ++round)
@@ -352,7 +352,7 @@ TEST(Utf8, RandomLinesComeBack)
     }
 }
 
-TEST(Utf8, LinesOfWideFormsComeBack)
+TEST(Utf8, LinesOfWideFormsRoundTrip)
 {
     std::mt19937 random(11);
     for (int round = 0; round < 50000; ++round)
@@ -367,7 +367,7 @@ TEST(Utf8, LinesOfWideFormsComeBack)
     }
 }
 
-TEST(Utf8, LongChainOfWideLeadsComesBack)
+TEST(Utf8, LongChainOfWideLeadsRoundTrips)
 {
     std::string line;
     for (int i = 0; i < 200000; ++i)
@@ -391,7 +391,7 @@ TEST(Utf8, TextWithZeroOrLoneSurrogateIsNoPath)
     EXPECT_EQ("no path", encodePath({0x110000}));
 }
 
-TEST(Utf8, PathBytesComeBack)
+TEST(Utf8, PathBytesRoundTrip)
 {
     std::mt19937 random(5);
     for (int round = 0; round < 50000; ++round)

@@ -215,7 +215,7 @@ TEST(Utils, WritesBytesInLowerCase)
     EXPECT_EQ(0u, text.len());
 }
 
-TEST(Utils, BlockThatIsNotThereIsRefused)
+TEST(Utils, MissingBlockIsRefused)
 {
     PString text(L"old");
 

@@ -94,14 +94,14 @@ class EnvironmentTest(unittest.TestCase):
     def umask(self, step):
         return int((self.dir / "seen" / f"{step}.umask").read_text(encoding="utf-8"), 8)
 
-    def test_the_suite_sees_four_variables(self):
+    def test_the_suite_gets_four_variables(self):
         self.run_script("test.sh")
         for step in ("configure", "build", "test"):
             self.assertEqual(KEPT, set(self.seen(step)), step)
         self.assertEqual(("vt100", "C.UTF-8"), (self.seen("test")["TERM"],
                                                 self.seen("test")["LANG"]))
 
-    def test_the_demo_sees_four_variables(self):
+    def test_the_demo_gets_four_variables(self):
         self.run_script("demo.sh")
         for step in ("configure", "build", "demo"):
             self.assertEqual(KEPT, set(self.seen(step)), step)
@@ -114,7 +114,7 @@ class EnvironmentTest(unittest.TestCase):
             self.assertFalse(Path(self.seen(step)["TMPDIR"]).exists())
             self.assertEqual(0o077, self.umask(step))
 
-    def test_the_end_tells_what_was_skipped_and_why(self):
+    def test_the_end_lists_skipped_tests_with_reasons(self):
         out = self.run_script("test.sh")
         self.assertTrue(out.endswith(
             "Skipped, fully or partly: 4\n"

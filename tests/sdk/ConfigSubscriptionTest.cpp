@@ -39,7 +39,7 @@ protected:
     std::vector<std::string> fKeys;
 };
 
-TEST_F(ConfigSubscriptionTest, HearsOfItsConfigurationAlone)
+TEST_F(ConfigSubscriptionTest, ReceivesOnlyChangesOfItsConfiguration)
 {
     PConfigSubscription subscription;
     EXPECT_FALSE(subscription);
@@ -61,7 +61,7 @@ TEST_F(ConfigSubscriptionTest, EndsWhenItGoesOutOfScope)
     EXPECT_TRUE(fKeys.empty());
 }
 
-TEST_F(ConfigSubscriptionTest, SeveralHearOfTheSameChange)
+TEST_F(ConfigSubscriptionTest, SeveralReceiveTheSameChange)
 {
     PConfigSubscription first;
     PConfigSubscription second;
@@ -90,7 +90,7 @@ TEST_F(ConfigSubscriptionTest, MovesAndIsReplaced)
     EXPECT_EQ(2u, fKeys.size());
 }
 
-TEST_F(ConfigSubscriptionTest, NeedsACore)
+TEST_F(ConfigSubscriptionTest, RequiresACore)
 {
     PConfigSubscription before;
     ASSERT_EQ(0, subscribe(before));
@@ -101,7 +101,7 @@ TEST_F(ConfigSubscriptionTest, NeedsACore)
     EXPECT_EQ(0, before.end());
 }
 
-TEST_F(ConfigSubscriptionTest, LackOfMemoryIsACodeAndSubscribesNothing)
+TEST_F(ConfigSubscriptionTest, LackOfMemoryReturnsACodeAndSubscribesNothing)
 {
     int result = eIxlaOk;
     int skipped = 0;

@@ -56,7 +56,7 @@ protected:
     PTestCore fCore;
 };
 
-TEST_F(EventRecorderTest, KeepsTopicParameterAndNumber)
+TEST_F(EventRecorderTest, RecordsTopicParameterAndNumber)
 {
     PEventRecorder& recorder = fCore.record(kTopic);
     fCore.send(kTopic, nullptr, 1);
@@ -69,7 +69,7 @@ TEST_F(EventRecorderTest, KeepsTopicParameterAndNumber)
     EXPECT_EQ(3, recorder.waitFor(2).number);
 }
 
-TEST_F(EventRecorderTest, LetsGoOfParametersBeforeTheCoreStops)
+TEST_F(EventRecorderTest, ReleasesParametersBeforeTheCoreStops)
 {
     PEventRecorder& recorder = fCore.record(kTopic);
     fCore.send(kTopic, PBaseptr<INumber>::adopt(new Number(42, fGone)).get());
@@ -92,7 +92,7 @@ TEST_F(EventRecorderTest, WaitsForAnEventOfAnotherThread)
     sender.join();
 }
 
-TEST_F(EventRecorderTest, SaysHowManyCameWhenTheRestDoesNot)
+TEST_F(EventRecorderTest, ReportsTheCountWhenAnEventIsMissing)
 {
     const PEventRecorder& recorder = fCore.record(kTopic);
     fCore.send(kTopic);
@@ -101,7 +101,7 @@ TEST_F(EventRecorderTest, SaysHowManyCameWhenTheRestDoesNot)
     EXPECT_EQ("events are counted from 1", textThrown([&] { recorder.waitFor(0); }));
 }
 
-TEST_F(EventRecorderTest, SaysWhenItCannotSubscribe)
+TEST_F(EventRecorderTest, ReportsAFailedSubscription)
 {
     EXPECT_THAT(textThrown([this] { fCore.record(L""); }), HasSubstr("-502"));
     fCore.stop();

@@ -22,20 +22,20 @@ protected:
     }
 };
 
-TEST_F(GreeterTest, SaysHelloUnlessToldOtherwise)
+TEST_F(GreeterTest, SaysHelloByDefault)
 {
     fCore.start();
     EXPECT_EQ("Hello, Ann", greet(L"Ann"));
 }
 
-TEST_F(GreeterTest, SaysWhatItsConfigurationSays)
+TEST_F(GreeterTest, UsesTheConfiguredGreeting)
 {
     fCore.configure("com.example.greeter", "greeting = Good morning\n");
     fCore.start();
     EXPECT_EQ("Good morning, Ann", greet(L"Ann"));
 }
 
-TEST_F(GreeterTest, FollowsAValueThatIsSetAtRunTime)
+TEST_F(GreeterTest, FollowsAValueSetAtRunTime)
 {
     fCore.start();
     EXPECT_EQ("Hello, Ann", greet(L"Ann"));
@@ -44,7 +44,7 @@ TEST_F(GreeterTest, FollowsAValueThatIsSetAtRunTime)
     EXPECT_EQ("Good night, Ann", greet(L"Ann"));
 }
 
-TEST_F(GreeterTest, TellsEveryGreetingToListenersAndToTheLog)
+TEST_F(GreeterTest, ReportsEveryGreetingToListenersAndTheLog)
 {
     fCore.start();
     PEventRecorder& greeted = fCore.record(kGreetedTopic);

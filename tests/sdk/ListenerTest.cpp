@@ -10,7 +10,7 @@
 
 namespace
 {
-TEST(ListenerTest, HandsTheEventToTheCallable)
+TEST(ListenerTest, PassesTheEventToTheCallable)
 {
     std::string topic;
     IBase* parameter = nullptr;
@@ -34,7 +34,7 @@ TEST(ListenerTest, CallableMayReturnAnything)
     EXPECT_EQ(0, listener->handleEvent(L"topic", nullptr, 0));
 }
 
-TEST(ListenerTest, CallableGoesWithTheListener)
+TEST(ListenerTest, CallableIsDestroyedWithTheListener)
 {
     std::weak_ptr<int> watched;
     {
@@ -46,7 +46,7 @@ TEST(ListenerTest, CallableGoesWithTheListener)
     EXPECT_TRUE(watched.expired());
 }
 
-TEST(ListenerTest, ExceptionsStayInsideAndAreLogged)
+TEST(ListenerTest, ExceptionsAreCaughtAndLogged)
 {
     CoreRun core;
     ASSERT_EQ(0, core.start());

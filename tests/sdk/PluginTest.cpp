@@ -81,7 +81,7 @@ protected:
     CoreRun fCore;
 };
 
-TEST_F(PluginTest, ServicesBeginInTheirOrderAndEndInTheOpposite)
+TEST_F(PluginTest, ServicesStartInOrderAndEndInReverse)
 {
     ASSERT_EQ(0, fCore.start());
     EXPECT_EQ(0, request(kSecondId));
@@ -92,7 +92,7 @@ TEST_F(PluginTest, ServicesBeginInTheirOrderAndEndInTheOpposite)
               steps());
 }
 
-TEST_F(PluginTest, HandsOutEachServiceBehindItsId)
+TEST_F(PluginTest, ReturnsEachServiceByItsId)
 {
     ASSERT_EQ(0, fCore.start());
     {
@@ -107,7 +107,7 @@ TEST_F(PluginTest, HandsOutEachServiceBehindItsId)
     EXPECT_EQ(1, PluginHooks::count("helpers.first made"));
 }
 
-TEST_F(PluginTest, ServicesHearOfTheExitBeforeThePluginGoes)
+TEST_F(PluginTest, ServicesExitBeforeThePluginIsDestroyed)
 {
     ASSERT_EQ(0, fCore.start());
     EXPECT_EQ(0, request(kFirstId));
@@ -118,14 +118,14 @@ TEST_F(PluginTest, ServicesHearOfTheExitBeforeThePluginGoes)
     EXPECT_EQ(1, PluginHooks::count("helpers.first exit"));
 }
 
-TEST_F(PluginTest, WithoutInitNothingBegins)
+TEST_F(PluginTest, WithoutInitNoServiceStarts)
 {
     ASSERT_EQ(0, fCore.start());
     EXPECT_EQ(0, fCore.stop());
     EXPECT_EQ((std::vector<std::string>{"constructor", "destroyed"}), steps());
 }
 
-TEST_F(PluginTest, FailedInitLeavesNothingBehindAndGivesItsCode)
+TEST_F(PluginTest, FailedInitReleasesEverythingAndReturnsItsCode)
 {
     expectInitFails(-42, [] { return -42; });
     EXPECT_EQ((std::vector<std::string>{"constructor", "first made", "first init", "second made",
@@ -134,7 +134,7 @@ TEST_F(PluginTest, FailedInitLeavesNothingBehindAndGivesItsCode)
               steps());
 }
 
-TEST_F(PluginTest, LackOfMemoryInInitHasItsCode)
+TEST_F(PluginTest, LackOfMemoryInInitReturnsItsCode)
 {
     expectInitFails(eIxlaNoMemory, []() -> int { throw std::bad_alloc(); });
     EXPECT_EQ(1, PluginHooks::count("helpers.first destroyed"));
@@ -148,7 +148,7 @@ TEST_F(PluginTest, ExceptionInInitIsInThePluginsLog)
     EXPECT_EQ(1, countLines(fCore.pluginLogFile(), "E pgs [init] Exception: no such engine"));
 }
 
-TEST_F(PluginTest, ExceptionInExitIsLoggedAndTheOthersHaveTheirTurn)
+TEST_F(PluginTest, ExceptionInExitIsLoggedAndTheOthersExit)
 {
     PluginHooks::on("helpers.second exit", []() -> int { throw 1; });
     ASSERT_EQ(0, fCore.start());
@@ -159,7 +159,7 @@ TEST_F(PluginTest, ExceptionInExitIsLoggedAndTheOthersHaveTheirTurn)
                             "E pgs [test.helpers.second] Exception: not a std::exception"));
 }
 
-TEST_F(PluginTest, ExceptionInTheConstructorGivesNoPlugin)
+TEST_F(PluginTest, ExceptionInTheConstructorReturnsNoPlugin)
 {
     PluginHooks::on("helpers.constructor", [] { return -1; });
     EXPECT_EQ(eIxlaNullPlugin, fCore.start());
@@ -216,7 +216,7 @@ class EmptyPlugin : public PPlugin
 {
 };
 
-TEST(PluginAloneTest, ListsItsInterfacesAnewEachTime)
+TEST(PluginAloneTest, ReturnsANewInterfaceListEachTime)
 {
     const auto plugin = PBaseptr<IPlugin>::adopt(ixlaNewPlugin<OwnPlugin>());
     unsigned int count = 0;
@@ -229,7 +229,7 @@ TEST(PluginAloneTest, ListsItsInterfacesAnewEachTime)
     EXPECT_FALSE(first == second);
 }
 
-TEST(PluginAloneTest, OffersNothingUnlessTold)
+TEST(PluginAloneTest, OffersNothingByDefault)
 {
     const auto plugin = PBaseptr<IPlugin>::adopt(ixlaNewPlugin<EmptyPlugin>());
     unsigned int count = 7;
@@ -303,7 +303,7 @@ TEST_F(PluginTest, HoldsTheServicesOfTheCoreFromItsInitOn)
     }
 }
 
-TEST_F(PluginTest, ThreadThatEndsInOnInitEndsTheServicesBegunSoFar)
+TEST_F(PluginTest, ThreadThatEndsInOnInitEndsTheStartedServices)
 {
     PluginHooks::on("helpers.second init", []() -> int { pthread_exit(nullptr); });
     ASSERT_EQ(0, fCore.start());
@@ -315,7 +315,7 @@ TEST_F(PluginTest, ThreadThatEndsInOnInitEndsTheServicesBegunSoFar)
               steps());
 }
 
-TEST_F(PluginTest, ThreadThatEndsInOnExitHoldsTheStopNotUp)
+TEST_F(PluginTest, ThreadThatEndsInOnExitDoesNotDelayTheStop)
 {
     PluginHooks::on("helpers.second exit", []() -> int { pthread_exit(nullptr); });
     ASSERT_EQ(0, fCore.start());

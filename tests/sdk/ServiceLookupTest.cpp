@@ -51,18 +51,18 @@ TEST_F(ServiceLookupTest, HoldsTheService)
     held->decRef();
 }
 
-TEST_F(ServiceLookupTest, SaysThatNoCoreIsStarted)
+TEST_F(ServiceLookupTest, ReportsAMissingCore)
 {
     EXPECT_EQ(eIxlaCoreNotStarted, refused(kIxlaLoggerId));
 }
 
-TEST_F(ServiceLookupTest, SaysThatNobodyOffersTheId)
+TEST_F(ServiceLookupTest, ReportsAnUnknownId)
 {
     ASSERT_EQ(0, fCore.start());
     EXPECT_EQ(eIxlaUnknownInterface, refused(L"test.nobody"));
 }
 
-TEST_F(ServiceLookupTest, SaysThatThePluginFailed)
+TEST_F(ServiceLookupTest, ReportsAFailedPlugin)
 {
     fCore.addPlugin("alpha");
     PluginHooks::on("alpha.init", [] { return -42; });
@@ -70,14 +70,14 @@ TEST_F(ServiceLookupTest, SaysThatThePluginFailed)
     EXPECT_EQ(eIxlaInitFailed, refused(L"test.alpha"));
 }
 
-TEST_F(ServiceLookupTest, SaysThatThePluginHandedOutNothing)
+TEST_F(ServiceLookupTest, ReportsAMissingInstance)
 {
     fCore.addPlugin("null_instance");
     ASSERT_EQ(0, fCore.start());
     EXPECT_EQ(eIxlaNoInstance, refused(L"test.null"));
 }
 
-TEST_F(ServiceLookupTest, LackOfMemoryIsACode)
+TEST_F(ServiceLookupTest, LackOfMemoryReturnsACode)
 {
     ASSERT_EQ(0, fCore.start());
     ASSERT_TRUE(ixlaService<ILogger>());

@@ -76,7 +76,7 @@ TEST_F(SubscriptionTest, DeliversUntilItGoesOutOfScope)
     EXPECT_EQ(1, fEvents);
 }
 
-TEST_F(SubscriptionTest, EndsOnceAndForAll)
+TEST_F(SubscriptionTest, EndIsFinal)
 {
     PSubscription subscription;
     EXPECT_EQ(0, subscription.end());
@@ -100,7 +100,7 @@ TEST_F(SubscriptionTest, MovesWithoutMissingAnEvent)
     EXPECT_EQ(1, fEvents);
 }
 
-TEST_F(SubscriptionTest, AssignmentEndsTheOneThatWasThere)
+TEST_F(SubscriptionTest, AssignmentEndsTheFormerSubscription)
 {
     PSubscription target;
     EXPECT_EQ(0, subscribe(target));
@@ -118,7 +118,7 @@ TEST_F(SubscriptionTest, SelfAssignmentKeepsIt)
     EXPECT_EQ(0, send());
 }
 
-TEST_F(SubscriptionTest, SubscribingAnewEndsTheFormerOne)
+TEST_F(SubscriptionTest, SubscribingAgainEndsTheFormerSubscription)
 {
     PSubscription subscription;
     EXPECT_EQ(0, subscribe(subscription));
@@ -136,14 +136,14 @@ TEST_F(SubscriptionTest, RefusesWhatTheDispatcherRefuses)
                                                            [](const PLiteral&, IBase*, int) {}));
 }
 
-TEST_F(SubscriptionTest, NeedsACore)
+TEST_F(SubscriptionTest, RequiresACore)
 {
     EXPECT_EQ(0, fCore.stop());
     PSubscription subscription;
     EXPECT_EQ(eIxlaCoreNotStarted, subscribe(subscription));
 }
 
-TEST_F(SubscriptionTest, KeepsTheDispatcherBeyondTheCore)
+TEST_F(SubscriptionTest, HoldsTheDispatcherBeyondTheStop)
 {
     PSubscription subscription;
     EXPECT_EQ(0, subscribe(subscription));
@@ -199,7 +199,7 @@ TEST_F(SubscriptionTest, EndingWithinTheCallableDoesNotWait)
     EXPECT_EQ(eIxlaNoListener, send());
 }
 
-TEST_F(SubscriptionTest, CallableStaysWholeWhileItEndsItsOwnSubscription)
+TEST_F(SubscriptionTest, CallableStaysValidWhileItEndsItsOwnSubscription)
 {
     PSubscription subscription;
     const auto captured = std::make_shared<int>(42);
@@ -216,7 +216,7 @@ TEST_F(SubscriptionTest, CallableStaysWholeWhileItEndsItsOwnSubscription)
     EXPECT_EQ(1, captured.use_count());
 }
 
-TEST_F(SubscriptionTest, DeliveryThatComesTooLateDoesNotReachTheCallable)
+TEST_F(SubscriptionTest, LateDeliveryDoesNotReachTheCallable)
 {
     PSubscription late;
     ASSERT_EQ(0, subscribe(late));
@@ -249,7 +249,7 @@ TEST_F(SubscriptionTest, RemovalThatFailsLeavesAListenerThatDoesNothing)
     EXPECT_EQ(eIxlaNoListener, send());
 }
 
-TEST_F(SubscriptionTest, LackOfMemoryIsACodeAndSubscribesNothing)
+TEST_F(SubscriptionTest, LackOfMemoryReturnsACodeAndSubscribesNothing)
 {
     int result = eIxlaOk;
     int skipped = 0;

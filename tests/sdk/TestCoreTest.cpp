@@ -39,7 +39,7 @@ std::string _read(const PTestCore& iCore, const wchar_t* iId, const wchar_t* iKe
     return ixlaNarrow(value);
 }
 
-TEST(TestCoreTest, RunsThePluginsThatItIsGiven)
+TEST(TestCoreTest, RunsTheGivenPlugins)
 {
     PTestCore core;
     core.addPlugin(_library("alpha"));
@@ -93,7 +93,7 @@ TEST(TestCoreTest, RunsOneCoreAfterAnother)
     }
 }
 
-TEST(TestCoreTest, SaysThatAProcessHasOneCore)
+TEST(TestCoreTest, ReportsASecondCoreInTheProcess)
 {
     PTestCore first;
     first.start();
@@ -114,7 +114,7 @@ TEST(TestCoreTest, ConfiguresById)
     EXPECT_EQ("third", _read(core, L"test.other", L"key"));
 }
 
-TEST(TestCoreTest, TakesConfigurationFilesAndKeepsTheStoreToItself)
+TEST(TestCoreTest, CopiesConfigurationFilesAndUsesAPrivateStore)
 {
     const TempDir source;
     source.write("ixlap.configmanager.prs", "test.some = some.prs\n"
@@ -139,14 +139,14 @@ TEST(TestCoreTest, PassesArgumentsOn)
     EXPECT_EQ(1, PluginHooks::count("alpha.init"));
 }
 
-TEST(TestCoreTest, KeepsFilesAndDirectoriesToItself)
+TEST(TestCoreTest, UsesPrivateFilesAndDirectories)
 {
     PTestCore core;
     EXPECT_THAT(textThrown([&] { core.set("core.log.file", "/tmp/x"); }),
                 HasSubstr("core.log.file belongs to the test kit"));
 }
 
-TEST(TestCoreTest, SaysWhatToDoAboutAPluginThatIsNotThere)
+TEST(TestCoreTest, ReportsAMissingPluginWithAFix)
 {
     PTestCore core;
     EXPECT_THAT(textThrown([&] { core.addPlugin("/nowhere/libx.so"); }),
@@ -157,7 +157,7 @@ TEST(TestCoreTest, SaysWhatToDoAboutAPluginThatIsNotThere)
                 HasSubstr("/nowhere/x.prs: No such file"));
 }
 
-TEST(TestCoreTest, RefusesWhatComesTooLate)
+TEST(TestCoreTest, RefusesSettingsAfterTheStart)
 {
     PTestCore core;
     core.start();
@@ -178,7 +178,7 @@ TEST(TestCoreTest, ShowsTheCoreLogWhenTheStartFails)
     EXPECT_EQ(-8, core.tryStart());
 }
 
-TEST(TestCoreTest, ShowsTheErrorsWhenAServiceIsNotThere)
+TEST(TestCoreTest, ShowsTheErrorsWhenAServiceIsMissing)
 {
     PTestCore core;
     core.addPlugin(_library("alpha"));
@@ -188,7 +188,7 @@ TEST(TestCoreTest, ShowsTheErrorsWhenAServiceIsNotThere)
                       HasSubstr("E Core [getInstanceInternal] Unknown interface ID: test.alfa")));
 }
 
-TEST(TestCoreTest, StopSaysWhenAListenerHeldIt)
+TEST(TestCoreTest, StopReportsABlockingListener)
 {
     PTestCore core;
     core.set("core.notify.exit.timeout", "0");
@@ -204,7 +204,7 @@ TEST(TestCoreTest, StopSaysWhenAListenerHeldIt)
     leave.set_value();
 }
 
-TEST(TestCoreTest, StopSaysWhenThreadsWereStillInside)
+TEST(TestCoreTest, StopReportsThreadsInsidePlugins)
 {
     PTestCore core;
     core.addPlugin(_library("alpha"));

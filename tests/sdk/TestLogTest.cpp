@@ -35,13 +35,13 @@ TEST_F(TestLogTest, FindsLinesInTheirOrder)
     EXPECT_EQ("    two\n    three a\n", fLog.tail(2));
 }
 
-TEST_F(TestLogTest, KnowsTheErrorLinesOfCoreAndPlugins)
+TEST_F(TestLogTest, ReturnsTheErrorLinesOfCoreAndPlugins)
 {
     fDir.write("some.log", "x E Core [a] b\nx D Core E pgs?\nx E pgs [c]\n");
     EXPECT_THAT(fLog.errors(), ElementsAre("x E Core [a] b", "x E pgs [c]"));
 }
 
-TEST_F(TestLogTest, WaitsForALineThatIsStillToCome)
+TEST_F(TestLogTest, WaitsForALaterLine)
 {
     std::thread writer(
         [this]

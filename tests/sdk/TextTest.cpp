@@ -5,7 +5,7 @@
 
 namespace
 {
-TEST(TextTest, KeepsTextAndBytesBothWays)
+TEST(TextTest, ConvertsTextAndBytesBothWays)
 {
     for (const char* text : {"", "plain",
                              "Gr\xC3\xBC\xC3\x9F"

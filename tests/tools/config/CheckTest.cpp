@@ -26,7 +26,7 @@ protected:
     }
 };
 
-TEST_F(ConfigToolChecks, SaysNothingAboutAGoodFile)
+TEST_F(ConfigToolChecks, PrintsNothingForAGoodFile)
 {
     EXPECT_EQ(0, check("\xEF\xBB\xBF# comment = a|b\r\n\r\n  port = 80 \r\nport:const = Yes\r\n"
                        "empty =\nurl = http://a:b/#c\n"));
@@ -43,7 +43,7 @@ TEST_F(ConfigToolChecks, FindsLinesThatTheCoreRefuses)
               out);
 }
 
-TEST_F(ConfigToolChecks, WarnsOfWhatCountsTwice)
+TEST_F(ConfigToolChecks, WarnsOfDuplicateEntries)
 {
     expectWarning("port = 80\nhost = x\n port = 81\n",
                   "3:2: warning: key \"port\" again; this value replaces that of line 1");
@@ -70,10 +70,10 @@ TEST_F(ConfigToolChecks, WarnsOfNamesThatCanNeverBeRead)
                   "1:1: warning: key \"a|b\" can never be read (-3004): it contains \"|\"");
     expectWarning("a = 1\na:b:c = 1\n",
                   "2:3: warning: attribute \"b:c\" can never be read (-3004): it "
-                  "holds \":\" or \"|\"");
+                  "contains \":\" or \"|\"");
 }
 
-TEST_F(ConfigToolChecks, WarnsOfOddCharacters)
+TEST_F(ConfigToolChecks, WarnsOfUnusualCharacters)
 {
     expectWarning("\xC3\xA4 = 1\xFF\n",
                   "1:6: warning: byte \\xff is not UTF-8; it is kept unchanged");
@@ -87,7 +87,7 @@ TEST_F(ConfigToolChecks, WarnsOfOddCharacters)
     expectWarning("a = 1\xC2\xA0\n", "1:6: warning: invisible U+00A0 is part of the value");
 }
 
-TEST_F(ConfigToolChecks, WarnsOfValuesThatMeanSomethingElse)
+TEST_F(ConfigToolChecks, WarnsOfMisleadingValues)
 {
     expectWarning("a = 1 # one\n",
                   "1:7: warning: \"#\" does not begin a comment here; it is part of "
@@ -105,7 +105,7 @@ TEST_F(ConfigToolChecks, FailsForWarningsWhenStrict)
     EXPECT_EQ(0, run({"check", "--strict", "x.prs"}));
 }
 
-TEST_F(ConfigToolChecks, LooksForTheFilesOfIDs)
+TEST_F(ConfigToolChecks, ChecksTheFilesOfIDs)
 {
     write("config/ixlap.configmanager.prs", "com.example.net = net.prs ,  gone.prs, broken.prs\n"
                                             "com.example.ui =\n"
@@ -124,7 +124,7 @@ TEST_F(ConfigToolChecks, LooksForTheFilesOfIDs)
                                "not there\n"));
 }
 
-TEST_F(ConfigToolChecks, LooksForTheFilesOfIDsInAnotherPlace)
+TEST_F(ConfigToolChecks, ChecksTheFilesOfIDsInAnotherDirectory)
 {
     EXPECT_EQ(0, ask({"check", "config/ixlap.configmanager.prs"}));
     EXPECT_EQ("", out);
@@ -133,7 +133,7 @@ TEST_F(ConfigToolChecks, LooksForTheFilesOfIDsInAnotherPlace)
     EXPECT_THAT(out, HasSubstr("1:19: warning: ID \"com.example.net\": /no/where: -2"));
 }
 
-TEST_F(ConfigToolChecks, KnowsTheStoreOfADirectory)
+TEST_F(ConfigToolChecks, RecognisesTheStoreOfADirectory)
 {
     write("config/store.txt", "com.example.net|port = 1 # 2\nport = 2\n");
     EXPECT_EQ(0, run({"check", "config/store.txt"}));
@@ -147,7 +147,7 @@ TEST_F(ConfigToolChecks, KnowsTheStoreOfADirectory)
               out);
 }
 
-TEST_F(ConfigToolChecks, TellsOfFilesThatCannotBeRead)
+TEST_F(ConfigToolChecks, ReportsUnreadableFiles)
 {
     EXPECT_EQ(1, run({"check", "none.prs", "config", "config/net.prs"}));
     EXPECT_EQ("ixla-config: none.prs: cannot be read: -2 (No such file or directory)\n"
@@ -155,7 +155,7 @@ TEST_F(ConfigToolChecks, TellsOfFilesThatCannotBeRead)
               err);
 }
 
-TEST_F(ConfigToolChecks, RefusesOptionsThatMakeNoSense)
+TEST_F(ConfigToolChecks, RefusesWrongOptions)
 {
     EXPECT_EQ(1, run({"--dir", "none", "check", "config/net.prs"}));
     EXPECT_THAT(err, HasSubstr("none: No such file or directory"));
@@ -174,7 +174,7 @@ TEST_F(ConfigToolChecks, PrintsJson)
               json()["files"][0]["findings"][0].dump());
 }
 
-TEST_F(ConfigToolChecks, SurvivesGarbage)
+TEST_F(ConfigToolChecks, HandlesGarbage)
 {
     std::string garbage;
     for (unsigned int i = 0; i < 20000; ++i)

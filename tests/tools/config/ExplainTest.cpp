@@ -80,7 +80,7 @@ TEST_F(ConfigToolExplains, TheLastValueOfTheFilesWithoutAStore)
     EXPECT_TRUE(json()["agreesWithCore"]);
 }
 
-TEST_F(ConfigToolExplains, APinInTheFilesBeforeAPinInTheStore)
+TEST_F(ConfigToolExplains, APinInTheFilesThatPrecedesAPinInTheStore)
 {
     write("config/net.local.prs", "port:const = ON\n");
     write("config/store.txt", "com.example.net|port = 9\ncom.example.net|port:const = true\n");
@@ -105,7 +105,7 @@ TEST_F(ConfigToolExplains, APinInTheStore)
     EXPECT_TRUE(json()["agreesWithCore"]);
 }
 
-TEST_F(ConfigToolExplains, AConstThatIsFirstGivenAsFalse)
+TEST_F(ConfigToolExplains, AConstThatIsFalseFirst)
 {
     write("config/net.prs", "port = 80\nport:const = no\nport:const = yes\n");
     write("config/store.txt", "com.example.net|port = 9\n");
@@ -113,7 +113,7 @@ TEST_F(ConfigToolExplains, AConstThatIsFirstGivenAsFalse)
     EXPECT_TRUE(json()["agreesWithCore"]);
 }
 
-TEST_F(ConfigToolExplains, AKeyWithNothingButAttributes)
+TEST_F(ConfigToolExplains, AKeyWithAttributesOnly)
 {
     write("config/net.prs", "port:unit = tcp\n");
     EXPECT_EQ(0, explain());
@@ -121,7 +121,7 @@ TEST_F(ConfigToolExplains, AKeyWithNothingButAttributes)
     EXPECT_THAT(out, HasSubstr("A key with nothing but attributes has an empty value"));
 }
 
-TEST_F(ConfigToolExplains, WhatAnEmptyStoredValueHides)
+TEST_F(ConfigToolExplains, AnEmptyStoredValue)
 {
     write("config/store.txt", "com.example.net|port:unit = tcp\n");
     EXPECT_EQ(0, explain());
@@ -129,7 +129,7 @@ TEST_F(ConfigToolExplains, WhatAnEmptyStoredValueHides)
     EXPECT_THAT(out, HasSubstr("config/net.prs:1    port = 80        hidden by the store\n"));
 }
 
-TEST_F(ConfigToolExplains, LinesBehindABrokenOne)
+TEST_F(ConfigToolExplains, LinesAfterABrokenOne)
 {
     write("config/net.prs", "port = 80\nbroken\nport = 81\n");
     EXPECT_EQ(0, explain());
@@ -141,7 +141,7 @@ TEST_F(ConfigToolExplains, LinesBehindABrokenOne)
     EXPECT_THAT(out, HasSubstr("No line that the core reads names the key."));
 }
 
-TEST_F(ConfigToolExplains, ABrokenStoreOfWhichNothingCounts)
+TEST_F(ConfigToolExplains, ABrokenStore)
 {
     write("config/store.txt", "com.example.net|port = 9\nbroken\n");
     EXPECT_EQ("config/net.prs:1", winner());
@@ -150,7 +150,7 @@ TEST_F(ConfigToolExplains, ABrokenStoreOfWhichNothingCounts)
     EXPECT_THAT(out, HasSubstr("config/store.txt:1  port = 9   not read because of line 2\n"));
 }
 
-TEST_F(ConfigToolExplains, AFileThatIsMissing)
+TEST_F(ConfigToolExplains, AMissingFile)
 {
     write("config/ixlap.configmanager.prs", "com.example.net = net.prs, gone.prs, /no/where.prs\n");
     EXPECT_EQ(0, explain());
@@ -168,7 +168,7 @@ TEST_F(ConfigToolExplains, FilesInTheOrderOfTheCore)
     EXPECT_TRUE(json()["agreesWithCore"]);
 }
 
-TEST_F(ConfigToolExplains, TextsThatWouldSpoilATerminal)
+TEST_F(ConfigToolExplains, TextsWithControlCharacters)
 {
     write("config/net.prs", "port = \x1B[31m\xFF\tred\n");
     EXPECT_EQ(0, explain());
@@ -176,7 +176,7 @@ TEST_F(ConfigToolExplains, TextsThatWouldSpoilATerminal)
     EXPECT_THAT(out, ::testing::Not(HasSubstr("\x1B")));
 }
 
-TEST_F(ConfigToolExplains, WhateverFilesAndStoreHoldAsTheCoreDoes)
+TEST_F(ConfigToolExplains, RandomFilesAndStoresLikeTheCore)
 {
     std::mt19937 random(20260504);
     const auto pick = [&](const std::vector<std::string>& iTexts)
@@ -232,7 +232,7 @@ TEST_F(ConfigToolExplains, ADifferenceBetweenTheLinesAndTheCore)
     EXPECT_THAT(out, HasSubstr("DIFFERENCE: asked for the value, the core answers \""));
 }
 
-TEST_F(ConfigToolExplains, NothingAboutAKeyThatNobodyNames)
+TEST_F(ConfigToolExplains, NothingForAnUnknownKey)
 {
     EXPECT_EQ(1, ask({"explain", "com.example.net", "prot"}));
     EXPECT_EQ("", out);

@@ -48,7 +48,7 @@ TEST_F(ConfigToolReads, ShowsWhyAKeyCannotBeRead)
     EXPECT_THAT(out, HasSubstr("a|b = -3004 (eIxlaForbiddenCharacter"));
 }
 
-TEST_F(ConfigToolReads, GetsTheValueAsItStands)
+TEST_F(ConfigToolReads, GetsTheValueUnchanged)
 {
     write("config/net.prs", "greeting =  Gr\xC3\xBC\xC3\x9F\x65 \xFF = \\ \n");
     EXPECT_EQ(0, ask({"get", "com.example.net", "greeting"}));
@@ -72,7 +72,7 @@ TEST_F(ConfigToolReads, GetsJsonOfBytesThatAreNotUtf8)
     EXPECT_TRUE(json()["attribute"].is_null());
 }
 
-TEST_F(ConfigToolReads, TellsWhatToDoAboutAnUnknownIDOrKey)
+TEST_F(ConfigToolReads, ReportsAnUnknownIDOrKeyWithAFix)
 {
     EXPECT_EQ(1, ask({"get", "com.example.nte", "port"}));
     EXPECT_THAT(err, HasSubstr("no ID com.example.nte in config/ixlap.configmanager.prs"));
@@ -86,7 +86,7 @@ TEST_F(ConfigToolReads, TellsWhatToDoAboutAnUnknownIDOrKey)
     EXPECT_EQ("", out);
 }
 
-TEST_F(ConfigToolReads, LeavesTheDirectoryAsItIs)
+TEST_F(ConfigToolReads, DoesNotChangeTheDirectory)
 {
     EXPECT_EQ(0, ask({"ids"}));
     EXPECT_EQ(0, ask({"keys", "com.example.net"}));
@@ -107,7 +107,7 @@ TEST_F(ConfigToolReads, FollowsTheArgumentsOfTheCore)
     EXPECT_THAT(err, HasSubstr("none.prs: the core's property file: -2 (No such file"));
 }
 
-TEST_F(ConfigToolReads, NeedsAManagersFile)
+TEST_F(ConfigToolReads, RequiresAManagersFile)
 {
     EXPECT_EQ(1, run({"--dir", "none", "ids"}));
     EXPECT_THAT(err, HasSubstr("ixla-config: none: No such file or directory; --dir is"));

@@ -13,7 +13,7 @@ protected:
     static constexpr char kID[] = "com.example.net";
 };
 
-TEST_F(ConfigToolStores, AValueThatReadersThenGet)
+TEST_F(ConfigToolStores, AValueForReaders)
 {
     EXPECT_EQ(0, ask({"store", kID, "port", "9000"}));
     EXPECT_EQ("config/store.txt: com.example.net|port = 9000\n", out);
@@ -22,7 +22,7 @@ TEST_F(ConfigToolStores, AValueThatReadersThenGet)
     EXPECT_EQ("9000\n", out);
 }
 
-TEST_F(ConfigToolStores, OddTextsWhole)
+TEST_F(ConfigToolStores, UnusualTextsUnchanged)
 {
     const std::string odd = "-5 'a' = \n\xFF|\xE2\x82\xAC";
     EXPECT_EQ(0, ask({"store", kID, "port", odd}));
@@ -46,7 +46,7 @@ TEST_F(ConfigToolStores, AnAttributeOnceItsKeyHasAValue)
     EXPECT_THAT(err, HasSubstr("com.example.net|port:unit is \"tcp\" and stays so"));
 }
 
-TEST_F(ConfigToolStores, NoMoreWhatIsRemoved)
+TEST_F(ConfigToolStores, NoRemovedValue)
 {
     write("config/store.txt", "com.example.net|port = 9\ncom.example.net|port:unit = tcp\n");
     EXPECT_EQ(0, ask({"remove", kID, "port", "--attr", "unit"}));
@@ -58,7 +58,7 @@ TEST_F(ConfigToolStores, NoMoreWhatIsRemoved)
     EXPECT_THAT(err, HasSubstr("config/store.txt: nothing is stored for com.example.net|port"));
 }
 
-TEST_F(ConfigToolStores, NothingUnderNamesThatCannotBeRead)
+TEST_F(ConfigToolStores, NothingWithUnreadableNames)
 {
     EXPECT_EQ(1, ask({"store", kID, "a|b", "1"}));
     EXPECT_THAT(err, HasSubstr("com.example.net|a|b: -3004 (eIxlaForbiddenCharacter"));
@@ -85,7 +85,7 @@ TEST_F(ConfigToolStores, NothingWithoutAStoreFile)
     }
 }
 
-TEST_F(ConfigToolStores, NothingInAPlaceThatCannotBeWritten)
+TEST_F(ConfigToolStores, NothingInAnUnwritableDirectory)
 {
     write("config/ixlap.configmanager.prs", "ixlap.configmanager.store.file = none/store.txt\n");
     EXPECT_EQ(1, ask({"store", kID, "port", "1"}));
@@ -93,7 +93,7 @@ TEST_F(ConfigToolStores, NothingInAPlaceThatCannotBeWritten)
                                "written anew, so its directory must let you create files"));
 }
 
-TEST_F(ConfigToolStores, NothingInAStoreThatIsBroken)
+TEST_F(ConfigToolStores, NothingInABrokenStore)
 {
     write("config/store.txt", "broken\n");
     EXPECT_EQ(1, ask({"store", kID, "port", "1"}));
@@ -101,7 +101,7 @@ TEST_F(ConfigToolStores, NothingInAStoreThatIsBroken)
     EXPECT_EQ("broken\n", read("config/store.txt"));
 }
 
-TEST_F(ConfigToolStores, WithAWarningOfWhatIsLostOrNotRead)
+TEST_F(ConfigToolStores, WithAWarningOfLostOrUnreadValues)
 {
     write("config/store.txt", "# mine\n");
     EXPECT_EQ(0, ask({"store", kID, "port", "1"}));

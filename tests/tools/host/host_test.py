@@ -81,14 +81,14 @@ class HostTest(unittest.TestCase):
 
 
 class Stopping(HostTest):
-    def test_a_signal_stops_in_good_order(self):
+    def test_a_signal_stops_it_without_errors(self):
         for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
             with self.subTest(number):
                 host = self.serve()
                 host.send_signal(number)
                 code, out, err = self.finish(host)
                 self.assertEqual((0, "ixla-host: stopped\n"), (code, out))
-                self.assertIn(f"ixla-host: {number.name}, stops;", err)
+                self.assertIn(f"ixla-host: {number.name}, stopping;", err)
 
     def test_a_second_signal_ends_a_stop_that_hangs(self):
         for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
@@ -99,14 +99,14 @@ class Stopping(HostTest):
                 host.send_signal(number)
                 code, out, err = self.finish(host)
                 self.assertEqual((128 + number, ""), (code, out))
-                self.assertIn(f"{number.name} again, ends at once", err)
+                self.assertIn(f"{number.name} again, exiting at once", err)
 
     def test_a_second_signal_ends_a_start_that_hangs(self):
         host = self.launch("--prs", "core.prs", "core.autostart.list=obstinate",
                            behaviour="hang in init")
         self.await_line(host, "initialises\n")
         host.send_signal(signal.SIGINT)
-        self.wait_for_text(host.stderr, "SIGINT, stops")
+        self.wait_for_text(host.stderr, "SIGINT, stopping")
         host.send_signal(signal.SIGTERM)
         self.assertEqual(128 + signal.SIGTERM, self.finish(host)[0])
 
@@ -118,7 +118,7 @@ class Stopping(HostTest):
         host.send_signal(signal.SIGTERM)
         self.assertEqual((0, "ixla-host: stopped\n"), self.finish(host)[:2])
 
-    def test_a_signal_spares_what_is_not_initialised_yet(self):
+    def test_a_signal_prevents_further_initialisations(self):
         shutil.copy(PLUGIN, self.dir / "plugins/libzzz.so")
         host = self.launch("--prs", "core.prs", "core.load.plugin.list=obstinate",
                            "--require", "test.obstinate", "--require", "com.kelvora.ixla.logger",
@@ -156,7 +156,7 @@ class Stopping(HostTest):
         self.assertGreaterEqual(time.monotonic() - began, 1)
         self.assertRegex(out, r"^ixla-host: ready, process \d+\nixla-host: stopped\n$")
 
-    def test_a_reader_that_goes_away_does_not_end_it(self):
+    def test_a_reader_that_exits_does_not_end_it(self):
         reading, writing = os.pipe()
         os.close(reading)
         with os.fdopen(writing, "w") as closed:
@@ -169,12 +169,12 @@ class Requiring(HostTest):
     def start(self, *arguments, **options):
         return self.run_host("--prs", "core.prs", "--seconds", "0", *arguments, **options)
 
-    def test_initialises_what_is_required(self):
+    def test_initialises_required_interfaces(self):
         code, out, _ = self.start("--require", "test.obstinate")
         self.assertEqual(0, code)
         self.assertEqual("initialises", out.splitlines()[0])
 
-    def test_initialises_nothing_else(self):
+    def test_initialises_no_other_plugin(self):
         self.assertNotIn("initialises", self.start()[1])
 
     def test_names_every_interface_that_is_missing(self):
@@ -184,7 +184,7 @@ class Requiring(HostTest):
         self.assertIn("ixla-host: no plugin offers the required interface test.one\n", err)
         self.assertIn("ixla-host: no plugin offers the required interface test.two\n", err)
 
-    def test_tells_why_an_interface_did_not_initialise(self):
+    def test_reports_why_an_interface_did_not_initialise(self):
         code, out, err = self.start("--require", "test.obstinate", "core.log.file=core.log",
                                     behaviour="fail in init")
         self.assertEqual((4, "initialises\nixla-host: stopped\n"), (code, out))
@@ -192,14 +192,14 @@ class Requiring(HostTest):
         self.assertIn("ixla-host: the core log has the reason: core.log\n", err)
         self.assertIn("err: -7", (self.dir / "core.log").read_text())
 
-    def test_takes_no_instance_for_a_failure(self):
+    def test_treats_a_missing_instance_as_a_failure(self):
         code, _, err = self.start("--require", "test.obstinate", behaviour="null instance")
         self.assertEqual(4, code)
         self.assertIn("did not initialise: no instance", err)
 
 
 class ReadyFile(HostTest):
-    def test_is_there_while_all_is_ready(self):
+    def test_exists_while_everything_is_ready(self):
         host = self.serve("--ready-file", "ready")
         self.assertEqual(f"{host.pid}\n", (self.dir / "ready").read_text())
         self.assertEqual(1, sum("ready" in name.name for name in self.dir.iterdir()))
@@ -207,32 +207,32 @@ class ReadyFile(HostTest):
         self.assertEqual(0, self.finish(host)[0])
         self.assertEqual([], list(self.dir.glob("ready*")))
 
-    def test_goes_when_the_stop_begins(self):
+    def test_is_removed_when_the_stop_begins(self):
         host = self.serve("--ready-file", "ready", "--require", "test.obstinate",
                           behaviour="hang in stop")
         host.send_signal(signal.SIGTERM)
         self.await_line(host, "hangs\n")
         self.assertEqual([], list(self.dir.glob("ready*")))
 
-    def test_of_an_earlier_process_goes_before_the_start(self):
+    def test_of_an_earlier_process_is_removed_before_the_start(self):
         self.write("ready", "1\n")
         code, _, _ = self.run_host("core.plugins.dir=plugins", "--ready-file", "ready")
         self.assertEqual(1, code)
         self.assertEqual([], list(self.dir.glob("ready*")))
 
-    def test_is_not_made_for_a_missing_interface(self):
+    def test_is_not_created_for_a_missing_interface(self):
         host = self.launch("--prs", "core.prs", "--ready-file", "ready", "--require", "test.one",
                            "--seconds", "60")
         self.assertEqual(3, self.finish(host)[0])
         self.assertEqual([], list(self.dir.glob("ready*")))
 
-    def test_that_cannot_be_made_is_told_before_the_start(self):
+    def test_that_cannot_be_created_is_reported_before_the_start(self):
         code, out, err = self.run_host("--prs", "core.prs", "--ready-file", "none/ready")
         self.assertEqual((5, ""), (code, out))
         self.assertEqual("ixla-host: the ready file none/ready cannot be written or removed: "
                          "No such file or directory\n", err)
 
-    def test_that_cannot_be_made_any_more_stops_the_host(self):
+    def test_that_can_no_longer_be_created_stops_the_host(self):
         (self.dir / "run").mkdir()
         host = self.launch("--prs", "core.prs", "--ready-file", "run/ready",
                            "core.autostart.list=obstinate", behaviour="slow init")
@@ -262,18 +262,18 @@ class Manager(HostTest):
             self.assertEqual(0, code)
             return [manager.recv(100).decode() for _ in range(2)]
 
-    def test_hears_of_both_ends(self):
+    def test_is_notified_of_ready_and_stop(self):
         for name in (str(self.dir / "socket"), f"@ixlal-{os.getpid()}"):
             with self.subTest(name):
                 self.assertEqual(["READY=1", "STOPPING=1"], self.notified(name))
 
-    def test_that_does_not_listen_harms_nothing(self):
+    def test_without_a_listener_is_harmless(self):
         code, _, err = self.run_host("--prs", "core.prs", "--seconds", "0",
                                      environment={"NOTIFY_SOCKET": "/nowhere/socket"})
         self.assertEqual(0, code)
         self.assertIn("NOTIFY_SOCKET cannot be told READY=1: No such file or directory", err)
 
-    def test_with_a_name_that_is_too_long_harms_nothing(self):
+    def test_with_a_long_name_is_harmless(self):
         code, _, err = self.run_host("--prs", "core.prs", "--seconds", "0",
                                      environment={"NOTIFY_SOCKET": "/" + 200 * "x"})
         self.assertEqual(0, code)
@@ -286,31 +286,31 @@ class FailedStart(HostTest):
         self.assertEqual((1, ""), (code, out))
         return err
 
-    def test_tells_the_result_and_how_to_get_a_log(self):
+    def test_reports_the_result_and_how_to_enable_a_log(self):
         err = self.fails("core.log.level=high")
         self.assertEqual("ixla-host: the core did not start: -502 (eIxlaInvalidArgument: invalid "
                          "argument)\nixla-host: the argument core.log.file=FILE makes a log that "
                          "says why\n", err)
 
-    def test_names_the_log_that_there_is(self):
+    def test_names_the_existing_log(self):
         err = self.fails("core.log.file = sub\\core.log", "core.plugins.dir=plugins")
         self.assertIn("ixla-host: the core log has the reason: sub/core.log\n", err)
         self.assertIn("core.plugins.config.dir and core.plugins.log.dir are needed", err)
 
-    def test_says_when_the_log_is_missing(self):
+    def test_reports_a_missing_log(self):
         err = self.fails("core.log.file=/proc/none/core.log", "core.plugins.dir=plugins")
         self.assertIn("there is no core log /proc/none/core.log: No such file", err)
 
-    def test_tells_what_a_property_file_needs(self):
+    def test_reports_the_requirements_of_a_property_file(self):
         self.assertIn("ixla-config check", self.fails("--prs", "none.prs"))
 
-    def test_sends_to_the_libraries(self):
+    def test_refers_to_the_inspector(self):
         self.write("plugins/libwrong.so", "no library")
         err = self.fails("--prs", "core.prs")
         self.assertIn("the core did not start: -8 (Exec format error)", err)
         self.assertIn("ixla-inspect DIR", err)
 
-    def test_takes_any_text(self):
+    def test_accepts_any_text(self):
         (self.dir / "plugins").rename(self.dir / "Größe 7")
         self.write("Größe 7/libwrong.so", "no library")
         self.fails("--prs", "core.prs", "core.plugins.dir=Größe 7", "core.log.file=Prüfung.log")
@@ -340,18 +340,18 @@ class CommandLine(HostTest):
                 self.assertRegex(err, r"^ixla-host: [^\n]*; see ixla-host --help\n$")
                 self.assertIn(wanted, err)
 
-    def test_takes_a_number_as_decimal(self):
+    def test_reads_numbers_as_decimal(self):
         began = time.monotonic()
         self.assertEqual(0, self.run_host("--prs", "core.prs", "--seconds", "01")[0])
         self.assertGreaterEqual(time.monotonic() - began, 1)
 
-    def test_requires_one_interface_an_option(self):
+    def test_requires_one_interface_per_option(self):
         code, _, err = self.run_host("--prs", "core.prs", "--require", "test.one",
                                      "core.free.plugins.lib=false")
         self.assertEqual(3, code)
         self.assertNotIn("interface core.free", err)
 
-    def test_arguments_win_over_the_property_file(self):
+    def test_arguments_take_precedence_over_the_property_file(self):
         self.write("core.prs", "core.plugins.dir = nowhere\ncore.plugins.config.dir = config\n"
                                "core.plugins.log.dir = log\ncore.free.plugins.lib = false\n")
         code, _, _ = self.run_host("--prs", "core.prs", "core.plugins.dir=plugins", "--seconds",

@@ -79,7 +79,7 @@ class Reading(InspectTest):
             if arrow:
                 self.assertEqual(os.path.realpath(place.split(" (")[0]), named[name])
 
-    def test_the_core_is_there_wherever_the_plugin_stands(self):
+    def test_the_core_is_found_for_a_plugin_in_any_directory(self):
         self.assertEqual("ok", self.read(self.add(EXAMPLES / "sampler/libsampler.so"))["verdict"])
 
     def test_a_missing_library_is_named(self):
@@ -92,13 +92,13 @@ class Reading(InspectTest):
         library = self.read(path, LD_LIBRARY_PATH=f"/nowhere:{PLUGINS}/small")
         self.assertEqual(str(PLUGINS / "small/libhelper.so"), library["needed"][0]["path"])
 
-    def test_a_needed_library_of_another_word_size_is_passed_over(self):
+    def test_a_needed_library_of_another_word_size_is_skipped(self):
         path = self.add(PLUGINS / "small/libuser.so")
         self.add(PLUGINS / "other_bits/libother_bits.so", "libhelper.so")
         library = self.read(path, LD_LIBRARY_PATH=f"{PLUGINS}/small")
         self.assertEqual(str(PLUGINS / "small/libhelper.so"), library["needed"][0]["path"])
 
-    def test_a_symbol_that_nothing_supplies_is_named(self):
+    def test_an_undefined_symbol_is_named(self):
         library = self.read(PLUGINS / "missing_symbol/libmissing_symbol.so")
         self.assertEqual(["_Z25functionThatNobodyDefinesv"], library["undefined"])
         self.assertEqual(["undefined symbol, defined by none of its libraries: "
@@ -123,16 +123,16 @@ class Reading(InspectTest):
         self.assertEqual(["the file is 64-bit x86-64, the product is 32-bit i386"],
                          library["problems"])
 
-    def test_a_program_is_no_library(self):
+    def test_a_program_is_not_a_library(self):
         self.assertEqual(["the file is a program, not a shared library"],
                          self.read(BUILD / "bin/ixla-host")["problems"])
 
-    def test_what_is_exported_besides_the_factory_is_a_hint(self):
+    def test_further_exports_are_a_hint(self):
         library = self.read(PLUGINS / "many_ids/libmany_ids.so")
         self.assertEqual(1, len(library["exported"]))
         self.assertIn(f"exports more than the factory: {library['exported'][0]}", library["hints"])
 
-    def test_a_library_without_factory_is_no_plugin(self):
+    def test_a_library_without_factory_is_not_a_plugin(self):
         path = PLUGINS / "small/libhelper.so"
         self.assertEqual([f"has no factory {FACTORY} and is therefore not a plugin"],
                          self.read(path)["problems"])
@@ -141,7 +141,7 @@ class Reading(InspectTest):
         self.add(PLUGINS / "small/libhelper.so")
         self.assertEqual("skipped", self.read(self.dir)["verdict"])
 
-    def test_what_was_meant_as_factory_is_named(self):
+    def test_a_misdeclared_factory_is_named(self):
         for path, wanted in (("small/libhidden.so", "but defines it without exporting it"),
                              ("small/libc_factory.so", "but exports ixlaGetPlugin: "),
                              ("no_factory/libno_factory.so", "but exports _Z13ixlaGetPlugini: ")):
@@ -150,13 +150,13 @@ class Reading(InspectTest):
                                        else PLUGINS / path)["problems"]
                 self.assertIn(wanted, problem)
 
-    def test_a_file_that_is_cut_short_is_told(self):
+    def test_a_truncated_file_is_reported(self):
         whole = (EXAMPLES / "hello/libhello.so").read_bytes()
         path = self.dir / "libcut.so"
         path.write_bytes(whole[:4500])
         self.assertRegex(self.read(path)["problems"][0], r"cut short: \d+ bytes of it are missing")
 
-    def test_files_that_are_no_libraries_are_told(self):
+    def test_files_that_are_not_libraries_are_reported(self):
         for content, wanted in ((b"", "is empty"), (b"text", "is not an ELF file"),
                                 (b"\x7fELF", "is damaged"), (b"\x7fELF" + 60 * b"\xff", "the ")):
             with self.subTest(content):
@@ -164,7 +164,7 @@ class Reading(InspectTest):
                 path.write_bytes(content)
                 self.assertIn(wanted, self.read(path)["problems"][0])
 
-    def test_what_is_no_file_is_told(self):
+    def test_a_path_that_is_not_a_file_is_reported(self):
         os.mkfifo(self.dir / "libfifo.so")
         (self.dir / "liblink.so").symlink_to("nowhere")
         code, (fifo, link) = self.inspect(self.dir)
@@ -172,7 +172,7 @@ class Reading(InspectTest):
         self.assertEqual(["the file is not a regular file"], fifo["problems"])
         self.assertEqual(["the file cannot be read: No such file or directory"], link["problems"])
 
-    def test_a_damaged_file_never_crashes_it(self):
+    def test_a_damaged_file_does_not_crash_it(self):
         whole = (EXAMPLES / "hello/libhello.so").read_bytes()
         chance = random.Random(7)
         path = self.dir / "libdamaged.so"
@@ -191,7 +191,7 @@ class Loading(InspectTest):
         (problem,) = self.inspect_one(self.add_odd(), odd=odd, **options)["problems"]
         return problem
 
-    def test_tells_interfaces_time_and_memory(self):
+    def test_shows_interfaces_time_and_memory(self):
         library = self.inspect_one(self.add_odd(), ids="test.one,test.two")
         self.assertEqual(("ok", []), (library["verdict"], library["problems"]))
         loaded = library["loaded"]
@@ -199,20 +199,20 @@ class Loading(InspectTest):
         self.assertGreater(loaded["load_ms"], 0)
         self.assertGreater(loaded["memory_bytes"], 0)
 
-    def test_tells_where_a_library_dies(self):
+    def test_reports_where_a_library_dies(self):
         for place, told in (("constructor", "while it was loaded"), ("factory", "in its factory"),
                             ("getInterfaces", "in getInterfaces"),
                             ("destructor", "while it was released")):
             with self.subTest(place):
                 self.assertEqual(f"was killed by SIGABRT {told}", self.fails(f"abort in {place}"))
 
-    def test_tells_that_a_library_ends_the_process(self):
+    def test_reports_a_library_that_ends_the_process(self):
         self.assertEqual("ended the process with exit code 3 in its factory",
                          self.fails("exit with 3 in factory"))
         self.assertEqual("ended the process while it was loaded",
                          self.fails("exit in constructor"))
 
-    def test_ends_what_takes_too_long(self):
+    def test_ends_a_library_that_takes_too_long(self):
         began = time.monotonic()
         path = self.add_odd()
         for place in ("constructor", "getInterfaces"):
@@ -221,7 +221,7 @@ class Loading(InspectTest):
             self.assertIn("did not end within 0.2 s", out)
         self.assertLess(time.monotonic() - began, 9)
 
-    def test_tells_what_the_core_would_say(self):
+    def test_reports_the_result_of_the_core(self):
         self.assertRegex(self.fails("throw in factory"),
                          r"^the factory threw a stone; the core ends its start with -1009 ")
         self.assertRegex(self.fails("throw in getInterfaces"),
@@ -229,14 +229,14 @@ class Loading(InspectTest):
         self.assertRegex(self.fails("null factory"),
                          r"^the factory returned null; the core ends its start with -1009 ")
 
-    def test_tells_what_the_loader_says(self):
+    def test_reports_the_error_of_the_loader(self):
         path = self.add_odd()
         path.write_bytes(path.read_bytes().replace(b"GLIBCXX_3.4\0", b"GLIBCXX_9.4\0"))
         loaded = self.inspect_one(path)["loaded"]
         self.assertRegex(loaded["failure"], "GLIBCXX_9.4.* not found.*libodd.so")
         self.assertTrue(loaded["result"].startswith("-8 "))
 
-    def test_loads_what_the_core_loads_only_to_skip_it(self):
+    def test_loads_libraries_that_the_core_skips(self):
         self.add(PLUGINS / "small/libuser.so")
         library = self.inspect_one(self.dir)
         self.assertRegex(library["loaded"]["failure"], "libhelper.so: cannot open")
@@ -247,11 +247,11 @@ class Loading(InspectTest):
         self.assertEqual("ok", library["verdict"])
         self.assertIn("offers no interface, so it cannot be requested", library["hints"])
 
-    def test_what_the_library_prints_is_not_shown(self):
+    def test_output_of_the_library_is_not_shown(self):
         _, out, err = self.run_tool(self.add_odd(), odd="chatter")
         self.assertNotIn("xxx", out + err)
 
-    def test_what_the_library_starts_is_ended(self):
+    def test_processes_of_the_library_are_killed(self):
         path = self.add_odd()
         self.assertEqual("ok", self.inspect_one(path, odd="child")["verdict"])
         for process in Path("/proc").glob("[0-9]*/cmdline"):
@@ -260,7 +260,7 @@ class Loading(InspectTest):
             except OSError:
                 pass  # it has ended
 
-    def test_many_interfaces_come_through(self):
+    def test_many_interfaces_are_listed(self):
         ids = [f"test.{i:05}" for i in range(9000)]
         library = self.inspect_one(self.add_odd(), ids=",".join(ids))
         self.assertEqual(ids, library["loaded"]["interfaces"])
@@ -282,7 +282,7 @@ class Comparing(InspectTest):
                 library = self.inspect_one(self.add_odd(), ids=f"com.kelvora.ixla.{name}")
                 self.assertIn("which the core itself offers already", library["problems"][0])
 
-    def test_takes_what_the_core_would_in_its_order(self):
+    def test_inspects_the_files_of_the_core_in_its_order(self):
         for name in ("libb.so", "Z.so", "liba.so", ".so", "libc.so.1", "plugin.txt"):
             self.add(PLUGINS / "small/libhelper.so", name)
         (self.dir / "dir.so").mkdir()
@@ -306,12 +306,12 @@ class Printing(InspectTest):
         self.assertIn("libbroken.so:\n  problem: undefined symbol", out)
         self.assertEqual("2 libraries, 1 with problems", lines[-1])
 
-    def test_shows_more_when_asked(self):
+    def test_shows_more_with_verbose(self):
         path = self.add(EXAMPLES / "sampler/libsampler.so")
         self.assertNotIn("libc.so.6", self.run_tool(path)[1])
         self.assertRegex(self.run_tool("-v", path)[1], r"\n  needs libc.so.6: /\S+\n")
 
-    def test_cuts_what_is_too_long(self):
+    def test_truncates_long_texts(self):
         path = self.add_odd()
         ids = ",".join(["x" * 10000] + [f"test.{i}" for i in range(20)])
         out = self.run_tool(path, ids=ids)[1]
@@ -319,7 +319,7 @@ class Printing(InspectTest):
         self.assertIn(" and 14 more\n", out)
         self.assertNotIn("more\n", self.run_tool("-v", path, ids=ids)[1])
 
-    def test_nothing_in_a_name_steers_the_terminal(self):
+    def test_control_characters_in_names_are_escaped(self):
         path = self.add_odd("lib\033[31m\n\udcff.so")
         out = self.run_tool(path, ids="test.\033[2J")[1]
         self.assertNotIn("\033", out)
@@ -337,7 +337,7 @@ class Printing(InspectTest):
         with os.fdopen(reading, "rb") as terminal:
             return terminal.read1(100000).decode()
 
-    def test_colours_are_for_terminals_that_want_them(self):
+    def test_colours_are_only_for_terminals_without_no_color(self):
         self.assertIn("\033[32mok", self.on_terminal())
         self.assertNotIn("\033", self.on_terminal(NO_COLOR="1"))
         self.assertNotIn("\033", self.on_terminal(TERM="dumb"))
@@ -360,7 +360,7 @@ class CommandLine(InspectTest):
         self.assertEqual((1, "", f"ixla-inspect: {self.dir}: contains no library (*.so)\n"),
                          self.run_tool(self.dir))
 
-    def test_a_reader_that_goes_away_is_no_crash(self):
+    def test_a_reader_that_exits_does_not_crash_it(self):
         self.add_odd()
         done = subprocess.run(["bash", "-c", f"'{TOOL}' -v '{self.dir}' | true"],
                               capture_output=True, text=True, timeout=60)
@@ -381,14 +381,14 @@ class CommandLine(InspectTest):
         self.assertNotIn("Traceback", done.stderr)
         return done.returncode, done.stdout + done.stderr
 
-    def test_only_reads_without_its_program(self):
+    def test_static_works_without_its_program(self):
         tool = self.install(None)
         self.assertEqual((1, "ixla-inspect: its program ixla-probe is not installed; --static goes "
                              "without it\n"), self.run_installed(tool))
         code, said = self.run_installed(tool, "--static")
         self.assertEqual(0, code, said)
 
-    def test_tells_that_its_program_does_not_run(self):
+    def test_reports_that_its_program_does_not_run(self):
         program = (BUILD / "libexec/ixla-probe").read_bytes()
         interpreter = b"/lib/ld-linux.so.2\0"
         self.assertIn(interpreter, program)
@@ -398,19 +398,19 @@ class CommandLine(InspectTest):
         self.assertRegex(said, "problem: cannot be tried, because .*/ixla-probe does not run: "
                                "No such file or directory\n")
 
-    def test_tells_that_its_program_is_damaged(self):
+    def test_reports_that_its_program_is_damaged(self):
         code, said = self.run_installed(self.install(b"#!/bin/true"))
         self.assertEqual(1, code)
         self.assertRegex(said, "^ixla-inspect: .*/ixla-probe: the file is not an ELF file\n$")
 
-    def test_tells_that_pyelftools_is_missing(self):
+    def test_reports_that_pyelftools_is_missing(self):
         done = subprocess.run(["/usr/bin/python3", "-S", TOOL, "--help"], capture_output=True,
                               text=True, timeout=60)
         self.assertEqual((1, "", "ixla-inspect: the Python module elftools is missing; install "
                                  "python3-pyelftools\n"),
                          (done.returncode, done.stdout, done.stderr))
 
-    def test_tells_its_version(self):
+    def test_prints_its_version(self):
         self.assertRegex(self.run_tool("--version")[1], r"^ixla-inspect \d+\.\d+\.\d+\n$")
 
 

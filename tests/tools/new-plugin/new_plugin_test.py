@@ -65,7 +65,7 @@ class NewPluginTest(unittest.TestCase):
             "load-sampler/core.prs",
             "load-sampler/test/LoadSamplerTest.cpp"])
 
-    def test_says_what_it_wrote_and_what_comes_next(self):
+    def test_lists_the_files_and_the_next_steps(self):
         done = self.run_tool("greeter", "--id", ID, "--dir", "my plugins/greeter")
         self.assertIn("Wrote to my plugins/greeter:\n", done.stdout)
         self.assertIn("  cmake --build 'my plugins/greeter/build'\n", done.stdout)
@@ -78,7 +78,7 @@ class NewPluginTest(unittest.TestCase):
             text = (self.dir / name).read_text(encoding="utf-8")
             self.assertNotRegex(text, r"(?i)spdx|license|copyright", name)
 
-    def test_leaves_no_placeholder_behind(self):
+    def test_replaces_all_placeholders(self):
         self.run_tool("greeter", "--id", ID)
         for name in self.files():
             text = (self.dir / name).read_text(encoding="utf-8")
@@ -97,20 +97,20 @@ class NewPluginTest(unittest.TestCase):
         self.assertEqual(self.run_tool("greeter", "--id", ID, "--dir", "empty").returncode, 0)
         self.assertIn("empty/CMakeLists.txt", self.files())
 
-    def test_refuses_a_directory_that_holds_something(self):
+    def test_refuses_a_directory_that_is_not_empty(self):
         (self.dir / "greeter").mkdir()
         (self.dir / "greeter/mine.txt").write_text("mine")
         self.assert_refused(1, "greeter: is not empty", "greeter", "--id", ID)
 
-    def test_refuses_what_is_no_directory(self):
+    def test_refuses_a_path_that_is_not_a_directory(self):
         (self.dir / "file").write_text("mine")
         (self.dir / "dangling").symlink_to("nowhere")
         for name in ("file", "dangling"):
-            self.assert_refused(1, f"{name}: is there and no directory",
+            self.assert_refused(1, f"{name}: exists and is not a directory",
                                 "greeter", "--id", ID, "--dir", name)
         self.assert_refused(1, "file", "greeter", "--id", ID, "--dir", "file/below")
 
-    def test_leaves_nothing_behind_when_it_cannot_write_all(self):
+    def test_removes_its_files_when_one_cannot_be_written(self):
         # A file may not grow beyond some bytes: the first small ones fit, a larger one does not.
         command = f"ulimit -f 1; trap '' XFSZ; exec {PROGRAM} greeter --id {ID} --dir a/b"
         done = subprocess.run(["bash", "-c", command], cwd=self.dir, text=True, check=False,
@@ -124,28 +124,28 @@ class NewPluginTest(unittest.TestCase):
             with self.subTest(text), self.assertRaisesRegex(argparse.ArgumentTypeError, wanted):
                 check(text)
 
-    def test_refuses_names_that_are_none(self):
-        self.assert_refused(2, "'../up' is no plugin name", "../up", "--id", ID)
+    def test_refuses_invalid_names(self):
+        self.assert_refused(2, "'../up' is not a plugin name", "../up", "--id", ID)
         self.assert_all_refused(
-            load_program().plugin_name, "is no plugin name",
+            load_program().plugin_name, "is not a plugin name",
             "", "x", "2fast", "-", "a b", "a/b", "a--b", "tail-", "_a", "größe", "a" * 101,
             "a\nb", "ab\n", "a;b", "$(x)", "a.b")
 
-    def test_refuses_names_that_the_build_needs(self):
-        self.assert_refused(2, "'test' means something else to the build", "test", "--id", ID)
+    def test_refuses_names_reserved_by_the_build(self):
+        self.assert_refused(2, "'test' is reserved by the build", "test", "--id", ID)
         self.assert_all_refused(load_program().plugin_name, "means something else",
                                 "all", "install", "Package", "ixlal")
 
-    def test_refuses_ids_that_are_none(self):
-        self.assert_refused(2, "'greeter' is no interface ID", "greeter", "--id", "greeter")
+    def test_refuses_invalid_ids(self):
+        self.assert_refused(2, "'greeter' is not an interface ID", "greeter", "--id", "greeter")
         self.assert_all_refused(
-            load_program().interface_id, "is no interface ID",
+            load_program().interface_id, "is not an interface ID",
             "", "com..example", ".com.example", "com.example.", "com.ex=am", "com.ex:am",
             "com.ex|am", "com.ex am", "com.ex\"am", "com.ex\\am", "com.exämple", "1.2",
             "com.example\n", "com." + "a" * 100)
 
     def test_refuses_the_ids_of_the_core(self):
-        self.assert_refused(2, "among the IDs of the core itself",
+        self.assert_refused(2, "is reserved for the core",
                             "greeter", "--id", "com.kelvora.ixla.logger")
         self.assert_all_refused(load_program().interface_id, "of the core itself",
                                 "com.Kelvora.ixla.other", "ixlap.global", "ixlap.configmanager")
@@ -155,16 +155,16 @@ class NewPluginTest(unittest.TestCase):
         self.assert_refused(2, "NAME", "--id", ID)
         self.assert_refused(2, "--unknown", "greeter", "--id", ID, "--unknown")
 
-    def test_survives_paths_that_are_no_utf_8(self):
+    def test_accepts_paths_that_are_not_utf_8(self):
         done = subprocess.run([PROGRAM, b"greeter", b"--id", ID.encode(), b"--dir", b"a\xff"],
                               cwd=self.dir, check=False, capture_output=True, timeout=30)
         self.assertEqual((done.returncode, done.stderr), (0, b""))
         self.assertIn(b"Wrote to a\xff:\n", done.stdout)
 
-    def test_tells_its_version(self):
+    def test_prints_its_version(self):
         self.assertRegex(self.run_tool("--version").stdout, r"\Aixla-new-plugin \d+\.\d+\.\d+\n\Z")
 
-    def test_sources_are_formatted_as_ours(self):
+    def test_sources_follow_the_formatting_rules(self):
         formatter = shutil.which("clang-format")
         if not formatter:
             self.skipTest("clang-format is not installed")

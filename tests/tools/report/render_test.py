@@ -108,7 +108,7 @@ class Browser(unittest.TestCase):
                        timeout=60)
         return (self.dir / "x.html").read_text()
 
-    def test_finds_every_text_in_its_place(self):
+    def test_shows_every_text_at_its_place(self):
         bodies = [re.search("<body>(.*)</body>", self.page(name), re.S)[1] for name in PAGES]
         whole = self.page("one").replace("</body>", "".join(bodies) + MEASURE + "</body>")
         (self.dir / "all.html").write_text(whole)

@@ -78,7 +78,7 @@ class RealCore(ReportTest):
         self.assertEqual(-42, self.plugin("audio")["inits"][0]["result"])
         self.assertEqual(["paced.audio"], self.plugin("audio")["interfaces"])
 
-    def test_tells_who_waited_for_whom(self):
+    def test_shows_which_thread_waited_for_which(self):
         waits = self.data(self.log)["waits"]
         self.assertEqual({("libdisk.so", "libnet.so"), ("libui.so", "libdisk.so")},
                          {(wait["inside"], wait["for"]) for wait in waits})
@@ -105,7 +105,7 @@ libb.so  3 ms   30 ms  30 ms                     +1.9 MB  initialised
 libc.so  1 ms                                    +4.0 KB  loaded
 """, self.report(PLAIN))
 
-    def test_takes_waits_and_others_off_the_own_time(self):
+    def test_excludes_waits_and_nested_inits_from_the_own_time(self):
         first = self.data(PLAIN)["plugins"][0]
         self.assertEqual("liba.so", first["name"])
         first = first["inits"][0]
@@ -123,7 +123,7 @@ libc.so  1 ms                                    +4.0 KB  loaded
             self.assertEqual(first, self.data(log, "--sort", key)["plugins"][0]["name"], key)
         self.assertIn("-4.0 KB", self.report(log))
 
-    def test_says_why_a_plugin_was_not_loaded(self):
+    def test_reports_why_a_plugin_was_not_loaded(self):
         refused = (line(1, "[loadPluginLib] in library: plugins/libx.so")
                    + line(2, "[loadPluginLib] Cannot load library: plugins/libx.so reason: "
                              "libx.so: undefined symbol: f", "E")
@@ -135,7 +135,7 @@ libc.so  1 ms                                    +4.0 KB  loaded
                  + line(2, "[startFlow] Library is not a plugin ignore it: plugins/libx.so"))
         self.assertRegex(self.report(begin(0) + other), r"libx\.so +1 ms .* not a plugin\n")
 
-    def test_keeps_control_characters_from_the_terminal(self):
+    def test_escapes_control_characters(self):
         out = self.report(begin(0) + load(1, "lib\x1b[31m.so") + line(2, "bad \x07", "E"))
         self.assertNotRegex(out, "[\x00-\x09\x0b-\x1f]")
 
@@ -186,7 +186,7 @@ class Logs(ReportTest):
         self.assertEqual((1, "", "ixla-report: core.log: there is no start 3, only 1 to 2\n"),
                          self.run_report("core.log", "--start", "3"))
 
-    def test_of_one_process_that_starts_twice_are_told_apart(self):
+    def test_of_one_process_that_starts_twice_are_separate(self):
         log = PLAIN + begin(1000) + load(1001, "libz.so")
         self.assertEqual(["libz.so"], [plugin["name"] for plugin in self.data(log)["plugins"]])
         self.assertEqual(3, len(self.data(log, "--start", "1")["plugins"]))
@@ -212,7 +212,7 @@ class Logs(ReportTest):
                 code, _, err = self.run_report("core.log", "--html", "x.html")
                 self.assertEqual(code == 0, err == "", part[:200])
 
-    def test_with_garbage_say_so(self):
+    def test_with_garbage_are_reported(self):
         noise = random.Random(4).randbytes(5000)
         out = self.report(PLAIN.encode() + noise + b"\n" + PLAIN.encode())
         self.assertIn("Not understood:", out)
@@ -221,7 +221,7 @@ class Logs(ReportTest):
         self.assertEqual((1, "", "ixla-report: core.log: contains no line of a core log; "
                                  "core.log.file names it\n"), self.run_report("core.log"))
 
-    def test_with_spoilt_figures_can_be_read(self):
+    def test_with_invalid_figures_can_be_read(self):
         spoilt = (load(1, "liba.so").replace("4096", "lots")
                   + init(5, "liba.so", 5).replace("[1000000]", "[x]").replace("done.", "d")
                   + line(30, "[initPlugin][pg:0x1] Failed to init plugin err: often", "E")
@@ -232,7 +232,7 @@ class Logs(ReportTest):
         out = self.report(begin(0).encode() + load(1, "libM\xfcnchen.so").encode("latin-1"))
         self.assertIn("libM\\xfcnchen.so", out)
 
-    def test_of_others_are_told_apart(self):
+    def test_of_other_processes_are_separate(self):
         self.write(line(0, "hello", tag="pgs"))
         code, _, err = self.run_report("core.log")
         self.assertEqual(1, code)
@@ -269,7 +269,7 @@ class Picture(ReportTest):
         self.assertEqual(1, len(labels))
         self.assertLessEqual(len(labels[0]), 30)
 
-    def test_is_xml_whatever_the_log_holds(self):
+    def test_is_xml_for_every_log(self):
         root = self.picture(begin(0) + load(1, "lib\x00\x01\x7f\ufffe\udc80.so".encode(
             "utf-8", "replace").decode()) + line(2, "x\x00 (circle)", "E"))
         self.assertTrue(root.tag.endswith("svg"))
@@ -289,7 +289,7 @@ class CommandLine(ReportTest):
             self.assertEqual((2, ""), (code, out))
             self.assertRegex(err, r"^ixla-report: .*; see ixla-report --help\n$")
 
-    def test_tells_what_cannot_be_read_or_written(self):
+    def test_reports_files_that_cannot_be_read_or_written(self):
         self.write(PLAIN)
         for arguments, wanted in (
                 (("none.log",), "none.log: cannot be read: No such file or directory"),
@@ -299,7 +299,7 @@ class CommandLine(ReportTest):
             self.assertEqual(1, code)
             self.assertIn(f"ixla-report: {wanted}", err)
 
-    def test_knows_its_version(self):
+    def test_prints_its_version(self):
         self.assertRegex(self.run_report("--version")[1], r"^ixla-report \d+\.\d+\.\d+\n$")
 
 

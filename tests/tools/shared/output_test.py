@@ -81,18 +81,18 @@ class OutputTest(unittest.TestCase):
         return [line for line in done.stderr.splitlines()
                 if tool != "ixla-host" or line and not line.startswith("[iXLA]")]
 
-    def test_knows_every_tool(self):
+    def test_covers_every_tool(self):
         self.assertEqual(sorted(ORDINARY), sorted(path.name for path in BIN.glob("ixla-*")))
 
-    def test_a_full_standard_output_is_told(self):
+    def test_a_full_standard_output_is_reported(self):
         self.for_each(lambda tool, *run: self.assert_told(
             tool, run_tool(tool, *run, ">/dev/full"), "No space left on device"))
 
-    def test_a_closed_standard_output_is_told(self):
+    def test_a_closed_standard_output_is_reported(self):
         self.for_each(lambda tool, *run: self.assert_told(
             tool, run_tool(tool, *run, ">&-"), "Bad file descriptor"))
 
-    def test_a_reader_that_has_gone_ends_a_tool_quietly(self):
+    def test_a_reader_that_exits_ends_a_tool_quietly(self):
         def check(tool, *run):
             done = run_for_nobody(tool, *run)
             if tool != "ixla-host":
@@ -100,7 +100,7 @@ class OutputTest(unittest.TestCase):
 
         self.for_each(check)
 
-    def test_a_wrong_command_line_is_told_whatever_the_output_is(self):
+    def test_a_wrong_command_line_is_reported_for_every_output(self):
         def check(tool, *run):
             for redirection in (">/dev/full", ">&-", "2>/dev/full", "2>&-", "<&- >&- 2>&-"):
                 done = run_tool(tool, *run, redirection)

@@ -29,13 +29,13 @@ QUICK_FLAWS = [
     ('duplicate ID', 'interfaces', 'lists "test.flawed" more than once'),
     ('empty ID', 'interfaces', 'lists an empty interface ID'),
     ('built-in ID', 'interfaces', 'lists "com.kelvora.ixla.logger", which the core itself'),
-    ('changing IDs', 'interfaces', 'listed something else when asked again'),
+    ('changing IDs', 'interfaces', 'the second call of getInterfaces listed other IDs'),
     ('failed init', 'init', '"test.flawed" is refused: -42'),
     ('exception in init', 'init', 'refused: -2003 (eIxlaInitFailed'),
     ('exception in init', 'init', 'E pgs [init] Exception: init gave up'),
     ('crash in init', 'init', 'was killed by SIGABRT (Aborted) while initialising the plugin'),
     ('exit in init', 'init', 'ended the process with exit code 3 while initialising'),
-    ('noise', 'init', r'it wrote last:'),
+    ('noise', 'init', r'its last output:'),
     ('noise', 'init', r'\x1b[31mred'),
     ('instance is null', 'init', 'getInstance returned 0 and null'),
     ('instance anew', 'init', 'a second request returned another instance'),
@@ -88,17 +88,17 @@ class Flaws(unittest.TestCase):
         self.assertFalse(os.path.exists(file.name))
         self.assertEqual(0, result.returncode, result.stdout)
 
-    def test_checks_behind_a_failed_one_are_skipped(self):
+    def test_checks_after_a_failed_one_are_skipped(self):
         result = run(FLAWED, flaw='exception in init')
         self.assertIn('skip  unload      needs the check "init"', result.stdout)
         self.assertIn('1 of 10 checks failed, 4 skipped\n', result.stdout)
 
-    def test_no_interface_is_no_flaw(self):
+    def test_no_interface_is_not_a_flaw(self):
         result = run(FLAWED, '--only', 'interfaces', '--only', 'init', '--only', 'stop',
                      flaw='no interfaces')
         self.assertEqual(0, result.returncode, result.stdout)
 
-    def test_plugin_without_interfaces_is_initialised_all_the_same(self):
+    def test_plugin_without_interfaces_is_initialised(self):
         with tempfile.TemporaryDirectory() as directory:
             library = shutil.copy(FLAWED, os.path.join(directory, 'libflawed.so'))
             result = run(library, '--only', 'init', flaw='no interfaces')
@@ -112,9 +112,9 @@ class Files(unittest.TestCase):
         self.assertEqual(1, result.returncode, result.stdout)
         self.assertIn(text, result.stdout)
 
-    def test_what_is_no_library_is_told(self):
+    def test_a_file_that_is_not_a_library_is_reported(self):
         self.expect('FAIL  file        No such file or directory', '/nowhere/lib.so')
-        self.expect('is no file', '/tmp')
+        self.expect('is not a regular file', '/tmp')
         self.expect('it does not begin as an ELF file', __file__)
         self.expect('no shared library', PROGRAM.replace(PROGRAM, self.object_file()))
 
@@ -129,7 +129,7 @@ class Files(unittest.TestCase):
             file.write(header)
         return path
 
-    def test_what_is_no_plugin_is_told(self):
+    def test_a_library_that_is_not_a_plugin_is_reported(self):
         self.expect('is a 64-bit file, the core is a 32-bit one',
                     f'{PLUGINS}/other_bits/libother_bits.so')
         self.expect('undefined symbol: _Z25functionThatNobodyDefinesv',
@@ -139,7 +139,7 @@ class Files(unittest.TestCase):
         self.expect('exports no factory _Z13ixlaGetPluginv',
                     f'{PLUGINS}/borrower/libborrower.so')
 
-    def test_name_need_not_end_as_that_of_a_library(self):
+    def test_name_without_so_ending_is_accepted(self):
         with tempfile.TemporaryDirectory() as directory:
             shutil.copy(FLAWED, os.path.join(directory, 'flawed.so.1'))
             result = run('flawed.so.1', '--only', 'threads', cwd=directory)
@@ -161,13 +161,13 @@ class Examples(unittest.TestCase):
                 self.assertEqual(0, result.returncode, result.stdout)
                 self.assertIn('10 checks passed', result.stdout)
 
-    def test_plugin_that_needs_another_says_so(self):
+    def test_missing_dependency_is_reported(self):
         result = run(f'{EXAMPLES}/reporter/libreporter.so', '--only', 'init')
         self.assertEqual(1, result.returncode, result.stdout)
         self.assertIn('Unknown interface ID: com.example.ixla.alarm', result.stdout)
         self.assertIn('--plugins', result.stdout)
 
-    def test_configuration_is_read_and_left_alone(self):
+    def test_configuration_is_read_and_not_changed(self):
         with tempfile.TemporaryDirectory() as directory:
             with open(f'{directory}/ixlap.configmanager.prs', 'w', encoding='utf-8') as file:
                 file.write('com.example.greeter = broken.prs\n'
@@ -200,10 +200,10 @@ class CommandLine(unittest.TestCase):
         self.assertEqual(0, result.returncode)
         self.assertEqual(CHECKS, [line.split()[0] for line in result.stdout.splitlines()])
 
-    def test_version_is_told(self):
+    def test_version_is_printed(self):
         self.assertRegex(run('--version').stdout, r'^ixla-validate \d+\.\d+\.\d+\n$')
 
-    def test_nonsense_is_refused(self):
+    def test_wrong_arguments_are_refused(self):
         for arguments in ([], ['--what'], ['--limit', '0', FLAWED], ['--limit', 'x', FLAWED],
                           ['--only', 'nothing', FLAWED], ['--config-dir', '/nowhere', FLAWED],
                           ['--plugins', '/etc/passwd', FLAWED], [FLAWED, 'another']):

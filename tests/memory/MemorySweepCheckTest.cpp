@@ -30,7 +30,7 @@ std::vector<std::string> _problems(const AllocationSweep& iSweep)
 }
 } // namespace
 
-TEST(MemorySweepBites, GoodOperationHasNoProblemAndAllItsPoints)
+TEST(MemorySweepCheck, GoodOperationHasAllItsPointsAndNoProblem)
 {
     const AllocationSweepResult result = trySweep({.operation = "good", .run = &_goodOperation});
 
@@ -38,7 +38,7 @@ TEST(MemorySweepBites, GoodOperationHasNoProblemAndAllItsPoints)
     EXPECT_EQ(2, result.points);
 }
 
-TEST(MemorySweepBites, OperationThatLeaksOnFailureIsReported)
+TEST(MemorySweepCheck, OperationThatLeaksOnFailureIsReported)
 {
     std::vector<int*> leaked;
     leaked.reserve(100);
@@ -63,7 +63,7 @@ TEST(MemorySweepBites, OperationThatLeaksOnFailureIsReported)
     }
 }
 
-TEST(MemorySweepBites, OperationThatLeaksFromMallocIsReported)
+TEST(MemorySweepCheck, OperationThatLeaksFromMallocIsReported)
 {
     if (!AllocationFaults::reachesMalloc())
     {
@@ -93,7 +93,7 @@ TEST(MemorySweepBites, OperationThatLeaksFromMallocIsReported)
     }
 }
 
-TEST(MemorySweepBites, OperationThatThrowsIsReported)
+TEST(MemorySweepCheck, OperationThatThrowsIsReported)
 {
     // Called directly, so that the compiler must not omit it.
     const auto throwing = []
@@ -106,7 +106,7 @@ TEST(MemorySweepBites, OperationThatThrowsIsReported)
                 ElementsAre("without allocation 1: lets an exception out"));
 }
 
-TEST(MemorySweepBites, OperationThatSwallowsTheFailureIsReported)
+TEST(MemorySweepCheck, OperationThatIgnoresTheFailureIsReported)
 {
     const auto swallowing = []
     {
@@ -121,7 +121,7 @@ TEST(MemorySweepBites, OperationThatSwallowsTheFailureIsReported)
         IsEmpty());
 }
 
-TEST(MemorySweepBites, OperationThatReturnsAnotherCodeIsReported)
+TEST(MemorySweepCheck, OperationThatReturnsAnotherCodeIsReported)
 {
     const auto other = []
     {
@@ -132,7 +132,7 @@ TEST(MemorySweepBites, OperationThatReturnsAnotherCodeIsReported)
                 ElementsAre("without allocation 1: returns -12"));
 }
 
-TEST(MemorySweepBites, OperationThatStaysFailedIsReported)
+TEST(MemorySweepCheck, OperationThatStaysFailedIsReported)
 {
     bool failed = false;
     const auto broken = [&failed]
@@ -145,7 +145,7 @@ TEST(MemorySweepBites, OperationThatStaysFailedIsReported)
                 ElementsAre("without allocation 1: fails with memory back: -501"));
 }
 
-TEST(MemorySweepBites, OperationThatFailsOnlyWhenAllLaterAllocationsFailIsReported)
+TEST(MemorySweepCheck, OperationThatFailsOnlyWhenAllLaterAllocationsFailIsReported)
 {
     // Its second attempt succeeds if only one allocation fails.
     const auto retrying = []
@@ -157,7 +157,7 @@ TEST(MemorySweepBites, OperationThatFailsOnlyWhenAllLaterAllocationsFailIsReport
                 ElementsAre("from allocation 1: returns -12"));
 }
 
-TEST(MemorySweepBites, OperationThatNeverSucceedsIsReported)
+TEST(MemorySweepCheck, OperationThatNeverSucceedsIsReported)
 {
     EXPECT_THAT(_problems({.operation = "never",
                            .run =
