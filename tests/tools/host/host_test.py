@@ -247,8 +247,8 @@ class ReadyFile(HostTest):
         for path in ("/dev/null", "plugins", "link"):
             with self.subTest(path):
                 code, _, err = self.run_host("--prs", "core.prs", "--ready-file", path)
-                self.assertEqual((5, f"ixla-host: the ready file {path} is no regular file; "
-                                     "name another\n"), (code, err))
+                self.assertEqual((5, f"ixla-host: the ready file {path} is not a regular file; "
+                                     "choose another one\n"), (code, err))
 
 
 class Manager(HostTest):
@@ -289,13 +289,13 @@ class FailedStart(HostTest):
     def test_reports_the_result_and_how_to_enable_a_log(self):
         err = self.fails("core.log.level=high")
         self.assertEqual("ixla-host: the core did not start: -502 (eIxlaInvalidArgument: invalid "
-                         "argument)\nixla-host: the argument core.log.file=FILE makes a log that "
-                         "says why\n", err)
+                         "argument)\nixla-host: the argument core.log.file=FILE enables a log "
+                         "with the reason\n", err)
 
     def test_names_the_existing_log(self):
         err = self.fails("core.log.file = sub\\core.log", "core.plugins.dir=plugins")
         self.assertIn("ixla-host: the core log has the reason: sub/core.log\n", err)
-        self.assertIn("core.plugins.config.dir and core.plugins.log.dir are needed", err)
+        self.assertIn("core.plugins.config.dir and core.plugins.log.dir are required", err)
 
     def test_reports_a_missing_log(self):
         err = self.fails("core.log.file=/proc/none/core.log", "core.plugins.dir=plugins")

@@ -345,9 +345,9 @@ class Printing(InspectTest):
 
 class CommandLine(InspectTest):
     def test_that_is_wrong_is_refused(self):
-        for arguments, wanted in (((), "DIR|FILE"), (("--limit", "0", "x"), "'0' is no number"),
-                                  (("--limit", "nan", "x"), "'nan' is no number"),
-                                  (("--limit", "x", "x"), "'x' is no number"),
+        for arguments, wanted in (((), "DIR|FILE"), (("--limit", "0", "x"), "'0' is not a number"),
+                                  (("--limit", "nan", "x"), "'nan' is not a number"),
+                                  (("--limit", "x", "x"), "'x' is not a number"),
                                   (("--unknown", "x"), "--unknown"), (("",), "cannot be empty"),
                                   (("none.so",), "none.so: No such file or directory")):
             with self.subTest(arguments):
@@ -383,8 +383,8 @@ class CommandLine(InspectTest):
 
     def test_static_works_without_its_program(self):
         tool = self.install(None)
-        self.assertEqual((1, "ixla-inspect: its program ixla-probe is not installed; --static goes "
-                             "without it\n"), self.run_installed(tool))
+        self.assertEqual((1, "ixla-inspect: its program ixla-probe is not installed; --static does "
+                             "not need it\n"), self.run_installed(tool))
         code, said = self.run_installed(tool, "--static")
         self.assertEqual(0, code, said)
 

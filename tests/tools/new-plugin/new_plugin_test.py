@@ -133,7 +133,7 @@ class NewPluginTest(unittest.TestCase):
 
     def test_refuses_names_reserved_by_the_build(self):
         self.assert_refused(2, "'test' is reserved by the build", "test", "--id", ID)
-        self.assert_all_refused(load_program().plugin_name, "means something else",
+        self.assert_all_refused(load_program().plugin_name, "is reserved by the build",
                                 "all", "install", "Package", "ixlal")
 
     def test_refuses_invalid_ids(self):
@@ -147,7 +147,7 @@ class NewPluginTest(unittest.TestCase):
     def test_refuses_the_ids_of_the_core(self):
         self.assert_refused(2, "is reserved for the core",
                             "greeter", "--id", "com.kelvora.ixla.logger")
-        self.assert_all_refused(load_program().interface_id, "of the core itself",
+        self.assert_all_refused(load_program().interface_id, "is reserved for the core",
                                 "com.Kelvora.ixla.other", "ixlap.global", "ixlap.configmanager")
 
     def test_refuses_missing_and_unknown_arguments(self):

@@ -6,6 +6,7 @@ about its own command line: validate_test.py PROGRAM FLAWED EXAMPLES_DIR PLUGINS
 import glob
 import json
 import os
+import re
 import shutil
 import subprocess
 import sys
@@ -115,8 +116,8 @@ class Files(unittest.TestCase):
     def test_a_file_that_is_not_a_library_is_reported(self):
         self.expect('FAIL  file        No such file or directory', '/nowhere/lib.so')
         self.expect('is not a regular file', '/tmp')
-        self.expect('it does not begin as an ELF file', __file__)
-        self.expect('no shared library', PROGRAM.replace(PROGRAM, self.object_file()))
+        self.expect('it does not start with an ELF header', __file__)
+        self.expect('not a shared library', PROGRAM.replace(PROGRAM, self.object_file()))
 
     def object_file(self):
         directory = tempfile.mkdtemp()
@@ -155,7 +156,9 @@ class Examples(unittest.TestCase):
         needed = tempfile.mkdtemp()
         self.addCleanup(shutil.rmtree, needed)
         for library in libraries:
-            shutil.copy(library, needed)
+            # No other plugin needs these two, and both offer the same interface ID.
+            if not re.search('lib(hello|short)', library):
+                shutil.copy(library, needed)
         with ThreadPoolExecutor(len(libraries)) as pool:
             for result in pool.map(lambda library: run(library, '--plugins', needed), libraries):
                 self.assertEqual(0, result.returncode, result.stdout)
