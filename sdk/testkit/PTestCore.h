@@ -132,7 +132,7 @@ public:
         if (result != eIxlaOk)
         {
             throw PTestError("the core does not start: " + ixlaResultText(result) +
-                             "; mend what its log names:\n" + errorLines());
+                             "; fix the errors in its log:\n" + errorLines());
         }
     }
 

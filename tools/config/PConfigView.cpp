@@ -93,8 +93,8 @@ PBaseptr<IConfig> PConfigView::load(const PLiteral& iID) const
     const std::string shown = shownText(iID);
     if (iID == kIxlaGlobalConfigId)
     {
-        throw PToolError(shown + ": a core answers this ID from the arguments that it was started "
-                                 "with, so ask the process that runs it");
+        throw PToolError(shown + ": the values of this ID are the settings of a running core; "
+                                 "query its process");
     }
     const std::vector<PString> known = ids();
     if (std::find(known.begin(), known.end(), iID) == known.end())
@@ -143,8 +143,8 @@ std::vector<PString> PConfigView::filesRead(const PLiteral& iID) const
     }
     if (files.size() != fPlaces->filesOf(iID).size())
     {
-        throw PToolError(log + ": the core's log does not tell which files it has read; is there "
-                               "space left?");
+        throw PToolError(log + ": the core's log does not list the files that it read; is the "
+                               "disk full?");
     }
     return files;
 }

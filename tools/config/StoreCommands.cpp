@@ -138,7 +138,7 @@ std::string _advice(int iResult, const Change& iChange, const PConfigView& iView
                "` shows the line";
     default:
         return iChange.place() + ": " + code +
-               "; the store is written anew, so its directory must let you create files";
+               "; the store is rewritten, so its directory must be writable";
     }
 }
 
@@ -166,7 +166,7 @@ void _warnBefore(const PConfigView& iView)
     const std::vector<std::string> others = findOtherCores();
     if (!others.empty())
     {
-        _warn("other processes run a core and may write the same store, which nothing guards: " +
+        _warn("other processes run a core and may write the same store, which has no lock: " +
               others.front() +
               (others.size() > 1 ? " and " + std::to_string(others.size() - 1) + " more" : ""));
     }
@@ -174,7 +174,7 @@ void _warnBefore(const PConfigView& iView)
     if (iView.hasStore() && store.read(iView.places().storePath()) == 0 && store.comments() > 0)
     {
         _warn(shownText(iView.places().storePath()) +
-              ": its comments are lost, because the core writes the store anew");
+              ": its comments are lost, because the core rewrites the store");
     }
 }
 
@@ -198,8 +198,9 @@ void _store(const StoreRequest& iRequest)
     PString stored;
     if (!change.isStored(stored) || stored != value)
     {
-        throw PToolError(change.place() + ": " + change.name() + " is \"" + shownText(stored) +
-                         "\" and stays so: an attribute keeps its first text, so remove it first");
+        throw PToolError(
+            change.place() + ": " + change.name() + " is \"" + shownText(stored) +
+            "\" and is not changed: an attribute keeps its first text, so remove it first");
     }
     std::cout << change.place() << ": " << change.name() << " = " << shownText(stored) << '\n';
 }
@@ -240,7 +241,7 @@ int runRemove(const StoreRequest& iRequest)
     _require(change.remove(), change, view);
     if (change.isStored(text))
     {
-        throw PToolError(change.place() + ": " + change.name() + " is still there");
+        throw PToolError(change.place() + ": " + change.name() + " was not removed");
     }
     std::cout << change.place() << ": removed " << change.name() << '\n';
     return eExitOk;

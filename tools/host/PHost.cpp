@@ -27,8 +27,8 @@ void _notify(const char* iState)
 {
     if (const int error = PNotifySocket::send(iState))
     {
-        _complain("NOTIFY_SOCKET cannot be told " + std::string(iState) + ": " +
-                  _systemText(error));
+        _complain("cannot send " + std::string(iState) +
+                  " to NOTIFY_SOCKET: " + _systemText(error));
     }
 }
 

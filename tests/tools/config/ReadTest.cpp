@@ -82,7 +82,7 @@ TEST_F(ConfigToolReads, ReportsAnUnknownIDOrKeyWithAFix)
     EXPECT_EQ(1, ask({"get", "com.example.net", "a:b"}));
     EXPECT_THAT(err, HasSubstr("-3004 (eIxlaForbiddenCharacter"));
     EXPECT_EQ(1, ask({"get", "ixlap.global", "core.plugins.dir"}));
-    EXPECT_THAT(err, HasSubstr("ask the process that runs it"));
+    EXPECT_THAT(err, HasSubstr("query its process"));
     EXPECT_EQ("", out);
 }
 

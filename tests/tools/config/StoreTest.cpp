@@ -43,7 +43,7 @@ TEST_F(ConfigToolStores, AnAttributeOnceItsKeyHasAValue)
     EXPECT_EQ("com.example.net|port = 9000\ncom.example.net|port:unit = tcp\n",
               read("config/store.txt"));
     EXPECT_EQ(1, ask({"store", kID, "port", "udp", "--attr", "unit"}));
-    EXPECT_THAT(err, HasSubstr("com.example.net|port:unit is \"tcp\" and stays so"));
+    EXPECT_THAT(err, HasSubstr("com.example.net|port:unit is \"tcp\" and is not changed"));
 }
 
 TEST_F(ConfigToolStores, NoRemovedValue)
@@ -90,7 +90,7 @@ TEST_F(ConfigToolStores, NothingInAnUnwritableDirectory)
     write("config/ixlap.configmanager.prs", "ixlap.configmanager.store.file = none/store.txt\n");
     EXPECT_EQ(1, ask({"store", kID, "port", "1"}));
     EXPECT_THAT(err, HasSubstr("none/store.txt: -2 (No such file or directory); the store is "
-                               "written anew, so its directory must let you create files"));
+                               "rewritten, so its directory must be writable"));
 }
 
 TEST_F(ConfigToolStores, NothingInABrokenStore)

@@ -271,7 +271,7 @@ class Manager(HostTest):
         code, _, err = self.run_host("--prs", "core.prs", "--seconds", "0",
                                      environment={"NOTIFY_SOCKET": "/nowhere/socket"})
         self.assertEqual(0, code)
-        self.assertIn("NOTIFY_SOCKET cannot be told READY=1: No such file or directory", err)
+        self.assertIn("cannot send READY=1 to NOTIFY_SOCKET: No such file or directory", err)
 
     def test_with_a_long_name_is_harmless(self):
         code, _, err = self.run_host("--prs", "core.prs", "--seconds", "0",
