@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""The benchmarks' report, on figures made up for it: report_test.py SCRIPTS"""
+"""Tests of the benchmarks' report with invented figures: report_test.py SCRIPTS"""
 
 import contextlib
 import io
@@ -133,7 +133,7 @@ class Report(unittest.TestCase):
 
 
 class Limits(unittest.TestCase):
-    """What the repository itself records."""
+    """The figures that the repository records."""
 
     def setUp(self):
         bench_report.BASELINE = BASELINE

@@ -5,7 +5,7 @@ set -eu
 
 failed=0
 while read -r name code; do
-    # In a row of a table, as code or as one of several.
+    # In a row of a table, alone or with other codes.
     if ! grep -q "^|.*$code \`$name\`" "$2"; then
         echo "$2 says nothing about $code $name" >&2
         failed=1

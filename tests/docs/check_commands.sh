@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Whether the commands in the tables of a document are there: check_commands.sh DOCUMENT ROOT BUILD
+# Checks that the commands in the tables of a document exist: check_commands.sh DOCUMENT ROOT BUILD
 # Each "ctest ... -R PATTERN" must select a test of the build, each script must exist.
 set -eu
 
@@ -14,7 +14,7 @@ fail() {
     failures=$((failures + 1))
 }
 
-# Columns are told apart by bars, so a bar inside a command is written with a backslash.
+# Bars separate the columns, so a bar inside a command is written with a backslash.
 commands() {
     grep -o '`\(ctest --preset\|scripts/\)[^`]*`' "$document" | tr -d '`' | sed 's/\\|/|/g' | sort -u
 }

@@ -26,7 +26,7 @@ def run(command: str, directory: Path, programs: Path) -> str:
 
 
 def replay(session: str, directory: Path, programs: Path) -> str:
-    """The session as it goes now."""
+    """The output of the session now."""
     commands = [line for line in session.splitlines() if line.startswith("$ ")]
     return "".join(f"{line}\n{run(line[2:], directory, programs)}" for line in commands)
 

@@ -1,6 +1,6 @@
 #!/bin/sh
 # SPDX-License-Identifier: MIT
-# Shows that includes go the way that docs/architecture.md tells.
+# Checks that includes follow the directions in docs/architecture.md.
 # Usage: check_layers.sh ROOT
 set -eu
 cd "$1"

@@ -12,7 +12,7 @@ from pathlib import Path
 LINE = "SPDX-License-Identifier: MIT"
 SLASHES = (".h", ".cpp")
 HASHES = (".sh", ".py", ".cmake", ".yml")
-# Not ours: what builds and git leave there.
+# Directories of builds and of git.
 SKIPPED = {"build", ".git", "__pycache__"}
 
 

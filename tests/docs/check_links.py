@@ -20,7 +20,7 @@ def text_of(document):
 
 
 def anchors(document):
-    """The names under which the headings of a document are reached."""
+    """The anchors of the headings of a document."""
     names = set()
     for heading in HEADING.findall(text_of(document)):
         plain = re.sub(r"[^\w\- ]", "", heading.lower())

@@ -18,17 +18,17 @@ ERROR = re.compile(rf'\b(?:error|nl_(?:plugins)?[eE]rror|logServiceError)\(\s*(?
 PART = re.compile(r"%(?:ls|llu|lx|d|u|p|s)")
 # A line of a log as a page shows it.
 SAMPLE = re.compile(r"^(?:[\d-]+ [\d:.]+ \d+:\d+ )?[EWID] \w+ (\[.*)$", re.M)
-# Put together from parts in port/logger/PLogFile.cpp.
+# Composed of parts in port/logger/PLogFile.cpp.
 LOSSES = ("[PLogger] Lost lines: … err: …", "[PLogger] Lost echo lines: … err: …")
 
 
 def joined(literals: str) -> str:
-    """The text of neighbouring literals."""
+    """The text of adjacent literals."""
     return "".join(re.findall(r'"((?:[^"\\]|\\.)*)"', literals)).strip()
 
 
 def pattern(line: str) -> re.Pattern[str]:
-    """What a quoted line may look like for a format of the sources."""
+    """The pattern of quoted lines for a format of the sources."""
     return re.compile(".+".join(re.escape(part) for part in PART.split(line)), re.S)
 
 

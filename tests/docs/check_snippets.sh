@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Checks that the code in a document is that of the file which its fence names, "```cpp FILE":
+# Checks that the code in a document is that of the file named in its fence, "```cpp FILE":
 # check_snippets.sh DOCUMENT ROOT
-# A document leaves out the line with the license.
+# A document omits the line with the license.
 set -u
 
 document=$1

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Shows that doxygen, as it is set up, refuses a class without a comment: refuse_undocumented.sh ROOT
+# Shows that doxygen, with docs/Doxyfile, refuses a class without a comment:
+# refuse_undocumented.sh ROOT
 set -eu
 
 work=$(mktemp -d)

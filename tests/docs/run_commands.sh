@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Runs the commands that a document shows as "```sh", as they stand: run_commands.sh DOCUMENT ROOT
+# Runs the commands of a document's "```sh" blocks unchanged: run_commands.sh DOCUMENT ROOT
 set -eu
 
 commands=$(awk '$0 == "```" { on = 0 } on; $0 == "```sh" { on = 1 }' "$1")

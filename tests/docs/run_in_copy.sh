@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# As run_commands.sh, for commands that change files of the tree: they change a copy of them, which
-# must come out as it went in, because the commands record what the tree says already.
+# As run_commands.sh, for commands that change files of the tree: they change a copy. The copy must
+# be the same afterwards, because the tree already has the files that the commands record.
 # Usage: run_in_copy.sh DOCUMENT ROOT
 set -eu
 

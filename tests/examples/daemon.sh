@@ -1,12 +1,12 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# The daemon runs until a signal comes: daemon.sh DAEMON PLUGIN_DIR SIGNAL
+# The daemon runs until a signal arrives: daemon.sh DAEMON PLUGIN_DIR SIGNAL
 set -eu
 
 work=$(mktemp -d "${TMPDIR:-/tmp}/ixlal-test-XXXXXX")
 daemon=
 clean_up() {
-    # Only a daemon that did not stop is still there.
+    # Kills a daemon that has not stopped.
     [ -z "$daemon" ] || kill -s KILL "$daemon" 2>/dev/null || true
     rm -rf "$work"
 }

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Every library given exports the factory alone and can be unloaded: exports.sh LIBRARY...
+# Each library exports only the factory and can be unloaded: exports.sh LIBRARY...
 set -eu
 
 for library in "$@"; do

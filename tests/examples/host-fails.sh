@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# What the host does when it is used wrongly: host-fails.sh HOST CODE TEXT ARGUMENTS...
+# The errors of the host for wrong arguments: host-fails.sh HOST CODE TEXT ARGUMENTS...
 # It must end with CODE and print TEXT.
 set -eu
 

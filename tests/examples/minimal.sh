@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
 # The minimal host uses the minimal plugin: minimal.sh HOST PLUGIN_DIR
-# With --build LIBRARY_DIR [FLAGS...] both are built by the plain compiler first.
+# With --build LIBRARY_DIR [FLAGS...] both are first built with the compiler only.
 set -eu
 
 work=$(mktemp -d "${TMPDIR:-/tmp}/ixlal-test-XXXXXX")

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# A signal stops the example host in good order: signal.sh EXAMPLES_BUILD_DIR SIGNAL
+# A signal stops the example host without errors: signal.sh EXAMPLES_BUILD_DIR SIGNAL
 set -eu
 
 built=$(cd "$1" && pwd)
@@ -9,7 +9,7 @@ config=$(cd "$(dirname "$0")/../../examples/config" && pwd)
 work=$(mktemp -d "${TMPDIR:-/tmp}/ixlal-test-XXXXXX")
 host=
 clean_up() {
-    # Only a host that did not stop is still there.
+    # Kills a host that has not stopped.
     [ -z "$host" ] || kill -s KILL "$host" 2>/dev/null || true
     rm -rf "$work"
 }
@@ -20,13 +20,13 @@ mkdir plugins log
 cp -r "$config" config
 cp "$built"/plugins/{sampler,alarm,reporter}/*.so plugins/
 
-# Job control gives the host its own SIGINT, which a shell takes away from background jobs.
+# With job control the host can get SIGINT, which a shell otherwise ignores in background jobs.
 set -m
 "$built/example-host" --config config/core.prs >out.txt 2>&1 &
 host=$!
 set +m
 
-# The first sample shows that everything runs. A test driver ends what takes too long.
+# The first sample shows that everything runs. The test's time limit ends the wait.
 until grep -qs 'ALARM' log/alarm.log; do
     kill -0 "$host" || { cat out.txt; exit 1; }
     sleep 0.05

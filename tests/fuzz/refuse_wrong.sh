@@ -11,7 +11,7 @@ if output=$("$1" "$2" 2>&1); then
     echo "A wrong target passed" >&2
     exit 1
 fi
-# The report of the check, and not some other failure.
+# The failure must be that of the check.
 case $output in
 *"Doesn't hold: bytes come back"*) ;;
 *)

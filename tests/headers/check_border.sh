@@ -1,13 +1,13 @@
 #!/bin/sh
 # SPDX-License-Identifier: MIT
 # Shows that docs/compatibility.md names all operations that pass a type of the standard library,
-# and that they pass nothing but vectors of texts.
+# and that they pass only vectors of texts.
 # Usage: check_border.sh ROOT
 set -eu
 root=$1
 page=$root/docs/compatibility.md
 
-# A line for each operation with such a type: its name and the types.
+# One line for each operation with such a type: its name and the types.
 operations=$(cat "$root"/include/I*.h | tr '\n' ' ' | sed 's/;/;\n/g' |
     sed -n 's/.*virtual [^(]* \**\([A-Za-z0-9]*\)(\(.*std::.*\)) = 0;/\1 \2/p')
 if [ "$(echo "$operations" | wc -l)" -lt 5 ]

@@ -1,8 +1,8 @@
 #!/bin/sh
 # SPDX-License-Identifier: MIT
-# Compiles headers one by one, each alone and as its user would include it.
+# Compiles headers one by one, each alone and included as in a user's source.
 # Usage: compile_headers.sh COMPILER STANDARD BITS ROOT HEADER...
-# Headers are paths below ROOT. Fails when one of them does not compile without a warning.
+# Headers are paths relative to ROOT. Fails if one of them gives a warning or an error.
 set -u
 compiler=$1 standard=$2 bits=$3 root=$4
 shift 4

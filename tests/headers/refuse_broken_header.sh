@@ -1,17 +1,17 @@
 #!/bin/sh
 # SPDX-License-Identifier: MIT
-# Shows that compile_headers.sh notices broken headers: copies of real ones that lack an include,
-# use a later language or give a warning.
+# Shows that compile_headers.sh detects broken headers: copies of real ones that lack an include,
+# use a later standard or give a warning.
 # Usage: refuse_broken_header.sh COMPILER STANDARD BITS ROOT
 set -eu
 compiler=$1 standard=$2 bits=$3 root=$4
 here=$(dirname "$0")
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
-# Real copies also of linked directories, so that nothing is ever written below ROOT.
+# Copies also linked directories, so that nothing is written under ROOT.
 cp -rL "$root/include" "$root/port" "$work"
 
-# refused NAME SCRIPT: the copy of include/IPlugin.h that sed makes must be refused, and only it.
+# refused NAME SCRIPT: only the copy of include/IPlugin.h that sed changes must be refused.
 refused()
 {
     sed "$2" "$root/include/IPlugin.h" >"$work/include/$1.h"

@@ -1,13 +1,13 @@
 #!/bin/sh
 # SPDX-License-Identifier: MIT
-# Shows that headers which pass std::vector refuse any other than that of the libraries.
+# Shows that headers with std::vector do not compile with another std::vector than the libraries'.
 # Usage: refuse_other_vectors.sh COMPILER BITS ROOT
 set -eu
 compiler=$1 bits=$2 root=$3
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
-# refused REASON HEADER FLAG...: compiling HEADER must fail, and say why.
+# refused REASON HEADER FLAG...: compiling HEADER must fail with this reason.
 refused()
 {
     reason=$1 header=$2
@@ -31,8 +31,8 @@ do
     refused '_GLIBCXX_DEBUG changes it' "$header" -D_GLIBCXX_DEBUG
 done
 
-# Another standard library: one that has nothing but a vector of the right size, and one that is
-# like libstdc++ but for the size.
+# Two other standard libraries: one with only a vector of the right size, and one like libstdc++
+# with another size.
 mkdir "$work/other" "$work/resized"
 template='namespace std { template <class T> struct vector { void* fields[%s]; }; }\n'
 # shellcheck disable=SC2059 -- the format is the template

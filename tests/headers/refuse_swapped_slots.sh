@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Shows that the walk through the slots sees operations that stand in each other's place: compiles
-# it with copies of the headers in which every interface has two of them swapped.
+# Shows that the walk through the slots detects swapped operations: compiles it with copies of the
+# headers in which two operations of every interface are swapped.
 # Usage: refuse_swapped_slots.sh BITS ROOT PORTING_LAYER WALK_SOURCE...
 set -eu
 
@@ -26,7 +26,7 @@ swap() {
     mv "$work/swapped" "$header"
 }
 
-# seen PROBLEM: the walk must have said so.
+# seen PROBLEM: the walk must have reported it.
 seen() {
     if ! grep -qxF "$1" "$work/problems"; then
         echo "Not seen: $1"
@@ -42,7 +42,7 @@ swap IConfigManager setInt32 storeInt32
 swap IConfigChanged getID getKey
 swap IEventDispatcher addListener removeListener
 swap ILogger info debug
-# The listener has one operation: another one takes its place.
+# The listener has only one operation, so another one replaces it.
 sed -i 's/virtual int handleEvent/virtual void added() {}\n    &/' "$work/include/IEventListener.h"
 
 g++ "-m$bits" -std=c++20 "-I$work/include" "-I$root/port" "-I$root/tests" \

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Checks that every exported function, every operation of every public interface and class and
-# every built-in plugin is swept by some test.
+# Checks that a test sweeps every exported function, every operation of every public interface and
+# class, and every built-in plugin.
 # Usage: check_sweeps.sh REPOSITORY [HEADER_WITH_AN_INTERFACE...]
 set -eu
 
@@ -9,8 +9,8 @@ readonly repository=$1
 shift
 readonly sweeps=$repository/tests/memory
 
-# The classes of a header, each with its operations: "IConfig::getKeys". Constructors, destructors
-# and operators are not listed; nor is what a class keeps to itself.
+# The public operations of the classes of a header: "IConfig::getKeys". Constructors, destructors
+# and operators are not listed.
 operations() {
     awk '
         /^(class|struct) [^;]*$/ {
@@ -38,8 +38,8 @@ is_swept() {
     grep -q "\"$1[\" ]" "$sweeps"/*.cpp
 }
 
-# What the headers declare but no operation can need memory for: plain getters and views, which
-# return nothing that could tell a failure; and what others implement.
+# Operations that need no memory: simple getters and views, which cannot return a failure; and
+# operations that plugins implement.
 is_exempt() {
     case $1 in
     IBase::* | IEventListener::* | IPlugin::*) return 0 ;;

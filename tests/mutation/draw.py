@@ -18,13 +18,13 @@ import re
 import sys
 
 DIRECTORIES = ("config", "core", "events", "include", "logging", "port")
-# Strings, characters and comments; what they hold is hidden from the operators.
+# Strings, characters and comments; the operators do not see their content.
 _HIDDEN = re.compile(r'"(?:\\.|[^"\\])*"|\'(?:\\.|[^\'\\])*\'|//[^\n]*|/\*.*?\*/', re.DOTALL)
 _SKIPPED = re.compile(r"\s*(#|static_assert\b|using\b|namespace\b|template\b|friend\b|extern\b|class\b"
                       r"|struct\b|enum\b|case\b|public:|private:|protected:|$)")
 _ANNOTATION = re.compile(r"\b(IXLAL|PORT|P)_[A-Z_]+\([^()]*\)|\bnoexcept\b|\bLOG_\w+\(")
 
-# Names that are easily taken for one another.
+# Names that are easily confused.
 _SIBLINGS = {
     "RTLD_NOW": "RTLD_LAZY", "RTLD_LOCAL": "RTLD_GLOBAL", "RTLD_GLOBAL": "RTLD_LOCAL",
     "SEEK_SET": "SEEK_CUR", "SEEK_CUR": "SEEK_SET", "SEEK_END": "SEEK_SET",
@@ -46,7 +46,7 @@ _SIBLINGS = {
 
 
 class Source:
-    """The lines of a file, and the same lines with what the operators don't see blanked out."""
+    """The lines of a file, and the same lines with blanks for text that operators do not see."""
 
     def __init__(self, tree, name):
         self.name = name
@@ -68,7 +68,7 @@ def _blank(match):
 
 
 def _closing(code, opening):
-    """Where the bracket at an index is closed in the same line, or -1."""
+    """The index of the closing bracket in the same line, or -1."""
     depth = 0
     for i in range(opening, len(code)):
         if code[i] in "([{":
@@ -81,7 +81,7 @@ def _closing(code, opening):
 
 
 def _operand_end(code, at, stops):
-    """The end of an operand that begins at an index."""
+    """The end of an operand that starts at an index."""
     depth = 0
     i = at
     while i < len(code):
@@ -98,7 +98,7 @@ def _operand_end(code, at, stops):
 
 
 def _operand_begin(code, at, stops):
-    """The begin of an operand that ends before an index."""
+    """The start of an operand that ends before an index."""
     depth = 0
     for i in range(at - 1, -1, -1):
         if code[i] in ")]}":
@@ -146,7 +146,7 @@ def _conditions(source, index):
 
 
 def _condition_true(source, index):
-    """The condition is found out, and then not looked at."""
+    """The condition is evaluated and then ignored."""
     for begin, end, text in _conditions(source, index):
         yield begin, end, f"((void)({text}), true)"
 
@@ -209,7 +209,7 @@ def _returned_replaced(source, index):
 
 
 def _statement(source, index):
-    """The one statement of a line, when no other line has a part in it."""
+    """The only statement of a line that is complete in this line."""
     before = next((c for c in reversed(source.code[:index]) if c.strip()), "")
     code = source.code[index]
     whole = re.search(r"([;{}:]|\belse|\))\s*$", before) and code.rstrip().endswith(";")
@@ -253,7 +253,7 @@ def _sibling(source, index):
 
 
 def _constant_replaced(source, index):
-    """The next one of the file that begins alike, by its first two words."""
+    """The next one of the file with the same first two words."""
     for match in re.finditer(r"\be[A-Z]\w+", source.code[index]):
         family = re.match(r"e(Ixla)?", match.group(0)).group(0)
         others = [c for c in source.constants if c.startswith(family)]
@@ -297,7 +297,7 @@ OPERATORS = {
 
 
 def sources(tree):
-    """The product's sources, in an order that depends on their names alone."""
+    """The product's sources, in the order of their names."""
     root = pathlib.Path(tree)
     return sorted(str(path.relative_to(root)) for directory in DIRECTORIES
                   for path in (root / directory).rglob("*") if path.suffix in (".cpp", ".h"))
@@ -341,7 +341,7 @@ def draw(tree, seed, count):
 
 
 def key(fault):
-    """What two operators may both make is one fault."""
+    """The identity of a fault, which two operators may both make."""
     return fault["file"], fault["line"], fault["new"]
 
 

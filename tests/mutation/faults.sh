@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: MIT
 # shellcheck shell=bash disable=SC2034
-# Reads lists of faults and plants them in a tree; for scripts to source.
+# Reads lists of faults and plants them in a tree; to be sourced by scripts.
 #
 # A list holds one fault after another:
 #
@@ -10,10 +10,10 @@
 #   - if (--fDepth > 0)
 #   + if (--fDepth > 1)
 #
-# The text behind "- " is replaced by that behind "+ ". It may begin and end within a line, and must
-# occur exactly once in the file. Either may have several lines, or be a lone "+": nothing.
-# "tests: DIRECTORY" names the directory of tests/ that is tried first, where the file doesn't tell.
-# "survives: REASON" stands for a fault that no test can catch.
+# The text after "- " is replaced by that after "+ ". It may start and end within a line, and must
+# occur exactly once in the file. Both may have several lines; "+" alone means no text.
+# "tests: DIRECTORY" names the directory of tests/ that is tried first; the default depends on the
+# file. "survives: REASON" marks a fault that no test can catch.
 
 fault_ids=()
 declare -A fault_file fault_breaks fault_tests fault_reason fault_old fault_new
@@ -64,8 +64,8 @@ first_tests() {
     esac
 }
 
-# planted TREE ID: prints the file of a fault with the fault in it. Fails when the old text is not
-# there exactly once.
+# planted TREE ID: prints the file of a fault with the fault in it. Fails if the file does not
+# contain the old text exactly once.
 planted() {
     OLD=${fault_old[$2]} NEW=${fault_new[$2]} LC_ALL=C awk '
         { text = text $0 "\n" }

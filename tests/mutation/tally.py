@@ -21,13 +21,13 @@ _DRAWN = ("operator", "file", "line", "old", "new")
 
 
 def read_reasons(tree, path):
-    """By draw.key, why a fault of the tree changes no behaviour."""
+    """By draw.key, the reason why a fault of the tree changes no behaviour."""
     reasons = {}
     for block in re.split(r"\n\s*\n", path.read_text(encoding="utf-8")):
         entry = dict(re.findall(r"^(file|survives): (.*)$", block, re.MULTILINE))
         old = re.findall(r"^- (.*)$", block, re.MULTILINE)
         new = re.findall(r"^\+ (.*)$", block, re.MULTILINE)
-        # Lines that stay as they are tell the place where the changed one is not the only one.
+        # Unchanged lines identify the place if the changed line occurs more than once.
         changed = [i for i, (a, b) in enumerate(zip(old, new)) if a != b]
         if entry.get("survives") and len(changed) == 1:
             lines = (tree / entry["file"]).read_text(encoding="utf-8").split("\n")
@@ -50,7 +50,7 @@ def read_outcomes(paths):
 
 
 def tally(outcomes, reasons):
-    """How many of each outcome, and the survivors without a reason."""
+    """The number of each outcome, and the survivors without a reason."""
     counts = collections.Counter()
     survivors = []
     for result in outcomes.values():

@@ -35,14 +35,14 @@ import time
 sys.dont_write_bytecode = True
 import draw
 
-# Which test binaries meet a fault, by the directories of tests/ that they are built in: first those
-# that belong to its directory, then those that use what it is part of.
+# The test binaries for a fault, by directory of tests/: first those of its directory, then those
+# that use its library.
 _FIRST = {"port/logger": ["logger"], "port": ["port"], "include": ["headers"]}
 _RELATED = {"port/logger": ["logging", "memory", "core"], "port": ["logger", "config", "memory", "core"],
             "include": ["sdk", "config", "events", "core"], "config": ["memory", "model", "core"],
             "events": ["memory", "model", "core", "hostile"], "logging": ["logger", "memory", "core"],
             "core": ["memory", "hostile", "model", "sdk"]}
-# Each of their tests wants a process of its own.
+# Each of their tests needs its own process.
 _APART = re.compile(r"^(core_|hostile_|model_|sdk_)")
 _LEAST_SECONDS = 20
 _QUICK_SECONDS = 8
@@ -52,7 +52,7 @@ _FILE_LIMIT = 2 << 30
 
 
 def run(command, seconds, where, environment=None, limited=False):
-    """The exit code, or None after too long a time, and the output."""
+    """The exit code, or None after a timeout, and the output."""
     def limit():
         resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
         if limited:
@@ -75,7 +75,7 @@ def run(command, seconds, where, environment=None, limited=False):
 
 
 class Build:
-    """What the build tree knows: how objects are compiled, and what is linked of them."""
+    """The commands of the build tree for compiling and linking objects."""
 
     def __init__(self, tree, path, work):
         self.tree, self.path, self.work = tree, path, work
@@ -96,7 +96,7 @@ class Build:
                               capture_output=True, text=True).stdout
 
     def _users(self):
-        """By file of the tree, the objects that are compiled of it."""
+        """By file of the tree, the objects that are compiled from it."""
         users = {}
         target = None
         for line in self._ninja("deps").splitlines():
@@ -108,7 +108,7 @@ class Build:
         return users
 
     def link(self, target):
-        """The words of the command that makes a library or a binary."""
+        """The words of the command that links a library or a binary."""
         with self.lock:
             if target not in self.links:
                 line = self._ninja("commands", "-s", target).strip().splitlines()[-1]
@@ -138,7 +138,7 @@ class Build:
             return self.tests[binary]
 
     def plain_object(self, target):
-        """What the compiler makes of an object's source without a fault."""
+        """The compiler's output for an object's source without a fault."""
         with self.lock:
             known = self._plain.setdefault(target, threading.Lock())
         made = self.work / "plain" / target
@@ -162,7 +162,7 @@ def _quickly(command, file, instead, output, overlay=None):
 
 
 class Trial:
-    """One fault, in a directory of its own."""
+    """One fault, in its own directory."""
 
     def __init__(self, build, fault, home):
         self.build, self.fault, self.home = build, fault, home
@@ -239,7 +239,7 @@ class Trial:
 
     @staticmethod
     def _with_directory(words, file):
-        """What the source includes from beside itself."""
+        """The files that the source includes from its own directory."""
         return words + ["-iquote", os.path.dirname(file)]
 
     def _relink(self, target):
@@ -309,7 +309,7 @@ class Trial:
         failed = re.findall(r"\[  FAILED  \] ([\w./]+)", output) or \
             re.findall(r"\[ RUN      \] ([\w./]+)", output)[-1:]
         again = ["--gtest_filter=" + failed[0]] if failed else arguments
-        # Where the machine is busy a test may fail by itself.
+        # On a busy machine a test may fail without a fault.
         code, output = self._run(made, *again, seconds=seconds)
         if code == 0:
             return False
@@ -319,7 +319,7 @@ class Trial:
 
 
 def binaries_for(build, fault, quick):
-    """The test binaries that meet a fault, the most likely ones first."""
+    """The test binaries for a fault, the most likely ones first."""
     parts = fault["file"].split("/")
     place = "port/logger" if fault["file"].startswith("port/logger/") else parts[0]
     first = [b for d in _FIRST.get(place, [place]) for b in build.binaries(d)]
@@ -344,7 +344,7 @@ def prove(build):
 
 
 def measure(build):
-    """How long each test binary takes without a fault; kept, as it doesn't change."""
+    """The time of each test binary without a fault; cached, because it does not change."""
     kept = build.work / "times"
     if kept.exists():
         build.times = json.loads(kept.read_text())
@@ -395,7 +395,7 @@ def main():
     wanted = "survived" if options.retry else None
     faults = [f for f in faults if known.get(draw.key(f)) in (None, wanted)
               and draw.plant(tree, f) is not None]
-    # What a header goes into takes long to compile.
+    # Sources that include a header take long to compile.
     faults.sort(key=lambda f: f["file"].endswith(".h"))
     with concurrent.futures.ThreadPoolExecutor(options.jobs) as pool, \
             open(options.results, "a", encoding="utf-8") as results:

@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Shows that check-abi.sh sees changes: it must refuse copies of the headers and of the libraries
-# that differ from the record in one thing each, and name that thing.
+# Shows that check-abi.sh detects changes: it must refuse copies of the headers and of the libraries
+# with one difference from the record, and name the difference.
 # Usage: refuse_changed_abi.sh ROOT LIBRARIES OBJECTS
-# LIBRARIES is the directory of the built libraries; OBJECTS lists the objects that they were linked
-# from, a line each: the library's name and the object's path.
+# LIBRARIES is the directory of the built libraries; OBJECTS lists their object files, one per line:
+# the library's name and the object's path.
 set -eu -o pipefail
 
 root=$1
@@ -21,7 +21,7 @@ fresh_copy() {
     cp "$libraries"/libixlal.*.so "$work/lib"
 }
 
-# change FILE SED_SCRIPT: in the copied tree; the script must change something.
+# change FILE SED_SCRIPT: edits a file of the copied tree; the script must change it.
 change() {
     sed -i.before "$2" "$work/tree/$1"
     if cmp -s "$work/tree/$1" "$work/tree/$1.before"; then
@@ -31,8 +31,8 @@ change() {
     rm "$work/tree/$1.before"
 }
 
-# relink NAME DIRECTORY [SOURCE]: links a library anew with the version script of the copied tree,
-# and with SOURCE of the copied tree compiled anew.
+# relink NAME DIRECTORY [SOURCE]: links a library again with the version script of the copied tree,
+# after compiling SOURCE of the copied tree.
 relink() {
     local source=${3:-}
     local own=()
@@ -48,7 +48,7 @@ relink() {
         "-Wl,-soname,libixlal.$1.so" -o "$work/lib/libixlal.$1.so" "${own[@]}"
 }
 
-# refused WHAT TEXT...: the copy must be refused with a report that holds every text.
+# refused WHAT TEXT...: the copy must be refused with a report that contains every text.
 refused() {
     local what=$1
     local text

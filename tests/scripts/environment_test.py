@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""What scripts/demo.sh and scripts/test.sh let through to what they start, and what they tell of
+"""The environment that scripts/demo.sh and scripts/test.sh pass on, and their report of
 skipped tests: environment_test.py SCRIPTS SKIPPING_TEST
 They work on a small project that writes down what it is run with."""
 
