@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""Checks that the links of documents lead somewhere: check_links.py DOCUMENT...
+"""Checks that the targets of links in documents exist: check_links.py DOCUMENT...
 
-A link may name a file beside the document, a heading (#heading) in it or in the document itself, or
-an address of the net, which is not looked at.
+A link may name a file relative to the document, a heading (#heading) in it or in the document, or a
+URL, which is not checked.
 """
 
 import pathlib
@@ -28,7 +28,7 @@ def anchors(document):
     return names
 
 
-def leads_nowhere(document, link):
+def is_broken(document, link):
     if link.startswith(("http://", "https://")):
         return False
     name, _, anchor = link.partition("#")
@@ -42,9 +42,9 @@ def main():
     for document in map(pathlib.Path, sys.argv[1:]):
         for link in LINK.findall(text_of(document)):
             found += 1
-            if leads_nowhere(document, link):
+            if is_broken(document, link):
                 broken += 1
-                print(f"{document}: {link} leads nowhere", file=sys.stderr)
+                print(f"{document}: broken link: {link}", file=sys.stderr)
     print(f"{found} links, {broken} of them broken")
     return 1 if broken or not found else 0
 

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Shows that check_license.py finds a source without the license and a text that differs.
+# Tests that check_license.py finds a source without the license and a different text.
 set -eu
 
 here=$(cd "$(dirname "$0")" && pwd)

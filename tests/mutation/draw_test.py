@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""Checks the drawing of faults and the count of their outcomes: draw_test.py TREE"""
+"""Tests the drawing of faults and the count of their outcomes: draw_test.py TREE"""
 import pathlib
 import sys
 import tempfile

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
 # Checks a built library of the product: check_library.sh LIBRARY WORD_SIZE NEEDED[,NEEDED...]
-# WORD_SIZE is 32 or 64; NEEDED lists our own libraries that it needs, "-" for none.
+# WORD_SIZE is 32 or 64; NEEDED lists the libraries of the product that it needs, "-" for none.
 set -u
 
 library=$1

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Checks how many slots the tables of virtual operations of a library's classes have:
+# Checks the number of slots in the virtual tables of a library's classes:
 # check_tables.sh LIBRARY WORD_SIZE CLASS=SLOTS...
 # The library needs its symbols; a table is two words longer than its slots.
 set -eu

@@ -7,7 +7,7 @@ set -eu
 binary=$1
 shift
 
-# Names of calls on files, with the suffixes that large files and dates beyond 2038 bring.
+# Names of calls on files, with the suffixes for large files and dates beyond 2038.
 calls='f?open|creat|openat|p?readv?|p?writev?|close|[lf]?stat|fstatat|statx|f?access|faccessat|unlink|unlinkat|remove|rename|renameat|link|symlink|readlink|mkdir|rmdir|lseek|f?truncate|fcntl|fsync|fdatasync|f?chmod|f?chown|flock|lockf|sendfile|copy_file_range|fallocate|mmap|(fd)?opendir|readdir|scandir|f?read|f?write|dup[23]?|mkstemp|statfs|utimensat|getcwd'
 
 # Calls that need no replacement: the working directory is not a file.

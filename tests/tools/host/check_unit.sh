@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Whether systemd understands the example of a unit: check_unit.sh UNIT HOST
+# Checks that systemd accepts the example unit: check_unit.sh UNIT HOST
 set -eu
 
 if ! command -v systemd-analyze >/dev/null; then

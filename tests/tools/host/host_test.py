@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""The host, as an operator and a service manager use it: host_test.py HOST PLUGIN"""
+"""Tests of ixla-host: host_test.py HOST PLUGIN"""
 
 import functools
 import os
@@ -15,7 +15,7 @@ import unittest
 from pathlib import Path
 
 HOST, PLUGIN = sys.argv.pop(1), sys.argv.pop(1)
-LIMIT = 30  # seconds for what should take a moment
+LIMIT = 30  # seconds for short operations
 
 
 class HostTest(unittest.TestCase):
@@ -55,7 +55,7 @@ class HostTest(unittest.TestCase):
         return host.returncode, out, err
 
     def serve(self, *arguments, **options):
-        """A host that has said that it is ready."""
+        """A host that has reported that it is ready."""
         host = self.launch("--prs", "core.prs", *arguments, **options)
         self.await_line(host, f"ixla-host: ready, process {host.pid}\n")
         return host
@@ -71,7 +71,7 @@ class HostTest(unittest.TestCase):
         return host.returncode, out, err
 
     def wait_for_text(self, stream, wanted):
-        """Reads until wanted has come; what was read."""
+        """Reads until wanted arrives; returns the text."""
         text = ""
         while wanted not in text:
             line = stream.readline()
@@ -147,7 +147,7 @@ class Stopping(HostTest):
             blocked = re.search(r"^SigBlk:\s*(\w+)", (thread / "status").read_text(), re.M)
             takers += int(blocked.group(1), 16) & wanted != wanted
         self.assertGreaterEqual(len(threads), 3)
-        self.assertLessEqual(takers, 1)  # the one that waits for them
+        self.assertLessEqual(takers, 1)  # the thread that waits for them
 
     def test_seconds_limit_the_time(self):
         began = time.monotonic()
@@ -253,7 +253,7 @@ class ReadyFile(HostTest):
 
 class Manager(HostTest):
     def notified(self, name):
-        """What a service manager hears from a run."""
+        """The messages of a run to a service manager."""
         with socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM) as manager:
             manager.bind(name.replace("@", "\0"))
             manager.settimeout(LIMIT)

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""What ixla-inspect sees in libraries good and bad: inspect_test.py TOOL BUILD SOURCES"""
+"""Tests of ixla-inspect: inspect_test.py TOOL BUILD SOURCES"""
 
 import json
 import os
@@ -42,7 +42,7 @@ class InspectTest(unittest.TestCase):
         return done.returncode, done.stdout, done.stderr
 
     def inspect(self, *arguments, **options):
-        """The exit code, and what is known about each library."""
+        """The exit code, and the results for each library."""
         code, out, err = self.run_tool("--json", *arguments, **options)
         self.assertEqual("", err)
         return code, json.loads(out)["libraries"]
@@ -54,7 +54,7 @@ class InspectTest(unittest.TestCase):
 
 
 class Reading(InspectTest):
-    """Without running any code of the library."""
+    """With --static."""
 
     def read(self, path, **options):
         return self.inspect_one("--static", path, odd="abort in constructor", **options)
@@ -107,7 +107,7 @@ class Reading(InspectTest):
     def test_a_symbol_is_named_without_section_headers(self):
         path = self.add(PLUGINS / "missing_symbol/libmissing_symbol.so")
         image = bytearray(path.read_bytes())
-        image[32:36] = image[46:52] = b"\0" * 4  # where they are, and how many
+        image[32:36] = image[46:52] = b"\0" * 4  # their offset and number
         image[46:46] = b"\0" * 2
         path.write_bytes(image)
         self.assertEqual(["_Z25functionThatNobodyDefinesv"], self.read(path)["undefined"])
@@ -179,7 +179,7 @@ class Reading(InspectTest):
         inspector = Inspector(BUILD / "libexec/ixla-probe", limit=1, static=True)
         for i in range(150):
             image = bytearray(whole)
-            # Mostly where headers and tables are.
+            # Mostly in headers and tables.
             for _ in range(chance.randint(1, 8)):
                 image[chance.randrange(0x1000 if i % 3 else len(image))] = chance.randrange(256)
             path.write_bytes(image[:chance.randrange(len(image))] if i % 5 == 0 else image)
@@ -367,7 +367,7 @@ class CommandLine(InspectTest):
         self.assertEqual("", done.stderr)
 
     def install(self, program):
-        """A tool elsewhere, with a program to load libraries that is not the right one."""
+        """An installed tool with another ixla-probe."""
         shutil.copytree(BUILD / "share/ixlal/ixla-inspect", self.dir / "share/ixlal/ixla-inspect")
         if program:
             (self.dir / "libexec").mkdir()

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: MIT
-"""What ixla-new-plugin writes and refuses: new_plugin_test.py PROGRAM
-That its projects build and test themselves is shown by scripts/check-install.sh."""
+"""Tests of ixla-new-plugin: new_plugin_test.py PROGRAM
+scripts/check-install.sh tests that its projects can be built."""
 
 import argparse
 import importlib.machinery
@@ -19,7 +19,7 @@ ID = "com.example.load"
 
 
 def load_program():
-    """The program as a module: a start for each of many names takes long."""
+    """The program as a module, because a process for each of many names takes long."""
     sys.dont_write_bytecode = True
     sys.path.insert(0, os.path.dirname(os.path.realpath(PROGRAM)))
     loader = importlib.machinery.SourceFileLoader("new_plugin", PROGRAM)
@@ -111,7 +111,7 @@ class NewPluginTest(unittest.TestCase):
         self.assert_refused(1, "file", "greeter", "--id", ID, "--dir", "file/below")
 
     def test_removes_its_files_when_one_cannot_be_written(self):
-        # A file may not grow beyond some bytes: the first small ones fit, a larger one does not.
+        # With a limit on file sizes the first small files can be written, a larger one cannot.
         command = f"ulimit -f 1; trap '' XFSZ; exec {PROGRAM} greeter --id {ID} --dir a/b"
         done = subprocess.run(["bash", "-c", command], cwd=self.dir, text=True, check=False,
                               capture_output=True, timeout=30)

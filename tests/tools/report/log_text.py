@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Makes the log of a core, and starts real ones: for the tests of ixla-report."""
+"""Creates logs for the tests of ixla-report, and starts real cores."""
 
 import os
 import shutil
@@ -11,7 +11,7 @@ HOUR = 3_600_000
 
 def line(time: int, text: str, kind: str = "D", thread: int = 100, process: int = 100,
          tag: str = "Core") -> str:
-    """One line, so many milliseconds after midnight."""
+    """One line, with its time in milliseconds after midnight."""
     seconds, milli = divmod(time, 1000)
     minutes, second = divmod(seconds, 60)
     hour, minute = divmod(minutes, 60)
@@ -63,7 +63,7 @@ def done(time: int) -> str:
 
 
 def run_core(directory: Path, host: str, plugin: str, pace: dict[str, str], first: str) -> bytes:
-    """The log of a core that initialises the plugin first, each with the pace given."""
+    """The log of a core that initialises the given plugin first; each plugin has its pace."""
     for name in ("plugins", "config", "log"):
         (directory / name).mkdir()
     for name in pace:

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: MIT
-"""What a browser makes of the report's pages: render_test.py REPORT CIRCLE_LOG
-Exits with 77 when there is no chromium to ask."""
+"""Tests the report's pages in a browser: render_test.py REPORT CIRCLE_LOG
+Exits with 77 without chromium."""
 
 import json
 import re
@@ -20,7 +20,7 @@ from log_text import HOUR, begin, done, init, line, load, wait
 REPORT, CIRCLE = sys.argv.pop(1), sys.argv.pop(1)
 BROWSER = shutil.which("chromium")
 
-# Which texts leave their picture, and which lie upon one another.
+# Finds texts outside of their picture, and overlapping texts.
 MEASURE = """<script>
 const found = {outside: [], over: [], texts: 0};
 for (const svg of document.querySelectorAll("svg")) {
@@ -81,7 +81,7 @@ def browse(*arguments):
 
 
 def rows(png):
-    """The bytes of each row of a picture, as it is stored."""
+    """The bytes of each row of a picture."""
     data, position, width, height = b"", 8, 0, 0
     while position < len(png):
         size, kind = struct.unpack(">I4s", png[position:position + 8])

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""The report on a core's start: report_test.py REPORT HOST PLUGIN CIRCLE_LOG"""
+"""Tests of ixla-report: report_test.py REPORT HOST PLUGIN CIRCLE_LOG"""
 
 import json
 import random
@@ -38,7 +38,7 @@ class ReportTest(unittest.TestCase):
         return done.returncode, done.stdout.decode(), done.stderr.decode()
 
     def report(self, content, *arguments):
-        """What is printed about a log that can be read."""
+        """The report of a readable log."""
         self.write(content)
         code, out, err = self.run_report("core.log", *arguments)
         self.assertEqual((0, ""), (code, err))
@@ -110,7 +110,7 @@ libc.so  1 ms                                    +4.0 KB  loaded
         self.assertEqual("liba.so", first["name"])
         first = first["inits"][0]
         self.assertEqual((20, 120, 45), (first["begin"], first["end"], first["own"]))
-        self.assertEqual(0, first["memory"])  # the other one took it all
+        self.assertEqual(0, first["memory"])  # all of it belongs to the other one
 
     def test_counts_one_plugin_as_one(self):
         self.assertIn("\n1 plugin loaded, 0 initialised,", self.report(begin(0) + load(1, "liba.so")))

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Whether a tool's man page and completion know all that its help does:
+# Checks that a tool's man page and completion have all options of its help:
 # check_pages.sh PROGRAM MAN COMPLETION [SUBCOMMAND...]
 set -eu
 
@@ -21,7 +21,7 @@ help_options() {
     "$program" "$@" --help | grep -oE '^ +(-[a-z], ?)?--[a-z][a-z-]*' | grep -oE -- '--[a-z-]+' | sort -u
 }
 
-# complete_words WORD...: what the completion offers for the last word.
+# complete_words WORD...: the completions of the last word.
 complete_words() {
     COMP_WORDS=("$name" "$@")
     COMP_CWORD=$#
@@ -30,7 +30,7 @@ complete_words() {
     printf '%s\n' "${COMPREPLY[@]}"
 }
 
-# shown_in_page WORD: whether the page as people see it has the word at the start of a line.
+# shown_in_page WORD: whether the formatted page has the word at the start of a line.
 shown_in_page() {
     grep -qE -- "^ +(-[a-z], )?$1( |\$)" <<<"$page"
 }
@@ -41,7 +41,7 @@ check_options() {
     offered=$(complete_words "$@" --)
     for option in $(help_options "$@"); do
         shown_in_page "$option" || fail "no $option in the man page"
-        # What stands before a subcommand need not be offered behind it.
+        # Options before a subcommand need not be offered after it.
         grep -qxF -- "$option" <<<"$offered" || fail "no completion of ${*} $option"
     done
 }

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: MIT
-"""What the tools do when their output cannot be written: output_test.py BIN PLUGIN LOG
-Of the caller's environment they see nothing. Python runs with its buffers and without."""
+"""Tests the tools with an unwritable output: output_test.py BIN PLUGIN LOG
+They run in an empty environment, Python with and without buffering."""
 
 import os
 import signal
@@ -11,9 +11,9 @@ import unittest
 from pathlib import Path
 
 BIN, PLUGIN, LOG = Path(sys.argv.pop(1)), sys.argv.pop(1), sys.argv.pop(1)
-LIMIT = 60  # seconds for what should take a moment
+LIMIT = 60  # seconds for short operations
 
-# What each tool writes besides its help and version. The IDs are more than a buffer holds.
+# Arguments with output other than help and version. The IDs exceed the size of a buffer.
 ORDINARY = {
     "ixla-config": (("--dir", "config", "ids"),),
     "ixla-host": (("--prs", "core.prs", "--seconds", "0"),),
@@ -44,7 +44,7 @@ def fill(directory):
 
 
 def run_tool(tool, arguments, environment, redirection="", **options):
-    """In a directory of its own; the redirection is one of the shell's."""
+    """Runs in a separate directory, with a redirection of the shell."""
     with tempfile.TemporaryDirectory() as directory:
         fill(Path(directory))
         command = ["sh", "-c", f'exec "$0" "$@" {redirection}', str(BIN / tool), *arguments]
@@ -54,7 +54,7 @@ def run_tool(tool, arguments, environment, redirection="", **options):
 
 
 def run_for_nobody(*run):
-    """Into a pipe that nobody reads."""
+    """Runs with a pipe without a reader."""
     reading, writing = os.pipe()
     os.close(reading)
     with os.fdopen(writing, "w") as pipe:
@@ -64,7 +64,7 @@ def run_for_nobody(*run):
 @unittest.skipUnless(os.path.exists("/dev/full"), "there is no /dev/full")
 class OutputTest(unittest.TestCase):
     def for_each(self, check, asked=(("--help",), ("--version",))):
-        """Check with each tool, what it is asked, and each environment."""
+        """Runs check for each tool, its arguments, and each environment."""
         for tool, ordinary in ORDINARY.items():
             for arguments in (*asked, *ordinary):
                 for environment in environments_for(tool):
@@ -77,7 +77,7 @@ class OutputTest(unittest.TestCase):
 
     @staticmethod
     def lines_of(tool, done):
-        """Of the standard error stream, without the lines with which a core begins and ends."""
+        """The standard error stream without the first and last lines of a core."""
         return [line for line in done.stderr.splitlines()
                 if tool != "ixla-host" or line and not line.startswith("[iXLA]")]
 

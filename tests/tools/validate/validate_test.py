@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""What ixla-validate says about plugins with one flaw each, about files that are no plugins, and
-about its own command line: validate_test.py PROGRAM FLAWED EXAMPLES_DIR PLUGINS_DIR"""
+"""Tests of ixla-validate, with plugins that have one flaw each and with other files:
+validate_test.py PROGRAM FLAWED EXAMPLES_DIR PLUGINS_DIR"""
 
 import glob
 import json
@@ -19,7 +19,7 @@ PROGRAM, FLAWED, EXAMPLES, PLUGINS = (os.path.abspath(path) for path in sys.argv
 CHECKS = ['file', 'loads', 'factory', 'counts', 'interfaces', 'init', 'unknown-id', 'threads',
           'stop', 'unload']
 
-# The flaw, the check that finds it, and what that says.
+# The flaw, the check that finds it, and its message.
 QUICK_FLAWS = [
     ('no plugin', 'factory', 'ixlaGetPlugin returned null'),
     ('exception in factory', 'factory', 'no factory today'),
@@ -56,7 +56,7 @@ SLOW_FLAWS = [
 
 
 def run(*arguments, flaw='', cwd=None, handles=(), **environment):
-    """Runs the program; what it wrote to both streams is in one text."""
+    """Runs the program; the output of both streams is in one text."""
     return subprocess.run([PROGRAM, *arguments], cwd=cwd, pass_fds=handles,
                           env={**os.environ, 'FLAW': flaw, **environment},
                           stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True,
