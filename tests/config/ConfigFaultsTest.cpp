@@ -339,7 +339,7 @@ TEST_F(ConfigFaults, ConversionWithoutMemoryReturnsTheMemoryCode)
     EXPECT_EQ(manager.setInt32(L"net", L"k", 1), -501);
 }
 
-TEST_F(ConfigFaults, StoreFileThatCannotBeMadeIsReportedByTheLoad)
+TEST_F(ConfigFaults, StoreFileThatCannotBeCreatedIsReportedByTheLoad)
 {
     loadID("net");
     PortFaults::fileOpen.armOnThisThread(-13, 0, 1);
@@ -360,7 +360,7 @@ TEST_F(ConfigStoreFaults, FailedDeleteIsLoggedAndKeepsTheFile)
               1);
 }
 
-TEST_F(ConfigStoreFaults, FailedCreationIsLoggedAndTheFileIsGone)
+TEST_F(ConfigStoreFaults, FailedCreationIsLoggedAndTheFileIsLost)
 {
     PortFaults::fileOpen.armOnThisThread(-28, 1);
     EXPECT_EQ(storeIt(), -28);

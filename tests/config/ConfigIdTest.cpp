@@ -387,7 +387,7 @@ TEST_F(ConfigId, UnlistedIdAfterCleanupKeepsTheManagerConfiguration)
     EXPECT_EQ(references(), 2);
 }
 
-TEST_F(ConfigId, KeptManagerConfigurationResolvesNoStorePathAfterCleanup)
+TEST_F(ConfigId, HeldManagerConfigurationResolvesNoStorePathAfterCleanup)
 {
     mapIDs("a = a.prs");
     manager.cleanup();

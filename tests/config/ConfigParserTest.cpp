@@ -119,7 +119,7 @@ TEST_F(ConfigParser, KeysInAnyOrderAreFoundAgain)
     EXPECT_EQ(valueOf(config, "shared.1x"), "<-504>");
 }
 
-TEST_F(ConfigParser, EmptyAttributeNameMakesAValueLine)
+TEST_F(ConfigParser, EmptyAttributeNameIsAValueLine)
 {
     config = byFile("c := 5");
 
@@ -214,7 +214,7 @@ TEST_F(ConfigParser, AppendKeepsTheArgumentsBeforeABadOne)
     EXPECT_THAT(keysOf(config), ElementsAre("a", "b", "c"));
 }
 
-TEST_F(ConfigParser, MissingFileGivesTheOpenFailureAndChangesNothing)
+TEST_F(ConfigParser, MissingFileReturnsTheOpenFailureAndChangesNothing)
 {
     config = byFile("a = 1");
     const PBaseptr<IConfig> before = config;

@@ -44,7 +44,7 @@ TEST_F(ConfigPlugin, OffersOnlyTheManagersId)
     }
 }
 
-TEST_F(ConfigPlugin, ForeignIdGivesNoInstance)
+TEST_F(ConfigPlugin, ForeignIdReturnsNoInstance)
 {
     ASSERT_EQ(plugin->init(), 0);
     IBase* instance = _marker();

@@ -286,7 +286,7 @@ TEST_F(ConfigStore, FirstLookupCreatesAnEmptyFile)
     EXPECT_EQ(storeText(), "");
 }
 
-TEST_F(ConfigStore, MissingDirectoryGivesTheOpenFailure)
+TEST_F(ConfigStore, MissingDirectoryReturnsTheOpenFailure)
 {
     const PBaseptr<IConfigManager> own(new PConfigManager);
     PBaseptr<IConfig> config;

@@ -13,7 +13,7 @@ int callTwice(const PFunctionRef<int()>& iFunction)
 }
 } // namespace
 
-TEST(FunctionRef, CallsTheObjectItWasMadeFrom)
+TEST(FunctionRef, CallsItsObject)
 {
     int calls = 0;
 

@@ -65,7 +65,7 @@ TEST_F(Autostart, FailureBeforeTheLastMatchIsOnlyLogged)
         1, fCore.logCount("E Core [initAutoStartPlugin] Failed to init autostart plugin err: -1"));
 }
 
-TEST_F(Autostart, NameWithoutAMatchIsNoFailure)
+TEST_F(Autostart, NameWithoutAMatchIsNotAFailure)
 {
     EXPECT_EQ(0, init(L"same"));
     EXPECT_EQ(0, PluginHooks::count("alpha.init"));

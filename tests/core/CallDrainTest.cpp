@@ -25,7 +25,7 @@ TEST_F(CallDrain, ClosesTheGate)
     EXPECT_TRUE(fDrain.letCallsLeave(&fGate));
 }
 
-TEST_F(CallDrain, CoreWithoutAGateIsKeptForGood)
+TEST_F(CallDrain, CoreWithoutAGateIsKeptPermanently)
 {
     EXPECT_FALSE(fDrain.letCallsLeave(nullptr));
     fGate.open();

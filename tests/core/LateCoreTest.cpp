@@ -108,7 +108,7 @@ protected:
 } // namespace
 
 // The core starts to count forks now; the porting layer has already counted one.
-TEST_F(LateCore, StopOfAChildThatLoadedItEndsBesideALoadFromAPipe)
+TEST_F(LateCore, StopInAChildEndsDuringALoadFromAPipe)
 {
     const int status = statusOfChild(
         [this]

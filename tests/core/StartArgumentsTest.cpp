@@ -83,7 +83,7 @@ TEST_F(StartArguments, EveryBadValueIsLoggedWithItsCode)
     }
 }
 
-TEST_F(StartArguments, OneWithoutASeparatorIsSkippedAlone)
+TEST_F(StartArguments, OnlyTheOneWithoutASeparatorIsSkipped)
 {
     EXPECT_EQ(0, parse({L"core.log.parts", L"core.log.parts=2"}));
     EXPECT_EQ(2, fArguments.fLogParts);

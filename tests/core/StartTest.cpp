@@ -287,7 +287,7 @@ TEST_F(Start, LibraryWithoutFactoryIsSkipped)
     EXPECT_TRUE(ixlaIsInterfaceAvailable(L"test.twice"));
 }
 
-TEST_F(Start, FileThatIsNoLibraryEndsTheStart)
+TEST_F(Start, FileThatIsNotALibraryEndsTheStart)
 {
     fCore.dir.write("plugins/broken.so", "text");
     fCore.addPlugin("twice", "zz");

@@ -232,7 +232,7 @@ TEST_F(SyncFaults, StopThatCanNeitherAnnounceNorUnlockIsReported)
 }
 
 // The notifier thread ends with the mutex locked, and the stop waits for it forever.
-TEST_F(SyncFaults, AnnouncerThatCannotSignalKeepsTheMutex)
+TEST_F(SyncFaults, AnnouncerThatCannotSignalHoldsTheMutex)
 {
     startWithFaultInReport(PortFaults::condVarNotifyAll);
     std::future<int> stop = std::async(std::launch::async, &ixlaStop);
@@ -244,7 +244,7 @@ TEST_F(SyncFaults, AnnouncerThatCannotSignalKeepsTheMutex)
     endProcess();
 }
 
-TEST_F(SyncFaults, AnnouncerThatCannotUnlockKeepsTheMutex)
+TEST_F(SyncFaults, AnnouncerThatCannotUnlockHoldsTheMutex)
 {
     // The dispatcher has already unlocked; the next unlock is that of the report.
     startWithFaultInReport(PortFaults::mutexUnlock);

@@ -42,7 +42,7 @@ TEST_F(EventDispatcherPlugin, OffersOnlyTheDispatcher)
     EXPECT_EQ(PLiteral(L"com.kelvora.ixla.eventdispatcher"), interfaces[0]);
 }
 
-TEST_F(EventDispatcherPlugin, UnknownInterfaceGivesNull)
+TEST_F(EventDispatcherPlugin, UnknownInterfaceReturnsNull)
 {
     ASSERT_EQ(eIxlaOk, plugin->init());
     IBase* instance = plugin.get();
@@ -57,7 +57,7 @@ TEST_F(EventDispatcherPlugin, HasNoInstanceBeforeInit)
     EXPECT_EQ(nullptr, dispatcher());
 }
 
-TEST_F(EventDispatcherPlugin, InitGivesAWorkingDispatcher)
+TEST_F(EventDispatcherPlugin, InitCreatesAWorkingDispatcher)
 {
     ASSERT_EQ(eIxlaOk, plugin->init());
     ASSERT_NE(nullptr, dispatcher());

@@ -202,7 +202,7 @@ TEST_F(EventDispatcher, DeliveryTakesNoReference)
     EXPECT_EQ(2, during);
 }
 
-TEST_F(EventDispatcher, SubscriptionAloneKeepsAListenerAlive)
+TEST_F(EventDispatcher, SubscriptionHoldsTheListener)
 {
     auto listener = make("L");
     add(listener);

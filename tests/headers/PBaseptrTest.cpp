@@ -94,7 +94,7 @@ protected:
 };
 } // namespace
 
-TEST_F(PBaseptrTest, NullGivesAnEmptyHolder)
+TEST_F(PBaseptrTest, NullCreatesAnEmptyHolder)
 {
     Holder holder(static_cast<Counted*>(nullptr));
     EXPECT_EQ(0u, holder.holders());
@@ -189,7 +189,7 @@ TEST_F(PBaseptrTest, SelfAssignmentChangesNothing)
     EXPECT_EQ(1u, holder.holders());
 }
 
-TEST_F(PBaseptrTest, MoveKeepsTheOneReference)
+TEST_F(PBaseptrTest, MoveTransfersTheReference)
 {
     Holder source(&object);
     const Holder target(std::move(source));
@@ -229,7 +229,7 @@ TEST(PBaseptrLife, AdoptedObjectIsWrapped)
     EXPECT_EQ(1, destroyed);
 }
 
-TEST(PBaseptrThreads, CopyAndDropHoldersOfOneGroup)
+TEST(PBaseptrThreads, CopyAndReleaseHoldersOfOneGroup)
 {
     int destroyed = 0;
     std::vector<std::thread> threads;

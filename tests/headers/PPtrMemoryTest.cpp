@@ -166,7 +166,7 @@ TEST_F(PPtrMemory, AdoptedNullAllocatesNothing)
     EXPECT_EQ(nullptr, holder.get());
 }
 
-TEST_F(PPtrMemory, ArrayBehindAnInterfaceWithoutDestructorIsFreed)
+TEST_F(PPtrMemory, ArrayOfAnInterfaceWithoutDestructorIsFreed)
 {
     const long long before = AllocationFaults::live();
     int freed = 0;

@@ -70,7 +70,7 @@ TEST_F(HostileLibrary, TextFileIsRefused)
     expectRefused("text.so", "invalid ELF header");
 }
 
-TEST_F(HostileLibrary, NamedPipeIsRefusedUnopened)
+TEST_F(HostileLibrary, NamedPipeIsRefusedWithoutOpening)
 {
     const std::string path = fCore.dir.file("plugins/pipe.so");
     ASSERT_EQ(0, mkfifo(path.c_str(), 0600));

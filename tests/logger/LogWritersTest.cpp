@@ -221,7 +221,7 @@ class LogMoved : public LogTest
 };
 } // namespace
 
-TEST_F(LogMoved, FileWithALimitIsNoticedAtTheNextLine)
+TEST_F(LogMoved, FileWithALimitIsDetectedAtTheNextLine)
 {
     init({.maxSize = 100000, .parts = 2});
     info("a");

@@ -151,7 +151,7 @@ TEST_F(LoggerPlugin, LevelIsThatOfTheConfiguration)
     EXPECT_THAT(texts("a.log"), ElementsAre("named"));
 }
 
-TEST_F(LoggerPlugin, NegativeLevelLeavesItAtZero)
+TEST_F(LoggerPlugin, NegativeLevelCountsAsZero)
 {
     setting("level", "-1");
     plugin->init();
@@ -162,7 +162,7 @@ TEST_F(LoggerPlugin, NegativeLevelLeavesItAtZero)
     EXPECT_THAT(texts(), ElementsAre("zero"));
 }
 
-TEST_F(LoggerPlugin, LevelThatIsNoNumberLeavesItAtZero)
+TEST_F(LoggerPlugin, InvalidLevelCountsAsZero)
 {
     setting("level", "high");
     plugin->init();
@@ -328,7 +328,7 @@ TEST_F(LoggerPlugin, LoggerWithoutHolderIsReturnedAgainByItsName)
     EXPECT_EQ(first, get("a").get());
 }
 
-TEST_F(LoggerPlugin, CopyOfTheHolderKeepsTheLogger)
+TEST_F(LoggerPlugin, CopyOfTheHolderHoldsTheLogger)
 {
     plugin->init();
     PBaseptr<ILogger> first = get("a");

@@ -41,7 +41,7 @@ protected:
 };
 } // namespace
 
-TEST_F(LoggerThreads, FetchWriteAndDropLoggersAtOnce)
+TEST_F(LoggerThreads, RequestWriteAndReleaseLoggersAtOnce)
 {
     plugin->init();
 

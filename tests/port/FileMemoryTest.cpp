@@ -89,7 +89,7 @@ TEST_F(FileMemory, ShortLinesAreWrittenWithoutAllocating)
     EXPECT_EQ(0, AllocationFaults::counted());
 }
 
-TEST_F(FileMemory, LongLinesAreWrittenWithoutAllocatingWhenRoomWasMade)
+TEST_F(FileMemory, LongLinesAreWrittenWithoutAllocatingAfterReserve)
 {
     const PString longLine = wide(std::string(20000, 'x'));
     openForWriting();

@@ -323,7 +323,7 @@ TEST_F(FileTest, LinesReadAheadAreNotWrittenAgain)
     EXPECT_EQ("one\ntwo\nthree\nfour\n", dir.read("both.txt"));
 }
 
-TEST_F(FileTest, RoomMadeWhileReadingKeepsTheLinesThatAreLeft)
+TEST_F(FileTest, ReserveWhileReadingKeepsTheRemainingLines)
 {
     dir.write("lines.txt", "first\nsecond\nthird\n");
     PFile file;

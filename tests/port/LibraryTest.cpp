@@ -207,7 +207,7 @@ TEST_F(LibraryTest, BareNameMeansTheWorkingDirectory)
     EXPECT_EQ(0, load("libbare.so"));
 }
 
-TEST_F(LibraryTest, BareNameIsNeverSearchedFor)
+TEST_F(LibraryTest, BareNameIsNotSearched)
 {
     fs::current_path(dir.path());
 
@@ -220,7 +220,7 @@ TEST_F(LibraryTest, MissingFileIsReportedWithTheReason)
     EXPECT_THAT(loadError(), testing::HasSubstr("libnone.so"));
 }
 
-TEST_F(LibraryTest, FileThatIsNoLibraryIsReportedWithTheReason)
+TEST_F(LibraryTest, FileThatIsNotALibraryIsReportedWithTheReason)
 {
     EXPECT_EQ(-8, load(dir.write("libtext.so", "no library at all")));
     EXPECT_THAT(loadError(), testing::HasSubstr("libtext.so"));
@@ -262,7 +262,7 @@ TEST_F(LibraryTest, EveryTruncatedHeaderIsReported)
     }
 }
 
-TEST_F(LibraryTest, FileThatIsNotRegularIsRefusedUnopened)
+TEST_F(LibraryTest, FileThatIsNotRegularIsRefusedWithoutOpening)
 {
     makePipe("pipe.so");
     makeSocket("socket.so");

@@ -19,7 +19,7 @@ unsigned long long memoryUsage()
 }
 } // namespace
 
-TEST(Process, KnowsItsNumber)
+TEST(Process, ReturnsItsId)
 {
     EXPECT_EQ(static_cast<unsigned int>(getpid()), PProcess::getCurrentPID());
 }

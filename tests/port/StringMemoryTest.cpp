@@ -89,7 +89,7 @@ TEST_F(WithoutMemory, ReserveLeavesTheTextAsItWas)
     EXPECT_EQ(PLiteral(L"old"), text);
 }
 
-TEST_F(WithoutMemory, CatMakesDoWithTheExactSize)
+TEST_F(WithoutMemory, CatUsesTheExactSize)
 {
     AllocationFaults::failOnceAfter(0);
     const int res = text.cat(L"er");
@@ -138,7 +138,7 @@ TEST_F(WithoutMemory, KeyValueLeavesBothTextsAsTheyWere)
     EXPECT_EQ(PLiteral(L"v"), value);
 }
 
-TEST_F(WithoutMemory, KeyValueMakesAllTheRoomOfAValueBehindABlankAtOnce)
+TEST_F(WithoutMemory, KeyValueAllocatesAValueAfterABlankAtOnce)
 {
     PString value;
 

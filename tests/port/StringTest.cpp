@@ -221,7 +221,7 @@ TEST(String, TrimKeepsOtherBlanks)
     EXPECT_EQ(3u, text.len());
 }
 
-TEST(ShortString, KeepsShortTextsInsideItself)
+TEST(ShortString, StoresShortTextsInline)
 {
     PShortString<8> text;
     const wchar_t* const inside = text.ptr();

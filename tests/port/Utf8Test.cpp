@@ -384,7 +384,7 @@ TEST(Utf8, PathKeepsLineBreaksAndBytes)
               encodePath({'/', 't', 'm', 'p', '/', 'a', '\n', 'b', 0xDCFF, 0xE9}));
 }
 
-TEST(Utf8, TextWithZeroOrLoneSurrogateIsNoPath)
+TEST(Utf8, TextWithZeroOrLoneSurrogateIsNotAPath)
 {
     EXPECT_EQ("no path", encodePath({'a', 0}));
     EXPECT_EQ("no path", encodePath({0xD800}));

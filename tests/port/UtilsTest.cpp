@@ -100,7 +100,7 @@ TEST(Utils, ReadsUint64)
                                       {L"-0", 0, 0}});
 }
 
-TEST(Utils, TextThatIsNoNumberIsRefused)
+TEST(Utils, TextThatIsNotANumberIsRefused)
 {
     for (const wchar_t* text :
          {L"", L" ", L"abc", L"1x", L"x1", L"1 2", L"+", L"-", L"--1", L"+-1", L"- 1", L"1.0",
@@ -155,7 +155,7 @@ TEST(Utils, ReadsTruthInAnyCase)
     }
 }
 
-TEST(Utils, TextThatIsNoTruthIsRefused)
+TEST(Utils, TextThatIsNotATruthValueIsRefused)
 {
     for (const wchar_t* text : {L"", L"2", L"t", L"truee", L"true false", L"tru", L"-1", L"01"})
     {
@@ -192,7 +192,7 @@ TEST(Utils, EmptyTextIsAnEmptyBlock)
     EXPECT_EQ(0u, size);
 }
 
-TEST(Utils, TextThatIsNoBytesIsRefused)
+TEST(Utils, TextThatIsNotBytesIsRefused)
 {
     for (const wchar_t* text : {L"0", L"0g", L"00 11", L"0x", L"-1", L"123", L"@A", L"\u00e0a"})
     {

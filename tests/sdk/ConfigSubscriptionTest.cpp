@@ -51,7 +51,7 @@ TEST_F(ConfigSubscriptionTest, ReceivesOnlyChangesOfItsConfiguration)
     EXPECT_EQ((std::vector<std::string>{"first", "second"}), fKeys);
 }
 
-TEST_F(ConfigSubscriptionTest, EndsWhenItGoesOutOfScope)
+TEST_F(ConfigSubscriptionTest, EndsWithItsScope)
 {
     {
         PConfigSubscription subscription;

@@ -237,7 +237,7 @@ TEST(PluginAloneTest, OffersNothingByDefault)
     EXPECT_EQ(0u, count);
 }
 
-TEST(PluginAloneTest, UnknownIdGivesNull)
+TEST(PluginAloneTest, UnknownIdReturnsNull)
 {
     const auto plugin = PBaseptr<IPlugin>::adopt(ixlaNewPlugin<OwnPlugin>());
     IBase* instance = plugin.get();

@@ -63,7 +63,7 @@ protected:
     std::promise<void> fLeave;
 };
 
-TEST_F(SubscriptionTest, DeliversUntilItGoesOutOfScope)
+TEST_F(SubscriptionTest, DeliversUntilItsScopeEnds)
 {
     {
         PSubscription subscription;

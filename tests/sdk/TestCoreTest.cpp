@@ -71,7 +71,7 @@ TEST(TestCoreTest, StopsAndCleansUpWhenATestThrows)
     EXPECT_EQ(eIxlaCoreNotStarted, ixlaStop());
 }
 
-TEST(TestCoreTest, KeepsTheDirectoryWhenAskedTo)
+TEST(TestCoreTest, KeepsTheDirectoryOnRequest)
 {
     setenv("IXLAL_TESTKIT_KEEP", "1", 1);
     fs::path directory;
