@@ -205,8 +205,8 @@ int PConfigManager::nl_appendByID(const PLiteral& iID, const PBaseptr<IConfig>& 
     {
         return result == eIxlaNotFound ? eIxlaOk : result;
     }
-    // After cleanup() nobody breaks the cycle through the manager's configuration, which isn't
-    // needed any more.
+    // After cleanup() the cycle through the manager's configuration is not broken any more, and the
+    // configuration is not needed.
     if (fClosed)
     {
         (void)fFiles.nl_takeManagerConfig();

@@ -79,7 +79,7 @@ public:
     virtual ~PConfigManager();
 
     /// Marks the manager as closed and releases its two configurations, so that releasing the last
-    /// other reference destroys it. Other threads may go on using the manager.
+    /// other reference destroys it. Other threads may continue to use the manager.
     void cleanup() noexcept;
 
     /// As cleanup(), but waits at most iMilliseconds for the lock, because reading a file may take

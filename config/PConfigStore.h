@@ -29,7 +29,7 @@ class PConfigStore
 {
 public:
     /// The store file is read by an operation of ioManager, which owns all four. While iClosed is
-    /// set, what is read doesn't hold the manager.
+    /// set, a configuration that is read holds no reference to the manager.
     PConfigStore(IConfigManager& ioManager, PConfigFiles& ioFiles, PConfigLog& ioLog,
                  const std::atomic<bool>& iClosed) noexcept;
 

@@ -6,7 +6,7 @@
 
 #include <type_traits>
 
-/// How a PPtr frees what it holds.
+/// The kind of memory that a PPtr frees.
 enum EPtrType
 {
     ePtrObject = 0, ///< a single object, freed with delete

@@ -12,7 +12,7 @@
 
 namespace
 {
-/// Notes who sends what.
+/// Records the events and their senders.
 class Dispatcher final : public Counted<IEventDispatcher>
 {
 public:
