@@ -3,8 +3,9 @@
 #ifndef IXLAL_PLOGSINK_H
 #define IXLAL_PLOGSINK_H
 
+#include "PLogIdentity.h"
+#include "PLogPath.h"
 #include "PLogTurn.h"
-#include "portinglayer/PLiteral.h"
 
 #include <string>
 #include <string_view>
@@ -25,11 +26,6 @@ struct PLogLimits
 class PLogSink
 {
 public:
-    /// Converts iFile to the bytes of an absolute path, so that a later change of the working
-    /// directory does not move the log. Returns 0, or -22 for a text that is not a path. Throws
-    /// std::bad_alloc.
-    static int resolve(const PLiteral& iFile, std::string& oPath);
-
     /// Throws std::bad_alloc. iNew empties the file when it is first opened.
     PLogSink(const std::string& iPath, bool iNew, const PLogLimits& iLimits);
     ~PLogSink();
@@ -46,33 +42,24 @@ public:
 
 private:
     int openHandle() const noexcept;
-    int makeDirectories() noexcept;
     void examine() noexcept;
     bool isLimited() const noexcept;
     int makeRoom(std::size_t iSize, unsigned int iLines) noexcept;
     bool isMovedAway(unsigned long long& oSize) const noexcept;
-    bool isOpened(unsigned long long iDevice, unsigned long long iNode) const noexcept;
     void catchUp(unsigned long long iSize) noexcept;
-    int openReader() const noexcept;
     void readOn(unsigned long long iFrom) noexcept;
-    void countLines(int iReader, unsigned long long iFrom) noexcept;
     bool isFull(std::size_t iSize, unsigned int iLines) const noexcept;
     bool rotate() noexcept;
-    bool moveAside() noexcept;
-    void partName(unsigned int iPart, std::string& oName) const noexcept;
     int append(std::string_view iBytes) noexcept;
     void cutOff(std::size_t iSize) noexcept;
     void close() noexcept;
 
-    const std::string fPath;
+    PLogPath fPath;
     const PLogLimits fLimits;
-    std::string fFrom; ///< room for the longest name that rotation composes, as fTo
-    std::string fTo;
     bool fNew;
     int fHandle; ///< -1 while closed
     PLogTurn fTurn;
-    unsigned long long fDevice; ///< identifies the open file, together with fNode
-    unsigned long long fNode;
+    PLogIdentity fIdentity; ///< of the open file
     bool fRegular;
     bool fTorn;                ///< the file does not end with a line end
     unsigned long long fSize;  ///< of the file, as last known

@@ -2,6 +2,7 @@
 #include "PLogger.h"
 
 #include "PLogFile.h"
+#include "PLogPath.h"
 #include "PLogText.h"
 #include "portinglayer/PCancelGuard.h"
 
@@ -72,7 +73,7 @@ int PLogger::init(const PLiteral& iFile, const PLiteral& iTag, bool iNew, unsign
     try
     {
         std::string path;
-        const int result = PLogSink::resolve(iFile, path);
+        const int result = PLogPath::resolve(iFile, path);
         if (result != 0)
         {
             return result;

@@ -65,7 +65,6 @@ class Drawing(unittest.TestCase):
                 ("condition-true", "core/PCallGate.h", "fetch_add(1)", "true))"),
                 ("operand-dropped", "core/PCoreLifetime.cpp", "!change.granted() || getCore()", "if ("),
                 ("operand-dropped", sink, "state.st_size != end ||", "!= 0 ||"),
-                ("name-confused", sink, "F_DUPFD_CLOEXEC", "F_DUPFD,"),
                 ("name-confused", "port/portinglayer/PDescriptor.cpp", "F_DUPFD_CLOEXEC", "F_DUPFD,"),
                 ("comparison-changed", clock, "tv_sec != fSecond", "tv_sec > fSecond"),
                 ("boundary-moved", "port/portinglayer/PLibraryImage.cpp", "> iSize", ">= iSize")):
