@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Static checks of the sources: check-static.sh [spelling|cppcheck|tidy|tools|tests]
-# Without an argument: codespell on the whole tree, cppcheck on all sources, and clang-tidy on the
-# product and the examples with a limit on the paths that its analyzer follows through a function.
+# Static checks of the sources: check-static.sh [spelling|sizes|cppcheck|tidy|tools|tests]
+# Without an argument: codespell on the whole tree, the sizes of sources and classes, cppcheck on all
+# sources, and clang-tidy on the product and the examples with a limit on the paths that its analyzer
+# follows through a function.
 # tidy: without that limit, which takes twice as long. tools, tests: clang-tidy on these, which takes
 # long.
 # Any finding fails. What clang-tidy looks for is in .clang-tidy, here and in examples/ and tests/;
@@ -16,13 +17,13 @@ product=(include port core config events logging examples)
 out=build/static
 path_limit=()
 
-# complains REPORT WANTED...: whether the report about unsound.cpp has a line with each text.
+# complains REPORT WANTED...: whether the report about a sample has a line with each text.
 complains() {
     local report=$1 wanted
     shift
     for wanted in "$@"; do
         if ! grep -q -- "$wanted" "$report"; then
-            echo "Nothing like $wanted about tests/static/unsound.cpp" >&2
+            echo "Nothing like $wanted in $report about the sample in tests/static" >&2
             return 1
         fi
     done
@@ -36,6 +37,20 @@ check_spelling() {
     fi
     codespell
     echo "codespell found nothing"
+}
+
+# The sample has a class with one member too many, and here one line too many.
+check_sizes() {
+    local sample=$out/large.h sources
+    yes // | head -n "$((401 - $(wc -l <tests/static/large.h)))" |
+        cat tests/static/large.h - >"$sample"
+    if scripts/check_sizes.py "$sample" >"$out/sizes.txt"; then
+        echo "check_sizes.py accepts a large class" >&2
+        return 1
+    fi
+    complains "$out/sizes.txt" 'large.h: 401 lines' 'PLarge: 26 members'
+    mapfile -t sources < <(find include port core config events logging -name '*.h' -o -name '*.cpp')
+    scripts/check_sizes.py "${sources[@]}"
 }
 
 # run_cppcheck PLATFORM ARGUMENTS...
@@ -134,6 +149,7 @@ mkdir -p "$out"
 case ${1:-all} in
 all)
     check_spelling
+    check_sizes
     check_cppcheck
     # A fifth of the default; nearly all functions need fewer.
     for argument in -Xclang -analyzer-config -Xclang max-nodes=50000; do
@@ -143,6 +159,9 @@ all)
     ;;
 spelling)
     check_spelling
+    ;;
+sizes)
+    check_sizes
     ;;
 cppcheck)
     check_cppcheck
@@ -154,7 +173,7 @@ tools | tests)
     check_tidy "$1"
     ;;
 *)
-    echo "Usage: check-static.sh [spelling|cppcheck|tidy|tools|tests]" >&2
+    echo "Usage: check-static.sh [spelling|sizes|cppcheck|tidy|tools|tests]" >&2
     exit 2
     ;;
 esac

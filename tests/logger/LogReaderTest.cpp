@@ -16,8 +16,8 @@ class LogReader : public testing::Test
 protected:
     PLogIdentity identity() const
     {
-        struct stat state = {};
-        EXPECT_EQ(0, ::stat(file.c_str(), &state));
+        struct stat64 state = {}; // a 32-bit stat refuses large numbers
+        EXPECT_EQ(0, ::stat64(file.c_str(), &state));
         return {state.st_dev, state.st_ino};
     }
 
