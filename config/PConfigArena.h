@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// PConfigArena: the memory of the texts and records that a configuration has read.
+// PConfigArena: the memory of a configuration's records, and of the texts that it has read.
 #ifndef IXLAL_PCONFIGARENA_H
 #define IXLAL_PCONFIGARENA_H
 

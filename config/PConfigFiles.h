@@ -41,7 +41,7 @@ public:
     /// loaded, -3003 without a name, or -501.
     int nl_readStoreName(PString& oName);
 
-    /// Appends the listed IDs.
+    /// Appends the listed IDs. The manager's configuration must be loaded.
     void nl_appendIDs(std::vector<PString>& ioIDs) const;
 
     /// The path of a file: redirected if there is a redirection, and in the directory of

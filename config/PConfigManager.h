@@ -25,9 +25,10 @@ struct PReadFault;
 /// PBaseptr before its first use, because every configuration that it creates holds a reference to
 /// it.
 ///
-/// One recursive lock guards all of its parts. It is held while files are read and written and
-/// while lines are logged. It is never held while the core is asked for a service or an event is
-/// sent. Operations that cannot lock return the mutex's code and do nothing.
+/// One recursive lock guards all of its parts. It is held while the files of an ID and the store
+/// are read and written and while lines are logged, and not while a file or arguments are loaded or
+/// appended. It is never held while the core is asked for a service or an event is sent. Operations
+/// that cannot lock return the mutex's code and do nothing.
 ///
 /// The store and the manager's own configuration hold references to the manager, as every
 /// configuration does; cleanup() breaks that cycle.
@@ -112,7 +113,8 @@ public:
     int findValues(const PLiteral& iID, const PLiteral& iKey, PConfigValue*& oDynamic,
                    PConfigValue*& oStored) noexcept;
 
-    /// Reads the store unless it was read before. Returns 0 or the code of reading.
+    /// Reads the store unless it was read before. Returns 0, -501, the mutex's code, or
+    /// the code of reading.
     int needLoadedStore() noexcept;
 
     ///@{

@@ -21,7 +21,8 @@ public:
     PAutostart& operator=(const PAutostart&) = delete;
 
     /// Initialises every plugin whose library has this file name. One that is unloaded meanwhile is
-    /// destroyed after its init. Returns the result of the last one, and 0 when there is none.
+    /// destroyed after its init. Returns the result of the last one, 0 when there is none, or -1013
+    /// or -1014 when the records cannot be locked or unlocked.
     int initAutoStartPlugin(const PLiteral& iPluginName);
 
 private:

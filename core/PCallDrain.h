@@ -21,9 +21,9 @@ public:
     PCallDrain(const PCallDrain&) = delete;
     PCallDrain& operator=(const PCallDrain&) = delete;
 
-    /// Closes the gate and waits for the calls inside, and for those that use the configuration
-    /// manager. False when the core must never be destroyed. The gate is null in a child that was
-    /// forked during the start or the stop.
+    /// Closes the gate and waits for the calls inside. Then closes the configuration manager, and
+    /// waits for a call that holds its lock. False when the core must never be destroyed. The gate
+    /// is null in a child that was forked during the start or the stop.
     bool letCallsLeave(PCallGate* iGate) noexcept;
 
     /// Adds the core to the list of those that are never destroyed, with the gate through which its

@@ -8,9 +8,10 @@
 
 class PLogger;
 
-/// The mutex guards the init states of all plugin records, the list of records from the start on,
-/// and the exit flag. Plugin code runs with the mutex released, except the destruction of a plugin
-/// that is being unloaded. The loader is never called with it held.
+/// The mutex guards the init states and uses of all plugin records, the list of records from the
+/// start on, the list of waiting threads, and the exit flag. Plugin code runs with the mutex
+/// released, except the destruction of a plugin that is being unloaded. The loader is never called
+/// with it held.
 class PCoreLock
 {
 public:

@@ -13,7 +13,8 @@ class PCoreServices;
 class PThread;
 
 /// A listener may never return, so the stop sends the event on another thread and abandons that
-/// after a time limit. The abandoned thread uses only the shared notice, and not this object.
+/// after a time limit. The abandoned thread uses only the shared notice and its own reference to
+/// the dispatcher, and not this object.
 class PExitNotifier
 {
 public:

@@ -8,7 +8,7 @@
 /// As ixlaGetInstance, but takes a reference, which the caller releases. The reference is taken
 /// inside the call, when the stop cannot destroy the object yet; a borrowed pointer may be invalid
 /// before the caller can take a reference. Returns 0, the codes of ixlaGetInstance, or -2002 when
-/// the plugin returned no object. Allocates nothing itself. [any thread]
+/// the plugin returned no object. Allocates nothing itself. Defined in Ixla.cpp. [any thread]
 int ixlaHoldInstance(const PLiteral& iInterfaceId, IBase*& oInstance);
 
 /// Holds a reference to a service until the end of its scope. A caller that needs the service

@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
 # Checks the lock annotations of the product's sources with clang: check-locks.sh
-# Every member that a lock guards, and every function that requires a lock, is annotated (see
-# port/portinglayer/PThreadSafety.h). A use without the lock is an error.
+# Every annotated member and every function that requires a lock is checked (see
+# port/portinglayer/PThreadSafety.h); the records of plugins are not annotated. A use without the
+# lock is an error.
 set -eu
 
 root=$(cd "$(dirname "$0")/.." && pwd)
