@@ -6,8 +6,8 @@
 #include "portinglayer/PBlank.h"
 #include "portinglayer/PString.h"
 
-/// Uses memory of its creator, which must outlive it, and the heap for later texts that do not fit
-/// there. Copies have their own memory.
+/// May use memory of its creator, which must outlive it. Other texts, and later ones that do not
+/// fit there, are on the heap. Copies have their own memory.
 class PConfigText : public PString
 {
 public:

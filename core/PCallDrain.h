@@ -27,7 +27,7 @@ public:
     bool letCallsLeave(PCallGate* iGate) noexcept;
 
     /// Adds the core to the list of those that are never destroyed, with the gate through which its
-    /// calls leave; null as above.
+    /// calls leave; null in such a child.
     void keep(PCore& iCore, PCallGate* iGate) noexcept;
 
 private:

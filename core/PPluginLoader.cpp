@@ -171,7 +171,7 @@ IXLA_PASSES_THREAD_END int PPluginLoader::createPlugin(PLibrary& iLibrary,
 }
 
 // cppcheck-suppress passedByValue ; holds its own references while it calls the plugin
-// NOLINTNEXTLINE(performance-unnecessary-value-param): holds its own references, see above
+// NOLINTNEXTLINE(performance-unnecessary-value-param): its references outlast calls of the plugin
 int PPluginLoader::processPlugin(PBaseptr<IPlugin> iPlugin, PPtr<PLibrary> iLibrary)
 {
     if (iLibrary)

@@ -100,8 +100,7 @@ int PStartArguments::parseOne(const PString& iKey, const PString& iValue, PLogge
     }
     if (iKey.cmp(L"core.log.maxcount") == 0)
     {
-        // Unlike the other numbers, a bad count does not fail the start: it is logged, and the log
-        // has no such limit.
+        // Unlike the other numbers, a bad count does not fail the start: the log has no such limit.
         _parseLevel(iLogger, iKey, iValue, fLogMaxCount);
         return eIxlaOk;
     }

@@ -13,7 +13,8 @@ class PStartArguments
 public:
     /// Reads iCount arguments of the form key=value. A later one of the same key has precedence,
     /// and one without "=" is skipped. Returns 0, -501, or -502 for a value that is invalid for its
-    /// key, which is logged; iLogger may be null. May throw std::bad_alloc.
+    /// key; a bad core.log.maxcount sets no limit instead. Bad values are logged unless iLogger is
+    /// null, as in a start, whose log does not exist yet. May throw std::bad_alloc.
     int parse(const PString* iArgs, unsigned int iCount, PLogger* iLogger);
 
     PString fCorePrsFile;

@@ -104,7 +104,7 @@ void PExplanation::addStore(const PConfigView& iView)
     PBaseptr<IConfig> store;
     layer.result = iView.manager().loadByFile(layer.path, store);
     PConfigFile file;
-    static_cast<void>(file.read(layer.path)); // ignored as above
+    static_cast<void>(file.read(layer.path)); // layer.result has the code
     layer.brokenLine = layer.result == eIxlaBadConfigLine ? file.brokenLine() : 0;
     fLayers.push_back(layer);
     PString key(fID);

@@ -28,7 +28,7 @@ int _addedReferences(const PLiteral& iId, IBase& ioInstance)
 {
     IBase* again = nullptr;
     const int before = ioInstance.incRef();
-    (void)ixlaGetInstance(iId, again); // succeeded before
+    (void)ixlaGetInstance(iId, again); // a failed request adds none
     const int after = ioInstance.incRef();
     ioInstance.decRef();
     ioInstance.decRef();
