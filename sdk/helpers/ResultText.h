@@ -64,7 +64,7 @@ inline IxlaResultDescription ixlaDescribeResult(int iResult)
     case eIxlaPluginNotFound:
         return {"eIxlaPluginNotFound", "no such plugin"};
     case eIxlaUnknownInterface:
-        return {"eIxlaUnknownInterface", "nobody offers the interface ID"};
+        return {"eIxlaUnknownInterface", "no plugin offers the interface ID"};
     case eIxlaNoInstance:
         return {"eIxlaNoInstance", "the service is not there yet, or no longer"};
     case eIxlaInitFailed:
@@ -88,9 +88,9 @@ inline IxlaResultDescription ixlaDescribeResult(int iResult)
     }
 }
 
-/// The code, its constant and its meaning in one text: "-2001 (eIxlaUnknownInterface: nobody offers
-/// the interface ID)". A code of the operating system gets the system's text; an unknown code is
-/// only its number. May throw std::bad_alloc. [any thread]
+/// The code, its constant and its meaning in one text: "-2001 (eIxlaUnknownInterface: no plugin
+/// offers the interface ID)". A code of the operating system gets the system's text; an unknown code
+/// is only its number. May throw std::bad_alloc. [any thread]
 inline std::string ixlaResultText(int iResult)
 {
     const IxlaResultDescription known = ixlaDescribeResult(iResult);

@@ -36,7 +36,7 @@ def memory_text(size: int) -> str:
 CODES = {-501: "out of memory", -1007: "another plugin offers the interface ID already",
          -1008: "the library has no factory ixlaGetPlugin",
          -1009: "the factory returned no plugin",
-         -2001: "nobody offers the interface ID", -2003: "the plugin failed to initialise",
+         -2001: "no plugin offers the interface ID", -2003: "the plugin failed to initialise",
          -2004: "the plugin asked for itself while initialising"}
 
 
