@@ -3,7 +3,7 @@
 
 add_library(ixlal_flags INTERFACE)
 # No warnings in a 32-bit sanitizer build: the product's own build reports them.
-if(NOT CMAKE_CXX_FLAGS MATCHES "-m32 -fsanitize")
+if(NOT CMAKE_CXX_FLAGS MATCHES "-m32 -fsanitize" AND NOT IXLAL_BUILD_SCHEDULES)
     target_compile_options(ixlal_flags INTERFACE
         -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror)
 endif()
@@ -52,8 +52,9 @@ function(ixlal_library target file_name)
     target_link_libraries(${target} PRIVATE ixlal_flags PUBLIC ixlal_headers)
     target_link_options(${target} PRIVATE
         -Wl,--version-script=${script} -Wl,-z,relro,-z,now -Wl,--as-needed
-        # Fuzzers contain the runtime of clang's sanitizers; the libraries do not.
-        $<$<NOT:$<BOOL:${IXLAL_BUILD_FUZZERS}>>:-Wl,--no-undefined>)
+        # Fuzzers contain the runtime of clang's sanitizers, schedule tests their own; the libraries
+        # do not.
+        $<$<NOT:$<OR:$<BOOL:${IXLAL_BUILD_FUZZERS}>,$<BOOL:${IXLAL_BUILD_SCHEDULES}>>>:-Wl,--no-undefined>)
 endfunction()
 
 # ixlal_compile_small(TARGET SOURCES...): compiles sources for size. For code that runs only when a

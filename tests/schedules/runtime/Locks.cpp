@@ -1,0 +1,120 @@
+// SPDX-License-Identifier: MIT
+#include "Locks.h"
+
+#include <cerrno>
+#include <climits>
+
+namespace schedules
+{
+namespace
+{
+void _acquired(SyncObject& ioLock, Thread& ioMe, unsigned iDepth, bool iTried)
+{
+    ioLock.owner = &ioMe;
+    ioLock.depth = iDepth;
+    ioMe.clock.join(ioLock.clock);
+    Scheduler::locked(ioLock, iTried);
+}
+
+void _released(SyncObject& ioLock, Thread& ioMe)
+{
+    ioLock.clock = ioMe.clock;
+    ioMe.tick();
+    ioLock.owner = nullptr;
+    ioLock.depth = 0;
+    Scheduler::unlocked(ioLock);
+    Scheduler::wake(Op::eLock, ioLock.address, UINT_MAX);
+}
+} // namespace
+
+const void* Locks::loader()
+{
+    static const char sLoader = 0;
+    return &sLoader;
+}
+
+int Locks::lock(const volatile void* iMutex, bool iRecursive, bool iErrorCheck,
+                std::uint64_t iDeadline)
+{
+    Thread& me = *Scheduler::current();
+    Scheduler::point(Op::eLock, iMutex);
+    SyncObject& mutex = SyncTable::at(iMutex);
+    if (mutex.owner == &me && (iRecursive || iErrorCheck))
+    {
+        mutex.depth += iRecursive ? 1 : 0;
+        return iRecursive ? 0 : EDEADLK;
+    }
+    if (Scheduler::isFault(FaultPlan::eLock))
+    {
+        return EAGAIN;
+    }
+    while (mutex.owner)
+    {
+        if (!Scheduler::wait(Op::eLock, iMutex, iDeadline) && mutex.owner)
+        {
+            return ETIMEDOUT;
+        }
+    }
+    _acquired(mutex, me, 1, iDeadline != kNever);
+    return 0;
+}
+
+int Locks::tryLock(const volatile void* iMutex, bool iRecursive)
+{
+    Thread& me = *Scheduler::current();
+    Scheduler::point(Op::eTryLock, iMutex);
+    SyncObject& mutex = SyncTable::at(iMutex);
+    if (mutex.owner == &me && iRecursive)
+    {
+        ++mutex.depth;
+        return 0;
+    }
+    if (mutex.owner)
+    {
+        return EBUSY;
+    }
+    _acquired(mutex, me, 1, true);
+    return 0;
+}
+
+int Locks::unlock(const volatile void* iMutex)
+{
+    Thread& me = *Scheduler::current();
+    Scheduler::point(Op::eUnlock, iMutex);
+    SyncObject& mutex = SyncTable::at(iMutex);
+    if (mutex.owner != &me)
+    {
+        Scheduler::failAt(Outcome::eMisuse, "a mutex is unlocked by a thread that does not hold it",
+                          reinterpret_cast<std::uintptr_t>(iMutex));
+    }
+    if (--mutex.depth == 0)
+    {
+        _released(mutex, me);
+    }
+    return 0;
+}
+
+unsigned Locks::release(const volatile void* iMutex)
+{
+    Thread& me = *Scheduler::current();
+    SyncObject& mutex = SyncTable::at(iMutex);
+    if (mutex.owner != &me)
+    {
+        Scheduler::failAt(Outcome::eMisuse, "a thread waits with a mutex that it does not hold",
+                          reinterpret_cast<std::uintptr_t>(iMutex));
+    }
+    const unsigned depth = mutex.depth;
+    _released(mutex, me);
+    return depth;
+}
+
+void Locks::reacquire(const volatile void* iMutex, unsigned iDepth)
+{
+    SyncObject& mutex = SyncTable::at(iMutex);
+    while (mutex.owner)
+    {
+        Scheduler::wait(Op::eLock, iMutex);
+    }
+    _acquired(mutex, *Scheduler::current(), iDepth, false);
+}
+} // namespace schedules

@@ -1,0 +1,217 @@
+// SPDX-License-Identifier: MIT
+// ixlal-schedules: runs schedules of the scenarios.
+
+#include "Runner.h"
+#include "ScratchDir.h"
+#include "Search.h"
+
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <exception>
+#include <iostream>
+#include <string>
+#include <sys/personality.h>
+#include <unistd.h>
+#include <vector>
+
+using namespace schedules;
+
+namespace
+{
+struct Options
+{
+    std::vector<std::string> scenarios;
+    std::vector<std::string> replays;
+    std::string save;
+    std::string method = "pct";
+    std::uint64_t seed = 1;
+    unsigned depth = 3;
+    unsigned preemptions = 2;
+    Limits limits;
+    bool list = false;
+    bool exhaustive = false;
+    bool faults = false;
+    bool noRaces = false;
+    bool explain = false;
+};
+
+/// Addresses have to be the same in every schedule.
+void _withoutRandomAddresses(char** iArguments)
+{
+    const int wanted = personality(0xffffffff) | ADDR_NO_RANDOMIZE;
+    if (personality(0xffffffff) != wanted && personality(static_cast<unsigned long>(wanted)) >= 0)
+    {
+        execv("/proc/self/exe", iArguments);
+    }
+}
+
+const Scenario* _find(const std::string& iName)
+{
+    for (const Scenario* scenario = Scenario::first(); scenario; scenario = scenario->next())
+    {
+        if (iName == scenario->name())
+        {
+            return scenario;
+        }
+    }
+    return nullptr;
+}
+
+std::vector<const Scenario*> _chosen(const Options& iOptions)
+{
+    std::vector<const Scenario*> chosen;
+    for (const std::string& name : iOptions.scenarios)
+    {
+        const Scenario* scenario = _find(name);
+        if (!scenario)
+        {
+            throw std::runtime_error("no such scenario: " + name);
+        }
+        chosen.push_back(scenario);
+    }
+    if (iOptions.scenarios.empty())
+    {
+        for (const Scenario* scenario = Scenario::first(); scenario; scenario = scenario->next())
+        {
+            if (!iOptions.exhaustive || scenario->allowed().small)
+            {
+                chosen.push_back(scenario);
+            }
+        }
+    }
+    return chosen;
+}
+
+void _report(Search& ioSearch, const Options& iOptions, const Searched& iSearched)
+{
+    const ScheduleFile shortest = ioSearch.minimised(*iSearched.failure, iSearched.outcome);
+    const std::string text = ioSearch.explained(shortest);
+    std::cout << shortest.decisions.size() << " of " << iSearched.failure->decisions.size()
+              << " decisions are needed\n"
+              << text;
+    if (!iOptions.save.empty())
+    {
+        const std::string path = iOptions.save + "/" + shortest.scenario + ".schedule";
+        shortest.write(path, text);
+        std::cout << "Written to " << path << "; run it again with --replay\n";
+    }
+}
+
+bool _search(Runner& ioRunner, const Scenario& iScenario, const Options& iOptions)
+{
+    Search search(ioRunner, iScenario);
+    Plan plan;
+    plan.method = iOptions.method == "walk" ? Method::eWalk : Method::ePct;
+    plan.seed = iOptions.seed;
+    plan.depth = iOptions.depth;
+    plan.races = !iOptions.noRaces;
+    const Searched done = iOptions.exhaustive
+                              ? search.exhaustive(iOptions.preemptions, iOptions.limits)
+                              : search.random(plan, iOptions.limits, iOptions.faults);
+    std::printf(
+        "%-44s %8llu schedules, %8llu different, %6llu points each, %7.1f s, %6.0f/s%s: %s\n",
+        iScenario.name(), static_cast<unsigned long long>(done.runs),
+        static_cast<unsigned long long>(done.different),
+        static_cast<unsigned long long>(done.points / std::max<std::uint64_t>(done.runs, 1)),
+        done.seconds, static_cast<double>(done.runs) / std::max(done.seconds, 1e-9),
+        iOptions.exhaustive ? (done.complete ? ", all" : ", not all") : "",
+        outcomeName(done.outcome));
+    std::fflush(stdout);
+    if (done.failure)
+    {
+        _report(search, iOptions, done);
+    }
+    return !done.failure;
+}
+
+bool _replay(Runner& ioRunner, const std::string& iPath, const Options& iOptions)
+{
+    const ScheduleFile schedule = ScheduleFile::read(iPath);
+    const Scenario* scenario = _find(schedule.scenario);
+    if (!scenario)
+    {
+        throw std::runtime_error(iPath + ": no such scenario: " + schedule.scenario);
+    }
+    Search search(ioRunner, *scenario);
+    const Outcome outcome = search.replay(schedule);
+    std::cout << iPath << ": " << outcomeName(outcome) << '\n';
+    if (outcome != Outcome::ePassed || iOptions.explain)
+    {
+        std::cout << search.explained(schedule);
+    }
+    return outcome == Outcome::ePassed;
+}
+
+bool _runAll(const Options& iOptions)
+{
+    bool passed = true;
+    const ScratchDir directory;
+    Runner runner;
+    for (const std::string& path : iOptions.replays)
+    {
+        passed = _replay(runner, path, iOptions) && passed;
+    }
+    if (iOptions.replays.empty())
+    {
+        for (const Scenario* scenario : _chosen(iOptions))
+        {
+            passed = _search(runner, *scenario, iOptions) && passed;
+        }
+    }
+    return passed;
+}
+
+void _list()
+{
+    for (const Scenario* scenario = Scenario::first(); scenario; scenario = scenario->next())
+    {
+        std::cout << scenario->name() << (scenario->allowed().small ? " (small)" : "")
+                  << (scenario->allowed().faults ? " (faults)" : "") << '\n';
+    }
+}
+
+void _describe(CLI::App& ioApp, Options& oOptions)
+{
+    ioApp.add_flag("--list", oOptions.list, "Print the names of the scenarios");
+    ioApp.add_option("--scenario", oOptions.scenarios, "Only this scenario; may be repeated");
+    ioApp.add_option("--runs", oOptions.limits.runs, "Schedules of each scenario (1000)");
+    ioApp.add_option("--seconds", oOptions.limits.seconds, "At most so long for each scenario");
+    ioApp.add_option("--seed", oOptions.seed,
+                     "Seed of the first schedule (1); the next one has the next");
+    ioApp.add_option("--method", oOptions.method, "pct or walk")
+        ->check(CLI::IsMember({"pct", "walk"}));
+    ioApp.add_option("--depth", oOptions.depth, "Depth of pct (3)")->check(CLI::Range(1, 9));
+    ioApp.add_flag("--exhaustive", oOptions.exhaustive, "All schedules with few preemptions");
+    ioApp.add_option("--preemptions", oOptions.preemptions, "At most so many (2)");
+    ioApp.add_flag("--faults", oOptions.faults, "Let calls fail where the scenario allows it");
+    ioApp.add_flag("--no-races", oOptions.noRaces, "Without the race detector, twice as fast");
+    ioApp.add_option("--replay", oOptions.replays,
+                     "Run the schedule of this file; may be repeated");
+    ioApp.add_flag("--explain", oOptions.explain, "Describe a replayed schedule that passes, too");
+    ioApp.add_option("--save", oOptions.save, "Write the schedules that fail to this directory")
+        ->check(CLI::ExistingDirectory);
+}
+} // namespace
+
+int main(int iCount, char** iArguments)
+{
+    _withoutRandomAddresses(iArguments);
+    CLI::App app("Runs schedules of the scenarios. Exits with 1 when one fails.");
+    Options options;
+    _describe(app, options);
+    CLI11_PARSE(app, iCount, iArguments);
+    try
+    {
+        if (options.list)
+        {
+            _list();
+            return 0;
+        }
+        return _runAll(options) ? 0 : 1;
+    }
+    catch (const std::exception& error)
+    {
+        std::cerr << "ixlal-schedules: " << error.what() << '\n';
+        return 2;
+    }
+}

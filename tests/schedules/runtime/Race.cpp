@@ -1,0 +1,268 @@
+// SPDX-License-Identifier: MIT
+#include "Race.h"
+
+#include "Heap.h"
+#include "Memory.h"
+#include "Scheduler.h"
+#include "VectorClock.h"
+
+#include <cstdio>
+#include <iterator>
+
+namespace schedules
+{
+namespace
+{
+constexpr std::size_t kPage = 4096;
+constexpr std::uint32_t kSharedReads = kMaxThreads - 1; ///< thread number of a set of readers
+
+struct Cell
+{
+    Epoch write;
+    Epoch read; ///< of the last reader, or the number of a set of them
+    Epoch atomicWrite;
+    Epoch atomicRead;
+};
+
+static_assert(sizeof(void*) == 4, "the directory of cells covers a 32-bit address space");
+Cell* sPages[1u << 20];
+
+VectorClock* sReaders[4096];
+std::uint32_t sReaderCount;
+bool sEnabled = true;
+
+struct Range
+{
+    std::uintptr_t begin;
+    std::uintptr_t end;
+};
+Range sExcluded[16];
+unsigned sExcludedCount;
+std::uintptr_t sWatched;
+
+Cell& _cell(std::uintptr_t iAddress)
+{
+    Cell*& page = sPages[iAddress / kPage];
+    if (!page)
+    {
+        page = static_cast<Cell*>(Memory::zeroed(kPage * sizeof(Cell)));
+    }
+    return page[iAddress % kPage];
+}
+
+[[noreturn]] void _report(std::uintptr_t iAddress, const char* iThis, const char* iOther,
+                          unsigned iThread)
+{
+    char text[200];
+    std::snprintf(
+        text, sizeof(text), "race at %p: %s by thread %u, not ordered with %s by thread %u",
+        reinterpret_cast<void*>(iAddress), iThis, Scheduler::current()->id, iOther, iThread);
+    Scheduler::failAt(Outcome::eRace, text, iAddress);
+}
+
+void _expectOrdered(const Thread& iThread, Epoch iEarlier, std::uintptr_t iAddress,
+                    const char* iThis, const char* iOther)
+{
+    if (!iThread.clock.covers(iEarlier))
+    {
+        _report(iAddress, iThis, iOther, iEarlier.thread());
+    }
+}
+
+void _expectReadsOrdered(const Thread& iThread, const Cell& iCell, std::uintptr_t iAddress,
+                         const char* iThis)
+{
+    if (iCell.read.thread() != kSharedReads)
+    {
+        _expectOrdered(iThread, iCell.read, iAddress, iThis, "a read");
+        return;
+    }
+    const VectorClock& readers = *sReaders[iCell.read.time()];
+    for (unsigned i = 0; i < kSharedReads; ++i)
+    {
+        if (readers.times[i] > iThread.clock.times[i])
+        {
+            _report(iAddress, iThis, "a read", i);
+        }
+    }
+}
+
+void _addReader(Cell& ioCell, const Thread& iThread)
+{
+    if (ioCell.read.thread() == kSharedReads)
+    {
+        sReaders[ioCell.read.time()]->times[iThread.id] = iThread.clock.times[iThread.id];
+        return;
+    }
+    if (ioCell.read.isNone() || ioCell.read.thread() == iThread.id ||
+        iThread.clock.covers(ioCell.read) || sReaderCount == std::size(sReaders))
+    {
+        ioCell.read = iThread.epoch();
+        return;
+    }
+    VectorClock* readers = static_cast<VectorClock*>(Memory::zeroed(sizeof(VectorClock)));
+    readers->times[ioCell.read.thread()] = ioCell.read.time();
+    readers->times[iThread.id] = iThread.clock.times[iThread.id];
+    sReaders[sReaderCount] = readers;
+    ioCell.read = Epoch(kSharedReads, sReaderCount++);
+}
+
+void _checkLive(std::uintptr_t iAddress, std::size_t iSize, const char* iWhat)
+{
+    if (!Heap::owns(reinterpret_cast<void*>(iAddress)) || Heap::isLive(iAddress, iSize))
+    {
+        return;
+    }
+    char text[160];
+    std::snprintf(text, sizeof(text), "%s of %u bytes at %p, in memory that is not allocated",
+                  iWhat, static_cast<unsigned>(iSize), reinterpret_cast<void*>(iAddress));
+    Scheduler::failAt(Outcome::eUseAfterFree, text, iAddress);
+}
+
+/// Calls iAccess with the calling thread and each cell.
+template <class F>
+void _access(std::uintptr_t iAddress, std::size_t iSize, const char* iWhat, std::uintptr_t iFrom,
+             F iAccess)
+{
+    Thread* thread = Scheduler::current();
+    if (!thread || thread->finishing || iSize == 0)
+    {
+        return;
+    }
+    const Scheduler::Location location(*thread, iFrom);
+    _checkLive(iAddress, iSize, iWhat);
+    if (sWatched >= iAddress && sWatched < iAddress + iSize)
+    {
+        Scheduler::note(*thread, iWhat[0] == 'w' ? Op::eStore : Op::eLoad, iAddress);
+    }
+    if (sEnabled)
+    {
+        for (std::size_t i = 0; i < iSize; ++i)
+        {
+            iAccess(*thread, _cell(iAddress + i), iAddress + i);
+        }
+    }
+}
+} // namespace
+
+void Race::read(std::uintptr_t iAddress, std::size_t iSize, std::uintptr_t iFrom)
+{
+    _access(iAddress, iSize, "read", iFrom,
+            [](const Thread& iThread, Cell& ioCell, std::uintptr_t iByte)
+            {
+                if (ioCell.read == iThread.epoch())
+                {
+                    return;
+                }
+                _expectOrdered(iThread, ioCell.write, iByte, "a read", "a write");
+                _expectOrdered(iThread, ioCell.atomicWrite, iByte, "a read", "an atomic write");
+                _addReader(ioCell, iThread);
+            });
+}
+
+void Race::write(std::uintptr_t iAddress, std::size_t iSize, std::uintptr_t iFrom)
+{
+    _access(iAddress, iSize, "write", iFrom,
+            [](const Thread& iThread, Cell& ioCell, std::uintptr_t iByte)
+            {
+                if (ioCell.write == iThread.epoch() && ioCell.read.isNone())
+                {
+                    return;
+                }
+                _expectOrdered(iThread, ioCell.write, iByte, "a write", "a write");
+                _expectReadsOrdered(iThread, ioCell, iByte, "a write");
+                _expectOrdered(iThread, ioCell.atomicWrite, iByte, "a write", "an atomic write");
+                _expectOrdered(iThread, ioCell.atomicRead, iByte, "a write", "an atomic read");
+                ioCell.write = iThread.epoch();
+                ioCell.read = Epoch();
+            });
+}
+
+void Race::atomicRead(std::uintptr_t iAddress, std::size_t iSize, std::uintptr_t iFrom)
+{
+    _access(iAddress, iSize, "atomic read", iFrom,
+            [](const Thread& iThread, Cell& ioCell, std::uintptr_t iByte)
+            {
+                _expectOrdered(iThread, ioCell.write, iByte, "an atomic read", "a write");
+                ioCell.atomicRead = iThread.epoch();
+            });
+}
+
+void Race::atomicWrite(std::uintptr_t iAddress, std::size_t iSize, std::uintptr_t iFrom)
+{
+    _access(iAddress, iSize, "write, atomic,", iFrom,
+            [](const Thread& iThread, Cell& ioCell, std::uintptr_t iByte)
+            {
+                _expectOrdered(iThread, ioCell.write, iByte, "an atomic write", "a write");
+                _expectReadsOrdered(iThread, ioCell, iByte, "an atomic write");
+                ioCell.atomicWrite = iThread.epoch();
+            });
+}
+
+void Race::released(std::uintptr_t iAddress, std::size_t iSize)
+{
+    Thread* thread = Scheduler::current();
+    if (!sEnabled || !thread || thread->finishing)
+    {
+        return;
+    }
+    for (std::size_t i = 0; i < iSize; ++i)
+    {
+        const Cell* page = sPages[(iAddress + i) / kPage];
+        if (!page)
+        {
+            i += kPage - 1 - (iAddress + i) % kPage;
+            continue;
+        }
+        const Cell& cell = page[(iAddress + i) % kPage];
+        if (cell.write.isNone() && cell.read.isNone() && cell.atomicWrite.isNone() &&
+            cell.atomicRead.isNone())
+        {
+            continue;
+        }
+        _expectOrdered(*thread, cell.write, iAddress + i, "the release", "a write");
+        _expectReadsOrdered(*thread, cell, iAddress + i, "the release");
+        _expectOrdered(*thread, cell.atomicWrite, iAddress + i, "the release", "an atomic write");
+        _expectOrdered(*thread, cell.atomicRead, iAddress + i, "the release", "an atomic read");
+    }
+}
+
+void Race::forget(std::uintptr_t iAddress, std::size_t iSize)
+{
+    for (std::uintptr_t page = iAddress / kPage; page <= (iAddress + iSize - 1) / kPage; ++page)
+    {
+        sPages[page] = nullptr;
+    }
+}
+
+void Race::exclude(const void* iBegin, std::size_t iSize)
+{
+    const std::uintptr_t begin = reinterpret_cast<std::uintptr_t>(iBegin);
+    if (sExcludedCount < std::size(sExcluded))
+    {
+        sExcluded[sExcludedCount++] = Range{begin, begin + iSize};
+    }
+}
+
+bool Race::isExcluded(std::uintptr_t iAddress)
+{
+    for (unsigned i = 0; i < sExcludedCount; ++i)
+    {
+        if (iAddress >= sExcluded[i].begin && iAddress < sExcluded[i].end)
+        {
+            return true;
+        }
+    }
+    return false;
+}
+
+void Race::enable(bool iEnable)
+{
+    sEnabled = iEnable;
+}
+
+void Race::watch(std::uintptr_t iAddress)
+{
+    sWatched = iAddress;
+}
+} // namespace schedules

@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: MIT
+// Raw: the functions of the C library that the runtime replaces.
+#ifndef IXLAL_SCHEDULES_RAW_H
+#define IXLAL_SCHEDULES_RAW_H
+
+#include <cstddef>
+#include <ctime>
+#include <dlfcn.h>
+#include <pthread.h>
+#include <sys/types.h>
+
+namespace schedules
+{
+/// The C library's own functions, found once. The parent of all schedules finds them, because the
+/// search takes the loader's lock.
+struct Raw
+{
+    void* (*dlsym)(void*, const char*);
+    void* (*dlopen)(const char*, int);
+    int (*dlclose)(void*);
+    int (*dladdr)(const void*, Dl_info*);
+    int (*dladdr1)(const void*, Dl_info*, void**, int);
+    int (*dlinfo)(void*, int, void*);
+    int (*pthreadCreate)(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);
+    int (*pthreadJoin)(pthread_t, void**);
+    int (*pthreadDetach)(pthread_t);
+    long (*syscall)(long, ...);
+    pid_t (*fork)();
+
+    static const Raw& get();
+
+    /// The C library's function of a name; ends the process if there is none.
+    static void* find(const char* iName);
+};
+
+/// The C library's function of the same name and type: `real(iFunction, "name")`.
+template <class F>
+F* real(F*, const char* iName)
+{
+    return reinterpret_cast<F*>(Raw::find(iName));
+}
+} // namespace schedules
+
+#endif

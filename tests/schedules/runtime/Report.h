@@ -1,0 +1,124 @@
+// SPDX-License-Identifier: MIT
+// Report: what a schedule's process tells its parent, in memory that both share.
+#ifndef IXLAL_SCHEDULES_REPORT_H
+#define IXLAL_SCHEDULES_REPORT_H
+
+#include "Thread.h"
+
+#include <cstddef>
+#include <cstdint>
+
+namespace schedules
+{
+/// A deviation from the default, which is to continue the running thread, or the first that can run
+/// when it blocks. At the choice number iChoice of thread iThread, iNext runs; kJump lets virtual
+/// time jump to the next deadline first.
+struct Decision
+{
+    static constexpr std::uint32_t kJump = 255;
+
+    std::uint32_t thread;
+    std::uint32_t choice;
+    std::uint32_t next;
+
+    bool operator==(const Decision&) const = default;
+};
+
+/// A point where more than one thread could run, for the exhaustive search.
+struct Choice
+{
+    std::uint32_t thread;
+    std::uint32_t choice;
+    std::uint32_t ready;  ///< bit set of the threads that could run
+    std::uint32_t usual;  ///< the thread that runs by default
+    std::uint8_t canGoOn; ///< whether the thread itself is one of them
+    std::uint8_t canJump; ///< whether a thread waits for a deadline
+    Op op;
+    std::uint8_t decision; ///< number of decisions taken before it
+    std::uintptr_t object; ///< that the thread is about to use
+};
+
+/// A step of the readable interleaving.
+struct Event
+{
+    static constexpr unsigned kCalls = 10;
+
+    std::uint8_t thread;
+    Op op;
+    std::uint32_t choice;
+    std::uintptr_t object;
+    std::uintptr_t calls[kCalls]; ///< innermost first, ended by 0
+};
+
+/// The calls of a thread when the schedule failed.
+struct StackDump
+{
+    static constexpr unsigned kCalls = 24;
+
+    std::uint8_t thread;
+    char label[160];
+    std::uintptr_t calls[kCalls];
+};
+
+/// An object that a report names: where it was initialised or first used.
+struct NamedObject
+{
+    std::uintptr_t object;
+    std::uintptr_t calls[Event::kCalls];
+};
+
+enum class Outcome : std::uint32_t
+{
+    eNone, ///< the process ended without a result
+    ePassed,
+    eAssertion,
+    eDeadlock,
+    eRace,
+    eUseAfterFree,
+    eBadFree,
+    eLockOrder,
+    eLockHeld,
+    eMisuse, ///< of a lock or a thread
+    eCrash,
+    eNoEnd, ///< too many steps
+    eNoProgress,
+    eTooSlow ///< in virtual time
+};
+
+const char* outcomeName(Outcome iOutcome);
+
+/// Shared by parent and child; zeroed before each schedule.
+struct Report
+{
+    static constexpr unsigned kDecisions = 4096;
+    static constexpr unsigned kChoices = 8192;
+    static constexpr unsigned kEvents = 65536;
+    static constexpr unsigned kStacks = 40;
+    static constexpr unsigned kObjects = 64;
+    static constexpr unsigned kShared = 2048;
+
+    Outcome outcome;
+    std::uint32_t points;
+    std::uint32_t contended; ///< choices between threads
+    std::uint32_t threads;
+    std::uint32_t faultsSeen[4]; ///< number of allocations, locks, thread starts, file calls
+    std::uint64_t virtualTime;
+    std::uintptr_t watched; ///< the byte of a race
+    char message[1024];
+    std::uint32_t decisionCount;
+    std::uint32_t choiceCount;
+    std::uint32_t eventCount;
+    std::uint32_t stackCount;
+    std::uint32_t objectCount;
+    std::uint32_t sharedCount;
+    Decision decisions[kDecisions];
+    StackDump stacks[kStacks];
+    NamedObject objects[kObjects];
+    std::uintptr_t shared[kShared]; ///< objects that more than one thread used
+    char maps[1 << 17];
+    Choice choices[kChoices];
+    Event events[kEvents];
+};
+} // namespace schedules
+
+#endif

@@ -1,0 +1,127 @@
+// SPDX-License-Identifier: MIT
+// Scheduler: runs one thread at a time and decides at every switch point which one is next.
+#ifndef IXLAL_SCHEDULES_SCHEDULER_H
+#define IXLAL_SCHEDULES_SCHEDULER_H
+
+#include "Plan.h"
+#include "Report.h"
+#include "SyncTable.h"
+#include "Thread.h"
+
+#include <cstdint>
+
+namespace schedules
+{
+/// The schedule of this process. Threads are real ones that hand over a baton: only the thread that
+/// holds it runs. Time is virtual. It moves when every thread waits, to the earliest deadline, and
+/// now and then while threads could run.
+class Scheduler
+{
+public:
+    /// Says where the calling thread is while a hook runs.
+    class Location
+    {
+    public:
+        Location(Thread& ioThread, std::uintptr_t iFrom) : fThread(ioThread)
+        {
+            if (fThread.depth < Thread::kDepth)
+            {
+                fThread.calls[fThread.depth] = iFrom;
+            }
+            ++fThread.depth;
+        }
+        ~Location()
+        {
+            --fThread.depth;
+        }
+        Location(const Location&) = delete;
+        Location& operator=(const Location&) = delete;
+
+    private:
+        Thread& fThread;
+    };
+
+    /// Makes the calling thread the first of a schedule.
+    static void begin(const Plan& iPlan, Report& oReport);
+
+    /// Ends the process with a result.
+    [[noreturn]] static void pass();
+    [[noreturn]] static void fail(Outcome iOutcome, const char* iMessage);
+    [[noreturn]] static void failAt(Outcome iOutcome, const char* iMessage, std::uintptr_t iObject);
+
+    /// The calling thread; null outside schedules.
+    static Thread* current();
+
+    /// A switch point: before an operation of the calling thread on an object.
+    static void point(Op iOp, const volatile void* iObject);
+
+    /// Waits until wake() of this object, or the deadline. False after the deadline.
+    static bool wait(Op iWaits, const volatile void* iObject, std::uint64_t iDeadline = kNever);
+
+    /// Waits until iDescriptor can be read.
+    static void waitToRead(int iDescriptor);
+
+    /// Lets at most iMost threads that wait for the object go on; returns their number.
+    static unsigned wake(Op iWaits, const volatile void* iObject, unsigned iMost);
+
+    /// The calling thread lets all others run first.
+    static void yield();
+
+    /// Creates a thread; it runs when it is chosen. Null when there are too many.
+    static Thread* add(void* (*iStart)(void*), void* iArgument);
+    static Thread* find(pthread_t iHandle);
+    static void forget(Thread& ioThread);
+
+    /// The first thing that a new thread does, and the last.
+    static void enter(Thread& ioThread);
+    static void leave(Thread& ioThread);
+
+    /// The calling thread is the only one: called in the child of a fork.
+    static void alone();
+
+    static std::uint64_t now();
+
+    /// Whether the next call of this kind has to fail.
+    static bool isFault(FaultPlan::Kind iKind);
+
+    /// Whether this schedule has a fault at all.
+    static bool hasFault();
+
+    /// The locks that a thread holds, and their order.
+    static void locked(SyncObject& ioLock, bool iTried);
+    static void unlocked(const SyncObject& iLock);
+
+    /// The calls of the calling thread, innermost first, ended by 0.
+    static void calls(std::uintptr_t* oCalls, unsigned iCount);
+
+    /// Records a step for the report.
+    static void note(const Thread& iThread, Op iOp, std::uintptr_t iObject);
+
+    /// Fails the schedule when all threads together waited longer than this.
+    static void limitTime(std::uint64_t iNanoseconds);
+
+private:
+    static void switchFrom(Thread& ioThread, bool iCanGoOn, Op iOp, const volatile void* iObject);
+    static Thread& choose(Thread& ioThread, bool iCanGoOn, Op iOp, const volatile void* iObject);
+    static unsigned usual(const Thread& iThread, bool iCanGoOn, std::uint32_t iReady);
+    static Thread& pick(Thread& ioThread, bool iCanGoOn, std::uint32_t iReady);
+    static Thread& pickByPriority(Thread& ioThread, std::uint32_t iReady);
+    static std::uint32_t readyThreads();
+    static Thread* nextDeadline();
+    static bool jump();
+    static bool pollDescriptors();
+    static void takeReplayedJumps(const Thread& iThread);
+    static void waitForEvents(Thread& ioThread);
+    static void decided(const Thread& iThread, std::uint32_t iNext);
+    static void listChoice(const Thread& iThread, bool iCanGoOn, std::uint32_t iReady, Op iOp,
+                           const volatile void* iObject);
+    static void handOver(Thread& ioTo);
+    static void await(Thread& ioThread);
+    [[noreturn]] static void deadlock();
+    [[noreturn]] static void end(Outcome iOutcome);
+    static void dump(const Thread& iThread, const char* iLabel);
+    static void nameObject(std::uintptr_t iObject);
+};
+} // namespace schedules
+
+#endif

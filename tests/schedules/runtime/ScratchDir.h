@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: MIT
+// ScratchDir: the directory of the schedules of this process, in memory if there is such a place.
+#ifndef IXLAL_SCHEDULES_SCRATCHDIR_H
+#define IXLAL_SCHEDULES_SCRATCHDIR_H
+
+#include <string>
+
+namespace schedules
+{
+class ScratchDir
+{
+public:
+    ScratchDir();
+    ~ScratchDir();
+    ScratchDir(const ScratchDir&) = delete;
+    ScratchDir& operator=(const ScratchDir&) = delete;
+
+    static const char* path();
+
+private:
+    static std::string sPath;
+};
+} // namespace schedules
+
+#endif

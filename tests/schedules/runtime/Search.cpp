@@ -1,0 +1,170 @@
+// SPDX-License-Identifier: MIT
+#include "Search.h"
+
+#include "Interleaving.h"
+#include "Preemptions.h"
+#include "Random.h"
+
+#include <algorithm>
+
+namespace schedules
+{
+namespace
+{
+double _since(std::chrono::steady_clock::time_point iBegin)
+{
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - iBegin).count();
+}
+
+std::uint64_t _hash(const std::vector<Decision>& iDecisions)
+{
+    std::uint64_t hash = 0;
+    for (const Decision& decision : iDecisions)
+    {
+        for (const std::uint32_t part : {decision.thread, decision.choice, decision.next})
+        {
+            hash = Random(hash ^ part).next();
+        }
+    }
+    return hash;
+}
+} // namespace
+
+Search::Search(Runner& ioRunner, const Scenario& iScenario)
+    : fRunner(ioRunner), fScenario(iScenario)
+{
+}
+
+FaultPlan Search::drawFault(std::uint64_t iSeed, const std::uint32_t* iSeen) const
+{
+    Random random(iSeed ^ 0xfa017);
+    FaultPlan fault;
+    const std::uint32_t kind = random.below(5);
+    if (kind != 0 && iSeen[kind - 1] > 0)
+    {
+        fault.kind = static_cast<FaultPlan::Kind>(kind);
+        fault.index = 1 + random.below(iSeen[kind - 1]);
+    }
+    return fault;
+}
+
+Searched Search::random(Plan iPlan, const Limits& iLimits, bool iFaults)
+{
+    Searched done;
+    std::unordered_set<std::uint64_t> seen;
+    std::uint32_t faults[4] = {};
+    const std::uint64_t firstSeed = iPlan.seed;
+    const auto begin = std::chrono::steady_clock::now();
+    if (!fScenario.allowed().jumps)
+    {
+        iPlan.jumpEvery = 0;
+    }
+    iPlan.contended = 100;
+    while (done.runs < iLimits.runs && (done.seconds = _since(begin)) < iLimits.seconds)
+    {
+        iPlan.seed = firstSeed + done.runs;
+        iPlan.fault =
+            iFaults && fScenario.allowed().faults ? drawFault(iPlan.seed, faults) : FaultPlan{};
+        const Report& report = fRunner.run(fScenario, iPlan);
+        ++done.runs;
+        done.points += report.points;
+        iPlan.contended = std::max(iPlan.contended, report.contended);
+        const std::vector<Decision> decisions = fRunner.decisions();
+        done.different += seen.insert(_hash(decisions)).second ? 1 : 0;
+        std::transform(faults, faults + 4, report.faultsSeen, faults,
+                       [](std::uint32_t a, std::uint32_t b) { return std::max(a, b); });
+        if (report.outcome != Outcome::ePassed)
+        {
+            done.outcome = report.outcome;
+            done.failure = ScheduleFile{fScenario.name(), iPlan.fault, decisions};
+            break;
+        }
+    }
+    done.seconds = _since(begin);
+    return done;
+}
+
+Searched Search::exhaustive(unsigned iPreemptions, const Limits& iLimits)
+{
+    Searched done;
+    const auto begin = std::chrono::steady_clock::now();
+    Preemptions preemptions(iPreemptions);
+    while (done.runs < iLimits.runs && (done.seconds = _since(begin)) < iLimits.seconds)
+    {
+        Plan plan;
+        plan.method = Method::eReplay;
+        plan.listChoices = true;
+        plan.jumpEvery = fScenario.allowed().jumps ? 1 : 0;
+        if (!preemptions.next(plan.decisions))
+        {
+            done.complete = true;
+            break;
+        }
+        const Report& report = fRunner.run(fScenario, plan);
+        ++done.runs;
+        done.points += report.points;
+        if (report.outcome != Outcome::ePassed)
+        {
+            done.outcome = report.outcome;
+            done.failure = ScheduleFile{fScenario.name(), {}, fRunner.decisions()};
+            break;
+        }
+        preemptions.ran(report);
+    }
+    done.different = done.runs;
+    done.seconds = _since(begin);
+    return done;
+}
+
+Plan Search::planOf(const ScheduleFile& iSchedule) const
+{
+    Plan plan;
+    plan.method = Method::eReplay;
+    plan.fault = iSchedule.fault;
+    plan.decisions = iSchedule.decisions;
+    return plan;
+}
+
+Outcome Search::replay(const ScheduleFile& iSchedule)
+{
+    return fRunner.run(fScenario, planOf(iSchedule)).outcome;
+}
+
+ScheduleFile Search::minimised(const ScheduleFile& iFailure, Outcome iOutcome)
+{
+    ScheduleFile best = iFailure;
+    for (std::size_t part = std::max<std::size_t>(best.decisions.size() / 2, 1); part > 0;
+         part /= 2)
+    {
+        for (std::size_t begin = 0; begin < best.decisions.size();)
+        {
+            ScheduleFile shorter = best;
+            const auto first = shorter.decisions.begin() + static_cast<std::ptrdiff_t>(begin);
+            const std::size_t count = std::min(part, shorter.decisions.size() - begin);
+            shorter.decisions.erase(first, first + static_cast<std::ptrdiff_t>(count));
+            if (replay(shorter) == iOutcome)
+            {
+                best = shorter;
+            }
+            else
+            {
+                begin += part;
+            }
+        }
+    }
+    return best;
+}
+
+std::string Search::explained(const ScheduleFile& iSchedule)
+{
+    Plan plan = planOf(iSchedule);
+    plan.explain = true;
+    const Report* report = &fRunner.run(fScenario, plan);
+    if (report->outcome == Outcome::eRace && report->watched != 0)
+    {
+        plan.watch = report->watched;
+        report = &fRunner.run(fScenario, plan);
+    }
+    return Interleaving(*report).text();
+}
+} // namespace schedules

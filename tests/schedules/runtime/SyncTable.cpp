@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: MIT
+#include "SyncTable.h"
+
+#include "Memory.h"
+#include "Scheduler.h"
+
+namespace schedules
+{
+SyncObject* SyncTable::sSlots[kSlots];
+SyncObject* SyncTable::sAll[kSlots];
+std::uint32_t SyncTable::sCount;
+
+SyncObject*& SyncTable::slot(const volatile void* iAddress)
+{
+    std::uint32_t i =
+        static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(iAddress)) * 0x9e3779b1u >> 16;
+    while (sSlots[i] && sSlots[i]->address != iAddress)
+    {
+        i = (i + 1) % kSlots;
+    }
+    return sSlots[i];
+}
+
+SyncObject& SyncTable::at(const volatile void* iAddress)
+{
+    SyncObject*& found = slot(iAddress);
+    if (!found)
+    {
+        if (sCount == kSlots - 1)
+        {
+            Scheduler::fail(Outcome::eNoEnd, "too many atomic objects and locks");
+        }
+        found = static_cast<SyncObject*>(Memory::zeroed(sizeof(SyncObject)));
+        found->address = const_cast<const void*>(iAddress);
+        Scheduler::calls(found->made, Event::kCalls);
+        sAll[sCount++] = found;
+    }
+    return *found;
+}
+
+SyncObject* SyncTable::find(const volatile void* iAddress)
+{
+    return slot(iAddress);
+}
+
+SyncObject& SyncTable::renew(const volatile void* iAddress)
+{
+    SyncObject& object = at(iAddress);
+    const std::uint32_t users = object.users;
+    const void* address = object.address;
+    object = SyncObject{};
+    object.address = address;
+    object.users = users;
+    Scheduler::calls(object.made, Event::kCalls);
+    return object;
+}
+} // namespace schedules
