@@ -24,6 +24,10 @@ struct Allowed
 
     /// Whether a call may fail: then only crashes, races, deadlocks and the like are errors.
     bool faults = false;
+
+    /// The outcome of a scenario that is wrong on purpose, "race" for instance: the checks of the
+    /// runtime have to find it. Such scenarios only run in the self-test.
+    const char* fails = nullptr;
 };
 
 /// Ends the schedule as failed unless iCondition is true. iText says what was expected.

@@ -14,6 +14,7 @@ namespace
 {
 constexpr std::size_t kArea = 16u << 20;
 constexpr std::size_t kGrain = 8;
+constexpr std::size_t kPoisoned = 256; ///< bytes at the begin of released memory
 constexpr std::uint32_t kLive = 0x11ae11aeu;
 constexpr std::uint32_t kFreed = 0xf4eef4eeu;
 
@@ -42,13 +43,20 @@ void* _map(std::size_t iSize)
 
 void _mark(std::uintptr_t iAddress, std::size_t iSize, bool iLive)
 {
-    const std::size_t first = (iAddress - sBegin) / kGrain;
-    const std::size_t last = (iAddress - sBegin + iSize + kGrain - 1) / kGrain;
-    for (std::size_t grain = first; grain < last; ++grain)
+    std::size_t grain = (iAddress - sBegin) / kGrain;
+    const std::size_t end = (iAddress - sBegin + iSize + kGrain - 1) / kGrain;
+    while (grain < end)
     {
+        if (grain % 8 == 0 && end - grain >= 8)
+        {
+            sBits[grain / 8] = iLive ? 0xff : 0;
+            grain += 8;
+            continue;
+        }
         const unsigned char bit = static_cast<unsigned char>(1u << (grain % 8));
         unsigned char& bits = sBits[grain / 8];
         bits = static_cast<unsigned char>(iLive ? bits | bit : bits & ~bit);
+        ++grain;
     }
 }
 
@@ -103,7 +111,7 @@ void Heap::release(void* iMemory)
     _mark(address, header->size, false);
     // What is not instrumented reads this.
     volatile unsigned char* byte = static_cast<unsigned char*>(iMemory);
-    for (std::size_t i = 0; i < header->size && i < 4096; ++i)
+    for (std::size_t i = 0; i < header->size && i < kPoisoned; ++i)
     {
         byte[i] = 0xdd;
     }

@@ -33,6 +33,7 @@ struct Options
     bool faults = false;
     bool noRaces = false;
     bool explain = false;
+    bool selfTest = false;
 };
 
 /// Addresses have to be the same in every schedule.
@@ -73,7 +74,8 @@ std::vector<const Scenario*> _chosen(const Options& iOptions)
     {
         for (const Scenario* scenario = Scenario::first(); scenario; scenario = scenario->next())
         {
-            if (!iOptions.exhaustive || scenario->allowed().small)
+            if (scenario->allowed().fails == nullptr &&
+                (!iOptions.exhaustive || scenario->allowed().small))
             {
                 chosen.push_back(scenario);
             }
@@ -142,11 +144,55 @@ bool _replay(Runner& ioRunner, const std::string& iPath, const Options& iOptions
     return outcome == Outcome::ePassed;
 }
 
+/// Whether the checks find what is wrong on purpose, and a replay fails in the same way.
+bool _isDetected(Runner& ioRunner, const Scenario& iScenario, const Options& iOptions)
+{
+    Search search(ioRunner, iScenario);
+    Plan plan;
+    plan.method = iOptions.method == "walk" ? Method::eWalk : Method::ePct;
+    plan.seed = iOptions.seed;
+    const Searched done = search.random(plan, iOptions.limits, false);
+    bool passed = std::string(iScenario.allowed().fails) == outcomeName(done.outcome);
+    std::size_t needed = 0;
+    if (done.failure)
+    {
+        const ScheduleFile shortest = search.minimised(*done.failure, done.outcome);
+        needed = shortest.decisions.size();
+        for (int i = 0; i < 3; ++i)
+        {
+            passed = passed && search.replay(*done.failure) == done.outcome &&
+                     search.replay(shortest) == done.outcome;
+        }
+    }
+    std::printf(
+        "%-44s %s after %llu schedules, %zu of %zu decisions are needed: %s\n", iScenario.name(),
+        outcomeName(done.outcome), static_cast<unsigned long long>(done.runs), needed,
+        done.failure ? done.failure->decisions.size() : 0, passed ? "detected" : "NOT DETECTED");
+    return passed;
+}
+
+bool _testSelf(Runner& ioRunner, const Options& iOptions)
+{
+    bool passed = true;
+    for (const Scenario* scenario = Scenario::first(); scenario; scenario = scenario->next())
+    {
+        if (scenario->allowed().fails)
+        {
+            passed = _isDetected(ioRunner, *scenario, iOptions) && passed;
+        }
+    }
+    return passed;
+}
+
 bool _runAll(const Options& iOptions)
 {
     bool passed = true;
     const ScratchDir directory;
     Runner runner;
+    if (iOptions.selfTest)
+    {
+        return _testSelf(runner, iOptions);
+    }
     for (const std::string& path : iOptions.replays)
     {
         passed = _replay(runner, path, iOptions) && passed;
@@ -166,7 +212,8 @@ void _list()
     for (const Scenario* scenario = Scenario::first(); scenario; scenario = scenario->next())
     {
         std::cout << scenario->name() << (scenario->allowed().small ? " (small)" : "")
-                  << (scenario->allowed().faults ? " (faults)" : "") << '\n';
+                  << (scenario->allowed().faults ? " (faults)" : "")
+                  << (scenario->allowed().fails ? " (wrong on purpose)" : "") << '\n';
     }
 }
 
@@ -185,6 +232,8 @@ void _describe(CLI::App& ioApp, Options& oOptions)
     ioApp.add_option("--preemptions", oOptions.preemptions, "At most so many (2)");
     ioApp.add_flag("--faults", oOptions.faults, "Let calls fail where the scenario allows it");
     ioApp.add_flag("--no-races", oOptions.noRaces, "Without the race detector, twice as fast");
+    ioApp.add_flag("--self-test", oOptions.selfTest,
+                   "Run the scenarios that are wrong on purpose, which must fail");
     ioApp.add_option("--replay", oOptions.replays,
                      "Run the schedule of this file; may be repeated");
     ioApp.add_flag("--explain", oOptions.explain, "Describe a replayed schedule that passes, too");

@@ -125,7 +125,7 @@ void _sleepUntil(std::uint64_t iDeadline)
 {
     if (iDeadline <= Scheduler::now())
     {
-        Scheduler::yield();
+        Scheduler::point(Op::eYield, nullptr);
         return;
     }
     Scheduler::point(Op::eSleep, nullptr);
@@ -218,7 +218,7 @@ SCHEDULES_EXPORT int sched_yield()
     if (Thread* me = Scheduler::current())
     {
         SCHEDULES_HERE(*me);
-        Scheduler::yield();
+        Scheduler::point(Op::eYield, nullptr);
     }
     return 0;
 }

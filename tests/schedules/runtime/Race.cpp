@@ -6,6 +6,7 @@
 #include "Scheduler.h"
 #include "VectorClock.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <iterator>
 
@@ -63,7 +64,7 @@ Cell& _cell(std::uintptr_t iAddress)
 void _expectOrdered(const Thread& iThread, Epoch iEarlier, std::uintptr_t iAddress,
                     const char* iThis, const char* iOther)
 {
-    if (!iThread.clock.covers(iEarlier))
+    if (!iEarlier.isNone() && !iThread.clock.covers(iEarlier))
     {
         _report(iAddress, iThis, iOther, iEarlier.thread());
     }
@@ -135,12 +136,21 @@ void _access(std::uintptr_t iAddress, std::size_t iSize, const char* iWhat, std:
     {
         Scheduler::note(*thread, iWhat[0] == 'w' ? Op::eStore : Op::eLoad, iAddress);
     }
-    if (sEnabled)
+    if (!sEnabled)
     {
-        for (std::size_t i = 0; i < iSize; ++i)
+        return;
+    }
+    const Epoch now = thread->epoch();
+    for (std::size_t done = 0; done < iSize;)
+    {
+        const std::uintptr_t address = iAddress + done;
+        const std::size_t count = std::min(iSize - done, kPage - address % kPage);
+        Cell* const cells = &_cell(address);
+        for (std::size_t i = 0; i < count; ++i)
         {
-            iAccess(*thread, _cell(iAddress + i), iAddress + i);
+            iAccess(*thread, now, cells[i], address + i);
         }
+        done += count;
     }
 }
 } // namespace
@@ -148,9 +158,9 @@ void _access(std::uintptr_t iAddress, std::size_t iSize, const char* iWhat, std:
 void Race::read(std::uintptr_t iAddress, std::size_t iSize, std::uintptr_t iFrom)
 {
     _access(iAddress, iSize, "read", iFrom,
-            [](const Thread& iThread, Cell& ioCell, std::uintptr_t iByte)
+            [](const Thread& iThread, Epoch iNow, Cell& ioCell, std::uintptr_t iByte)
             {
-                if (ioCell.read == iThread.epoch())
+                if (ioCell.read == iNow)
                 {
                     return;
                 }
@@ -163,9 +173,9 @@ void Race::read(std::uintptr_t iAddress, std::size_t iSize, std::uintptr_t iFrom
 void Race::write(std::uintptr_t iAddress, std::size_t iSize, std::uintptr_t iFrom)
 {
     _access(iAddress, iSize, "write", iFrom,
-            [](const Thread& iThread, Cell& ioCell, std::uintptr_t iByte)
+            [](const Thread& iThread, Epoch iNow, Cell& ioCell, std::uintptr_t iByte)
             {
-                if (ioCell.write == iThread.epoch() && ioCell.read.isNone())
+                if (ioCell.write == iNow && ioCell.read.isNone())
                 {
                     return;
                 }
@@ -173,7 +183,7 @@ void Race::write(std::uintptr_t iAddress, std::size_t iSize, std::uintptr_t iFro
                 _expectReadsOrdered(iThread, ioCell, iByte, "a write");
                 _expectOrdered(iThread, ioCell.atomicWrite, iByte, "a write", "an atomic write");
                 _expectOrdered(iThread, ioCell.atomicRead, iByte, "a write", "an atomic read");
-                ioCell.write = iThread.epoch();
+                ioCell.write = iNow;
                 ioCell.read = Epoch();
             });
 }
@@ -181,21 +191,21 @@ void Race::write(std::uintptr_t iAddress, std::size_t iSize, std::uintptr_t iFro
 void Race::atomicRead(std::uintptr_t iAddress, std::size_t iSize, std::uintptr_t iFrom)
 {
     _access(iAddress, iSize, "atomic read", iFrom,
-            [](const Thread& iThread, Cell& ioCell, std::uintptr_t iByte)
+            [](const Thread& iThread, Epoch iNow, Cell& ioCell, std::uintptr_t iByte)
             {
                 _expectOrdered(iThread, ioCell.write, iByte, "an atomic read", "a write");
-                ioCell.atomicRead = iThread.epoch();
+                ioCell.atomicRead = iNow;
             });
 }
 
 void Race::atomicWrite(std::uintptr_t iAddress, std::size_t iSize, std::uintptr_t iFrom)
 {
     _access(iAddress, iSize, "write, atomic,", iFrom,
-            [](const Thread& iThread, Cell& ioCell, std::uintptr_t iByte)
+            [](const Thread& iThread, Epoch iNow, Cell& ioCell, std::uintptr_t iByte)
             {
                 _expectOrdered(iThread, ioCell.write, iByte, "an atomic write", "a write");
                 _expectReadsOrdered(iThread, ioCell, iByte, "an atomic write");
-                ioCell.atomicWrite = iThread.epoch();
+                ioCell.atomicWrite = iNow;
             });
 }
 

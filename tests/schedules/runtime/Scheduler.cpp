@@ -66,6 +66,22 @@ Thread& _nth(std::uint32_t iSet, unsigned iIndex)
     return sThreads[_lowest(iSet)];
 }
 
+/// Whether an operation may be one more of a loop that spins.
+bool _isSameAgain(const Thread& iThread, Op iOp, const volatile void* iObject)
+{
+    switch (iOp)
+    {
+    case Op::eYield:
+        return true;
+    case Op::eLoad:
+    case Op::eChange:
+    case Op::eTryLock:
+        return iObject == iThread.last;
+    default:
+        return false;
+    }
+}
+
 /// The replayed decision at this choice, or null.
 const Decision* _replayed(const Thread& iThread, bool iJump)
 {
@@ -200,8 +216,8 @@ void Scheduler::point(Op iOp, const volatile void* iObject)
         fail(Outcome::eNoEnd, "the schedule has no end");
     }
     SyncTable::at(iObject ? iObject : &sThreads).users |= 1u << me.id;
-    me.repeated = iObject && iObject == me.last ? me.repeated + 1 : 0;
-    me.last = iObject;
+    me.repeated = _isSameAgain(me, iOp, iObject) ? me.repeated + 1 : 0;
+    me.last = iOp == Op::eYield ? me.last : iObject;
     if (me.isSpinning())
     {
         me.priority = --sLowest;
@@ -270,12 +286,6 @@ unsigned Scheduler::wake(Op iWaits, const volatile void* iObject, unsigned iMost
         ++woken;
     }
     return woken;
-}
-
-void Scheduler::yield()
-{
-    tMe->priority = --sLowest;
-    point(Op::eYield, nullptr);
 }
 
 std::uint32_t Scheduler::readyThreads()

@@ -64,9 +64,6 @@ public:
     /// Lets at most iMost threads that wait for the object go on; returns their number.
     static unsigned wake(Op iWaits, const volatile void* iObject, unsigned iMost);
 
-    /// The calling thread lets all others run first.
-    static void yield();
-
     /// Creates a thread; it runs when it is chosen. Null when there are too many.
     static Thread* add(void* (*iStart)(void*), void* iArgument);
     static Thread* find(pthread_t iHandle);

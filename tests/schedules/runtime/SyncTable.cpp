@@ -13,7 +13,8 @@ std::uint32_t SyncTable::sCount;
 SyncObject*& SyncTable::slot(const volatile void* iAddress)
 {
     std::uint32_t i =
-        static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(iAddress)) * 0x9e3779b1u >> 16;
+        static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(iAddress)) * 0x9e3779b1u >>
+        (32 - kSlotBits);
     while (sSlots[i] && sSlots[i]->address != iAddress)
     {
         i = (i + 1) % kSlots;

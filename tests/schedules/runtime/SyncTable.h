@@ -48,7 +48,8 @@ public:
     }
 
 private:
-    static constexpr std::uint32_t kSlots = 1u << 16;
+    static constexpr unsigned kSlotBits = 14;
+    static constexpr std::uint32_t kSlots = 1u << kSlotBits;
 
     static SyncObject*& slot(const volatile void* iAddress);
 

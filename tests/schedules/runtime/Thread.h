@@ -57,7 +57,7 @@ struct Thread
 
     static constexpr unsigned kDepth = 512;
     static constexpr unsigned kLocks = 32;
-    static constexpr unsigned kSpin = 12;
+    static constexpr unsigned kSpin = 64; ///< more than the standard library spins before it waits
 
     bool isSpinning() const
     {
