@@ -1,0 +1,214 @@
+// SPDX-License-Identifier: MIT
+// Initialisations that fail or take long, with other threads that wait for them.
+
+#include "Scenario.h"
+#include "scenarios/support/CoreSetup.h"
+#include "scenarios/support/PluginSteps.h"
+
+#include <atomic>
+#include <chrono>
+#include <pthread.h>
+#include <stdexcept>
+#include <thread>
+
+using schedules::require;
+using schedules::requireEqual;
+
+namespace
+{
+/// Written by an init and read after the request. Not atomic: the core has to order them.
+int sWritten;
+
+std::atomic<int> sFailedRequests;
+
+constexpr unsigned long long kNanosecondsPerMillisecond = 1000000;
+
+long long _milliseconds()
+{
+    return static_cast<long long>(schedules::nanoseconds() / kNanosecondsPerMillisecond);
+}
+
+void _requestFails()
+{
+    const Requested requested(L"test.alpha");
+    requireEqual(eIxlaInitFailed, requested.result, "each request fails");
+    require(!requested.instance, "no request gets a service");
+    requireEqual(7, sWritten, "what init has written");
+    ++sFailedRequests;
+}
+
+void _runThreeThreads(void (*iWork)())
+{
+    std::thread first(iWork);
+    std::thread second(iWork);
+    std::thread third(iWork);
+    first.join();
+    second.join();
+    third.join();
+}
+
+void _stopAfterAFailedInit(const char* iPlugin)
+{
+    const std::string plugin = iPlugin;
+    requireEqual(1, PluginSteps::count(plugin + ".init"), "initialisations");
+    requireEqual(0, PluginSteps::count(plugin + ".getInstance"), "requests to the plugin");
+    requireEqual(0, ixlaStop(), "the core stops");
+    requireEqual(1, PluginSteps::count(plugin + ".destroyed"), "destroyed plugins");
+    requireEqual(1, PluginSteps::count(plugin + ".service destroyed"), "destroyed services");
+}
+} // namespace
+
+SCENARIO(InitThatFailsWithOneWaiter, .milliseconds = 2500, .jumps = false, .small = true)
+{
+    const CoreSetup core{"alpha"};
+    core.mustStart();
+    PluginSteps::on("alpha.init",
+                    []
+                    {
+                        sWritten = 7;
+                        return -7;
+                    });
+    std::thread other(_requestFails);
+    _requestFails();
+    other.join();
+    _stopAfterAFailedInit("alpha");
+}
+
+SCENARIO(InitThatFailsWithWaiters, .milliseconds = 2500)
+{
+    const CoreSetup core{"alpha"};
+    core.mustStart();
+    PluginSteps::on("alpha.init",
+                    []
+                    {
+                        sWritten = 7;
+                        return -7;
+                    });
+    _runThreeThreads(_requestFails);
+    _requestFails();
+    _stopAfterAFailedInit("alpha");
+}
+
+SCENARIO(InitThatThrowsWithWaiters, .milliseconds = 2500)
+{
+    CoreSetup core{"alpha"};
+    core.writeLogs();
+    core.mustStart();
+    PluginSteps::on("alpha.init",
+                    []() -> int
+                    {
+                        sWritten = 7;
+                        throw std::runtime_error("init");
+                    });
+    _runThreeThreads(_requestFails);
+    requireEqual(3, sFailedRequests, "requests that ended");
+    _stopAfterAFailedInit("alpha");
+    requireEqual(1, core.countLines("core.log", "Plugin threw an exception in init"), "log lines");
+}
+
+SCENARIO(InitThatEndsItsThreadWithWaiters, .milliseconds = 2500)
+{
+    CoreSetup core{"alpha"};
+    core.writeLogs();
+    core.mustStart();
+    PluginSteps::on("alpha.init",
+                    []
+                    {
+                        sWritten = 7;
+                        pthread_exit(nullptr);
+                        return 0;
+                    });
+    _runThreeThreads(_requestFails);
+    requireEqual(2, sFailedRequests, "requests that ended");
+    _requestFails();
+    _stopAfterAFailedInit("alpha");
+    requireEqual(1, core.countLines("core.log", "Plugin ended its thread in init"), "log lines");
+}
+
+SCENARIO(GetInstanceThatEndsItsThread, .milliseconds = 2500)
+{
+    const CoreSetup core{"alpha"};
+    core.mustStart();
+    PluginSteps::on("alpha.getInstance",
+                    []
+                    {
+                        static std::atomic<bool> ended;
+                        if (!ended.exchange(true))
+                        {
+                            pthread_exit(nullptr);
+                        }
+                        return 0;
+                    });
+    static std::atomic<int> succeeded;
+    _runThreeThreads(
+        []
+        {
+            requireEqual(0, Requested(L"test.alpha").result, "the other requests succeed");
+            ++succeeded;
+        });
+    requireEqual(2, succeeded, "requests that succeeded");
+    requireEqual(1, PluginSteps::count("alpha.init"), "initialisations");
+    requireEqual(0, ixlaStop(), "the core stops");
+    requireEqual(1, PluginSteps::count("alpha.destroyed"), "destroyed plugins");
+}
+
+SCENARIO(WaitersForAnInitOfTwelveSeconds, .milliseconds = 14500, .jumps = false)
+{
+    CoreSetup core{"alpha"};
+    core.writeLogs();
+    core.mustStart();
+    PluginSteps::on("alpha.init",
+                    []
+                    {
+                        std::this_thread::sleep_for(std::chrono::seconds(12));
+                        sWritten = 12;
+                        return 0;
+                    });
+    _runThreeThreads(
+        []
+        {
+            requireEqual(0, Requested(L"test.alpha").result, "each request succeeds");
+            requireEqual(12, sWritten, "what init has written");
+            requireEqual(12000, _milliseconds(), "the time of the result");
+        });
+    requireEqual(1, PluginSteps::count("alpha.init"), "initialisations");
+    // After 5 s and after 10 s, by both threads that wait.
+    requireEqual(4, core.countLines("core.log", "Still waiting: "), "lines about the wait");
+    requireEqual(0, core.countLines("core.log", "(circle)"), "lines about circles");
+    requireEqual(0, ixlaStop(), "the core stops");
+    requireEqual(14500, _milliseconds(), "the time of the stop");
+    requireEqual(1, PluginSteps::count("alpha.destroyed"), "destroyed plugins");
+}
+
+// The stop pauses for 2.5 s, so the init of 3 s keeps a call inside for another 0.5 s.
+SCENARIO(InitThatFailsDuringAStop, .milliseconds = 3000, .jumps = false)
+{
+    const CoreSetup core{"alpha"};
+    core.mustStart();
+    PluginSteps::on("alpha.init",
+                    []
+                    {
+                        std::this_thread::sleep_for(std::chrono::seconds(3));
+                        sWritten = 7;
+                        return -7;
+                    });
+    const auto request = []
+    {
+        const int result = Requested(L"test.alpha").result;
+        require(result == eIxlaInitFailed || result == eIxlaCoreNotStarted,
+                "the request fails or is refused");
+        if (result == eIxlaInitFailed)
+        {
+            requireEqual(7, sWritten, "what init has written");
+        }
+    };
+    std::thread first(request);
+    std::thread second(request);
+    requireEqual(0, ixlaStop(), "the core stops");
+    const int inits = PluginSteps::count("alpha.init");
+    requireEqual(inits == 0 ? 2500 : 3000, _milliseconds(), "the time of the stop");
+    requireEqual(1, PluginSteps::count("alpha.destroyed"), "destroyed plugins");
+    first.join();
+    second.join();
+    requireEqual(inits, PluginSteps::count("alpha.init"), "initialisations after the stop");
+}
