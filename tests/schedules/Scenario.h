@@ -42,6 +42,17 @@ SCHEDULES_API void requireNoLocks(const char* iWhere);
 /// Whether this schedule makes a call fail.
 SCHEDULES_API bool hasFault();
 
+/// While it exists, no call of its thread fails. For the scenario's own code.
+class SCHEDULES_API Reliable
+{
+public:
+    Reliable();
+    ~Reliable();
+
+    Reliable(const Reliable&) = delete;
+    Reliable& operator=(const Reliable&) = delete;
+};
+
 /// Virtual time since the schedule began.
 SCHEDULES_API std::uint64_t nanoseconds();
 

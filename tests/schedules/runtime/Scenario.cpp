@@ -63,6 +63,16 @@ bool hasFault()
     return Scheduler::hasFault();
 }
 
+Reliable::Reliable()
+{
+    ++Scheduler::current()->reliable;
+}
+
+Reliable::~Reliable()
+{
+    --Scheduler::current()->reliable;
+}
+
 std::uint64_t nanoseconds()
 {
     return Scheduler::now();

@@ -524,7 +524,7 @@ void Scheduler::limitTime(std::uint64_t iNanoseconds)
 
 bool Scheduler::isFault(FaultPlan::Kind iKind)
 {
-    if (!tMe || sEnding || tMe->finishing)
+    if (!tMe || sEnding || tMe->finishing || tMe->reliable > 0)
     {
         return false;
     }

@@ -68,8 +68,9 @@ struct Thread
     State state;
     bool timedOut; ///< the last wait ended by its deadline
     bool detached;
-    bool finishing;  ///< its code has ended, only destructors of thread-specific data are left
-    unsigned rounds; ///< of these destructors
+    unsigned reliable; ///< scopes in which none of its calls fails
+    bool finishing;    ///< its code has ended, only destructors of thread-specific data are left
+    unsigned rounds;   ///< of these destructors
     Op waits;
     const void* object;     ///< that it waits for
     std::uint64_t deadline; ///< virtual time, or kNever

@@ -4,6 +4,7 @@
 #include "Scenario.h"
 #include "scenarios/support/CoreSetup.h"
 #include "scenarios/support/CountedListener.h"
+#include "scenarios/support/Threads.h"
 
 #include "IEventDispatcher.h"
 #include "Ixla.h"
@@ -26,6 +27,7 @@ struct Dispatching
     Dispatching()
     {
         core.mustStart();
+        const schedules::Reliable reliable;
         dispatcher = ixlaService<IEventDispatcher>();
     }
 
@@ -121,18 +123,16 @@ SCENARIO(AddRemoveAndSendFromThreeThreads, .jumps = false, .faults = true)
         const int added = events.add(own);
         const int removed = events.remove(own);
         require((added == 0 && removed == 0) || schedules::hasFault(), "own results");
+        require(added == 0 || removed != 0, "only what was added is removed");
     };
-    std::thread first(addAndRemove);
-    std::thread second(
-        [&]
-        {
-            const int before = counts.handled;
-            const int sent = events.send();
-            require((sent == 0 && counts.handled > before) || schedules::hasFault(), "the send");
-        });
-    addAndRemove();
-    first.join();
-    second.join();
+    runTogether(addAndRemove, addAndRemove,
+                [&]
+                {
+                    const int before = counts.handled;
+                    const int sent = events.send();
+                    require((sent == 0 && counts.handled > before) || schedules::hasFault(),
+                            "the send");
+                });
     require((counts.destroyed == 2 && counts.handled <= 3) || schedules::hasFault(),
             "only the first listener stays");
     require(events.remove(stays) == 0 || schedules::hasFault(), "the last removal");
@@ -158,9 +158,11 @@ SCENARIO(ListenersThatRemoveThemselvesBesideASend, .jumps = false)
                                });
         requireEqual(0, events.add(*own), "the listener is added");
     }
-    std::thread sender([&] { require(_isSent(events.send()), "one send"); });
-    require(_isSent(events.send()), "the other send");
-    sender.join();
+    const auto send = [&]
+    {
+        require(_isSent(events.send()), "the send");
+    };
+    runTogether(send, send);
     requireEqual(2, removed, "removals");
     require(counts.handled >= 2 && counts.handled <= 4, "events");
     requireEqual(eIxlaNoListener, events.send(), "a later send");
@@ -182,9 +184,11 @@ SCENARIO(ListenersThatReleaseThemselvesBesideASend, .jumps = false)
         only = listener.get();
         requireEqual(0, events.add(listener), "the listener is added");
     }
-    std::thread sender([&] { require(_isSent(events.send()), "one send"); });
-    require(_isSent(events.send()), "the other send");
-    sender.join();
+    const auto send = [&]
+    {
+        require(_isSent(events.send()), "the send");
+    };
+    runTogether(send, send);
     requireEqual(1, counts.destroyed, "destroyed listeners");
     require(counts.handled == 1 || counts.handled == 2, "events");
     requireEqual(eIxlaNoListener, events.send(), "a later send");
@@ -208,11 +212,11 @@ SCENARIO(ListenersThatAddAndSendFromThreeThreads, .jumps = false)
             requireEqual(0, events.dispatcher->removeListener(kOther, fresh.get()), "a removal");
         });
     requireEqual(0, events.add(outer), "the outer listener");
-    std::thread first([&] { requireEqual(0, events.send(), "the first send"); });
-    std::thread second([&] { requireEqual(0, events.send(), "the second send"); });
-    requireEqual(0, events.send(), "the third send");
-    first.join();
-    second.join();
+    const auto send = [&]
+    {
+        requireEqual(0, events.send(), "the send");
+    };
+    runTogether(send, send, send);
     requireEqual(3, counts.handled, "events of the outer listener");
     // Each inner send reaches the inner listener, its own and perhaps those of the other threads.
     require(added.handled >= 6 && added.handled <= 12, "events of the inner listeners");

@@ -5,13 +5,13 @@
 
 #include <filesystem>
 #include <fstream>
-#include <vector>
 
 namespace fs = std::filesystem;
 
 CoreSetup::CoreSetup(std::initializer_list<const char*> iPlugins)
-    : fDirectory(schedules::directory())
 {
+    const schedules::Reliable reliable;
+    fDirectory = schedules::directory();
     for (const fs::directory_entry& entry : fs::directory_iterator(fDirectory))
     {
         fs::remove_all(entry);
@@ -36,11 +36,13 @@ CoreSetup::CoreSetup(std::initializer_list<const char*> iPlugins)
 
 void CoreSetup::set(const std::string& iKey, const std::string& iValue)
 {
+    const schedules::Reliable reliable;
     fArguments[iKey] = iValue;
 }
 
 void CoreSetup::writeConfig(const std::string& iName, const std::string& iText) const
 {
+    const schedules::Reliable reliable;
     std::ofstream(path("config/" + iName)) << iText;
 }
 
@@ -51,29 +53,39 @@ void CoreSetup::writeLogs()
     set("core.plugins.log.enable", "true");
 }
 
-int CoreSetup::start() const
+std::vector<PString> CoreSetup::arguments() const
 {
+    const schedules::Reliable reliable;
     std::vector<PString> arguments;
     for (const auto& [key, value] : fArguments)
     {
         const std::string text = key + "=" + value;
         arguments.push_back(std::wstring(text.begin(), text.end()).c_str());
     }
-    return ixlaStart(arguments.data(), static_cast<unsigned int>(arguments.size()));
+    return arguments;
+}
+
+int CoreSetup::start() const
+{
+    const std::vector<PString> texts = arguments();
+    return ixlaStart(texts.data(), static_cast<unsigned int>(texts.size()));
 }
 
 void CoreSetup::mustStart() const
 {
+    const schedules::Reliable reliable;
     schedules::requireEqual(0, start(), "the core starts");
 }
 
 std::string CoreSetup::path(const std::string& iName) const
 {
+    const schedules::Reliable reliable;
     return fDirectory + "/" + iName;
 }
 
 int CoreSetup::countLines(const std::string& iName, const std::string& iText) const
 {
+    const schedules::Reliable reliable;
     std::ifstream file(path(iName));
     int count = 0;
     for (std::string line; std::getline(file, line);)

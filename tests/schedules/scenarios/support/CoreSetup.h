@@ -8,8 +8,10 @@
 #include <initializer_list>
 #include <map>
 #include <string>
+#include <vector>
 
 /// Makes the scenario's directory as for a first start: plugins/, config/ and log/, without logs.
+/// No call of its own fails in a schedule.
 class CoreSetup
 {
 public:
@@ -27,7 +29,7 @@ public:
 
     int start() const;
 
-    /// Starts and fails the schedule if that fails.
+    /// Starts, without a failing call, and fails the schedule if that fails.
     void mustStart() const;
 
     std::string path(const std::string& iName) const;
@@ -36,6 +38,8 @@ public:
     int countLines(const std::string& iName, const std::string& iText) const;
 
 private:
+    std::vector<PString> arguments() const;
+
     std::string fDirectory;
     std::map<std::string, std::string> fArguments;
 };

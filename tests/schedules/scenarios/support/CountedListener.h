@@ -55,6 +55,7 @@ private:
 template <class TFunction>
 PBaseptr<IEventListener> countedListener(CountedEvents& ioEvents, TFunction iFunction)
 {
+    const schedules::Reliable reliable;
     return PBaseptr<IEventListener>::adopt(
         new CountedListener<TFunction>(ioEvents, std::move(iFunction)));
 }
