@@ -232,12 +232,7 @@ SCHEDULES_EXPORT pid_t fork()
     }
     SCHEDULES_HERE(*me);
     Scheduler::point(Op::eFork, nullptr);
-    const pid_t child = Raw::get().fork();
-    if (child == 0)
-    {
-        Scheduler::alone();
-    }
-    return child;
+    return Scheduler::fork();
 }
 
 SCHEDULES_EXPORT long syscall(long iNumber, ...)

@@ -25,6 +25,7 @@ namespace
 constexpr std::uint32_t kMostPoints = 200000; ///< a schedule that makes more has no end
 constexpr std::uint32_t kFairAfter = 40000;   ///< from then on a spinning thread starves no other
 constexpr unsigned kMostChanges = 8;
+constexpr unsigned kDueEvery = 8; ///< a thread whose time has come runs once in so many points
 
 thread_local Thread* tMe __attribute__((tls_model("initial-exec")));
 
@@ -193,15 +194,23 @@ void Scheduler::leave(Thread& ioThread)
     handOver(choose(ioThread, false, Op::eEnd, nullptr));
 }
 
-void Scheduler::alone()
+pid_t Scheduler::fork()
 {
+    Thread::State states[kMaxThreads];
     for (unsigned i = 0; i < sThreadCount; ++i)
     {
+        states[i] = sThreads[i].state;
         if (&sThreads[i] != tMe)
         {
             sThreads[i].state = Thread::eUnused;
         }
     }
+    const pid_t child = Raw::get().fork();
+    for (unsigned i = 0; child != 0 && i < sThreadCount; ++i)
+    {
+        sThreads[i].state = states[i];
+    }
+    return child;
 }
 
 void Scheduler::point(Op iOp, const volatile void* iObject)
@@ -330,6 +339,19 @@ bool Scheduler::jump()
     return true;
 }
 
+/// Whether the time of a waiting thread has come. It may run although others can, too.
+bool Scheduler::isDue()
+{
+    const Thread* next = nextDeadline();
+    return next && next->deadline <= sNow;
+}
+
+bool Scheduler::wantsJump()
+{
+    return (sJumpEvery != 0 && sRandom.below(sJumpEvery) == 0) ||
+           (isDue() && sRandom.below(kDueEvery) == 0);
+}
+
 bool Scheduler::pollDescriptors()
 {
     bool found = false;
@@ -384,7 +406,7 @@ Thread& Scheduler::choose(Thread& ioThread, bool iCanGoOn, Op iOp, const volatil
     {
         takeReplayedJumps(ioThread);
     }
-    else if (sJumpEvery != 0 && sRandom.below(sJumpEvery) == 0 && jump())
+    else if (wantsJump() && jump())
     {
         decided(ioThread, Decision::kJump);
     }
@@ -476,7 +498,7 @@ void Scheduler::decided(const Thread& iThread, std::uint32_t iNext)
 void Scheduler::listChoice(const Thread& iThread, bool iCanGoOn, std::uint32_t iReady, Op iOp,
                            const volatile void* iObject)
 {
-    const bool canJump = sJumpEvery != 0 && nextDeadline() != nullptr;
+    const bool canJump = (sJumpEvery != 0 && nextDeadline() != nullptr) || isDue();
     if ((iReady & (iReady - 1)) == 0 && !canJump)
     {
         return;

@@ -73,8 +73,9 @@ public:
     static void enter(Thread& ioThread);
     static void leave(Thread& ioThread);
 
-    /// The calling thread is the only one: called in the child of a fork.
-    static void alone();
+    /// Forks. The calling thread is the only one of the child, from the first handler of the fork
+    /// on.
+    static pid_t fork();
 
     static std::uint64_t now();
 
@@ -106,6 +107,8 @@ private:
     static std::uint32_t readyThreads();
     static Thread* nextDeadline();
     static bool jump();
+    static bool isDue();
+    static bool wantsJump();
     static bool pollDescriptors();
     static void takeReplayedJumps(const Thread& iThread);
     static void waitForEvents(Thread& ioThread);
