@@ -33,57 +33,16 @@ late_tests='^(Mutation|Headers|StoreKill|CoreStress)\.'
 
 # shellcheck source-path=SCRIPTDIR source=../tests/mutation/faults.sh
 . "$root/tests/mutation/faults.sh"
+# shellcheck source-path=SCRIPTDIR source=../tests/mutation/copy.sh
+. "$root/tests/mutation/copy.sh"
 
 caught=0
 survived=()
 
-die() {
-    echo "$*" >&2
-    exit 1
-}
-
-list_faults() {
-    local id
-    for id in "${fault_ids[@]}"; do
-        printf '%-28s %-36s %s\n' "$id" "${fault_file[$id]}" "${fault_breaks[$id]}"
-    done
-}
-
-# The files of the tree, committed or not.
-list_files() {
-    git -C "$root" ls-files --cached --others --exclude-standard | while IFS= read -r file; do
-        if [ -f "$root/$file" ]; then
-            printf '%s\n' "$file"
-        fi
-    done | sort
-}
-
-copied_files() {
-    (cd "$tree" && find . -path ./build -prune -o -type f -print) | sed 's,^\./,,' | sort
-}
-
-# Updates the copy. Only changed files are written, to avoid rebuilding.
-copy_tree() {
-    local file
-    mkdir -p "$tree"
-    list_files >"$work/files"
-    while IFS= read -r file; do
-        if ! cmp -s "$root/$file" "$tree/$file"; then
-            mkdir -p "$(dirname "$tree/$file")"
-            cp "$root/$file" "$tree/$file"
-        fi
-    done <"$work/files"
-    copied_files | comm -23 - "$work/files" | while IFS= read -r file; do
-        rm "$tree/$file"
-    done
-}
-
 # Does not relink users of changed libraries, and lists tests at run time, to save time.
 configure() {
-    local launcher=()
-    if command -v ccache >/dev/null; then
-        launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
-    fi
+    local launcher
+    mapfile -t launcher < <(launcher)
     (cd "$tree" && cmake --preset release -B "$build" "${launcher[@]}" \
         -DCMAKE_LINK_DEPENDS_NO_SHARED=ON -DCMAKE_GTEST_DISCOVER_TESTS_DISCOVERY_MODE=PRE_TEST) \
         >"$work/build.log" 2>&1
@@ -108,7 +67,7 @@ failed_tests() {
 # Runs once for every state of the tree.
 prove_green() {
     local state
-    state=$(cd "$tree" && copied_files | xargs -d '\n' cksum | cksum)
+    state=$(copied_state)
     if [ "$state" = "$(cat "$work/green" 2>/dev/null)" ]; then
         return
     fi
@@ -140,12 +99,10 @@ meets_tests() {
 }
 
 try_fault() {
-    local file=$tree/${fault_file[$1]} by=
-    planted "$tree" "$1" >"$work/planted" || die "$1 cannot be planted: its text has changed"
-    cp "$file" "$work/original"
-    cat "$work/planted" >"$file"
+    local by=
+    plant "$1"
     meets_tests "$(first_tests "$1")"
-    cat "$work/original" >"$file"
+    uproot "$1"
     printf '%-12s %-28s %s\n' "$outcome" "$1" "${by:-${fault_reason[$1]-}}"
 }
 

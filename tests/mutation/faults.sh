@@ -13,10 +13,11 @@
 # The text after "- " is replaced by that after "+ ". It may start and end within a line, and must
 # occur exactly once in the file. Both may have several lines; "+" alone means no text.
 # "tests: DIRECTORY" names the directory of tests/ that is tried first; the default depends on the
-# file. "survives: REASON" marks a fault that no test can catch.
+# file. "scenarios: NAME..." names the scenarios of tests/schedules that reach the place. "survives:
+# REASON" marks a fault that no test can catch.
 
 fault_ids=()
-declare -A fault_file fault_breaks fault_tests fault_reason fault_old fault_new
+declare -A fault_file fault_breaks fault_tests fault_scenarios fault_reason fault_old fault_new
 
 # read_faults LIST...
 read_faults() {
@@ -29,6 +30,7 @@ read_faults() {
                 "file: "*) fault_file[$id]=${line#file: } ;;
                 "breaks: "*) fault_breaks[$id]=${line#breaks: } ;;
                 "tests: "*) fault_tests[$id]=${line#tests: } ;;
+                "scenarios: "*) fault_scenarios[$id]=${line#scenarios: } ;;
                 "survives: "*) fault_reason[$id]=${line#survives: } ;;
                 "-" | "- "*) fault_old[$id]+=${fault_old[$id]:+$'\n'}${line:2} ;;
                 "+" | "+ "*) fault_new[$id]+=${fault_new[$id]:+$'\n'}${line:2} ;;

@@ -34,6 +34,7 @@ struct Options
     bool noRaces = false;
     bool explain = false;
     bool selfTest = false;
+    bool brief = false;
 };
 
 /// Addresses have to be the same in every schedule.
@@ -119,7 +120,7 @@ bool _search(Runner& ioRunner, const Scenario& iScenario, const Options& iOption
         iOptions.exhaustive ? (done.complete ? ", all" : ", not all") : "",
         outcomeName(done.outcome));
     std::fflush(stdout);
-    if (done.failure)
+    if (done.failure && !iOptions.brief)
     {
         _report(search, iOptions, done);
     }
@@ -237,6 +238,7 @@ void _describe(CLI::App& ioApp, Options& oOptions)
     ioApp.add_option("--replay", oOptions.replays,
                      "Run the schedule of this file; may be repeated");
     ioApp.add_flag("--explain", oOptions.explain, "Describe a replayed schedule that passes, too");
+    ioApp.add_flag("--brief", oOptions.brief, "Neither minimise nor describe a failure");
     ioApp.add_option("--save", oOptions.save, "Write the schedules that fail to this directory")
         ->check(CLI::ExistingDirectory);
 }
