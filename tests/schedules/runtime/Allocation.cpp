@@ -3,6 +3,7 @@
 // C library's own. They never switch threads.
 
 #include "Export.h"
+#include "Faults.h"
 #include "Heap.h"
 
 #include <algorithm>
@@ -28,8 +29,7 @@ bool _isInside()
 void* _allocate(std::size_t iSize, std::size_t iAlignment, std::uintptr_t iFrom)
 {
     const Scheduler::Location location(*Scheduler::current(), iFrom);
-    void* memory =
-        Scheduler::isFault(FaultPlan::eMemory) ? nullptr : Heap::allocate(iSize, iAlignment);
+    void* memory = Faults::isNext(FaultPlan::eMemory) ? nullptr : Heap::allocate(iSize, iAlignment);
     if (!memory)
     {
         errno = ENOMEM;

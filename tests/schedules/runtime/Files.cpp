@@ -2,6 +2,7 @@
 // Calls on files: switch points, because two threads may use one file without a common lock.
 
 #include "Export.h"
+#include "Faults.h"
 #include "Raw.h"
 
 #include <cerrno>
@@ -26,7 +27,7 @@ bool _point(std::uintptr_t iFrom, bool iCanFail = true)
     }
     const Scheduler::Location location(*me, iFrom);
     Scheduler::point(Op::eFile, nullptr);
-    if (!iCanFail || !Scheduler::isFault(FaultPlan::eFile))
+    if (!iCanFail || !Faults::isNext(FaultPlan::eFile))
     {
         return false;
     }

@@ -4,6 +4,7 @@
 #include "Race.h"
 #include "Scheduler.h"
 #include "VectorClock.h"
+#include "Verdict.h"
 
 #include <cstdlib>
 #include <sys/mman.h>
@@ -101,9 +102,9 @@ void Heap::release(void* iMemory)
     Header* header = _header(iMemory);
     if (header->state != kLive)
     {
-        Scheduler::fail(Outcome::eBadFree, header->state == kFreed
-                                               ? "memory is released twice"
-                                               : "memory is released that was not allocated");
+        Verdict::fail(Outcome::eBadFree, header->state == kFreed
+                                             ? "memory is released twice"
+                                             : "memory is released that was not allocated");
     }
     const std::uintptr_t address = reinterpret_cast<std::uintptr_t>(iMemory);
     Race::released(address, header->size);

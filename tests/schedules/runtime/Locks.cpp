@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "Locks.h"
 
+#include "Faults.h"
+#include "Verdict.h"
+
 #include <cerrno>
 #include <climits>
 
@@ -44,7 +47,7 @@ int Locks::lock(const volatile void* iMutex, bool iRecursive, bool iErrorCheck,
         mutex.depth += iRecursive ? 1 : 0;
         return iRecursive ? 0 : EDEADLK;
     }
-    if (Scheduler::isFault(FaultPlan::eLock))
+    if (Faults::isNext(FaultPlan::eLock))
     {
         return EAGAIN;
     }
@@ -84,8 +87,8 @@ int Locks::unlock(const volatile void* iMutex)
     SyncObject& mutex = SyncTable::at(iMutex);
     if (mutex.owner != &me)
     {
-        Scheduler::failAt(Outcome::eMisuse, "a mutex is unlocked by a thread that does not hold it",
-                          reinterpret_cast<std::uintptr_t>(iMutex));
+        Verdict::failAt(Outcome::eMisuse, "a mutex is unlocked by a thread that does not hold it",
+                        reinterpret_cast<std::uintptr_t>(iMutex));
     }
     if (--mutex.depth == 0)
     {
@@ -100,8 +103,8 @@ unsigned Locks::release(const volatile void* iMutex)
     SyncObject& mutex = SyncTable::at(iMutex);
     if (mutex.owner != &me)
     {
-        Scheduler::failAt(Outcome::eMisuse, "a thread waits with a mutex that it does not hold",
-                          reinterpret_cast<std::uintptr_t>(iMutex));
+        Verdict::failAt(Outcome::eMisuse, "a thread waits with a mutex that it does not hold",
+                        reinterpret_cast<std::uintptr_t>(iMutex));
     }
     const unsigned depth = mutex.depth;
     _released(mutex, me);

@@ -3,8 +3,10 @@
 
 #include "Clock.h"
 #include "Export.h"
+#include "Faults.h"
 #include "Locks.h"
 #include "Raw.h"
+#include "Verdict.h"
 
 #include <cerrno>
 #include <climits>
@@ -117,7 +119,7 @@ long _futex(long iNumber, const long* iArguments)
     case FUTEX_WAKE_BITSET:
         return _futexWake(word, value);
     default:
-        Scheduler::fail(Outcome::eMisuse, "an operation of a futex that the runtime does not know");
+        Verdict::fail(Outcome::eMisuse, "an operation of a futex that the runtime does not know");
     }
 }
 
@@ -152,7 +154,7 @@ SCHEDULES_EXPORT int pthread_create(pthread_t* oHandle, const pthread_attr_t* iA
     }
     SCHEDULES_HERE(*me);
     Scheduler::point(Op::eCreate, nullptr);
-    if (Scheduler::isFault(FaultPlan::eThread))
+    if (Faults::isNext(FaultPlan::eThread))
     {
         return EAGAIN;
     }

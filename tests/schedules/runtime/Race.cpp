@@ -5,6 +5,7 @@
 #include "Memory.h"
 #include "Scheduler.h"
 #include "VectorClock.h"
+#include "Verdict.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -58,7 +59,7 @@ Cell& _cell(std::uintptr_t iAddress)
     std::snprintf(
         text, sizeof(text), "race at %p: %s by thread %u, not ordered with %s by thread %u",
         reinterpret_cast<void*>(iAddress), iThis, Scheduler::current()->id, iOther, iThread);
-    Scheduler::failAt(Outcome::eRace, text, iAddress);
+    Verdict::failAt(Outcome::eRace, text, iAddress);
 }
 
 void _expectOrdered(const Thread& iThread, Epoch iEarlier, std::uintptr_t iAddress,
@@ -117,7 +118,7 @@ void _checkLive(std::uintptr_t iAddress, std::size_t iSize, const char* iWhat)
     char text[160];
     std::snprintf(text, sizeof(text), "%s of %u bytes at %p, in memory that is not allocated",
                   iWhat, static_cast<unsigned>(iSize), reinterpret_cast<void*>(iAddress));
-    Scheduler::failAt(Outcome::eUseAfterFree, text, iAddress);
+    Verdict::failAt(Outcome::eUseAfterFree, text, iAddress);
 }
 
 /// Calls iAccess with the calling thread and each cell.
@@ -134,7 +135,7 @@ void _access(std::uintptr_t iAddress, std::size_t iSize, const char* iWhat, std:
     _checkLive(iAddress, iSize, iWhat);
     if (sWatched >= iAddress && sWatched < iAddress + iSize)
     {
-        Scheduler::note(*thread, iWhat[0] == 'w' ? Op::eStore : Op::eLoad, iAddress);
+        Verdict::note(*thread, iWhat[0] == 'w' ? Op::eStore : Op::eLoad, iAddress);
     }
     if (!sEnabled)
     {

@@ -5,6 +5,7 @@
 #include "Race.h"
 #include "Raw.h"
 #include "Scheduler.h"
+#include "Verdict.h"
 
 #include <csignal>
 #include <cstdio>
@@ -36,7 +37,7 @@ void _crashed(int iSignal)
     {
         std::snprintf(text, sizeof(text), "signal %d (%s)", iSignal, sigabbrev_np(iSignal));
     }
-    Scheduler::fail(iSignal == SIGALRM ? Outcome::eNoProgress : Outcome::eCrash, text);
+    Verdict::fail(iSignal == SIGALRM ? Outcome::eNoProgress : Outcome::eCrash, text);
 }
 
 void _catchSignals()
@@ -125,7 +126,7 @@ void Runner::child(const Scenario& iScenario, const Plan& iPlan)
     Scheduler::begin(iPlan, *fReport);
     Scheduler::limitTime(std::uint64_t{iScenario.allowed().milliseconds} * 1000000);
     iScenario.run();
-    Scheduler::pass();
+    Verdict::pass();
 }
 
 const Report& Runner::run(const Scenario& iScenario, const Plan& iPlan)

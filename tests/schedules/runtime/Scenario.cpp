@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "../Scenario.h"
 
+#include "Faults.h"
 #include "Locks.h"
 #include "Scheduler.h"
 #include "ScratchDir.h"
+#include "Verdict.h"
 
 #include <cstdio>
 
@@ -29,7 +31,7 @@ void require(bool iCondition, const char* iText)
 {
     if (!iCondition)
     {
-        Scheduler::fail(Outcome::eAssertion, iText);
+        Verdict::fail(Outcome::eAssertion, iText);
     }
 }
 
@@ -39,7 +41,7 @@ void requireEqual(long long iExpected, long long iActual, const char* iText)
     {
         char text[400];
         std::snprintf(text, sizeof(text), "%s: %lld instead of %lld", iText, iActual, iExpected);
-        Scheduler::fail(Outcome::eAssertion, text);
+        Verdict::fail(Outcome::eAssertion, text);
     }
 }
 
@@ -52,15 +54,15 @@ void requireNoLocks(const char* iWhere)
         {
             char text[300];
             std::snprintf(text, sizeof(text), "a lock is held in %s", iWhere);
-            Scheduler::failAt(Outcome::eLockHeld, text,
-                              reinterpret_cast<std::uintptr_t>(me.locks[i]));
+            Verdict::failAt(Outcome::eLockHeld, text,
+                            reinterpret_cast<std::uintptr_t>(me.locks[i]));
         }
     }
 }
 
 bool hasFault()
 {
-    return Scheduler::hasFault();
+    return Faults::isPlanned();
 }
 
 Reliable::Reliable()

@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "Scheduler.h"
 
+#include "Faults.h"
 #include "LockOrder.h"
-#include "Memory.h"
 #include "Race.h"
-#include "Random.h"
 #include "Raw.h"
+#include "Strategy.h"
+#include "Verdict.h"
 
 #include <algorithm>
 #include <climits>
@@ -23,49 +24,13 @@ namespace schedules
 namespace
 {
 constexpr std::uint32_t kMostPoints = 200000; ///< a schedule that makes more has no end
-constexpr std::uint32_t kFairAfter = 40000;   ///< from then on a spinning thread starves no other
-constexpr unsigned kMostChanges = 8;
-constexpr unsigned kDueEvery = 8; ///< a thread whose time has come runs once in so many points
-
 thread_local Thread* tMe __attribute__((tls_model("initial-exec")));
 
 Thread sThreads[kMaxThreads - 1];
 unsigned sThreadCount;
-Report* sReport;
-Method sMethod;
-unsigned sJumpEvery;
-bool sExplain;
-bool sListChoices;
-bool sEnding;
-FaultPlan sFault;
-Random sRandom;
 std::uint64_t sNow;
-std::uint64_t sWaited;
+std::uint64_t sWaited; ///< the time for which no thread could run
 std::uint64_t sTimeLimit;
-std::int64_t sLowest;
-std::uint32_t sChanges[kMostChanges];
-unsigned sChangeCount;
-const Decision* sReplay;
-std::size_t sReplayCount;
-
-bool _isSet(std::uint32_t iSet, unsigned iThread)
-{
-    return (iSet >> iThread & 1) != 0;
-}
-
-unsigned _lowest(std::uint32_t iSet)
-{
-    return static_cast<unsigned>(__builtin_ctz(iSet));
-}
-
-Thread& _nth(std::uint32_t iSet, unsigned iIndex)
-{
-    for (; iIndex > 0; --iIndex)
-    {
-        iSet &= iSet - 1;
-    }
-    return sThreads[_lowest(iSet)];
-}
 
 /// Whether an operation may be one more of a loop that spins.
 bool _isSameAgain(const Thread& iThread, Op iOp, const volatile void* iObject)
@@ -82,21 +47,6 @@ bool _isSameAgain(const Thread& iThread, Op iOp, const volatile void* iObject)
         return false;
     }
 }
-
-/// The replayed decision at this choice, or null.
-const Decision* _replayed(const Thread& iThread, bool iJump)
-{
-    for (std::size_t i = 0; i < sReplayCount; ++i)
-    {
-        const Decision& decision = sReplay[i];
-        if (decision.thread == iThread.id && decision.choice == iThread.choices &&
-            (decision.next == Decision::kJump) == iJump)
-        {
-            return &decision;
-        }
-    }
-    return nullptr;
-}
 } // namespace
 
 Thread* Scheduler::current()
@@ -104,25 +54,24 @@ Thread* Scheduler::current()
     return tMe;
 }
 
+Thread& Scheduler::thread(unsigned iNumber)
+{
+    return sThreads[iNumber];
+}
+
+unsigned Scheduler::count()
+{
+    return sThreadCount;
+}
+
 void Scheduler::begin(const Plan& iPlan, Report& oReport)
 {
-    sReport = &oReport;
-    sMethod = iPlan.method;
-    sJumpEvery = iPlan.jumpEvery;
-    sExplain = iPlan.explain;
-    sListChoices = iPlan.listChoices;
-    sFault = iPlan.fault;
-    sRandom = Random(iPlan.seed);
-    sReplay = iPlan.decisions.data();
-    sReplayCount = iPlan.decisions.size();
+    Verdict::begin(iPlan, oReport);
+    Strategy::begin(iPlan);
+    Faults::begin(iPlan);
     sTimeLimit = kNever;
     Race::enable(iPlan.races);
     Race::watch(iPlan.watch);
-    sChangeCount = std::min(iPlan.depth > 0 ? iPlan.depth - 1 : 0, kMostChanges);
-    for (unsigned i = 0; i < sChangeCount; ++i)
-    {
-        sChanges[i] = 1 + sRandom.below(std::max(iPlan.contended, 1u));
-    }
     Thread* first = add(nullptr, nullptr);
     first->handle = pthread_self();
     first->clock.times[0] = 1;
@@ -142,14 +91,14 @@ Thread* Scheduler::add(void* (*iStart)(void*), void* iArgument)
     thread.argument = iArgument;
     thread.deadline = kNever;
     thread.descriptor = -1;
-    thread.priority = 1 + static_cast<std::int64_t>(sRandom.below(1u << 30));
+    Strategy::added(thread);
     if (tMe)
     {
         thread.clock = tMe->clock;
         tMe->tick();
     }
     thread.clock.times[thread.id] = 1;
-    sReport->threads = sThreadCount;
+    Verdict::report().threads = sThreadCount;
     return &thread;
 }
 
@@ -178,13 +127,13 @@ void Scheduler::enter(Thread& ioThread)
 
 void Scheduler::leave(Thread& ioThread)
 {
-    note(ioThread, Op::eEnd, 0);
+    Verdict::note(ioThread, Op::eEnd, 0);
     ioThread.state = Thread::eEnded;
     ioThread.finishing = true;
     if (ioThread.lockCount > 0)
     {
-        failAt(Outcome::eMisuse, "a thread ends with a lock that it holds",
-               reinterpret_cast<std::uintptr_t>(ioThread.locks[0]));
+        Verdict::failAt(Outcome::eMisuse, "a thread ends with a lock that it holds",
+                        reinterpret_cast<std::uintptr_t>(ioThread.locks[0]));
     }
     wake(Op::eJoin, &ioThread, UINT_MAX);
     if (ioThread.detached)
@@ -196,6 +145,7 @@ void Scheduler::leave(Thread& ioThread)
 
 pid_t Scheduler::fork()
 {
+    // The handlers of the fork run as switch points, where the child has no other thread.
     Thread::State states[kMaxThreads];
     for (unsigned i = 0; i < sThreadCount; ++i)
     {
@@ -216,22 +166,22 @@ pid_t Scheduler::fork()
 void Scheduler::point(Op iOp, const volatile void* iObject)
 {
     Thread& me = *tMe;
-    if (sEnding || me.finishing)
+    if (Verdict::isGiven() || me.finishing)
     {
         return;
     }
-    if (++sReport->points > kMostPoints)
+    if (++Verdict::report().points > kMostPoints)
     {
-        fail(Outcome::eNoEnd, "the schedule has no end");
+        Verdict::fail(Outcome::eNoEnd, "the schedule has no end");
     }
     SyncTable::at(iObject ? iObject : &sThreads).users |= 1u << me.id;
     me.repeated = _isSameAgain(me, iOp, iObject) ? me.repeated + 1 : 0;
     me.last = iOp == Op::eYield ? me.last : iObject;
     if (me.isSpinning())
     {
-        me.priority = --sLowest;
+        Strategy::spins(me);
     }
-    note(me, iOp, reinterpret_cast<std::uintptr_t>(iObject));
+    Verdict::note(me, iOp, reinterpret_cast<std::uintptr_t>(iObject));
     switchFrom(me, true, iOp, iObject);
 }
 
@@ -252,14 +202,15 @@ bool Scheduler::wait(Op iWaits, const volatile void* iObject, std::uint64_t iDea
     {
         return true;
     }
-    me.state = Thread::eBlocked;
+    const bool isDue = iDeadline <= sNow;
+    me.state = isDue ? Thread::eReady : Thread::eBlocked;
     me.waits = iWaits;
     me.object = const_cast<const void*>(iObject);
     me.deadline = iDeadline;
-    me.since = sReport->points;
-    me.timedOut = false;
-    note(me, iWaits, reinterpret_cast<std::uintptr_t>(iObject));
-    switchFrom(me, false, iWaits, iObject);
+    me.since = Verdict::report().points;
+    me.timedOut = isDue;
+    Verdict::note(me, iWaits, reinterpret_cast<std::uintptr_t>(iObject));
+    switchFrom(me, isDue, iWaits, iObject);
     me.waits = Op::eNone;
     me.deadline = kNever;
     return !me.timedOut;
@@ -334,22 +285,15 @@ bool Scheduler::jump()
         return false;
     }
     sNow = std::max(sNow, next->deadline);
-    next->timedOut = true;
-    next->state = Thread::eReady;
+    for (Thread& thread : sThreads)
+    {
+        if (thread.state == Thread::eBlocked && thread.deadline <= sNow)
+        {
+            thread.timedOut = true;
+            thread.state = Thread::eReady;
+        }
+    }
     return true;
-}
-
-/// Whether the time of a waiting thread has come. It may run although others can, too.
-bool Scheduler::isDue()
-{
-    const Thread* next = nextDeadline();
-    return next && next->deadline <= sNow;
-}
-
-bool Scheduler::wantsJump()
-{
-    return (sJumpEvery != 0 && sRandom.below(sJumpEvery) == 0) ||
-           (isDue() && sRandom.below(kDueEvery) == 0);
 }
 
 bool Scheduler::pollDescriptors()
@@ -372,7 +316,7 @@ bool Scheduler::pollDescriptors()
 }
 
 /// No thread can run: time moves, or there is a deadlock.
-void Scheduler::waitForEvents(Thread&)
+void Scheduler::waitForEvents()
 {
     if (pollDescriptors())
     {
@@ -381,142 +325,33 @@ void Scheduler::waitForEvents(Thread&)
     const std::uint64_t before = sNow;
     if (!jump())
     {
-        deadlock();
+        Verdict::deadlock();
     }
     sWaited += sNow - before;
     if (sWaited > sTimeLimit)
     {
-        fail(Outcome::eTooSlow, "all threads wait, for longer in all than the scenario allows: a "
-                                "notification is missing");
-    }
-}
-
-void Scheduler::takeReplayedJumps(const Thread& iThread)
-{
-    if (_replayed(iThread, true) && jump())
-    {
-        decided(iThread, Decision::kJump);
+        Verdict::fail(Outcome::eTooSlow,
+                      "all threads wait, for longer in all than the scenario allows: a "
+                      "notification is missing");
     }
 }
 
 Thread& Scheduler::choose(Thread& ioThread, bool iCanGoOn, Op iOp, const volatile void* iObject)
 {
     ++ioThread.choices;
-    if (sMethod == Method::eReplay)
+    if (Strategy::isJump(ioThread) && jump())
     {
-        takeReplayedJumps(ioThread);
-    }
-    else if (wantsJump() && jump())
-    {
-        decided(ioThread, Decision::kJump);
+        Strategy::jumped(ioThread);
     }
     pollDescriptors();
     std::uint32_t ready = readyThreads();
     while (ready == 0)
     {
-        waitForEvents(ioThread);
+        waitForEvents();
         ready = readyThreads();
     }
-    if ((ready & (ready - 1)) != 0)
-    {
-        ++sReport->contended;
-    }
-    if (sListChoices)
-    {
-        listChoice(ioThread, iCanGoOn, ready, iOp, iObject);
-    }
-    Thread& next = pick(ioThread, iCanGoOn, ready);
-    if (next.id != usual(ioThread, iCanGoOn, ready))
-    {
-        decided(ioThread, next.id);
-    }
-    return next;
-}
-
-/// Who runs by default: the thread itself, or the first that can run when it waits or spins.
-unsigned Scheduler::usual(const Thread& iThread, bool iCanGoOn, std::uint32_t iReady)
-{
-    if (iCanGoOn && !iThread.isSpinning())
-    {
-        return iThread.id;
-    }
-    const std::uint32_t others = iReady & ~(1u << iThread.id);
-    return _lowest(others != 0 ? others : iReady);
-}
-
-Thread& Scheduler::pick(Thread& ioThread, bool iCanGoOn, std::uint32_t iReady)
-{
-    const unsigned count = static_cast<unsigned>(__builtin_popcount(iReady));
-    if (sMethod == Method::eReplay)
-    {
-        const Decision* decision = _replayed(ioThread, false);
-        return sThreads[decision && _isSet(iReady, decision->next)
-                            ? decision->next
-                            : usual(ioThread, iCanGoOn, iReady)];
-    }
-    if (sMethod == Method::ePct && sReport->points < kFairAfter)
-    {
-        return pickByPriority(ioThread, iReady);
-    }
-    if (iCanGoOn && !ioThread.isSpinning() && sRandom.below(20) != 0)
-    {
-        return ioThread;
-    }
-    return _nth(iReady, sRandom.below(count));
-}
-
-Thread& Scheduler::pickByPriority(Thread& ioThread, std::uint32_t iReady)
-{
-    for (unsigned i = 0; i < sChangeCount; ++i)
-    {
-        if (sChanges[i] == sReport->contended)
-        {
-            ioThread.priority = -static_cast<std::int64_t>(i) - 1 + sLowest;
-            sLowest = std::min(sLowest, ioThread.priority);
-            sChanges[i] = 0;
-        }
-    }
-    Thread* best = &sThreads[_lowest(iReady)];
-    for (unsigned i = 0; i < sThreadCount; ++i)
-    {
-        if (_isSet(iReady, i) && sThreads[i].priority > best->priority)
-        {
-            best = &sThreads[i];
-        }
-    }
-    return *best;
-}
-
-void Scheduler::decided(const Thread& iThread, std::uint32_t iNext)
-{
-    if (sReport->decisionCount < Report::kDecisions)
-    {
-        sReport->decisions[sReport->decisionCount++] = Decision{iThread.id, iThread.choices, iNext};
-    }
-}
-
-void Scheduler::listChoice(const Thread& iThread, bool iCanGoOn, std::uint32_t iReady, Op iOp,
-                           const volatile void* iObject)
-{
-    const bool canJump = (sJumpEvery != 0 && nextDeadline() != nullptr) || isDue();
-    if ((iReady & (iReady - 1)) == 0 && !canJump)
-    {
-        return;
-    }
-    if (sReport->choiceCount == Report::kChoices)
-    {
-        fail(Outcome::eNoEnd, "too many choices for an exhaustive search");
-    }
-    sReport->choices[sReport->choiceCount++] =
-        Choice{iThread.id,
-               iThread.choices,
-               iReady,
-               usual(iThread, iCanGoOn, iReady),
-               iCanGoOn,
-               canJump,
-               iOp,
-               static_cast<std::uint8_t>(std::min(sReport->decisionCount, 255u)),
-               reinterpret_cast<std::uintptr_t>(iObject)};
+    const bool canJump = nextDeadline() != nullptr;
+    return sThreads[Strategy::next(ioThread, iCanGoOn, canJump, ready, iOp, iObject)];
 }
 
 void Scheduler::handOver(Thread& ioTo)
@@ -544,21 +379,6 @@ void Scheduler::limitTime(std::uint64_t iNanoseconds)
     sTimeLimit = iNanoseconds;
 }
 
-bool Scheduler::isFault(FaultPlan::Kind iKind)
-{
-    if (!tMe || sEnding || tMe->finishing || tMe->reliable > 0)
-    {
-        return false;
-    }
-    const std::uint32_t index = ++sReport->faultsSeen[iKind - 1];
-    return sFault.kind == iKind && sFault.index == index;
-}
-
-bool Scheduler::hasFault()
-{
-    return sFault.kind != FaultPlan::eNone;
-}
-
 void Scheduler::locked(SyncObject& ioLock, bool iTried)
 {
     Thread& me = *tMe;
@@ -566,10 +386,10 @@ void Scheduler::locked(SyncObject& ioLock, bool iTried)
     {
         if (const void* other = LockOrder::add(me, ioLock))
         {
-            nameObject(reinterpret_cast<std::uintptr_t>(other));
-            failAt(Outcome::eLockOrder,
-                   "two locks are taken in both orders by the threads of this schedule",
-                   reinterpret_cast<std::uintptr_t>(ioLock.address));
+            Verdict::nameObject(reinterpret_cast<std::uintptr_t>(other));
+            Verdict::failAt(Outcome::eLockOrder,
+                            "two locks are taken in both orders by the threads of this schedule",
+                            reinterpret_cast<std::uintptr_t>(ioLock.address));
         }
     }
     if (me.lockCount < Thread::kLocks)
@@ -592,167 +412,4 @@ void Scheduler::unlocked(const SyncObject& iLock)
     }
 }
 
-void Scheduler::calls(std::uintptr_t* oCalls, unsigned iCount)
-{
-    const Thread& me = *tMe;
-    unsigned depth = std::min(me.depth, Thread::kDepth);
-    unsigned i = 0;
-    while (i + 1 < iCount && depth > 0)
-    {
-        oCalls[i++] = me.calls[--depth];
-    }
-    oCalls[i] = 0;
-}
-
-void Scheduler::note(const Thread& iThread, Op iOp, std::uintptr_t iObject)
-{
-    if (!sExplain || sReport->eventCount == Report::kEvents)
-    {
-        return;
-    }
-    Event& event = sReport->events[sReport->eventCount++];
-    event.thread = static_cast<std::uint8_t>(iThread.id);
-    event.op = iOp;
-    event.choice = iThread.choices;
-    event.object = iObject;
-    calls(event.calls, Event::kCalls);
-}
-
-void Scheduler::dump(const Thread& iThread, const char* iLabel)
-{
-    if (sReport->stackCount == Report::kStacks)
-    {
-        return;
-    }
-    StackDump& stack = sReport->stacks[sReport->stackCount++];
-    stack.thread = static_cast<std::uint8_t>(iThread.id);
-    std::snprintf(stack.label, sizeof(stack.label), "%s", iLabel);
-    unsigned depth = std::min(iThread.depth, Thread::kDepth);
-    for (unsigned i = 0; i + 1 < StackDump::kCalls && depth > 0; ++i)
-    {
-        stack.calls[i] = iThread.calls[--depth];
-    }
-}
-
-void Scheduler::nameObject(std::uintptr_t iObject)
-{
-    const SyncObject* object = SyncTable::find(reinterpret_cast<void*>(iObject));
-    if (!object || sReport->objectCount == Report::kObjects)
-    {
-        return;
-    }
-    NamedObject& named = sReport->objects[sReport->objectCount++];
-    named.object = iObject;
-    std::copy(std::begin(object->made), std::end(object->made), named.calls);
-}
-
-void Scheduler::deadlock()
-{
-    sEnding = true;
-    for (unsigned i = 0; i < sThreadCount; ++i)
-    {
-        const Thread& thread = sThreads[i];
-        if (thread.state != Thread::eBlocked)
-        {
-            continue;
-        }
-        char label[160];
-        const SyncObject* object = SyncTable::find(thread.object);
-        if (object && object->owner)
-        {
-            std::snprintf(label, sizeof(label), "%s %p, which thread %u holds",
-                          thread.waits == Op::eLock ? "waits for the lock" : opName(thread.waits),
-                          thread.object, object->owner->id);
-        }
-        else
-        {
-            std::snprintf(label, sizeof(label), "%s %p without a deadline", opName(thread.waits),
-                          thread.object);
-        }
-        nameObject(reinterpret_cast<std::uintptr_t>(thread.object));
-        dump(thread, label);
-    }
-    std::snprintf(sReport->message, sizeof(sReport->message),
-                  "deadlock: no thread can run, and none waits for a deadline");
-    end(Outcome::eDeadlock);
-}
-
-void Scheduler::fail(Outcome iOutcome, const char* iMessage)
-{
-    failAt(iOutcome, iMessage, 0);
-}
-
-void Scheduler::failAt(Outcome iOutcome, const char* iMessage, std::uintptr_t iObject)
-{
-    if (sEnding)
-    {
-        _exit(1);
-    }
-    sEnding = true;
-    std::snprintf(sReport->message, sizeof(sReport->message), "%s", iMessage);
-    if (iObject != 0)
-    {
-        sReport->watched = iObject;
-        nameObject(iObject);
-    }
-    if (tMe)
-    {
-        dump(*tMe, "fails here");
-        for (unsigned i = 0; i < tMe->lockCount; ++i)
-        {
-            nameObject(reinterpret_cast<std::uintptr_t>(tMe->locks[i]));
-        }
-    }
-    for (unsigned i = 0; i < sThreadCount; ++i)
-    {
-        const Thread& thread = sThreads[i];
-        if (&thread != tMe && (thread.state == Thread::eReady || thread.state == Thread::eBlocked))
-        {
-            char label[160];
-            std::snprintf(label, sizeof(label), "%s",
-                          thread.state == Thread::eReady ? "can run" : opName(thread.waits));
-            dump(thread, label);
-        }
-    }
-    end(iOutcome);
-}
-
-void Scheduler::pass()
-{
-    sEnding = true;
-    if (sListChoices)
-    {
-        SyncTable::each(
-            [](const SyncObject& iObject)
-            {
-                if ((iObject.users & (iObject.users - 1)) != 0 &&
-                    sReport->sharedCount < Report::kShared)
-                {
-                    sReport->shared[sReport->sharedCount++] =
-                        reinterpret_cast<std::uintptr_t>(iObject.address);
-                }
-            });
-    }
-    end(Outcome::ePassed);
-}
-
-void Scheduler::end(Outcome iOutcome)
-{
-    if (iOutcome != Outcome::ePassed || sExplain)
-    {
-        const int maps =
-            static_cast<int>(Raw::get().syscall(SYS_open, "/proc/self/maps", O_RDONLY | O_CLOEXEC));
-        std::size_t length = 0;
-        long got = 0;
-        while (length + 1 < sizeof(sReport->maps) &&
-               (got = Raw::get().syscall(SYS_read, maps, sReport->maps + length,
-                                         sizeof(sReport->maps) - 1 - length)) > 0)
-        {
-            length += static_cast<std::size_t>(got);
-        }
-    }
-    sReport->virtualTime = sNow;
-    sReport->outcome = iOutcome;
-    _exit(iOutcome == Outcome::ePassed ? 0 : 1);
-}
 } // namespace schedules

@@ -44,13 +44,21 @@ public:
     /// Makes the calling thread the first of a schedule.
     static void begin(const Plan& iPlan, Report& oReport);
 
-    /// Ends the process with a result.
-    [[noreturn]] static void pass();
-    [[noreturn]] static void fail(Outcome iOutcome, const char* iMessage);
-    [[noreturn]] static void failAt(Outcome iOutcome, const char* iMessage, std::uintptr_t iObject);
-
     /// The calling thread; null outside schedules.
     static Thread* current();
+
+    /// A thread by its number, and the number of all that ever started.
+    static Thread& thread(unsigned iNumber);
+    static unsigned count();
+
+    template <class F>
+    static void each(F iVisit)
+    {
+        for (unsigned i = 0; i < count(); ++i)
+        {
+            iVisit(thread(i));
+        }
+    }
 
     /// A switch point: before an operation of the calling thread on an object.
     static void point(Op iOp, const volatile void* iObject);
@@ -79,21 +87,9 @@ public:
 
     static std::uint64_t now();
 
-    /// Whether the next call of this kind has to fail.
-    static bool isFault(FaultPlan::Kind iKind);
-
-    /// Whether this schedule has a fault at all.
-    static bool hasFault();
-
     /// The locks that a thread holds, and their order.
     static void locked(SyncObject& ioLock, bool iTried);
     static void unlocked(const SyncObject& iLock);
-
-    /// The calls of the calling thread, innermost first, ended by 0.
-    static void calls(std::uintptr_t* oCalls, unsigned iCount);
-
-    /// Records a step for the report.
-    static void note(const Thread& iThread, Op iOp, std::uintptr_t iObject);
 
     /// Fails the schedule when all threads together waited longer than this.
     static void limitTime(std::uint64_t iNanoseconds);
@@ -101,26 +97,13 @@ public:
 private:
     static void switchFrom(Thread& ioThread, bool iCanGoOn, Op iOp, const volatile void* iObject);
     static Thread& choose(Thread& ioThread, bool iCanGoOn, Op iOp, const volatile void* iObject);
-    static unsigned usual(const Thread& iThread, bool iCanGoOn, std::uint32_t iReady);
-    static Thread& pick(Thread& ioThread, bool iCanGoOn, std::uint32_t iReady);
-    static Thread& pickByPriority(Thread& ioThread, std::uint32_t iReady);
     static std::uint32_t readyThreads();
     static Thread* nextDeadline();
     static bool jump();
-    static bool isDue();
-    static bool wantsJump();
     static bool pollDescriptors();
-    static void takeReplayedJumps(const Thread& iThread);
-    static void waitForEvents(Thread& ioThread);
-    static void decided(const Thread& iThread, std::uint32_t iNext);
-    static void listChoice(const Thread& iThread, bool iCanGoOn, std::uint32_t iReady, Op iOp,
-                           const volatile void* iObject);
+    static void waitForEvents();
     static void handOver(Thread& ioTo);
     static void await(Thread& ioThread);
-    [[noreturn]] static void deadlock();
-    [[noreturn]] static void end(Outcome iOutcome);
-    static void dump(const Thread& iThread, const char* iLabel);
-    static void nameObject(std::uintptr_t iObject);
 };
 } // namespace schedules
 

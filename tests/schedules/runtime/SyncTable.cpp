@@ -3,6 +3,7 @@
 
 #include "Memory.h"
 #include "Scheduler.h"
+#include "Verdict.h"
 
 namespace schedules
 {
@@ -29,11 +30,11 @@ SyncObject& SyncTable::at(const volatile void* iAddress)
     {
         if (sCount == kSlots - 1)
         {
-            Scheduler::fail(Outcome::eNoEnd, "too many atomic objects and locks");
+            Verdict::fail(Outcome::eNoEnd, "too many atomic objects and locks");
         }
         found = static_cast<SyncObject*>(Memory::zeroed(sizeof(SyncObject)));
         found->address = const_cast<const void*>(iAddress);
-        Scheduler::calls(found->made, Event::kCalls);
+        Verdict::calls(found->made, Event::kCalls);
         sAll[sCount++] = found;
     }
     return *found;
@@ -52,7 +53,7 @@ SyncObject& SyncTable::renew(const volatile void* iAddress)
     object = SyncObject{};
     object.address = address;
     object.users = users;
-    Scheduler::calls(object.made, Event::kCalls);
+    Verdict::calls(object.made, Event::kCalls);
     return object;
 }
 } // namespace schedules

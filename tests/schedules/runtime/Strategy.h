@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: MIT
+// Strategy: decides which thread runs next, by the plan of the schedule.
+#ifndef IXLAL_SCHEDULES_STRATEGY_H
+#define IXLAL_SCHEDULES_STRATEGY_H
+
+#include "Plan.h"
+#include "Thread.h"
+
+#include <cstdint>
+
+namespace schedules
+{
+/// Sets of threads are bits by their numbers.
+class Strategy
+{
+public:
+    static void begin(const Plan& iPlan);
+
+    /// A new thread gets its priority; one that spins gets the lowest.
+    static void added(Thread& ioThread);
+    static void spins(Thread& ioThread);
+
+    /// Whether time jumps to the next deadline at this choice of a thread.
+    static bool isJump(const Thread& iThread);
+
+    /// The decision that it did.
+    static void jumped(const Thread& iThread);
+
+    /// The number of the thread that runs next. iCanGoOn: iThread itself could run. iCanJump: some
+    /// thread waits for a deadline.
+    static unsigned next(Thread& ioThread, bool iCanGoOn, bool iCanJump, std::uint32_t iReady,
+                         Op iOp, const volatile void* iObject);
+
+private:
+    static unsigned usual(const Thread& iThread, bool iCanGoOn, std::uint32_t iReady);
+    static unsigned pick(Thread& ioThread, bool iCanGoOn, std::uint32_t iReady);
+    static unsigned pickByPriority(Thread& ioThread, std::uint32_t iReady);
+    static void changePriority(Thread& ioThread);
+    static const Decision* replayed(const Thread& iThread, bool iJump);
+    static void decided(const Thread& iThread, std::uint32_t iNext);
+    static void list(const Choice& iChoice);
+};
+} // namespace schedules
+
+#endif
