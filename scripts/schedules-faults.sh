@@ -59,7 +59,7 @@ prove_green() {
     configure || die "It cannot be configured, see $work/build.log"
     build_all || die "It cannot be built, see $work/build.log"
     : >"$work/scenarios"
-    for scenario in $(run_schedules --list | cut -d ' ' -f 1); do
+    for scenario in $(run_schedules --list | grep -v "wrong on purpose" | cut -d ' ' -f 1); do
         if run_schedules --scenario "$scenario" --runs 300 >"$work/run.log" 2>&1; then
             echo "$scenario" >>"$work/scenarios"
         else
