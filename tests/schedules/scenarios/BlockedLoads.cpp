@@ -1,0 +1,63 @@
+// SPDX-License-Identifier: MIT
+// Loads of a configuration beside a stop.
+
+#include "Scenario.h"
+#include "scenarios/support/CoreSetup.h"
+
+#include "IConfigManager.h"
+#include "PBaseptr.h"
+#include "helpers/ServiceLookup.h"
+
+#include <chrono>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <thread>
+#include <unistd.h>
+
+using schedules::requireEqual;
+
+namespace
+{
+CoreSetup _startedWith(const char* iFiles)
+{
+    const CoreSetup core;
+    core.writeConfig("ixlap.configmanager.prs", iFiles);
+    core.mustStart();
+    return core;
+}
+
+void _load(IConfigManager& ioManager)
+{
+    PBaseptr<IConfig> config;
+    requireEqual(0, ioManager.loadByID(L"id", config), "the load");
+    PString value;
+    requireEqual(0, config->getString(L"key", value), "the value");
+}
+} // namespace
+
+SCENARIO(LoadBesideAStop, .milliseconds = 3000, .jumps = false)
+{
+    const CoreSetup core = _startedWith("id = id.prs\n");
+    core.writeConfig("id.prs", "key = value\n");
+    const PBaseptr<IConfigManager> manager = ixlaService<IConfigManager>();
+    std::thread loader([&] { _load(*manager); });
+    requireEqual(0, ixlaStop(), "the core stops");
+    loader.join();
+}
+
+SCENARIO(LoadOfAPipeBesideAStop, .milliseconds = 8500, .jumps = false)
+{
+    const CoreSetup core = _startedWith("id = pipe\n");
+    const std::string pipe = core.path("config/pipe");
+    requireEqual(0, mkfifo(pipe.c_str(), 0600), "the pipe");
+    const PBaseptr<IConfigManager> manager = ixlaService<IConfigManager>();
+    std::thread loader([&] { _load(*manager); });
+    requireEqual(0, ixlaStop(), "the core stops, although a load does not end");
+    // Time passes when the loader waits for a line.
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    const int writer = open(pipe.c_str(), O_RDWR | O_NONBLOCK);
+    constexpr char kLine[] = "key = value\n";
+    requireEqual(sizeof(kLine) - 1, write(writer, kLine, sizeof(kLine) - 1), "the written line");
+    close(writer);
+    loader.join();
+}
