@@ -47,7 +47,7 @@ int Locks::lock(const volatile void* iMutex, bool iRecursive, bool iErrorCheck,
         mutex.depth += iRecursive ? 1 : 0;
         return iRecursive ? 0 : EDEADLK;
     }
-    if (Faults::isNext(FaultPlan::eLock))
+    if (mutex.canFail && Faults::isNext(FaultPlan::eLock))
     {
         return EAGAIN;
     }

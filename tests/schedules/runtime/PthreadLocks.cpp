@@ -67,7 +67,7 @@ SCHEDULES_EXPORT int pthread_mutex_init(pthread_mutex_t* oMutex,
     if (Thread* me = Scheduler::current())
     {
         SCHEDULES_HERE(*me);
-        SyncTable::renew(oMutex);
+        SyncTable::renew(oMutex).canFail = true;
     }
     return 0;
 }

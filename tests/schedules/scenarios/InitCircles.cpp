@@ -4,6 +4,7 @@
 #include "Scenario.h"
 #include "scenarios/support/CoreSetup.h"
 #include "scenarios/support/PluginSteps.h"
+#include "scenarios/support/Threads.h"
 
 #include <atomic>
 #include <chrono>
@@ -157,12 +158,12 @@ SCENARIO(InitThatNeedsAPluginThatOthersRequest, .milliseconds = 2500)
                         sInsideBeta = 1;
                         return 0;
                     });
-    std::thread first([] { _request(L"test.alpha"); });
-    std::thread second([] { _request(L"test.beta"); });
-    _request(L"test.alpha");
-    requireEqual(0, sInsideAlpha, "the inner request succeeds");
-    first.join();
-    second.join();
+    const auto request = []
+    {
+        _request(L"test.alpha");
+        requireEqual(0, sInsideAlpha, "the inner request succeeds");
+    };
+    runTogether(request, request, [] { _request(L"test.beta"); });
     requireEqual(1, PluginSteps::count("alpha.init"), "initialisations of alpha");
     requireEqual(1, PluginSteps::count("beta.init"), "initialisations of beta");
     requireEqual(0, ixlaStop(), "the core stops");
@@ -181,12 +182,12 @@ SCENARIO(InitThatRequestsItselfWithWaiters, .milliseconds = 2500)
                         sInsideAlpha = Requested(L"test.alpha").result;
                         return 0;
                     });
-    std::thread first([] { _request(L"test.alpha"); });
-    std::thread second([] { _request(L"test.alpha"); });
-    _request(L"test.alpha");
-    requireEqual(eIxlaInitFailed, sInsideAlpha, "the inner request fails");
-    first.join();
-    second.join();
+    const auto request = []
+    {
+        _request(L"test.alpha");
+        requireEqual(eIxlaInitFailed, sInsideAlpha, "the inner request fails");
+    };
+    runTogether(request, request, request);
     requireEqual(1, PluginSteps::count("alpha.init"), "initialisations");
     requireEqual(1, core.countLines("core.log", "] Init loop: "), "lines about the loop");
     requireEqual(0, ixlaStop(), "the core stops");

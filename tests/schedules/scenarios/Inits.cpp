@@ -4,6 +4,7 @@
 #include "Scenario.h"
 #include "scenarios/support/CoreSetup.h"
 #include "scenarios/support/PluginSteps.h"
+#include "scenarios/support/Threads.h"
 
 #include <atomic>
 #include <chrono>
@@ -39,12 +40,8 @@ void _requestFails()
 
 void _runThreeThreads(void (*iWork)())
 {
-    std::thread first(iWork);
-    std::thread second(iWork);
-    std::thread third(iWork);
-    first.join();
-    second.join();
-    third.join();
+    // Not on the first thread, because some inits end theirs.
+    runTogether([] {}, iWork, iWork, iWork);
 }
 
 void _stopAfterAFailedInit(const char* iPlugin)
@@ -68,9 +65,7 @@ SCENARIO(InitThatFailsWithOneWaiter, .milliseconds = 2500, .jumps = false, .smal
                         sWritten = 7;
                         return -7;
                     });
-    std::thread other(_requestFails);
-    _requestFails();
-    other.join();
+    runTogether(_requestFails, _requestFails);
     _stopAfterAFailedInit("alpha");
 }
 

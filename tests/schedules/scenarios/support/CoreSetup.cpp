@@ -48,6 +48,7 @@ void CoreSetup::writeConfig(const std::string& iName, const std::string& iText) 
 
 void CoreSetup::writeLogs()
 {
+    const schedules::Reliable reliable;
     set("core.log.file", path("core.log"));
     set("core.log.level", "2");
     set("core.plugins.log.enable", "true");
