@@ -59,7 +59,7 @@ Searched Search::random(Plan iPlan, const Limits& iLimits, bool iFaults)
     {
         iPlan.jumpEvery = 0;
     }
-    iPlan.contended = 100;
+    std::uint32_t contended = 0;
     while (done.runs < iLimits.runs && (done.seconds = _since(begin)) < iLimits.seconds)
     {
         iPlan.seed = firstSeed + done.runs;
@@ -68,7 +68,8 @@ Searched Search::random(Plan iPlan, const Limits& iLimits, bool iFaults)
         const Report& report = fRunner.run(fScenario, iPlan);
         ++done.runs;
         done.points += report.points;
-        iPlan.contended = std::max(iPlan.contended, report.contended);
+        contended = std::max(contended, report.contended);
+        iPlan.contended = contended;
         const std::vector<Decision> decisions = fRunner.decisions();
         done.different += seen.insert(_hash(decisions)).second ? 1 : 0;
         std::transform(faults, faults + 4, report.faultsSeen, faults,
