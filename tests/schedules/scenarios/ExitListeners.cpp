@@ -1,0 +1,255 @@
+// SPDX-License-Identifier: MIT
+// Listeners of the exit event that take less and more time than the stop waits for them. A wait of
+// the stop ends five seconds after its begin at the latest, and then every five seconds.
+
+#include "Scenario.h"
+#include "scenarios/support/CoreSetup.h"
+#include "scenarios/support/PluginSteps.h"
+
+#include "IEventDispatcher.h"
+#include "PBaseptr.h"
+#include "plugins/ITestService.h"
+
+#include <chrono>
+#include <pthread.h>
+#include <string>
+#include <thread>
+
+using schedules::require;
+using schedules::requireEqual;
+
+namespace
+{
+constexpr int kPause = 2500; ///< milliseconds, before the libraries are closed
+
+/// Written by the listener. Not atomic: a stop that has waited for the listener has to see it.
+int sHeard;
+
+void _sleep(int iMilliseconds)
+{
+    std::this_thread::sleep_for(std::chrono::milliseconds(iMilliseconds));
+}
+
+long long _now()
+{
+    return static_cast<long long>(schedules::nanoseconds() / 1000000);
+}
+
+/// A core whose plugin alpha listens to the exit event.
+class ListeningCore
+{
+public:
+    explicit ListeningCore(const char* iTimeoutSeconds)
+    {
+        fCore.writeLogs();
+        fCore.set("core.notify.exit.timeout", iTimeoutSeconds);
+    }
+
+    void start() const
+    {
+        fCore.mustStart();
+        PBaseptr<IEventDispatcher> dispatcher(
+            static_cast<IEventDispatcher*>(Requested(kIxlaEventDispatcherId).instance));
+        ITestService* const service = static_cast<ITestService*>(Requested(L"test.alpha").instance);
+        requireEqual(0, dispatcher->addListener(kIxlaCoreExitTopic, service), "the subscription");
+    }
+
+    int countLines(const char* iText) const
+    {
+        return fCore.countLines("core.log", iText);
+    }
+
+    /// Stops; returns the milliseconds that it took before the pause.
+    long long stop() const
+    {
+        const long long start = _now();
+        requireEqual(0, ixlaStop(), "the core stops");
+        requireEqual(1, PluginSteps::count("alpha.event"), "events");
+        requireEqual(1, PluginSteps::count("alpha.destroyed"), "destroyed plugins");
+        return _now() - start - kPause;
+    }
+
+    /// The stop has waited until the listener returned.
+    void requireJoined() const
+    {
+        requireEqual(1, sHeard, "what the listener has written");
+        requireEqual(1, countLines("[stopFlow] Join return"), "lines about the end");
+        requireEqual(1, PluginSteps::count("alpha.service destroyed"), "destroyed services");
+        requireEqual(1, PluginSteps::count("alpha.unmapped"), "closed libraries");
+    }
+
+    /// The stop has abandoned the listener, whose library stays mapped.
+    void requireAbandoned() const
+    {
+        requireEqual(1, countLines("[stopFlow] Waiting finished with timeout!"), "timeouts");
+        requireEqual(0, countLines("[stopFlow] Join return"), "lines about the end");
+        requireEqual(0, PluginSteps::count("alpha.unmapped"), "closed libraries");
+    }
+
+private:
+    CoreSetup fCore{"alpha"};
+};
+
+void _hearFor(int iMilliseconds)
+{
+    PluginSteps::on("alpha.event",
+                    [iMilliseconds]
+                    {
+                        _sleep(iMilliseconds);
+                        sHeard = 1;
+                        return 0;
+                    });
+}
+} // namespace
+
+SCENARIO(ExitListenerOf4999Milliseconds, .milliseconds = 7499, .jumps = false)
+{
+    const ListeningCore core("5");
+    core.start();
+    _hearFor(4999);
+    requireEqual(4999, core.stop(), "milliseconds");
+    requireEqual(0, core.countLines("Waiting finished with timeout!"), "timeouts");
+    core.requireJoined();
+}
+
+// The listener returns at the moment at which the stop's wait ends.
+SCENARIO(ExitListenerOf5000Milliseconds, .milliseconds = 7500, .jumps = false)
+{
+    const ListeningCore core("5");
+    core.start();
+    _hearFor(5000);
+    requireEqual(5000, core.stop(), "milliseconds");
+    if (core.countLines("[stopFlow] Join return") != 0)
+    {
+        core.requireJoined();
+        return;
+    }
+    core.requireAbandoned();
+    requireEqual(1, PluginSteps::count("alpha.service destroyed"), "services after the pause");
+}
+
+SCENARIO(ExitListenerOf5001Milliseconds, .milliseconds = 7500, .jumps = false)
+{
+    const ListeningCore core("5");
+    core.start();
+    _hearFor(5001);
+    requireEqual(5000, core.stop(), "milliseconds");
+    core.requireAbandoned();
+    requireEqual(1, PluginSteps::count("alpha.service destroyed"), "services after the pause");
+}
+
+SCENARIO(ExitListenerThatOutlivesTheCore, .milliseconds = 61000, .jumps = false)
+{
+    const ListeningCore core("5");
+    core.start();
+    _hearFor(60000);
+    requireEqual(5000, core.stop(), "milliseconds");
+    core.requireAbandoned();
+    requireEqual(0, PluginSteps::count("alpha.service destroyed"), "services with a listener");
+    _sleep(53500);
+    requireEqual(1, PluginSteps::count("alpha.service destroyed"), "services without listener");
+    requireEqual(0, PluginSteps::count("alpha.unmapped"), "closed libraries");
+}
+
+// The second core has the same dispatcher topics, libraries and files.
+SCENARIO(AbandonedExitListenerDuringASecondCore, .milliseconds = 12000, .jumps = false)
+{
+    const ListeningCore core("5");
+    core.start();
+    _hearFor(8000);
+    requireEqual(5000, core.stop(), "milliseconds");
+    core.requireAbandoned();
+    core.start();
+    _sleep(1000);
+    requireEqual(1, PluginSteps::count("alpha.service destroyed"), "services of the first core");
+    requireEqual(1, PluginSteps::count("alpha.destroyed"), "plugins of the first core");
+    PluginSteps::on("alpha.event", [] { return 0; });
+    requireEqual(0, ixlaStop(), "the second core stops");
+    requireEqual(2, PluginSteps::count("alpha.event"), "events");
+    requireEqual(2, PluginSteps::count("alpha.service destroyed"), "services of both cores");
+    requireEqual(2, PluginSteps::count("alpha.destroyed"), "plugins of both cores");
+}
+
+// The second wait of the stop ends after ten seconds.
+SCENARIO(ExitListenerOf9999MillisecondsWithALimitOf6Seconds, .milliseconds = 12499, .jumps = false)
+{
+    const ListeningCore core("6");
+    core.start();
+    _hearFor(9999);
+    requireEqual(9999, core.stop(), "milliseconds");
+    core.requireJoined();
+}
+
+SCENARIO(ExitListenerOf10001MillisecondsWithALimitOf6Seconds, .milliseconds = 12500, .jumps = false)
+{
+    const ListeningCore core("6");
+    core.start();
+    _hearFor(10001);
+    requireEqual(10000, core.stop(), "milliseconds");
+    core.requireAbandoned();
+    requireEqual(1, PluginSteps::count("alpha.service destroyed"), "services after the pause");
+}
+
+SCENARIO(ExitListenerThatEndsItsThread, .milliseconds = 3500, .jumps = false)
+{
+    const ListeningCore core("5");
+    core.start();
+    PluginSteps::on("alpha.event",
+                    []
+                    {
+                        _sleep(1000);
+                        sHeard = 1;
+                        pthread_exit(nullptr);
+                        return 0;
+                    });
+    requireEqual(1000, core.stop(), "milliseconds");
+    requireEqual(1, core.countLines("Listener ended the notify thread"), "lines about the thread");
+    core.requireJoined();
+}
+
+// The listener and another thread call the core while it stops: lookups are served.
+SCENARIO(ExitListenerThatCallsTheCore, .milliseconds = 2500, .jumps = false)
+{
+    const ListeningCore core("5");
+    core.start();
+    PluginSteps::on("alpha.event",
+                    []
+                    {
+                        requireEqual(0, Requested(L"test.alpha").result, "a lookup");
+                        require(ixlaIsInterfaceAvailable(kIxlaLoggerId), "an interface");
+                        const PString argument(L"core.log.level=0");
+                        requireEqual(eIxlaCoreExists, ixlaStart(&argument, 1), "a start");
+                        requireEqual(eIxlaCoreNotStarted, ixlaStop(), "a second stop");
+                        sHeard = 1;
+                        return 0;
+                    });
+    std::thread other(
+        []
+        {
+            const int result = Requested(L"test.alpha").result;
+            require(result == 0 || result == eIxlaCoreNotStarted, "a lookup of another thread");
+        });
+    requireEqual(0, core.stop(), "milliseconds");
+    core.requireJoined();
+    other.join();
+}
+
+// Any wait may end early, so that the stop joins or abandons the listener.
+SCENARIO(ExitListenerWhileTimePasses, .milliseconds = 12500)
+{
+    const ListeningCore core("5");
+    core.start();
+    _hearFor(10);
+    requireEqual(0, ixlaStop(), "the core stops");
+    requireEqual(1, PluginSteps::count("alpha.destroyed"), "destroyed plugins");
+    if (core.countLines("[stopFlow] Join return") != 0)
+    {
+        core.requireJoined();
+    }
+    else
+    {
+        core.requireAbandoned();
+    }
+    _sleep(1000);
+    requireEqual(eIxlaCoreNotStarted, Requested(L"test.alpha").result, "a request afterwards");
+}
