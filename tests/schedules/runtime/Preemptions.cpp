@@ -83,8 +83,9 @@ void Preemptions::add(const Choice& iChoice, std::uint32_t iNext)
     {
         return;
     }
-    const bool commutes =
-        iChoice.canGoOn != 0 && iChoice.object != 0 && fShared.count(iChoice.object) == 0;
+    // A jump does not commute: the thread may read the clock before its next shared operation.
+    const bool commutes = iNext != Decision::kJump && iChoice.canGoOn != 0 && iChoice.object != 0 &&
+                          fShared.count(iChoice.object) == 0;
     if (commutes)
     {
         fLeftOut[iChoice.object].push_back(pending);

@@ -16,10 +16,10 @@ namespace schedules
 /// is a preemption, and so is a jump of time while a thread could run. Each schedule that ran gives
 /// new ones, with one more decision behind its last.
 ///
-/// A preemption before an operation on an object that only one thread ever uses is not tried: the
-/// operation commutes with those of all other threads, so the preemption before the thread's next
-/// shared operation has the same result. When a later schedule shows that an object is shared after
-/// all, what was left out is tried.
+/// A preemption before an operation on an object that only one thread ever uses, or that all only
+/// load, is not tried: the operation commutes with those of all other threads, so the preemption
+/// before the thread's next shared operation has the same result. When a later schedule shows that
+/// an object is shared after all, what was left out is tried.
 class Preemptions
 {
 public:

@@ -28,6 +28,7 @@ thread_local Thread* tMe __attribute__((tls_model("initial-exec")));
 
 Thread sThreads[kMaxThreads - 1];
 unsigned sThreadCount;
+unsigned sAlive;
 std::uint64_t sNow;
 std::uint64_t sWaited; ///< the time for which no thread could run
 std::uint64_t sTimeLimit;
@@ -86,6 +87,7 @@ Thread* Scheduler::add(void* (*iStart)(void*), void* iArgument)
     }
     Thread& thread = sThreads[sThreadCount];
     thread.id = sThreadCount++;
+    ++sAlive;
     thread.state = Thread::eReady;
     thread.start = iStart;
     thread.argument = iArgument;
@@ -130,6 +132,7 @@ void Scheduler::leave(Thread& ioThread)
     Verdict::note(ioThread, Op::eEnd, 0);
     ioThread.state = Thread::eEnded;
     ioThread.finishing = true;
+    --sAlive;
     if (ioThread.lockCount > 0)
     {
         Verdict::failAt(Outcome::eMisuse, "a thread ends with a lock that it holds",
@@ -174,7 +177,12 @@ void Scheduler::point(Op iOp, const volatile void* iObject)
     {
         Verdict::fail(Outcome::eNoEnd, "the schedule has no end");
     }
-    SyncTable::at(iObject ? iObject : &sThreads).users |= 1u << me.id;
+    if (iObject && sAlive > 1)
+    {
+        SyncObject& object = SyncTable::at(iObject);
+        object.users |= 1u << me.id;
+        object.changers |= iOp == Op::eLoad ? 0 : 1u << me.id;
+    }
     me.repeated = _isSameAgain(me, iOp, iObject) ? me.repeated + 1 : 0;
     me.last = iOp == Op::eYield ? me.last : iObject;
     if (me.isSpinning())

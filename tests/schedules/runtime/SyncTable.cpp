@@ -48,11 +48,11 @@ SyncObject* SyncTable::find(const volatile void* iAddress)
 SyncObject& SyncTable::renew(const volatile void* iAddress)
 {
     SyncObject& object = at(iAddress);
-    const std::uint32_t users = object.users;
-    const void* address = object.address;
+    const SyncObject before = object;
     object = SyncObject{};
-    object.address = address;
-    object.users = users;
+    object.address = before.address;
+    object.users = before.users;
+    object.changers = before.changers;
     Verdict::calls(object.made, Event::kCalls);
     return object;
 }

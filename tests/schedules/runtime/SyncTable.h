@@ -14,15 +14,16 @@ namespace schedules
 struct SyncObject
 {
     const void* address;
-    Thread* owner;       ///< that holds the mutex, or writes under the read-write lock
-    unsigned depth;      ///< of a recursive mutex
-    unsigned readers;    ///< of a read-write lock
-    unsigned lockIndex;  ///< in the graph of lock orders; 0 before the first lock
-    bool monotonic;      ///< the clock of a condition's deadlines
-    bool busy;           ///< a once flag whose function runs
-    bool canFail;        ///< a mutex that an initialiser in the source has not made
-    std::uint32_t users; ///< bit set of the threads that used it
-    VectorClock clock;   ///< what happened before the last release
+    Thread* owner;          ///< that holds the mutex, or writes under the read-write lock
+    unsigned depth;         ///< of a recursive mutex
+    unsigned readers;       ///< of a read-write lock
+    unsigned lockIndex;     ///< in the graph of lock orders; 0 before the first lock
+    bool monotonic;         ///< the clock of a condition's deadlines
+    bool busy;              ///< a once flag whose function runs
+    bool canFail;           ///< a mutex that an initialiser in the source has not made
+    std::uint32_t users;    ///< bit set of the threads that used it while there were others
+    std::uint32_t changers; ///< of those that did more than load it
+    VectorClock clock;      ///< what happened before the last release
     std::uintptr_t made[Event::kCalls]; ///< where it was initialised or first used
 };
 

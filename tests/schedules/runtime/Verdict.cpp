@@ -176,13 +176,13 @@ void Verdict::failAt(Outcome iOutcome, const char* iMessage, std::uintptr_t iObj
     end(iOutcome);
 }
 
-/// The objects that more than one thread used, for the exhaustive search.
+/// The objects that more than one thread used, and one changed, for the exhaustive search.
 void Verdict::listShared()
 {
     SyncTable::each(
         [](const SyncObject& iObject)
         {
-            if ((iObject.users & (iObject.users - 1)) != 0 &&
+            if ((iObject.users & (iObject.users - 1)) != 0 && iObject.changers != 0 &&
                 sReport->sharedCount < Report::kShared)
             {
                 sReport->shared[sReport->sharedCount++] =
