@@ -100,16 +100,33 @@ void _hearFor(int iMilliseconds)
                         return 0;
                     });
 }
+/// The stop waits for a listener of so many milliseconds, and logs a timeout if they exceed the
+/// limit.
+void _listenAndJoin(const char* iTimeoutSeconds, int iMilliseconds, int iTimeouts)
+{
+    const ListeningCore core(iTimeoutSeconds);
+    core.start();
+    _hearFor(iMilliseconds);
+    requireEqual(iMilliseconds, core.stop(), "milliseconds");
+    requireEqual(iTimeouts, core.countLines("Waiting finished with timeout!"), "timeouts");
+    core.requireJoined();
+}
+
+/// The stop abandons a listener, which returns during the pause.
+void _listenAndAbandon(const char* iTimeoutSeconds, int iMilliseconds, int iWaited)
+{
+    const ListeningCore core(iTimeoutSeconds);
+    core.start();
+    _hearFor(iMilliseconds);
+    requireEqual(iWaited, core.stop(), "milliseconds");
+    core.requireAbandoned();
+    requireEqual(1, PluginSteps::count("alpha.service destroyed"), "services after the pause");
+}
 } // namespace
 
 SCENARIO(ExitListenerOf4999Milliseconds, .milliseconds = 7499, .jumps = false)
 {
-    const ListeningCore core("5");
-    core.start();
-    _hearFor(4999);
-    requireEqual(4999, core.stop(), "milliseconds");
-    requireEqual(0, core.countLines("Waiting finished with timeout!"), "timeouts");
-    core.requireJoined();
+    _listenAndJoin("5", 4999, 0);
 }
 
 // The listener returns at the moment at which the stop's wait ends.
@@ -130,12 +147,7 @@ SCENARIO(ExitListenerOf5000Milliseconds, .milliseconds = 7500, .jumps = false)
 
 SCENARIO(ExitListenerOf5001Milliseconds, .milliseconds = 7500, .jumps = false)
 {
-    const ListeningCore core("5");
-    core.start();
-    _hearFor(5001);
-    requireEqual(5000, core.stop(), "milliseconds");
-    core.requireAbandoned();
-    requireEqual(1, PluginSteps::count("alpha.service destroyed"), "services after the pause");
+    _listenAndAbandon("5", 5001, 5000);
 }
 
 SCENARIO(ExitListenerThatOutlivesTheCore, .milliseconds = 61000, .jumps = false)
@@ -173,21 +185,12 @@ SCENARIO(AbandonedExitListenerDuringASecondCore, .milliseconds = 12000, .jumps =
 // The second wait of the stop ends after ten seconds.
 SCENARIO(ExitListenerOf9999MillisecondsWithALimitOf6Seconds, .milliseconds = 12499, .jumps = false)
 {
-    const ListeningCore core("6");
-    core.start();
-    _hearFor(9999);
-    requireEqual(9999, core.stop(), "milliseconds");
-    core.requireJoined();
+    _listenAndJoin("6", 9999, 1);
 }
 
 SCENARIO(ExitListenerOf10001MillisecondsWithALimitOf6Seconds, .milliseconds = 12500, .jumps = false)
 {
-    const ListeningCore core("6");
-    core.start();
-    _hearFor(10001);
-    requireEqual(10000, core.stop(), "milliseconds");
-    core.requireAbandoned();
-    requireEqual(1, PluginSteps::count("alpha.service destroyed"), "services after the pause");
+    _listenAndAbandon("6", 10001, 10000);
 }
 
 SCENARIO(ExitListenerThatEndsItsThread, .milliseconds = 3500, .jumps = false)
