@@ -196,6 +196,22 @@ SCENARIO(SettersOfOneKeyFromTwoThreads, .jumps = false, .small = true)
     require(services.read(L"key") == seen[0], "the first value stays");
 }
 
+SCENARIO(SettersThatMayFail, .jumps = false, .faults = true)
+{
+    const HeldServices services;
+    std::atomic<int> failures{0};
+    const auto set = [&](const wchar_t* iKey)
+    {
+        const int result = services.manager->setString(L"net", iKey, L"value");
+        const schedules::Reliable reliable;
+        failures += result == 0 ? 0 : 1;
+        const std::wstring expected = result == 0 ? L"value" : std::to_wstring(eIxlaNotFound);
+        require(services.read(iKey) == expected, "a setter that fails changes nothing");
+    };
+    runTogether([&] { set(L"first"); }, [&] { set(L"second"); });
+    require(failures == 0 || (failures == 1 && schedules::hasFault()), "setters that failed");
+}
+
 SCENARIO(AttributesBesideTheRemovalOfTheirKey, .jumps = false)
 {
     const HeldServices services;

@@ -8,6 +8,8 @@
 #include "Ixla.h"
 #include "PBaseptr.h"
 
+#include <atomic>
+
 using schedules::require;
 using schedules::requireEqual;
 
@@ -140,4 +142,24 @@ SCENARIO(NamedLoggerUsedAfterAStop, .milliseconds = 3000, .jumps = false)
     };
     runTogether([&] { use(L"first"); }, [&] { use(L"second"); });
     requireEqual(2, services.core.countLines("log/named", ""), "lines");
+}
+
+SCENARIO(NamedLoggersThatMayFail, .jumps = false, .faults = true)
+{
+    const HeldServices services(HeldServices::eWithLogs);
+    std::atomic<int> written{0};
+    const auto write = [&]
+    {
+        PBaseptr<ILogger> named;
+        const int result = services.logger->getLogger(L"named", named);
+        require(result == 0 || schedules::hasFault(), "getLogger");
+        // A fault of unlocking is known only after the holder was filled.
+        require(result != 0 || named, "the holder is filled");
+        written += named && named->info(0, L"line.") == 0 ? 1 : 0;
+    };
+    runTogether(write, write);
+    require(written == 2 || schedules::hasFault(), "lines");
+    const schedules::Reliable reliable;
+    const int found = services.core.countLines("log/named", "line.");
+    require(found == written || (found < written && schedules::hasFault()), "lines in the file");
 }

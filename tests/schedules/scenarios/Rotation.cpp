@@ -7,6 +7,7 @@
 #include "logger/PLogger.h"
 
 #include <algorithm>
+#include <atomic>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -164,4 +165,37 @@ SCENARIO(OneRotatingLoggerFromTwoThreads, .jumps = false, .small = true)
     _open(logger, limits);
     runTogether([&] { _write(logger, L"a", 3); }, [&] { _write(logger, L"b", 3); });
     _checkLines(limits, 3);
+}
+
+SCENARIO(LinesOfTwoLoggersThatMayFail, .jumps = false, .faults = true)
+{
+    const Limits limits{.lines = 2};
+    _empty();
+    PLogger first;
+    PLogger second;
+    {
+        const schedules::Reliable reliable;
+        _open(first, limits);
+        _open(second, limits);
+    }
+    std::atomic<int> written{0};
+    const auto write = [&](PLogger& ioLogger)
+    {
+        for (int i = 0; i < 2; ++i)
+        {
+            const int result = PLogger::info(&ioLogger, 0, L"line %d", i);
+            require(result == 0 || (result < 0 && schedules::hasFault()), "a line");
+            written += result == 0 ? 1 : 0;
+        }
+    };
+    runTogether([&] { write(first); }, [&] { write(second); });
+    const schedules::Reliable reliable;
+    // A file that cannot be renamed grows further.
+    const std::vector<std::string> lines = _readAll(schedules::hasFault() ? Limits{} : limits);
+    const auto whole = std::count_if(lines.begin(), lines.end(),
+                                     [](const std::string& iLine)
+                                     { return iLine.find(" line ") != std::string::npos; });
+    requireEqual(written, whole, "lines in the files");
+    const auto reports = static_cast<long long>(lines.size()) - whole;
+    require(reports == 0 || (reports == 1 && written < 4), "reports of lost lines");
 }

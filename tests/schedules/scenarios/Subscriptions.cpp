@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The helpers of plugins: the end of a subscription beside deliveries, and the exit of a list of
-// services beside its release.
+// The end of a subscription beside deliveries.
 
 #include "Scenario.h"
 #include "scenarios/support/CoreSetup.h"
@@ -8,7 +7,6 @@
 
 #include "Ixla.h"
 #include "helpers/PConfigSubscription.h"
-#include "helpers/PServiceList.h"
 #include "helpers/PSubscription.h"
 
 #include <atomic>
@@ -209,90 +207,4 @@ SCENARIO(EndOfAConfigSubscriptionBesideASetter, .jumps = false)
         },
         [&] { requireEqual(0, started.manager->setString(L"net", L"key", L"v"), "the setter"); });
     requireEqual(0, started.manager->setString(L"net", L"key", L"v"), "a setter after the end");
-}
-
-namespace
-{
-/// Counts its hooks. Not synchronised: the list has to order exit before the destruction.
-class ListedService final : public PService<IBase>
-{
-public:
-    struct Counts
-    {
-        int exits = 0;
-        std::atomic<int> destroyed{0};
-    };
-
-    explicit ListedService(Counts& ioCounts) : fCounts(ioCounts)
-    {
-    }
-
-    void onExit() override
-    {
-        requireEqual(0, fExits++, "earlier exits");
-        ++fCounts.exits;
-    }
-
-    ~ListedService() override
-    {
-        requireEqual(1, fExits, "exits before the destruction");
-        ++fCounts.destroyed;
-    }
-
-private:
-    Counts& fCounts;
-    int fExits = 0;
-};
-
-/// A list with two services that have started.
-struct Listed
-{
-    Listed() : list(std::make_shared<PServiceList>())
-    {
-        for (const wchar_t* id : {L"first", L"second"})
-        {
-            list->add<ListedService>(id, [this] { return new ListedService(counts); });
-        }
-        requireEqual(0, list->start(), "the services start");
-    }
-
-    ListedService::Counts counts;
-    std::shared_ptr<PServiceList> list;
-};
-} // namespace
-
-SCENARIO(ExitOfServicesBesideTheirRelease, .jumps = false, .small = true)
-{
-    Listed listed;
-    std::shared_ptr<PServiceList> listeners = listed.list;
-    runTogether(
-        [&]
-        {
-            listed.list->exit();
-            listed.list->release();
-            listed.list.reset();
-        },
-        [&]
-        {
-            listeners->exit();
-            listeners.reset();
-        });
-    requireEqual(2, listed.counts.exits, "exits");
-    requireEqual(2, listed.counts.destroyed, "destroyed services");
-}
-
-SCENARIO(ExitOfServicesFromTwoThreads, .jumps = false, .small = true)
-{
-    Listed listed;
-    IBase* first = nullptr;
-    const auto exit = [&]
-    {
-        listed.list->exit();
-    };
-    runTogether(exit, exit);
-    requireEqual(2, listed.counts.exits, "exits");
-    requireEqual(0, listed.list->find(L"first", first), "a service is found until its release");
-    listed.list->release();
-    requireEqual(2, listed.counts.destroyed, "destroyed services");
-    requireEqual(eIxlaNoInstance, listed.list->find(L"first", first), "a released service");
 }
