@@ -2,6 +2,7 @@
 // A fork while another thread uses the core and its services.
 
 #include "Scenario.h"
+#include "scenarios/support/Children.h"
 #include "scenarios/support/CoreSetup.h"
 
 #include "IConfigManager.h"
@@ -12,9 +13,7 @@
 #include "helpers/ServiceLookup.h"
 
 #include <cerrno>
-#include <sys/wait.h>
 #include <thread>
-#include <unistd.h>
 
 using schedules::require;
 using schedules::requireEqual;
@@ -39,19 +38,6 @@ void _useInChild(const Held& iHeld)
     require(!ixlaIsInterfaceAvailable(kIxlaLoggerId), "no interface is available");
     requireEqual(eIxlaCoreNotStarted, ixlaStop(), "a stop");
 }
-
-void _fork(const Held& iHeld)
-{
-    const pid_t child = fork();
-    if (child == 0)
-    {
-        _useInChild(iHeld);
-        _exit(0);
-    }
-    int status = 1;
-    requireEqual(child, waitpid(child, &status, 0), "the child has ended");
-    requireEqual(0, status, "the end of the child");
-}
 } // namespace
 
 SCENARIO(ForkBesideCalls, .milliseconds = 3000)
@@ -68,7 +54,7 @@ SCENARIO(ForkBesideCalls, .milliseconds = 3000)
                 requireEqual(0, held.logger->error(0, L"parent"), "the log line");
                 requireEqual(0, Requested(kIxlaLoggerId).result, "the lookup");
             });
-        _fork(held);
+        runInChild([&] { _useInChild(held); });
         user.join();
         requireEqual(0, held.logger->error(0, L"parent"), "a log line after the fork");
     }
