@@ -8,6 +8,7 @@
 
 #include <thread>
 
+using schedules::hasFault;
 using schedules::require;
 using schedules::requireEqual;
 
@@ -51,8 +52,8 @@ public:
             return false;
         }
         require(!fRefused, "no call is served after a refused one");
-        requireEqual(iServed, requested.result, "the result of a served call");
-        requireEqual(iServed == 0 ? 1 : 0, requested.instance ? 1 : 0, "returned services");
+        require(hasFault() || requested.result == iServed, "the result of a served call");
+        requireEqual(requested.result == 0 ? 1 : 0, requested.instance ? 1 : 0, "services");
         return true;
     }
 
@@ -72,7 +73,8 @@ private:
 
 void _stopsOnce()
 {
-    requireEqual(0, ixlaStop(), "the core stops");
+    const int stopped = ixlaStop();
+    require(hasFault() || stopped == 0, "the core stops");
     Caller caller;
     require(!caller.lookUp(L"test.alpha"), "lookups are refused after the stop");
     caller.query(kIxlaLoggerId);
@@ -162,11 +164,16 @@ SCENARIO(LookupsAndQueriesBesideAStop, .milliseconds = 2500, .jumps = false)
 }
 
 // A call may stay inside for longer than the stop waits: then no plugin is destroyed.
-SCENARIO(LookupsWithLogsWhileTimePasses, .milliseconds = 7500)
+SCENARIO(LookupsWithLogsWhileTimePasses, .milliseconds = 12500, .faults = true)
 {
     CoreSetup core{"alpha"};
     core.writeLogs();
     core.mustStart();
+    {
+        // Other threads would wait forever after a lock that fails at the end of an init.
+        const schedules::Reliable reliable;
+        Caller().lookUp(L"test.alpha");
+    }
     const auto calls = []
     {
         Caller caller;
@@ -174,14 +181,11 @@ SCENARIO(LookupsWithLogsWhileTimePasses, .milliseconds = 7500)
         caller.query(L"test.alpha");
         caller.lookUp(L"test.nobody", eIxlaUnknownInterface);
     };
-    std::thread first(calls);
-    std::thread second(calls);
-    _stopsOnce();
+    runTogether(_stopsOnce, calls, calls);
+    const schedules::Reliable reliable;
     const int kept = core.countLines("core.log", "Calls that do not leave the core: ");
-    requireEqual(1 - kept, PluginSteps::count("alpha.destroyed"), "destroyed plugins");
-    first.join();
-    second.join();
-    requireEqual(1 - kept, PluginSteps::count("alpha.destroyed"), "destroyed plugins later");
+    require(hasFault() || PluginSteps::count("alpha.destroyed") == 1 - kept, "destroyed plugins");
+    require(PluginSteps::count("alpha.destroyed") <= 1, "plugins are destroyed once");
 }
 
 // A stop never destroys what its own caller is inside of.

@@ -216,3 +216,32 @@ SCENARIO(StopBesideALibraryThatCallsTheCore, .milliseconds = 2500, .jumps = fals
     _request(L"test.alpha");
     runTogether(_stop, _openEarlyLibrary);
 }
+
+// Both plugins are initialised before, because other threads would wait forever after a lock that
+// fails at the end of an init.
+SCENARIO(UnloadAndLookupsThatFail, .milliseconds = 12500, .faults = true)
+{
+    const CoreSetup core{"alpha", "beta"};
+    core.mustStart();
+    IPlugin* alpha = nullptr;
+    {
+        const schedules::Reliable reliable;
+        alpha = _request(L"test.alpha");
+        _request(L"test.beta");
+    }
+    int unloaded = 0;
+    runTogether([&] { unloaded = ixlaUnloadPlugin(alpha); },
+                []
+                {
+                    const int result = Requested(L"test.beta").result;
+                    require(result == 0 || schedules::hasFault(), "the request succeeds");
+                    require(ixlaIsInterfaceAvailable(L"test.beta"), "it is available");
+                });
+    require(unloaded == 0 || schedules::hasFault(), "the unloading succeeds");
+    const int stopped = ixlaStop();
+    require(stopped == 0 || schedules::hasFault(), "the core stops");
+    const schedules::Reliable reliable;
+    require(PluginSteps::count("alpha.destroyed") <= 1, "plugins are destroyed once");
+    require(PluginSteps::count("beta.destroyed") <= 1, "plugins are destroyed once");
+    requireEqual(eIxlaCoreNotStarted, ixlaStop(), "a second stop");
+}
