@@ -32,13 +32,18 @@ std::wstring _key(int iNumber)
     return L"key" + std::to_wstring(iNumber);
 }
 
-/// Reads values of all three sources.
-void _read(const HeldServices& iServices)
+void _readValues(const HeldServices& iServices)
 {
     require(iServices.read(L"own") == L"own", "the own value");
     require(iServices.read(L"pinned") == L"own", "the const value");
     require(iServices.read(L"set") == L"set", "the run-time value");
     require(iServices.read(L"stored") == L"stored", "the stored value");
+}
+
+/// Reads values of all three sources, and the files.
+void _read(const HeldServices& iServices)
+{
+    _readValues(iServices);
     PBaseptr<IConfig> loaded;
     requireEqual(0, iServices.manager->loadByID(L"net", loaded), "a load by ID");
     PString own;
@@ -186,6 +191,31 @@ SCENARIO(SettersBesideAStop, .milliseconds = 3000)
     setter.check();
 }
 
+SCENARIO(ReadsOfAConfigurationHeldAloneBesideAStop, .milliseconds = 3000)
+{
+    HeldServices services;
+    _setSources(services);
+    services.logger.clear();
+    services.dispatcher.clear();
+    services.manager.clear();
+    runTogether(_stop,
+                [&]
+                {
+                    _readValues(services);
+                    services.config.clear();
+                });
+}
+
+SCENARIO(SettersOfAManagerHeldAloneBesideAStop, .milliseconds = 3000)
+{
+    HeldServices services;
+    Setter setter(services);
+    services.logger.clear();
+    services.dispatcher.clear();
+    runTogether(_stop, [&] { setter.run(); });
+    setter.check();
+}
+
 SCENARIO(StorersBesideAStop, .milliseconds = 3000)
 {
     const HeldServices services;
@@ -244,6 +274,22 @@ SCENARIO(SendsBesideAStop, .milliseconds = 3000)
     Sends sends(services);
     runTogether(_stop, [&] { sends.run(); });
     sends.end();
+}
+
+SCENARIO(SendsOfADispatcherHeldAloneBesideAStop, .milliseconds = 3000)
+{
+    HeldServices services(HeldServices::eWithLogs);
+    Sends sends(services);
+    services.config.clear();
+    services.manager.clear();
+    services.logger.clear();
+    runTogether(_stop,
+                [&]
+                {
+                    sends.run();
+                    sends.end();
+                    services.dispatcher.clear();
+                });
 }
 
 SCENARIO(LookupsOfHeldServicesBesideAStop, .milliseconds = 3000)
