@@ -20,7 +20,8 @@ namespace
 {
 CoreSetup _startedWith(const char* iFiles)
 {
-    const CoreSetup core;
+    CoreSetup core;
+    core.keepLibraries();
     core.writeConfig("ixlap.configmanager.prs", iFiles);
     core.mustStart();
     return core;
@@ -35,7 +36,7 @@ void _load(IConfigManager& ioManager)
 }
 } // namespace
 
-SCENARIO(LoadBesideAStop, .milliseconds = 3000, .jumps = false)
+SCENARIO(LoadBesideAStop, .milliseconds = 100, .jumps = false)
 {
     const CoreSetup core = _startedWith("id = id.prs\n");
     core.writeConfig("id.prs", "key = value\n");
@@ -45,7 +46,7 @@ SCENARIO(LoadBesideAStop, .milliseconds = 3000, .jumps = false)
     loader.join();
 }
 
-SCENARIO(LoadOfAPipeBesideAStop, .milliseconds = 8500, .jumps = false)
+SCENARIO(LoadOfAPipeBesideAStop, .milliseconds = 5500, .jumps = false)
 {
     const CoreSetup core = _startedWith("id = pipe\n");
     const std::string pipe = core.path("config/pipe");

@@ -44,9 +44,10 @@ SCENARIO(FirstRequestsOfOnePluginFromThreeThreads)
     requireEqual(1, PluginSteps::count("alpha.destroyed"), "destroyed plugins");
 }
 
-SCENARIO(SetterBesideAStop)
+SCENARIO(SetterBesideAStop, .milliseconds = 100)
 {
-    const CoreSetup core;
+    CoreSetup core;
+    core.keepLibraries();
     core.mustStart();
     PBaseptr<IConfigManager> manager(
         static_cast<IConfigManager*>(Requested(kIxlaConfigManagerId).instance));

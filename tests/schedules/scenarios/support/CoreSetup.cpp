@@ -46,6 +46,11 @@ void CoreSetup::writeConfig(const std::string& iName, const std::string& iText) 
     std::ofstream(path("config/" + iName)) << iText;
 }
 
+void CoreSetup::keepLibraries()
+{
+    set("core.free.plugins.lib", "false");
+}
+
 void CoreSetup::writeLogs()
 {
     const schedules::Reliable reliable;

@@ -24,6 +24,11 @@ public:
     /// A file in config/.
     void writeConfig(const std::string& iName, const std::string& iText) const;
 
+    /// Libraries stay loaded, so a stop does not pause. Calls of other threads then run beside each
+    /// of its steps; during the pause they would all end, because time passes only when no thread
+    /// can run.
+    void keepLibraries();
+
     /// The core log and the plugins' log are written, to core.log and log/.
     void writeLogs();
 

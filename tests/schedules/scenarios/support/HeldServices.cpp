@@ -16,6 +16,7 @@ HeldServices::HeldServices(ELogs iLogs)
     {
         core.writeLogs();
     }
+    core.keepLibraries();
     core.mustStart();
     manager = ixlaService<IConfigManager>();
     dispatcher = ixlaService<IEventDispatcher>();
