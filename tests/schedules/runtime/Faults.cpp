@@ -11,7 +11,7 @@ namespace
 FaultPlan sFault;
 }
 
-void Faults::begin(const Plan& iPlan)
+void Faults::begin(const PlanBasics& iPlan)
 {
     sFault = iPlan.fault;
 }
@@ -23,7 +23,7 @@ bool Faults::isNext(FaultPlan::Kind iKind)
     {
         return false;
     }
-    const std::uint32_t index = ++Verdict::report().faultsSeen[iKind - 1];
+    const std::uint32_t index = ++Verdict::report().counts.faultsSeen[iKind - 1];
     return sFault.kind == iKind && sFault.index == index;
 }
 

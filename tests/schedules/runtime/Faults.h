@@ -10,7 +10,7 @@ namespace schedules
 class Faults
 {
 public:
-    static void begin(const Plan& iPlan);
+    static void begin(const PlanBasics& iPlan);
 
     /// Counts a call of this kind; whether it has to fail.
     static bool isNext(FaultPlan::Kind iKind);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Calls on files: switch points, because two threads may use one file without a common lock.
 
+#include "Checkpoint.h"
 #include "Export.h"
 #include "Faults.h"
 #include "Raw.h"
@@ -57,6 +58,10 @@ int _openPipe(const char* iPath, int iFlags)
 
 int _open(const char* iPath, int iFlags, unsigned iMode)
 {
+    if ((iFlags & (O_WRONLY | O_RDWR | O_CREAT | O_TRUNC)) != 0)
+    {
+        Checkpoint::fileChanges();
+    }
     struct stat status;
     const bool blocks = Scheduler::current() && (iFlags & O_NONBLOCK) == 0 &&
                         stat(iPath, &status) == 0 && S_ISFIFO(status.st_mode);
@@ -108,22 +113,26 @@ SCHEDULES_EXPORT ssize_t read(int iFile, void* oBytes, std::size_t iSize)
 
 SCHEDULES_EXPORT ssize_t write(int iFile, const void* iBytes, std::size_t iSize)
 {
+    Checkpoint::fileChanges();
     return _point(SCHEDULES_CALLER) ? -1
                                     : static_cast<ssize_t>(_call(SYS_write, iFile, iBytes, iSize));
 }
 
 SCHEDULES_EXPORT int rename(const char* iFrom, const char* iTo)
 {
+    Checkpoint::fileChanges();
     return _point(SCHEDULES_CALLER) ? -1 : static_cast<int>(_call(SYS_rename, iFrom, iTo));
 }
 
 SCHEDULES_EXPORT int unlink(const char* iPath)
 {
+    Checkpoint::fileChanges();
     return _point(SCHEDULES_CALLER) ? -1 : static_cast<int>(_call(SYS_unlink, iPath));
 }
 
 SCHEDULES_EXPORT int ftruncate64(int iFile, off64_t iSize)
 {
+    Checkpoint::fileChanges();
     return _point(SCHEDULES_CALLER)
                ? -1
                : static_cast<int>(_call(SYS_ftruncate64, iFile, static_cast<long>(iSize),
@@ -132,6 +141,7 @@ SCHEDULES_EXPORT int ftruncate64(int iFile, off64_t iSize)
 
 SCHEDULES_EXPORT int flock(int iFile, int iOperation)
 {
+    Checkpoint::fileChanges();
     if (_point(SCHEDULES_CALLER))
     {
         return -1;

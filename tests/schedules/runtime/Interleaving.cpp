@@ -107,8 +107,8 @@ std::string Interleaving::text() const
 {
     std::ostringstream text;
     text << "Outcome: " << outcomeName(fReport.outcome) << ": " << fReport.message << "\n"
-         << "Schedule: " << fReport.threads << " threads, " << fReport.points << " switch points, "
-         << fReport.virtualTime / 1000000 << " ms of virtual time\n";
+         << "Schedule: " << fReport.counts.threads << " threads, " << fReport.counts.points
+         << " switch points, " << fReport.virtualTime / 1000000 << " ms of virtual time\n";
     std::uint32_t begin = 0;
     for (std::uint32_t i = 1; i <= fReport.eventCount; ++i)
     {

@@ -34,6 +34,7 @@ struct Options
     bool noRaces = false;
     bool explain = false;
     bool selfTest = false;
+    bool noCheckpoint = false;
     bool brief = false;
 };
 
@@ -102,6 +103,10 @@ void _report(Search& ioSearch, const Options& iOptions, const Searched& iSearche
 
 bool _search(Runner& ioRunner, const Scenario& iScenario, const Options& iOptions)
 {
+    if (iOptions.noCheckpoint)
+    {
+        ioRunner.useNoCheckpoint(iScenario);
+    }
     Search search(ioRunner, iScenario);
     Plan plan;
     plan.method = iOptions.method == "walk" ? Method::eWalk : Method::ePct;
@@ -233,6 +238,8 @@ void _describe(CLI::App& ioApp, Options& oOptions)
     ioApp.add_option("--preemptions", oOptions.preemptions, "At most so many (2)");
     ioApp.add_flag("--faults", oOptions.faults, "Let calls fail where the scenario allows it");
     ioApp.add_flag("--no-races", oOptions.noRaces, "Without the race detector, twice as fast");
+    ioApp.add_flag("--no-checkpoint", oOptions.noCheckpoint,
+                   "Run each schedule from the begin of its scenario");
     ioApp.add_flag("--self-test", oOptions.selfTest,
                    "Run the scenarios that are wrong on purpose, which must fail");
     ioApp.add_option("--replay", oOptions.replays,

@@ -35,7 +35,8 @@ struct FaultPlan
     bool operator==(const FaultPlan&) const = default;
 };
 
-struct Plan
+/// A plan but for its decisions: plain data that processes may share.
+struct PlanBasics
 {
     Method method = Method::ePct;
     std::uint64_t seed = 1;
@@ -48,6 +49,10 @@ struct Plan
     bool listChoices = false; ///< records the choices for the exhaustive search
     std::uintptr_t watch = 0; ///< address whose accesses are recorded as well
     FaultPlan fault;
+};
+
+struct Plan : PlanBasics
+{
     std::vector<Decision> decisions; ///< to be replayed
 };
 } // namespace schedules

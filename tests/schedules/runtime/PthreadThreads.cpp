@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Threads, sleeps, futexes and forks.
 
+#include "Checkpoint.h"
 #include "Clock.h"
 #include "Export.h"
 #include "Faults.h"
@@ -153,6 +154,7 @@ SCHEDULES_EXPORT int pthread_create(pthread_t* oHandle, const pthread_attr_t* iA
         return Raw::get().pthreadCreate(oHandle, iAttributes, iStart, iArgument);
     }
     SCHEDULES_HERE(*me);
+    Checkpoint::reach();
     Scheduler::point(Op::eCreate, nullptr);
     if (Faults::isNext(FaultPlan::eThread))
     {
@@ -223,6 +225,13 @@ SCHEDULES_EXPORT int sched_yield()
         Scheduler::point(Op::eYield, nullptr);
     }
     return 0;
+}
+
+/// The process at a checkpoint and its children are one process for the scenario.
+SCHEDULES_EXPORT pid_t getpid()
+{
+    return Scheduler::current() ? Scheduler::process()
+                                : static_cast<pid_t>(Raw::get().syscall(SYS_getpid));
 }
 
 SCHEDULES_EXPORT pid_t fork()

@@ -87,6 +87,15 @@ enum class Outcome : std::uint32_t
 
 const char* outcomeName(Outcome iOutcome);
 
+/// What is counted from the begin of a scenario.
+struct ReportCounts
+{
+    std::uint32_t points;
+    std::uint32_t contended; ///< choices between threads
+    std::uint32_t threads;
+    std::uint32_t faultsSeen[4]; ///< number of allocations, locks, thread starts, file calls
+};
+
 /// Shared by parent and child; zeroed before each schedule.
 struct Report
 {
@@ -98,10 +107,8 @@ struct Report
     static constexpr unsigned kShared = 2048;
 
     Outcome outcome;
-    std::uint32_t points;
-    std::uint32_t contended; ///< choices between threads
-    std::uint32_t threads;
-    std::uint32_t faultsSeen[4]; ///< number of allocations, locks, thread starts, file calls
+    ReportCounts counts;
+    bool changesFiles; ///< behind the checkpoint
     std::uint64_t virtualTime;
     std::uintptr_t watched; ///< the byte of a race
     char message[1024];

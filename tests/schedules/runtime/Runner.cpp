@@ -6,16 +6,18 @@
 #include "Raw.h"
 #include "Scheduler.h"
 #include "Verdict.h"
+#include "Watchdog.h"
 
-#include <csignal>
+#include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
 #include <new>
 #include <sched.h>
 #include <sys/mman.h>
-#include <sys/time.h>
 #include <sys/wait.h>
+#include <system_error>
 #include <unistd.h>
 
 namespace schedules
@@ -24,38 +26,6 @@ void createThreadKey();
 
 namespace
 {
-constexpr int kMostSeconds = 30; ///< of real time for one schedule
-
-void _crashed(int iSignal)
-{
-    char text[80];
-    if (iSignal == SIGALRM)
-    {
-        std::snprintf(text, sizeof(text), "a call blocks that the scheduler does not know");
-    }
-    else
-    {
-        std::snprintf(text, sizeof(text), "signal %d (%s)", iSignal, sigabbrev_np(iSignal));
-    }
-    Verdict::fail(iSignal == SIGALRM ? Outcome::eNoProgress : Outcome::eCrash, text);
-}
-
-void _catchSignals()
-{
-    static char sStack[64 * 1024];
-    const stack_t stack{sStack, 0, sizeof(sStack)};
-    sigaltstack(&stack, nullptr);
-    struct sigaction action = {};
-    action.sa_handler = _crashed;
-    action.sa_flags = SA_ONSTACK | SA_NODEFER;
-    for (int number : {SIGSEGV, SIGBUS, SIGILL, SIGFPE, SIGABRT, SIGALRM})
-    {
-        sigaction(number, &action, nullptr);
-    }
-    const itimerval limit{{0, 0}, {kMostSeconds, 0}};
-    setitimer(ITIMER_REAL, &limit, nullptr);
-}
-
 void _useOneProcessor()
 {
     cpu_set_t processors;
@@ -87,19 +57,35 @@ void _silence()
         dup2(null, stream);
     }
 }
-} // namespace
-
-Runner::Runner()
-    : fReport(static_cast<Report*>(mmap(nullptr, sizeof(Report), PROT_READ | PROT_WRITE,
-                                        MAP_SHARED | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0)))
+template <class T>
+T* _share()
 {
-    if (fReport == MAP_FAILED)
+    void* memory = mmap(nullptr, sizeof(T), PROT_READ | PROT_WRITE,
+                        MAP_SHARED | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    if (memory == MAP_FAILED)
     {
         throw std::bad_alloc();
     }
+    Race::exclude(memory, sizeof(T));
+    return static_cast<T*>(memory);
+}
+
+[[noreturn]] void _run(const Scenario& iScenario, const Plan& iPlan, Report& oReport)
+{
+    _silence();
+    Watchdog::catchSignals();
+    Watchdog::start();
+    Scheduler::begin(iPlan, oReport);
+    Scheduler::limitTime(std::uint64_t{iScenario.allowed().milliseconds} * 1000000);
+    iScenario.run();
+    Verdict::pass();
+}
+} // namespace
+
+Runner::Runner() : fReport(_share<Report>()), fOrder(_share<Order>())
+{
     extern char __executable_start[] __asm__("__executable_start");
     extern char _end[] __asm__("_end");
-    Race::exclude(fReport, sizeof(Report));
     Race::exclude(__executable_start, static_cast<std::size_t>(_end - __executable_start));
     Raw::get();
     Heap::reserve();
@@ -109,7 +95,9 @@ Runner::Runner()
 
 Runner::~Runner()
 {
+    leaveCheckpoint();
     munmap(fReport, sizeof(Report));
+    munmap(fOrder, sizeof(Order));
 }
 
 void Runner::clear()
@@ -119,19 +107,77 @@ void Runner::clear()
     fReport->maps[0] = 0;
 }
 
-void Runner::child(const Scenario& iScenario, const Plan& iPlan)
+bool Runner::canUseCheckpoint(const Scenario& iScenario, const Plan& iPlan) const
 {
-    _silence();
-    _catchSignals();
-    Scheduler::begin(iPlan, *fReport);
-    Scheduler::limitTime(std::uint64_t{iScenario.allowed().milliseconds} * 1000000);
-    iScenario.run();
-    Verdict::pass();
+    return !iPlan.explain && iPlan.watch == 0 && iPlan.fault.kind == FaultPlan::eNone &&
+           iPlan.decisions.size() <= std::size(fOrder->decisions) &&
+           fWithoutCheckpoint.count(&iScenario) == 0;
 }
 
-const Report& Runner::run(const Scenario& iScenario, const Plan& iPlan)
+/// Makes a process that stands at the checkpoint. False when it has ended before: then the report
+/// is that of a whole schedule.
+bool Runner::enterCheckpoint(const Scenario& iScenario, const Plan& iPlan)
+{
+    leaveCheckpoint();
+    int orders[2];
+    int ready[2];
+    if (pipe2(orders, O_CLOEXEC) != 0 || pipe2(ready, O_CLOEXEC) != 0)
+    {
+        throw std::system_error(errno, std::generic_category(), "pipe2");
+    }
+    fAtCheckpoint = fork();
+    if (fAtCheckpoint == 0)
+    {
+        close(orders[1]);
+        close(ready[0]);
+        Checkpoint::arm(*fOrder, orders[0], ready[1]);
+        _run(iScenario, iPlan, *fReport);
+    }
+    close(orders[0]);
+    close(ready[1]);
+    fOrders = orders[1];
+    fReady = ready[0];
+    fScenario = &iScenario;
+    return fAtCheckpoint > 0 && awaitReady();
+}
+
+bool Runner::awaitReady() const
+{
+    char byte = 0;
+    return read(fReady, &byte, 1) == 1;
+}
+
+void Runner::leaveCheckpoint()
+{
+    if (fScenario)
+    {
+        close(fOrders);
+        close(fReady);
+        waitpid(fAtCheckpoint, nullptr, 0);
+        fScenario = nullptr;
+    }
+}
+
+void Runner::runFromCheckpoint(const Plan& iPlan)
 {
     clear();
+    fOrder->plan = iPlan;
+    fOrder->decisionCount = static_cast<std::uint32_t>(iPlan.decisions.size());
+    std::copy(iPlan.decisions.begin(), iPlan.decisions.end(), fOrder->decisions);
+    const char byte = 0;
+    if (write(fOrders, &byte, 1) != 1 || !awaitReady())
+    {
+        leaveCheckpoint();
+    }
+    if (fReport->changesFiles)
+    {
+        fWithoutCheckpoint.insert(fScenario);
+        leaveCheckpoint();
+    }
+}
+
+void Runner::runWhole(const Scenario& iScenario, const Plan& iPlan)
+{
     const pid_t pid = fork();
     if (pid < 0)
     {
@@ -139,16 +185,33 @@ const Report& Runner::run(const Scenario& iScenario, const Plan& iPlan)
     }
     if (pid == 0)
     {
-        child(iScenario, iPlan);
+        _run(iScenario, iPlan, *fReport);
     }
-    int status = 0;
-    waitpid(pid, &status, 0);
+    waitpid(pid, nullptr, 0);
+}
+
+const Report& Runner::run(const Scenario& iScenario, const Plan& iPlan)
+{
+    clear();
+    if (!canUseCheckpoint(iScenario, iPlan))
+    {
+        leaveCheckpoint();
+        runWhole(iScenario, iPlan);
+    }
+    else if (fScenario == &iScenario || enterCheckpoint(iScenario, iPlan))
+    {
+        runFromCheckpoint(iPlan);
+    }
+    else
+    {
+        fWithoutCheckpoint.insert(&iScenario);
+        leaveCheckpoint();
+    }
     if (fReport->outcome == Outcome::eNone)
     {
         fReport->outcome = Outcome::eCrash;
         std::snprintf(fReport->message, sizeof(fReport->message),
-                      "the process ended without a result, with status 0x%x",
-                      static_cast<unsigned>(status));
+                      "the process ended without a result");
     }
     return *fReport;
 }

@@ -4,13 +4,18 @@
 #define IXLAL_SCHEDULES_RUNNER_H
 
 #include "../Scenario.h"
+#include "Checkpoint.h"
 #include "Plan.h"
 #include "Report.h"
 
+#include <set>
+#include <sys/types.h>
 #include <vector>
 
 namespace schedules
 {
+/// Schedules that begin alike are forked from a checkpoint, unless they change files, have a fault,
+/// or are explained.
 class Runner
 {
 public:
@@ -26,11 +31,28 @@ public:
     /// The decisions of the last report.
     std::vector<Decision> decisions() const;
 
+    /// Every schedule from the begin of its scenario.
+    void useNoCheckpoint(const Scenario& iScenario)
+    {
+        fWithoutCheckpoint.insert(&iScenario);
+    }
+
 private:
-    [[noreturn]] void child(const Scenario& iScenario, const Plan& iPlan);
     void clear();
+    bool canUseCheckpoint(const Scenario& iScenario, const Plan& iPlan) const;
+    bool enterCheckpoint(const Scenario& iScenario, const Plan& iPlan);
+    bool awaitReady() const;
+    void leaveCheckpoint();
+    void runFromCheckpoint(const Plan& iPlan);
+    void runWhole(const Scenario& iScenario, const Plan& iPlan);
 
     Report* fReport;
+    Order* fOrder;
+    std::set<const Scenario*> fWithoutCheckpoint;
+    const Scenario* fScenario = nullptr; ///< whose process stands at its checkpoint
+    pid_t fAtCheckpoint = 0;
+    int fOrders = -1;
+    int fReady = -1;
 };
 } // namespace schedules
 

@@ -30,6 +30,7 @@ Thread sThreads[kMaxThreads - 1];
 unsigned sThreadCount;
 unsigned sAlive;
 std::uint64_t sNow;
+pid_t sProcess;
 std::uint64_t sWaited; ///< the time for which no thread could run
 std::uint64_t sTimeLimit;
 
@@ -67,16 +68,24 @@ unsigned Scheduler::count()
 
 void Scheduler::begin(const Plan& iPlan, Report& oReport)
 {
-    Verdict::begin(iPlan, oReport);
-    Strategy::begin(iPlan);
-    Faults::begin(iPlan);
-    sTimeLimit = kNever;
-    Race::enable(iPlan.races);
-    Race::watch(iPlan.watch);
+    Verdict::begin(oReport);
+    sProcess = getpid();
     Thread* first = add(nullptr, nullptr);
     first->handle = pthread_self();
     first->clock.times[0] = 1;
+    sTimeLimit = kNever;
+    replan(iPlan, iPlan.decisions.data(), iPlan.decisions.size());
     tMe = first;
+}
+
+void Scheduler::replan(const PlanBasics& iPlan, const Decision* iDecisions, std::size_t iCount)
+{
+    Verdict::plan(iPlan);
+    Strategy::begin(iPlan, iDecisions, iCount);
+    Faults::begin(iPlan);
+    Race::enable(iPlan.races);
+    Race::watch(iPlan.watch);
+    Strategy::added(sThreads[0]);
 }
 
 Thread* Scheduler::add(void* (*iStart)(void*), void* iArgument)
@@ -100,7 +109,7 @@ Thread* Scheduler::add(void* (*iStart)(void*), void* iArgument)
         tMe->tick();
     }
     thread.clock.times[thread.id] = 1;
-    Verdict::report().threads = sThreadCount;
+    Verdict::report().counts.threads = sThreadCount;
     return &thread;
 }
 
@@ -159,6 +168,10 @@ pid_t Scheduler::fork()
         }
     }
     const pid_t child = Raw::get().fork();
+    if (child == 0)
+    {
+        sProcess = static_cast<pid_t>(Raw::get().syscall(SYS_getpid));
+    }
     for (unsigned i = 0; child != 0 && i < sThreadCount; ++i)
     {
         sThreads[i].state = states[i];
@@ -173,7 +186,7 @@ void Scheduler::point(Op iOp, const volatile void* iObject)
     {
         return;
     }
-    if (++Verdict::report().points > kMostPoints)
+    if (++Verdict::report().counts.points > kMostPoints)
     {
         Verdict::fail(Outcome::eNoEnd, "the schedule has no end");
     }
@@ -215,7 +228,7 @@ bool Scheduler::wait(Op iWaits, const volatile void* iObject, std::uint64_t iDea
     me.waits = iWaits;
     me.object = const_cast<const void*>(iObject);
     me.deadline = iDeadline;
-    me.since = Verdict::report().points;
+    me.since = Verdict::report().counts.points;
     me.timedOut = isDue;
     Verdict::note(me, iWaits, reinterpret_cast<std::uintptr_t>(iObject));
     switchFrom(me, isDue, iWaits, iObject);
@@ -347,7 +360,7 @@ void Scheduler::waitForEvents()
 Thread& Scheduler::choose(Thread& ioThread, bool iCanGoOn, Op iOp, const volatile void* iObject)
 {
     ++ioThread.choices;
-    if (Strategy::isJump(ioThread) && jump())
+    if (nextDeadline() && Strategy::isJump(ioThread) && jump())
     {
         Strategy::jumped(ioThread);
     }
@@ -375,6 +388,11 @@ void Scheduler::await(Thread& ioThread)
         Raw::get().syscall(SYS_futex, &ioThread.go, FUTEX_WAIT_PRIVATE, 0, nullptr, nullptr, 0);
     }
     ioThread.go = 0;
+}
+
+pid_t Scheduler::process()
+{
+    return sProcess;
 }
 
 std::uint64_t Scheduler::now()

@@ -44,6 +44,9 @@ public:
     /// Makes the calling thread the first of a schedule.
     static void begin(const Plan& iPlan, Report& oReport);
 
+    /// Continues by another plan, while there is only one thread. iDecisions stays.
+    static void replan(const PlanBasics& iPlan, const Decision* iDecisions, std::size_t iCount);
+
     /// The calling thread; null outside schedules.
     static Thread* current();
 
@@ -86,6 +89,9 @@ public:
     static pid_t fork();
 
     static std::uint64_t now();
+
+    /// The number of the process, as the scenario sees it.
+    static pid_t process();
 
     /// The locks that a thread holds, and their order.
     static void locked(SyncObject& ioLock, bool iTried);

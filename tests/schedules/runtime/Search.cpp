@@ -67,12 +67,12 @@ Searched Search::random(Plan iPlan, const Limits& iLimits, bool iFaults)
             iFaults && fScenario.allowed().faults ? drawFault(iPlan.seed, faults) : FaultPlan{};
         const Report& report = fRunner.run(fScenario, iPlan);
         ++done.runs;
-        done.points += report.points;
-        contended = std::max(contended, report.contended);
+        done.points += report.counts.points;
+        contended = std::max(contended, report.counts.contended);
         iPlan.contended = contended;
         const std::vector<Decision> decisions = fRunner.decisions();
         done.different += seen.insert(_hash(decisions)).second ? 1 : 0;
-        std::transform(faults, faults + 4, report.faultsSeen, faults,
+        std::transform(faults, faults + 4, report.counts.faultsSeen, faults,
                        [](std::uint32_t a, std::uint32_t b) { return std::max(a, b); });
         if (report.outcome != Outcome::ePassed)
         {
@@ -103,7 +103,7 @@ Searched Search::exhaustive(unsigned iPreemptions, const Limits& iLimits)
         }
         const Report& report = fRunner.run(fScenario, plan);
         ++done.runs;
-        done.points += report.points;
+        done.points += report.counts.points;
         if (report.outcome != Outcome::ePassed)
         {
             done.outcome = report.outcome;

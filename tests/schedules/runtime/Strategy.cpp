@@ -41,14 +41,14 @@ bool _isOne(std::uint32_t iSet)
 }
 } // namespace
 
-void Strategy::begin(const Plan& iPlan)
+void Strategy::begin(const PlanBasics& iPlan, const Decision* iDecisions, std::size_t iCount)
 {
     sMethod = iPlan.method;
     sRandom = Random(iPlan.seed);
     sJumpEvery = iPlan.jumpEvery;
     sListChoices = iPlan.listChoices;
-    sReplay = iPlan.decisions.data();
-    sReplayCount = iPlan.decisions.size();
+    sReplay = iDecisions;
+    sReplayCount = iCount;
     sChangeCount = std::min(iPlan.depth > 0 ? iPlan.depth - 1 : 0, kMostChanges);
     for (unsigned i = 0; i < sChangeCount; ++i)
     {
@@ -97,7 +97,7 @@ unsigned Strategy::next(Thread& ioThread, bool iCanGoOn, bool iCanJump, std::uin
     Report& report = Verdict::report();
     const unsigned byDefault = usual(ioThread, iCanGoOn, iReady);
     const bool canJump = iCanJump && sJumpEvery != 0;
-    report.contended += _isOne(iReady) ? 0 : 1;
+    report.counts.contended += _isOne(iReady) ? 0 : 1;
     if (sListChoices && (!_isOne(iReady) || canJump))
     {
         list(Choice{ioThread.id, ioThread.choices, iReady, byDefault, iCanGoOn, canJump, iOp,
@@ -131,7 +131,12 @@ unsigned Strategy::pick(Thread& ioThread, bool iCanGoOn, std::uint32_t iReady)
         return decision && _isSet(iReady, decision->next) ? decision->next
                                                           : usual(ioThread, iCanGoOn, iReady);
     }
-    if (sMethod == Method::ePct && Verdict::report().points < kFairAfter)
+    // Nothing is drawn before there is a choice, so that a seed means the same from a checkpoint.
+    if (_isOne(iReady))
+    {
+        return _first(iReady);
+    }
+    if (sMethod == Method::ePct && Verdict::report().counts.points < kFairAfter)
     {
         return pickByPriority(ioThread, iReady);
     }
@@ -152,7 +157,7 @@ void Strategy::changePriority(Thread& ioThread)
 {
     for (unsigned i = 0; i < sChangeCount; ++i)
     {
-        if (sChanges[i] == Verdict::report().contended)
+        if (sChanges[i] == Verdict::report().counts.contended)
         {
             spins(ioThread);
             sChanges[i] = 0;

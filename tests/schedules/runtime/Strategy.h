@@ -6,6 +6,7 @@
 #include "Plan.h"
 #include "Thread.h"
 
+#include <cstddef>
 #include <cstdint>
 
 namespace schedules
@@ -14,7 +15,8 @@ namespace schedules
 class Strategy
 {
 public:
-    static void begin(const Plan& iPlan);
+    /// iDecisions stays.
+    static void begin(const PlanBasics& iPlan, const Decision* iDecisions, std::size_t iCount);
 
     /// A new thread gets its priority; one that spins gets the lowest.
     static void added(Thread& ioThread);

@@ -21,9 +21,13 @@ bool sListShared;
 bool sGiven;
 } // namespace
 
-void Verdict::begin(const Plan& iPlan, Report& oReport)
+void Verdict::begin(Report& oReport)
 {
     sReport = &oReport;
+}
+
+void Verdict::plan(const PlanBasics& iPlan)
+{
     sExplain = iPlan.explain;
     sListShared = iPlan.listChoices;
 }

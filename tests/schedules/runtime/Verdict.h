@@ -15,7 +15,10 @@ namespace schedules
 class Verdict
 {
 public:
-    static void begin(const Plan& iPlan, Report& oReport);
+    static void begin(Report& oReport);
+
+    /// What the report has to contain.
+    static void plan(const PlanBasics& iPlan);
 
     /// The report of this schedule.
     static Report& report();
