@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Loads of a configuration beside a stop.
+// Files that the configuration manager reads beside a stop.
 
 #include "Scenario.h"
 #include "scenarios/support/CoreSetup.h"
@@ -14,6 +14,7 @@
 #include <thread>
 #include <unistd.h>
 
+using schedules::require;
 using schedules::requireEqual;
 
 namespace
@@ -61,4 +62,18 @@ SCENARIO(LoadOfAPipeBesideAStop, .milliseconds = 5500, .jumps = false)
     requireEqual(sizeof(kLine) - 1, write(writer, kLine, sizeof(kLine) - 1), "the written line");
     close(writer);
     loader.join();
+}
+
+SCENARIO(StoreThatIsBrokenBesideAStop, .milliseconds = 100, .jumps = false)
+{
+    CoreSetup core;
+    core.keepLibraries();
+    core.set("core.log.file", core.path("core.log"));
+    core.writeConfig("store.txt", "broken\n");
+    core.mustStart();
+    const PBaseptr<IConfigManager> manager = ixlaService<IConfigManager>();
+    std::thread storer(
+        [&] { require(manager->storeString(L"id", L"key", L"value") != 0, "the storer fails"); });
+    requireEqual(0, ixlaStop(), "the core stops");
+    storer.join();
 }
