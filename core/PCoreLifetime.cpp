@@ -25,7 +25,10 @@ const PCallGate* sParentsGate = nullptr;
 class Change
 {
 public:
-    Change() noexcept : fGranted(!sIsParents && !sChanging.exchange(true))
+    /// Takes the right if iWanted is true. A start beside a core and a stop without one do not want
+    /// it, so that they never refuse a call of another thread.
+    explicit Change(bool iWanted) noexcept
+        : fGranted(iWanted && !sIsParents && !sChanging.exchange(true))
     {
     }
 
@@ -68,7 +71,7 @@ void PCoreLifetime::leaveToParent() noexcept
 
 int PCoreLifetime::ixlaStart(const PString* iArgs, unsigned int iCount)
 {
-    const Change change;
+    const Change change(!getCore());
     if (!change.granted() || getCore())
     {
         // The core is not destroyed during the call, so its log is not either.
@@ -83,7 +86,7 @@ int PCoreLifetime::ixlaStart(const PString* iArgs, unsigned int iCount)
 
 int PCoreLifetime::ixlaStop() noexcept
 {
-    const Change change;
+    const Change change(getCore() != nullptr);
     // The thread is not cancelled in the destructor of a plugin: the plugin would stay half
     // destroyed.
     const PCancelGuard guard;
