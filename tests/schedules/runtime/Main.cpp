@@ -103,16 +103,13 @@ void _report(Search& ioSearch, const Options& iOptions, const Searched& iSearche
 
 bool _search(Runner& ioRunner, const Scenario& iScenario, const Options& iOptions)
 {
-    if (iOptions.noCheckpoint)
-    {
-        ioRunner.useNoCheckpoint(iScenario);
-    }
     Search search(ioRunner, iScenario);
     Plan plan;
     plan.method = iOptions.method == "walk" ? Method::eWalk : Method::ePct;
     plan.seed = iOptions.seed;
     plan.depth = iOptions.depth;
     plan.races = !iOptions.noRaces;
+    plan.whole = iOptions.noCheckpoint;
     const Searched done = iOptions.exhaustive
                               ? search.exhaustive(iOptions.preemptions, iOptions.limits)
                               : search.random(plan, iOptions.limits, iOptions.faults);
@@ -177,15 +174,36 @@ bool _isDetected(Runner& ioRunner, const Scenario& iScenario, const Options& iOp
     return passed;
 }
 
+/// Whether schedules run in the same way from the checkpoint as from the begin.
+bool _isSameFromCheckpoint(Runner& ioRunner, const Scenario& iScenario, const Options& iOptions)
+{
+    constexpr int kSchedules = 3;
+    Plan plan;
+    for (plan.seed = iOptions.seed; plan.seed < iOptions.seed + kSchedules; ++plan.seed)
+    {
+        plan.whole = false;
+        const Outcome outcome = ioRunner.run(iScenario, plan).outcome;
+        const std::vector<Decision> decisions = ioRunner.decisions();
+        plan.whole = true;
+        if (ioRunner.run(iScenario, plan).outcome != outcome || ioRunner.decisions() != decisions)
+        {
+            std::printf("%s runs differently from its checkpoint, seed %llu\n", iScenario.name(),
+                        static_cast<unsigned long long>(plan.seed));
+            return false;
+        }
+    }
+    return true;
+}
+
 bool _testSelf(Runner& ioRunner, const Options& iOptions)
 {
     bool passed = true;
     for (const Scenario* scenario = Scenario::first(); scenario; scenario = scenario->next())
     {
-        if (scenario->allowed().fails)
-        {
-            passed = _isDetected(ioRunner, *scenario, iOptions) && passed;
-        }
+        passed =
+            (scenario->allowed().fails ? _isDetected(ioRunner, *scenario, iOptions)
+                                       : _isSameFromCheckpoint(ioRunner, *scenario, iOptions)) &&
+            passed;
     }
     return passed;
 }
@@ -241,7 +259,8 @@ void _describe(CLI::App& ioApp, Options& oOptions)
     ioApp.add_flag("--no-checkpoint", oOptions.noCheckpoint,
                    "Run each schedule from the begin of its scenario");
     ioApp.add_flag("--self-test", oOptions.selfTest,
-                   "Run the scenarios that are wrong on purpose, which must fail");
+                   "Run the scenarios that are wrong on purpose, which must fail, and compare "
+                   "schedules from the checkpoint with whole ones");
     ioApp.add_option("--replay", oOptions.replays,
                      "Run the schedule of this file; may be repeated");
     ioApp.add_flag("--explain", oOptions.explain, "Describe a replayed schedule that passes, too");

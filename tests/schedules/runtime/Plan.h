@@ -46,6 +46,7 @@ struct PlanBasics
     unsigned jumpEvery = 200; ///< time jumps once in so many points, 0 for never
     bool races = true;
     bool explain = false;     ///< records every step for the report
+    bool whole = false;       ///< from the begin of the scenario, not from its checkpoint
     bool listChoices = false; ///< records the choices for the exhaustive search
     std::uintptr_t watch = 0; ///< address whose accesses are recorded as well
     FaultPlan fault;

@@ -109,7 +109,8 @@ void Runner::clear()
 
 bool Runner::canUseCheckpoint(const Scenario& iScenario, const Plan& iPlan) const
 {
-    return !iPlan.explain && iPlan.watch == 0 && iPlan.fault.kind == FaultPlan::eNone &&
+    return !iPlan.whole && !iPlan.explain && iPlan.watch == 0 &&
+           iPlan.fault.kind == FaultPlan::eNone &&
            iPlan.decisions.size() <= std::size(fOrder->decisions) &&
            fWithoutCheckpoint.count(&iScenario) == 0;
 }

@@ -31,12 +31,6 @@ public:
     /// The decisions of the last report.
     std::vector<Decision> decisions() const;
 
-    /// Every schedule from the begin of its scenario.
-    void useNoCheckpoint(const Scenario& iScenario)
-    {
-        fWithoutCheckpoint.insert(&iScenario);
-    }
-
 private:
     void clear();
     bool canUseCheckpoint(const Scenario& iScenario, const Plan& iPlan) const;
