@@ -56,12 +56,9 @@ int _meetAndRequest(const wchar_t* iOther)
     return Requested(iOther).result;
 }
 
-/// Every thread of the circle is inside two calls, one within the other.
-void _stopWithCallsInside(const CoreSetup& iCore, int iCalls)
+void _stopWithCallsInside()
 {
     requireEqual(0, ixlaStop(), "the core stops");
-    const std::string line = "Calls that do not leave the core: " + std::to_string(iCalls) + ", ";
-    requireEqual(1, iCore.countLines("core.log", line), "lines about the calls inside");
     requireEqual(0, PluginSteps::count("alpha.destroyed"), "destroyed plugins");
     requireEqual(0, PluginSteps::count("beta.destroyed"), "destroyed plugins");
     requireEqual(eIxlaCoreNotStarted, Requested(L"test.alpha").result, "a request afterwards");
@@ -70,8 +67,7 @@ void _stopWithCallsInside(const CoreSetup& iCore, int iCalls)
 
 SCENARIO(TwoPluginsThatNeedEachOther, .milliseconds = 13500, .jumps = false)
 {
-    CoreSetup core{"alpha", "beta"};
-    core.writeLogs();
+    const CoreSetup core{"alpha", "beta"};
     core.mustStart();
     _letAlphaAndBetaNeedEachOther();
     std::thread alpha([] { _request(L"test.alpha"); });
@@ -81,10 +77,9 @@ SCENARIO(TwoPluginsThatNeedEachOther, .milliseconds = 13500, .jumps = false)
     requireEqual(1, PluginSteps::count("beta.init"), "initialisations of beta");
     if (sEnded == 0)
     {
-        requireEqual(2, core.countLines("core.log", "(circle)"), "lines about the circle");
         alpha.detach();
         beta.detach();
-        _stopWithCallsInside(core, 4);
+        _stopWithCallsInside();
         return;
     }
     alpha.join();
@@ -93,7 +88,6 @@ SCENARIO(TwoPluginsThatNeedEachOther, .milliseconds = 13500, .jumps = false)
     require((sInsideAlpha == 0 && sInsideBeta == eIxlaInitFailed) ||
                 (sInsideAlpha == eIxlaInitFailed && sInsideBeta == 0),
             "the inner one of both inits is refused the outer one's plugin");
-    requireEqual(1, core.countLines("core.log", "] Init loop: "), "lines about the loop");
     requireEqual(0, ixlaStop(), "the core stops");
     requireEqual(1, PluginSteps::count("alpha.destroyed"), "destroyed plugins");
     requireEqual(1, PluginSteps::count("beta.destroyed"), "destroyed plugins");
@@ -114,7 +108,10 @@ SCENARIO(CircleOfTwoThreadsWithAnOutsider, .milliseconds = 13500, .jumps = false
     requireEqual(3, core.countLines("core.log", "(circle)"), "lines about the circle");
     requireEqual(1, PluginSteps::count("alpha.init"), "initialisations of alpha");
     requireEqual(1, PluginSteps::count("beta.init"), "initialisations of beta");
-    _stopWithCallsInside(core, 5);
+    _stopWithCallsInside();
+    // Every thread of the circle is inside two calls, one within the other.
+    const char* const kept = "Calls that do not leave the core: 5, ";
+    requireEqual(1, core.countLines("core.log", kept), "lines about the calls inside");
 }
 
 // A thread that enters the circle after the stop is refused, which ends the circle.
@@ -173,8 +170,7 @@ SCENARIO(InitThatNeedsAPluginThatOthersRequest, .milliseconds = 2500)
 
 SCENARIO(InitThatRequestsItselfWithWaiters, .milliseconds = 2500)
 {
-    CoreSetup core{"alpha"};
-    core.writeLogs();
+    const CoreSetup core{"alpha"};
     core.mustStart();
     PluginSteps::on("alpha.init",
                     []
@@ -189,7 +185,26 @@ SCENARIO(InitThatRequestsItselfWithWaiters, .milliseconds = 2500)
     };
     runTogether(request, request, request);
     requireEqual(1, PluginSteps::count("alpha.init"), "initialisations");
-    requireEqual(1, core.countLines("core.log", "] Init loop: "), "lines about the loop");
     requireEqual(0, ixlaStop(), "the core stops");
     requireEqual(1, PluginSteps::count("alpha.destroyed"), "destroyed plugins");
+}
+
+SCENARIO(LoopWithAWaiterAndLogs, .milliseconds = 2500)
+{
+    CoreSetup core{"alpha"};
+    core.writeLogs();
+    core.mustStart();
+    PluginSteps::on("alpha.init",
+                    []
+                    {
+                        sInsideAlpha = Requested(L"test.alpha").result;
+                        return 0;
+                    });
+    const auto request = []
+    {
+        _request(L"test.alpha");
+    };
+    runTogether(request, request);
+    requireEqual(1, core.countLines("core.log", "] Init loop: "), "lines about the loop");
+    requireEqual(0, ixlaStop(), "the core stops");
 }
