@@ -39,6 +39,16 @@ void _letAlphaAndBetaNeedEachOther()
                     });
 }
 
+void _letAlphaNeedItself()
+{
+    PluginSteps::on("alpha.init",
+                    []
+                    {
+                        sInsideAlpha = Requested(L"test.alpha").result;
+                        return 0;
+                    });
+}
+
 void _request(const wchar_t* iId)
 {
     requireEqual(0, Requested(iId).result, "the request succeeds");
@@ -172,12 +182,7 @@ SCENARIO(InitThatRequestsItselfWithWaiters, .milliseconds = 2500)
 {
     const CoreSetup core{"alpha"};
     core.mustStart();
-    PluginSteps::on("alpha.init",
-                    []
-                    {
-                        sInsideAlpha = Requested(L"test.alpha").result;
-                        return 0;
-                    });
+    _letAlphaNeedItself();
     const auto request = []
     {
         _request(L"test.alpha");
@@ -194,12 +199,7 @@ SCENARIO(LoopWithAWaiterAndLogs, .milliseconds = 2500)
     CoreSetup core{"alpha"};
     core.writeLogs();
     core.mustStart();
-    PluginSteps::on("alpha.init",
-                    []
-                    {
-                        sInsideAlpha = Requested(L"test.alpha").result;
-                        return 0;
-                    });
+    _letAlphaNeedItself();
     const auto request = []
     {
         _request(L"test.alpha");
