@@ -35,6 +35,10 @@ void _requirePlugins(int iCount)
 {
     requireEqual(iCount, PluginSteps::count("alpha.factory"), "plugins made");
     requireEqual(iCount, PluginSteps::count("alpha.destroyed"), "plugins destroyed");
+}
+
+void _requireClosedLibraries(int iCount)
+{
     requireEqual(iCount, PluginSteps::count("alpha.unmapped"), "closed libraries");
 }
 } // namespace
@@ -49,11 +53,13 @@ SCENARIO(TwoStarts, .milliseconds = 2500, .jumps = false)
     requireEqual(eIxlaCoreExists, core.start(), "a third start");
     _endsAs(true);
     _requirePlugins(1);
+    _requireClosedLibraries(1);
 }
 
-SCENARIO(TwoStops, .milliseconds = 2500, .jumps = false, .small = true)
+SCENARIO(TwoStops, .milliseconds = 100, .jumps = false, .small = true)
 {
-    const CoreSetup core{"alpha"};
+    CoreSetup core{"alpha"};
+    core.keepLibraries();
     core.mustStart();
     int first = 0;
     int second = 0;
@@ -75,12 +81,14 @@ SCENARIO(FailedStartBesideAStart, .milliseconds = 2500, .jumps = false)
     require(started == 0 || failed != eIxlaCoreExists, "one of the two starts runs");
     _endsAs(started == 0);
     _requirePlugins(started == 0 ? 1 : 0);
+    _requireClosedLibraries(started == 0 ? 1 : 0);
 }
 
 // A start that is refused does not refuse the stop.
-SCENARIO(StartBesideAStop, .milliseconds = 5000, .jumps = false)
+SCENARIO(StartBesideAStop, .milliseconds = 100, .jumps = false)
 {
-    const CoreSetup core{"alpha"};
+    CoreSetup core{"alpha"};
+    core.keepLibraries();
     core.mustStart();
     int started = 0;
     runTogether([] { requireEqual(0, ixlaStop(), "the core stops"); },
@@ -91,9 +99,10 @@ SCENARIO(StartBesideAStop, .milliseconds = 5000, .jumps = false)
 }
 
 // A stop that finds no core does not refuse the start.
-SCENARIO(StopBesideAStart, .milliseconds = 2500, .jumps = false)
+SCENARIO(StopBesideAStart, .milliseconds = 100, .jumps = false)
 {
-    const CoreSetup core{"alpha"};
+    CoreSetup core{"alpha"};
+    core.keepLibraries();
     int stopped = 0;
     runTogether([&] { core.mustStart(); }, [&] { stopped = ixlaStop(); });
     require(_isOneOf(stopped, 0, eIxlaCoreNotStarted), "the result of the stop");
@@ -119,11 +128,13 @@ SCENARIO(StartInsideATearDown, .milliseconds = 5000, .jumps = false)
     require(_isOneOf(started, 0, eIxlaCoreExists), "the result of the start");
     requireEqual(started == 0 ? 0 : eIxlaCoreNotStarted, ixlaStop(), "the last stop");
     _requirePlugins(started == 0 ? 2 : 1);
+    _requireClosedLibraries(started == 0 ? 2 : 1);
 }
 
-SCENARIO(TwoCoresBesideLookups, .milliseconds = 5000, .jumps = false)
+SCENARIO(TwoCoresBesideLookups, .milliseconds = 100, .jumps = false)
 {
-    const CoreSetup core{"alpha"};
+    CoreSetup core{"alpha"};
+    core.keepLibraries();
     const auto runCore = [&]
     {
         core.mustStart();
