@@ -46,7 +46,7 @@ void _readChange(const HeldServices& iServices, const wchar_t* iKey, const wchar
 }
 } // namespace
 
-SCENARIO(StoresFromTwoThreads, .jumps = false)
+SCENARIO(StoresFromTwoThreads, .jumps = false, .small = true)
 {
     const HeldServices services;
     runTogether(
@@ -105,7 +105,7 @@ SCENARIO(StoresThatMayFail, .jumps = false, .faults = true)
     require(_stored(services) == 6 || schedules::hasFault(), "lines");
 }
 
-SCENARIO(StoreBesideReads, .jumps = false)
+SCENARIO(StoreBesideReads, .jumps = false, .small = true)
 {
     const HeldServices services;
     runTogether([&] { _store(services, L"stored", L"new"); },
@@ -118,7 +118,7 @@ SCENARIO(StoreBesideReads, .jumps = false)
     requireEqual(3, _stored(services), "lines");
 }
 
-SCENARIO(RemovalOfAStoredKeyBesideReads, .jumps = false)
+SCENARIO(RemovalOfAStoredKeyBesideReads, .jumps = false, .small = true)
 {
     const HeldServices services;
     require(services.read(L"stored") == L"stored", "the stored value");
@@ -130,7 +130,7 @@ SCENARIO(RemovalOfAStoredKeyBesideReads, .jumps = false)
     requireEqual(0, _stored(services, "net|stored"), "lines of the removed value");
 }
 
-SCENARIO(ListOfIDsBesideAStore, .jumps = false)
+SCENARIO(ListOfIDsBesideAStore, .jumps = false, .small = true)
 {
     const HeldServices services;
     runTogether(
@@ -234,7 +234,7 @@ SCENARIO(AttributesBesideTheRemovalOfTheirKey, .jumps = false)
     requireEqual(eIxlaNotFound, services.config->getAttrString(L"key", L"unit", unit), "the end");
 }
 
-SCENARIO(SettersAnnounceWhatTheySet, .jumps = false)
+SCENARIO(SettersAnnounceWhatTheySet, .jumps = false, .small = true)
 {
     const HeldServices services;
     std::atomic<int> events{0};

@@ -140,7 +140,7 @@ SCENARIO(AddRemoveAndSendFromThreeThreads, .jumps = false, .faults = true)
     require(counts.destroyed == 3 || schedules::hasFault(), "destroyed listeners");
 }
 
-SCENARIO(ListenersThatRemoveThemselvesBesideASend, .jumps = false)
+SCENARIO(ListenersThatRemoveThemselvesBesideASend, .jumps = false, .small = true)
 {
     const Dispatching events;
     CountedEvents counts;
@@ -168,7 +168,7 @@ SCENARIO(ListenersThatRemoveThemselvesBesideASend, .jumps = false)
     requireEqual(eIxlaNoListener, events.send(), "a later send");
 }
 
-SCENARIO(ListenersThatReleaseThemselvesBesideASend, .jumps = false)
+SCENARIO(ListenersThatReleaseThemselvesBesideASend, .jumps = false, .small = true)
 {
     const Dispatching events;
     CountedEvents counts;
@@ -224,7 +224,7 @@ SCENARIO(ListenersThatAddAndSendFromThreeThreads, .jumps = false)
     requireEqual(0, events.dispatcher->send(kOther, nullptr, 0), "a later send");
 }
 
-SCENARIO(EventsInTheOrderOfASendersSends, .jumps = false)
+SCENARIO(EventsInTheOrderOfASendersSends, .jumps = false, .small = true)
 {
     const Dispatching events;
     // Not atomic: a send returns after its listener, so one thread's events are ordered.

@@ -44,7 +44,7 @@ SCENARIO(OneNamedLoggerFromTwoThreads, .jumps = false)
     requireEqual(1, services.core.countLines("log/named", "second"), "the second thread's line");
 }
 
-SCENARIO(LastHolderOfANamedLoggerBesideAnEviction, .jumps = false)
+SCENARIO(LastHolderOfANamedLoggerBesideAnEviction, .jumps = false, .small = true)
 {
     const HeldServices services(HeldServices::eWithLogs);
     PBaseptr<ILogger> named = _get(*services.logger, L"named");

@@ -123,7 +123,7 @@ SCENARIO(EndOfASubscriptionBesideTwoDeliveries, .jumps = false)
         send, send);
 }
 
-SCENARIO(EndOfASubscriptionInItsCallable, .jumps = false)
+SCENARIO(EndOfASubscriptionInItsCallable, .jumps = false, .small = true)
 {
     const Started started;
     std::atomic<int> events{0};
@@ -147,7 +147,7 @@ SCENARIO(EndOfASubscriptionInItsCallable, .jumps = false)
     requireEqual(eIxlaNoListener, started.send(), "a send after the end");
 }
 
-SCENARIO(AnotherSubscriptionBesideADelivery, .jumps = false)
+SCENARIO(AnotherSubscriptionBesideADelivery, .jumps = false, .small = true)
 {
     const Started started;
     Owner first;
@@ -183,7 +183,7 @@ SCENARIO(EndOfASubscriptionBesideAStop, .milliseconds = 3000)
                 });
 }
 
-SCENARIO(EndOfAConfigSubscriptionBesideASetter, .jumps = false)
+SCENARIO(EndOfAConfigSubscriptionBesideASetter, .jumps = false, .small = true)
 {
     const Started started;
     auto owner = std::make_unique<Owner>();
