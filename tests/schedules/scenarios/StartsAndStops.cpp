@@ -56,6 +56,18 @@ SCENARIO(TwoStarts, .milliseconds = 2500, .jumps = false)
     _requireClosedLibraries(1);
 }
 
+SCENARIO(TwoStartsThatFail, .milliseconds = 0, .jumps = false, .small = true)
+{
+    int first = 0;
+    int second = 0;
+    runTogether([&] { first = ixlaStart(nullptr, 0); }, [&] { second = ixlaStart(nullptr, 0); });
+    for (const int result : {first, second})
+    {
+        require(_isOneOf(result, eIxlaInvalidArgument, eIxlaCoreExists), "results of both");
+    }
+    require(first == eIxlaInvalidArgument || second == eIxlaInvalidArgument, "one start runs");
+}
+
 SCENARIO(TwoStops, .milliseconds = 100, .jumps = false, .small = true)
 {
     CoreSetup core{"alpha"};
