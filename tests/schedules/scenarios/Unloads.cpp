@@ -197,7 +197,7 @@ SCENARIO(UnloadAfterTheInitOfTheAutostartList, .milliseconds = 2500, .jumps = fa
     _unloadDuringAutostart("alpha,beta", "alpha");
 }
 
-SCENARIO(UnloadBesideALibraryThatCallsTheCore, .milliseconds = 2500, .jumps = false)
+SCENARIO(UnloadBesideALibraryThatCallsTheCore, .milliseconds = 2500, .jumps = false, .small = true)
 {
     const CoreSetup core{"alpha"};
     core.mustStart();
@@ -215,7 +215,7 @@ SCENARIO(StartBesideALibraryThatCallsTheCore, .milliseconds = 2500, .jumps = fal
     _stop();
 }
 
-SCENARIO(StopBesideALibraryThatCallsTheCore, .milliseconds = 2500, .jumps = false)
+SCENARIO(StopBesideALibraryThatCallsTheCore, .milliseconds = 2500, .jumps = false, .small = true)
 {
     const CoreSetup core{"alpha"};
     core.mustStart();
