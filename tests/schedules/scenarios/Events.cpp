@@ -84,10 +84,11 @@ SCENARIO(RemovalOfTheOnlyListenerBesideASend, .jumps = false, .small = true)
     CountedEvents counts;
     PBaseptr<IEventListener> listener = countedListener(counts, [] {});
     requireEqual(0, events.add(listener), "the listener is added");
+    IEventListener* const added = listener.get();
+    listener.clear();
     int sent = 1;
     std::thread sender([&] { sent = events.send(); });
-    requireEqual(0, events.remove(listener), "the removal");
-    listener.clear();
+    requireEqual(0, events.dispatcher->removeListener(kTopic, added), "the removal");
     sender.join();
     requireEqual(sent == eIxlaOk ? 1 : 0, counts.handled, "events of the listener");
     require(_isSent(sent), "the send delivers or finds no listener");

@@ -123,6 +123,29 @@ SCENARIO(EndOfASubscriptionBesideTwoDeliveries, .jumps = false)
         send, send);
 }
 
+SCENARIO(DeliveryGateBesideTwoVisits, .milliseconds = 0, .jumps = false)
+{
+    PDeliveryGate gate;
+    int used[2] = {};
+    const auto visit = [&](int& ioUsed)
+    {
+        const PDeliveryGate::Visit inside(gate);
+        if (inside)
+        {
+            std::this_thread::yield();
+            ioUsed = 1;
+        }
+    };
+    runTogether(
+        [&]
+        {
+            gate.close();
+            used[0] = 2;
+            used[1] = 2;
+        },
+        [&] { visit(used[0]); }, [&] { visit(used[1]); });
+}
+
 SCENARIO(EndOfASubscriptionInItsCallable, .jumps = false, .small = true)
 {
     const Started started;
