@@ -86,7 +86,8 @@ Runner::Runner() : fReport(_share<Report>()), fOrder(_share<Order>())
 {
     extern char __executable_start[] __asm__("__executable_start");
     extern char _end[] __asm__("_end");
-    Race::exclude(__executable_start, static_cast<std::size_t>(_end - __executable_start));
+    Race::exclude(__executable_start, reinterpret_cast<std::uintptr_t>(_end) -
+                                          reinterpret_cast<std::uintptr_t>(__executable_start));
     Raw::get();
     Heap::reserve();
     createThreadKey();

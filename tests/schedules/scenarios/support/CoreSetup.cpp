@@ -8,6 +8,15 @@
 
 namespace fs = std::filesystem;
 
+namespace
+{
+PString _wide(const std::string& iText)
+{
+    const std::wstring text(iText.begin(), iText.end());
+    return PString(text.c_str());
+}
+} // namespace
+
 CoreSetup::CoreSetup(std::initializer_list<const char*> iPlugins)
 {
     const schedules::Reliable reliable;
@@ -65,8 +74,7 @@ std::vector<PString> CoreSetup::arguments() const
     std::vector<PString> arguments;
     for (const auto& [key, value] : fArguments)
     {
-        const std::string text = key + "=" + value;
-        arguments.push_back(std::wstring(text.begin(), text.end()).c_str());
+        arguments.push_back(_wide(key + "=" + value));
     }
     return arguments;
 }
