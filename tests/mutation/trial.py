@@ -335,13 +335,14 @@ def prove(build):
     lines = (build.tree / file).read_text(encoding="utf-8").split("\n")
     line = next(i for i, code in enumerate(lines) if "finishInit" in code and text in code)
     old = lines[line]
-    # A comment before code would move it, and sanitizers compile columns into the objects.
+    # A comment before code would move it, and debug information has columns.
     for new, wanted in ((old + " /**/", "same-code"),
                         (old.replace(text, "eIxlaInitFailed"), "caught"),
                         (old.replace(text, "callInit("), "uncompilable")):
         fault = {"operator": "control", "file": file, "line": line + 1, "old": old, "new": new}
         outcome = try_one(build, fault, True, "control")["outcome"]
-        if outcome != wanted:
+        # Sanitizers compile the names of the sources into the objects, so none is the same.
+        if outcome != wanted and not (build.sanitized and wanted == "same-code"):
             sys.exit(f"A fault that had to be {wanted} is {outcome}")
 
 
