@@ -1,23 +1,29 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
 # Runs the product under a controlled scheduler: schedules.sh [--seconds N] [--runs N] [--seed N]
-#                                                [--scenario NAME]... [--faults] [--replay FILE]...
+#                                [--different N] [--scenario NAME]... [--faults] [--replay FILE]...
 # Builds the preset "schedules". Without options: the self-test of the checks, the recorded
 # schedules, all schedules of the small scenarios with two preemptions, and then fresh ones of every
 # scenario for N seconds in all (60). --runs: so many of every scenario instead. --seed: of the first
 # schedule, drawn otherwise and printed. --scenario: only fresh ones, of this one. --faults: with a
 # failing call in most of them. --replay: only runs this schedule and describes it.
 #
+# --different: only fresh ones, of every scenario until so many of them differ, or hardly any new ones
+# are found. The results are added to build/schedules/searched. Scenarios that it names are left out,
+# so an interrupted search continues.
+#
 # A schedule that fails is shortened, printed, and written to build/schedules/failed. See
 # docs/testing-schedules.md.
-set -eu
+set -eu -o pipefail
 
 root=$(cd "$(dirname "$0")/.." && pwd)
 cd "$root"
 program=build/schedules/bin/ixlal-schedules
 failed=build/schedules/failed
+searched=build/schedules/searched
 seconds=60
 runs=
+different=
 seed=
 scenarios=()
 replays=()
@@ -39,6 +45,7 @@ read_arguments() {
         case $1 in
         --seconds) seconds=$2 ;;
         --runs) runs=$2 ;;
+        --different) different=$2 ;;
         --seed) seed=$2 ;;
         --scenario) scenarios+=("$2") ;;
         --replay) replays+=(--replay "$(realpath "$2")") ;;
@@ -46,7 +53,7 @@ read_arguments() {
         esac
         shift 2
     done
-    case $seconds$runs$seed in
+    case $seconds$runs$different$seed in
     *[!0-9]*) usage ;;
     esac
 }
@@ -71,13 +78,16 @@ search_share() {
     [ ${#own[@]} -gt 0 ] || return 0
     local limit=(--runs 1000000000 --seconds "$((seconds * processors / ${#scenarios[@]} + 1))")
     [ -z "$runs" ] || limit=(--runs "$runs")
-    taskset -c "$1" "$program" "${own[@]}" "${limit[@]}" "${options[@]}" --seed "$seed" --save "$failed"
+    [ -z "$different" ] || limit=(--runs 1000000000 --different "$different")
+    exec "$program" "${own[@]}" "${limit[@]}" "${options[@]}" --processor "$1" --seed "$seed" \
+        --save "$failed"
 }
 
 # On every processor a share of the scenarios.
 search() {
     local processors shares=() i result=0
     processors=$(nproc)
+    trap 'kill $(jobs -p) 2>/dev/null || true' EXIT
     [ -n "$seed" ] || seed=$(od -An -N4 -tu4 /dev/urandom | tr -d ' ')
     echo "== Fresh schedules, seed $seed"
     for ((i = 0; i < processors; i++)); do
@@ -105,13 +115,34 @@ check_known() {
     "$program" --exhaustive --runs 1000000 --save "$failed"
 }
 
+all_scenarios() {
+    "$program" --list | grep -v 'wrong on purpose' | cut -d' ' -f1
+}
+
+# All scenarios that the file of results does not name.
+search_long() {
+    local left
+    touch "$searched"
+    left=$(grep -vxF -f <(cut -d' ' -f1 "$searched") <(all_scenarios) || true)
+    mapfile -t scenarios < <(printf '%s' "$left")
+    if [ ${#scenarios[@]} -eq 0 ]; then
+        echo "All scenarios are in $searched"
+        return
+    fi
+    search | tee >(sed -nu '/, interrupted/!{/: passed$/p}' >>"$searched")
+}
+
 read_arguments "$@"
 build
 if [ ${#replays[@]} -gt 0 ]; then
     exec "$program" --explain "${replays[@]}"
 fi
+if [ -n "$different" ]; then
+    search_long
+    exit
+fi
 if [ ${#scenarios[@]} -eq 0 ]; then
     check_known
-    mapfile -t scenarios < <("$program" --list | grep -v 'wrong on purpose' | cut -d' ' -f1)
+    mapfile -t scenarios < <(all_scenarios)
 fi
 search

@@ -64,7 +64,7 @@ int _open(const char* iPath, int iFlags, unsigned iMode)
     }
     struct stat status;
     const bool blocks = Scheduler::current() && (iFlags & O_NONBLOCK) == 0 &&
-                        stat(iPath, &status) == 0 && S_ISFIFO(status.st_mode);
+                        ::stat(iPath, &status) == 0 && S_ISFIFO(status.st_mode);
     return blocks
                ? _openPipe(iPath, iFlags)
                : static_cast<int>(_call(SYS_openat, AT_FDCWD, iPath, iFlags | O_LARGEFILE, iMode));
@@ -109,6 +109,29 @@ SCHEDULES_EXPORT ssize_t read(int iFile, void* oBytes, std::size_t iSize)
         Scheduler::waitToRead(iFile);
     }
     return static_cast<ssize_t>(_call(SYS_read, iFile, oBytes, iSize));
+}
+
+SCHEDULES_EXPORT ssize_t pread64(int iFile, void* oBytes, std::size_t iSize, off64_t iOffset)
+{
+    return _point(SCHEDULES_CALLER) ? -1 : Raw::get().pread(iFile, oBytes, iSize, iOffset);
+}
+
+SCHEDULES_EXPORT int __stat64_time64(const char* iPath, void* oStatus)
+{
+    _point(SCHEDULES_CALLER, false);
+    return Raw::get().stat(iPath, oStatus);
+}
+
+SCHEDULES_EXPORT int __fstat64_time64(int iFile, void* oStatus)
+{
+    _point(SCHEDULES_CALLER, false);
+    return Raw::get().fstat(iFile, oStatus);
+}
+
+SCHEDULES_EXPORT int mkdir(const char* iPath, mode_t iMode)
+{
+    Checkpoint::fileChanges();
+    return _point(SCHEDULES_CALLER) ? -1 : Raw::get().mkdir(iPath, iMode);
 }
 
 SCHEDULES_EXPORT ssize_t write(int iFile, const void* iBytes, std::size_t iSize)

@@ -1,14 +1,19 @@
 // SPDX-License-Identifier: MIT
 // ixlal-schedules: runs schedules of the scenarios.
 
+#include "Interrupt.h"
+#include "Processor.h"
 #include "Runner.h"
 #include "ScratchDir.h"
 #include "Search.h"
 
 #include <CLI/CLI.hpp>
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <exception>
 #include <iostream>
+#include <optional>
 #include <string>
 #include <sys/personality.h>
 #include <unistd.h>
@@ -27,6 +32,7 @@ struct Options
     std::uint64_t seed = 1;
     unsigned depth = 3;
     unsigned preemptions = 2;
+    std::optional<unsigned> processor;
     Limits limits;
     bool list = false;
     bool exhaustive = false;
@@ -42,10 +48,16 @@ struct Options
 void _withoutRandomAddresses(char** iArguments)
 {
     const int wanted = personality(0xffffffff) | ADDR_NO_RANDOMIZE;
-    if (personality(0xffffffff) != wanted && personality(static_cast<unsigned long>(wanted)) >= 0)
+    if (personality(0xffffffff) == wanted)
+    {
+        return;
+    }
+    if (personality(static_cast<unsigned long>(wanted)) >= 0)
     {
         execv("/proc/self/exe", iArguments);
     }
+    std::cerr << "ixlal-schedules: addresses stay random, so that a replay may differ: "
+              << std::strerror(errno) << '\n';
 }
 
 const Scenario* _find(const std::string& iName)
@@ -101,6 +113,18 @@ void _report(Search& ioSearch, const Options& iOptions, const Searched& iSearche
     }
 }
 
+/// What follows the figures of a search.
+std::string _kind(const Options& iOptions, const Searched& iDone)
+{
+    if (iOptions.exhaustive)
+    {
+        return iDone.complete ? ", all" : ", not all";
+    }
+    return ", seed " + std::to_string(iOptions.seed) +
+           (iDone.exhausted ? ", hardly any new ones" : "") +
+           (Interrupt::signal() != 0 ? ", interrupted" : "");
+}
+
 bool _search(Runner& ioRunner, const Scenario& iScenario, const Options& iOptions)
 {
     Search search(ioRunner, iScenario);
@@ -119,8 +143,7 @@ bool _search(Runner& ioRunner, const Scenario& iScenario, const Options& iOption
         static_cast<unsigned long long>(done.different),
         static_cast<unsigned long long>(done.points / std::max<std::uint64_t>(done.runs, 1)),
         done.seconds, static_cast<double>(done.runs) / std::max(done.seconds, 1e-9),
-        iOptions.exhaustive ? (done.complete ? ", all" : ", not all") : "",
-        outcomeName(done.outcome));
+        _kind(iOptions, done).c_str(), outcomeName(done.outcome));
     std::fflush(stdout);
     if (done.failure && !iOptions.brief)
     {
@@ -225,7 +248,10 @@ bool _runAll(const Options& iOptions)
     {
         for (const Scenario* scenario : _chosen(iOptions))
         {
-            passed = _search(runner, *scenario, iOptions) && passed;
+            if (Interrupt::signal() == 0)
+            {
+                passed = _search(runner, *scenario, iOptions) && passed;
+            }
         }
     }
     return passed;
@@ -246,6 +272,8 @@ void _describe(CLI::App& ioApp, Options& oOptions)
     ioApp.add_flag("--list", oOptions.list, "Print the names of the scenarios");
     ioApp.add_option("--scenario", oOptions.scenarios, "Only this scenario; may be repeated");
     ioApp.add_option("--runs", oOptions.limits.runs, "Schedules of each scenario (1000)");
+    ioApp.add_option("--different", oOptions.limits.different,
+                     "Random schedules until so many differ, or hardly any new ones are found");
     ioApp.add_option("--seconds", oOptions.limits.seconds, "At most so long for each scenario");
     ioApp.add_option("--seed", oOptions.seed,
                      "Seed of the first schedule (1); the next one has the next");
@@ -264,6 +292,8 @@ void _describe(CLI::App& ioApp, Options& oOptions)
     ioApp.add_option("--replay", oOptions.replays,
                      "Run the schedule of this file; may be repeated");
     ioApp.add_flag("--explain", oOptions.explain, "Describe a replayed schedule that passes, too");
+    ioApp.add_option("--processor", oOptions.processor,
+                     "Use the allowed processor of this number, from 0; otherwise the current one");
     ioApp.add_flag("--brief", oOptions.brief, "Neither minimise nor describe a failure");
     ioApp.add_option("--save", oOptions.save, "Write the schedules that fail to this directory")
         ->check(CLI::ExistingDirectory);
@@ -284,7 +314,21 @@ int main(int iCount, char** iArguments)
             _list();
             return 0;
         }
-        return _runAll(options) ? 0 : 1;
+        Interrupt::catchSignals();
+        if (options.processor)
+        {
+            Processor::use(*options.processor);
+        }
+        else
+        {
+            Processor::useCurrent();
+        }
+        const bool passed = _runAll(options);
+        if (const int signal = Interrupt::signal())
+        {
+            return 128 + signal;
+        }
+        return passed ? 0 : 1;
     }
     catch (const std::exception& error)
     {

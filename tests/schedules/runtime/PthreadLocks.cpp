@@ -46,6 +46,27 @@ int _timedWait(pthread_cond_t* ioCondition, pthread_mutex_t* ioMutex, const T& i
     return _wait(ioCondition, ioMutex, Clock::at(clock, iTime));
 }
 
+/// Locks a read-write lock. iTake takes it if it is free, and says whether it was.
+template <class F>
+int _lockShared(pthread_rwlock_t* ioLock, std::uintptr_t iFrom, F iTake)
+{
+    Thread* me = Scheduler::current();
+    if (!me)
+    {
+        return 0;
+    }
+    const Scheduler::Location location(*me, iFrom);
+    Scheduler::point(Op::eLock, ioLock);
+    SyncObject& lock = SyncTable::at(ioLock);
+    while (!iTake(lock, *me))
+    {
+        Scheduler::wait(Op::eLock, ioLock);
+    }
+    me->clock.join(lock.clock);
+    Scheduler::locked(lock, false);
+    return 0;
+}
+
 int _wake(pthread_cond_t* ioCondition, unsigned iMost)
 {
     Scheduler::point(Op::eWake, ioCondition);
@@ -302,42 +323,23 @@ SCHEDULES_EXPORT int pthread_rwlock_destroy(pthread_rwlock_t*)
 
 SCHEDULES_EXPORT int pthread_rwlock_rdlock(pthread_rwlock_t* ioLock)
 {
-    Thread* me = Scheduler::current();
-    if (!me)
-    {
-        return 0;
-    }
-    SCHEDULES_HERE(*me);
-    Scheduler::point(Op::eLock, ioLock);
-    SyncObject& lock = SyncTable::at(ioLock);
-    while (lock.owner)
-    {
-        Scheduler::wait(Op::eLock, ioLock);
-    }
-    ++lock.readers;
-    me->clock.join(lock.clock);
-    Scheduler::locked(lock, false);
-    return 0;
+    return _lockShared(ioLock, SCHEDULES_CALLER,
+                       [](SyncObject& ioShared, Thread&)
+                       {
+                           ioShared.readers += ioShared.owner ? 0 : 1;
+                           return !ioShared.owner;
+                       });
 }
 
 SCHEDULES_EXPORT int pthread_rwlock_wrlock(pthread_rwlock_t* ioLock)
 {
-    Thread* me = Scheduler::current();
-    if (!me)
-    {
-        return 0;
-    }
-    SCHEDULES_HERE(*me);
-    Scheduler::point(Op::eLock, ioLock);
-    SyncObject& lock = SyncTable::at(ioLock);
-    while (lock.owner || lock.readers > 0)
-    {
-        Scheduler::wait(Op::eLock, ioLock);
-    }
-    lock.owner = me;
-    me->clock.join(lock.clock);
-    Scheduler::locked(lock, false);
-    return 0;
+    return _lockShared(ioLock, SCHEDULES_CALLER,
+                       [](SyncObject& ioShared, Thread& ioMe)
+                       {
+                           const bool isFree = !ioShared.owner && ioShared.readers == 0;
+                           ioShared.owner = isFree ? &ioMe : ioShared.owner;
+                           return isFree;
+                       });
 }
 
 SCHEDULES_EXPORT int pthread_rwlock_unlock(pthread_rwlock_t* ioLock)

@@ -7,6 +7,7 @@
 #include "Faults.h"
 #include "Locks.h"
 #include "Raw.h"
+#include "ThreadEnd.h"
 #include "Verdict.h"
 
 #include <cerrno>
@@ -26,24 +27,10 @@ namespace
 {
 constexpr std::size_t kStack = 512 * 1024;
 
-pthread_key_t sEnd;
-
-/// Runs after the thread's own destructors: it asks for another round until the last one.
-void _end(void* iThread)
-{
-    Thread& thread = *static_cast<Thread*>(iThread);
-    if (++thread.rounds < PTHREAD_DESTRUCTOR_ITERATIONS)
-    {
-        pthread_setspecific(sEnd, iThread);
-        return;
-    }
-    Scheduler::leave(thread);
-}
-
 void* _run(void* iThread)
 {
     Thread& thread = *static_cast<Thread*>(iThread);
-    pthread_setspecific(sEnd, iThread);
+    ThreadEnd::follow(thread);
     Scheduler::enter(thread);
     return thread.start(thread.argument);
 }
@@ -136,15 +123,6 @@ void _sleepUntil(std::uint64_t iDeadline)
 }
 } // namespace
 
-namespace schedules
-{
-/// Creates the key whose destructor ends threads, after those of the libraries loaded so far.
-void createThreadKey()
-{
-    pthread_key_create(&sEnd, _end);
-}
-} // namespace schedules
-
 SCHEDULES_EXPORT int pthread_create(pthread_t* oHandle, const pthread_attr_t* iAttributes,
                                     void* (*iStart)(void*), void* iArgument)
 {
@@ -167,7 +145,7 @@ SCHEDULES_EXPORT int pthread_create(pthread_t* oHandle, const pthread_attr_t* iA
     }
     if (const int error = _create(*thread))
     {
-        Scheduler::forget(*thread);
+        Scheduler::notStarted(*thread);
         return error;
     }
     int state = PTHREAD_CREATE_JOINABLE;

@@ -41,6 +41,11 @@ Raw _all()
     _find(raw.pthreadDetach, "pthread_detach");
     _find(raw.syscall, "syscall");
     _find(raw.fork, "fork");
+    _find(raw.pread, "pread64");
+    // Under the names that the headers give them for 64-bit sizes and times.
+    _find(raw.stat, "__stat64_time64");
+    _find(raw.fstat, "__fstat64_time64");
+    _find(raw.mkdir, "mkdir");
     return raw;
 }
 } // namespace

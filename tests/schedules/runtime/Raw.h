@@ -26,19 +26,16 @@ struct Raw
     int (*pthreadDetach)(pthread_t);
     long (*syscall)(long, ...);
     pid_t (*fork)();
+    ssize_t (*pread)(int, void*, std::size_t, off64_t);
+    int (*stat)(const char*, void*);
+    int (*fstat)(int, void*);
+    int (*mkdir)(const char*, mode_t);
 
     static const Raw& get();
 
     /// The C library's function of a name; ends the process if there is none.
     static void* find(const char* iName);
 };
-
-/// The C library's function of the same name and type: `real(iFunction, "name")`.
-template <class F>
-F* real(F*, const char* iName)
-{
-    return reinterpret_cast<F*>(Raw::find(iName));
-}
 } // namespace schedules
 
 #endif

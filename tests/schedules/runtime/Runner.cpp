@@ -5,6 +5,7 @@
 #include "Race.h"
 #include "Raw.h"
 #include "Scheduler.h"
+#include "ThreadEnd.h"
 #include "Verdict.h"
 #include "Watchdog.h"
 
@@ -14,7 +15,6 @@
 #include <cstring>
 #include <fcntl.h>
 #include <new>
-#include <sched.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
 #include <system_error>
@@ -22,33 +22,8 @@
 
 namespace schedules
 {
-void createThreadKey();
-
 namespace
 {
-void _useOneProcessor()
-{
-    cpu_set_t processors;
-    if (sched_getaffinity(0, sizeof(processors), &processors) != 0)
-    {
-        return;
-    }
-    // Handing over the baton is fastest on one processor; several runners use different ones.
-    const int count = CPU_COUNT(&processors);
-    int wanted = static_cast<int>(getpid()) % (count > 0 ? count : 1);
-    for (int i = 0; i < CPU_SETSIZE; ++i)
-    {
-        if (CPU_ISSET(i, &processors) && wanted-- == 0)
-        {
-            cpu_set_t one;
-            CPU_ZERO(&one);
-            CPU_SET(i, &one);
-            sched_setaffinity(0, sizeof(one), &one);
-            return;
-        }
-    }
-}
-
 void _silence()
 {
     const int null = open("/dev/null", O_RDWR | O_CLOEXEC);
@@ -57,6 +32,7 @@ void _silence()
         dup2(null, stream);
     }
 }
+
 template <class T>
 T* _share()
 {
@@ -90,8 +66,7 @@ Runner::Runner() : fReport(_share<Report>()), fOrder(_share<Order>())
                                           reinterpret_cast<std::uintptr_t>(__executable_start));
     Raw::get();
     Heap::reserve();
-    createThreadKey();
-    _useOneProcessor();
+    ThreadEnd::prepare();
 }
 
 Runner::~Runner()

@@ -10,10 +10,6 @@
 
 #include <algorithm>
 #include <climits>
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
-#include <fcntl.h>
 #include <linux/futex.h>
 #include <poll.h>
 #include <sys/syscall.h>
@@ -125,6 +121,12 @@ Thread* Scheduler::find(pthread_t iHandle)
     return nullptr;
 }
 
+void Scheduler::notStarted(Thread& ioThread)
+{
+    --sAlive;
+    forget(ioThread);
+}
+
 void Scheduler::forget(Thread& ioThread)
 {
     ioThread.state = Thread::eUnused;
@@ -171,6 +173,7 @@ pid_t Scheduler::fork()
     if (child == 0)
     {
         sProcess = static_cast<pid_t>(Raw::get().syscall(SYS_getpid));
+        sAlive = 1;
     }
     for (unsigned i = 0; child != 0 && i < sThreadCount; ++i)
     {
@@ -437,5 +440,4 @@ void Scheduler::unlocked(const SyncObject& iLock)
         }
     }
 }
-
 } // namespace schedules

@@ -80,6 +80,9 @@ public:
     static Thread* find(pthread_t iHandle);
     static void forget(Thread& ioThread);
 
+    /// Takes back add(): the system refused the thread.
+    static void notStarted(Thread& ioThread);
+
     /// The first thing that a new thread does, and the last.
     static void enter(Thread& ioThread);
     static void leave(Thread& ioThread);

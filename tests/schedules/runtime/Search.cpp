@@ -2,6 +2,7 @@
 #include "Search.h"
 
 #include "Interleaving.h"
+#include "Interrupt.h"
 #include "Preemptions.h"
 #include "Random.h"
 
@@ -28,6 +29,26 @@ std::uint64_t _hash(const std::vector<Decision>& iDecisions)
     }
     return hash;
 }
+/// Finds out that random schedules repeat themselves.
+class Novelty
+{
+public:
+    /// Call after each schedule. True when hardly any of the last ones were new.
+    bool isGone(const Searched& iDone)
+    {
+        if (iDone.runs % kWindow != 0)
+        {
+            return false;
+        }
+        const std::uint64_t added = iDone.different - fBefore;
+        fBefore = iDone.different;
+        return added < kWindow / 100;
+    }
+
+private:
+    static constexpr std::uint64_t kWindow = 20000;
+    std::uint64_t fBefore = 0;
+};
 } // namespace
 
 Search::Search(Runner& ioRunner, const Scenario& iScenario)
@@ -48,6 +69,13 @@ FaultPlan Search::drawFault(std::uint64_t iSeed, const std::uint32_t* iSeen) con
     return fault;
 }
 
+bool Search::isAtLimit(const Searched& iDone, const Limits& iLimits) const
+{
+    return iDone.runs >= iLimits.runs || iDone.seconds >= iLimits.seconds ||
+           (iLimits.different > 0 && (iDone.different >= iLimits.different || iDone.exhausted)) ||
+           Interrupt::signal() != 0;
+}
+
 Searched Search::random(Plan iPlan, const Limits& iLimits, bool iFaults)
 {
     Searched done;
@@ -60,7 +88,8 @@ Searched Search::random(Plan iPlan, const Limits& iLimits, bool iFaults)
         iPlan.jumpEvery = 0;
     }
     std::uint32_t contended = 0;
-    while (done.runs < iLimits.runs && (done.seconds = _since(begin)) < iLimits.seconds)
+    Novelty novelty;
+    for (; !isAtLimit(done, iLimits); done.seconds = _since(begin))
     {
         iPlan.seed = firstSeed + done.runs;
         iPlan.fault =
@@ -72,6 +101,7 @@ Searched Search::random(Plan iPlan, const Limits& iLimits, bool iFaults)
         iPlan.contended = contended;
         const std::vector<Decision> decisions = fRunner.decisions();
         done.different += seen.insert(_hash(decisions)).second ? 1 : 0;
+        done.exhausted = novelty.isGone(done);
         std::transform(faults, faults + 4, report.counts.faultsSeen, faults,
                        [](std::uint32_t a, std::uint32_t b) { return std::max(a, b); });
         if (report.outcome != Outcome::ePassed)
@@ -90,7 +120,7 @@ Searched Search::exhaustive(unsigned iPreemptions, const Limits& iLimits)
     Searched done;
     const auto begin = std::chrono::steady_clock::now();
     Preemptions preemptions(iPreemptions);
-    while (done.runs < iLimits.runs && (done.seconds = _since(begin)) < iLimits.seconds)
+    for (; !isAtLimit(done, iLimits); done.seconds = _since(begin))
     {
         Plan plan;
         plan.method = Method::eReplay;
@@ -137,7 +167,7 @@ ScheduleFile Search::minimised(const ScheduleFile& iFailure, Outcome iOutcome)
     for (std::size_t part = std::max<std::size_t>(best.decisions.size() / 2, 1); part > 0;
          part /= 2)
     {
-        for (std::size_t begin = 0; begin < best.decisions.size();)
+        for (std::size_t begin = 0; begin < best.decisions.size() && Interrupt::signal() == 0;)
         {
             ScheduleFile shorter = best;
             const auto first = shorter.decisions.begin() + static_cast<std::ptrdiff_t>(begin);

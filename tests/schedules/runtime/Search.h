@@ -18,6 +18,7 @@ namespace schedules
 struct Limits
 {
     std::uint64_t runs = 1000;
+    std::uint64_t different = 0; ///< schedules; 0 for any number
     double seconds = 1e9;
 };
 
@@ -28,7 +29,8 @@ struct Searched
     std::uint64_t different = 0; ///< schedules
     std::uint64_t points = 0;    ///< in all
     double seconds = 0;
-    bool complete = false; ///< the exhaustive search tried all
+    bool complete = false;  ///< the exhaustive search tried all
+    bool exhausted = false; ///< a random search found almost no new schedule any more
     std::optional<ScheduleFile> failure;
     Outcome outcome = Outcome::ePassed;
 };
@@ -54,6 +56,7 @@ public:
     Outcome replay(const ScheduleFile& iSchedule);
 
 private:
+    bool isAtLimit(const Searched& iDone, const Limits& iLimits) const;
     Plan planOf(const ScheduleFile& iSchedule) const;
     FaultPlan drawFault(std::uint64_t iSeed, const std::uint32_t* iSeen) const;
 

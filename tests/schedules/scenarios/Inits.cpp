@@ -29,6 +29,16 @@ long long _milliseconds()
     return static_cast<long long>(schedules::nanoseconds() / kNanosecondsPerMillisecond);
 }
 
+void _initWritesAnd(int (*iEnd)())
+{
+    PluginSteps::on("alpha.init",
+                    [iEnd]
+                    {
+                        sWritten = 7;
+                        return iEnd();
+                    });
+}
+
 void _requestFails()
 {
     const Requested requested(L"test.alpha");
@@ -59,12 +69,7 @@ SCENARIO(InitThatFailsWithOneWaiter, .milliseconds = 2500, .jumps = false, .smal
 {
     const CoreSetup core{"alpha"};
     core.mustStart();
-    PluginSteps::on("alpha.init",
-                    []
-                    {
-                        sWritten = 7;
-                        return -7;
-                    });
+    _initWritesAnd([] { return -7; });
     runTogether(_requestFails, _requestFails);
     _stopAfterAFailedInit("alpha");
 }
@@ -73,12 +78,7 @@ SCENARIO(InitThatFailsWithWaiters, .milliseconds = 2500)
 {
     const CoreSetup core{"alpha"};
     core.mustStart();
-    PluginSteps::on("alpha.init",
-                    []
-                    {
-                        sWritten = 7;
-                        return -7;
-                    });
+    _initWritesAnd([] { return -7; });
     _runThreeThreads(_requestFails);
     _requestFails();
     _stopAfterAFailedInit("alpha");
@@ -88,12 +88,7 @@ SCENARIO(InitThatThrowsWithWaiters, .milliseconds = 2500)
 {
     const CoreSetup core{"alpha"};
     core.mustStart();
-    PluginSteps::on("alpha.init",
-                    []() -> int
-                    {
-                        sWritten = 7;
-                        throw std::runtime_error("init");
-                    });
+    _initWritesAnd([]() -> int { throw std::runtime_error("init"); });
     _runThreeThreads(_requestFails);
     requireEqual(3, sFailedRequests, "requests that ended");
     _stopAfterAFailedInit("alpha");
@@ -103,13 +98,12 @@ SCENARIO(InitThatEndsItsThreadWithWaiters, .milliseconds = 2500)
 {
     const CoreSetup core{"alpha"};
     core.mustStart();
-    PluginSteps::on("alpha.init",
-                    []
-                    {
-                        sWritten = 7;
-                        pthread_exit(nullptr);
-                        return 0;
-                    });
+    _initWritesAnd(
+        []
+        {
+            pthread_exit(nullptr);
+            return 0;
+        });
     _runThreeThreads(_requestFails);
     requireEqual(2, sFailedRequests, "requests that ended");
     _requestFails();
