@@ -50,6 +50,11 @@ public:
         fCore.writeLogs();
     }
 
+    void keepLibraries()
+    {
+        fCore.keepLibraries();
+    }
+
     void start() const
     {
         fCore.mustStart();
@@ -222,6 +227,25 @@ SCENARIO(ExitListenerThatEndsItsThread, .milliseconds = 3500, .jumps = false)
                     });
     requireEqual(1000, core.stop(), "milliseconds");
     core.requireJoined();
+}
+
+// The notifier holds the dispatcher, and with it the listeners: the stop waits for its end before
+// it destroys the plugins.
+SCENARIO(ListenersAreDestroyedBeforePlugins, .milliseconds = 0, .jumps = false)
+{
+    ListeningCore core("5");
+    core.keepLibraries();
+    core.start();
+    PluginSteps::on("alpha.destroyed",
+                    []
+                    {
+                        const int services = PluginSteps::count("alpha.service destroyed");
+                        requireEqual(1, services, "destroyed services");
+                        return 0;
+                    });
+    requireEqual(0, ixlaStop(), "the core stops");
+    requireEqual(1, PluginSteps::count("alpha.event"), "events");
+    requireEqual(1, PluginSteps::count("alpha.destroyed"), "destroyed plugins");
 }
 
 // The listener and another thread call the core while it stops: lookups are served.

@@ -145,6 +145,24 @@ SCENARIO(KeptCallsBesideASecondCore, .milliseconds = 10000, .jumps = false)
     requireEqual(0, core.countLines("second.log", " E Core "), "error lines");
 }
 
+// The stop of the second core waits only for the calls inside that core.
+SCENARIO(KeptCallThatOutlivesASecondCore, .milliseconds = 5000, .jumps = false)
+{
+    CoreSetup core{"alpha"};
+    core.keepLibraries();
+    core.mustStart();
+    HeldInit held("alpha");
+    std::thread first([] { _request(L"test.alpha"); });
+    held.await();
+    requireEqual(0, ixlaStop(), "the first core stops");
+    core.mustStart();
+    requireEqual(0, ixlaStop(), "the second core stops");
+    requireEqual(1, PluginSteps::count("alpha.destroyed"), "plugins of the second core");
+    held.release();
+    first.join();
+    requireEqual(1, PluginSteps::count("alpha.destroyed"), "plugins destroyed later");
+}
+
 // What the init of the first core looks up after its stop is the second core's, if that runs.
 SCENARIO(KeptInitThatLooksUpAfterTheStop, .milliseconds = 10000, .jumps = false)
 {

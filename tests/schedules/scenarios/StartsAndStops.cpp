@@ -56,6 +56,20 @@ SCENARIO(TwoStarts, .milliseconds = 2500, .jumps = false)
     _requireClosedLibraries(1);
 }
 
+// The start that is refused may write to the log as soon as the other one has opened it.
+SCENARIO(TwoStartsWithACoreLog, .milliseconds = 0, .jumps = false)
+{
+    CoreSetup core;
+    core.keepLibraries();
+    core.set("core.log.file", core.path("core.log"));
+    int first = 0;
+    int second = 0;
+    runTogether([&] { first = core.start(); }, [&] { second = core.start(); });
+    _requireOneSuccess(first, second, eIxlaCoreExists);
+    requireEqual(0, ixlaStop(), "the core stops");
+    require(core.countLines("core.log", "Try to start already started core.") <= 1, "error lines");
+}
+
 SCENARIO(TwoStartsThatFail, .milliseconds = 0, .jumps = false, .small = true)
 {
     int first = 0;
