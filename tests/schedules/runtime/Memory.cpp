@@ -22,7 +22,6 @@ void* Memory::zeroed(std::size_t iSize)
         {
             std::abort();
         }
-        madvise(chunk, kChunk, MADV_HUGEPAGE);
         sNext = static_cast<char*>(chunk);
         sLeft = kChunk;
         Race::exclude(chunk, kChunk);

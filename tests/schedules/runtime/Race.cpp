@@ -16,8 +16,10 @@ namespace schedules
 namespace
 {
 constexpr std::size_t kPage = 4096;
+constexpr std::size_t kWord = 4;
 constexpr std::uint32_t kSharedReads = kMaxThreads - 1; ///< thread number of a set of readers
 
+/// The last accesses to a byte, or to a word whose bytes were all accessed together.
 struct Cell
 {
     Epoch write;
@@ -26,8 +28,25 @@ struct Cell
     Epoch atomicRead;
 };
 
-static_assert(sizeof(void*) == 4, "the directory of cells covers a 32-bit address space");
-Cell* sPages[1u << 20];
+struct Bytes
+{
+    Cell cells[kWord];
+};
+
+struct Word
+{
+    Cell whole;
+    Bytes* bytes; ///< used instead once only a part of the word was accessed; null before
+};
+
+/// The cells of a page of memory.
+struct Page
+{
+    Word words[kPage / kWord];
+};
+
+static_assert(sizeof(void*) == kWord, "the directory of pages covers a 32-bit address space");
+Page* sPages[1u << 20];
 
 VectorClock* sReaders[4096];
 std::uint32_t sReaderCount;
@@ -42,14 +61,53 @@ Range sExcluded[16];
 unsigned sExcludedCount;
 std::uintptr_t sWatched;
 
-Cell& _cell(std::uintptr_t iAddress)
+Word& _word(std::uintptr_t iAddress)
 {
-    Cell*& page = sPages[iAddress / kPage];
+    Page*& page = sPages[iAddress / kPage];
     if (!page)
     {
-        page = static_cast<Cell*>(Memory::zeroed(kPage * sizeof(Cell)));
+        page = static_cast<Page*>(Memory::zeroed(sizeof(Page)));
     }
-    return page[iAddress % kPage];
+    return page->words[iAddress % kPage / kWord];
+}
+
+/// Gives each byte of a word its own cell.
+void _split(Word& ioWord)
+{
+    ioWord.bytes = static_cast<Bytes*>(Memory::zeroed(sizeof(Bytes)));
+    std::fill(ioWord.bytes->cells, ioWord.bytes->cells + kWord, ioWord.whole);
+}
+
+/// Calls iVisit with the cells of a part of a word, and the address of each.
+template <class F>
+void _eachCellOfWord(Word& ioWord, std::uintptr_t iAddress, std::size_t iSize, F iVisit)
+{
+    if (iSize == kWord && !ioWord.bytes)
+    {
+        iVisit(ioWord.whole, iAddress);
+        return;
+    }
+    if (!ioWord.bytes)
+    {
+        _split(ioWord);
+    }
+    for (std::size_t i = 0; i < iSize; ++i)
+    {
+        iVisit(ioWord.bytes->cells[iAddress % kWord + i], iAddress + i);
+    }
+}
+
+/// Calls iVisit with all cells of a range.
+template <class F>
+void _eachCell(std::uintptr_t iAddress, std::size_t iSize, F iVisit)
+{
+    for (std::size_t done = 0; done < iSize;)
+    {
+        const std::uintptr_t address = iAddress + done;
+        const std::size_t size = std::min(iSize - done, kWord - address % kWord);
+        _eachCellOfWord(_word(address), address, size, iVisit);
+        done += size;
+    }
 }
 
 [[noreturn]] void _report(std::uintptr_t iAddress, const char* iThis, const char* iOther,
@@ -142,17 +200,22 @@ void _access(std::uintptr_t iAddress, std::size_t iSize, const char* iWhat, std:
         return;
     }
     const Epoch now = thread->epoch();
-    for (std::size_t done = 0; done < iSize;)
-    {
-        const std::uintptr_t address = iAddress + done;
-        const std::size_t count = std::min(iSize - done, kPage - address % kPage);
-        Cell* const cells = &_cell(address);
-        for (std::size_t i = 0; i < count; ++i)
-        {
-            iAccess(*thread, now, cells[i], address + i);
-        }
-        done += count;
-    }
+    _eachCell(iAddress, iSize,
+              [&](Cell& ioCell, std::uintptr_t iByte) { iAccess(*thread, now, ioCell, iByte); });
+}
+
+/// Whether anything accessed the page of this address so far.
+bool _isTouched(std::uintptr_t iAddress)
+{
+    return sPages[iAddress / kPage] != nullptr;
+}
+
+void _expectReleasable(const Thread& iThread, const Cell& iCell, std::uintptr_t iAddress)
+{
+    _expectOrdered(iThread, iCell.write, iAddress, "the release", "a write");
+    _expectReadsOrdered(iThread, iCell, iAddress, "the release");
+    _expectOrdered(iThread, iCell.atomicWrite, iAddress, "the release", "an atomic write");
+    _expectOrdered(iThread, iCell.atomicRead, iAddress, "the release", "an atomic read");
 }
 } // namespace
 
@@ -217,24 +280,17 @@ void Race::released(std::uintptr_t iAddress, std::size_t iSize)
     {
         return;
     }
-    for (std::size_t i = 0; i < iSize; ++i)
+    // What is beyond the end, up to the next word, belongs to no other memory.
+    for (std::uintptr_t word = iAddress; word < iAddress + iSize; word += kWord)
     {
-        const Cell* page = sPages[(iAddress + i) / kPage];
-        if (!page)
+        if (!_isTouched(word))
         {
-            i += kPage - 1 - (iAddress + i) % kPage;
+            word |= kPage - kWord;
             continue;
         }
-        const Cell& cell = page[(iAddress + i) % kPage];
-        if (cell.write.isNone() && cell.read.isNone() && cell.atomicWrite.isNone() &&
-            cell.atomicRead.isNone())
-        {
-            continue;
-        }
-        _expectOrdered(*thread, cell.write, iAddress + i, "the release", "a write");
-        _expectReadsOrdered(*thread, cell, iAddress + i, "the release");
-        _expectOrdered(*thread, cell.atomicWrite, iAddress + i, "the release", "an atomic write");
-        _expectOrdered(*thread, cell.atomicRead, iAddress + i, "the release", "an atomic read");
+        _eachCellOfWord(_word(word), word, kWord,
+                        [&](const Cell& iCell, std::uintptr_t iByte)
+                        { _expectReleasable(*thread, iCell, iByte); });
     }
 }
 
