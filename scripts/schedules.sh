@@ -115,18 +115,21 @@ check_known() {
     "$program" --exhaustive --runs 1000000 --save "$failed"
 }
 
-all_scenarios() {
+# The scenarios of the arguments, or all.
+wanted_scenarios() {
+    if [ ${#scenarios[@]} -gt 0 ]; then
+        printf '%s\n' "${scenarios[@]}"
+        return
+    fi
     "$program" --list | grep -v 'wrong on purpose' | cut -d' ' -f1
 }
 
-# All scenarios that the file of results does not name.
+# Those that the file of results does not name.
 search_long() {
-    local left
     touch "$searched"
-    left=$(grep -vxF -f <(cut -d' ' -f1 "$searched") <(all_scenarios) || true)
-    mapfile -t scenarios < <(printf '%s' "$left")
+    mapfile -t scenarios < <(wanted_scenarios | grep -vxF -f <(cut -d' ' -f1 "$searched"))
     if [ ${#scenarios[@]} -eq 0 ]; then
-        echo "All scenarios are in $searched"
+        echo "All of them are in $searched"
         return
     fi
     search | tee >(sed -nu '/, interrupted/!{/: passed$/p}' >>"$searched")
@@ -143,6 +146,6 @@ if [ -n "$different" ]; then
 fi
 if [ ${#scenarios[@]} -eq 0 ]; then
     check_known
-    mapfile -t scenarios < <(all_scenarios)
+    mapfile -t scenarios < <(wanted_scenarios)
 fi
 search
