@@ -42,7 +42,7 @@ public:
         }
         const std::uint64_t added = iDone.different - fBefore;
         fBefore = iDone.different;
-        return added < kWindow / 20;
+        return added < kWindow / 10;
     }
 
 private:
