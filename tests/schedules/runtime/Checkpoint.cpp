@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "Checkpoint.h"
 
+#include "OpenFiles.h"
 #include "Raw.h"
 #include "Scheduler.h"
 #include "Verdict.h"
@@ -19,6 +20,7 @@ const Order* sOrder;
 int sOrders = -1;
 int sReady = -1;
 bool sIsChild;
+bool sSharesStreams;
 
 /// What the report said at the checkpoint.
 ReportCounts sCounts;
@@ -52,6 +54,7 @@ void Checkpoint::reach()
     {
         sCounts = Verdict::report().counts;
         Watchdog::stop();
+        sSharesStreams = !OpenFiles::remember(sOrders, sReady);
         serve();
         becomeChild();
     }
@@ -62,6 +65,7 @@ void Checkpoint::serve()
 {
     for (;;)
     {
+        Verdict::report().sharesStreams = sSharesStreams;
         _tell(sReady);
         if (!_await(sOrders))
         {
@@ -76,6 +80,7 @@ void Checkpoint::serve()
         }
         int status = 0;
         waitpid(child, &status, 0);
+        OpenFiles::restore();
     }
 }
 

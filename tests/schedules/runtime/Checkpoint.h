@@ -33,7 +33,7 @@ public:
     /// Before the start of a thread. Returns at once when not armed, otherwise in each child.
     static void reach();
 
-    /// A file is changed. A change behind the checkpoint would be there in the next child, too.
+    /// A file is changed. Behind the checkpoint, it has to be restored for the next child.
     static void fileChanges();
 
 private:

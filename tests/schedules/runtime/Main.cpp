@@ -303,6 +303,8 @@ void _describe(CLI::App& ioApp, Options& oOptions)
 int main(int iCount, char** iArguments)
 {
     _withoutRandomAddresses(iArguments);
+    // What the caller left open would have other numbers elsewhere, and cannot be restored.
+    closefrom(3);
     CLI::App app("Runs schedules of the scenarios. Exits with 1 when one fails.");
     Options options;
     _describe(app, options);

@@ -108,7 +108,8 @@ struct Report
 
     Outcome outcome;
     ReportCounts counts;
-    bool changesFiles; ///< behind the checkpoint
+    bool changesFiles;  ///< behind the checkpoint
+    bool sharesStreams; ///< the process at the checkpoint has open pipes or sockets
     std::uint64_t virtualTime;
     std::uintptr_t watched; ///< the byte of a race
     char message[1024];

@@ -5,6 +5,7 @@
 #include "Race.h"
 #include "Raw.h"
 #include "Scheduler.h"
+#include "ScratchDir.h"
 #include "ThreadEnd.h"
 #include "Verdict.h"
 #include "Watchdog.h"
@@ -115,7 +116,12 @@ bool Runner::enterCheckpoint(const Scenario& iScenario, const Plan& iPlan)
     fOrders = orders[1];
     fReady = ready[0];
     fScenario = &iScenario;
-    return fAtCheckpoint > 0 && awaitReady();
+    if (fAtCheckpoint <= 0 || !awaitReady())
+    {
+        return false;
+    }
+    fFiles.emplace(ScratchDir::path(), ScratchDir::spare());
+    return true;
 }
 
 bool Runner::awaitReady() const
@@ -132,6 +138,7 @@ void Runner::leaveCheckpoint()
         close(fReady);
         waitpid(fAtCheckpoint, nullptr, 0);
         fScenario = nullptr;
+        fFiles.reset();
     }
 }
 
@@ -146,11 +153,21 @@ void Runner::runFromCheckpoint(const Plan& iPlan)
     {
         leaveCheckpoint();
     }
-    if (fReport->changesFiles)
+    if (fScenario && fReport->changesFiles)
+    {
+        restoreFiles();
+    }
+}
+
+void Runner::restoreFiles()
+{
+    if (fReport->sharesStreams)
     {
         fWithoutCheckpoint.insert(fScenario);
         leaveCheckpoint();
+        return;
     }
+    fFiles->restore();
 }
 
 void Runner::runWhole(const Scenario& iScenario, const Plan& iPlan)

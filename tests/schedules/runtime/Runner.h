@@ -5,17 +5,19 @@
 
 #include "../Scenario.h"
 #include "Checkpoint.h"
+#include "DirectoryImage.h"
 #include "Plan.h"
 #include "Report.h"
 
+#include <optional>
 #include <set>
 #include <sys/types.h>
 #include <vector>
 
 namespace schedules
 {
-/// Schedules that begin alike are forked from a checkpoint, unless they change files, have a fault,
-/// or are explained.
+/// Schedules that begin alike are forked from a checkpoint, unless they have a fault or are
+/// explained, or the scenario has something open there that cannot be restored.
 class Runner
 {
 public:
@@ -38,12 +40,14 @@ private:
     bool awaitReady() const;
     void leaveCheckpoint();
     void runFromCheckpoint(const Plan& iPlan);
+    void restoreFiles();
     void runWhole(const Scenario& iScenario, const Plan& iPlan);
 
     Report* fReport;
     Order* fOrder;
     std::set<const Scenario*> fWithoutCheckpoint;
-    const Scenario* fScenario = nullptr; ///< whose process stands at its checkpoint
+    std::optional<DirectoryImage> fFiles; ///< at the checkpoint
+    const Scenario* fScenario = nullptr;  ///< whose process stands at its checkpoint
     pid_t fAtCheckpoint = 0;
     int fOrders = -1;
     int fReady = -1;

@@ -8,7 +8,9 @@
 
 namespace schedules
 {
+std::string ScratchDir::sRoot;
 std::string ScratchDir::sPath;
+std::string ScratchDir::sSpare;
 
 ScratchDir::ScratchDir()
 {
@@ -22,17 +24,26 @@ ScratchDir::ScratchDir()
     {
         throw std::system_error(errno, std::generic_category(), pattern);
     }
-    sPath = pattern;
+    sRoot = pattern;
+    sPath = sRoot + "/files";
+    sSpare = sRoot + "/spare";
+    std::filesystem::create_directory(sPath);
+    std::filesystem::create_directory(sSpare);
 }
 
 ScratchDir::~ScratchDir()
 {
     std::error_code error;
-    std::filesystem::remove_all(sPath, error);
+    std::filesystem::remove_all(sRoot, error);
 }
 
 const char* ScratchDir::path()
 {
     return sPath.c_str();
+}
+
+const char* ScratchDir::spare()
+{
+    return sSpare.c_str();
 }
 } // namespace schedules

@@ -15,10 +15,16 @@ public:
     ScratchDir(const ScratchDir&) = delete;
     ScratchDir& operator=(const ScratchDir&) = delete;
 
+    /// For the scenarios.
     static const char* path();
 
+    /// Empty, for the runner.
+    static const char* spare();
+
 private:
+    static std::string sRoot;
     static std::string sPath;
+    static std::string sSpare;
 };
 } // namespace schedules
 
