@@ -151,6 +151,16 @@ SCENARIO(SetterBesideAReader, .jumps = false, .small = true)
     require(services.read(L"set") == L"run time", "the run-time value comes before the stored one");
 }
 
+SCENARIO(RemovalOfARunTimeValueBesideReads, .jumps = false, .small = true)
+{
+    const HeldServices services;
+    _set(services, L"set", L"run time");
+    runTogether([&]
+                { requireEqual(0, services.manager->removeSetKey(L"net", L"set"), "the removal"); },
+                [&] { _readChange(services, L"set", L"run time", L"stored"); });
+    require(services.read(L"set") == L"stored", "the stored value is back");
+}
+
 SCENARIO(ThreeLayersBesideAReader, .jumps = false)
 {
     const HeldServices services;

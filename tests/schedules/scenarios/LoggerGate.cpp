@@ -24,9 +24,14 @@ struct Guarded
     {
         if (gate.enter())
         {
-            ++*values[iCaller];
-            gate.leave();
+            useAndLeave(iCaller);
         }
+    }
+
+    void useAndLeave(int iCaller)
+    {
+        ++*values[iCaller];
+        gate.leave();
     }
 
     void close()
@@ -53,6 +58,16 @@ SCENARIO(LoggerGateWithTwoCallsBesideItsClose, .jumps = false)
 {
     Guarded guarded;
     runTogether([&] { guarded.close(); }, [&] { guarded.call(0); }, [&] { guarded.call(1); });
+    requireEqual(0, static_cast<long long>(schedules::nanoseconds()), "time that passed");
+}
+
+// The end of the first call does not end the wait for the second one.
+SCENARIO(LoggerGateClosedWithTwoCallsInside, .jumps = false, .small = true)
+{
+    Guarded guarded;
+    require(guarded.gate.enter() && guarded.gate.enter(), "an open gate admits calls");
+    runTogether([&] { guarded.close(); }, [&] { guarded.useAndLeave(0); },
+                [&] { guarded.useAndLeave(1); });
     requireEqual(0, static_cast<long long>(schedules::nanoseconds()), "time that passed");
 }
 

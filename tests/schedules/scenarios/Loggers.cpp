@@ -44,6 +44,20 @@ SCENARIO(OneNamedLoggerFromTwoThreads, .jumps = false)
     requireEqual(1, services.core.countLines("log/named", "second"), "the second thread's line");
 }
 
+// One of the threads evicts the logger that nobody holds.
+SCENARIO(TwoNamedLoggersFromTwoThreads, .jumps = false, .small = true)
+{
+    const HeldServices services(HeldServices::eWithLogs);
+    PBaseptr<ILogger> first;
+    PBaseptr<ILogger> second;
+    _get(*services.logger, L"idle");
+    runTogether([&] { first = _get(*services.logger, L"first"); },
+                [&] { second = _get(*services.logger, L"second"); });
+    require(first.get() != second.get(), "each name has its own logger");
+    require(_get(*services.logger, L"first").get() == first.get(), "a held logger stays");
+    require(_get(*services.logger, L"second").get() == second.get(), "a held logger stays");
+}
+
 SCENARIO(LastHolderOfANamedLoggerBesideAnEviction, .jumps = false, .small = true)
 {
     const HeldServices services(HeldServices::eWithLogs);

@@ -133,3 +133,15 @@ SCENARIO(LastReferencesToTheLoggerAfterAStop, .milliseconds = 3000, .jumps = fal
                              { requireEqual(0, ioLogger.info(0, L"late line"), "a line"); });
     requireEqual(2, services.core.countLines("log/ixlaplugins.log", "late line"), "lines");
 }
+
+SCENARIO(LastReferencesToANamedLogger, .jumps = false, .small = true)
+{
+    HeldServices services(HeldServices::eWithLogs);
+    PBaseptr<ILogger> named;
+    requireEqual(0, services.logger->getLogger(L"named", named), "getLogger");
+    References<ILogger> references(named.get());
+    // The cache keeps a logger only for the holders that share its count.
+    requireEqual(0, services.logger->getLogger(L"other", named), "getLogger");
+    references.useAndRelease([](ILogger& ioLogger)
+                             { requireEqual(0, ioLogger.setLevel(1), "the level is set"); });
+}
