@@ -2,6 +2,7 @@
 # SPDX-License-Identifier: MIT
 # Runs the product under a controlled scheduler: schedules.sh [--seconds N] [--runs N] [--seed N]
 #                                [--different N] [--scenario NAME]... [--faults] [--replay FILE]...
+#                                [--table]
 # Builds the preset "schedules". Without options: the self-test of the checks, the recorded
 # schedules, all schedules of the small scenarios with two preemptions, and then fresh ones of every
 # scenario for N seconds in all (60). --runs: so many of every scenario instead. --seed: of the first
@@ -10,7 +11,7 @@
 #
 # --different: only fresh ones, of every scenario until so many of them differ, or hardly any new ones
 # are found. The results are added to build/schedules/searched. Scenarios that it names are left out,
-# so an interrupted search continues.
+# so an interrupted search continues. --table: only prints them as a table.
 #
 # A schedule that fails is shortened, printed, and written to build/schedules/failed. See
 # docs/testing-schedules.md.
@@ -30,17 +31,29 @@ replays=()
 options=()
 
 usage() {
-    sed -n '3,4s/^# *//p' "$0" >&2
+    sed -n '3,5s/^# *//p' "$0" >&2
     exit 2
+}
+
+print_table() {
+    echo "| scenario | first seed | schedules | different | switch points of each |"
+    echo "|---|---:|---:|---:|---:|"
+    sort "$searched" | sed -E 's/^([^ ]+) +([0-9]+) schedules, +([0-9]+) different, +([0-9]+) points.*seed ([0-9]+).*/| \1 | \5 | \2 | \3 | \4 |/'
 }
 
 read_arguments() {
     while [ $# -gt 0 ]; do
-        if [ "$1" = --faults ]; then
+        case $1 in
+        --faults)
             options+=(--faults)
             shift
             continue
-        fi
+            ;;
+        --table)
+            print_table
+            exit
+            ;;
+        esac
         [ $# -ge 2 ] || usage
         case $1 in
         --seconds) seconds=$2 ;;
