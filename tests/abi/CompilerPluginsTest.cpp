@@ -39,7 +39,6 @@ protected:
             core.addPlugin(plugin);
         }
         core.writeManagerConfig(ids);
-        core.set("core.free.plugins.lib", "true");
         ASSERT_EQ(0, core.start());
     }
 
@@ -149,6 +148,7 @@ TEST_F(CompilerPlugins, LogTheGivenTexts)
 
 TEST_F(CompilerPlugins, AreUnloadedOneByOne)
 {
+    core.set("core.free.plugins.lib", "true");
     start(plugins);
 
     for (const std::string& plugin : plugins)
@@ -164,6 +164,7 @@ TEST_F(CompilerPlugins, AreUnloadedOneByOne)
 
 TEST_F(CompilerPlugins, AreUnloadedByTheStop)
 {
+    core.set("core.free.plugins.lib", "true");
     start(plugins);
     for (const std::string& plugin : plugins)
     {

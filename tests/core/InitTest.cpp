@@ -430,6 +430,7 @@ TEST_F(Unload, ClosesTheLibraryWhenLibrariesAreFreed)
     EXPECT_EQ(0, ixlaUnloadPlugin(service->getPlugin()));
     EXPECT_LT(PluginHooks::position("alpha.destroyed"), PluginHooks::position("alpha.unmapped"));
     EXPECT_EQ(1, PluginHooks::count("alpha.unmapped"));
+    EXPECT_EQ(0, fCore.stop());
 }
 
 TEST_F(Unload, FailingLockAndUnlockAreReported)

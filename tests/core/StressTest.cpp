@@ -187,22 +187,6 @@ TEST_F(CoreStress, AThousandStartsAndStopsLeakNothing)
 #endif
 }
 
-TEST_F(CoreStress, FreedLibrariesAreUnmappedAfterEveryStop)
-{
-    fCore.addPlugin("alpha");
-    fCore.set("core.free.plugins.lib", "true");
-    for (int round = 1; round <= 2; ++round)
-    {
-        ASSERT_EQ(0, fCore.start());
-        ASSERT_NE(nullptr, fCore.get<IBase>(L"test.alpha"));
-        ASSERT_EQ(0, fCore.stop());
-        std::ifstream maps("/proc/self/maps");
-        const std::string text(std::istreambuf_iterator<char>(maps), {});
-        EXPECT_EQ(std::string::npos, text.find("libalpha.so"));
-        EXPECT_EQ(round, PluginHooks::count("alpha.unmapped"));
-    }
-}
-
 TEST_F(CoreStress, SettersAnnounceThroughoutStops)
 {
     fCore.erase("core.log.file");

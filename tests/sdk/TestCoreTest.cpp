@@ -4,6 +4,7 @@
 #include "IConfigManager.h"
 #include "sdk/Thrown.h"
 #include "support/PluginHooks.h"
+#include "support/PortFaults.h"
 #include "support/TempDir.h"
 
 #include <gmock/gmock.h>
@@ -199,8 +200,10 @@ TEST(TestCoreTest, StopReportsABlockingListener)
     const auto listener =
         ixlaListener([&](const PLiteral&, IBase*, int) { leave.get_future().wait(); });
     ASSERT_EQ(0, dispatcher->addListener(kIxlaCoreExitTopic, listener.get()));
+    PortFaults::condVarWait.armOnThisThread(-733);
     EXPECT_THAT(textThrown([&] { core.stop(); }),
                 HasSubstr("a listener of event.core.exit did not return in time"));
+    PortFaults::reset();
     leave.set_value();
 }
 
@@ -213,7 +216,10 @@ TEST(TestCoreTest, StopReportsThreadsInsidePlugins)
     PluginHooks::on("alpha.init",
                     [&]
                     {
+                        // The stop then keeps the core without a wait for the calls inside.
+                        PortFaults::mutexInit.armOnThisThread(-11);
                         text = textThrown([&] { core.stop(); });
+                        PortFaults::reset();
                         return 0;
                     });
     core.service<IBase>(L"test.alpha");
