@@ -1,50 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "hostile/HostileTest.h"
 
-#include <chrono>
-#include <future>
-#include <thread>
-#include <vector>
-
 namespace
 {
 class HostileInit : public HostileTest
 {
 };
-
-TEST_F(HostileInit, TenThreadsWaitTwelveSecondsForIt)
-{
-    startWith("alpha");
-    PluginHooks::on("alpha.init",
-                    []
-                    {
-                        std::this_thread::sleep_for(std::chrono::seconds(12));
-                        return 0;
-                    });
-    const auto begin = std::chrono::steady_clock::now();
-    std::vector<std::future<int>> requests;
-    for (int i = 0; i < 11; ++i)
-    {
-        requests.push_back(std::async(std::launch::async, [] { return request("test.alpha"); }));
-    }
-    const std::string waiting = "] Waiting other thread to init plugin...";
-    EXPECT_TRUE(waitUntil([&] { return fCore.logCount(waiting) == 10; }));
-    // Other lookups succeed meanwhile.
-    EXPECT_EQ(0, request("com.kelvora.ixla.logger"));
-    for (std::future<int>& pending : requests)
-    {
-        EXPECT_EQ(0, pending.get());
-    }
-    EXPECT_LE(std::chrono::seconds(12), std::chrono::steady_clock::now() - begin);
-    EXPECT_EQ(1, PluginHooks::count("alpha.init"));
-    // They woke twice in between, logged what they wait for, and did not give up.
-    EXPECT_EQ(20, fCore.logCount("I Core [intiPlugin][pg:"));
-    EXPECT_EQ(10, fCore.logCount(waiting));
-    EXPECT_EQ(20, fCore.logCount("D Core [intiPlugin][pg:"));
-    EXPECT_EQ(10, fCore.logCount("] Waiting finished iCorePg.fInitState: 2"));
-    EXPECT_EQ(11, PluginHooks::count("alpha.getInstance"));
-    EXPECT_TRUE(stopsCleanly());
-}
 
 TEST_F(HostileInit, FailureDoesNotAffectOtherPluginsAndTheStop)
 {

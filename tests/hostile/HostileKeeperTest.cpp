@@ -99,16 +99,4 @@ TEST_F(HostileKeeper, HeldServicesWorkWhileAnotherCoreRuns)
     EXPECT_TRUE(stopsCleanly());
     EXPECT_EQ(0, use());
 }
-
-TEST_F(HostileKeeper, UsesEverythingUntilItsLibraryIsClosed)
-{
-    fCore.set("core.free.plugins.lib", "true");
-    startKeeping();
-    EXPECT_TRUE(stopsCleanly());
-    EXPECT_EQ(1, PluginHooks::count("keeper.last use"));
-    EXPECT_EQ(0, PluginHooks::count("keeper.last use failed"));
-    EXPECT_LT(PluginHooks::position("keeper.destroyed"), PluginHooks::position("keeper.last use"));
-    EXPECT_EQ(1, PluginHooks::count("keeper.service destroyed"));
-    EXPECT_EQ(1, namedLogCount());
-}
 } // namespace

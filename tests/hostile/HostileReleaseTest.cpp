@@ -55,35 +55,6 @@ protected:
     IEventDispatcher* fDispatcher = nullptr;
 };
 
-TEST_F(HostileRelease, PluginThatThrowsWhenItIsUnloadedKeepsItsLibrary)
-{
-    fCore.set("core.free.plugins.lib", "true");
-    fCore.addPlugin("beta");
-    startWith("alpha");
-    throwAt("alpha.destroyed");
-    EXPECT_EQ(0, ixlaUnloadPlugin(plugin(L"test.alpha")));
-    EXPECT_EQ(1, logged("alpha"));
-    EXPECT_EQ(0, PluginHooks::count("alpha.unmapped"));
-    EXPECT_EQ(eIxlaUnknownInterface, request("test.alpha"));
-    EXPECT_EQ(0, request("test.beta"));
-    EXPECT_TRUE(stopsCleanly());
-}
-
-TEST_F(HostileRelease, PluginThatThrowsInTheStopDoesNotPreventOtherReleases)
-{
-    fCore.set("core.free.plugins.lib", "true");
-    fCore.addPlugin("beta");
-    fCore.addPlugin("gamma");
-    startWith("alpha");
-    throwAt("beta.destroyed");
-    EXPECT_EQ(0, fCore.stop());
-    EXPECT_EQ(1, logged("beta"));
-    EXPECT_EQ(1, fCore.logCount("D Core [stopFlow] Done."));
-    EXPECT_EQ(1, PluginHooks::count("alpha.unmapped"));
-    EXPECT_EQ(0, PluginHooks::count("beta.unmapped"));
-    EXPECT_EQ(1, PluginHooks::count("gamma.unmapped"));
-}
-
 TEST_F(HostileRelease, PluginThatThrowsWhenItIsRefusedKeepsTheReasonOfTheRefusal)
 {
     fCore.addPlugin("alpha");

@@ -11,6 +11,7 @@
 #include "plugins/ITestService.h"
 
 #include <chrono>
+#include <future>
 #include <optional>
 #include <pthread.h>
 #include <string>
@@ -36,6 +37,15 @@ long long _now()
     return static_cast<long long>(schedules::nanoseconds() / 1000000);
 }
 
+/// Subscribes the service of a test plugin to the exit event.
+void _subscribe(const wchar_t* iId)
+{
+    PBaseptr<IEventDispatcher> dispatcher(
+        static_cast<IEventDispatcher*>(Requested(kIxlaEventDispatcherId).instance));
+    ITestService* const service = static_cast<ITestService*>(Requested(iId).instance);
+    requireEqual(0, dispatcher->addListener(kIxlaCoreExitTopic, service), "the subscription");
+}
+
 /// A core whose plugin alpha listens to the exit event.
 class ListeningCore
 {
@@ -58,10 +68,7 @@ public:
     void start() const
     {
         fCore.mustStart();
-        PBaseptr<IEventDispatcher> dispatcher(
-            static_cast<IEventDispatcher*>(Requested(kIxlaEventDispatcherId).instance));
-        ITestService* const service = static_cast<ITestService*>(Requested(L"test.alpha").instance);
-        requireEqual(0, dispatcher->addListener(kIxlaCoreExitTopic, service), "the subscription");
+        _subscribe(L"test.alpha");
     }
 
     int countLines(const char* iText) const
@@ -181,6 +188,38 @@ SCENARIO(ExitListenerThatOutlivesTheCore, .milliseconds = 61000, .jumps = false)
     _sleep(53500);
     requireEqual(1, PluginSteps::count("alpha.service destroyed"), "services without listener");
     requireEqual(0, PluginSteps::count("alpha.unmapped"), "closed libraries");
+}
+
+// The stop looks at its limit of one second after five. The listener that subscribed last is called
+// first.
+SCENARIO(ExitListenerThatDoesNotReturnBeforeAnother, .milliseconds = 7501, .jumps = false)
+{
+    CoreSetup core{"alpha", "beta"};
+    core.set("core.notify.exit.timeout", "1");
+    core.writeLogs();
+    core.mustStart();
+    _subscribe(L"test.beta");
+    _subscribe(L"test.alpha");
+    static std::promise<void> mayReturn;
+    PluginSteps::on("alpha.event", [] { return mayReturn.get_future().wait(), 0; });
+    requireEqual(0, ixlaStop(), "the core stops");
+    requireEqual(5000 + kPause, _now(), "milliseconds");
+    requireEqual(eIxlaCoreNotStarted, ixlaStop(), "a second stop");
+    for (const char* text : {"[stopFlow] Waiting finished with timeout!",
+                             "[stopFlow] Waiting finished fNotifyExit: 1", "[stopFlow] Done."})
+    {
+        requireEqual(1, core.countLines("core.log", text), text);
+    }
+    requireEqual(0, PluginSteps::count("beta.event"), "events of the second listener");
+    mayReturn.set_value();
+    _sleep(1);
+    for (const std::string plugin : {"alpha", "beta"})
+    {
+        requireEqual(1, PluginSteps::count(plugin + ".event"), "events");
+        requireEqual(1, PluginSteps::count(plugin + ".destroyed"), "destroyed plugins");
+        requireEqual(1, PluginSteps::count(plugin + ".service destroyed"), "destroyed services");
+        requireEqual(0, PluginSteps::count(plugin + ".unmapped"), "closed libraries");
+    }
 }
 
 // The second core has the same dispatcher topics, libraries and files.

@@ -3,6 +3,7 @@
 
 #include "Scenario.h"
 #include "scenarios/support/CoreSetup.h"
+#include "scenarios/support/PluginSteps.h"
 
 #include "IConfigManager.h"
 #include "PBaseptr.h"
@@ -35,6 +36,15 @@ void _load(IConfigManager& ioManager)
     PString value;
     requireEqual(0, config->getString(L"key", value), "the value");
 }
+
+/// Lets a load of the pipe config/pipe that waits for a line end.
+void _writeToPipe(const CoreSetup& iCore)
+{
+    const int writer = open(iCore.path("config/pipe").c_str(), O_RDWR | O_NONBLOCK);
+    constexpr char kLine[] = "key = value\n";
+    requireEqual(sizeof(kLine) - 1, write(writer, kLine, sizeof(kLine) - 1), "the written line");
+    close(writer);
+}
 } // namespace
 
 SCENARIO(LoadBesideAStop, .milliseconds = 100, .jumps = false)
@@ -57,10 +67,32 @@ SCENARIO(LoadOfAPipeBesideAStop, .milliseconds = 5500, .jumps = false)
     requireEqual(0, ixlaStop(), "the core stops, although a load does not end");
     // Time passes when the loader waits for a line.
     std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    const int writer = open(pipe.c_str(), O_RDWR | O_NONBLOCK);
-    constexpr char kLine[] = "key = value\n";
-    requireEqual(sizeof(kLine) - 1, write(writer, kLine, sizeof(kLine) - 1), "the written line");
-    close(writer);
+    _writeToPipe(core);
+    loader.join();
+}
+
+SCENARIO(LoadOfAPipeThatKeepsTheCore, .milliseconds = 5001, .jumps = false)
+{
+    CoreSetup core{"alpha"};
+    core.keepLibraries();
+    core.writeLogs();
+    core.writeConfig("ixlap.configmanager.prs", "id = pipe\n");
+    core.mustStart();
+    requireEqual(0, mkfifo(core.path("config/pipe").c_str(), 0600), "the pipe");
+    const PBaseptr<IConfigManager> manager = ixlaService<IConfigManager>();
+    std::thread loader([&] { _load(*manager); });
+    // Time passes when the loader waits for a line.
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    requireEqual(0, ixlaStop(), "the core stops");
+    requireEqual(5001, static_cast<long long>(schedules::nanoseconds() / 1000000), "milliseconds");
+    for (const char* text : {"Configuration manager is busy on another thread",
+                             "Calls that do not leave the core: 1, keep plugins and libraries"})
+    {
+        requireEqual(1, core.countLines("core.log", text), text);
+    }
+    requireEqual(0, PluginSteps::count("alpha.destroyed"), "destroyed plugins");
+    requireEqual(eIxlaCoreNotStarted, ixlaStop(), "a second stop");
+    _writeToPipe(core);
     loader.join();
 }
 

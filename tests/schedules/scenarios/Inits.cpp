@@ -11,6 +11,7 @@
 #include <pthread.h>
 #include <stdexcept>
 #include <thread>
+#include <vector>
 
 using schedules::require;
 using schedules::requireEqual;
@@ -52,6 +53,24 @@ void _runThreeThreads(void (*iWork)())
 {
     // Not on the first thread, because some inits end theirs.
     runTogether([] {}, iWork, iWork, iWork);
+}
+
+void _letAlphaTakeTwelveSeconds()
+{
+    PluginSteps::on("alpha.init",
+                    []
+                    {
+                        std::this_thread::sleep_for(std::chrono::seconds(12));
+                        sWritten = 12;
+                        return 0;
+                    });
+}
+
+void _requestOfTwelveSeconds()
+{
+    requireEqual(0, Requested(L"test.alpha").result, "each request succeeds");
+    requireEqual(12, sWritten, "what init has written");
+    requireEqual(12000, _milliseconds(), "the time of the result");
 }
 
 void _stopAfterAFailedInit(const char* iPlugin)
@@ -139,30 +158,67 @@ SCENARIO(GetInstanceThatEndsItsThread, .milliseconds = 2500)
 
 SCENARIO(WaitersForAnInitOfTwelveSeconds, .milliseconds = 14500, .jumps = false)
 {
+    constexpr int kWaiters = 10;
     CoreSetup core{"alpha"};
     core.writeLogs();
     core.mustStart();
-    PluginSteps::on("alpha.init",
-                    []
-                    {
-                        std::this_thread::sleep_for(std::chrono::seconds(12));
-                        sWritten = 12;
-                        return 0;
-                    });
-    _runThreeThreads(
-        []
-        {
-            requireEqual(0, Requested(L"test.alpha").result, "each request succeeds");
-            requireEqual(12, sWritten, "what init has written");
-            requireEqual(12000, _milliseconds(), "the time of the result");
-        });
+    _letAlphaTakeTwelveSeconds();
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 1 + kWaiters; ++i)
+    {
+        threads.emplace_back(_requestOfTwelveSeconds);
+    }
+    std::this_thread::sleep_for(std::chrono::seconds(11));
+    requireEqual(0, Requested(kIxlaLoggerId).result, "another request meanwhile");
+    requireEqual(11000, _milliseconds(), "the time of its result");
+    for (std::thread& thread : threads)
+    {
+        thread.join();
+    }
     requireEqual(1, PluginSteps::count("alpha.init"), "initialisations");
-    // After 5 s and after 10 s, by both threads that wait.
-    requireEqual(4, core.countLines("core.log", "Still waiting: "), "lines about the wait");
-    requireEqual(0, core.countLines("core.log", "(circle)"), "lines about circles");
+    requireEqual(1 + kWaiters, PluginSteps::count("alpha.getInstance"), "requests to the plugin");
+    const auto lines = [&](const char* iText)
+    {
+        return core.countLines("core.log", iText);
+    };
+    requireEqual(kWaiters, lines("] Waiting other thread to init plugin..."), "begun waits");
+    // After 5 s and after 10 s, by all threads that wait.
+    requireEqual(2 * kWaiters, lines("I Core [intiPlugin][pg:"), "lines about the wait");
+    requireEqual(2 * kWaiters, lines("] Still waiting: "), "lines about the wait");
+    requireEqual(kWaiters, lines("] Waiting finished iCorePg.fInitState: 2"), "ended waits");
+    requireEqual(0, lines(" E Core "), "errors");
     requireEqual(0, ixlaStop(), "the core stops");
     requireEqual(14500, _milliseconds(), "the time of the stop");
     requireEqual(1, PluginSteps::count("alpha.destroyed"), "destroyed plugins");
+}
+
+// The inits of others wake the waiter after 3 s and after 9 s.
+SCENARIO(WaiterThatOtherInitsWake, .milliseconds = 14500, .jumps = false)
+{
+    CoreSetup core{"alpha", "beta", "gamma"};
+    core.writeLogs();
+    core.mustStart();
+    _letAlphaTakeTwelveSeconds();
+    const auto stillWaiting = [&]
+    {
+        return core.countLines("core.log", "] Still waiting: ");
+    };
+    runTogether(
+        [&]
+        {
+            std::this_thread::sleep_for(std::chrono::seconds(3));
+            requireEqual(0, Requested(L"test.beta").result, "the request of beta");
+            std::this_thread::sleep_for(std::chrono::milliseconds(4999));
+            requireEqual(0, stillWaiting(), "lines after 7,999 ms");
+            std::this_thread::sleep_for(std::chrono::milliseconds(1001));
+            requireEqual(1, stillWaiting(), "lines after a whole wait of 5 s");
+            requireEqual(0, Requested(L"test.gamma").result, "the request of gamma");
+            std::this_thread::sleep_for(std::chrono::seconds(1));
+            requireEqual(2, stillWaiting(), "lines after another wakeup");
+        },
+        _requestOfTwelveSeconds, _requestOfTwelveSeconds);
+    requireEqual(2, stillWaiting(), "lines about the wait");
+    requireEqual(0, ixlaStop(), "the core stops");
 }
 
 // The stop pauses for 2.5 s, so the init of 3 s keeps a call inside for another 0.5 s.

@@ -106,6 +106,38 @@ SCENARIO(CallThatLeavesAfter5001Milliseconds, .milliseconds = 7501, .jumps = fal
     require(_stopDuringAnInitOf(2500 + 5001), "the core is kept");
 }
 
+// The init is a call inside, so the stop waits for it in vain.
+SCENARIO(StopInsideAnInit, .milliseconds = 7500, .jumps = false)
+{
+    CoreSetup core{"alpha"};
+    core.writeLogs();
+    core.mustStart();
+    PluginSteps::on("alpha.init",
+                    []
+                    {
+                        requireEqual(0, ixlaStop(), "the stop");
+                        return 0;
+                    });
+    const char* const done = "] Init plugin done.";
+    const int inits = core.countLines("core.log", done);
+    std::thread other(
+        []
+        {
+            const int result = Requested(kIxlaLoggerId).result;
+            require(result == 0 || result == eIxlaCoreNotStarted, "the request of another thread");
+        });
+    _request(L"test.alpha");
+    other.join();
+    requireEqual(7500, static_cast<long long>(schedules::nanoseconds() / 1000000), "milliseconds");
+    requireEqual(inits + 1, core.countLines("core.log", done), "ended inits");
+    const char* const kept = "Calls that do not leave the core: 1, keep plugins and libraries";
+    requireEqual(1, core.countLines("core.log", kept), "lines about the call inside");
+    requireEqual(0, PluginSteps::count("alpha.destroyed"), "destroyed plugins");
+    requireEqual(0, PluginSteps::count("alpha.unmapped"), "closed libraries");
+    requireEqual(eIxlaCoreNotStarted, Requested(L"test.alpha").result, "a request afterwards");
+    requireEqual(eIxlaCoreNotStarted, ixlaStop(), "a second stop");
+}
+
 // The calls in the first core end while the second one starts, serves and stops.
 SCENARIO(KeptCallsBesideASecondCore, .milliseconds = 10000, .jumps = false)
 {

@@ -15,7 +15,7 @@
 class CoreSetup
 {
 public:
-    /// The names of test plugins, alpha or beta, or none.
+    /// The names of test plugins (see tests/schedules/CMakeLists.txt), or none.
     explicit CoreSetup(std::initializer_list<const char*> iPlugins = {});
 
     /// Another value of an argument, or one more.
