@@ -2,6 +2,7 @@
 #include "Locks.h"
 
 #include "Faults.h"
+#include "Race.h"
 #include "Verdict.h"
 
 #include <cerrno>
@@ -30,6 +31,12 @@ void _released(SyncObject& ioLock, Thread& ioMe)
 }
 } // namespace
 
+void Locks::use(Op iOp, const volatile void* iObject)
+{
+    Scheduler::point(iOp, iObject);
+    Race::use(iObject);
+}
+
 const void* Locks::loader()
 {
     static const char sLoader = 0;
@@ -40,7 +47,7 @@ int Locks::lock(const volatile void* iMutex, bool iRecursive, bool iErrorCheck,
                 std::uint64_t iDeadline)
 {
     Thread& me = *Scheduler::current();
-    Scheduler::point(Op::eLock, iMutex);
+    use(Op::eLock, iMutex);
     SyncObject& mutex = SyncTable::at(iMutex);
     if (mutex.owner == &me && (iRecursive || iErrorCheck))
     {
@@ -65,7 +72,7 @@ int Locks::lock(const volatile void* iMutex, bool iRecursive, bool iErrorCheck,
 int Locks::tryLock(const volatile void* iMutex, bool iRecursive)
 {
     Thread& me = *Scheduler::current();
-    Scheduler::point(Op::eTryLock, iMutex);
+    use(Op::eTryLock, iMutex);
     SyncObject& mutex = SyncTable::at(iMutex);
     if (mutex.owner == &me && iRecursive)
     {
@@ -83,7 +90,7 @@ int Locks::tryLock(const volatile void* iMutex, bool iRecursive)
 int Locks::unlock(const volatile void* iMutex)
 {
     Thread& me = *Scheduler::current();
-    Scheduler::point(Op::eUnlock, iMutex);
+    use(Op::eUnlock, iMutex);
     SyncObject& mutex = SyncTable::at(iMutex);
     if (mutex.owner != &me)
     {

@@ -21,6 +21,10 @@ public:
     static unsigned release(const volatile void* iMutex);
     static void reacquire(const volatile void* iMutex, unsigned iDepth);
 
+    /// A switch point before an operation of a lock or a condition, which must exist: what made it
+    /// happened before, and its memory may be released only after.
+    static void use(Op iOp, const volatile void* iObject);
+
     /// The lock that stands for the loader's own.
     static const void* loader();
 };

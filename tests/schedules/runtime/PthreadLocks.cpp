@@ -4,6 +4,7 @@
 #include "Clock.h"
 #include "Export.h"
 #include "Locks.h"
+#include "Race.h"
 
 #include <cerrno>
 #include <climits>
@@ -32,7 +33,7 @@ int _timedLock(pthread_mutex_t* ioMutex, clockid_t iClock, const T& iTime)
 
 int _wait(pthread_cond_t* ioCondition, pthread_mutex_t* ioMutex, std::uint64_t iDeadline)
 {
-    Scheduler::point(Op::eWait, ioCondition);
+    Locks::use(Op::eWait, ioCondition);
     const unsigned depth = Locks::release(ioMutex);
     const bool woken = Scheduler::wait(Op::eWait, ioCondition, iDeadline);
     Locks::reacquire(ioMutex, depth);
@@ -56,7 +57,7 @@ int _lockShared(pthread_rwlock_t* ioLock, std::uintptr_t iFrom, F iTake)
         return 0;
     }
     const Scheduler::Location location(*me, iFrom);
-    Scheduler::point(Op::eLock, ioLock);
+    Locks::use(Op::eLock, ioLock);
     SyncObject& lock = SyncTable::at(ioLock);
     while (!iTake(lock, *me))
     {
@@ -67,9 +68,17 @@ int _lockShared(pthread_rwlock_t* ioLock, std::uintptr_t iFrom, F iTake)
     return 0;
 }
 
+/// The thread initialises the object, which no other may use meanwhile.
+SyncObject& _make(const void* oObject, std::uintptr_t iFrom)
+{
+    Race::write(reinterpret_cast<std::uintptr_t>(oObject), sizeof(int), iFrom);
+    const Scheduler::Location location(*Scheduler::current(), iFrom);
+    return SyncTable::renew(oObject);
+}
+
 int _wake(pthread_cond_t* ioCondition, unsigned iMost)
 {
-    Scheduler::point(Op::eWake, ioCondition);
+    Locks::use(Op::eWake, ioCondition);
     Scheduler::wake(Op::eWait, ioCondition, iMost);
     return 0;
 }
@@ -85,10 +94,9 @@ SCHEDULES_EXPORT int pthread_mutex_init(pthread_mutex_t* oMutex,
     }
     *oMutex = pthread_mutex_t PTHREAD_MUTEX_INITIALIZER;
     oMutex->__data.__kind = kind;
-    if (Thread* me = Scheduler::current())
+    if (Scheduler::current())
     {
-        SCHEDULES_HERE(*me);
-        SyncTable::renew(oMutex).canFail = true;
+        _make(oMutex, SCHEDULES_CALLER).canFail = true;
     }
     return 0;
 }
@@ -158,15 +166,14 @@ SCHEDULES_EXPORT int pthread_cond_init(pthread_cond_t* oCondition,
                                        const pthread_condattr_t* iAttributes)
 {
     *oCondition = pthread_cond_t PTHREAD_COND_INITIALIZER;
-    if (Thread* me = Scheduler::current())
+    if (Scheduler::current())
     {
-        SCHEDULES_HERE(*me);
         clockid_t clock = CLOCK_REALTIME;
         if (iAttributes)
         {
             pthread_condattr_getclock(iAttributes, &clock);
         }
-        SyncTable::renew(oCondition).monotonic = clock == CLOCK_MONOTONIC;
+        _make(oCondition, SCHEDULES_CALLER).monotonic = clock == CLOCK_MONOTONIC;
     }
     return 0;
 }
@@ -308,10 +315,9 @@ SCHEDULES_EXPORT void __cxa_guard_release(unsigned char* ioGuard)
 SCHEDULES_EXPORT int pthread_rwlock_init(pthread_rwlock_t* oLock, const pthread_rwlockattr_t*)
 {
     *oLock = pthread_rwlock_t PTHREAD_RWLOCK_INITIALIZER;
-    if (Thread* me = Scheduler::current())
+    if (Scheduler::current())
     {
-        SCHEDULES_HERE(*me);
-        SyncTable::renew(oLock);
+        _make(oLock, SCHEDULES_CALLER);
     }
     return 0;
 }
@@ -350,7 +356,7 @@ SCHEDULES_EXPORT int pthread_rwlock_unlock(pthread_rwlock_t* ioLock)
         return 0;
     }
     SCHEDULES_HERE(*me);
-    Scheduler::point(Op::eUnlock, ioLock);
+    Locks::use(Op::eUnlock, ioLock);
     SyncObject& lock = SyncTable::at(ioLock);
     if (lock.owner == me)
     {

@@ -179,29 +179,47 @@ void _checkLive(std::uintptr_t iAddress, std::size_t iSize, const char* iWhat)
     Verdict::failAt(Outcome::eUseAfterFree, text, iAddress);
 }
 
-/// Calls iAccess with the calling thread and each cell.
-template <class F>
-void _access(std::uintptr_t iAddress, std::size_t iSize, const char* iWhat, std::uintptr_t iFrom,
-             F iAccess)
+/// The calling thread, if an access by it is checked.
+Thread* _checked(std::size_t iSize)
 {
     Thread* thread = Scheduler::current();
-    if (!thread || thread->finishing || iSize == 0)
-    {
-        return;
-    }
-    const Scheduler::Location location(*thread, iFrom);
+    return thread && !thread->finishing && iSize != 0 ? thread : nullptr;
+}
+
+/// Calls iAccess with the calling thread and each cell.
+template <class F>
+void _accessHere(Thread& ioThread, std::uintptr_t iAddress, std::size_t iSize, const char* iWhat,
+                 F iAccess)
+{
     _checkLive(iAddress, iSize, iWhat);
     if (sWatched >= iAddress && sWatched < iAddress + iSize)
     {
-        Verdict::note(*thread, iWhat[0] == 'w' ? Op::eStore : Op::eLoad, iAddress);
+        Verdict::note(ioThread, iWhat[0] == 'w' ? Op::eStore : Op::eLoad, iAddress);
     }
     if (!sEnabled)
     {
         return;
     }
-    const Epoch now = thread->epoch();
+    const Epoch now = ioThread.epoch();
     _eachCell(iAddress, iSize,
-              [&](Cell& ioCell, std::uintptr_t iByte) { iAccess(*thread, now, ioCell, iByte); });
+              [&](Cell& ioCell, std::uintptr_t iByte) { iAccess(ioThread, now, ioCell, iByte); });
+}
+
+template <class F>
+void _access(std::uintptr_t iAddress, std::size_t iSize, const char* iWhat, std::uintptr_t iFrom,
+             F iAccess)
+{
+    if (Thread* thread = _checked(iSize))
+    {
+        const Scheduler::Location location(*thread, iFrom);
+        _accessHere(*thread, iAddress, iSize, iWhat, iAccess);
+    }
+}
+
+void _readAtomically(const Thread& iThread, Epoch iNow, Cell& ioCell, std::uintptr_t iByte)
+{
+    _expectOrdered(iThread, ioCell.write, iByte, "an atomic read", "a write");
+    ioCell.atomicRead = iNow;
 }
 
 /// Whether anything accessed the page of this address so far.
@@ -254,12 +272,16 @@ void Race::write(std::uintptr_t iAddress, std::size_t iSize, std::uintptr_t iFro
 
 void Race::atomicRead(std::uintptr_t iAddress, std::size_t iSize, std::uintptr_t iFrom)
 {
-    _access(iAddress, iSize, "atomic read", iFrom,
-            [](const Thread& iThread, Epoch iNow, Cell& ioCell, std::uintptr_t iByte)
-            {
-                _expectOrdered(iThread, ioCell.write, iByte, "an atomic read", "a write");
-                ioCell.atomicRead = iNow;
-            });
+    _access(iAddress, iSize, "atomic read", iFrom, _readAtomically);
+}
+
+void Race::use(const volatile void* iObject)
+{
+    if (Thread* thread = _checked(kWord))
+    {
+        _accessHere(*thread, reinterpret_cast<std::uintptr_t>(iObject), kWord, "use",
+                    _readAtomically);
+    }
 }
 
 void Race::atomicWrite(std::uintptr_t iAddress, std::size_t iSize, std::uintptr_t iFrom)

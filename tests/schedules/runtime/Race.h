@@ -19,6 +19,10 @@ public:
     static void atomicRead(std::uintptr_t iAddress, std::size_t iSize, std::uintptr_t iFrom);
     static void atomicWrite(std::uintptr_t iAddress, std::size_t iSize, std::uintptr_t iFrom);
 
+    /// An operation of a lock or a condition, by the replaced function that the thread is in: the
+    /// object was made before, and its memory is released after it.
+    static void use(const volatile void* iObject);
+
     /// Memory is released: a write to all of it.
     static void released(std::uintptr_t iAddress, std::size_t iSize);
 

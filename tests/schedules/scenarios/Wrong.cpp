@@ -142,6 +142,26 @@ SCENARIO(WrongPointerIsUsedAfterItsObject, .fails = "use after free")
     other.detach();
 }
 
+SCENARIO(WrongLockIsUsedAfterItsObject, .fails = "use after free")
+{
+    static std::mutex* const sMutex = new std::mutex;
+    sMutex->lock();
+    std::thread other([] { delete sMutex; });
+    other.join();
+    sMutex->unlock();
+}
+
+SCENARIO(WrongLockIsPublishedWithoutRelease, .fails = "race")
+{
+    static std::atomic<std::mutex*> sMutex{nullptr};
+    std::thread other([] { sMutex.store(new std::mutex, std::memory_order_relaxed); });
+    if (std::mutex* const mutex = sMutex.load(std::memory_order_acquire))
+    {
+        const std::lock_guard lock(*mutex);
+    }
+    other.join();
+}
+
 SCENARIO(WrongMemoryIsReleasedTwice, .fails = "wrong release")
 {
     static std::atomic<int*> sPointer{new int};
