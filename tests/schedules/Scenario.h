@@ -28,6 +28,9 @@ struct Allowed
     /// The outcome of a scenario that is wrong on purpose, "race" for instance: the checks of the
     /// runtime have to find it. Such scenarios only run in the self-test.
     const char* fails = nullptr;
+
+    /// Whether it only counts what operations cost, and has a single schedule.
+    bool costs = false;
 };
 
 /// Ends the schedule as failed unless iCondition is true. iText says what was expected.
@@ -52,6 +55,14 @@ public:
     Reliable(const Reliable&) = delete;
     Reliable& operator=(const Reliable&) = delete;
 };
+
+/// Record what the calling thread changes in memory, as the thread iThread of two, 0 and 1, which
+/// do the same.
+SCHEDULES_API void recordChanges(unsigned iThread);
+SCHEDULES_API void stopRecording();
+
+/// Adds what both have recorded to the report, for the option --costs.
+SCHEDULES_API void reportCosts(const char* iOperation);
 
 /// Virtual time since the schedule began.
 SCHEDULES_API std::uint64_t nanoseconds();

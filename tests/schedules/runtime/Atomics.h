@@ -3,6 +3,7 @@
 #ifndef IXLAL_SCHEDULES_ATOMICS_H
 #define IXLAL_SCHEDULES_ATOMICS_H
 
+#include "Costs.h"
 #include "Race.h"
 #include "Scheduler.h"
 
@@ -42,6 +43,7 @@ public:
         }
         const Scheduler::Location location(*me, iFrom);
         Scheduler::point(Op::eStore, oObject);
+        Costs::wrote(*me, reinterpret_cast<std::uintptr_t>(oObject));
         Race::atomicWrite(reinterpret_cast<std::uintptr_t>(oObject), sizeof(T), iFrom);
         stored(*me, oObject, iOrder);
         *oObject = iValue;
@@ -62,6 +64,7 @@ public:
         }
         const Scheduler::Location location(*me, iFrom);
         Scheduler::point(Op::eChange, ioObject);
+        Costs::changed(*me, reinterpret_cast<std::uintptr_t>(ioObject));
         Race::atomicWrite(reinterpret_cast<std::uintptr_t>(ioObject), sizeof(T), iFrom);
         loaded(*me, ioObject, iOrder);
         changed(*me, ioObject, iOrder);
@@ -82,6 +85,7 @@ public:
         }
         const Scheduler::Location location(*me, iFrom);
         Scheduler::point(Op::eChange, ioObject);
+        Costs::changed(*me, reinterpret_cast<std::uintptr_t>(ioObject));
         const T old = *ioObject;
         if (old != *ioExpected)
         {

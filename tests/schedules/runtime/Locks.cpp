@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "Locks.h"
 
+#include "Costs.h"
 #include "Faults.h"
 #include "Race.h"
 #include "Verdict.h"
@@ -14,6 +15,7 @@ namespace
 {
 void _acquired(SyncObject& ioLock, Thread& ioMe, unsigned iDepth, bool iTried)
 {
+    Costs::locked(ioMe);
     ioLock.owner = &ioMe;
     ioLock.depth = iDepth;
     ioMe.clock.join(ioLock.clock);
@@ -35,6 +37,7 @@ void Locks::use(Op iOp, const volatile void* iObject)
 {
     Scheduler::point(iOp, iObject);
     Race::use(iObject);
+    Costs::changed(*Scheduler::current(), reinterpret_cast<std::uintptr_t>(iObject));
 }
 
 const void* Locks::loader()

@@ -42,6 +42,7 @@ struct Options
     bool selfTest = false;
     bool noCheckpoint = false;
     bool brief = false;
+    bool costs = false;
 };
 
 /// Addresses have to be the same in every schedule.
@@ -88,7 +89,7 @@ std::vector<const Scenario*> _chosen(const Options& iOptions)
     {
         for (const Scenario* scenario = Scenario::first(); scenario; scenario = scenario->next())
         {
-            if (scenario->allowed().fails == nullptr &&
+            if (scenario->allowed().fails == nullptr && !scenario->allowed().costs &&
                 (!iOptions.exhaustive || scenario->allowed().small))
             {
                 chosen.push_back(scenario);
@@ -223,10 +224,45 @@ bool _testSelf(Runner& ioRunner, const Options& iOptions)
     bool passed = true;
     for (const Scenario* scenario = Scenario::first(); scenario; scenario = scenario->next())
     {
+        if (scenario->allowed().costs)
+        {
+            continue;
+        }
         passed =
             (scenario->allowed().fails ? _isDetected(ioRunner, *scenario, iOptions)
                                        : _isSameFromCheckpoint(ioRunner, *scenario, iOptions)) &&
             passed;
+    }
+    return passed;
+}
+
+/// Prints what each operation costs: its name, read-modify-writes, locks, and cache lines that all
+/// threads change.
+bool _printCosts(Runner& ioRunner)
+{
+    Plan plan;
+    plan.method = Method::eReplay;
+    plan.whole = true;
+    bool passed = true;
+    for (const Scenario* scenario = Scenario::first(); scenario; scenario = scenario->next())
+    {
+        if (!scenario->allowed().costs)
+        {
+            continue;
+        }
+        const Report& report = ioRunner.run(*scenario, plan);
+        for (std::uint32_t i = 0; i < report.costCount; ++i)
+        {
+            const CostReport& costs = report.costs[i];
+            std::printf("%s: %u %u %u\n", costs.operation, costs.atomic, costs.locks,
+                        costs.sharedLines);
+        }
+        if (report.outcome != Outcome::ePassed)
+        {
+            std::cerr << scenario->name() << ": " << outcomeName(report.outcome) << ": "
+                      << report.message << '\n';
+            passed = false;
+        }
     }
     return passed;
 }
@@ -236,6 +272,10 @@ bool _runAll(const Options& iOptions)
     bool passed = true;
     const ScratchDir directory;
     Runner runner;
+    if (iOptions.costs)
+    {
+        return _printCosts(runner);
+    }
     if (iOptions.selfTest)
     {
         return _testSelf(runner, iOptions);
@@ -261,6 +301,10 @@ void _list()
 {
     for (const Scenario* scenario = Scenario::first(); scenario; scenario = scenario->next())
     {
+        if (scenario->allowed().costs)
+        {
+            continue;
+        }
         std::cout << scenario->name() << (scenario->allowed().small ? " (small)" : "")
                   << (scenario->allowed().faults ? " (faults)" : "")
                   << (scenario->allowed().fails ? " (wrong on purpose)" : "") << '\n';
@@ -289,6 +333,10 @@ void _describe(CLI::App& ioApp, Options& oOptions)
     ioApp.add_flag("--self-test", oOptions.selfTest,
                    "Run the scenarios that are wrong on purpose, which must fail, and compare "
                    "schedules from the checkpoint with whole ones");
+    ioApp.add_flag(
+        "--costs", oOptions.costs,
+        "Print for each operation the atomic read-modify-writes, the locks, and the cache "
+        "lines that two threads change with it");
     ioApp.add_option("--replay", oOptions.replays,
                      "Run the schedule of this file; may be repeated");
     ioApp.add_flag("--explain", oOptions.explain, "Describe a replayed schedule that passes, too");

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "Race.h"
 
+#include "Costs.h"
 #include "Heap.h"
 #include "Memory.h"
 #include "Scheduler.h"
@@ -257,6 +258,7 @@ void Race::write(std::uintptr_t iAddress, std::size_t iSize, std::uintptr_t iFro
     _access(iAddress, iSize, "write", iFrom,
             [](const Thread& iThread, Epoch iNow, Cell& ioCell, std::uintptr_t iByte)
             {
+                Costs::wrote(iThread, iByte);
                 if (ioCell.write == iNow && ioCell.read.isNone())
                 {
                     return;

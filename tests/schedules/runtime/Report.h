@@ -96,6 +96,15 @@ struct ReportCounts
     std::uint32_t faultsSeen[4]; ///< number of allocations, locks, thread starts, file calls
 };
 
+/// What an operation costs other processors, in the same units as Changes.
+struct CostReport
+{
+    char operation[60];
+    std::uint32_t atomic;
+    std::uint32_t locks;
+    std::uint32_t sharedLines; ///< that two threads change with the same operation
+};
+
 /// Shared by parent and child; zeroed before each schedule.
 struct Report
 {
@@ -105,6 +114,7 @@ struct Report
     static constexpr unsigned kStacks = 40;
     static constexpr unsigned kObjects = 64;
     static constexpr unsigned kShared = 2048;
+    static constexpr unsigned kCosts = 64;
 
     Outcome outcome;
     ReportCounts counts;
@@ -119,10 +129,12 @@ struct Report
     std::uint32_t stackCount;
     std::uint32_t objectCount;
     std::uint32_t sharedCount;
+    std::uint32_t costCount;
     Decision decisions[kDecisions];
     StackDump stacks[kStacks];
     NamedObject objects[kObjects];
     std::uintptr_t shared[kShared]; ///< objects that more than one thread used
+    CostReport costs[kCosts];
     char maps[1 << 17];
     Choice choices[kChoices];
     Event events[kEvents];

@@ -10,6 +10,8 @@
 
 namespace schedules
 {
+struct Changes;
+
 /// What a thread does at a switch point, or waits for.
 enum class Op : std::uint8_t
 {
@@ -97,6 +99,8 @@ struct Thread
 
     const void* locks[kLocks]; ///< that it holds, in order
     unsigned lockCount;
+
+    Changes* changes; ///< counts what it changes, or null
 
     int go; ///< the baton: 1 when the thread may run
 
