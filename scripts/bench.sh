@@ -55,16 +55,30 @@ count() {
     }
 }
 
+# The instrumented build of the schedule tests counts atomic operations, locks and shared lines.
+count_costs() {
+    {
+        cmake --preset schedules && cmake --build --preset schedules
+    } >"$results/schedules.log" 2>&1 || {
+        cat "$results/schedules.log"
+        exit 1
+    }
+    "$root/build/schedules/bin/ixlal-schedules" --costs | tee "$results/costs"
+}
+
 measure_fully() {
     measure "$repetitions"
     cp /proc/loadavg "$results"
+    "$build/bin/ixlal-bench" --shared-line >"$results/shared-line"
     count
+    count_costs
     "$build/bin/ixlal-sizes" 2>/dev/null | tee "$results/sizes"
 }
 
 measure_briefly() {
     measure 1
     count "$briefly"
+    count_costs
     "$build/bin/ixlal-sizes" 2>/dev/null
 }
 

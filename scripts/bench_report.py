@@ -4,7 +4,8 @@
     bench_report.py RESULTS report   table.md, results.json and an SVG for each case of several sizes
     bench_report.py RESULTS publish  as report, and writes figures and plots to docs/performance.md,
                                      and ratios to the README and docs/comparison.md
-    bench_report.py RESULTS check    fails on too many allocations or instructions
+    bench_report.py RESULTS check    fails on too many allocations, instructions, atomic changes,
+                                     locks or shared lines
     bench_report.py RESULTS record   writes the counted instructions as the new baseline
 
 RESULTS is the directory that scripts/bench.sh fills.
@@ -27,11 +28,21 @@ import comparison
 ROOT = Path(__file__).resolve().parent.parent
 LIMITS = ROOT / "benchmarks/limits.json"
 BASELINE = ROOT / "benchmarks/baseline.json"
+COSTS = ROOT / "benchmarks/costs.json"
 PAGE = ROOT / "docs/performance.md"
 TOLERANCE = 0.05
 SHARED = (" The machine had other work: the times are preliminary, the instructions and sizes are "
           "not.")
 OURS = "ours"
+PROCESSORS = [1, 2, 4, 8, 16, 32, 64]
+# The time of an operation, whose changes are counted, on one processor.
+MEASURED = {
+    "lookup": ("lookup", 1000), "read own": ("read own text", 100),
+    "read pinned": ("read pinned text", 100), "read stored": ("read stored text", 100),
+    "set": ("set again", 0), "send to 1": ("send", 1), "send to 10": ("send", 10),
+    "send to 100": ("send", 100), "log line": ("log line", 40),
+    "filtered log line": ("filtered line of the service", 1)
+}
 # The names of the benchmarks, and the parts that the library appends.
 NAME = re.compile(r"(?P<case>[^/]+)/(?P<contestant>[^/]+)/(?P<size>\d+)/(?P<threads>\d+)")
 
@@ -42,7 +53,11 @@ def split(name):
 
 
 def read_times(results):
-    """{(case, size, threads): {contestant: {"times": [ns], "allocations": n, "bytes": n}}}"""
+    """{(case, size, threads): {contestant: {"times": [ns], "rates": [operations of all threads in a
+    ns], "allocations": n, "bytes": n}}}
+
+    Samples in which a thread had to wait for a processor have neither time nor rate.
+    """
     rows = defaultdict(dict)
     for run in json.loads((results / "times.json").read_text())["benchmarks"]:
         if run.get("error_occurred"):
@@ -50,8 +65,11 @@ def read_times(results):
         if run["run_type"] != "iteration":
             continue
         *row, contestant = split(run["name"])
-        entry = rows[tuple(row)].setdefault(contestant, {"times": [], "allocations": 0})
-        entry["times"].append(run["real_time"])
+        entry = rows[tuple(row)].setdefault(contestant,
+                                            {"times": [], "rates": [], "allocations": 0})
+        if run.get("both", 1):
+            entry["times"].append(run["real_time"])
+            entry["rates"].append((1 + run.get("rival", 0)) / run["real_time"])
         entry["allocations"] = max(entry["allocations"], run.get("allocations", 0))
         if "bytes" in run:
             entry["bytes"] = run["bytes"]
@@ -90,25 +108,40 @@ def is_floor(contestant):
     return contestant.split(",")[0] == "floor"
 
 
+def spread(times):
+    if not times:
+        return {"median_ns": None, "low_ns": None, "high_ns": None}
+    return {"median_ns": statistics.median(times), "low_ns": times[len(times) // 10],
+            "high_ns": times[-1 - len(times) // 10]}
+
+
 def summarise(results):
     counts = read_counts(results)
     rows = []
     for (case, size, threads), entries in read_times(results).items():
         row = {"case": case, "size": size, "threads": threads, "contestants": {}}
         for contestant, entry in entries.items():
-            times = sorted(entry["times"])
             row["contestants"][contestant] = {
-                "median_ns": statistics.median(times),
-                "low_ns": times[len(times) // 10],
-                "high_ns": times[-1 - len(times) // 10],
-                "repetitions": len(times),
+                **spread(sorted(entry["times"])),
+                "rate": statistics.median(entry["rates"]) if entry["rates"] else None,
+                "repetitions": len(entry["times"]),
                 "allocations": entry["allocations"],
                 "bytes": entry.get("bytes"),
                 "instructions": counts.get(f"{case}/{contestant}/{size}/{threads}"),
             }
         add_ratios(row)
         rows.append(row)
+    add_throughputs(rows)
     return rows
+
+
+def add_throughputs(rows):
+    """Of several threads, as a multiple of one thread's."""
+    alone = {(row["case"], row["size"]): row["contestants"] for row in rows if row["threads"] == 1}
+    for row in rows:
+        for name, entry in row["contestants"].items():
+            one = alone[row["case"], row["size"]][name]["rate"]
+            entry["throughput"] = ratio(entry["rate"], one) if row["threads"] > 1 else None
 
 
 def ratios(ours, other):
@@ -125,7 +158,7 @@ def add_ratios(row):
     row["floors"] = {name: ratios(ours, entry) for name, entry in contestants.items()
                      if is_floor(name)}
     peers = {name: entry for name, entry in contestants.items()
-             if name != OURS and not is_floor(name)}
+             if name != OURS and not is_floor(name) and entry["median_ns"]}
     row["best_peer"] = min(peers, key=lambda name: peers[name]["median_ns"], default=None)
     row["peer"] = ratios(ours, peers[row["best_peer"]]) if peers else {}
 
@@ -135,6 +168,8 @@ def number(value, digits=2):
 
 
 def time_text(contestant):
+    if contestant["median_ns"] is None:
+        return "never both"
     return (f"{contestant['median_ns']:,.0f} "
             f"({contestant['low_ns']:,.0f} to {contestant['high_ns']:,.0f})")
 
@@ -146,6 +181,7 @@ def cells(row, floor, limits):
     return [
         row["case"], f"{row['size']:,}", str(row["threads"]),
         floor.partition(", ")[2], time_text(entry), time_text(ours), number(to_floor["time"]),
+        number(entry["throughput"]), number(ours["throughput"]),
         number(entry["instructions"], 0), number(ours["instructions"], 0),
         number(to_floor["instructions"]), number(limits_of(row["case"], limits).get("ratio")),
         f"{ours['allocations']:g}",
@@ -157,9 +193,10 @@ def cells(row, floor, limits):
 def table(rows, limits):
     lines = [
         "| case | size | threads | kind of floor | floor, ns | ours, ns | ours / floor "
+        "| throughput of the floor | ours "
         "| instructions, floor | instructions, ours | ours / floor | at most | allocations "
         "| best peer | ours / peer, time | ours / peer, instructions |",
-        "|---" * 15 + "|",
+        "|---" * 17 + "|",
     ]
     for row in sorted(rows, key=lambda r: (r["case"], r["size"], r["threads"])):
         for floor in sorted(row["floors"]):
@@ -262,11 +299,59 @@ def put(page, name, text):
     return changed
 
 
+def read_costs(results):
+    """{operation: [atomic changes, locks, shared lines]}"""
+    lines = (results / "costs").read_text().splitlines()
+    return {operation: [int(count) for count in counts.split()]
+            for operation, counts in (line.split(": ") for line in lines)}
+
+
+def modelled(cost, alone, transfer, processors):
+    """The throughput on so many processors, as a multiple of that on one."""
+    _, locks, lines = cost
+    if processors == 1 or lines == 0:
+        return processors
+    each = alone + lines * transfer
+    if locks:
+        return alone / each
+    return min(processors * alone / each, alone / transfer)
+
+
+def costs_text(results, rows):
+    transfer = float((results / "shared-line").read_text())
+    of = {(row["case"], row["size"]): row["contestants"][OURS]["median_ns"]
+          for row in rows if row["threads"] == 1}
+    text = [f"A change of a line that two processors change took {transfer:.0f} ns.", "",
+            "| operation | atomic changes | locks | lines that all threads change | "
+            + " | ".join(f"{n} processors" for n in PROCESSORS[1:]) + " |",
+            "|---" * (3 + len(PROCESSORS)) + "|"]
+    for operation, cost in read_costs(results).items():
+        alone = of.get(MEASURED.get(operation))
+        model = [number(modelled(cost, alone, transfer, n), 1) if alone else ""
+                 for n in PROCESSORS[1:]]
+        text.append(f"| {operation} | " + " | ".join([*map(str, cost), *model]) + " |")
+    return "\n".join(text)
+
+
+def cost_problems(results):
+    allowed = json.loads(COSTS.read_text())
+    seen = read_costs(results)
+    for operation in sorted(allowed.keys() | seen.keys()):
+        if operation not in seen:
+            yield f"{operation}: its changes are no longer counted"
+        elif operation not in allowed:
+            yield f"{operation}: {COSTS.name} has no limit for its changes"
+        elif any(count > most for count, most in zip(seen[operation], allowed[operation])):
+            yield (f"{operation}: {seen[operation]} atomic changes, locks and shared lines, "
+                   f"at most {allowed[operation]} allowed")
+
+
 def publish(results):
     rows = write_report(results)
     page = PAGE.read_text()
     page = put(page, "conditions", conditions(results))
     page = put(page, "table", (results / "table.md").read_text())
+    page = put(page, "costs", costs_text(results, rows))
     page = put(page, "sizes", f"{sizes_text(results)}\n\n{held_text(rows)}")
     PAGE.write_text(page)
     comparison.update()
@@ -323,8 +408,8 @@ def check(results):
     limits = json.loads(LIMITS.read_text())
     counts = baseline_counts(results)
     problems = [*allocation_problems(results, limits), *baseline_problems(counts),
-                *ratio_problems(read_counts(results), limits)]
-    print("\n".join(problems) or f"Allocations and instructions are within their limits "
+                *ratio_problems(read_counts(results), limits), *cost_problems(results)]
+    print("\n".join(problems) or f"Allocations, instructions and costs are within their limits "
           f"({len(counts)} counted)")
     return 1 if problems else 0
 

@@ -43,6 +43,17 @@ void _measureTurns(benchmark::State& ioState, Body& ioBody)
     }
 }
 
+/// Reports the turns of the second thread for each of the first, and whether both ran.
+void _measureTurnsTogether(benchmark::State& ioState, Body& ioBody, Rival& ioRival)
+{
+    Together together(ioRival);
+    _measureTurns(ioState, ioBody);
+    together.stop();
+    const double turns = static_cast<double>(ioState.max_iterations) + kWarmUpTurns;
+    ioState.counters["rival"] = together.rivalTurns() / turns;
+    ioState.counters["both"] = together.bothRan() ? 1 : 0;
+}
+
 void _measureTimedTurns(benchmark::State& ioState, Body& ioBody, unsigned int iOperations)
 {
     const unsigned long before = Stopwatch::allocations();
@@ -73,6 +84,10 @@ void _measure(benchmark::State& ioState, const Contest::Entry& iEntry, int iSize
     if (iEntry.timesItself)
     {
         _measureTimedTurns(ioState, *body, iEntry.of.operations);
+    }
+    else if (rival)
+    {
+        _measureTurnsTogether(ioState, *body, *rival);
     }
     else
     {

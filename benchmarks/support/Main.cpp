@@ -2,6 +2,8 @@
 // Runs the benchmarks, or the turns whose instructions callgrind counts:
 //   ixlal-bench [Google Benchmark's options]
 //   ixlal-bench --count [PATTERN OF NAMES]
+// or prints the nanoseconds of a change of a cache line that two processors change:
+//   ixlal-bench --shared-line
 
 #include "config/LoadCase.h"
 #include "config/ReadCase.h"
@@ -15,13 +17,21 @@
 #include "start/StartCase.h"
 #include "support/CoreHost.h"
 #include "support/SecondThread.h"
+#include "support/SharedLine.h"
 
 #include <benchmark/benchmark.h>
+#include <cstdio>
 #include <regex>
 #include <string>
 
 int main(int iCount, char** iArguments)
 {
+    const std::string action = iCount > 1 ? iArguments[1] : "";
+    if (action == "--shared-line")
+    {
+        std::printf("%.1f\n", SharedLine::nanoseconds());
+        return 0;
+    }
     const Sleeper sleeper;
     Contest contest;
     enterLookup(contest);
@@ -35,7 +45,7 @@ int main(int iCount, char** iArguments)
     enterStart(contest);
     enterFirstRequest(contest);
 
-    if (iCount > 1 && std::string(iArguments[1]) == "--count")
+    if (action == "--count")
     {
         const bool right = contest.runForCounting(std::regex(iCount > 2 ? iArguments[2] : ""));
         CoreHost::stop();
