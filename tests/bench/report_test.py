@@ -15,12 +15,14 @@ sys.path.insert(0, sys.argv.pop(1))
 import bench_report
 
 BASELINE = bench_report.BASELINE
+COSTS = bench_report.COSTS
 LIMITS = bench_report.LIMITS
+MEASURED = bench_report.MEASURED
 
 
-def run(name, time, allocations):
+def run(name, time, allocations, **counters):
     return {"name": f"{name}/iterations:10/real_time", "run_type": "iteration",
-            "real_time": time, "allocations": allocations}
+            "real_time": time, "allocations": allocations, **counters}
 
 
 OURS = "look up/ours/10/1"
@@ -34,6 +36,8 @@ class Report(unittest.TestCase):
         self.results = Path(self.temporary.name)
         self.limits({"look": {"allocations": 5}, "look up": {"ratio": 3, "allocations": 0}})
         self.baseline({OURS: 100})
+        self.costs({"look up": [4, 1, 3]})
+        (self.results / "costs").write_text("look up: 4 1 3\n")
         self.measured(allocations=0)
         self.counted(FLOORS | {OURS: 100})
 
@@ -43,17 +47,26 @@ class Report(unittest.TestCase):
     def baseline(self, baseline):
         bench_report.BASELINE = self.written("baseline.json", baseline)
 
+    def costs(self, costs):
+        bench_report.COSTS = self.written("costs.json", costs)
+
     def written(self, name, content):
         path = self.results / name
         path.write_text(json.dumps(content))
         return path
 
-    def measured(self, allocations):
+    def measured(self, allocations, more=()):
         runs = [run("look up/floor, tree/10/1", time, 0) for time in (90, 100, 200)]
         runs += [run("look up/floor, hash/10/1", 55, 0)]
         runs += [run(OURS, time, allocations) for time in (100, 120, 110)]
         runs += [run("look up/peer/10/1", 220, 3), run("look up/slow/10/1", 330, 3)]
-        self.written("times.json", {"benchmarks": runs})
+        self.written("times.json", {"benchmarks": [*runs, *more]})
+
+    def measured_together(self, *both):
+        """A sample for each of both, in which two threads ran at once or not."""
+        self.measured(0, [run("look up/ours/10/2", time, 0, both=ran, rival=1.2)
+                          for time, ran in zip((200, 1), both)])
+        return bench_report.summarise(self.results)
 
     def counted(self, instructions):
         shutil.rmtree(self.results / "counts", ignore_errors=True)
@@ -111,6 +124,45 @@ class Report(unittest.TestCase):
         self.assertEqual({OURS: 140}, json.loads(bench_report.BASELINE.read_text()))
         self.assertEqual(0, self.check()[0])
 
+    def test_detects_more_atomic_changes_locks_and_shared_lines(self):
+        for seen in ("5 1 3", "4 2 3", "4 1 4"):
+            (self.results / "costs").write_text(f"look up: {seen}\n")
+            self.assertIn("at most [4, 1, 3] allowed\n", self.check()[1])
+        (self.results / "costs").write_text("look up: 0 0 0\n")
+        self.assertEqual(0, self.check()[0])
+
+    def test_detects_costs_without_a_limit_and_limits_without_costs(self):
+        self.costs({"look down": [0, 0, 0]})
+        self.assertEqual("look down: its changes are no longer counted\n"
+                         "look up: costs.json has no limit for its changes\n", self.check()[1])
+
+    def test_models_more_processors(self):
+        def on(processors, *cost):
+            return bench_report.modelled(cost, 100, 25, processors)
+
+        self.assertEqual(1, on(1, 4, 1, 3))
+        self.assertEqual(64, on(64, 2, 1, 0))
+        self.assertEqual(0.8, on(64, 2, 1, 1))
+        self.assertEqual(1.6, on(2, 2, 0, 1))
+        self.assertEqual(4, on(64, 2, 0, 1))
+
+    def test_shows_the_model_of_each_operation(self):
+        (self.results / "shared-line").write_text("25.0\n")
+        bench_report.MEASURED = {"look up": ("look up", 10)}
+        text = bench_report.costs_text(self.results, bench_report.summarise(self.results))
+        self.assertEqual("| look up | 4 | 1 | 3 | 0.6 | 0.6 | 0.6 | 0.6 | 0.6 | 0.6 |",
+                         text.splitlines()[-1])
+
+    def test_counts_only_samples_in_which_both_threads_ran(self):
+        row = self.measured_together(1, 0)[1]
+        self.assertEqual(200, row["contestants"]["ours"]["median_ns"])
+        self.assertAlmostEqual(1.21, row["contestants"]["ours"]["throughput"])
+
+    def test_shows_that_the_threads_never_ran_at_once(self):
+        row = self.measured_together(0, 0)[1]
+        self.assertIsNone(row["contestants"]["ours"]["throughput"])
+        self.assertEqual("never both", bench_report.time_text(row["contestants"]["ours"]))
+
     def test_summarises_medians_and_ratios(self):
         (row,) = bench_report.summarise(self.results)
         self.assertEqual(110, row["contestants"]["ours"]["median_ns"])
@@ -134,6 +186,9 @@ class Report(unittest.TestCase):
 
 class Limits(unittest.TestCase):
     """The figures that the repository records."""
+
+    def test_name_an_operation_for_each_modelled_time(self):
+        self.assertEqual(set(), set(MEASURED) - set(json.loads(COSTS.read_text())))
 
     def setUp(self):
         bench_report.BASELINE = BASELINE
