@@ -243,6 +243,7 @@ def write_report(results):
     (results / "table.md").write_text(text)
     (results / "results.json").write_text(json.dumps(rows, indent=1) + "\n")
     write_plots(rows, results / "plots")
+    plot_throughput(results, rows, results / "plots/throughput.svg")
     print(text)
     return rows
 
@@ -331,6 +332,32 @@ def costs_text(results, rows):
                  for n in PROCESSORS[1:]]
         text.append(f"| {operation} | " + " | ".join([*map(str, cost), *model]) + " |")
     return "\n".join(text)
+
+
+def plot_throughput(results, rows, path):
+    """Lines for the modelled throughput, and a point for each measured one."""
+    from matplotlib import pyplot
+
+    transfer = float((results / "shared-line").read_text())
+    of = {(row["case"], row["size"], row["threads"]): row["contestants"][OURS] for row in rows}
+    figure, axes = pyplot.subplots(figsize=(6.4, 4))
+    for operation, cost in read_costs(results).items():
+        measured = MEASURED.get(operation)
+        if (*(measured or ("", 0)), 1) not in of:
+            continue
+        alone = of[(*measured, 1)]["median_ns"]
+        line = axes.plot(PROCESSORS, [modelled(cost, alone, transfer, n) for n in PROCESSORS],
+                         label=operation)[0]
+        both = of.get((*measured, 2), {}).get("throughput")
+        if both:
+            axes.plot(2, both, "o", color=line.get_color())
+    axes.set(xscale="log", yscale="log", title="throughput", xlabel="processors",
+             ylabel="times that of one processor")
+    axes.grid(True, which="both", alpha=0.3)
+    axes.legend(fontsize="small")
+    figure.tight_layout()
+    figure.savefig(path, metadata={"Date": None})
+    pyplot.close(figure)
 
 
 def cost_problems(results):

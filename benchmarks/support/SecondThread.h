@@ -4,11 +4,13 @@
 #define IXLAL_BENCHMARKS_SECONDTHREAD_H
 
 #include <atomic>
+#include <chrono>
+#include <fstream>
 #include <functional>
 #include <future>
-#include <pthread.h>
+#include <string>
 #include <thread>
-#include <time.h>
+#include <unistd.h>
 
 /// A thread that sleeps. With one thread the C and C++ libraries use cheaper locks and counts,
 /// which a host of plugins does not get.
@@ -61,12 +63,10 @@ public:
         return fTurns.load(std::memory_order_relaxed);
     }
 
-    /// The clock of the processor time that it has used.
-    clockid_t clock()
+    /// Its number, as in /proc.
+    pid_t id() const
     {
-        clockid_t clock = CLOCK_THREAD_CPUTIME_ID;
-        pthread_getcpuclockid(fThread.native_handle(), &clock);
-        return clock;
+        return fId;
     }
 
     /// Stops the thread. Returns whether all its results were right.
@@ -83,6 +83,7 @@ public:
 private:
     void work()
     {
+        fId = gettid();
         for (unsigned int first = 0; !fEnd; first += kTurns)
         {
             fRight = fWork(first) && fRight;
@@ -97,41 +98,35 @@ private:
     std::atomic<bool> fEnd{false};
     std::atomic<bool> fRight{true};
     std::atomic<unsigned int> fTurns{0};
+    std::atomic<pid_t> fId{0};
     std::thread fThread;
 };
 
-/// What the two threads did between construction and stop(). The time of the clock begins first and
-/// ends last, so that a pause in between does not count as running.
+/// What the two threads did between construction and stop().
 class Together
 {
 public:
     explicit Together(Rival& ioRival)
-        : fRival(ioRival),
-          fClock(ioRival.clock()),
-          fTime(_seconds(CLOCK_MONOTONIC)),
-          fOwnTime(_seconds(CLOCK_THREAD_CPUTIME_ID)),
-          fRivalTime(_seconds(fClock)),
-          fTurns(ioRival.turns())
+        : fRival(ioRival), fWaited(waited()), fTurns(ioRival.turns()), fTime(_now())
     {
     }
 
     void stop()
     {
+        fTime = _now() - fTime;
         fTurns = fRival.turns() - fTurns;
-        fRivalTime = _seconds(fClock) - fRivalTime;
-        fOwnTime = _seconds(CLOCK_THREAD_CPUTIME_ID) - fOwnTime;
-        fTime = _seconds(CLOCK_MONOTONIC) - fTime;
+        fWaited = waited() - fWaited;
     }
 
-    double seconds() const
+    std::chrono::nanoseconds time() const
     {
         return fTime;
     }
 
-    /// Whether each of them ran on a processor nearly all of the time.
+    /// Whether each of them had a processor nearly whenever it could run, and did something.
     bool bothRan() const
     {
-        return fOwnTime > fTime * kShare && fRivalTime > fTime * kShare;
+        return fTurns > 0 && fWaited < fTime / 20;
     }
 
     unsigned int rivalTurns() const
@@ -140,21 +135,30 @@ public:
     }
 
 private:
-    static constexpr double kShare = 0.95;
-
-    static double _seconds(clockid_t iClock)
+    static std::chrono::nanoseconds _now()
     {
-        timespec time{};
-        clock_gettime(iClock, &time);
-        return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
+        return std::chrono::steady_clock::now().time_since_epoch();
+    }
+
+    /// How long both could run, but had no processor.
+    std::chrono::nanoseconds waited() const
+    {
+        return _waited(gettid()) + _waited(fRival.id());
+    }
+
+    static std::chrono::nanoseconds _waited(pid_t iThread)
+    {
+        std::ifstream file("/proc/self/task/" + std::to_string(iThread) + "/schedstat");
+        long long ran = 0;
+        long long waited = 0;
+        file >> ran >> waited;
+        return std::chrono::nanoseconds(waited);
     }
 
     Rival& fRival;
-    const clockid_t fClock;
-    double fTime;
-    double fOwnTime;
-    double fRivalTime;
+    std::chrono::nanoseconds fWaited;
     unsigned int fTurns;
+    std::chrono::nanoseconds fTime;
 };
 
 #endif

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <vector>
 
 namespace
@@ -32,7 +33,8 @@ double _sample(Line& ioLine, Rival& ioRival)
     Together together(ioRival);
     _change(ioLine, kChanges);
     together.stop();
-    return together.bothRan() ? together.seconds() * 1e9 / (kChanges + together.rivalTurns()) : 0;
+    const std::chrono::duration<double, std::nano> time = together.time();
+    return together.bothRan() ? time.count() / (kChanges + together.rivalTurns()) : 0;
 }
 } // namespace
 
