@@ -8,19 +8,12 @@
 #include "portinglayer/PLockGuard.h"
 #include "portinglayer/PUtils.h"
 
-#include <optional>
-
 namespace
 {
 /// Texts up to this length are converted without allocating.
 constexpr unsigned int kShortText = 127;
 
 const PLiteral sConstAttribute(L"const");
-
-PConfigManager* _implementation(const PBaseptr<IConfigManager>& iManager) noexcept
-{
-    return static_cast<PConfigManager*>(iManager.get());
-}
 } // namespace
 
 PConfig::PConfig(IConfigManager* iManager, const PLiteral& iID)
@@ -121,66 +114,78 @@ int PConfig::getAttrString(const PLiteral& iKey, const PLiteral& iAttribute,
 
 int PConfig::getInt32(const PLiteral& iKey, int& oValue) noexcept
 {
-    return readAs(&PUtils::strToInt32, iKey, oValue);
+    return readAs(iKey, nullptr,
+                  [&](const PLiteral& iText) { return PUtils::strToInt32(iText, oValue); });
 }
 
 int PConfig::getUint32(const PLiteral& iKey, unsigned int& oValue) noexcept
 {
-    return readAs(&PUtils::strToUint32, iKey, oValue);
+    return readAs(iKey, nullptr,
+                  [&](const PLiteral& iText) { return PUtils::strToUint32(iText, oValue); });
 }
 
 int PConfig::getInt64(const PLiteral& iKey, long long& oValue) noexcept
 {
-    return readAs(&PUtils::strToInt64, iKey, oValue);
+    return readAs(iKey, nullptr,
+                  [&](const PLiteral& iText) { return PUtils::strToInt64(iText, oValue); });
 }
 
 int PConfig::getUint64(const PLiteral& iKey, unsigned long long& oValue) noexcept
 {
-    return readAs(&PUtils::strToUint64, iKey, oValue);
+    return readAs(iKey, nullptr,
+                  [&](const PLiteral& iText) { return PUtils::strToUint64(iText, oValue); });
 }
 
 int PConfig::getBool(const PLiteral& iKey, bool& oValue) noexcept
 {
-    return readAs(&PUtils::strToBool, iKey, oValue);
+    return readAs(iKey, nullptr,
+                  [&](const PLiteral& iText) { return PUtils::strToBool(iText, oValue); });
 }
 
 int PConfig::getBinary(const PLiteral& iKey, unsigned char*& oData, unsigned int& oSize) noexcept
 {
-    return readAs(&PUtils::strToBinary, iKey, oData, oSize);
+    return readAs(iKey, nullptr,
+                  [&](const PLiteral& iText) { return PUtils::strToBinary(iText, oData, oSize); });
 }
 
 int PConfig::getAttrInt32(const PLiteral& iKey, const PLiteral& iAttribute, int& oValue) noexcept
 {
-    return readAttrAs(&PUtils::strToInt32, iKey, iAttribute, oValue);
+    return readAs(iKey, &iAttribute,
+                  [&](const PLiteral& iText) { return PUtils::strToInt32(iText, oValue); });
 }
 
 int PConfig::getAttrUint32(const PLiteral& iKey, const PLiteral& iAttribute,
                            unsigned int& oValue) noexcept
 {
-    return readAttrAs(&PUtils::strToUint32, iKey, iAttribute, oValue);
+    return readAs(iKey, &iAttribute,
+                  [&](const PLiteral& iText) { return PUtils::strToUint32(iText, oValue); });
 }
 
 int PConfig::getAttrInt64(const PLiteral& iKey, const PLiteral& iAttribute,
                           long long& oValue) noexcept
 {
-    return readAttrAs(&PUtils::strToInt64, iKey, iAttribute, oValue);
+    return readAs(iKey, &iAttribute,
+                  [&](const PLiteral& iText) { return PUtils::strToInt64(iText, oValue); });
 }
 
 int PConfig::getAttrUint64(const PLiteral& iKey, const PLiteral& iAttribute,
                            unsigned long long& oValue) noexcept
 {
-    return readAttrAs(&PUtils::strToUint64, iKey, iAttribute, oValue);
+    return readAs(iKey, &iAttribute,
+                  [&](const PLiteral& iText) { return PUtils::strToUint64(iText, oValue); });
 }
 
 int PConfig::getAttrBool(const PLiteral& iKey, const PLiteral& iAttribute, bool& oValue) noexcept
 {
-    return readAttrAs(&PUtils::strToBool, iKey, iAttribute, oValue);
+    return readAs(iKey, &iAttribute,
+                  [&](const PLiteral& iText) { return PUtils::strToBool(iText, oValue); });
 }
 
 int PConfig::getAttrBinary(const PLiteral& iKey, const PLiteral& iAttribute, unsigned char*& oData,
                            unsigned int& oSize) noexcept
 {
-    return readAttrAs(&PUtils::strToBinary, iKey, iAttribute, oData, oSize);
+    return readAs(iKey, &iAttribute,
+                  [&](const PLiteral& iText) { return PUtils::strToBinary(iText, oData, oSize); });
 }
 
 int PConfig::__findValue(const PLiteral& iKey, PConfigValue*& oValue) noexcept
@@ -201,7 +206,10 @@ int PConfig::_findUsedValue(const PLiteral& iKey, const PLiteral& iAttribute,
     // The result may be dropped: a missing own record is one of the choices.
     (void)__findValue(iKey, records.own);
     const bool pinned = records.own && _isPinned(*records.own);
-    const int result = pinned ? needStore() : findInManager(iKey, records);
+    PConfigManager* const manager = source();
+    const int result = pinned || !manager ? static_cast<int>(eIxlaOk)
+                                          : manager->findValues(fID, iKey, fRunTimeValues,
+                                                                records.dynamic, records.stored);
     return result != 0 ? result : _choose(records, iAttribute, oValue);
 }
 
@@ -213,27 +221,9 @@ int PConfig::findOwnValue(const PLiteral& iKey, const PLiteral& iAttribute,
     return result != 0 ? result : _choose(records, iAttribute, oValue);
 }
 
-int PConfig::findInManager(const PLiteral& iKey, Records& oRecords) noexcept
+PConfigManager* PConfig::source() const noexcept
 {
-    if (!hasSources())
-    {
-        return eIxlaOk;
-    }
-    const int result =
-        _implementation(fManager)->findValues(fID, iKey, oRecords.dynamic, oRecords.stored);
-    return result == eIxlaNoMemory ? result : eIxlaOk;
-}
-
-// The first read always reads the store, whatever record is chosen.
-int PConfig::needStore() noexcept
-{
-    const int result = hasSources() ? _implementation(fManager)->needLoadedStore() : eIxlaOk;
-    return result == eIxlaNoMemory ? result : eIxlaOk;
-}
-
-bool PConfig::hasSources() const noexcept
-{
-    return fManager && fID.len() != 0;
+    return fID.len() != 0 ? static_cast<PConfigManager*>(fManager.get()) : nullptr;
 }
 
 // Readers without the lock run this at the same time as others, so the cache is atomic.
@@ -286,38 +276,52 @@ int PConfig::_choose(const Records& iRecords, const PLiteral& iAttribute,
     return eIxlaNotFound;
 }
 
-template <class TCopy>
-int PConfig::read(const PLiteral& iKey, const PLiteral& iAttribute, const TCopy& iCopy) noexcept
+int PConfig::read(const PLiteral& iKey, const PLiteral& iAttribute, const Copy& iCopy) noexcept
 {
     const int allowed = PConfigFormat::_checkAllowedChars(PLiteral(), iKey, iAttribute);
     if (allowed != 0)
     {
         return allowed;
     }
-    std::optional<PLockGuard> lock;
-    if (hasSources())
+    PConfigValue* record = nullptr;
+    PConfigManager* const manager = source();
+    if (!manager)
     {
-        lock.emplace(_implementation(fManager)->mutex());
+        const int result = findOwnValue(iKey, iAttribute, record);
+        return result != 0 ? result : configResult(iCopy(*record));
+    }
+    {
+        const PReaderLock::Reader reader(manager->readers());
+        if (reader.isInside() && manager->isStoreKnown())
+        {
+            const int result = _findUsedValue(iKey, iAttribute, record);
+            return result != 0 ? result : configResult(iCopy(*record));
+        }
+    }
+    return readLocked(iKey, iAttribute, iCopy);
+}
+
+// The first read always reads the store, whatever record is chosen. A store that cannot be read
+// counts as one without values; only lack of memory is passed on.
+int PConfig::readLocked(const PLiteral& iKey, const PLiteral& iAttribute,
+                        const Copy& iCopy) noexcept
+{
+    PConfigManager& manager = *source();
+    const PLockGuard lock(manager.mutex());
+    if (lock.result() == 0 && manager.nl_needLoadedStore() == eIxlaNoMemory)
+    {
+        return eIxlaNoMemory;
     }
     PConfigValue* record = nullptr;
-    const int result = lock && lock->result() == 0 ? _findUsedValue(iKey, iAttribute, record)
-                                                   : findOwnValue(iKey, iAttribute, record);
+    const int result = lock.result() == 0 ? _findUsedValue(iKey, iAttribute, record)
+                                          : findOwnValue(iKey, iAttribute, record);
     return result != 0 ? result : configResult(iCopy(*record));
 }
 
-template <class TConvert, class... TValue>
-int PConfig::readAs(const TConvert& iConvert, const PLiteral& iKey, TValue&... oValue) noexcept
+int PConfig::readAs(const PLiteral& iKey, const PLiteral* iAttribute,
+                    const Convert& iConvert) noexcept
 {
     PShortString<kShortText> text;
-    const int result = getString(iKey, text);
-    return result != 0 ? result : configResult(iConvert(text, oValue...));
-}
-
-template <class TConvert, class... TValue>
-int PConfig::readAttrAs(const TConvert& iConvert, const PLiteral& iKey, const PLiteral& iAttribute,
-                        TValue&... oValue) noexcept
-{
-    PShortString<kShortText> text;
-    const int result = getAttrString(iKey, iAttribute, text);
-    return result != 0 ? result : configResult(iConvert(text, oValue...));
+    const int result = iAttribute ? getAttrString(iKey, *iAttribute, text) : getString(iKey, text);
+    return result != 0 ? result : configResult(iConvert(text));
 }

@@ -7,15 +7,21 @@
 #include "IConfigManager.h"
 #include "PBaseptr.h"
 #include "config/PConfigValue.h"
+#include "config/PFunctionRef.h"
 #include "config/PReadFault.h"
 #include "portinglayer/PCounterSync.h"
+
+#include <atomic>
+
+class PConfigManager;
 
 /// Reads its own values and, when it has an ID, the manager's run-time and stored values of that ID
 /// (IConfig describes their precedence).
 ///
-/// With an ID, a read holds the manager's lock from the lookup until the text is copied, because
-/// other threads may remove the records. If that lock fails, only the own values are read. Without
-/// an ID a read takes no lock, and so never waits for files that the manager reads.
+/// With an ID, a read is a reader of the manager's reader lock from the lookup until the text is
+/// copied, because other threads may remove the records. While that lock is closed, and until the
+/// store is read, it holds the manager's lock instead. If that fails, only the own values are read.
+/// Without an ID a read takes no lock, and so never waits for files that the manager reads.
 class PConfig : public IConfig
 {
 public:
@@ -70,8 +76,9 @@ public:
     int __findValue(const PLiteral& iKey, PConfigValue*& oValue) noexcept;
 
     /// Chooses the record for a read of iKey, or of one of its attributes if iAttribute is not
-    /// empty. The caller holds the manager's lock while it uses the record. Returns 0, -504, or
-    /// -501 when a lookup in the manager fails for lack of memory.
+    /// empty. The caller is a reader of the manager that knows the store, or holds the manager's
+    /// lock, while it uses the record. Returns 0, -504, or -501 when a lookup in the manager fails
+    /// for lack of memory.
     int _findUsedValue(const PLiteral& iKey, const PLiteral& iAttribute,
                        PConfigValue*& oValue) noexcept;
 
@@ -89,26 +96,29 @@ private:
     static int _choose(const Records& iRecords, const PLiteral& iAttribute,
                        PConfigValue*& oValue) noexcept;
 
-    // A store that cannot be read counts as one without values; only lack of memory is passed on.
-    int findInManager(const PLiteral& iKey, Records& oRecords) noexcept;
-    int needStore() noexcept;
-    bool hasSources() const noexcept;
+    /// The manager, for a configuration with an ID; otherwise null.
+    PConfigManager* source() const noexcept;
     int findOwnValue(const PLiteral& iKey, const PLiteral& iAttribute,
                      PConfigValue*& oValue) noexcept;
 
-    template <class TCopy>
-    int read(const PLiteral& iKey, const PLiteral& iAttribute, const TCopy& iCopy) noexcept;
-    template <class TConvert, class... TValue>
-    int readAs(const TConvert& iConvert, const PLiteral& iKey, TValue&... oValue) noexcept;
-    template <class TConvert, class... TValue>
-    int readAttrAs(const TConvert& iConvert, const PLiteral& iKey, const PLiteral& iAttribute,
-                   TValue&... oValue) noexcept;
+    /// Copies the chosen record.
+    typedef PFunctionRef<int(const PConfigValue& iRecord)> Copy;
+
+    int read(const PLiteral& iKey, const PLiteral& iAttribute, const Copy& iCopy) noexcept;
+    [[gnu::cold]] int readLocked(const PLiteral& iKey, const PLiteral& iAttribute,
+                                 const Copy& iCopy) noexcept;
+    /// Converts a text.
+    typedef PFunctionRef<int(const PLiteral& iText)> Convert;
+
+    /// Reads the value of a key, or an attribute if iAttribute is not null, and converts it.
+    int readAs(const PLiteral& iKey, const PLiteral* iAttribute, const Convert& iConvert) noexcept;
 
     PCounterSync fRefCount;
     PConfigArena fArena; ///< the records of fValues, and the texts of those that were read
     PConfigValues fValues;
     PString fID;
     PBaseptr<IConfigManager> fManager;
+    std::atomic<PConfigValues*> fRunTimeValues{nullptr}; ///< of the ID; null until they are found
     PReadFault fReadFault;
 };
 

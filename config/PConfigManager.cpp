@@ -20,14 +20,27 @@ int PConfigManager::locked(const PFunctionRef<int()>& iWork) noexcept
         });
 }
 
+int PConfigManager::lockedForChange(const PFunctionRef<int()>& iWork) noexcept
+{
+    return locked(
+        [&]
+        {
+            const PReaderLock::Writer writer(fReaders);
+            return iWork();
+        });
+}
+
 PConfigManager::PConfigManager() noexcept
     : fRefCount(0),
       fClosed(false),
       fFiles(*this, fValues, fLog),
-      fStore(*this, fFiles, fLog, fClosed)
+      fStore(*this, fFiles, fLog, fReaders, fClosed)
 {
     // A mutex that cannot be opened fails every lock, and so every operation, with its code.
-    (void)fMutex.init(true);
+    if (fMutex.init(true) == 0)
+    {
+        fReaders.init();
+    }
 }
 
 PConfigManager::~PConfigManager()
@@ -90,6 +103,11 @@ bool PConfigManager::isClosed() const noexcept
 PMutex& PConfigManager::mutex() noexcept
 {
     return fMutex;
+}
+
+PReaderLock& PConfigManager::readers() noexcept
+{
+    return fReaders;
 }
 
 int PConfigManager::loadByFile(const PLiteral& iFile, PBaseptr<IConfig>& oConfig) noexcept
@@ -234,7 +252,7 @@ int PConfigManager::setString(const PLiteral& iID, const PLiteral& iKey, const P
         return allowed;
     }
     PConfigListeners::Change change;
-    const int result = locked(
+    const int result = lockedForChange(
         [&]() IXLA_REQUIRES(fMutex)
         {
             PConfigValues* values = nullptr;
@@ -263,7 +281,7 @@ int PConfigManager::setAttrString(const PLiteral& iID, const PLiteral& iKey,
         return allowed;
     }
     PConfigListeners::Change change;
-    const int result = locked(
+    const int result = lockedForChange(
         [&]() IXLA_REQUIRES(fMutex)
         {
             PConfigValues* values = nullptr;
@@ -291,8 +309,8 @@ int PConfigManager::removeSetKey(const PLiteral& iID, const PLiteral& iKey) noex
 {
     const int allowed = PConfigFormat::_checkAllowedChars(iID, iKey, PLiteral());
     return allowed != 0 ? allowed
-                        : locked([&]() IXLA_REQUIRES(fMutex)
-                                 { return fValues.nl_removeSet(iID, iKey, nullptr); });
+                        : lockedForChange([&]() IXLA_REQUIRES(fMutex)
+                                          { return fValues.nl_removeSet(iID, iKey, nullptr); });
 }
 
 int PConfigManager::removeSetAttr(const PLiteral& iID, const PLiteral& iKey,
@@ -300,8 +318,8 @@ int PConfigManager::removeSetAttr(const PLiteral& iID, const PLiteral& iKey,
 {
     const int allowed = PConfigFormat::_checkAllowedChars(iID, iKey, iAttribute);
     return allowed != 0 ? allowed
-                        : locked([&]() IXLA_REQUIRES(fMutex)
-                                 { return fValues.nl_removeSet(iID, iKey, &iAttribute); });
+                        : lockedForChange([&]() IXLA_REQUIRES(fMutex)
+                                          { return fValues.nl_removeSet(iID, iKey, &iAttribute); });
 }
 
 int PConfigManager::storeString(const PLiteral& iID, const PLiteral& iKey,
@@ -365,23 +383,40 @@ int PConfigManager::findLoadedValue(const PLiteral& iID, const PLiteral& iKey,
                   { return fStore.nl_findLoadedValue(iID, iKey, oValue); });
 }
 
-int PConfigManager::findValues(const PLiteral& iID, const PLiteral& iKey, PConfigValue*& oDynamic,
-                               PConfigValue*& oStored) noexcept
+// The caller has one of the two locks that exclude changes; the analysis knows only one of them.
+bool PConfigManager::isStoreKnown() const noexcept IXLA_NO_THREAD_SAFETY_ANALYSIS
 {
-    return locked(
-        [&]() IXLA_REQUIRES(fMutex)
+    return fStore.isKnown();
+}
+
+// As above. A table of run-time values is never removed.
+int PConfigManager::findValues(const PLiteral& iID, const PLiteral& iKey,
+                               std::atomic<PConfigValues*>& ioTable, PConfigValue*& oDynamic,
+                               PConfigValue*& oStored) noexcept IXLA_NO_THREAD_SAFETY_ANALYSIS
+{
+    return ixlaGuarded(
+        [&]
         {
-            // A key without a run-time value is no error.
-            (void)fValues.nl_findDynamicValue(iID, iKey, oDynamic);
-            const int result = fStore.nl_findLoadedValue(iID, iKey, oStored);
-            // Lack of memory leaves open what the store holds. Any other error counts as no value.
-            return result == eIxlaNoMemory ? result : static_cast<int>(eIxlaOk);
+            PConfigValues* table = ioTable.load(std::memory_order_acquire);
+            if (!table && fValues.nl_findDynamicCfgValues(iID, false, table) == 0)
+            {
+                ioTable.store(table, std::memory_order_release);
+            }
+            if (table)
+            {
+                const PConfigPlace place(*table, iKey);
+                oDynamic = place.found ? &place.at->second : nullptr;
+            }
+            // A key without a stored value is no error.
+            (void)fStore.findKnown(iID, iKey, oStored);
+            return eIxlaOk;
         });
 }
 
-int PConfigManager::needLoadedStore() noexcept
+// The caller holds the lock through mutex(), which the analysis does not see.
+int PConfigManager::nl_needLoadedStore() noexcept IXLA_NO_THREAD_SAFETY_ANALYSIS
 {
-    return locked([&]() IXLA_REQUIRES(fMutex) { return fStore.nl_needLoadedStore(); });
+    return ixlaGuarded([&] { return fStore.nl_needLoadedStore(); });
 }
 
 int PConfigManager::getDynamicString(const PLiteral& iID, const PLiteral& iKey,

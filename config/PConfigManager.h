@@ -10,6 +10,7 @@
 #include "config/PConfigLog.h"
 #include "config/PConfigStore.h"
 #include "config/PFunctionRef.h"
+#include "config/PReaderLock.h"
 #include "config/PRunTimeValues.h"
 #include "config/PTypedConfigManager.h"
 #include "portinglayer/PCounterSync.h"
@@ -29,6 +30,9 @@ struct PReadFault;
 /// are read and written and while lines are logged, and not while a file or arguments are loaded or
 /// appended. It is never held while the core is asked for a service or an event is sent. Operations
 /// that cannot lock return the mutex's code and do nothing.
+///
+/// The run-time values and the snapshot of the store are changed with that lock held and the reader
+/// lock closed. So a configuration reads them as a reader, or with the lock held.
 ///
 /// The store and the manager's own configuration hold references to the manager, as every
 /// configuration does; cleanup() breaks that cycle.
@@ -100,6 +104,9 @@ public:
     /// text is copied.
     PMutex& mutex() noexcept;
 
+    /// The lock of readers. It is closed for short changes only, never while a file is used.
+    PReaderLock& readers() noexcept;
+
     ///@{
     /// Find the run-time or the stored record of a key. The first search for a stored record reads
     /// the store. The record is valid while the lock is held. Return 0, -504 for none, -501, the
@@ -108,14 +115,18 @@ public:
     int findLoadedValue(const PLiteral& iID, const PLiteral& iKey, PConfigValue*& oValue) noexcept;
     ///@}
 
-    /// Finds both records. A pointer is unchanged when there is no such record. Returns 0, -501, or
-    /// the mutex's code.
-    int findValues(const PLiteral& iID, const PLiteral& iKey, PConfigValue*& oDynamic,
-                   PConfigValue*& oStored) noexcept;
+    /// Whether readers know the store. If not, nl_needLoadedStore() is called first.
+    bool isStoreKnown() const noexcept;
 
-    /// Reads the store unless it was read before. Returns 0, -501, the mutex's code, or
+    /// Finds both records. A pointer is unchanged when there is no such record. ioTable remembers
+    /// the run-time values of iID and is null at first. The caller is a reader or holds the lock
+    /// until it has copied the text. Returns 0 or -501.
+    int findValues(const PLiteral& iID, const PLiteral& iKey, std::atomic<PConfigValues*>& ioTable,
+                   PConfigValue*& oDynamic, PConfigValue*& oStored) noexcept;
+
+    /// Reads the store unless it was read before. The caller holds the lock. Returns 0, -501, or
     /// the code of reading.
-    int needLoadedStore() noexcept;
+    int nl_needLoadedStore() noexcept;
 
     ///@{
     /// Copy the text of the record that the find operation of the same kind finds.
@@ -128,6 +139,9 @@ private:
     /// code.
     int locked(const PFunctionRef<int()>& iWork) noexcept;
 
+    /// The same with the reader lock closed.
+    int lockedForChange(const PFunctionRef<int()>& iWork) noexcept;
+
     [[gnu::cold]] void nl_close(PBaseptr<IConfig>& oManagerConfig, PBaseptr<IConfig>& oStore)
         IXLA_REQUIRES(fMutex);
 
@@ -137,6 +151,7 @@ private:
 
     PCounterSync fRefCount;
     PMutex fMutex;
+    PReaderLock fReaders;      ///< closed with the lock held
     std::atomic<bool> fClosed; ///< set with the lock held
     PRunTimeValues fValues IXLA_GUARDED_BY(fMutex);
     PConfigListeners fListeners IXLA_GUARDED_BY(fMutex);

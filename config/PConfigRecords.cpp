@@ -9,11 +9,22 @@
 namespace
 {
 /// Inserts a value. Throws std::bad_alloc.
-void _insert(PConfigValues& ioValues, PConfigValues::iterator iPlace, const PLiteral& iKey,
-             const PLiteral& iValue)
+PConfigValues::iterator _insert(PConfigValues& ioValues, PConfigValues::iterator iPlace,
+                                const PLiteral& iKey, const PLiteral& iValue)
 {
-    ioValues.emplace_hint(iPlace, std::piecewise_construct, std::forward_as_tuple(iKey),
-                          std::forward_as_tuple(iValue));
+    return ioValues.emplace_hint(iPlace, std::piecewise_construct, std::forward_as_tuple(iKey),
+                                 std::forward_as_tuple(iValue));
+}
+
+/// Inserts an attribute unless it is present. Throws std::bad_alloc.
+template <class TAttributes>
+void _addAttribute(TAttributes& ioAttributes, const PLiteral& iAttribute, const PLiteral& iValue)
+{
+    const auto place = ioAttributes.lower_bound(iAttribute);
+    if (place == ioAttributes.end() || place->first != iAttribute)
+    {
+        ioAttributes.emplace_hint(place, iAttribute, iValue);
+    }
 }
 } // namespace
 
@@ -43,19 +54,14 @@ int PConfigRecords::_addAttrValue(PConfigValues& ioValues, const PLiteral& iKey,
         [&]
         {
             const PConfigPlace place(ioValues, iKey);
-            if (!place.found)
+            if (place.found)
             {
-                PConfigValue record;
-                record.fAttributes.emplace(iAttribute, iValue);
-                ioValues.emplace_hint(place.at, iKey, std::move(record));
+                _addAttribute(place.at->second.fAttributes, iAttribute, iValue);
                 return eIxlaOk;
             }
-            auto& attributes = place.at->second.fAttributes;
-            const auto attribute = attributes.lower_bound(iAttribute);
-            if (attribute == attributes.end() || attribute->first != iAttribute)
-            {
-                attributes.emplace_hint(attribute, iAttribute, iValue);
-            }
+            decltype(PConfigValue::fAttributes) attributes;
+            _addAttribute(attributes, iAttribute, iValue);
+            _insert(ioValues, place.at, iKey, PLiteral())->second.fAttributes.swap(attributes);
             return eIxlaOk;
         });
 }

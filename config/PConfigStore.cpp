@@ -8,6 +8,7 @@
 #include "config/PConfigLog.h"
 #include "config/PConfigRecords.h"
 #include "config/PConfigResult.h"
+#include "config/PReaderLock.h"
 #include "config/PStoreWriter.h"
 #include "portinglayer/PFile.h"
 
@@ -63,8 +64,8 @@ void _appendStoredIDs(const PConfigValues& iStore, std::vector<PString>& ioIDs)
 } // namespace
 
 PConfigStore::PConfigStore(IConfigManager& ioManager, PConfigFiles& ioFiles, PConfigLog& ioLog,
-                           const std::atomic<bool>& iClosed) noexcept
-    : fManager(ioManager), fFiles(ioFiles), fLog(ioLog), fClosed(iClosed)
+                           PReaderLock& ioReaders, const std::atomic<bool>& iClosed) noexcept
+    : fManager(ioManager), fFiles(ioFiles), fLog(ioLog), fReaders(ioReaders), fClosed(iClosed)
 {
 }
 
@@ -129,6 +130,7 @@ int PConfigStore::nl_removeStored(const PLiteral& iID, const PLiteral& iKey,
     (void)PConfigRecords::_remove(PConfigLoader::_valuesOf(store), storeKey, iAttribute);
     if (fLoadedStore)
     {
+        const PReaderLock::Writer change(fReaders);
         (void)PConfigRecords::_remove(PConfigLoader::_valuesOf(fLoadedStore), storeKey, iAttribute);
     }
     return nl_saveStore(PConfigLoader::_valuesOf(store), writer);
@@ -163,20 +165,43 @@ int PConfigStore::nl_listIDs(std::vector<PString>& ioIDs)
 
 int PConfigStore::nl_needLoadedStore()
 {
-    return fLoadedStore ? static_cast<int>(eIxlaOk) : nl_loadStore(fLoadedStore);
+    if (isKnown())
+    {
+        return fLoadedStore ? eIxlaOk : eIxlaNoStoreFile;
+    }
+    PBaseptr<IConfig> store;
+    const int result = nl_loadStore(store);
+    // Without a name the result stays: the manager's configuration does not change.
+    if (result == 0 || result == eIxlaNoStoreFile)
+    {
+        const PReaderLock::Writer writer(fReaders);
+        fLoadedStore = store;
+        fWithoutStore = result != 0;
+    }
+    return result;
+}
+
+bool PConfigStore::isKnown() const noexcept
+{
+    return fLoadedStore || fWithoutStore;
+}
+
+int PConfigStore::findKnown(const PLiteral& iID, const PLiteral& iKey, PConfigValue*& oValue) const
+{
+    if (!fLoadedStore || PConfigLoader::_valuesOf(fLoadedStore).empty())
+    {
+        return eIxlaNotFound;
+    }
+    ShortText storeKey;
+    _makeStoreKey(iID, iKey, storeKey);
+    return static_cast<PConfig&>(*fLoadedStore).__findValue(storeKey, oValue);
 }
 
 int PConfigStore::nl_findLoadedValue(const PLiteral& iID, const PLiteral& iKey,
                                      PConfigValue*& oValue)
 {
     const int result = nl_needLoadedStore();
-    if (result != 0)
-    {
-        return result;
-    }
-    ShortText storeKey;
-    _makeStoreKey(iID, iKey, storeKey);
-    return static_cast<PConfig&>(*fLoadedStore).__findValue(storeKey, oValue);
+    return result != 0 ? result : findKnown(iID, iKey, oValue);
 }
 
 int PConfigStore::nl_getLoadedString(const PLiteral& iID, const PLiteral& iKey, PString& oValue)
@@ -193,7 +218,9 @@ int PConfigStore::nl_getLoadedString(const PLiteral& iID, const PLiteral& iKey, 
 PBaseptr<IConfig> PConfigStore::nl_takeLoadedStore()
 {
     PBaseptr<IConfig> taken = fLoadedStore;
+    const PReaderLock::Writer writer(fReaders);
     fLoadedStore.clear();
+    fWithoutStore = false;
     return taken;
 }
 

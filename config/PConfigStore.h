@@ -14,11 +14,13 @@
 
 class PConfigFiles;
 class PConfigLog;
+class PReaderLock;
 class PStoreWriter;
 
 /// Reads and rewrites the store file. A change is made in a fresh copy of the file. Reads use a
 /// snapshot that is taken at the first read; only removals change it. Not synchronised: the manager
-/// guards it with its lock.
+/// guards it with its lock. The snapshot is changed with the reader lock closed, too, so that
+/// readers of that lock may search it.
 ///
 /// The snapshot holds the manager; nl_takeLoadedStore() breaks that cycle.
 ///
@@ -28,10 +30,10 @@ class PStoreWriter;
 class PConfigStore
 {
 public:
-    /// The store file is read by an operation of ioManager, which owns all four. While iClosed is
+    /// The store file is read by an operation of ioManager, which owns all five. While iClosed is
     /// set, a configuration that is read holds no reference to the manager.
     PConfigStore(IConfigManager& ioManager, PConfigFiles& ioFiles, PConfigLog& ioLog,
-                 const std::atomic<bool>& iClosed) noexcept;
+                 PReaderLock& ioReaders, const std::atomic<bool>& iClosed) noexcept;
 
     PConfigStore(const PConfigStore&) = delete;
     PConfigStore& operator=(const PConfigStore&) = delete;
@@ -52,7 +54,14 @@ public:
     /// Takes the snapshot unless there is one.
     int nl_needLoadedStore();
 
-    /// Finds the record of a key in the snapshot. Returns -504 for none.
+    /// Whether the snapshot was taken, or there is no store. [reader lock]
+    bool isKnown() const noexcept;
+
+    /// Finds the record of a key in the snapshot. Returns 0, or -504 also without a snapshot.
+    /// Throws std::bad_alloc. [reader lock]
+    int findKnown(const PLiteral& iID, const PLiteral& iKey, PConfigValue*& oValue) const;
+
+    /// Finds the record of a key in the snapshot, which is taken if need be. Returns -504 for none.
     int nl_findLoadedValue(const PLiteral& iID, const PLiteral& iKey, PConfigValue*& oValue);
 
     /// Copies the text of such a record.
@@ -74,8 +83,10 @@ private:
     IConfigManager& fManager;
     PConfigFiles& fFiles;
     PConfigLog& fLog;
+    PReaderLock& fReaders;
     const std::atomic<bool>& fClosed;
     PBaseptr<IConfig> fLoadedStore; ///< the store as first read, without removed values
+    bool fWithoutStore = false;     ///< whether the manager's configuration names no store
     PString fStorePath;             ///< empty until resolved
 };
 

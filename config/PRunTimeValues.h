@@ -7,8 +7,9 @@
 
 #include <map>
 
-/// A table of records for each configuration ID. Not synchronised: the manager guards it with its
-/// lock. A record that is found is valid until the lock is released.
+/// A table of records for each configuration ID, which is never removed. Not synchronised: the
+/// manager guards it with its lock, and closes its reader lock for changes. A record that is found
+/// is valid until the lock is released.
 class PRunTimeValues
 {
 public:

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "config/ConfigEventsTest.h"
 #include "config/ConfigTest.h"
+#include "config/PConfig.h"
 
 #include "Ixla.h"
 #include "support/PortFaults.h"
@@ -261,11 +262,14 @@ TEST_F(ConfigLockFaults, ReadersThatCannotLockReturnTheirOwnValues)
     EXPECT_EQ(attrOf(config, "port", "unit"), "<-504>");
 }
 
-TEST_F(ConfigLockFaults, ReadersWithOnlyInnerLocksFailingReturnTheirOwnValues)
+TEST_F(ConfigLockFaults, ReadersThatKnowTheStoreLockNothing)
 {
-    PortFaults::mutexLock.armOnThisThread(-77, 1);
+    EXPECT_EQ(valueOf(config, "port"), "8080");
+    PortFaults::mutexLock.armOnThisThread(-77);
 
-    EXPECT_EQ(valueOf(config, "port"), "80");
+    EXPECT_EQ(valueOf(config, "port"), "8080");
+    EXPECT_EQ(attrOf(config, "port", "unit"), "tcp");
+    EXPECT_EQ(PortFaults::mutexLock.hits(), 0);
 }
 
 TEST_F(ConfigLockFaults, RecordsAreNotUsedWithoutTheReadersOwnLock)
@@ -319,6 +323,19 @@ TEST_F(ConfigFaults, ManagerWithoutAMutexRefusesEverything)
 
     EXPECT_EQ(own->setString(L"A", L"K", L"1"), -22);
     EXPECT_EQ(own->addListener(L"A", L"T"), -22);
+}
+
+TEST_F(ConfigFaults, ConfigurationOfAManagerWithoutAMutexReturnsItsOwnValues)
+{
+    PortFaults::mutexInit.armOnThisThread(-12);
+    const PBaseptr<IConfigManager> own(new PConfigManager);
+    PortFaults::mutexInit.disarm();
+    const PBaseptr<IConfig> config = PBaseptr<IConfig>::adopt(new PConfig(own.get(), L"net"));
+    const PString args[] = {L"a = 1"};
+    ASSERT_EQ(own->appendByArgs(args, 1, config), 0);
+
+    EXPECT_EQ(valueOf(config, "a"), "1");
+    EXPECT_EQ(valueOf(config, "b"), "<-504>");
 }
 
 TEST_F(ConfigFaults, FailedConversionReturnsItsCodeAndSetsNothing)

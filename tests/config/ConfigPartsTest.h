@@ -8,6 +8,7 @@
 #include "config/PConfigLog.h"
 #include "config/PConfigRecords.h"
 #include "config/PConfigStore.h"
+#include "config/PReaderLock.h"
 #include "config/PRunTimeValues.h"
 #include "support/Texts.h"
 
@@ -33,7 +34,8 @@ protected:
     PConfigLog log;
     std::atomic<bool> closed{false};
     PConfigFiles files{manager, values, log};
-    PConfigStore stored{manager, files, log, closed};
+    PReaderLock readers;
+    PConfigStore stored{manager, files, log, readers, closed};
 };
 
 #endif

@@ -161,6 +161,35 @@ SCENARIO(RemovalOfARunTimeValueBesideReads, .jumps = false, .small = true)
     require(services.read(L"set") == L"stored", "the stored value is back");
 }
 
+SCENARIO(ReadersBesideARemovalOfARunTimeValue, .milliseconds = 500, .jumps = false)
+{
+    const HeldServices services;
+    _set(services, L"set", L"run time");
+    // The readers know the store, so that they take no mutex.
+    require(services.read(L"set") == L"run time", "the run-time value comes before the stored one");
+    const auto read = [&]
+    {
+        _readChange(services, L"set", L"run time", L"stored");
+    };
+    runTogether([&]
+                { requireEqual(0, services.manager->removeSetKey(L"net", L"set"), "the removal"); },
+                read, read);
+    require(services.read(L"set") == L"stored", "the stored value is back");
+}
+
+SCENARIO(ReadBesideTheRemovalOfAStoredKey, .milliseconds = 500, .jumps = false, .small = true)
+{
+    const HeldServices services;
+    require(services.read(L"stored") == L"stored", "the stored value");
+    runTogether(
+        [&] { requireEqual(0, services.manager->removeStoredKey(L"net", L"stored"), "removal"); },
+        [&]
+        {
+            const std::wstring text = services.read(L"stored");
+            require(text == L"stored" || text == std::to_wstring(eIxlaNotFound), "the read");
+        });
+}
+
 SCENARIO(ThreeLayersBesideAReader, .jumps = false)
 {
     const HeldServices services;
