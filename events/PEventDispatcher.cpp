@@ -4,6 +4,8 @@
 #include "Ixla.h"
 #include "PGuarded.h"
 #include "core/PHeldService.h"
+#include "logger/PLogger.h"
+#include "logging/PLoggerImpl.h"
 #include "portinglayer/PCancelGuard.h"
 #include "portinglayer/PCodeOwner.h"
 #include "portinglayer/PLockGuard.h"
@@ -22,12 +24,21 @@ const void* _address(const IBase* iObject)
 } // namespace
 
 template <class... TArgs>
-void PEventDispatcher::debug(int iLevel, const wchar_t* iFormat, TArgs... iArgs) const
+void PEventDispatcher::debug(const wchar_t* iFormat, TArgs... iArgs) const
 {
     if (fLogger)
     {
         // The log itself counts a line that it cannot write.
-        (void)fLogger->debug(iLevel, iFormat, iArgs...);
+        (void)fLogger->debug(0, iFormat, iArgs...);
+    }
+}
+
+template <class... TArgs>
+void PEventDispatcher::trace(const wchar_t* iFormat, TArgs... iArgs) const
+{
+    if (fLogFile && fLogFile->isLogged(kTraceLevel)) [[unlikely]]
+    {
+        (void)fLogger->debug(kTraceLevel, iFormat, iArgs...);
     }
 }
 
@@ -54,17 +65,22 @@ PEventDispatcher::Listeners::~Listeners()
     }
 }
 
-PEventDispatcher::PEventDispatcher() : fRefCount(0)
+PEventDispatcher::PEventDispatcher() : fRefCount(0), fLogFile(nullptr)
 {
-    const PHeldService<ILogger> logger(kIxlaLoggerId);
+    // The core's own plugin offers this ID; a second plugin with it is refused.
+    const PHeldService<PLoggerImpl> logger(kIxlaLoggerId);
     fLogger = logger.get();
-    debug(0, L"[EventDispatcher] Create instance: %p", _address(this));
+    if (logger.get())
+    {
+        fLogFile = logger.get()->file();
+    }
+    debug(L"[EventDispatcher] Create instance: %p", _address(this));
 }
 
 PEventDispatcher::~PEventDispatcher()
 {
     const PCancelGuard guard;
-    debug(0, L"[EventDispatcher][destructor] Destroy instance: %p", _address(this));
+    debug(L"[EventDispatcher][destructor] Destroy instance: %p", _address(this));
 
     // While a listener is released here it may take and drop a reference to the dispatcher, which
     // must not destroy it again. It may also unsubscribe, which needs a consistent table: it is
@@ -115,7 +131,7 @@ int PEventDispatcher::decRef() noexcept
 
 int PEventDispatcher::addListener(const PLiteral& iTopic, IEventListener* iListener) noexcept
 {
-    debug(0, L"[EventDispatcher][addListener] iTopic: %ls iListener: %p", iTopic.ptr(),
+    debug(L"[EventDispatcher][addListener] iTopic: %ls iListener: %p", iTopic.ptr(),
           _address(iListener));
     if (iTopic.len() == 0 || !iListener)
     {
@@ -133,13 +149,13 @@ int PEventDispatcher::addListener(const PLiteral& iTopic, IEventListener* iListe
     {
         return unlockFailed("addListener", code);
     }
-    debug(0, L"[EventDispatcher][addListener] res: %d", result);
+    debug(L"[EventDispatcher][addListener] res: %d", result);
     return result;
 }
 
 int PEventDispatcher::removeListener(const PLiteral& iTopic, IEventListener* iListener) noexcept
 {
-    debug(0, L"[EventDispatcher][removeListener] iTopic: %ls iListener: %p", iTopic.ptr(),
+    debug(L"[EventDispatcher][removeListener] iTopic: %ls iListener: %p", iTopic.ptr(),
           _address(iListener));
     if (iTopic.len() == 0 || !iListener)
     {
@@ -161,13 +177,13 @@ int PEventDispatcher::removeListener(const PLiteral& iTopic, IEventListener* iLi
         return unlockFailed("removeListener", code);
     }
     release("removeListener", removed);
-    debug(0, L"[EventDispatcher][removeListener] res: %d", result);
+    debug(L"[EventDispatcher][removeListener] res: %d", result);
     return result;
 }
 
 int PEventDispatcher::send(const PLiteral& iTopic, IBase* iParam1, int iParam2)
 {
-    debug(kTraceLevel, L"[EventDispatcher][send] iTopic: %ls iParam1: %p iParam2: %d", iTopic.ptr(),
+    trace(L"[EventDispatcher][send] iTopic: %ls iParam1: %p iParam2: %d", iTopic.ptr(),
           _address(iParam1), iParam2);
     if (iTopic.len() == 0)
     {
@@ -192,7 +208,7 @@ int PEventDispatcher::send(const PLiteral& iTopic, IBase* iParam1, int iParam2)
     {
         deliver(*listeners, iTopic, iParam1, iParam2);
     }
-    debug(kTraceLevel, L"[EventDispatcher][send] res: %d", result);
+    trace(L"[EventDispatcher][send] res: %d", result);
     return result;
 }
 
@@ -314,7 +330,7 @@ IXLA_PASSES_THREAD_END void PEventDispatcher::deliver(const Listeners& iListener
 {
     for (auto entry = iListeners.rbegin(); entry != iListeners.rend(); ++entry)
     {
-        debug(kTraceLevel, L"[EventDispatcher][send] Notify listener: %p", _address(entry->get()));
+        trace(L"[EventDispatcher][send] Notify listener: %p", _address(entry->get()));
         try
         {
             // The result is ignored: a listener must not affect the delivery to the others.
@@ -337,11 +353,10 @@ void PEventDispatcher::releaseListeners(Topics& ioTopics) const
 {
     for (auto& [topic, listeners] : ioTopics)
     {
-        debug(0, L"[EventDispatcher][destructor] Not removed listeners for topic: %ls",
-              topic.ptr());
+        debug(L"[EventDispatcher][destructor] Not removed listeners for topic: %ls", topic.ptr());
         for (const PBaseptr<IEventListener>& listener : *listeners)
         {
-            debug(0, L"[EventDispatcher][destructor] Not removed listener: %p",
+            debug(L"[EventDispatcher][destructor] Not removed listener: %p",
                   _address(listener.get()));
         }
         for (PBaseptr<IEventListener>& listener : *listeners)

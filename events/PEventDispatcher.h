@@ -16,6 +16,8 @@
 #include <unordered_map>
 #include <vector>
 
+class PLogger;
+
 /// Stores the listeners of each topic and delivers events to them (see IEventDispatcher). Create it
 /// on the heap and call init() once before any other operation.
 ///
@@ -90,7 +92,10 @@ private:
     ///@}
 
     template <class... TArgs>
-    void debug(int iLevel, const wchar_t* iFormat, TArgs... iArgs) const;
+    void debug(const wchar_t* iFormat, TArgs... iArgs) const;
+    /// Writes a line about an event. Few logs have them, so the level is checked before the call.
+    template <class... TArgs>
+    void trace(const wchar_t* iFormat, TArgs... iArgs) const;
     template <class... TArgs>
     [[gnu::cold]] void error(const wchar_t* iFormat, TArgs... iArgs) const;
 
@@ -100,6 +105,7 @@ private:
     /// The lists of fListeners by topic, for the lookup of a delivery.
     Index fIndex IXLA_GUARDED_BY(fMutex);
     PBaseptr<ILogger> fLogger; ///< constant after construction; may be empty
+    const PLogger* fLogFile;   ///< of fLogger; may be null
 };
 
 #endif

@@ -44,6 +44,13 @@ public:
 
     int showMsgBox(int iLevel, const wchar_t* iFormat, ...) noexcept override;
 
+    /// The log file, for callers that ask often whether a level is logged; null when it could not
+    /// be allocated. Borrowed from this object.
+    const PLogger* file() const noexcept
+    {
+        return fLogger;
+    }
+
     virtual ~PLoggerImpl();
 
 private:
