@@ -3,6 +3,7 @@
 
 #include "PLogNumbers.h"
 #include "PLogText.h"
+#include "PSafeWrite.h"
 #include "portinglayer/PStandardError.h"
 
 #include <algorithm>
@@ -14,11 +15,13 @@ namespace
 // Room for time, numbers and separators of a header, and for the report of lost lines.
 constexpr std::size_t kHeaderRoom = 96;
 constexpr std::size_t kReportRoom = 96;
+constexpr std::string_view kTimeToCome = "0000-00-00 00:00:00.000";
 constexpr std::string_view kLostLines = "[PLogger] Lost lines: ";
 constexpr std::string_view kLostEchoes = "[PLogger] Lost echo lines: ";
 constexpr std::string_view kLossError = " err: ";
 // A byte of a dump needs two digits, a blank and its character.
 constexpr std::size_t kDumpBytesEach = 4;
+constexpr std::size_t kDumpRoom = 16; // offset, separators and line end
 constexpr int kOffsetDigits = 8;
 
 /// The encoded tag with a blank before and after it.
@@ -45,10 +48,11 @@ char _shown(unsigned char iByte)
 PLogFile::PLogFile(const std::string& iPath, const PLiteral& iTag, bool iNew,
                    const PLogLimits& iLimits)
     : fTag(_encodeTag(iTag)),
-      fFixedRoom(3 * (kHeaderRoom + fTag.size()) + 2 * kReportRoom),
-      fLine(fFixedRoom + std::size_t{PLogText::eShort} * PLogLine::eMaxBytes),
+      fHeaderRoom(kHeaderRoom + fTag.size()),
+      fReportRoom(2 * (fHeaderRoom + kReportRoom)),
+      fIsLimited(iLimits.size > 0 || iLimits.lines > 0),
+      fReport(fReportRoom + eUsualRoom),
       fSink(iPath, iNew, iLimits),
-      fLineBegin(0),
       fLost{0, 0},
       fUnechoed{0, 0}
 {
@@ -62,14 +66,14 @@ PLogFile::~PLogFile()
     }
     PLogLock lock(fMutex);
     const unsigned int reports = (fLost.lines > 0) + (fUnechoed.lines > 0);
-    if (reports == 0 || fLine.reset(fFixedRoom) != 0)
+    if (reports == 0 || fReport.reset(fReportRoom) != 0)
     {
         return;
     }
     nl_addReport(kLostLines, fLost);
     nl_addReport(kLostEchoes, fUnechoed);
     // The file is about to be closed: there is no place to report a failure.
-    static_cast<void>(fSink.put(fLine.bytes(), reports));
+    static_cast<void>(fSink.put(fReport.bytes(), reports, PSafeWrite::isSizeUnlimited()));
 }
 
 int PLogFile::open() noexcept
@@ -78,94 +82,121 @@ int PLogFile::open() noexcept
     return fSink.open();
 }
 
-int PLogFile::write(char iKind, const PLogText& iText, const PLogEcho& iEcho) noexcept
+int PLogFile::write(char iKind, const wchar_t* iFormat, va_list iArgs,
+                    const PLogEcho& iEcho) noexcept
 {
+    char usual[eUsualRoom];
+    PLogLine line(usual, sizeof usual);
+    int result = beginLine(iKind, line);
+    const std::size_t textBegin = line.bytes().size();
+    result = result != 0 ? result : compose(iFormat, iArgs, line);
+    const bool isUnlimited = !fIsLimited && PSafeWrite::isSizeUnlimited();
     PLogLock lock(fMutex);
-    const int result = nl_begin(iKind, iText.len(), PLogLine::eMaxBytes);
     if (result != 0)
     {
         return nl_lose(result);
     }
-    const std::size_t textBegin = fLine.bytes().size();
-    fLine.addText(iText.ptr(), iText.len());
-    fLine.add('\n');
     if (iEcho.text)
     {
-        nl_echo(textBegin);
+        nl_echo(line.bytes().substr(textBegin));
     }
-    return nl_send(iEcho);
+    return nl_send(line, iEcho, isUnlimited);
+}
+
+/// Adds the text and the line end.
+int PLogFile::compose(const wchar_t* iFormat, va_list iArgs, PLogLine& ioLine) const noexcept
+{
+    const PLogText text(iFormat, iArgs);
+    int result = ioLine.append(text.ptr(), text.len());
+    result = result != 0 ? result : ioLine.endText();
+    result = result != 0 ? result : ioLine.reserve(1);
+    if (result == 0)
+    {
+        ioLine.add('\n');
+    }
+    return result;
 }
 
 int PLogFile::dump(const unsigned char* iData, unsigned int iSize, unsigned int iWidth,
                    const PLogEcho& iEcho) noexcept
 {
-    PLogLock lock(fMutex);
+    char usual[eUsualRoom];
+    PLogLine line(usual, sizeof usual);
     const unsigned int width = std::min(iWidth, iSize);
     int result = 0;
+    PLogLock lock(fMutex);
     for (unsigned int offset = 0; offset < iSize;)
     {
         const unsigned int size = std::min(width, iSize - offset);
-        const int sent = nl_dumpLine(iData, offset, size, width, iEcho);
+        const int composed = composeDump(iData, offset, size, width, line);
+        const int sent =
+            composed != 0 ? nl_lose(composed) : nl_send(line, iEcho, PSafeWrite::isSizeUnlimited());
         result = result != 0 ? result : sent;
         offset += size;
     }
     return result;
 }
 
-int PLogFile::nl_dumpLine(const unsigned char* iData, unsigned int iOffset, unsigned int iSize,
-                          unsigned int iWidth, const PLogEcho& iEcho) noexcept
+int PLogFile::composeDump(const unsigned char* iData, unsigned int iOffset, unsigned int iSize,
+                          unsigned int iWidth, PLogLine& oLine) const noexcept
 {
-    const int result = nl_begin('D', iWidth, kDumpBytesEach);
-    if (result != 0)
-    {
-        return nl_lose(result);
-    }
-    fLine.addHex(iOffset, kOffsetDigits);
-    fLine.add(' ');
-    for (unsigned int i = 0; i < iWidth; ++i)
-    {
-        fLine.add(' ');
-        if (i < iSize)
-        {
-            fLine.addHex(iData[iOffset + i], 2);
-        }
-        else
-        {
-            fLine.add("  ");
-        }
-    }
-    fLine.add("  |");
-    std::for_each(iData + iOffset, iData + iOffset + iSize,
-                  [this](unsigned char iByte) IXLA_REQUIRES(fMutex) { fLine.add(_shown(iByte)); });
-    fLine.add("|\n");
-    return nl_send(iEcho);
-}
-
-/// Provides room for a line of iLen parts of up to iBytesEach bytes, and adds a report of lost
-/// lines and the header.
-int PLogFile::nl_begin(char iKind, std::size_t iLen, std::size_t iBytesEach) noexcept
-{
-    if (iLen > (std::numeric_limits<std::size_t>::max() - fFixedRoom) / iBytesEach)
+    if (iWidth > (std::numeric_limits<std::size_t>::max() - kDumpRoom) / kDumpBytesEach)
     {
         return -ENOMEM;
     }
-    const int result = fLine.reset(fFixedRoom + iLen * iBytesEach);
+    int result = oLine.reset(0);
+    result = result != 0 ? result : beginLine('D', oLine);
+    result = result != 0 ? result : oLine.reserve(kDumpRoom + iWidth * kDumpBytesEach);
     if (result != 0)
     {
         return result;
     }
-    nl_addReport(kLostLines, fLost);
-    fLineBegin = fLine.bytes().size();
-    nl_addHeader(iKind);
+    oLine.addHex(iOffset, kOffsetDigits);
+    oLine.add(' ');
+    for (unsigned int i = 0; i < iWidth; ++i)
+    {
+        oLine.add(' ');
+        if (i < iSize)
+        {
+            oLine.addHex(iData[iOffset + i], 2);
+        }
+        else
+        {
+            oLine.add("  ");
+        }
+    }
+    oLine.add("  |");
+    std::for_each(iData + iOffset, iData + iOffset + iSize,
+                  [&oLine](unsigned char iByte) { oLine.add(_shown(iByte)); });
+    oLine.add("|\n");
     return 0;
 }
 
-int PLogFile::nl_send(const PLogEcho& iEcho) noexcept
+/// Adds the header of a line whose time is not known yet.
+int PLogFile::beginLine(char iKind, PLogLine& ioLine) const noexcept
 {
-    const int result = fSink.put(fLine.bytes(), fLost.lines > 0 ? 2 : 1);
+    const int result = ioLine.reserve(fHeaderRoom);
+    if (result == 0)
+    {
+        addHeader(kTimeToCome, iKind, ioLine);
+    }
+    return result;
+}
+
+void PLogFile::addHeader(std::string_view iTime, char iKind, PLogLine& ioLine) const noexcept
+{
+    ioLine.add(iTime);
+    ioLine.add(PLogNumbers::own());
+    ioLine.add(iKind);
+    ioLine.add(fTag);
+}
+
+int PLogFile::nl_send(PLogLine& ioLine, const PLogEcho& iEcho, bool iIsUnlimited) noexcept
+{
+    const int result = nl_put(ioLine, iIsUnlimited);
     if (iEcho.line)
     {
-        nl_echo(fLineBegin);
+        nl_echo(ioLine.bytes());
     }
     if (result != 0)
     {
@@ -175,18 +206,44 @@ int PLogFile::nl_send(const PLogEcho& iEcho) noexcept
     return 0;
 }
 
-/// Writes the bytes after iBegin to the standard error stream, after a report of the lines that the
-/// stream has dropped. The report is composed after the line, where nl_begin has provided room.
-void PLogFile::nl_echo(std::size_t iBegin) noexcept
+/// Completes the line with its time and appends it to the file, after a report of lost lines.
+int PLogFile::nl_put(PLogLine& ioLine, bool iIsUnlimited) noexcept
 {
-    const std::size_t end = fLine.bytes().size();
-    nl_addReport(kLostEchoes, fUnechoed);
-    int result = _echo(fLine.bytes().substr(end));
-    fLine.shorten(end);
+    if (fLost.lines == 0)
+    {
+        ioLine.replaceFront(fClock.now());
+        return fSink.put(ioLine.bytes(), 1, iIsUnlimited);
+    }
+    const int result = fReport.reset(fReportRoom + ioLine.bytes().size());
+    if (result == 0)
+    {
+        nl_addReport(kLostLines, fLost);
+    }
+    ioLine.replaceFront(fClock.now());
+    if (result != 0)
+    {
+        return result;
+    }
+    fReport.add(ioLine.bytes());
+    return fSink.put(fReport.bytes(), 2, iIsUnlimited);
+}
+
+/// Writes bytes to the standard error stream, after a report of the lines that the stream has
+/// dropped.
+void PLogFile::nl_echo(std::string_view iBytes) noexcept
+{
+    int result = 0;
+    if (fUnechoed.lines > 0)
+    {
+        // Cannot fail, because the usual room suffices.
+        static_cast<void>(fReport.reset(fReportRoom));
+        nl_addReport(kLostEchoes, fUnechoed);
+        result = _echo(fReport.bytes());
+    }
     if (result == 0)
     {
         fUnechoed.lines = 0;
-        result = _echo(fLine.bytes().substr(iBegin));
+        result = _echo(iBytes);
     }
     if (result != 0)
     {
@@ -202,25 +259,17 @@ int PLogFile::nl_lose(int iResult) noexcept
     return iResult;
 }
 
-void PLogFile::nl_addHeader(char iKind) noexcept
-{
-    fLine.add(fClock.now());
-    fLine.add(PLogNumbers::own());
-    fLine.add(iKind);
-    fLine.add(fTag);
-}
-
-/// Adds nothing when no line was lost.
+/// Adds nothing when no line was lost. fReport needs the room.
 void PLogFile::nl_addReport(std::string_view iWhat, const Losses& iLosses) noexcept
 {
     if (iLosses.lines == 0)
     {
         return;
     }
-    nl_addHeader('E');
-    fLine.add(iWhat);
-    fLine.addNumber(iLosses.lines);
-    fLine.add(kLossError);
-    fLine.addNumber(iLosses.lastError);
-    fLine.add('\n');
+    addHeader(fClock.now(), 'E', fReport);
+    fReport.add(iWhat);
+    fReport.addNumber(iLosses.lines);
+    fReport.add(kLossError);
+    fReport.addNumber(iLosses.lastError);
+    fReport.add('\n');
 }

@@ -10,11 +10,10 @@
 #include "portinglayer/PFork.h"
 #include "portinglayer/PLiteral.h"
 
+#include <cstdarg>
 #include <cstddef>
 #include <string>
 #include <string_view>
-
-class PLogText;
 
 /// What is also written to the standard error stream.
 struct PLogEcho
@@ -23,11 +22,12 @@ struct PLogEcho
     bool text; ///< the text of the line only
 };
 
-/// One open log. Each line is one write, made under the log's lock. Lines that cannot be written
-/// are counted; the next line that can be written is preceded by a line with their number. The same
-/// applies to the standard error stream, which a line never waits for; the lines that it lacks at
-/// the end are reported in the file. All operations return 0 or the negated errno of a line that
-/// the file lost. A forked child may only destroy the object. [any thread]
+/// One open log. A line is composed without the log's lock; its time is taken and its one write is
+/// made under the lock, so that the times ascend. Lines that cannot be written are counted; the
+/// next line that can be written is preceded by a line with their number. The same applies to the
+/// standard error stream, which a line never waits for; the lines that it lacks at the end are
+/// reported in the file. All operations return 0 or the negated errno of a line that the file lost.
+/// A forked child may only destroy the object. [any thread]
 class PLogFile
 {
 public:
@@ -50,7 +50,8 @@ public:
     /// Opens the file. After a failure every line tries again.
     int open() noexcept;
 
-    int write(char iKind, const PLogText& iText, const PLogEcho& iEcho) noexcept;
+    /// Writes a line of kind iKind. iFormat may be null, see PLogText.
+    int write(char iKind, const wchar_t* iFormat, va_list iArgs, const PLogEcho& iEcho) noexcept;
 
     /// Writes iSize bytes, iWidth in each line, without other lines in between.
     int dump(const unsigned char* iData, unsigned int iSize, unsigned int iWidth,
@@ -63,26 +64,34 @@ private:
         int lastError;
     };
 
-    int nl_begin(char iKind, std::size_t iLen, std::size_t iBytesEach) noexcept
+    enum
+    {
+        eUsualRoom = 5120 ///< bytes of a line that are stored on the stack
+    };
+
+    int compose(const wchar_t* iFormat, va_list iArgs, PLogLine& ioLine) const noexcept;
+    int composeDump(const unsigned char* iData, unsigned int iOffset, unsigned int iSize,
+                    unsigned int iWidth, PLogLine& oLine) const noexcept;
+    int beginLine(char iKind, PLogLine& ioLine) const noexcept;
+    void addHeader(std::string_view iTime, char iKind, PLogLine& ioLine) const noexcept;
+    int nl_send(PLogLine& ioLine, const PLogEcho& iEcho, bool iIsUnlimited) noexcept
         IXLA_REQUIRES(fMutex);
-    int nl_send(const PLogEcho& iEcho) noexcept IXLA_REQUIRES(fMutex);
-    int nl_dumpLine(const unsigned char* iData, unsigned int iOffset, unsigned int iSize,
-                    unsigned int iWidth, const PLogEcho& iEcho) noexcept IXLA_REQUIRES(fMutex);
-    void nl_echo(std::size_t iBegin) noexcept IXLA_REQUIRES(fMutex);
+    int nl_put(PLogLine& ioLine, bool iIsUnlimited) noexcept IXLA_REQUIRES(fMutex);
+    void nl_echo(std::string_view iBytes) noexcept IXLA_REQUIRES(fMutex);
     int nl_lose(int iResult) noexcept IXLA_REQUIRES(fMutex);
-    void nl_addHeader(char iKind) noexcept IXLA_REQUIRES(fMutex);
     void nl_addReport(std::string_view iWhat, const Losses& iLosses) noexcept IXLA_REQUIRES(fMutex);
 
     const unsigned short fGeneration = PFork::generation();
-    const std::string fTag;       ///< with the blanks around it in a line
-    const std::size_t fFixedRoom; ///< bytes of a line besides its text, including reports
+    const std::string fTag;        ///< with the blanks around it in a line
+    const std::size_t fHeaderRoom; ///< bytes of a line before its text
+    const std::size_t fReportRoom; ///< bytes of two reports
+    const bool fIsLimited;         ///< the sink has limits
     PLogMutex fMutex;
     PLogClock fClock IXLA_GUARDED_BY(fMutex);
-    PLogLine fLine IXLA_GUARDED_BY(fMutex);
+    PLogLine fReport IXLA_GUARDED_BY(fMutex); ///< reports, and the line after them
     PLogSink fSink IXLA_GUARDED_BY(fMutex);
-    std::size_t fLineBegin IXLA_GUARDED_BY(fMutex); ///< start of the line, after a report
-    Losses fLost IXLA_GUARDED_BY(fMutex);           ///< lines missing in the file
-    Losses fUnechoed IXLA_GUARDED_BY(fMutex);       ///< lines missing on the standard error stream
+    Losses fLost IXLA_GUARDED_BY(fMutex);     ///< lines missing in the file
+    Losses fUnechoed IXLA_GUARDED_BY(fMutex); ///< lines missing on the standard error stream
 };
 
 #endif

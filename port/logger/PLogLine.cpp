@@ -9,13 +9,16 @@
 #include <charconv>
 #include <cstdint>
 #include <cstring>
+#include <limits>
 #include <new>
+#include <utility>
 
 static_assert(std::endian::native == std::endian::little, "_copyPlain puts bytes together so");
 
 namespace
 {
 constexpr std::string_view kBackslashes = "\\\\";
+constexpr std::size_t kRun = 64; // the characters that append provides room for at once
 
 std::uint32_t _bits(wchar_t iChar)
 {
@@ -88,25 +91,53 @@ bool _endsForeign(wchar_t iChar)
 } // namespace
 
 PLogLine::PLogLine(std::size_t iUsualRoom)
-    : fUsualRoom(iUsualRoom), fUsual(new char[iUsualRoom]), fBytes(fUsual.get()), fSize(0)
+    : fUsualRoom(iUsualRoom),
+      fOwned(new char[iUsualRoom]),
+      fUsual(fOwned.get()),
+      fBytes(fUsual),
+      fRoom(iUsualRoom),
+      fSize(0),
+      fEndsInBackslash(false)
+{
+}
+
+PLogLine::PLogLine(char* iUsual, std::size_t iUsualRoom) noexcept
+    : fUsualRoom(iUsualRoom),
+      fUsual(iUsual),
+      fBytes(iUsual),
+      fRoom(iUsualRoom),
+      fSize(0),
+      fEndsInBackslash(false)
 {
 }
 
 int PLogLine::reset(std::size_t iRoom) noexcept
 {
     fSize = 0;
+    fEndsInBackslash = false;
     fLarge.reset();
-    fBytes = fUsual.get();
-    if (iRoom <= fUsualRoom)
-    {
-        return 0;
-    }
-    fLarge.reset(new (std::nothrow) char[iRoom]);
-    if (!fLarge)
+    fBytes = fUsual;
+    fRoom = fUsualRoom;
+    return reserve(iRoom);
+}
+
+int PLogLine::grow(std::size_t iMore) noexcept
+{
+    constexpr std::size_t kMost = std::numeric_limits<std::size_t>::max() / 2;
+    if (fRoom > kMost || iMore > kMost)
     {
         return -ENOMEM;
     }
+    const std::size_t room = std::max(2 * fRoom, fSize + iMore);
+    std::unique_ptr<char[]> larger(new (std::nothrow) char[room]);
+    if (!larger)
+    {
+        return -ENOMEM;
+    }
+    std::memcpy(larger.get(), fBytes, fSize);
+    fLarge = std::move(larger);
     fBytes = fLarge.get();
+    fRoom = room;
     return 0;
 }
 
@@ -127,7 +158,57 @@ void PLogLine::addHex(unsigned int iNumber, int iDigits) noexcept
 
 void PLogLine::addText(const wchar_t* iText, std::size_t iLen) noexcept
 {
+    addPart(iText, iLen);
+    if (fEndsInBackslash)
+    {
+        addBackslash(false);
+    }
+}
+
+int PLogLine::append(const wchar_t* iText, std::size_t iLen) noexcept
+{
+    while (iLen > 0)
+    {
+        const std::size_t size = std::min(iLen, kRun);
+        // Includes the room of a backslash before the text.
+        if (const int result = reserve((size + 1) * eMaxBytes))
+        {
+            return result;
+        }
+        addPart(iText, size);
+        iText += size;
+        iLen -= size;
+    }
+    return 0;
+}
+
+int PLogLine::endText() noexcept
+{
+    if (!fEndsInBackslash)
+    {
+        return 0;
+    }
+    const int result = reserve(1);
+    if (result == 0)
+    {
+        addBackslash(false);
+    }
+    return result;
+}
+
+void PLogLine::addBackslash(bool iIsDoubled) noexcept
+{
+    fEndsInBackslash = false;
+    add(iIsDoubled ? kBackslashes : kBackslashes.substr(1));
+}
+
+void PLogLine::addPart(const wchar_t* iText, std::size_t iLen) noexcept
+{
     const wchar_t* const end = iText + iLen;
+    if (fEndsInBackslash && iLen > 0)
+    {
+        addBackslash(_continuesEscape(*iText));
+    }
     for (;;)
     {
         const std::size_t plain =
@@ -140,8 +221,12 @@ void PLogLine::addText(const wchar_t* iText, std::size_t iLen) noexcept
         }
         if (*iText == L'\\')
         {
-            ++iText;
-            add(iText != end && _continuesEscape(*iText) ? kBackslashes : kBackslashes.substr(1));
+            fEndsInBackslash = true;
+            if (++iText == end)
+            {
+                return;
+            }
+            addBackslash(_continuesEscape(*iText));
             continue;
         }
         if (_isEscaped(_bits(*iText)))

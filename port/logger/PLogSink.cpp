@@ -107,22 +107,24 @@ void PLogSink::readOn(unsigned long long iFrom) noexcept
     }
 }
 
-int PLogSink::put(std::string_view iBytes, unsigned int iLines) noexcept
+int PLogSink::put(std::string_view iBytes, unsigned int iLines, bool iIsUnlimited) noexcept
 {
+    bool isUnlimited = iIsUnlimited;
     int result = fHandle < 0 ? open() : 0;
     if (result == 0 && isLimited())
     {
         result = makeRoom(iBytes.size(), iLines);
+        isUnlimited = PSafeWrite::isSizeUnlimited();
     }
     if (result == 0 && fTorn)
     {
-        result = append("\n");
+        result = append("\n", isUnlimited);
         fLines += result == 0;
         fTorn = fTorn && result != 0;
     }
     if (result == 0)
     {
-        result = append(iBytes);
+        result = append(iBytes, isUnlimited);
         fLines += result == 0 ? iLines : 0;
     }
     fTurn.giveBack();
@@ -217,15 +219,16 @@ bool PLogSink::rotate() noexcept
     return false;
 }
 
-int PLogSink::append(std::string_view iBytes) noexcept
+int PLogSink::append(std::string_view iBytes, bool iIsUnlimited) noexcept
 {
     std::size_t done = 0;
     while (done < iBytes.size())
     {
         const char* const rest = iBytes.data() + done;
         const std::size_t size = iBytes.size() - done;
-        const ssize_t written = fRegular ? PSafeWrite::writeFile(fHandle, rest, size, fSize + done)
-                                         : PSafeWrite::write(fHandle, rest, size);
+        const ssize_t written =
+            fRegular ? PSafeWrite::writeFile(fHandle, rest, size, fSize + done, iIsUnlimited)
+                     : PSafeWrite::write(fHandle, rest, size);
         if (written <= 0)
         {
             cutOff(done);

@@ -37,8 +37,10 @@ public:
     int open() noexcept;
 
     /// Rotates the file if it is full, then appends iBytes, which are iLines whole lines,
-    /// completely or not at all. Returns 0 or a negated errno.
-    int put(std::string_view iBytes, unsigned int iLines) noexcept;
+    /// completely or not at all. iIsUnlimited is the result of PSafeWrite::isSizeUnlimited shortly
+    /// before; a sink with limits, which may have to wait, asks itself. Returns 0 or a negated
+    /// errno.
+    int put(std::string_view iBytes, unsigned int iLines, bool iIsUnlimited) noexcept;
 
 private:
     int openHandle() const noexcept;
@@ -50,7 +52,7 @@ private:
     void readOn(unsigned long long iFrom) noexcept;
     bool isFull(std::size_t iSize, unsigned int iLines) const noexcept;
     bool rotate() noexcept;
-    int append(std::string_view iBytes) noexcept;
+    int append(std::string_view iBytes, bool iIsUnlimited) noexcept;
     void cutOff(std::size_t iSize) noexcept;
     void close() noexcept;
 

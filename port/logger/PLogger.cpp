@@ -3,7 +3,6 @@
 
 #include "PLogFile.h"
 #include "PLogPath.h"
-#include "PLogText.h"
 #include "portinglayer/PCancelGuard.h"
 
 #include <cerrno>
@@ -194,7 +193,6 @@ int PLogger::write(char iKind, bool iShowText, const wchar_t* iFormat, va_list i
         return refused;
     }
     const Undisturbed undisturbed;
-    const PLogText text(iFormat, iArgs);
     const bool print = __atomic_load_n(&fPrint, __ATOMIC_RELAXED);
-    return fFile->write(iKind, text, PLogEcho{print, iShowText});
+    return fFile->write(iKind, iFormat, iArgs, PLogEcho{print, iShowText});
 }

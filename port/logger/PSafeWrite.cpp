@@ -20,13 +20,6 @@ constexpr long kGetLimit = SYS_ugetrlimit;
 constexpr long kGetLimit = SYS_getrlimit;
 #endif
 constexpr unsigned long kMostCounted = ~0ul;
-
-/// Whether the process has no file size limit up to kMostCounted.
-bool _isSizeUnlimited() noexcept
-{
-    unsigned long limit[2] = {}; // soft and hard limit
-    return ::syscall(kGetLimit, RLIMIT_FSIZE, limit) == 0 && limit[0] == kMostCounted;
-}
 } // namespace
 
 ssize_t PSafeWrite::write(int iHandle, const char* iBytes, std::size_t iSize) noexcept
@@ -42,10 +35,16 @@ ssize_t PSafeWrite::write(int iHandle, const char* iBytes, std::size_t iSize) no
     return -error;
 }
 
-ssize_t PSafeWrite::writeFile(int iHandle, const char* iBytes, std::size_t iSize,
-                              unsigned long long iFileSize) noexcept
+bool PSafeWrite::isSizeUnlimited() noexcept
 {
-    if (iFileSize >= kMostCounted - iSize || !_isSizeUnlimited())
+    unsigned long limit[2] = {}; // soft and hard limit
+    return ::syscall(kGetLimit, RLIMIT_FSIZE, limit) == 0 && limit[0] == kMostCounted;
+}
+
+ssize_t PSafeWrite::writeFile(int iHandle, const char* iBytes, std::size_t iSize,
+                              unsigned long long iFileSize, bool iIsUnlimited) noexcept
+{
+    if (!iIsUnlimited || iFileSize >= kMostCounted - iSize)
     {
         return write(iHandle, iBytes, iSize);
     }

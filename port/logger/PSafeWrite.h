@@ -17,12 +17,16 @@ public:
     /// which may be less than iSize, or a negated errno.
     static ssize_t write(int iHandle, const char* iBytes, std::size_t iSize) noexcept;
 
-    /// The same to the end of a regular file of iFileSize bytes. Only the file size limit can raise
-    /// a signal there, and asking for the limit is faster than blocking signals; so signals are
-    /// blocked only when the process has a limit. A limit that another thread sets during the call
-    /// applies from the next write on.
+    /// Whether the process has no file size limit. Only this limit can raise a signal when a
+    /// regular file is written, and asking for it is faster than blocking signals.
+    static bool isSizeUnlimited() noexcept;
+
+    /// As write, to the end of a regular file of iFileSize bytes. Blocks signals only if
+    /// iIsUnlimited, the last result of isSizeUnlimited, is false, or if the file is larger than
+    /// that function can judge. A limit that another thread sets after isSizeUnlimited was called
+    /// applies from its next call on.
     static ssize_t writeFile(int iHandle, const char* iBytes, std::size_t iSize,
-                             unsigned long long iFileSize) noexcept;
+                             unsigned long long iFileSize, bool iIsUnlimited) noexcept;
 };
 
 #endif

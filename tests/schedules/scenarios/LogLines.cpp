@@ -96,6 +96,20 @@ SCENARIO(LevelBesideLines, .jumps = false, .small = true)
     requireEqual(1, log.count("fine third."), "the fine line after the level was set");
 }
 
+// The first line is larger than the room that each thread has for it.
+SCENARIO(TwoLongLinesOfOneLog, .jumps = false, .small = true)
+{
+    Log log;
+    const std::wstring first(6000, L'a');
+    const std::wstring second(1000, L'b');
+    runTogether([&] { log.write(first.c_str()); }, [&] { log.write(second.c_str()); });
+    const std::vector<std::string> lines = log.lines();
+    requireEqual(2, static_cast<long long>(lines.size()), "lines");
+    const bool isFirst = lines[0].ends_with('a');
+    require(lines[isFirst ? 0 : 1].ends_with(' ' + std::string(6000, 'a')), "the first line");
+    require(lines[isFirst ? 1 : 0].ends_with(' ' + std::string(1000, 'b')), "the second line");
+}
+
 SCENARIO(EchoedLinesFromTwoThreads, .jumps = false)
 {
     Log log;
