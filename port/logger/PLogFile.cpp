@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "PLogFile.h"
 
+#include "PLogFormat.h"
 #include "PLogNumbers.h"
-#include "PLogText.h"
 #include "PSafeWrite.h"
 #include "portinglayer/PStandardError.h"
 
@@ -106,9 +106,7 @@ int PLogFile::write(char iKind, const wchar_t* iFormat, va_list iArgs,
 /// Adds the text and the line end.
 int PLogFile::compose(const wchar_t* iFormat, va_list iArgs, PLogLine& ioLine) const noexcept
 {
-    const PLogText text(iFormat, iArgs);
-    int result = ioLine.append(text.ptr(), text.len());
-    result = result != 0 ? result : ioLine.endText();
+    int result = PLogFormat::append(iFormat, iArgs, ioLine);
     result = result != 0 ? result : ioLine.reserve(1);
     if (result == 0)
     {
@@ -140,13 +138,14 @@ int PLogFile::dump(const unsigned char* iData, unsigned int iSize, unsigned int 
 int PLogFile::composeDump(const unsigned char* iData, unsigned int iOffset, unsigned int iSize,
                           unsigned int iWidth, PLogLine& oLine) const noexcept
 {
-    if (iWidth > (std::numeric_limits<std::size_t>::max() - kDumpRoom) / kDumpBytesEach)
+    const std::size_t width = iWidth;
+    if (width > (std::numeric_limits<std::size_t>::max() - kDumpRoom) / kDumpBytesEach)
     {
         return -ENOMEM;
     }
     int result = oLine.reset(0);
     result = result != 0 ? result : beginLine('D', oLine);
-    result = result != 0 ? result : oLine.reserve(kDumpRoom + iWidth * kDumpBytesEach);
+    result = result != 0 ? result : oLine.reserve(kDumpRoom + width * kDumpBytesEach);
     if (result != 0)
     {
         return result;

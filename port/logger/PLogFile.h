@@ -50,7 +50,7 @@ public:
     /// Opens the file. After a failure every line tries again.
     int open() noexcept;
 
-    /// Writes a line of kind iKind. iFormat may be null, see PLogText.
+    /// Writes a line of kind iKind. See PLogFormat for the text.
     int write(char iKind, const wchar_t* iFormat, va_list iArgs, const PLogEcho& iEcho) noexcept;
 
     /// Writes iSize bytes, iWidth in each line, without other lines in between.

@@ -6,13 +6,13 @@
 #include <cwchar>
 
 PLogText::PLogText(const wchar_t* iFormat, va_list iArgs) noexcept
-    : fText(iFormat ? iFormat : L""), fLen(0), fLong(nullptr)
+    : fText(nullptr), fLen(0), fLong(nullptr)
 {
     va_list again;
     va_copy(again, iArgs);
-    if (!formatShort(fText, iArgs) && !formatLong(fText, again))
+    if (!formatShort(iFormat, iArgs))
     {
-        fLen = std::wcslen(fText);
+        static_cast<void>(formatLong(iFormat, again));
     }
     va_end(again);
 }

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
-// PLogText: the formatted text of one line.
+// PLogText: a text that the C library formats.
 #ifndef IXLAL_PLOGTEXT_H
 #define IXLAL_PLOGTEXT_H
 
 #include <cstdarg>
 #include <cstddef>
 
-/// Formats as wide printf does. If formatting fails, the text is the format itself. Texts of up to
-/// eShort characters are stored inside the object, longer ones on the heap.
+/// Formats as wide printf does. Texts of up to eShort characters are stored inside the object,
+/// longer ones on the heap.
 class PLogText
 {
 public:
@@ -16,12 +16,17 @@ public:
         eShort = 1024
     };
 
-    /// A null iFormat counts as empty. iFormat must outlive the object.
     PLogText(const wchar_t* iFormat, va_list iArgs) noexcept;
     ~PLogText();
 
     PLogText(const PLogText&) = delete;
     PLogText& operator=(const PLogText&) = delete;
+
+    /// Whether the C library accepted format and arguments. If not, the text is empty.
+    bool isFormatted() const noexcept
+    {
+        return fText != nullptr;
+    }
 
     /// The len() characters; they may include zeros.
     const wchar_t* ptr() const noexcept

@@ -18,7 +18,8 @@ class PLogFile;
 /// always written. A logger that is null, not initialised or disabled writes nothing. The line
 /// operations return 0, also for a line that was filtered out, or the negated errno of a line
 /// that could not be written. Such lines are counted, and the log reports their number when it can
-/// be written again. A line that cannot be formatted is written as its format text.
+/// be written again. A line that cannot be formatted is written as its format text; so is one
+/// whose format has %n. Narrow text (%s) is UTF-8 in every locale.
 ///
 /// In a forked child of the process that initialised the logger no line is written, and the line
 /// operations return -130; a logger that the child initialises itself works. No member throws. The

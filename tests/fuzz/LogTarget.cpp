@@ -5,6 +5,7 @@
 #include "fuzz/MemoryDir.h"
 #include "fuzz/Texts.h"
 #include "logger/PLogger.h"
+#include "portinglayer/PUtf8.h"
 #include "portinglayer/PUtils.h"
 
 #include <algorithm>
@@ -69,6 +70,14 @@ struct Arguments
                                        [](char c) { return static_cast<signed char>(c) >= 0; });
         return plain ? std::optional<std::wstring>(std::wstring(narrow.begin(), narrow.end()))
                      : std::nullopt;
+    }
+
+    /// The characters of the narrow text in a log, which are the same in every locale.
+    std::wstring read() const
+    {
+        std::wstring characters(narrow.size(), L'\0');
+        characters.resize(PUtf8::decodePath(narrow.data(), narrow.size(), characters.data()));
+        return characters;
     }
 
     std::wstring text;
@@ -165,6 +174,9 @@ private:
     template <class... TArgument>
     void log(const std::optional<std::wstring>& iExpected, const wchar_t* iFormat,
              TArgument... iArguments);
+    template <class... TArgument>
+    void logNarrow(const std::optional<std::wstring>& iExpected, const std::wstring& iShown,
+                   const wchar_t* iFormat, TArgument... iArguments);
     void logAs(char iFormat, const Arguments& iArguments);
     void dump(unsigned int iWidth, std::string_view iBytes);
     std::vector<Line> readFiles() const;
@@ -213,6 +225,14 @@ template <class... TArgument>
 void Script::log(const std::optional<std::wstring>& iExpected, const wchar_t* iFormat,
                  TArgument... iArguments)
 {
+    logNarrow(iExpected, iExpected ? *iExpected : iFormat ? iFormat : L"", iFormat, iArguments...);
+}
+
+/// A line that shows iShown, although the system formats it as iExpected.
+template <class... TArgument>
+void Script::logNarrow(const std::optional<std::wstring>& iExpected, const std::wstring& iShown,
+                       const wchar_t* iFormat, TArgument... iArguments)
+{
     _checkFormatted(iExpected, iFormat, iArguments...);
     PLogger* const logger = &*fLogger;
     int code = 0;
@@ -231,7 +251,7 @@ void Script::log(const std::optional<std::wstring>& iExpected, const wchar_t* iF
     if (fKind == 'e' || fCallLevel <= fLevel)
     {
         const char kind = fKind == 'i' ? 'I' : fKind == 'e' ? 'E' : 'D';
-        fExpected.push_back({kind, _shown(iExpected ? *iExpected : iFormat ? iFormat : L"")});
+        fExpected.push_back({kind, _shown(iShown)});
     }
 }
 
@@ -250,11 +270,12 @@ void Script::logAs(char iFormat, const Arguments& iArguments)
     case 'n':
         return log(L"line\nbreak\r100%", L"line\nbreak\r100%%");
     case 's':
-        return log(narrow, L"%s", iArguments.narrow.c_str());
+        return logNarrow(narrow, iArguments.read(), L"%s", iArguments.narrow.c_str());
     case 'f':
-        return log(narrow ? std::optional<std::wstring>(L"[" + *narrow + L"] for: " + text)
-                          : std::nullopt,
-                   L"[%s] for: %ls", iArguments.narrow.c_str(), text.c_str());
+        return logNarrow(narrow ? std::optional<std::wstring>(L"[" + *narrow + L"] for: " + text)
+                                : std::nullopt,
+                         L"[" + iArguments.read() + L"] for: " + text, L"[%s] for: %ls",
+                         iArguments.narrow.c_str(), text.c_str());
     case 'w':
         return log(_padded(text, width) + L"|" + cut, L"%*ls|%.*ls", width, text.c_str(), width,
                    text.c_str());
