@@ -11,6 +11,7 @@ PCorePlugin::PCorePlugin(const PCoreLog* iLog) noexcept
       fInitOrder(0),
       fUses(0),
       fUnloaded(false),
+      fReady(false),
       fNumber(0),
       fLog(iLog)
 {

@@ -8,10 +8,13 @@
 #include "PPtr.h"
 #include "portinglayer/PLibrary.h"
 
+#include <atomic>
+
 class PCoreLog;
 
-/// One registered plugin. The core's mutex guards the members from fInitState to fUnloaded; the
-/// others do not change between registration and destruction.
+/// One registered plugin. The core's mutex guards the members from fInitState to fUnloaded; fReady
+/// is written with the mutex held and read without it. The others do not change between
+/// registration and destruction.
 class PCorePlugin
 {
 public:
@@ -45,6 +48,7 @@ public:
     unsigned int fInitOrder;     ///< the number of this initialisation, from 1
     unsigned int fUses;          ///< by the core; the last one destroys an unloaded record
     bool fUnloaded;              ///< the registry has removed it
+    std::atomic<bool> fReady;    ///< init has succeeded, and the registry has the record
     unsigned int fNumber;        ///< from 1, in the order of registration
 
 private:

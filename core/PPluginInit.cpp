@@ -27,7 +27,7 @@ void* _pluginPointer(const PCorePlugin& iRecord)
 }
 } // namespace
 
-int PPluginInit::initPlugin(PCorePlugin& ioRecord)
+int PPluginInit::initOnce(PCorePlugin& ioRecord)
 {
     PLockGuard lock(fLock.fMutex);
     if (lock.result() != 0)
@@ -135,6 +135,7 @@ int PPluginInit::finishInit(PCorePlugin& ioRecord, int iResult)
         return eIxlaLockFailed;
     }
     ioRecord.fInitState = iResult == 0 ? PCorePlugin::eInitialised : PCorePlugin::eInitFailed;
+    ioRecord.fReady.store(iResult == 0 && !ioRecord.fUnloaded, std::memory_order_release);
     if (fLock.fCondVar.notifyAll() != 0)
     {
         // The waiters were not woken; the mutex stays held, as after a failed wait.

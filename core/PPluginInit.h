@@ -3,15 +3,17 @@
 #ifndef IXLAL_PPLUGININIT_H
 #define IXLAL_PPLUGININIT_H
 
+#include "Ixla.h"
 #include "core/PCoreLock.h"
+#include "core/PCorePlugin.h"
 
 class PCoreLog;
-class PCorePlugin;
 class PInitWait;
 class PPluginRegistry;
 
 /// The core's mutex guards the init states of all records. A plugin's init runs with the mutex
-/// released; other threads that look up the plugin's interfaces wait until it ends. [any thread]
+/// released; other threads that look up the plugin's interfaces wait until it ends. Once a plugin is
+/// initialised, lookups do not take the mutex: the state never changes again. [any thread]
 class PPluginInit
 {
 public:
@@ -26,9 +28,14 @@ public:
     /// Initialises the plugin of a record, unless it is initialised. Returns 0; the plugin's own
     /// code to the initialising caller; -2003 to others after a failure; -2004 in a loop on the
     /// same thread; -1016 when it is already unloaded; -1013 or -1014.
-    int initPlugin(PCorePlugin& ioRecord);
+    int initPlugin(PCorePlugin& ioRecord)
+    {
+        // Orders what init wrote before the use of the plugin.
+        return ioRecord.fReady.load(std::memory_order_acquire) ? eIxlaOk : initOnce(ioRecord);
+    }
 
 private:
+    int initOnce(PCorePlugin& ioRecord);
     int runInit(PCorePlugin& ioRecord);
     int callInit(const PCorePlugin& iRecord) const;
     int guardedInit(const PCorePlugin& iRecord) const;

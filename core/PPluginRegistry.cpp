@@ -134,6 +134,7 @@ int PPluginRegistry::nl_unloadPlugin(IPlugin* iPlugin, PPtr<PLibrary>& oLibrary)
     }
     fCorePlugins.erase(found);
     record->fUnloaded = true;
+    record->fReady.store(false, std::memory_order_relaxed);
     if (record->fUses == 0)
     {
         nl_destroy(*record, oLibrary);
@@ -148,8 +149,8 @@ void PPluginRegistry::nl_destroy(PCorePlugin& iRecord, PPtr<PLibrary>& oLibrary)
 {
     const std::unique_ptr<PCorePlugin> record(&iRecord);
     oLibrary = record->fLibrary;
-    // With the mutex held, so that no thread finds the plugin half destroyed: a thread that reads
-    // the state of another plugin waits until this one is destroyed.
+    // With the mutex held, so that no thread finds the plugin half destroyed: an initialisation, a
+    // use of the autostart list and another unload wait until this plugin is destroyed.
     record->releasePlugin();
 }
 

@@ -83,7 +83,8 @@ IXLA_EXPORT int ixlaStop();
 /// needed. The pointer is borrowed: a caller that keeps it wraps it in a PBaseptr.
 /// Returns 0; -1002 without a started core; -2001 for an unknown ID; -2003 when the plugin failed
 /// to initialise or is being initialised by this thread; or the plugin's own code. Takes the
-/// core's lock briefly; waits while another thread initialises the plugin. [any thread]
+/// core's lock briefly unless the plugin is initialised; waits while another thread initialises it.
+/// [any thread]
 IXLA_EXPORT int ixlaGetInstance(const PLiteral& iInterfaceId, IBase*& oInstance);
 
 /// Whether a plugin offers iInterfaceId. Initialises nothing. False without a started core.

@@ -114,6 +114,25 @@ TEST_F(PluginInit, UnloadedPluginIsNotInitialised)
     EXPECT_EQ(0, fCalls);
 }
 
+TEST_F(PluginInit, UnloadDuringInitIsReportedAfterwards)
+{
+    answer(
+        [this]
+        {
+            fRecord->fUnloaded = true;
+            return 0;
+        });
+    EXPECT_EQ(0, init());
+    EXPECT_EQ(-1016, init());
+}
+
+TEST_F(PluginInit, InitialisedPluginNeedsNoLock)
+{
+    EXPECT_EQ(0, init());
+    PortFaults::mutexLock.arm(-22);
+    EXPECT_EQ(0, init());
+}
+
 TEST_F(PluginInit, FailingLockIsReported)
 {
     PortFaults::mutexLock.arm(-22);

@@ -103,6 +103,17 @@ TEST_F(PluginRegistry, UnloadedRecordInUseIsDestroyedByTheLastUse)
     EXPECT_EQ(1, fDestroyed);
 }
 
+TEST_F(PluginRegistry, UnloadedRecordInUseIsNotReady)
+{
+    PCorePlugin& record = add({L"a"});
+    record.fUses = 1;
+    record.fReady = true;
+    fRegistry.markStarted();
+    EXPECT_EQ(0, unload(record));
+    EXPECT_FALSE(record.fReady);
+    fRegistry.endUse(record);
+}
+
 TEST_F(PluginRegistry, BuiltInPluginsHaveNoFileName)
 {
     add({L"a"});
