@@ -6,14 +6,14 @@
 #include "portinglayer/PTime.h"
 
 PCallGate::PCallGate(const PCallGate* iBefore) noexcept
-    : fBefore(iBefore), fState(kClosed), fCloser(0)
+    : fClosed(true), fCloser(0), fBefore(iBefore)
 {
 }
 
 void PCallGate::open() noexcept
 {
     fCloser = 0;
-    fState.fetch_and(~kClosed);
+    fClosed = false;
 }
 
 unsigned int PCallGate::close(unsigned int iMilliseconds) noexcept
@@ -23,11 +23,8 @@ unsigned int PCallGate::close(unsigned int iMilliseconds) noexcept
     (void)fMutex.init(false);
     (void)fLeft.init();
     fCloser = PThread::getCurrentThreadId();
-    if (fState.fetch_or(kClosed) != kClosed)
-    {
-        awaitCalls(iMilliseconds);
-    }
-    return fState & ~kClosed;
+    fClosed = true;
+    return awaitCalls(iMilliseconds);
 }
 
 bool PCallGate::isCloser() const noexcept
@@ -35,25 +32,38 @@ bool PCallGate::isCloser() const noexcept
     return fCloser == PThread::getCurrentThreadId();
 }
 
-// Failures are ignored: the waiting thread reads the state again after its time limit.
+// Failures are ignored: the waiting thread counts again after its time limit.
 void PCallGate::tellCloser() noexcept
 {
     const PLockGuard lock(fMutex);
     (void)fLeft.notifyAll();
 }
 
-void PCallGate::awaitCalls(unsigned int iMilliseconds) noexcept
+unsigned int PCallGate::awaitCalls(unsigned int iMilliseconds) noexcept
 {
     const long long start = PTime::getTickCount();
     long long left = iMilliseconds;
     PLockGuard lock(fMutex);
-    while (left > 0 && lock.result() == 0 && fState != kClosed)
+    unsigned int calls = countCalls();
+    while (calls != 0 && left > 0 && lock.result() == 0)
     {
         const int result = fLeft.wait(&fMutex, static_cast<unsigned int>(left));
+        calls = countCalls();
         if (result != 0 && result != PConditionalVar::eTimeout)
         {
-            return;
+            return calls;
         }
         left = iMilliseconds - PTime::getTickCountDiff(start, PTime::getTickCount());
     }
+    return calls;
+}
+
+unsigned int PCallGate::countCalls() const noexcept
+{
+    unsigned int calls = 0;
+    for (const Stripe& stripe : fStripes)
+    {
+        calls += stripe.calls;
+    }
+    return calls;
 }

@@ -3,6 +3,7 @@
 #ifndef IXLAL_PCALLGATE_H
 #define IXLAL_PCALLGATE_H
 
+#include "core/PThreadStripe.h"
 #include "portinglayer/PConditionalVar.h"
 #include "portinglayer/PMutex.h"
 
@@ -23,13 +24,14 @@ public:
     /// true the caller must leave. A call inside may enter again. Never waits.
     bool enter() noexcept
     {
-        // The state is read before it is changed, so that repeated refused calls do not make a
-        // closed gate look busy.
-        if (isClosed(fState.load()))
+        // Refused before it is counted, so that repeated refused calls do not make a closed gate
+        // look busy.
+        if (isClosed())
         {
             return false;
         }
-        if (!isClosed(fState.fetch_add(1)))
+        ownCalls().fetch_add(1);
+        if (!isClosed())
         {
             return true;
         }
@@ -37,9 +39,11 @@ public:
         return false;
     }
 
+    /// By the thread that entered.
     void leave() noexcept
     {
-        if (fState.fetch_sub(1) == (kClosed | 1u))
+        ownCalls().fetch_sub(1);
+        if (fClosed)
         {
             tellCloser();
         }
@@ -52,22 +56,42 @@ public:
     unsigned int close(unsigned int iMilliseconds) noexcept;
 
 private:
-    static constexpr unsigned int kClosed = 1u << 31;
-
-    bool isClosed(unsigned int iState) const noexcept
+    /// The counts are in different cache lines, whatever the address of the gate is.
+    struct Stripe
     {
-        return (iState & kClosed) != 0 && !isCloser();
+        std::atomic<unsigned int> calls{0};
+        char padding[60];
+    };
+
+    static constexpr unsigned int kStripes = 64;
+
+    /// All calls of a thread are counted in one stripe, so that of a call inside is never 0.
+    std::atomic<unsigned int>& ownCalls() noexcept
+    {
+        return fStripes[PThreadStripe::index() % kStripes].calls;
+    }
+
+    bool isClosed() const noexcept
+    {
+        return fClosed && !isCloser();
     }
 
     bool isCloser() const noexcept;
-    void tellCloser() noexcept;
-    void awaitCalls(unsigned int iMilliseconds) noexcept;
+    [[gnu::cold]] void tellCloser() noexcept;
+    unsigned int awaitCalls(unsigned int iMilliseconds) noexcept;
+    unsigned int countCalls() const noexcept;
 
-    [[maybe_unused]] const PCallGate* const fBefore; ///< so that leak checkers find it
-    std::atomic<unsigned int> fState; ///< the closed bit and the number of calls inside
+    /// The calls inside; threads share a stripe only if there are more than kStripes threads.
+    Stripe fStripes[kStripes];
+
+    /// A call is counted before it reads the mark, and the closer sets the mark before it reads the
+    /// counts. All four are sequentially consistent, so the call sees the mark or is counted. A
+    /// call that leaves sees the mark, too, or the closer sees the call's count without it.
+    std::atomic<bool> fClosed;
     std::atomic<unsigned long> fCloser;
+    [[maybe_unused]] const PCallGate* const fBefore; ///< so that leak checkers find it
     PMutex fMutex;
-    PConditionalVar fLeft; ///< signalled when the last call leaves a closed gate
+    PConditionalVar fLeft; ///< notified when a call leaves a closed gate
 };
 
 #endif

@@ -12,8 +12,8 @@ class PInitWait;
 class PPluginRegistry;
 
 /// The core's mutex guards the init states of all records. A plugin's init runs with the mutex
-/// released; other threads that look up the plugin's interfaces wait until it ends. Once a plugin is
-/// initialised, lookups do not take the mutex: the state never changes again. [any thread]
+/// released; other threads that look up the plugin's interfaces wait until it ends. Once a plugin
+/// is initialised, lookups do not take the mutex: the state never changes again. [any thread]
 class PPluginInit
 {
 public:

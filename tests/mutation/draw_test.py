@@ -62,7 +62,7 @@ class Drawing(unittest.TestCase):
     def test_faults_that_were_planted_by_hand_follow_from_the_rules(self):
         sink, clock = "port/logger/PLogSink.cpp", "port/logger/PLogClock.cpp"
         for operator, file, old, new in (
-                ("condition-true", "core/PCallGate.h", "fetch_add(1)", "true))"),
+                ("condition-true", "core/PCallGate.h", "!isClosed()", "true))"),
                 ("operand-dropped", "core/PCoreLifetime.cpp", "!change.granted() || getCore()", "if ("),
                 ("operand-dropped", sink, "state.st_size != end ||", "!= 0 ||"),
                 ("name-confused", "port/portinglayer/PDescriptor.cpp", "F_DUPFD_CLOEXEC", "F_DUPFD,"),
