@@ -29,7 +29,7 @@ int ixlaStop()
     return PCore::ixlaStop();
 }
 
-int ixlaGetInstance(const PLiteral& iInterfaceId, IBase*& oInstance)
+[[gnu::flatten]] int ixlaGetInstance(const PLiteral& iInterfaceId, IBase*& oInstance)
 {
     const PCoreCall call;
     return _getInstance(call, iInterfaceId, oInstance);

@@ -13,20 +13,21 @@ PCorePlugin::PCorePlugin(const PCoreLog* iLog) noexcept
       fUnloaded(false),
       fReady(false),
       fNumber(0),
+      fNextUnloaded(nullptr),
       fLog(iLog)
 {
 }
 
 PCorePlugin::~PCorePlugin()
 {
+    fInterfaceCount = 0;
+    fInterfaceIDs.clear();
     releasePlugin();
     fLibrary.clear();
 }
 
 void PCorePlugin::releasePlugin()
 {
-    fInterfaceCount = 0;
-    fInterfaceIDs.clear();
     void* const plugin = fPlugin.get();
     if (ixlaReleased(fPlugin) || !fLibrary)
     {

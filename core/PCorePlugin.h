@@ -35,9 +35,16 @@ public:
     PCorePlugin(const PCorePlugin&) = delete;
     PCorePlugin& operator=(const PCorePlugin&) = delete;
 
-    /// Releases the interface IDs and the plugin, and keeps the library. When the plugin throws,
+    /// Releases the plugin, and keeps the interface IDs and the library. When the plugin throws,
     /// this is logged and the library is never closed, because code of it may still be needed.
     void releasePlugin();
+
+    /// Whether init has succeeded, and the registry has the record. Orders what init wrote before
+    /// the use of the plugin. [any thread]
+    bool isReady() const noexcept
+    {
+        return fReady.load(std::memory_order_acquire);
+    }
 
     PPtr<PLibrary> fLibrary; ///< empty for a built-in plugin
     PBaseptr<IPlugin> fPlugin;
@@ -48,8 +55,9 @@ public:
     unsigned int fInitOrder;     ///< the number of this initialisation, from 1
     unsigned int fUses;          ///< by the core; the last one destroys an unloaded record
     bool fUnloaded;              ///< the registry has removed it
-    std::atomic<bool> fReady;    ///< init has succeeded, and the registry has the record
+    std::atomic<bool> fReady;    ///< see isReady
     unsigned int fNumber;        ///< from 1, in the order of registration
+    PCorePlugin* fNextUnloaded;  ///< in the registry's list of unloaded records
 
 private:
     const PCoreLog* fLog; ///< may be null

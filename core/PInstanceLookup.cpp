@@ -42,17 +42,11 @@ int PInstanceLookup::getInstanceInternal(const PLiteral& iInterfaceId, IBase*& o
     }
     PLogger::debug(logger, 2, L"[getInstanceInternal][pg:%p] Get instance from plugin",
                    _pluginPointer(record));
-    result = ixlaGuarded([&] { return guardedGetInstance(record, iInterfaceId, oInstance); },
-                         eIxlaInitFailed);
+    result = askPlugin(record, iInterfaceId, oInstance);
     if (result == 0)
     {
         PLogger::debug(logger, 2, L"[getInstanceInternal][pg:%p] Return instance %p",
                        _pluginPointer(record), static_cast<void*>(oInstance));
-    }
-    else
-    {
-        PLogger::error(logger, 0, L"[getInstanceInternal][pg:%p] Failed to get instance err: %d",
-                       _pluginPointer(record), result);
     }
     PLogger::debug(logger, 2, L"%ls", kCoreLogFrame);
     return result;
@@ -87,26 +81,25 @@ int PInstanceLookup::refuse(const PLiteral& iInterfaceId) const
     return eIxlaCoreNotStarted;
 }
 
-IXLA_PASSES_THREAD_END int PInstanceLookup::guardedGetInstance(const PCorePlugin& iRecord,
-                                                               const PLiteral& iInterfaceId,
-                                                               IBase*& oInstance) const
+void PInstanceLookup::logThreadEnd(const PCorePlugin& iRecord) const
 {
-    try
-    {
-        return iRecord.fPlugin->getInstance(iInterfaceId, oInstance);
-    }
-    catch (PThreadEnd&)
-    {
-        PLogger::error(fLog.logger(), 0,
-                       L"[getInstanceInternal][pg:%p] Plugin ended its thread in getInstance",
-                       _pluginPointer(iRecord));
-        throw;
-    }
-    catch (...)
-    {
-        PLogger::error(fLog.logger(), 0,
-                       L"[getInstanceInternal][pg:%p] Plugin threw an exception in getInstance",
-                       _pluginPointer(iRecord));
-        throw;
-    }
+    PLogger::error(fLog.logger(), 0,
+                   L"[getInstanceInternal][pg:%p] Plugin ended its thread in getInstance",
+                   _pluginPointer(iRecord));
+}
+
+/// Called in a handler: logs the exception that it handles and returns the code for it.
+int PInstanceLookup::convertException(const PCorePlugin& iRecord) const
+{
+    PLogger::error(fLog.logger(), 0,
+                   L"[getInstanceInternal][pg:%p] Plugin threw an exception in getInstance",
+                   _pluginPointer(iRecord));
+    return ixlaGuarded([]() -> int { throw; }, eIxlaInitFailed);
+}
+
+int PInstanceLookup::logFailure(const PCorePlugin& iRecord, int iResult) const
+{
+    PLogger::error(fLog.logger(), 0, L"[getInstanceInternal][pg:%p] Failed to get instance err: %d",
+                   _pluginPointer(iRecord), iResult);
+    return iResult;
 }

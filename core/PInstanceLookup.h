@@ -3,7 +3,10 @@
 #ifndef IXLAL_PINSTANCELOOKUP_H
 #define IXLAL_PINSTANCELOOKUP_H
 
+#include "Ixla.h"
+#include "core/PCoreLog.h"
 #include "core/PPluginRegistry.h"
+#include "portinglayer/PThreadEnd.h"
 
 class PPluginInit;
 
@@ -24,8 +27,15 @@ public:
     /// As the exported function, whose contract is in Ixla.h.
     int ixlaGetInstance(const PLiteral& iInterfaceId, IBase*& oInstance)
     {
-        return fRegistry.isStarted() ? getInstanceInternal(iInterfaceId, oInstance)
-                                     : refuse(iInterfaceId);
+        if (!fRegistry.isStarted())
+        {
+            return refuse(iInterfaceId);
+        }
+        const PLogger* const logger = fLog.logger();
+        const bool isLogged = logger && logger->isLogged(kLowestLevel);
+        const PCorePlugin* const record = isLogged ? nullptr : fRegistry.find(iInterfaceId);
+        return record && record->isReady() ? askPlugin(*record, iInterfaceId, oInstance)
+                                           : getInstanceInternal(iInterfaceId, oInstance);
     }
 
     /// As ixlaGetInstance, also before the core is marked started.
@@ -35,9 +45,33 @@ public:
     bool ixlaIsInterfaceAvailable(const PLiteral& iInterfaceId) const;
 
 private:
+    /// The lines of a lookup that succeeds have this level or a higher one.
+    static constexpr int kLowestLevel = 1;
+
+    IXLA_PASSES_THREAD_END int askPlugin(const PCorePlugin& iRecord, const PLiteral& iInterfaceId,
+                                         IBase*& oInstance) const
+    {
+        int result = eIxlaOk;
+        try
+        {
+            result = iRecord.fPlugin->getInstance(iInterfaceId, oInstance);
+        }
+        catch (PThreadEnd&)
+        {
+            logThreadEnd(iRecord);
+            throw;
+        }
+        catch (...)
+        {
+            result = convertException(iRecord);
+        }
+        return result == eIxlaOk ? eIxlaOk : logFailure(iRecord, result);
+    }
+
     [[gnu::cold]] int refuse(const PLiteral& iInterfaceId) const;
-    int guardedGetInstance(const PCorePlugin& iRecord, const PLiteral& iInterfaceId,
-                           IBase*& oInstance) const;
+    [[gnu::cold]] void logThreadEnd(const PCorePlugin& iRecord) const;
+    [[gnu::cold]] int convertException(const PCorePlugin& iRecord) const;
+    [[gnu::cold]] int logFailure(const PCorePlugin& iRecord, int iResult) const;
 
     const PCoreLog& fLog;
     const PPluginRegistry& fRegistry;

@@ -1,25 +1,68 @@
 // SPDX-License-Identifier: MIT
 #include "core/PInterfaceTable.h"
 
-PCorePlugin* PInterfaceTable::find(const PLiteral& iInterfaceId) const
+#include <algorithm>
+
+void PInterfaceTable::reserve(unsigned int iCount)
 {
-    const auto found = fInterfaces.find(iInterfaceId);
-    return found == fInterfaces.end() ? nullptr : found->second.load();
+    // A fifth of the entries stays unused, so that searches are short.
+    const unsigned int wanted = (fCount + iCount) / 4 * 5 + 5;
+    if (wanted > fCapacity)
+    {
+        grow(std::max(wanted, fCapacity + fCapacity / 4));
+    }
 }
 
-void PInterfaceTable::add(const PString& iInterfaceId, PCorePlugin& iRecord)
+void PInterfaceTable::grow(unsigned int iCapacity)
 {
-    fInterfaces.try_emplace(iInterfaceId, &iRecord);
+    PInterfaceTable grown;
+    grown.fEntries.reset(new Entry[iCapacity]);
+    grown.fCapacity = iCapacity;
+    for (unsigned int i = 0; i < fCapacity; ++i)
+    {
+        const Entry& entry = fEntries[i];
+        if (entry.text)
+        {
+            Entry* copy = grown.firstOf(entry.hash);
+            while (copy->text)
+            {
+                copy = grown.after(copy);
+            }
+            copy->record = entry.record.load();
+            copy->text = entry.text;
+            copy->length = entry.length;
+            copy->hash = entry.hash;
+        }
+    }
+    fEntries.swap(grown.fEntries);
+    fCapacity = iCapacity;
 }
 
-bool PInterfaceTable::withdraw(const PLiteral& iInterfaceId, PCorePlugin& iRecord)
+void PInterfaceTable::add(const PLiteral& iInterfaceId, PCorePlugin& iRecord) noexcept
 {
-    const auto found = fInterfaces.find(iInterfaceId);
+    Entry& entry = entryOf(iInterfaceId);
+    if (!entry.text)
+    {
+        entry.text = iInterfaceId.ptr();
+        entry.length = iInterfaceId.len();
+        entry.hash = hashOf(iInterfaceId);
+        ++fCount;
+    }
+    PCorePlugin* expected = nullptr;
+    // An ID that is taken keeps its record.
+    static_cast<void>(entry.record.compare_exchange_strong(expected, &iRecord));
+}
+
+bool PInterfaceTable::withdraw(const PLiteral& iInterfaceId, PCorePlugin& iRecord) noexcept
+{
     PCorePlugin* expected = &iRecord;
-    return found != fInterfaces.end() && found->second.compare_exchange_strong(expected, nullptr);
+    return fCapacity != 0 &&
+           entryOf(iInterfaceId).record.compare_exchange_strong(expected, nullptr);
 }
 
-void PInterfaceTable::clear()
+void PInterfaceTable::clear() noexcept
 {
-    fInterfaces.clear();
+    fEntries.reset();
+    fCapacity = 0;
+    fCount = 0;
 }

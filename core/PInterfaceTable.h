@@ -3,34 +3,97 @@
 #ifndef IXLAL_PINTERFACETABLE_H
 #define IXLAL_PINTERFACETABLE_H
 
-#include "portinglayer/PString.h"
 #include "portinglayer/PTextHash.h"
 
 #include <atomic>
-#include <unordered_map>
+#include <memory>
 
 class PCorePlugin;
 
-/// Maps interface IDs to the records of their plugins, which it does not own. No lock protects the
-/// table: entries are added before the core is started and removed by the clean-up. Between the two
-/// only withdraw changes the table; it leaves the entries in place, so lookups may run meanwhile.
+/// Maps interface IDs to the records of their plugins. It owns neither: the texts of the IDs must
+/// live until clear. No lock protects the table: entries are added before the core is started and
+/// removed by the clean-up. Between the two only withdraw changes the table; it leaves the entries
+/// in place, so lookups may run meanwhile.
 class PInterfaceTable
 {
 public:
-    /// The record behind an interface ID, or null. [any thread]
-    [[gnu::flatten]] PCorePlugin* find(const PLiteral& iInterfaceId) const;
+    PInterfaceTable() noexcept : fCapacity(0), fCount(0)
+    {
+    }
 
-    /// Adds an interface; an ID that is in the table keeps its record. May throw std::bad_alloc.
-    [[gnu::cold]] void add(const PString& iInterfaceId, PCorePlugin& iRecord);
+    /// The record behind an interface ID, or null. [any thread]
+    PCorePlugin* find(const PLiteral& iInterfaceId) const noexcept
+    {
+        return fCapacity == 0 ? nullptr : entryOf(iInterfaceId).record.load();
+    }
+
+    /// Makes room for iCount more interfaces. May throw std::bad_alloc; the table is unchanged
+    /// then.
+    [[gnu::cold]] void reserve(unsigned int iCount);
+
+    /// Adds an interface, for which there is room; an ID that is in the table keeps its record
+    /// unless that was withdrawn.
+    [[gnu::cold]] void add(const PLiteral& iInterfaceId, PCorePlugin& iRecord) noexcept;
 
     /// Empties the entry of an ID; false unless it holds this record.
-    [[gnu::cold]] bool withdraw(const PLiteral& iInterfaceId, PCorePlugin& iRecord);
+    [[gnu::cold]] bool withdraw(const PLiteral& iInterfaceId, PCorePlugin& iRecord) noexcept;
 
-    [[gnu::cold]] void clear();
+    [[gnu::cold]] void clear() noexcept;
 
 private:
-    /// Null for an interface that was withdrawn.
-    std::unordered_map<PString, std::atomic<PCorePlugin*>, PTextHash, PTextEqual> fInterfaces;
+    /// Unused without a text. Holds what a lookup compares, so that it reads no other memory of
+    /// interfaces that it does not look for.
+    struct Entry
+    {
+        std::atomic<PCorePlugin*> record{nullptr}; ///< null for an interface that was withdrawn
+        const wchar_t* text = nullptr;
+        unsigned int length = 0;
+        unsigned int hash = 0;
+    };
+
+    static unsigned int hashOf(const PLiteral& iInterfaceId) noexcept
+    {
+        // The upper bits are the better ones.
+        const std::size_t hash = PTextHash()(iInterfaceId);
+        return static_cast<unsigned int>(hash >> (sizeof hash * 8 - 32));
+    }
+
+    /// Where the search for a hash begins. Entries follow in the order of the table, which has
+    /// unused ones.
+    Entry* firstOf(unsigned int iHash) const noexcept
+    {
+        const unsigned long long scaled = static_cast<unsigned long long>(iHash) * fCapacity;
+        return fEntries.get() + static_cast<unsigned int>(scaled >> 32);
+    }
+
+    Entry* after(Entry* iEntry) const noexcept
+    {
+        return iEntry + 1 == fEntries.get() + fCapacity ? fEntries.get() : iEntry + 1;
+    }
+
+    /// The entry of an ID, or the unused one for it. The capacity is not 0.
+    Entry& entryOf(const PLiteral& iInterfaceId) const noexcept
+    {
+        const unsigned int hash = hashOf(iInterfaceId);
+        Entry* entry = firstOf(hash);
+        while (entry->text && !(entry->hash == hash && isOf(*entry, iInterfaceId)))
+        {
+            entry = after(entry);
+        }
+        return *entry;
+    }
+
+    static bool isOf(const Entry& iEntry, const PLiteral& iInterfaceId) noexcept
+    {
+        return iEntry.length == iInterfaceId.len() &&
+               std::wmemcmp(iEntry.text, iInterfaceId.ptr(), iEntry.length) == 0;
+    }
+
+    void grow(unsigned int iCapacity);
+
+    std::unique_ptr<Entry[]> fEntries;
+    unsigned int fCapacity;
+    unsigned int fCount; ///< used entries, also those of withdrawn interfaces
 };
 
 #endif

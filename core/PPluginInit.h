@@ -30,8 +30,7 @@ public:
     /// same thread; -1016 when it is already unloaded; -1013 or -1014.
     int initPlugin(PCorePlugin& ioRecord)
     {
-        // Orders what init wrote before the use of the plugin.
-        return ioRecord.fReady.load(std::memory_order_acquire) ? eIxlaOk : initOnce(ioRecord);
+        return ioRecord.isReady() ? eIxlaOk : initOnce(ioRecord);
     }
 
 private:

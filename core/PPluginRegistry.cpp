@@ -42,18 +42,9 @@ void PPluginRegistry::add(std::unique_ptr<PCorePlugin>&& iRecord)
     record.fNumber = fCorePlugins.empty() ? 1 : fCorePlugins.back()->fNumber + 1;
     PLogger::debug(fLog.logger(), 0, L"[processPlugin] Add corePlugin: %p",
                    static_cast<void*>(&record));
+    fTable.reserve(record.fInterfaceIDs ? record.fInterfaceCount : 0);
     fCorePlugins.push_back(&record);
-    try
-    {
-        addInterfaces(record);
-    }
-    catch (...)
-    {
-        withdrawInterfaces(record);
-        fCorePlugins.pop_back();
-        throw;
-    }
-    static_cast<void>(iRecord.release());
+    addInterfaces(*iRecord.release());
 }
 
 void PPluginRegistry::addInterfaces(PCorePlugin& iRecord)
@@ -63,17 +54,6 @@ void PPluginRegistry::addInterfaces(PCorePlugin& iRecord)
     {
         PLogger::debug(fLog.logger(), 0, L"[processPlugin] Add interface ID: %ls", ids[i].ptr());
         fTable.add(ids[i], iRecord);
-    }
-}
-
-/// Empties the entries of a record whose registration failed.
-void PPluginRegistry::withdrawInterfaces(PCorePlugin& iRecord)
-{
-    const PString* const ids = iRecord.fInterfaceIDs.get();
-    for (unsigned int i = 0; i < iRecord.fInterfaceCount; ++i)
-    {
-        // False for an ID that has not been added.
-        static_cast<void>(fTable.withdraw(ids[i], iRecord));
     }
 }
 
@@ -142,16 +122,18 @@ int PPluginRegistry::nl_unloadPlugin(IPlugin* iPlugin, PPtr<PLibrary>& oLibrary)
     return eIxlaOk;
 }
 
-/// Destroys a record that was removed from all tables. The caller closes its library, after it has
-/// released the mutex.
-// NOLINTNEXTLINE(readability-convert-member-functions-to-static): it is this core's mutex
-void PPluginRegistry::nl_destroy(PCorePlugin& iRecord, PPtr<PLibrary>& oLibrary)
+/// Destroys the plugin of a record that was removed from the list. The caller closes its library,
+/// after it has released the mutex. The record stays, because lookups may read the texts of its
+/// IDs.
+void PPluginRegistry::nl_destroy(PCorePlugin& ioRecord, PPtr<PLibrary>& oLibrary)
 {
-    const std::unique_ptr<PCorePlugin> record(&iRecord);
-    oLibrary = record->fLibrary;
+    oLibrary = ioRecord.fLibrary;
     // With the mutex held, so that no thread finds the plugin half destroyed: an initialisation, a
     // use of the autostart list and another unload wait until this plugin is destroyed.
-    record->releasePlugin();
+    ioRecord.releasePlugin();
+    ioRecord.fLibrary.clear();
+    ioRecord.fNextUnloaded = fUnloaded;
+    fUnloaded = &ioRecord;
 }
 
 int PPluginRegistry::useNext(const PLiteral& iFileName, unsigned int iAfter, PCorePlugin*& oRecord)
@@ -207,6 +189,11 @@ void PPluginRegistry::release(bool iKeepLibraries)
     std::vector<PCorePlugin*> records;
     records.swap(fCorePlugins);
     fTable.clear();
+    while (fUnloaded)
+    {
+        const std::unique_ptr<PCorePlugin> unloaded(fUnloaded);
+        fUnloaded = unloaded->fNextUnloaded;
+    }
     // Every plugin is destroyed before the first library is closed: a plugin may use code of
     // another one.
     for (PCorePlugin* record : records)

@@ -21,7 +21,7 @@ class PPluginRegistry
 {
 public:
     PPluginRegistry(const PCoreLog& iLog, PCoreLock& iLock) noexcept
-        : fLog(iLog), fLock(iLock), fStarted(false)
+        : fLog(iLog), fLock(iLock), fUnloaded(nullptr), fStarted(false)
     {
     }
 
@@ -75,15 +75,15 @@ public:
 
 private:
     void addInterfaces(PCorePlugin& iRecord);
-    void withdrawInterfaces(PCorePlugin& iRecord);
     int nl_unloadPlugin(IPlugin* iPlugin, PPtr<PLibrary>& oLibrary) IXLA_REQUIRES(fLock.fMutex);
-    void nl_destroy(PCorePlugin& iRecord, PPtr<PLibrary>& oLibrary) IXLA_REQUIRES(fLock.fMutex);
+    void nl_destroy(PCorePlugin& ioRecord, PPtr<PLibrary>& oLibrary) IXLA_REQUIRES(fLock.fMutex);
     PCorePlugin* nl_findByFile(const PLiteral& iFileName, unsigned int iAfter) const
         IXLA_REQUIRES(fLock.fMutex);
 
     const PCoreLog& fLog;
     PCoreLock& fLock;
     std::vector<PCorePlugin*> fCorePlugins; ///< owned; built-in ones first
+    PCorePlugin* fUnloaded;                 ///< owned; the list of the records without a plugin
     PInterfaceTable fTable;
     std::atomic<bool> fStarted;
 };

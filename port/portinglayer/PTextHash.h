@@ -15,19 +15,29 @@ struct PTextHash
 
     std::size_t operator()(const PLiteral& iText) const noexcept
     {
-        // Two characters in a step; only the rotation depends on the previous step. The last
-        // character of an odd number is combined with the terminating zero.
-        const wchar_t* const text = iText.ptr();
+        // The last character of an odd number is combined with the terminating zero.
+        const wchar_t* text = iText.ptr();
+        const wchar_t* const end = text + iText.len();
         std::size_t hash = iText.len();
-        for (unsigned int i = 0; i < iText.len(); i += 2)
+        for (; end - text >= 4; text += 4)
         {
-            hash = (hash << 5 | hash >> (sizeof hash * 8 - 5)) ^
-                   (_code(text[i]) + _code(text[i + 1]) * 65599u);
+            hash = _step(_step(hash, text), text + 2);
+        }
+        for (; text < end; text += 2)
+        {
+            hash = _step(hash, text);
         }
         return hash * 2654435761u;
     }
 
 private:
+    /// Two characters in a step; only the rotation depends on the previous step.
+    static std::size_t _step(std::size_t iHash, const wchar_t* iText) noexcept
+    {
+        return (iHash << 5 | iHash >> (sizeof iHash * 8 - 5)) ^
+               (_code(iText[0]) + _code(iText[1]) * 65599u);
+    }
+
     static std::size_t _code(wchar_t iChar) noexcept
     {
         return static_cast<std::size_t>(iChar);
