@@ -10,10 +10,11 @@
 
 #include <cstdlib>
 #include <memory>
+#include <string_view>
 
 namespace
 {
-const PLiteral sPrefix(L"com.kelvora.bench.");
+constexpr std::wstring_view kPrefix(L"com.kelvora.bench.");
 
 class InterfacesPlugin final : public PCounted<IPlugin>
 {
@@ -37,7 +38,9 @@ public:
 
     int getInstance(const PLiteral& iInterfaceId, IBase*& oInstance) override
     {
-        const bool known = iInterfaceId.startsWith(sPrefix.ptr(), sPrefix.len());
+        // As the floor's provider, so that the difference is the core's.
+        const bool known =
+            std::wstring_view(iInterfaceId.ptr(), iInterfaceId.len()).starts_with(kPrefix);
         oInstance = known ? this : nullptr;
         return known ? eIxlaOk : eIxlaUnknownInterface;
     }
