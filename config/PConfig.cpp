@@ -17,7 +17,7 @@ const PLiteral sConstAttribute(L"const");
 } // namespace
 
 PConfig::PConfig(IConfigManager* iManager, const PLiteral& iID)
-    : fRefCount(0), fValues(PConfigValues::allocator_type(fArena)), fID(iID), fManager(iManager)
+    : fRefCount(0), fValues(&fArena), fID(iID), fIDHash(PConfigKey(iID).hash), fManager(iManager)
 {
 }
 
@@ -53,11 +53,12 @@ int PConfig::getKeys(std::vector<PString>& oKeys) noexcept
     return ixlaGuarded(
         [&]
         {
+            const PConfigValues::Records records = fValues.inOrder();
             std::vector<PString> keys;
-            keys.reserve(fValues.size());
-            for (const auto& [key, record] : fValues)
+            keys.reserve(records.size());
+            for (const PConfigRecord* record : records)
             {
-                keys.push_back(key);
+                keys.push_back(record->key);
             }
             oKeys.swap(keys);
             return eIxlaOk;
@@ -190,35 +191,27 @@ int PConfig::getAttrBinary(const PLiteral& iKey, const PLiteral& iAttribute, uns
 
 int PConfig::__findValue(const PLiteral& iKey, PConfigValue*& oValue) noexcept
 {
-    const PConfigPlace place(fValues, iKey);
-    if (!place.found)
+    PConfigValue* const value = fValues.find(iKey);
+    if (!value)
     {
         return eIxlaNotFound;
     }
-    oValue = &place.at->second;
+    oValue = value;
     return eIxlaOk;
 }
 
 int PConfig::_findUsedValue(const PLiteral& iKey, const PLiteral& iAttribute,
                             PConfigValue*& oValue) noexcept
 {
+    const PConfigKey key(iKey);
     Records records;
-    // The result may be dropped: a missing own record is one of the choices.
-    (void)__findValue(iKey, records.own);
-    const bool pinned = records.own && _isPinned(*records.own);
+    records.own = fValues.find(key);
     PConfigManager* const manager = source();
-    const int result = pinned || !manager ? static_cast<int>(eIxlaOk)
-                                          : manager->findValues(fID, iKey, fRunTimeValues,
-                                                                records.dynamic, records.stored);
-    return result != 0 ? result : _choose(records, iAttribute, oValue);
-}
-
-int PConfig::findOwnValue(const PLiteral& iKey, const PLiteral& iAttribute,
-                          PConfigValue*& oValue) noexcept
-{
-    Records records;
-    const int result = __findValue(iKey, records.own);
-    return result != 0 ? result : _choose(records, iAttribute, oValue);
+    if (manager && !(records.own && _isPinned(*records.own)))
+    {
+        manager->findValues(fID, fIDHash, key, fRunTimeValues, records.dynamic, records.stored);
+    }
+    return _choose(records, iAttribute, oValue);
 }
 
 PConfigManager* PConfig::source() const noexcept
@@ -276,45 +269,76 @@ int PConfig::_choose(const Records& iRecords, const PLiteral& iAttribute,
     return eIxlaNotFound;
 }
 
+// A key with a separator is never found, so it is refused only when nothing was found.
 int PConfig::read(const PLiteral& iKey, const PLiteral& iAttribute, const Copy& iCopy) noexcept
 {
-    const int allowed = PConfigFormat::_checkAllowedChars(PLiteral(), iKey, iAttribute);
-    if (allowed != 0)
+    int result = iAttribute.len() != 0
+                     ? PConfigFormat::_checkAllowedChars(PLiteral(), PLiteral(), iAttribute)
+                     : static_cast<int>(eIxlaOk);
+    if (result == 0)
     {
-        return allowed;
+        result = readAllowed(iKey, iAttribute, iCopy);
     }
-    PConfigValue* record = nullptr;
+    if (result != eIxlaNotFound)
+    {
+        return result;
+    }
+    const int allowed = PConfigFormat::_checkAllowedChars(PLiteral(), iKey, PLiteral());
+    return allowed != 0 ? allowed : result;
+}
+
+int PConfig::readAllowed(const PLiteral& iKey, const PLiteral& iAttribute,
+                         const Copy& iCopy) noexcept
+{
     PConfigManager* const manager = source();
     if (!manager)
     {
-        const int result = findOwnValue(iKey, iAttribute, record);
-        return result != 0 ? result : configResult(iCopy(*record));
+        return copyOwn(iKey, iAttribute, iCopy);
     }
     {
         const PReaderLock::Reader reader(manager->readers());
         if (reader.isInside() && manager->isStoreKnown())
         {
-            const int result = _findUsedValue(iKey, iAttribute, record);
-            return result != 0 ? result : configResult(iCopy(*record));
+            return copyUsed(iKey, iAttribute, iCopy);
         }
     }
     return readLocked(iKey, iAttribute, iCopy);
 }
 
-// The first read always reads the store, whatever record is chosen. A store that cannot be read
-// counts as one without values; only lack of memory is passed on.
+// The first read always reads the store, whatever record is chosen, but not for a key that must not
+// be read. A store that cannot be read counts as one without values; only lack of memory is passed
+// on.
 int PConfig::readLocked(const PLiteral& iKey, const PLiteral& iAttribute,
                         const Copy& iCopy) noexcept
 {
+    const int allowed = PConfigFormat::_checkAllowedChars(PLiteral(), iKey, PLiteral());
+    if (allowed != 0)
+    {
+        return allowed;
+    }
     PConfigManager& manager = *source();
     const PLockGuard lock(manager.mutex());
-    if (lock.result() == 0 && manager.nl_needLoadedStore() == eIxlaNoMemory)
+    if (lock.result() != 0)
     {
-        return eIxlaNoMemory;
+        return copyOwn(iKey, iAttribute, iCopy);
     }
+    return manager.nl_needLoadedStore() == eIxlaNoMemory ? static_cast<int>(eIxlaNoMemory)
+                                                         : copyUsed(iKey, iAttribute, iCopy);
+}
+
+int PConfig::copyUsed(const PLiteral& iKey, const PLiteral& iAttribute, const Copy& iCopy) noexcept
+{
     PConfigValue* record = nullptr;
-    const int result = lock.result() == 0 ? _findUsedValue(iKey, iAttribute, record)
-                                          : findOwnValue(iKey, iAttribute, record);
+    const int result = _findUsedValue(iKey, iAttribute, record);
+    return result != 0 ? result : configResult(iCopy(*record));
+}
+
+int PConfig::copyOwn(const PLiteral& iKey, const PLiteral& iAttribute, const Copy& iCopy) noexcept
+{
+    Records records;
+    records.own = fValues.find(PConfigKey(iKey));
+    PConfigValue* record = nullptr;
+    const int result = _choose(records, iAttribute, record);
     return result != 0 ? result : configResult(iCopy(*record));
 }
 

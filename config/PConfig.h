@@ -6,7 +6,7 @@
 #include "IConfig.h"
 #include "IConfigManager.h"
 #include "PBaseptr.h"
-#include "config/PConfigValue.h"
+#include "config/PConfigValues.h"
 #include "config/PFunctionRef.h"
 #include "config/PReadFault.h"
 #include "portinglayer/PCounterSync.h"
@@ -77,8 +77,7 @@ public:
 
     /// Chooses the record for a read of iKey, or of one of its attributes if iAttribute is not
     /// empty. The caller is a reader of the manager that knows the store, or holds the manager's
-    /// lock, while it uses the record. Returns 0, -504, or -501 when a lookup in the manager fails
-    /// for lack of memory.
+    /// lock, while it uses the record. Returns 0 or -504.
     int _findUsedValue(const PLiteral& iKey, const PLiteral& iAttribute,
                        PConfigValue*& oValue) noexcept;
 
@@ -98,15 +97,19 @@ private:
 
     /// The manager, for a configuration with an ID; otherwise null.
     PConfigManager* source() const noexcept;
-    int findOwnValue(const PLiteral& iKey, const PLiteral& iAttribute,
-                     PConfigValue*& oValue) noexcept;
-
     /// Copies the chosen record.
     typedef PFunctionRef<int(const PConfigValue& iRecord)> Copy;
 
     int read(const PLiteral& iKey, const PLiteral& iAttribute, const Copy& iCopy) noexcept;
+    int readAllowed(const PLiteral& iKey, const PLiteral& iAttribute, const Copy& iCopy) noexcept;
     [[gnu::cold]] int readLocked(const PLiteral& iKey, const PLiteral& iAttribute,
                                  const Copy& iCopy) noexcept;
+    ///@{
+    /// Copy the record that _findUsedValue chooses, or that of a configuration without sources.
+    int copyUsed(const PLiteral& iKey, const PLiteral& iAttribute, const Copy& iCopy) noexcept;
+    int copyOwn(const PLiteral& iKey, const PLiteral& iAttribute, const Copy& iCopy) noexcept;
+    ///@}
+
     /// Converts a text.
     typedef PFunctionRef<int(const PLiteral& iText)> Convert;
 
@@ -116,7 +119,8 @@ private:
     PCounterSync fRefCount;
     PConfigArena fArena; ///< the records of fValues, and the texts of those that were read
     PConfigValues fValues;
-    PString fID;
+    const PString fID;
+    const unsigned int fIDHash;
     PBaseptr<IConfigManager> fManager;
     std::atomic<PConfigValues*> fRunTimeValues{nullptr}; ///< of the ID; null until they are found
     PReadFault fReadFault;

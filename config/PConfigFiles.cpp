@@ -122,11 +122,11 @@ int PConfigFiles::nl_readStoreName(PString& oName)
 
 void PConfigFiles::nl_appendIDs(std::vector<PString>& ioIDs) const
 {
-    for (const auto& [id, files] : PConfigLoader::_valuesOf(fManagerConfig))
+    for (const PConfigRecord* record : PConfigLoader::_valuesOf(fManagerConfig).inOrder())
     {
-        if (id != kStoreFileKey)
+        if (record->key != kStoreFileKey)
         {
-            ioIDs.push_back(id);
+            ioIDs.push_back(record->key);
         }
     }
 }

@@ -10,8 +10,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cwchar>
-#include <tuple>
-#include <utility>
 
 namespace
 {
@@ -96,10 +94,12 @@ int _appendReadLine(const PSpan& iLine, PConfigValues& ioValues)
     {
         return result;
     }
-    const PConfigPlace place(ioValues, PConfigText(parts.key));
-    if (!place.found)
+    const PConfigText key(parts.key);
+    const unsigned int hash = PConfigKey::_ofName(key);
+    PConfigValue* const value = ioValues.find(key, hash);
+    if (!value)
     {
-        _keep(*ioValues.get_allocator().arena(), parts);
+        _keep(*ioValues.arena(), parts);
     }
     if (parts.attribute.len > 0)
     {
@@ -107,14 +107,13 @@ int _appendReadLine(const PSpan& iLine, PConfigValues& ioValues)
                                              PConfigText(parts.attribute),
                                              PConfigText(parts.value));
     }
-    if (place.found)
+    if (value)
     {
-        place.at->second.fValue = PConfigText(parts.value);
+        value->fValue = PConfigText(parts.value);
     }
     else
     {
-        ioValues.emplace_hint(place.at, std::piecewise_construct, std::forward_as_tuple(parts.key),
-                              std::forward_as_tuple(parts.value));
+        ioValues.insert(hash, parts.key, parts.value);
     }
     return eIxlaOk;
 }
@@ -165,7 +164,7 @@ int PConfigFormat::_appendArgs(const PString* iArgs, std::size_t iCount,
 
 int PConfigFormat::_appendLines(PFile& ioFile, PConfigValues& ioValues, PReadFault& ioFault)
 {
-    PConfigArena& arena = *ioValues.get_allocator().arena();
+    PConfigArena& arena = *ioValues.arena();
     int result = eIxlaOk;
     while (result == eIxlaOk)
     {

@@ -3,7 +3,7 @@
 #ifndef IXLAL_PCONFIGFORMAT_H
 #define IXLAL_PCONFIGFORMAT_H
 
-#include "config/PConfigValue.h"
+#include "config/PConfigValues.h"
 #include "config/PReadFault.h"
 #include "portinglayer/PString.h"
 

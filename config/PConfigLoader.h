@@ -5,7 +5,7 @@
 
 #include "IConfigManager.h"
 #include "PBaseptr.h"
-#include "config/PConfigValue.h"
+#include "config/PConfigValues.h"
 #include "config/PFunctionRef.h"
 #include "config/PReadFault.h"
 

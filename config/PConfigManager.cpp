@@ -49,11 +49,6 @@ PConfigManager::~PConfigManager()
     (void)fMutex.close();
 }
 
-int PConfigManager::incRef() noexcept
-{
-    return ++fRefCount;
-}
-
 int PConfigManager::decRef() noexcept
 {
     const int count = fRefCount.change(-1);
@@ -93,21 +88,6 @@ void PConfigManager::nl_close(PBaseptr<IConfig>& oManagerConfig, PBaseptr<IConfi
     fClosed = true;
     oManagerConfig = fFiles.nl_takeManagerConfig();
     oStore = fStore.nl_takeLoadedStore();
-}
-
-bool PConfigManager::isClosed() const noexcept
-{
-    return fClosed;
-}
-
-PMutex& PConfigManager::mutex() noexcept
-{
-    return fMutex;
-}
-
-PReaderLock& PConfigManager::readers() noexcept
-{
-    return fReaders;
 }
 
 int PConfigManager::loadByFile(const PLiteral& iFile, PBaseptr<IConfig>& oConfig) noexcept
@@ -290,7 +270,7 @@ int PConfigManager::setAttrString(const PLiteral& iID, const PLiteral& iKey,
             {
                 return found;
             }
-            if (!PConfigPlace(*values, iKey).found)
+            if (!values->find(iKey))
             {
                 return static_cast<int>(eIxlaNoValueForAttribute);
             }
@@ -383,34 +363,20 @@ int PConfigManager::findLoadedValue(const PLiteral& iID, const PLiteral& iKey,
                   { return fStore.nl_findLoadedValue(iID, iKey, oValue); });
 }
 
-// The caller has one of the two locks that exclude changes; the analysis knows only one of them.
-bool PConfigManager::isStoreKnown() const noexcept IXLA_NO_THREAD_SAFETY_ANALYSIS
+// The caller has one of the two locks that exclude changes; the analysis knows only one of them. A
+// table of run-time values is never removed.
+void PConfigManager::findValues(const PLiteral& iID, unsigned int iIDHash, const PConfigKey& iKey,
+                                std::atomic<PConfigValues*>& ioTable, PConfigValue*& oDynamic,
+                                PConfigValue*& oStored) noexcept IXLA_NO_THREAD_SAFETY_ANALYSIS
 {
-    return fStore.isKnown();
-}
-
-// As above. A table of run-time values is never removed.
-int PConfigManager::findValues(const PLiteral& iID, const PLiteral& iKey,
-                               std::atomic<PConfigValues*>& ioTable, PConfigValue*& oDynamic,
-                               PConfigValue*& oStored) noexcept IXLA_NO_THREAD_SAFETY_ANALYSIS
-{
-    return ixlaGuarded(
-        [&]
-        {
-            PConfigValues* table = ioTable.load(std::memory_order_acquire);
-            if (!table && fValues.nl_findDynamicCfgValues(iID, false, table) == 0)
-            {
-                ioTable.store(table, std::memory_order_release);
-            }
-            if (table)
-            {
-                const PConfigPlace place(*table, iKey);
-                oDynamic = place.found ? &place.at->second : nullptr;
-            }
-            // A key without a stored value is no error.
-            (void)fStore.findKnown(iID, iKey, oStored);
-            return eIxlaOk;
-        });
+    PConfigValues* table = ioTable.load(std::memory_order_acquire);
+    if (!table)
+    {
+        table = fValues.findTable(iID);
+        ioTable.store(table, std::memory_order_release);
+    }
+    oDynamic = table ? table->find(iKey) : nullptr;
+    oStored = fStore.findKnown(iID, iIDHash, iKey);
 }
 
 // The caller holds the lock through mutex(), which the analysis does not see.

@@ -41,7 +41,11 @@ class PConfigManager : public PTypedConfigManager
 public:
     PConfigManager() noexcept;
 
-    int incRef() noexcept override;
+    int incRef() noexcept override
+    {
+        return ++fRefCount;
+    }
+
     int decRef() noexcept override;
 
     [[gnu::cold]] int listIDs(std::vector<PString>& oIDs) noexcept override;
@@ -92,7 +96,10 @@ public:
     [[gnu::cold]] int tryCleanup(unsigned int iMilliseconds) noexcept;
 
     /// Whether the manager was closed.
-    bool isClosed() const noexcept;
+    bool isClosed() const noexcept
+    {
+        return fClosed;
+    }
 
     /// As loadByFile, for a configuration whose manager is iManager, which may be null. oFault gets
     /// the place and the code of any error, also of one that ended the file early with the result
@@ -102,10 +109,16 @@ public:
 
     /// The manager's lock. A caller of the find operations below holds it from the lookup until the
     /// text is copied.
-    PMutex& mutex() noexcept;
+    PMutex& mutex() noexcept
+    {
+        return fMutex;
+    }
 
     /// The lock of readers. It is closed for short changes only, never while a file is used.
-    PReaderLock& readers() noexcept;
+    PReaderLock& readers() noexcept
+    {
+        return fReaders;
+    }
 
     ///@{
     /// Find the run-time or the stored record of a key. The first search for a stored record reads
@@ -116,13 +129,19 @@ public:
     ///@}
 
     /// Whether readers know the store. If not, nl_needLoadedStore() is called first.
-    bool isStoreKnown() const noexcept;
+    // The caller has one of the two locks that exclude changes; the analysis knows only one of
+    // them.
+    bool isStoreKnown() const noexcept IXLA_NO_THREAD_SAFETY_ANALYSIS
+    {
+        return fStore.isKnown();
+    }
 
-    /// Finds both records. A pointer is unchanged when there is no such record. ioTable remembers
-    /// the run-time values of iID and is null at first. The caller is a reader or holds the lock
-    /// until it has copied the text. Returns 0 or -501.
-    int findValues(const PLiteral& iID, const PLiteral& iKey, std::atomic<PConfigValues*>& ioTable,
-                   PConfigValue*& oDynamic, PConfigValue*& oStored) noexcept;
+    /// Finds both values; null for none. iIDHash is the hash of the ID. ioTable remembers the
+    /// run-time values of the ID and is null at first. The caller is a reader or holds the lock
+    /// until it has copied the text.
+    void findValues(const PLiteral& iID, unsigned int iIDHash, const PConfigKey& iKey,
+                    std::atomic<PConfigValues*>& ioTable, PConfigValue*& oDynamic,
+                    PConfigValue*& oStored) noexcept;
 
     /// Reads the store unless it was read before. The caller holds the lock. Returns 0, -501, or
     /// the code of reading.

@@ -3,19 +3,8 @@
 
 #include "PGuarded.h"
 
-#include <tuple>
-#include <utility>
-
 namespace
 {
-/// Inserts a value. Throws std::bad_alloc.
-PConfigValues::iterator _insert(PConfigValues& ioValues, PConfigValues::iterator iPlace,
-                                const PLiteral& iKey, const PLiteral& iValue)
-{
-    return ioValues.emplace_hint(iPlace, std::piecewise_construct, std::forward_as_tuple(iKey),
-                                 std::forward_as_tuple(iValue));
-}
-
 /// Inserts an attribute unless it is present. Throws std::bad_alloc.
 template <class TAttributes>
 void _addAttribute(TAttributes& ioAttributes, const PLiteral& iAttribute, const PLiteral& iValue)
@@ -34,14 +23,14 @@ int PConfigRecords::_addValue(PConfigValues& ioValues, const PLiteral& iKey,
     return ixlaGuarded(
         [&]
         {
-            const PConfigPlace place(ioValues, iKey);
-            if (place.found)
+            const unsigned int hash = PConfigKey::_ofName(iKey);
+            if (PConfigValue* const value = ioValues.find(iKey, hash))
             {
-                place.at->second.fValue = iValue;
+                value->fValue = iValue;
             }
             else
             {
-                _insert(ioValues, place.at, iKey, iValue);
+                ioValues.insert(hash, iKey, iValue);
             }
             return eIxlaOk;
         });
@@ -53,42 +42,36 @@ int PConfigRecords::_addAttrValue(PConfigValues& ioValues, const PLiteral& iKey,
     return ixlaGuarded(
         [&]
         {
-            const PConfigPlace place(ioValues, iKey);
-            if (place.found)
+            const unsigned int hash = PConfigKey::_ofName(iKey);
+            if (PConfigValue* const value = ioValues.find(iKey, hash))
             {
-                _addAttribute(place.at->second.fAttributes, iAttribute, iValue);
+                _addAttribute(value->fAttributes, iAttribute, iValue);
                 return eIxlaOk;
             }
             decltype(PConfigValue::fAttributes) attributes;
             _addAttribute(attributes, iAttribute, iValue);
-            _insert(ioValues, place.at, iKey, PLiteral())->second.fAttributes.swap(attributes);
+            ioValues.insert(hash, iKey, PLiteral()).fAttributes.swap(attributes);
             return eIxlaOk;
         });
 }
 
 int PConfigRecords::_removeKey(PConfigValues& ioValues, const PLiteral& iKey) noexcept
 {
-    const PConfigPlace place(ioValues, iKey);
-    if (place.found)
-    {
-        ioValues.erase(place.at);
-    }
+    // A missing key counts as removed.
+    (void)ioValues.erase(iKey);
     return eIxlaOk;
 }
 
 int PConfigRecords::_removeAttr(PConfigValues& ioValues, const PLiteral& iKey,
                                 const PLiteral& iAttribute) noexcept
 {
-    const PConfigPlace place(ioValues, iKey);
-    if (!place.found)
+    if (PConfigValue* const value = ioValues.find(iKey))
     {
-        return eIxlaOk;
-    }
-    auto& attributes = place.at->second.fAttributes;
-    const auto attribute = attributes.find(iAttribute);
-    if (attribute != attributes.end())
-    {
-        attributes.erase(attribute);
+        const auto attribute = value->fAttributes.find(iAttribute);
+        if (attribute != value->fAttributes.end())
+        {
+            value->fAttributes.erase(attribute);
+        }
     }
     return eIxlaOk;
 }
@@ -96,9 +79,9 @@ int PConfigRecords::_removeAttr(PConfigValues& ioValues, const PLiteral& iKey,
 void PConfigRecords::_addNewValue(PConfigValues& ioValues, const PLiteral& iKey,
                                   const PLiteral& iValue)
 {
-    const PConfigPlace place(ioValues, iKey);
-    if (!place.found)
+    const unsigned int hash = PConfigKey::_ofName(iKey);
+    if (!ioValues.find(iKey, hash))
     {
-        _insert(ioValues, place.at, iKey, iValue);
+        ioValues.insert(hash, iKey, iValue);
     }
 }

@@ -3,7 +3,7 @@
 #ifndef IXLAL_PCONFIGRECORDS_H
 #define IXLAL_PCONFIGRECORDS_H
 
-#include "config/PConfigValue.h"
+#include "config/PConfigValues.h"
 
 /// The changes that the tables of configurations, of the store and of run-time values share. The
 /// caller synchronises the table. Each operation changes nothing when memory is lacking.

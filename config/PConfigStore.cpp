@@ -12,6 +12,7 @@
 #include "config/PStoreWriter.h"
 #include "portinglayer/PFile.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace
@@ -30,7 +31,7 @@ void _makeStoreKey(const PLiteral& iID, const PLiteral& iKey, PString& oStoreKey
 }
 
 /// Whether a store has values of the configuration ID iID.
-bool _storesID(const PConfigValues& iStore, const PLiteral& iID)
+bool _storesID(const PConfigValues::Records& iStore, const PLiteral& iID)
 {
     unsigned int position = 0;
     if (iID.chr(kStoreSeparator, position))
@@ -39,15 +40,18 @@ bool _storesID(const PConfigValues& iStore, const PLiteral& iID)
     }
     ShortText prefix;
     _makeStoreKey(iID, PLiteral(), prefix);
-    const PConfigValues::const_iterator first = iStore.lower_bound(prefix);
-    return first != iStore.end() && first->first.startsWith(prefix.ptr(), prefix.len());
+    const auto first = std::lower_bound(iStore.begin(), iStore.end(), prefix,
+                                        [](const PConfigRecord* iRecord, const PLiteral& iPrefix)
+                                        { return iRecord->key < iPrefix; });
+    return first != iStore.end() && (*first)->key.startsWith(prefix.ptr(), prefix.len());
 }
 
 /// Appends the IDs of a store. The keys of one ID are adjacent.
-void _appendStoredIDs(const PConfigValues& iStore, std::vector<PString>& ioIDs)
+void _appendStoredIDs(const PConfigValues::Records& iStore, std::vector<PString>& ioIDs)
 {
-    for (const auto& [key, record] : iStore)
+    for (const PConfigRecord* record : iStore)
     {
+        const PString& key = record->key;
         unsigned int length = 0;
         if (!key.chr(kStoreSeparator, length))
         {
@@ -86,7 +90,7 @@ int PConfigStore::nl_change(const PLiteral& iID, const PLiteral& iKey, const Edi
     {
         result = writer.prepare(values);
     }
-    return result != 0 ? result : nl_saveStore(values, writer);
+    return result != 0 ? result : nl_saveStore(writer);
 }
 
 int PConfigStore::nl_storeString(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iValue)
@@ -102,7 +106,7 @@ int PConfigStore::nl_storeAttrString(const PLiteral& iID, const PLiteral& iKey,
     return nl_change(iID, iKey,
                      [&](PConfigValues& ioValues, const PLiteral& iStoreKey)
                      {
-                         return PConfigPlace(ioValues, iStoreKey).found
+                         return ioValues.find(iStoreKey)
                                     ? PConfigRecords::_addAttrValue(ioValues, iStoreKey, iAttribute,
                                                                     iValue)
                                     : static_cast<int>(eIxlaNoValueForAttribute);
@@ -120,20 +124,20 @@ int PConfigStore::nl_removeStored(const PLiteral& iID, const PLiteral& iKey,
     }
     ShortText storeKey;
     _makeStoreKey(iID, iKey, storeKey);
+    // Removing cannot fail.
+    (void)PConfigRecords::_remove(PConfigLoader::_valuesOf(store), storeKey, iAttribute);
     PStoreWriter writer;
     result = writer.prepare(PConfigLoader::_valuesOf(store));
     if (result != 0)
     {
         return result;
     }
-    // Removing cannot fail.
-    (void)PConfigRecords::_remove(PConfigLoader::_valuesOf(store), storeKey, iAttribute);
-    if (fLoadedStore)
+    if (fSnapshot)
     {
         const PReaderLock::Writer change(fReaders);
-        (void)PConfigRecords::_remove(PConfigLoader::_valuesOf(fLoadedStore), storeKey, iAttribute);
+        (void)PConfigRecords::_remove(*fSnapshot, storeKey, iAttribute);
     }
-    return nl_saveStore(PConfigLoader::_valuesOf(store), writer);
+    return nl_saveStore(writer);
 }
 
 int PConfigStore::nl_listIDs(std::vector<PString>& ioIDs)
@@ -144,8 +148,8 @@ int PConfigStore::nl_listIDs(std::vector<PString>& ioIDs)
     {
         return result;
     }
-    const PConfigValues& values = PConfigLoader::_valuesOf(store);
-    _appendStoredIDs(values, ioIDs);
+    const PConfigValues::Records stored = PConfigLoader::_valuesOf(store).inOrder();
+    _appendStoredIDs(stored, ioIDs);
     result = fFiles.nl_loadManagerConfig();
     if (result != 0)
     {
@@ -155,7 +159,7 @@ int PConfigStore::nl_listIDs(std::vector<PString>& ioIDs)
     fFiles.nl_appendIDs(listed);
     for (PString& id : listed)
     {
-        if (!_storesID(values, id))
+        if (!_storesID(stored, id))
         {
             ioIDs.push_back(std::move(id));
         }
@@ -167,7 +171,7 @@ int PConfigStore::nl_needLoadedStore()
 {
     if (isKnown())
     {
-        return fLoadedStore ? eIxlaOk : eIxlaNoStoreFile;
+        return fSnapshot ? eIxlaOk : eIxlaNoStoreFile;
     }
     PBaseptr<IConfig> store;
     const int result = nl_loadStore(store);
@@ -176,32 +180,27 @@ int PConfigStore::nl_needLoadedStore()
     {
         const PReaderLock::Writer writer(fReaders);
         fLoadedStore = store;
+        fSnapshot = result == 0 ? &PConfigLoader::_valuesOf(store) : nullptr;
         fWithoutStore = result != 0;
     }
     return result;
-}
-
-bool PConfigStore::isKnown() const noexcept
-{
-    return fLoadedStore || fWithoutStore;
-}
-
-int PConfigStore::findKnown(const PLiteral& iID, const PLiteral& iKey, PConfigValue*& oValue) const
-{
-    if (!fLoadedStore || PConfigLoader::_valuesOf(fLoadedStore).empty())
-    {
-        return eIxlaNotFound;
-    }
-    ShortText storeKey;
-    _makeStoreKey(iID, iKey, storeKey);
-    return static_cast<PConfig&>(*fLoadedStore).__findValue(storeKey, oValue);
 }
 
 int PConfigStore::nl_findLoadedValue(const PLiteral& iID, const PLiteral& iKey,
                                      PConfigValue*& oValue)
 {
     const int result = nl_needLoadedStore();
-    return result != 0 ? result : findKnown(iID, iKey, oValue);
+    if (result != 0)
+    {
+        return result;
+    }
+    PConfigValue* const value = findKnown(iID, PConfigKey(iID).hash, PConfigKey(iKey));
+    if (!value)
+    {
+        return eIxlaNotFound;
+    }
+    oValue = value;
+    return eIxlaOk;
 }
 
 int PConfigStore::nl_getLoadedString(const PLiteral& iID, const PLiteral& iKey, PString& oValue)
@@ -220,6 +219,7 @@ PBaseptr<IConfig> PConfigStore::nl_takeLoadedStore()
     PBaseptr<IConfig> taken = fLoadedStore;
     const PReaderLock::Writer writer(fReaders);
     fLoadedStore.clear();
+    fSnapshot = nullptr;
     fWithoutStore = false;
     return taken;
 }
@@ -270,7 +270,7 @@ int PConfigStore::nl_loadStore(PBaseptr<IConfig>& oStore)
     return loaded;
 }
 
-int PConfigStore::nl_saveStore(const PConfigValues& iStore, PStoreWriter& ioWriter)
+int PConfigStore::nl_saveStore(PStoreWriter& ioWriter)
 {
     int result = configResult(PFile::pdelete(fStorePath));
     if (result != 0)
@@ -286,5 +286,5 @@ int PConfigStore::nl_saveStore(const PConfigValues& iStore, PStoreWriter& ioWrit
                       fStorePath.ptr(), result);
         return result;
     }
-    return configResult(ioWriter.write(iStore));
+    return configResult(ioWriter.write());
 }

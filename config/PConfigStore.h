@@ -5,7 +5,7 @@
 
 #include "IConfigManager.h"
 #include "PBaseptr.h"
-#include "config/PConfigValue.h"
+#include "config/PConfigValues.h"
 #include "config/PFunctionRef.h"
 #include "portinglayer/PString.h"
 
@@ -55,11 +55,18 @@ public:
     int nl_needLoadedStore();
 
     /// Whether the snapshot was taken, or there is no store. [reader lock]
-    bool isKnown() const noexcept;
+    bool isKnown() const noexcept
+    {
+        return fSnapshot || fWithoutStore;
+    }
 
-    /// Finds the record of a key in the snapshot. Returns 0, or -504 also without a snapshot.
-    /// Throws std::bad_alloc. [reader lock]
-    int findKnown(const PLiteral& iID, const PLiteral& iKey, PConfigValue*& oValue) const;
+    /// Finds the value of a key in the snapshot; iIDHash is the hash of the ID. Null for none, also
+    /// without a snapshot. [reader lock]
+    PConfigValue* findKnown(const PLiteral& iID, unsigned int iIDHash,
+                            const PConfigKey& iKey) const noexcept
+    {
+        return fSnapshot ? fSnapshot->findStored(iID, iIDHash, iKey) : nullptr;
+    }
 
     /// Finds the record of a key in the snapshot, which is taken if need be. Returns -504 for none.
     int nl_findLoadedValue(const PLiteral& iID, const PLiteral& iKey, PConfigValue*& oValue);
@@ -78,16 +85,17 @@ private:
     int nl_change(const PLiteral& iID, const PLiteral& iKey, const Edit& iEdit);
     int nl_parseStorePath();
     int nl_loadStore(PBaseptr<IConfig>& oStore);
-    int nl_saveStore(const PConfigValues& iStore, PStoreWriter& ioWriter);
+    int nl_saveStore(PStoreWriter& ioWriter);
 
     IConfigManager& fManager;
     PConfigFiles& fFiles;
     PConfigLog& fLog;
     PReaderLock& fReaders;
     const std::atomic<bool>& fClosed;
-    PBaseptr<IConfig> fLoadedStore; ///< the store as first read, without removed values
-    bool fWithoutStore = false;     ///< whether the manager's configuration names no store
-    PString fStorePath;             ///< empty until resolved
+    PBaseptr<IConfig> fLoadedStore;     ///< the store as first read, without removed values
+    PConfigValues* fSnapshot = nullptr; ///< the values of fLoadedStore
+    bool fWithoutStore = false;         ///< whether the manager's configuration names no store
+    PString fStorePath;                 ///< empty until resolved
 };
 
 #endif

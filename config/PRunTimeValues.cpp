@@ -14,10 +14,16 @@ int PRunTimeValues::nl_findDynamicCfgValues(const PLiteral& iID, bool iCreate,
         {
             return eIxlaNotFound;
         }
-        place = fDynamicValues.emplace_hint(place, iID, PConfigValues());
+        place = fDynamicValues.try_emplace(place, iID);
     }
     oValues = &place->second;
     return eIxlaOk;
+}
+
+PConfigValues* PRunTimeValues::findTable(const PLiteral& iID) noexcept
+{
+    const auto place = fDynamicValues.find(iID);
+    return place != fDynamicValues.end() ? &place->second : nullptr;
 }
 
 int PRunTimeValues::nl_findDynamicValue(const PLiteral& iID, const PLiteral& iKey,
@@ -29,12 +35,12 @@ int PRunTimeValues::nl_findDynamicValue(const PLiteral& iID, const PLiteral& iKe
     {
         return result;
     }
-    const PConfigPlace place(*values, iKey);
-    if (!place.found)
+    PConfigValue* const value = values->find(iKey);
+    if (!value)
     {
         return eIxlaNotFound;
     }
-    oValue = &place.at->second;
+    oValue = value;
     return eIxlaOk;
 }
 

@@ -3,7 +3,7 @@
 #ifndef IXLAL_PRUNTIMEVALUES_H
 #define IXLAL_PRUNTIMEVALUES_H
 
-#include "config/PConfigValue.h"
+#include "config/PConfigValues.h"
 
 #include <map>
 
@@ -16,6 +16,9 @@ public:
     /// Finds the table of an ID; iCreate creates a missing one. Returns 0 or -504. Throws
     /// std::bad_alloc while creating.
     int nl_findDynamicCfgValues(const PLiteral& iID, bool iCreate, PConfigValues*& oValues);
+
+    /// The table of an ID, null for none. [reader lock]
+    PConfigValues* findTable(const PLiteral& iID) noexcept;
 
     /// Finds the record of a key. Returns 0 or -504.
     int nl_findDynamicValue(const PLiteral& iID, const PLiteral& iKey, PConfigValue*& oValue);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "config/PStoreWriter.h"
 
+#include "PGuarded.h"
 #include "config/PConfigResult.h"
 
 #include <algorithm>
@@ -11,15 +12,16 @@ namespace
 const PLiteral sAssign(L" = ");
 const PLiteral sAttribute(L":");
 
-unsigned int _longestLine(const PConfigValues& iValues) noexcept
+unsigned int _longestLine(const PConfigValues::Records& iRecords) noexcept
 {
     unsigned int longest = 0;
-    for (const auto& [key, record] : iValues)
+    for (const PConfigRecord* record : iRecords)
     {
-        longest = std::max(longest, key.len() + record.fValue.len());
-        for (const auto& [name, text] : record.fAttributes)
+        const unsigned int keyLen = record->key.len();
+        longest = std::max(longest, keyLen + record->value.fValue.len());
+        for (const auto& [name, text] : record->value.fAttributes)
         {
-            longest = std::max(longest, key.len() + sAttribute.len() + name.len() + text.len());
+            longest = std::max(longest, keyLen + sAttribute.len() + name.len() + text.len());
         }
     }
     return longest + sAssign.len();
@@ -39,7 +41,17 @@ int _join(std::initializer_list<const PLiteral*> iParts, PString& oLine) noexcep
 
 int PStoreWriter::prepare(const PConfigValues& iValues) noexcept
 {
-    const unsigned int longest = _longestLine(iValues);
+    const int ordered = ixlaGuarded(
+        [&]
+        {
+            fRecords = iValues.inOrder();
+            return eIxlaOk;
+        });
+    if (ordered != 0)
+    {
+        return ordered;
+    }
+    const unsigned int longest = _longestLine(fRecords);
     const int result = fLine.reserve(longest);
     return configResult(result != 0 ? result : fFile.reserve(longest));
 }
@@ -49,12 +61,12 @@ int PStoreWriter::create(const PLiteral& iPath) noexcept
     return fFile.popen(iPath, PFile::eWrite | PFile::eNewText | PFile::eCreate, 0);
 }
 
-int PStoreWriter::write(const PConfigValues& iValues) noexcept
+int PStoreWriter::write() noexcept
 {
     int result = 0;
-    for (auto record = iValues.begin(); record != iValues.end() && result == 0; ++record)
+    for (auto record = fRecords.begin(); record != fRecords.end() && result == 0; ++record)
     {
-        result = writeRecord(record->first, record->second);
+        result = writeRecord((*record)->key, (*record)->value);
     }
     const int closed = fFile.pclose();
     return result != 0 ? result : closed;

@@ -252,7 +252,7 @@ TEST_F(ConfigReading, ConstThatIsNotTrueIsReadAgainAtEveryLookup)
     set("net", "port", "8080");
     EXPECT_EQ(valueOf(config, "port"), "8080");
 
-    PConfigValue& record = static_cast<PConfig&>(*config).values().at(PString(L"port"));
+    PConfigValue& record = *static_cast<PConfig&>(*config).values().find(L"port");
     record.fAttributes.at(PString(L"const")) = L"true";
     EXPECT_EQ(valueOf(config, "port"), "80");
 }
@@ -397,5 +397,5 @@ TEST_F(ConfigReading, FinderOfOwnRecordsFindsOnlyThem)
     EXPECT_EQ(implementation.__findValue(L"b", record), -504);
     EXPECT_EQ(record, nullptr);
     EXPECT_EQ(implementation.__findValue(L"a", record), 0);
-    EXPECT_EQ(record, &implementation.values().at(PString(L"a")));
+    EXPECT_EQ(record, implementation.values().find(L"a"));
 }

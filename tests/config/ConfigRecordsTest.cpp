@@ -22,7 +22,7 @@ TEST(ConfigRecords, RemovingAKeyRemovesItsAttributes)
     ASSERT_EQ(PConfigRecords::_removeKey(values, L"a"), 0);
     ASSERT_EQ(PConfigRecords::_addValue(values, L"a", L"3"), 0);
 
-    EXPECT_TRUE(values.at(PString(L"a")).fAttributes.empty());
+    EXPECT_TRUE(values.find(L"a")->fAttributes.empty());
 }
 
 TEST(ConfigRecords, RemovingAnAttributeKeepsTheRestOfTheRecord)
@@ -31,10 +31,10 @@ TEST(ConfigRecords, RemovingAnAttributeKeepsTheRestOfTheRecord)
     ASSERT_EQ(PConfigRecords::_addValue(values, L"a", L"1"), 0);
     ASSERT_EQ(PConfigRecords::_addAttrValue(values, L"a", L"x", L"2"), 0);
     ASSERT_EQ(PConfigRecords::_addAttrValue(values, L"a", L"y", L"3"), 0);
-    values.at(PString(L"a")).fConst = true;
+    values.find(L"a")->fConst = true;
     ASSERT_EQ(PConfigRecords::_removeAttr(values, L"a", L"x"), 0);
 
-    const PConfigValue& record = values.at(PString(L"a"));
+    const PConfigValue& record = *values.find(L"a");
     EXPECT_EQ(record.fValue, L"1");
     EXPECT_TRUE(record.fConst);
     EXPECT_EQ(record.fAttributes.size(), 1u);
@@ -45,10 +45,10 @@ TEST(ConfigRecords, ReplacingAValueKeepsAttributesAndPin)
 {
     PConfigValues values;
     ASSERT_EQ(PConfigRecords::_addAttrValue(values, L"a", L"x", L"2"), 0);
-    values.at(PString(L"a")).fConst = true;
+    values.find(L"a")->fConst = true;
     ASSERT_EQ(PConfigRecords::_addValue(values, L"a", L"1"), 0);
 
-    const PConfigValue& record = values.at(PString(L"a"));
+    const PConfigValue& record = *values.find(L"a");
     EXPECT_EQ(record.fValue, L"1");
     EXPECT_TRUE(record.fConst);
     EXPECT_EQ(record.fAttributes.size(), 1u);
@@ -60,7 +60,7 @@ TEST(ConfigRecords, AddingANewValueDoesNotChangeAnExistingKey)
     PConfigRecords::_addNewValue(values, L"a", L"1");
     PConfigRecords::_addNewValue(values, L"a", L"2");
 
-    EXPECT_EQ(values.at(PString(L"a")).fValue, L"1");
+    EXPECT_EQ(values.find(L"a")->fValue, L"1");
 }
 
 TEST(ConfigRecords, AttributeKeepsItsFirstText)
@@ -69,7 +69,7 @@ TEST(ConfigRecords, AttributeKeepsItsFirstText)
     ASSERT_EQ(PConfigRecords::_addAttrValue(values, L"a", L"x", L"1"), 0);
     ASSERT_EQ(PConfigRecords::_addAttrValue(values, L"a", L"x", L"2"), 0);
 
-    EXPECT_EQ(values.at(PString(L"a")).fAttributes.at(PString(L"x")), L"1");
+    EXPECT_EQ(values.find(L"a")->fAttributes.at(PString(L"x")), L"1");
 }
 
 TEST(ConfigRecords, RemoveWithoutAttributeRemovesTheKey)
@@ -79,7 +79,7 @@ TEST(ConfigRecords, RemoveWithoutAttributeRemovesTheKey)
     ASSERT_EQ(PConfigRecords::_addAttrValue(values, L"a", L"x", L"1"), 0);
 
     EXPECT_EQ(PConfigRecords::_remove(values, L"a", &attribute), 0);
-    EXPECT_TRUE(values.at(PString(L"a")).fAttributes.empty());
+    EXPECT_TRUE(values.find(L"a")->fAttributes.empty());
     EXPECT_EQ(PConfigRecords::_remove(values, L"a", nullptr), 0);
     EXPECT_TRUE(values.empty());
 }

@@ -251,12 +251,14 @@ void _checkByID(IConfigManager& ioManager, const std::wstring& iID, const Lines&
     // Reads by key would also read the store.
     const PConfigValues& values = static_cast<PConfig&>(*config).values();
     check(values.size() == expected.size(), "number of keys of an ID");
-    auto found = values.begin();
+    const PConfigValues::Records records = values.inOrder();
+    auto found = records.begin();
     for (const auto& [key, record] : expected)
     {
-        checkText(textOf(found->first), key, "key of an ID");
-        checkText(textOf(found->second.fValue), record.value, "value of an ID");
-        check(found->second.fAttributes.size() == record.attributes.size(), "attributes of an ID");
+        checkText(textOf((*found)->key), key, "key of an ID");
+        checkText(textOf((*found)->value.fValue), record.value, "value of an ID");
+        check((*found)->value.fAttributes.size() == record.attributes.size(),
+              "attributes of an ID");
         ++found;
     }
 }
