@@ -21,16 +21,15 @@ void PInterfaceTable::grow(unsigned int iCapacity)
     for (unsigned int i = 0; i < fCapacity; ++i)
     {
         const Entry& entry = fEntries[i];
-        if (entry.text)
+        if (entry.id)
         {
             Entry* copy = grown.firstOf(entry.hash);
-            while (copy->text)
+            while (copy->id)
             {
                 copy = grown.after(copy);
             }
             copy->record = entry.record.load();
-            copy->text = entry.text;
-            copy->length = entry.length;
+            copy->id = entry.id;
             copy->hash = entry.hash;
         }
     }
@@ -41,10 +40,9 @@ void PInterfaceTable::grow(unsigned int iCapacity)
 void PInterfaceTable::add(const PLiteral& iInterfaceId, PCorePlugin& iRecord) noexcept
 {
     Entry& entry = entryOf(iInterfaceId);
-    if (!entry.text)
+    if (!entry.id)
     {
-        entry.text = iInterfaceId.ptr();
-        entry.length = iInterfaceId.len();
+        entry.id = &iInterfaceId;
         entry.hash = hashOf(iInterfaceId);
         ++fCount;
     }

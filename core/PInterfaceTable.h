@@ -10,10 +10,10 @@
 
 class PCorePlugin;
 
-/// Maps interface IDs to the records of their plugins. It owns neither: the texts of the IDs must
-/// live until clear. No lock protects the table: entries are added before the core is started and
-/// removed by the clean-up. Between the two only withdraw changes the table; it leaves the entries
-/// in place, so lookups may run meanwhile.
+/// Maps interface IDs to the records of their plugins. It owns neither: the IDs must live until
+/// clear. No lock protects the table: entries are added before the core is started and removed by
+/// the clean-up. Between the two only withdraw changes the table; it leaves the entries in place,
+/// so lookups may run meanwhile.
 class PInterfaceTable
 {
 public:
@@ -41,14 +41,12 @@ public:
     [[gnu::cold]] void clear() noexcept;
 
 private:
-    /// Unused without a text. Holds what a lookup compares, so that it reads no other memory of
-    /// interfaces that it does not look for.
+    /// Unused without an ID.
     struct Entry
     {
         std::atomic<PCorePlugin*> record{nullptr}; ///< null for an interface that was withdrawn
-        const wchar_t* text = nullptr;
-        unsigned int length = 0;
-        unsigned int hash = 0;
+        const PLiteral* id = nullptr;
+        unsigned int hash = 0; ///< texts are compared only if the hashes are equal
     };
 
     static unsigned int hashOf(const PLiteral& iInterfaceId) noexcept
@@ -76,17 +74,11 @@ private:
     {
         const unsigned int hash = hashOf(iInterfaceId);
         Entry* entry = firstOf(hash);
-        while (entry->text && !(entry->hash == hash && isOf(*entry, iInterfaceId)))
+        while (entry->id && !(entry->hash == hash && PTextEqual()(*entry->id, iInterfaceId)))
         {
             entry = after(entry);
         }
         return *entry;
-    }
-
-    static bool isOf(const Entry& iEntry, const PLiteral& iInterfaceId) noexcept
-    {
-        return iEntry.length == iInterfaceId.len() &&
-               std::wmemcmp(iEntry.text, iInterfaceId.ptr(), iEntry.length) == 0;
     }
 
     void grow(unsigned int iCapacity);

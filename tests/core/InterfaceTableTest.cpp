@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -13,12 +14,15 @@ namespace
 class InterfaceTable : public testing::Test
 {
 protected:
-    void add(const PLiteral& iId, PCorePlugin& iRecord)
+    /// Adds a copy of the ID, which lives as long as the table.
+    void add(const PString& iId, PCorePlugin& iRecord)
     {
+        fIDs.push_back(std::make_unique<PString>(iId));
         fTable.reserve(1);
-        fTable.add(iId, iRecord);
+        fTable.add(*fIDs.back(), iRecord);
     }
 
+    std::vector<std::unique_ptr<PString>> fIDs;
     PCorePlugin fFirst;
     PCorePlugin fSecond;
     PInterfaceTable fTable;
