@@ -2,6 +2,7 @@
 #include "config/PConfigArena.h"
 
 #include <algorithm>
+#include <atomic>
 #include <new>
 
 namespace
@@ -18,13 +19,89 @@ std::size_t _aligned(std::size_t iSize) noexcept
 }
 } // namespace
 
+/// Freed blocks of the largest size. A thread that meets another one here uses the heap instead.
+class PSpareBlocks
+{
+    typedef PConfigArena::Block Block;
+
+public:
+    /// Frees the blocks. Later ones are not kept.
+    void close() noexcept
+    {
+        fRoom = 0;
+        while (Block* const block = fFirst)
+        {
+            fFirst = block->next;
+            ::operator delete(block);
+        }
+    }
+
+    /// Returns null for none.
+    Block* take() noexcept
+    {
+        if (fBusy.test_and_set(std::memory_order_acquire))
+        {
+            return nullptr;
+        }
+        Block* const block = fFirst;
+        if (block)
+        {
+            fFirst = block->next;
+            ++fRoom;
+        }
+        fBusy.clear(std::memory_order_release);
+        return block;
+    }
+
+    /// Returns whether the block is kept.
+    bool keep(Block* iBlock) noexcept
+    {
+        if (fBusy.test_and_set(std::memory_order_acquire))
+        {
+            return false;
+        }
+        const bool kept = fRoom > 0;
+        if (kept)
+        {
+            iBlock->next = fFirst;
+            fFirst = iBlock;
+            --fRoom;
+        }
+        fBusy.clear(std::memory_order_release);
+        return kept;
+    }
+
+private:
+    std::atomic_flag fBusy;
+    Block* fFirst = nullptr;
+    unsigned int fRoom = 64;
+};
+
+namespace
+{
+// Never destroyed, because arenas may outlive the static objects.
+PSpareBlocks sSpare;
+
+/// Closes them when the library is unloaded.
+struct SpareBlocksEnd
+{
+    ~SpareBlocksEnd()
+    {
+        sSpare.close();
+    }
+};
+[[maybe_unused]] const SpareBlocksEnd sSpareEnd;
+} // namespace
+
 PConfigArena::~PConfigArena()
 {
-    while (fBlocks)
+    while (Block* const block = fBlocks)
     {
-        Block* const next = fBlocks->next;
-        ::operator delete(fBlocks);
-        fBlocks = next;
+        fBlocks = block->next;
+        if (block->size != kMaxSize || !sSpare.keep(block))
+        {
+            ::operator delete(block);
+        }
     }
 }
 
@@ -55,9 +132,10 @@ PConfigArena::Room PConfigArena::room()
 void PConfigArena::addBlock(std::size_t iSize)
 {
     const std::size_t size = std::max(iSize + sizeof(Block), fNextSize);
-    char* const memory = static_cast<char*>(::operator new(size));
-    fBlocks = new (memory) Block{fBlocks};
-    fFree = memory + sizeof(Block);
-    fEnd = memory + size;
+    void* memory = size == kMaxSize ? sSpare.take() : nullptr;
+    memory = memory ? memory : ::operator new(size);
+    fBlocks = new (memory) Block{fBlocks, size};
+    fFree = static_cast<char*>(memory) + sizeof(Block);
+    fEnd = static_cast<char*>(memory) + size;
     fNextSize = std::min(fNextSize * 2, kMaxSize);
 }

@@ -7,6 +7,9 @@
 
 /// Allocates pieces of memory from growing blocks, and frees all of it in its destructor; single
 /// pieces are not freed. A new arena has no block. Belongs to one thread at a time.
+///
+/// Up to 4 MiB of freed blocks of the largest size stay in the process for the next arenas. The
+/// system would have to clear each of their pages again.
 class PConfigArena
 {
 public:
@@ -31,9 +34,12 @@ public:
     Room room();
 
 private:
+    friend class PSpareBlocks;
+
     struct Block
     {
         Block* next;
+        std::size_t size;
     };
 
     void addBlock(std::size_t iSize);

@@ -373,7 +373,10 @@ void PConfigManager::findValues(const PLiteral& iID, unsigned int iIDHash, const
     if (!table)
     {
         table = fValues.findTable(iID);
-        ioTable.store(table, std::memory_order_release);
+        if (table)
+        {
+            ioTable.store(table, std::memory_order_release);
+        }
     }
     oDynamic = table ? table->find(iKey) : nullptr;
     oStored = fStore.findKnown(iID, iIDHash, iKey);

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "config/ConfigTest.h"
+#include "config/PConfigArena.h"
 
 #include "support/AllocationFaults.h"
 
@@ -68,4 +69,23 @@ TEST_F(ConfigAllocations, SetOfAnExistingValueAllocatesNothing)
     EXPECT_EQ(manager.removeListener(L"net", L"T"), -504);
 
     EXPECT_EQ(AllocationFaults::counted(), 0);
+}
+
+TEST_F(ConfigAllocations, LargeBlocksOfAFreedArenaAreUsedAgain)
+{
+    const auto fill = []
+    {
+        AllocationFaults::startCounting();
+        PConfigArena arena;
+        for (int i = 0; i < 20; ++i)
+        {
+            arena.take(40000);
+        }
+        return AllocationFaults::counted();
+    };
+    const long long first = fill();
+
+    // Only the blocks that grow to the largest size are allocated again.
+    EXPECT_GE(first, 20);
+    EXPECT_EQ(fill(), 6);
 }
