@@ -4,6 +4,8 @@
 #include "PGuarded.h"
 #include "core/PCoreLog.h"
 
+#include <cwchar>
+
 PCorePlugin::PCorePlugin(const PCoreLog* iLog) noexcept
     : fInterfaceCount(0),
       fInitState(eNotInitialised),
@@ -14,6 +16,7 @@ PCorePlugin::PCorePlugin(const PCoreLog* iLog) noexcept
       fReady(false),
       fNumber(0),
       fNextUnloaded(nullptr),
+      fFileHash(0),
       fLog(iLog)
 {
 }
@@ -38,4 +41,11 @@ void PCorePlugin::releasePlugin()
                    L"[releasePlugin][pg:%p] Plugin threw an exception when it was released, its "
                    L"library stays loaded: %ls",
                    plugin, fLibrary->getName().ptr());
+}
+
+const wchar_t* PCorePlugin::fileName() const noexcept
+{
+    const wchar_t* const path = fLibrary->getName().ptr();
+    const wchar_t* const slash = std::wcsrchr(path, L'/');
+    return slash ? slash + 1 : path;
 }

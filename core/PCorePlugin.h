@@ -9,6 +9,7 @@
 #include "portinglayer/PLibrary.h"
 
 #include <atomic>
+#include <cstddef>
 
 class PCoreLog;
 
@@ -46,6 +47,9 @@ public:
         return fReady.load(std::memory_order_acquire);
     }
 
+    /// The file name of the library, without its directory; there must be a library.
+    const wchar_t* fileName() const noexcept;
+
     PPtr<PLibrary> fLibrary; ///< empty for a built-in plugin
     PBaseptr<IPlugin> fPlugin;
     PPtr<PString> fInterfaceIDs;
@@ -58,6 +62,7 @@ public:
     std::atomic<bool> fReady;    ///< see isReady
     unsigned int fNumber;        ///< from 1, in the order of registration
     PCorePlugin* fNextUnloaded;  ///< in the registry's list of unloaded records
+    std::size_t fFileHash;       ///< of the file name; set by the registry
 
 private:
     const PCoreLog* fLog; ///< may be null

@@ -129,9 +129,7 @@ void PInitChain::appendName(const PCorePlugin& iRecord)
                                              : L"a built-in plugin";
         return;
     }
-    const wchar_t* const path = iRecord.fLibrary->getName().ptr();
-    const wchar_t* const slash = std::wcsrchr(path, L'/');
-    fText += slash ? slash + 1 : path;
+    fText += iRecord.fileName();
 }
 
 void PInitChain::appendInits(const PCorePlugin& iOutermost)

@@ -3,8 +3,8 @@
 
 #include "Ixla.h"
 #include "core/PCoreLog.h"
-#include "portinglayer/PFile.h"
 #include "portinglayer/PLockGuard.h"
+#include "portinglayer/PTextHash.h"
 
 #include <algorithm>
 
@@ -44,6 +44,15 @@ void PPluginRegistry::add(std::unique_ptr<PCorePlugin>&& iRecord)
                    static_cast<void*>(&record));
     fTable.reserve(record.fInterfaceIDs ? record.fInterfaceCount : 0);
     fCorePlugins.push_back(&record);
+    try
+    {
+        addFile(record);
+    }
+    catch (...)
+    {
+        fCorePlugins.pop_back();
+        throw;
+    }
     addInterfaces(*iRecord.release());
 }
 
@@ -55,6 +64,26 @@ void PPluginRegistry::addInterfaces(PCorePlugin& iRecord)
         PLogger::debug(fLog.logger(), 0, L"[processPlugin] Add interface ID: %ls", ids[i].ptr());
         fTable.add(ids[i], iRecord);
     }
+}
+
+/// Adds the record with the highest number to the index of file names.
+void PPluginRegistry::addFile(PCorePlugin& ioRecord)
+{
+    if (ioRecord.fLibrary)
+    {
+        ioRecord.fFileHash = PTextHash()(ioRecord.fileName());
+        fByFile.insert(fByFile.begin() + findFile(ioRecord.fFileHash, ioRecord.fNumber), &ioRecord);
+    }
+}
+
+/// The index of the first file with this hash and a number above iAfter, or with a higher hash.
+std::ptrdiff_t PPluginRegistry::findFile(std::size_t iHash, unsigned int iAfter) const
+{
+    const auto isBefore = [=](const PCorePlugin* record)
+    {
+        return record->fFileHash != iHash ? record->fFileHash < iHash : record->fNumber <= iAfter;
+    };
+    return std::partition_point(fByFile.begin(), fByFile.end(), isBefore) - fByFile.begin();
 }
 
 int PPluginRegistry::ixlaUnloadPlugin(IPlugin* iPlugin)
@@ -113,6 +142,11 @@ int PPluginRegistry::nl_unloadPlugin(IPlugin* iPlugin, PPtr<PLibrary>& oLibrary)
         }
     }
     fCorePlugins.erase(found);
+    const auto file = std::find(fByFile.begin(), fByFile.end(), record);
+    if (file != fByFile.end())
+    {
+        fByFile.erase(file);
+    }
     record->fUnloaded = true;
     record->fReady.store(false, std::memory_order_relaxed);
     if (record->fUses == 0)
@@ -153,18 +187,17 @@ int PPluginRegistry::useNext(const PLiteral& iFileName, unsigned int iAfter, PCo
 
 PCorePlugin* PPluginRegistry::nl_findByFile(const PLiteral& iFileName, unsigned int iAfter) const
 {
-    const auto matches = [&](const PCorePlugin* record)
+    const std::size_t hash = PTextHash()(iFileName);
+    auto found = fByFile.begin() + findFile(hash, iAfter);
+    while (found != fByFile.end() && (*found)->fFileHash == hash)
     {
-        if (record->fNumber <= iAfter || !record->fLibrary)
+        if (iFileName == (*found)->fileName())
         {
-            return false;
+            return *found;
         }
-        PString name(record->fLibrary->getName());
-        PFile::getFileName(name);
-        return name.cmp(iFileName) == 0;
-    };
-    const auto found = std::find_if(fCorePlugins.begin(), fCorePlugins.end(), matches);
-    return found == fCorePlugins.end() ? nullptr : *found;
+        ++found;
+    }
+    return nullptr;
 }
 
 void PPluginRegistry::endUse(PCorePlugin& ioRecord) noexcept
@@ -188,6 +221,7 @@ void PPluginRegistry::release(bool iKeepLibraries)
 {
     std::vector<PCorePlugin*> records;
     records.swap(fCorePlugins);
+    fByFile.clear();
     fTable.clear();
     while (fUnloaded)
     {

@@ -8,6 +8,7 @@
 #include "core/PInterfaceTable.h"
 
 #include <atomic>
+#include <cstddef>
 #include <memory>
 #include <vector>
 
@@ -75,6 +76,8 @@ public:
 
 private:
     void addInterfaces(PCorePlugin& iRecord);
+    void addFile(PCorePlugin& ioRecord);
+    std::ptrdiff_t findFile(std::size_t iHash, unsigned int iAfter) const;
     int nl_unloadPlugin(IPlugin* iPlugin, PPtr<PLibrary>& oLibrary) IXLA_REQUIRES(fLock.fMutex);
     void nl_destroy(PCorePlugin& ioRecord, PPtr<PLibrary>& oLibrary) IXLA_REQUIRES(fLock.fMutex);
     PCorePlugin* nl_findByFile(const PLiteral& iFileName, unsigned int iAfter) const
@@ -84,6 +87,8 @@ private:
     PCoreLock& fLock;
     std::vector<PCorePlugin*> fCorePlugins; ///< owned; built-in ones first
     PCorePlugin* fUnloaded;                 ///< owned; the list of the records without a plugin
+    /// Those with a library, ordered by fFileHash, then by number. Changed with fCorePlugins.
+    std::vector<PCorePlugin*> fByFile;
     PInterfaceTable fTable;
     std::atomic<bool> fStarted;
 };

@@ -6,6 +6,7 @@
 #include "config/PReadFault.h"
 #include "core/PCoreParts.h"
 #include "core/PStartArguments.h"
+#include "portinglayer/PBlank.h"
 #include "portinglayer/PDir.h"
 #include "portinglayer/PStandardError.h"
 
@@ -21,6 +22,32 @@ void _print(const char* iText)
 {
     // The core starts without a banner when the stream fails.
     static_cast<void>(PStandardError::write(iText, std::strlen(iText)));
+}
+
+/// Reads the token of a list after ioPos as PLiteral::getNextToken does, but leaves the rest where
+/// it is. Logs the token in iFormat and converts it to the file name of a library. Returns 0, -61
+/// after the last token, or -12.
+int _nextFile(const PString& iList, unsigned int& ioPos, PLogger* iLogger, const wchar_t* iFormat,
+              PString& oFile)
+{
+    const wchar_t* const end = iList.ptr() + iList.len();
+    while (ioPos < iList.len())
+    {
+        const wchar_t* const begin = iList.ptr() + ioPos;
+        const wchar_t* const stop = std::find(begin, end, L',');
+        ioPos = static_cast<unsigned int>(stop - iList.ptr()) + 1;
+        const PSpan token = PBlank::trimmed(begin, static_cast<unsigned int>(stop - begin));
+        if (token.len > 0)
+        {
+            const int result = oFile.set(token.text, token.len);
+            if (result == 0)
+            {
+                PLogger::debug(iLogger, 0, iFormat, oFile.ptr());
+            }
+            return result == 0 ? PLibrary::fixLibName(oFile) : result;
+        }
+    }
+    return -ENODATA;
 }
 } // namespace
 
@@ -169,19 +196,16 @@ int PStartFlow::readLoadList(std::vector<PString>& oLoadList)
         return result == eIxlaNoMemory ? result : eIxlaOk;
     }
     PLogger::debug(fParts.fLog.logger(), 0, L"[startFlow] Parse loadPluginsList: %ls", list.ptr());
-    PString name;
-    while (PLiteral::getNextToken(list, name, L',') == 0)
+    PString file;
+    unsigned int pos = 0;
+    int next = 0;
+    while ((next = _nextFile(list, pos, fParts.fLog.logger(),
+                             L"[startFlow] Add to load list pluginName: %ls", file)) == 0)
     {
-        PLogger::debug(fParts.fLog.logger(), 0, L"[startFlow] Add to load list pluginName: %ls",
-                       name.ptr());
-        if (PLibrary::fixLibName(name) != 0)
-        {
-            return eIxlaNoMemory;
-        }
-        oLoadList.push_back(name);
+        oLoadList.push_back(file);
     }
-    // The list is empty unless memory ran out: a shortened list would load other plugins.
-    return list.len() == 0 ? eIxlaOk : eIxlaNoMemory;
+    // A list shortened for lack of memory would load other plugins.
+    return next == -ENODATA ? eIxlaOk : eIxlaNoMemory;
 }
 
 int PStartFlow::findPluginsDir(PString& ioDir)
@@ -297,19 +321,16 @@ int PStartFlow::initAutoStartList()
         return result == eIxlaNoMemory ? result : eIxlaOk;
     }
     PLogger::info(fParts.fLog.logger(), 0, L"[startFlow] Get autostart list: %ls", list.ptr());
-    PString name;
-    while (PLiteral::getNextToken(list, name, L',') == 0)
+    PString file;
+    unsigned int pos = 0;
+    int next = 0;
+    while ((next = _nextFile(list, pos, fParts.fLog.logger(),
+                             L"[startFlow] Process autostart plugin name: %ls", file)) == 0)
     {
-        PLogger::debug(fParts.fLog.logger(), 0, L"[startFlow] Process autostart plugin name: %ls",
-                       name.ptr());
-        if (PLibrary::fixLibName(name) != 0)
-        {
-            return eIxlaNoMemory;
-        }
         // A plugin that fails to initialise is logged there and does not fail the start.
-        fParts.fAutostart.initAutoStartPlugin(name);
+        fParts.fAutostart.initAutoStartPlugin(file);
     }
-    return list.len() == 0 ? eIxlaOk : eIxlaNoMemory;
+    return next == -ENODATA ? eIxlaOk : eIxlaNoMemory;
 }
 
 void PStartFlow::announceStart()

@@ -8,6 +8,7 @@
 #include "support/Stopwatch.h"
 
 #include <Poco/ClassLoader.h>
+#include <algorithm>
 #include <dlfcn.h>
 #include <map>
 #include <memory>
@@ -26,8 +27,22 @@ bool _unloadAll()
     return LibraryCopies::loaded() == 0;
 }
 
+/// The file names of the libraries of a directory, last one first, so that the order of the
+/// directory is of no use.
+std::wstring _namesInReverse(const std::filesystem::path& iDirectory)
+{
+    std::wstring names;
+    for (const std::string& path : LibraryCopies::list(iDirectory))
+    {
+        names = std::filesystem::path(path).filename().wstring() + L',' + names;
+    }
+    return names;
+}
+
 /// Opens the directory, loads every library, looks up its factory, calls it, and records the
-/// interface IDs. Closes the libraries outside the measured time.
+/// interface IDs. With tInits it then initialises every plugin, by its index. Closes the libraries
+/// outside the measured time.
+template <bool tInits>
 class FloorStart
 {
 public:
@@ -43,7 +58,7 @@ public:
         }
         Stopwatch watch;
         Registry registry;
-        const bool loaded = registry.load(fDirectory);
+        const bool loaded = registry.load(fDirectory) && (!tInits || registry.init());
         const double seconds = watch.stop();
         const std::wstring last = LibraryCopies::interfaceId(fSize - 1);
         return loaded && registry.has(last) ? seconds : kWrong;
@@ -82,6 +97,12 @@ private:
             return true;
         }
 
+        bool init() const
+        {
+            return std::all_of(fPlugins.begin(), fPlugins.end(),
+                               [](const Plugin& plugin) { return plugin.plugin->init() == 0; });
+        }
+
         bool has(const std::wstring& iId) const
         {
             const auto found = fInterfaces.find(iId);
@@ -117,13 +138,19 @@ private:
     const std::filesystem::path& fDirectory;
 };
 
-/// The complete start of the core, which also starts its own services.
+/// The complete start of the core, which also starts its own services. With tInits all plugins are
+/// in the autostart list.
+template <bool tInits>
 class OurStart
 {
 public:
     explicit OurStart(int iSize) : fSize(iSize)
     {
         fSetup.pluginsDir = LibraryCopies::plugins(iSize);
+        if (tInits)
+        {
+            fSetup.autostart = _namesInReverse(fSetup.pluginsDir);
+        }
     }
 
     double timedTurn()
@@ -180,8 +207,8 @@ private:
 
 void _enter(Contest& ioContest, const Case& iStart)
 {
-    ioContest.enter<FloorStart>(iStart, "floor");
-    ioContest.enter<OurStart>(iStart, "ours");
+    ioContest.enter<FloorStart<false>>(iStart, "floor");
+    ioContest.enter<OurStart<false>>(iStart, "ours");
     ioContest.enter<PocoStart>(iStart, "poco");
 }
 } // namespace
@@ -190,4 +217,8 @@ void enterStart(Contest& ioContest)
 {
     _enter(ioContest, {.name = "start", .sizes = {1, 10}, .turns = 20, .countTurns = 4});
     _enter(ioContest, {.name = "start", .sizes = {100, 500}, .turns = 2, .countTurns = 1});
+    const Case autostart{
+        .name = "start, autostart", .sizes = {100, 500}, .turns = 2, .countTurns = 1};
+    ioContest.enter<FloorStart<true>>(autostart, "floor");
+    ioContest.enter<OurStart<true>>(autostart, "ours");
 }

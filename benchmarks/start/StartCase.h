@@ -4,7 +4,8 @@
 
 #include "support/Contest.h"
 
-/// What does a start cost? The sizes are plugin libraries in the directory.
+/// What does a start cost, without and with all plugins in the autostart list? The sizes are plugin
+/// libraries in the directory.
 void enterStart(Contest& ioContest);
 
 #endif

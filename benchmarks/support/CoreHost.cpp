@@ -68,6 +68,10 @@ std::vector<PString> _arguments(const Host& iHost)
         L"core.free.plugins.lib=false",
         L"core.notify.exit.timeout=30",
     };
+    if (!iHost.setup.autostart.empty())
+    {
+        arguments.emplace_back((L"core.autostart.list=" + iHost.setup.autostart).c_str());
+    }
     if (iHost.setup.coreLog)
     {
         arguments.emplace_back((L"core.log.file=" + path + L"/core.log").c_str());

@@ -16,6 +16,7 @@ struct HostSetup
     std::string config;     ///< the file "bench.prs" of the configuration ID "bench"
     std::string store;      ///< the file of stored values, unless it's empty
     bool pluginLog = false; ///< the plugins' log of level 0 is enabled
+    std::wstring autostart; ///< the autostart list
     std::string pluginsDir; ///< of LibraryCopies; the core's own directory if it's empty
 
     bool operator==(const HostSetup&) const = default;
