@@ -10,13 +10,23 @@ std::string_view PLogClock::now() noexcept
     {
         breakDown(time.tv_sec);
     }
-    long rest = time.tv_nsec / 1000000;
+    const long millisecond = time.tv_nsec / 1000000;
+    if (millisecond != fMillisecond)
+    {
+        fMillisecond = millisecond;
+        showMillisecond();
+    }
+    return std::string_view(fText, eLen);
+}
+
+void PLogClock::showMillisecond() noexcept
+{
+    long rest = fMillisecond;
     for (int place = eLen - 1; place > eSecondsLen; --place)
     {
         fText[place] = static_cast<char>('0' + rest % 10);
         rest /= 10;
     }
-    return std::string_view(fText, eLen);
 }
 
 void PLogClock::breakDown(std::time_t iSecond) noexcept

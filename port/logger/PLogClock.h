@@ -6,7 +6,8 @@
 #include <ctime>
 #include <string_view>
 
-/// Converts to local time only once per second. Belongs to one thread at a time.
+/// Converts to local time only once per second, and to digits only once per millisecond. Belongs to
+/// one thread at a time.
 class PLogClock
 {
 public:
@@ -21,8 +22,10 @@ private:
     };
 
     void breakDown(std::time_t iSecond) noexcept;
+    void showMillisecond() noexcept;
 
     std::time_t fSecond = -1;
+    long fMillisecond = 0;
     char fText[eLen + 1] = "0000-00-00 00:00:00.000";
 };
 

@@ -20,7 +20,6 @@ constexpr std::size_t kMostDigits = 22; // of 64 bits in octal
 constexpr std::size_t kNarrowRun = 64;  // the characters of a narrow text that are read at once
 constexpr std::size_t kShort = 32;      // the characters of a number that is composed at once
 constexpr std::uint32_t kMostShort = std::numeric_limits<std::uint32_t>::max();
-constexpr int kShownNull = 6; // the least precision that shows a null text
 
 bool _isDigit(wchar_t iChar)
 {
@@ -96,18 +95,17 @@ int PLogFormat::append(const wchar_t* iFormat, va_list iArgs, PLogLine& ioLine) 
 int PLogFormat::addAll(const wchar_t* iFormat) noexcept
 {
     const wchar_t* at = iFormat;
-    int result = fLine.appendUntil(L'%', at);
+    int result = fLine.appendLiteral(at);
     while (result == 0 && *at != L'\0')
     {
         result = addConversion(++at);
-        result = result != 0 ? result : fLine.appendUntil(L'%', at);
+        result = result != 0 ? result : fLine.appendLiteral(at);
     }
     return result;
 }
 
 int PLogFormat::readSpec(const wchar_t*& ioAt) noexcept
 {
-    fSpec = PLogSpec();
     // All characters of flags and sizes are before the letters.
     if (*ioAt < L'A')
     {
@@ -164,13 +162,34 @@ int PLogFormat::readPrecision(const wchar_t*& ioAt) noexcept
 /// Adds the conversion whose percent sign is before ioAt, and moves ioAt behind it.
 int PLogFormat::addConversion(const wchar_t*& ioAt) noexcept
 {
-    if (*ioAt == L'%')
+    switch (*ioAt)
     {
+    case L'%':
         ++ioAt;
         return fLine.appendPlain("%");
+    case L'd':
+        ++ioAt;
+        return addInt(va_arg(fArgs, int));
+    case L'l':
+        if (ioAt[1] == L's')
+        {
+            ioAt += 2;
+            return addWide(va_arg(fArgs, const wchar_t*), kNoLimit);
+        }
+        break;
+    default:
+        break;
     }
-    const int result = readSpec(ioAt);
-    return result != 0 ? result : addArgument();
+    int result = readSpec(ioAt);
+    result = result != 0 ? result : addArgument();
+    fSpec = PLogSpec();
+    return result;
+}
+
+int PLogFormat::addInt(int iNumber) noexcept
+{
+    const auto bits = static_cast<std::uint32_t>(iNumber);
+    return iNumber < 0 ? addShort(0 - bits, "-") : addShort(bits, "");
 }
 
 int PLogFormat::addArgument() noexcept
@@ -371,20 +390,24 @@ int PLogFormat::addText() noexcept
     {
         return eOther;
     }
-    const void* const text = va_arg(fArgs, const void*);
-    if (!text)
-    {
-        const bool isShown = fSpec.precision < 0 || fSpec.precision >= kShownNull;
-        return addPadded(L"(null)", isShown ? 6 : 0);
-    }
     const std::size_t most =
         fSpec.precision < 0 ? kNoLimit : static_cast<std::size_t>(fSpec.precision);
-    return isWide ? addWide(static_cast<const wchar_t*>(text), most)
-                  : addNarrow(static_cast<const char*>(text), most);
+    return isWide ? addWide(va_arg(fArgs, const wchar_t*), most)
+                  : addNarrow(va_arg(fArgs, const char*), most);
+}
+
+int PLogFormat::addNull(std::size_t iMost) noexcept
+{
+    constexpr std::wstring_view kNull = L"(null)";
+    return addPadded(kNull.data(), iMost >= kNull.size() ? kNull.size() : 0);
 }
 
 int PLogFormat::addWide(const wchar_t* iText, std::size_t iMost) noexcept
 {
+    if (!iText)
+    {
+        return addNull(iMost);
+    }
     return addPadded(iText, iMost == kNoLimit ? std::wcslen(iText) : ::wcsnlen(iText, iMost));
 }
 
@@ -397,6 +420,10 @@ int PLogFormat::addPadded(const wchar_t* iText, std::size_t iLen) noexcept
 
 int PLogFormat::addNarrow(const char* iText, std::size_t iMost) noexcept
 {
+    if (!iText)
+    {
+        return addNull(iMost);
+    }
     const std::size_t size = fSpec.width > 0 ? PLogNarrow::count(iText, iMost) : iMost;
     int result = fSpec.left ? 0 : addPadding(size);
     PLogNarrow text(iText);

@@ -43,6 +43,7 @@ private:
     int readPrecision(const wchar_t*& ioAt) noexcept;
     int addConversion(const wchar_t*& ioAt) noexcept;
     int addArgument() noexcept;
+    int addInt(int iNumber) noexcept;
     int addSigned() noexcept;
     int addUnsigned(unsigned int iBase) noexcept;
     int addPointer() noexcept;
@@ -53,6 +54,7 @@ private:
     int addDigits(std::string_view iPrefix, std::string_view iDigits, int iLeast) noexcept;
     int addCharacter() noexcept;
     int addText() noexcept;
+    int addNull(std::size_t iMost) noexcept;
     int addWide(const wchar_t* iText, std::size_t iMost) noexcept;
     int addNarrow(const char* iText, std::size_t iMost) noexcept;
     int addPadded(const wchar_t* iText, std::size_t iLen) noexcept;
@@ -63,7 +65,7 @@ private:
     unsigned long long takeUnsigned() noexcept;
 
     PLogLine& fLine;
-    PLogSpec fSpec;
+    PLogSpec fSpec; ///< without flags and sizes between two conversions
     va_list fArgs;
 };
 

@@ -230,7 +230,7 @@ int PLogLine::append(const wchar_t* iText, std::size_t iLen) noexcept
     return 0;
 }
 
-int PLogLine::appendUntil(wchar_t iEnd, const wchar_t*& ioText) noexcept
+int PLogLine::appendLiteral(const wchar_t*& ioText) noexcept
 {
     const wchar_t* text = ioText;
     for (;;)
@@ -239,14 +239,14 @@ int PLogLine::appendUntil(wchar_t iEnd, const wchar_t*& ioText) noexcept
         {
             return result;
         }
-        const wchar_t* const limit = fEndsInBackslash ? text : text + kRun / 2;
         char* out = fBytes + fSize;
-        while (text != limit && _isPlain(*text) && *text != iEnd)
+        const char* const limit = fEndsInBackslash ? out : out + kRun / 2;
+        while (_isPlain(*text) && *text != L'%' && out != limit)
         {
             *out++ = static_cast<char>(*text++);
         }
         fSize = static_cast<std::size_t>(out - fBytes);
-        if (*text == L'\0' || *text == iEnd)
+        if (*text == L'%' || *text == L'\0')
         {
             ioText = text;
             return 0;

@@ -79,11 +79,11 @@ public:
 
     ///@{
     /// Add a text in parts, in the same way as addText, and provide the room for it. endText must
-    /// follow the last part. appendUntil adds the characters before iEnd, or before the zero at the
-    /// end, and moves ioText there. The text of appendPlain is printable ASCII without backslashes;
-    /// appendFill adds iCount times the same character of this kind. Return 0 or -12.
+    /// follow the last part. appendLiteral adds the characters before a percent sign, or before the
+    /// zero at the end, and moves ioText there. The text of appendPlain is printable ASCII without
+    /// backslashes; appendFill adds iCount times the same character of this kind. Return 0 or -12.
     int append(const wchar_t* iText, std::size_t iLen) noexcept;
-    int appendUntil(wchar_t iEnd, const wchar_t*& ioText) noexcept;
+    int appendLiteral(const wchar_t*& ioText) noexcept;
     int appendPlain(std::string_view iText) noexcept;
     int appendFill(char iFill, std::size_t iCount) noexcept;
     int endText() noexcept;
