@@ -10,7 +10,7 @@
 #include "config/PConfigLog.h"
 #include "config/PConfigStore.h"
 #include "config/PFunctionRef.h"
-#include "config/PReaderLock.h"
+#include "core/PReaderLock.h"
 #include "config/PRunTimeValues.h"
 #include "config/PTypedConfigManager.h"
 #include "portinglayer/PCounterSync.h"

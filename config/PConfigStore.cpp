@@ -8,7 +8,7 @@
 #include "config/PConfigLog.h"
 #include "config/PConfigRecords.h"
 #include "config/PConfigResult.h"
-#include "config/PReaderLock.h"
+#include "core/PReaderLock.h"
 #include "config/PStoreWriter.h"
 #include "portinglayer/PFile.h"
 

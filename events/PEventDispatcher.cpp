@@ -7,10 +7,9 @@
 #include "logger/PLogger.h"
 #include "logging/PLoggerImpl.h"
 #include "portinglayer/PCancelGuard.h"
-#include "portinglayer/PCodeOwner.h"
 #include "portinglayer/PLockGuard.h"
 
-#include <algorithm>
+#include <utility>
 
 namespace
 {
@@ -36,10 +35,12 @@ void PEventDispatcher::debug(const wchar_t* iFormat, TArgs... iArgs) const
 template <class... TArgs>
 void PEventDispatcher::trace(const wchar_t* iFormat, TArgs... iArgs) const
 {
-    if (fLogFile && fLogFile->isLogged(kTraceLevel)) [[unlikely]]
-    {
-        (void)fLogger->debug(kTraceLevel, iFormat, iArgs...);
-    }
+    (void)fLogger->debug(kTraceLevel, iFormat, iArgs...);
+}
+
+bool PEventDispatcher::isTraced() const noexcept
+{
+    return fLogFile && fLogFile->isLogged(kTraceLevel);
 }
 
 template <class... TArgs>
@@ -48,20 +49,6 @@ void PEventDispatcher::error(const wchar_t* iFormat, TArgs... iArgs) const
     if (fLogger)
     {
         (void)fLogger->error(0, iFormat, iArgs...);
-    }
-}
-
-PEventDispatcher::Listeners::Listeners(const PEventDispatcher& iDispatcher)
-    : fDispatcher(iDispatcher)
-{
-}
-
-PEventDispatcher::Listeners::~Listeners()
-{
-    const PCancelGuard guard;
-    for (PBaseptr<IEventListener>& listener : *this)
-    {
-        fDispatcher.release("send", listener);
     }
 }
 
@@ -110,7 +97,9 @@ int PEventDispatcher::init() noexcept
     if (result != 0)
     {
         error(L"[EventDispatcher][init] Failed to init mutex err: %d", result);
+        return result;
     }
+    fReaders.init();
     return result;
 }
 
@@ -164,52 +153,91 @@ int PEventDispatcher::removeListener(const PLiteral& iTopic, IEventListener* iLi
     }
 
     const PCancelGuard guard;
-    // Declared before the lock, because a possible last reference is never released under the lock.
-    PBaseptr<IEventListener> removed;
+    PListenerShare removed;
     PLockGuard lock(fMutex);
     if (lock.result() != 0)
     {
         return lockFailed("removeListener", lock.result());
     }
     const int result = nl_removeListener(iTopic, iListener, removed);
-    if (const int code = lock.unlock())
+    const int code = lock.unlock();
+    PListeners::release("removeListener", removed, fLogger.get());
+    if (code != 0)
     {
         return unlockFailed("removeListener", code);
     }
-    release("removeListener", removed);
     debug(L"[EventDispatcher][removeListener] res: %d", result);
     return result;
 }
 
 int PEventDispatcher::send(const PLiteral& iTopic, IBase* iParam1, int iParam2)
 {
-    trace(L"[EventDispatcher][send] iTopic: %ls iParam1: %p iParam2: %d", iTopic.ptr(),
-          _address(iParam1), iParam2);
+    const bool traced = isTraced();
+    if (traced) [[unlikely]]
+    {
+        trace(L"[EventDispatcher][send] iTopic: %ls iParam1: %p iParam2: %d", iTopic.ptr(),
+              _address(iParam1), iParam2);
+    }
     if (iTopic.len() == 0)
     {
         error(L"[EventDispatcher][send] Invalid topic!");
         return eIxlaInvalidArgument;
     }
 
-    // Declared before the lock, so that it is destroyed without it: it may have the last reference
-    // to a listener that was removed during the delivery.
-    PPtr<Listeners> listeners;
+    PDeliverySlots::Use listeners;
+    const int result = findListeners(iTopic, listeners);
+    if (result == eIxlaOk)
+    {
+        deliver(*listeners, traced, iTopic, iParam1, iParam2);
+    }
+    else if (result != eIxlaNoListener)
+    {
+        return result;
+    }
+    if (traced) [[unlikely]]
+    {
+        trace(L"[EventDispatcher][send] res: %d", result);
+    }
+    return result;
+}
+
+// The analysis does not know that a reader may read the table.
+int PEventDispatcher::findListeners(const PLiteral& iTopic,
+                                    PDeliverySlots::Use& oListeners) IXLA_NO_THREAD_SAFETY_ANALYSIS
+{
+    {
+        const PReaderLock::Reader reader(fReaders);
+        if (reader.isInside())
+        {
+            const auto found = fIndex.find(iTopic);
+            if (found == fIndex.end())
+            {
+                return eIxlaNoListener;
+            }
+            if (oListeners.take(fSlots, **found->second))
+            {
+                return eIxlaOk;
+            }
+        }
+    }
+    return findLocked(iTopic, oListeners);
+}
+
+int PEventDispatcher::findLocked(const PLiteral& iTopic, PDeliverySlots::Use& oListeners)
+{
     PLockGuard lock(fMutex);
     if (lock.result() != 0)
     {
         return lockFailed("send", lock.result());
     }
-    const int result = nl_findListeners(iTopic, listeners);
-    if (const int code = lock.unlock())
-    {
-        return unlockFailed("send", code);
-    }
+    const auto found = fIndex.find(iTopic);
+    const int result = found == fIndex.end() ? eIxlaNoListener : eIxlaOk;
     if (result == eIxlaOk)
     {
-        deliver(*listeners, iTopic, iParam1, iParam2);
+        oListeners.refer(**found->second);
     }
-    trace(L"[EventDispatcher][send] res: %d", result);
-    return result;
+    const int code = lock.unlock();
+    return code != 0 ? unlockFailed("send", code) : result;
 }
 
 int PEventDispatcher::nl_addListener(const PLiteral& iTopic, IEventListener* iListener)
@@ -219,16 +247,15 @@ int PEventDispatcher::nl_addListener(const PLiteral& iTopic, IEventListener* iLi
     {
         return nl_addTopic(iTopic, iListener);
     }
-    if (_findListener(*topic->second, iListener) != topic->second->end())
+    if (topic->second->find(iListener) != topic->second->end())
     {
         return eIxlaListenerExists;
     }
     return ixlaGuarded(
         [&]
         {
-            // Emplaced, because a temporary holder would release, and perhaps destroy, the caller's
-            // listener if there is no memory for the vector.
-            nl_ownListeners(topic->second).emplace_back(iListener);
+            const PReaderLock::Writer writer(fReaders);
+            nl_ownListeners(topic->second).add(*iListener);
             return eIxlaOk;
         });
 }
@@ -239,14 +266,15 @@ int PEventDispatcher::nl_addTopic(const PLiteral& iTopic, IEventListener* iListe
     // moves the entry without changing its address.
     Topics fresh;
     Index* const index = &fIndex;
+    const PReaderLock::Writer writer(fReaders);
     const int result = ixlaGuarded(
         [&]
         {
-            const auto topic = fresh.emplace(PString(iTopic), PPtr<Listeners>()).first;
-            _hold(std::make_unique<Listeners>(*this), topic->second);
+            const auto topic = fresh.emplace(PString(iTopic), PListeners::Holder()).first;
+            topic->second.reset(new PListeners(fLogger.get()));
             index->emplace(topic->first, &topic->second);
-            // Emplaced last, so that no later failure releases the listener of the caller.
-            topic->second->emplace_back(iListener);
+            // Added last, so that no later failure releases the listener of the caller.
+            topic->second->add(*iListener);
             return eIxlaOk;
         });
     if (result != eIxlaOk)
@@ -259,92 +287,76 @@ int PEventDispatcher::nl_addTopic(const PLiteral& iTopic, IEventListener* iListe
 }
 
 int PEventDispatcher::nl_removeListener(const PLiteral& iTopic, IEventListener* iListener,
-                                        PBaseptr<IEventListener>& oRemoved)
+                                        PListenerShare& oRemoved)
 {
     const Topics::iterator topic = fListeners.find(iTopic);
     if (topic == fListeners.end())
     {
         return eIxlaNoListener;
     }
-    const Listeners::iterator found = _findListener(*topic->second, iListener);
+    const PListenerShare* const found = topic->second->find(iListener);
     if (found == topic->second->end())
     {
         return eIxlaNoListener;
     }
-    oRemoved = *found;
+    const PReaderLock::Writer writer(fReaders);
     if (topic->second->size() == 1)
     {
+        oRemoved = PListeners::share(*found);
+        fSlots.share(*topic->second);
         fIndex.erase(topic->first);
         fListeners.erase(topic);
         return eIxlaOk;
     }
-    const auto place = found - topic->second->begin();
     return ixlaGuarded(
         [&]
         {
-            Listeners& listeners = nl_ownListeners(topic->second);
-            listeners.erase(listeners.begin() + place);
+            PListeners& listeners = nl_ownListeners(topic->second);
+            oRemoved = listeners.remove(listeners.find(iListener));
             return eIxlaOk;
         });
 }
 
-int PEventDispatcher::nl_findListeners(const PLiteral& iTopic, PPtr<Listeners>& oListeners) const
+/// The list, used by the table only: replaced by a copy if deliveries use it. The reader lock is
+/// closed.
+PListeners& PEventDispatcher::nl_ownListeners(PListeners::Holder& ioListeners)
 {
-    const auto found = fIndex.find(iTopic);
-    if (found == fIndex.end())
+    if (ioListeners->isShared() || fSlots.isUsed(*ioListeners))
     {
-        return eIxlaNoListener;
-    }
-    oListeners = *found->second;
-    return eIxlaOk;
-}
-
-void PEventDispatcher::_hold(std::unique_ptr<Listeners> iListeners, PPtr<Listeners>& oHolder)
-{
-    oHolder = iListeners.get();
-    // The holder owns the list now.
-    static_cast<void>(iListeners.release());
-}
-
-/// The list, used by the table only: replaced by a copy if deliveries share it.
-PEventDispatcher::Listeners& PEventDispatcher::nl_ownListeners(PPtr<Listeners>& ioListeners)
-{
-    if (ioListeners.holders() > 1)
-    {
-        _hold(std::make_unique<Listeners>(*ioListeners), ioListeners);
+        PListeners::Holder copy(new PListeners(*ioListeners));
+        fSlots.share(*ioListeners);
+        ioListeners = std::move(copy);
     }
     return *ioListeners;
 }
 
-PEventDispatcher::Listeners::iterator
-PEventDispatcher::_findListener(Listeners& ioListeners, const IEventListener* iListener)
-{
-    return std::find_if(ioListeners.begin(), ioListeners.end(),
-                        [iListener](const PBaseptr<IEventListener>& iEntry)
-                        { return iEntry.get() == iListener; });
-}
-
-IXLA_PASSES_THREAD_END void PEventDispatcher::deliver(const Listeners& iListeners,
+IXLA_PASSES_THREAD_END void PEventDispatcher::deliver(const PListeners& iListeners, bool iTraced,
                                                       const PLiteral& iTopic, IBase* iParam1,
                                                       int iParam2) const
 {
-    for (auto entry = iListeners.rbegin(); entry != iListeners.rend(); ++entry)
+    const PListenerShare* const first = iListeners.begin();
+    for (const PListenerShare* entry = iListeners.end(); entry != first;)
     {
-        trace(L"[EventDispatcher][send] Notify listener: %p", _address(entry->get()));
+        --entry;
+        if (iTraced) [[unlikely]]
+        {
+            trace(L"[EventDispatcher][send] Notify listener: %p", _address(entry->listener));
+        }
         try
         {
             // The result is ignored: a listener must not affect the delivery to the others.
-            (void)(*entry)->handleEvent(iTopic, iParam1, iParam2);
+            (void)entry->listener->handleEvent(iTopic, iParam1, iParam2);
         }
         catch (PThreadEnd&)
         {
-            error(L"[EventDispatcher][send] Listener ended its thread: %p", _address(entry->get()));
+            error(L"[EventDispatcher][send] Listener ended its thread: %p",
+                  _address(entry->listener));
             throw;
         }
         catch (...)
         {
             error(L"[EventDispatcher][send] Listener threw an exception: %p",
-                  _address(entry->get()));
+                  _address(entry->listener));
         }
     }
 }
@@ -354,35 +366,15 @@ void PEventDispatcher::releaseListeners(Topics& ioTopics) const
     for (auto& [topic, listeners] : ioTopics)
     {
         debug(L"[EventDispatcher][destructor] Not removed listeners for topic: %ls", topic.ptr());
-        for (const PBaseptr<IEventListener>& listener : *listeners)
+        for (const PListenerShare& entry : *listeners)
         {
             debug(L"[EventDispatcher][destructor] Not removed listener: %p",
-                  _address(listener.get()));
+                  _address(entry.listener));
         }
-        for (PBaseptr<IEventListener>& listener : *listeners)
+        while (listeners->size() != 0)
         {
-            release("destructor", listener);
+            PListeners::release("destructor", listeners->remove(listeners->begin()), fLogger.get());
         }
-        listeners.clear();
-    }
-}
-
-void PEventDispatcher::release(const char* iOperation, PBaseptr<IEventListener>& ioListener) const
-{
-    const void* const listener = _address(ioListener.get());
-    if (!listener)
-    {
-        return;
-    }
-    const PCodeOwner owner(listener);
-    if (!ixlaReleased(ioListener))
-    {
-        PString library;
-        // After a failure the line has no library name.
-        (void)owner.getPath(library);
-        error(L"[EventDispatcher][%s] Listener threw an exception when it was released: %p "
-              L"library: %ls",
-              iOperation, listener, library.ptr());
     }
 }
 

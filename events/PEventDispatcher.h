@@ -6,23 +6,27 @@
 #include "IEventDispatcher.h"
 #include "ILogger.h"
 #include "PBaseptr.h"
+#include "core/PReaderLock.h"
+#include "events/PDeliverySlots.h"
+#include "events/PListeners.h"
 #include "portinglayer/PCounterSync.h"
 #include "portinglayer/PMutex.h"
 #include "portinglayer/PString.h"
 #include "portinglayer/PTextHash.h"
 
 #include <map>
-#include <memory>
 #include <unordered_map>
-#include <vector>
 
 class PLogger;
 
 /// Stores the listeners of each topic and delivers events to them (see IEventDispatcher). Create it
 /// on the heap and call init() once before any other operation.
 ///
-/// The lock is held while the table is read or changed. Listeners are called and released without
-/// it, except in the destructor, when no other thread can use the dispatcher.
+/// The lock is held while the table is changed. A delivery reads it as a reader of the reader lock,
+/// and with the lock only while a change closes the reader lock, or when the slots of its thread
+/// are taken. Deliveries share a list, which is then replaced instead of changed. Listeners are
+/// called and released without locks, except in the destructor, when no other thread can use the
+/// dispatcher.
 class PEventDispatcher : public IEventDispatcher
 {
 public:
@@ -46,44 +50,22 @@ public:
     [[gnu::cold]] virtual ~PEventDispatcher();
 
 private:
-    /// The listeners of a topic in the order of subscription, each once. A delivery may have the
-    /// last reference to a listener.
-    class Listeners : public std::vector<PBaseptr<IEventListener>>
-    {
-    public:
-        explicit Listeners(const PEventDispatcher& iDispatcher);
-        Listeners(const Listeners& iOther) = default;
-        Listeners& operator=(const Listeners&) = delete;
-
-        /// Releases the listeners; the thread is not cancelled in the destructor of one.
-        ~Listeners();
-
-    private:
-        const PEventDispatcher& fDispatcher;
-    };
-    /// The table contains a topic only while it has a listener. Deliveries in progress share its
-    /// list, and a shared list is not changed but replaced.
-    typedef std::map<PString, PPtr<Listeners>, PLiteralLess> Topics;
+    /// The table contains a topic only while it has a listener.
+    typedef std::map<PString, PListeners::Holder, PLiteralLess> Topics;
     /// Pointers to the lists of a Topics.
-    typedef std::unordered_map<PLiteral, const PPtr<Listeners>*, PTextHash, PTextEqual> Index;
+    typedef std::unordered_map<PLiteral, const PListeners::Holder*, PTextHash, PTextEqual> Index;
 
     int nl_addListener(const PLiteral& iTopic, IEventListener* iListener) IXLA_REQUIRES(fMutex);
     int nl_addTopic(const PLiteral& iTopic, IEventListener* iListener) IXLA_REQUIRES(fMutex);
     int nl_removeListener(const PLiteral& iTopic, IEventListener* iListener,
-                          PBaseptr<IEventListener>& oRemoved) IXLA_REQUIRES(fMutex);
-    int nl_findListeners(const PLiteral& iTopic, PPtr<Listeners>& oListeners) const
-        IXLA_REQUIRES(fMutex);
-    static void _hold(std::unique_ptr<Listeners> iListeners, PPtr<Listeners>& oHolder);
-    static Listeners& nl_ownListeners(PPtr<Listeners>& ioListeners);
+                          PListenerShare& oRemoved) IXLA_REQUIRES(fMutex);
+    PListeners& nl_ownListeners(PListeners::Holder& ioListeners) IXLA_REQUIRES(fMutex);
 
-    static Listeners::iterator _findListener(Listeners& ioListeners,
-                                             const IEventListener* iListener);
-
-    void deliver(const Listeners& iListeners, const PLiteral& iTopic, IBase* iParam1,
+    int findListeners(const PLiteral& iTopic, PDeliverySlots::Use& oListeners);
+    [[gnu::noinline]] int findLocked(const PLiteral& iTopic, PDeliverySlots::Use& oListeners);
+    void deliver(const PListeners& iListeners, bool iTraced, const PLiteral& iTopic, IBase* iParam1,
                  int iParam2) const;
     [[gnu::cold]] void releaseListeners(Topics& ioTopics) const;
-    /// Clears a holder; logs an exception of the listener.
-    void release(const char* iOperation, PBaseptr<IEventListener>& ioListener) const;
 
     ///@{
     /// Logs a failed mutex operation in iOperation; returns iCode.
@@ -93,16 +75,20 @@ private:
 
     template <class... TArgs>
     void debug(const wchar_t* iFormat, TArgs... iArgs) const;
-    /// Writes a line about an event. Few logs have them, so the level is checked before the call.
+    /// Writes a line about an event. The caller asks once for each event whether it is traced.
     template <class... TArgs>
     void trace(const wchar_t* iFormat, TArgs... iArgs) const;
+    bool isTraced() const noexcept;
     template <class... TArgs>
     [[gnu::cold]] void error(const wchar_t* iFormat, TArgs... iArgs) const;
 
     PCounterSync fRefCount;
     PMutex fMutex;
+    PReaderLock fReaders; ///< closed with fMutex held
+    PDeliverySlots fSlots;
     Topics fListeners IXLA_GUARDED_BY(fMutex);
-    /// The lists of fListeners by topic, for the lookup of a delivery.
+    /// The lists of fListeners by topic, for the lookup of a delivery. Read with fMutex held or as
+    /// a reader; changed, as the lists, with fMutex held and fReaders closed.
     Index fIndex IXLA_GUARDED_BY(fMutex);
     PBaseptr<ILogger> fLogger; ///< constant after construction; may be empty
     const PLogger* fLogFile;   ///< of fLogger; may be null

@@ -8,7 +8,7 @@
 #include "config/PConfigLog.h"
 #include "config/PConfigRecords.h"
 #include "config/PConfigStore.h"
-#include "config/PReaderLock.h"
+#include "core/PReaderLock.h"
 #include "config/PRunTimeValues.h"
 #include "support/Texts.h"
 

@@ -6,8 +6,11 @@
 namespace
 {
 const PLiteral kTopic(L"test.topic");
+const PLiteral kOuter(L"test.outer");
 const PLiteral kEmpty;
 constexpr int kCode = -11;
+/// More events inside each other than a thread has slots.
+constexpr int kManyEvents = 8;
 
 /// The log is set to errors only, so that the first mutex call of an operation is the
 /// dispatcher's own.
@@ -69,6 +72,27 @@ protected:
     int send()
     {
         return dispatcher->send(kTopic, nullptr, 0);
+    }
+
+    /// Calls iFail and sends, while this thread is in so many events that the send needs the lock.
+    int sendInEvents(const std::function<void()>& iFail)
+    {
+        int depth = 0;
+        int result = 1;
+        const auto outer = TestListener::make(journal, "",
+                                              [&](TestListener&, const TestEvent&)
+                                              {
+                                                  if (++depth < kManyEvents)
+                                                  {
+                                                      return dispatcher->send(kOuter, nullptr, 0);
+                                                  }
+                                                  iFail();
+                                                  result = send();
+                                                  return 0;
+                                              });
+        EXPECT_EQ(0, dispatcher->addListener(kOuter, outer.get()));
+        EXPECT_EQ(0, dispatcher->send(kOuter, nullptr, 0));
+        return result;
     }
 
     PBaseptr<TestListener> listener;
@@ -143,9 +167,8 @@ TEST_F(EventDispatcherFailure, RemoveReturnsAndLogsTheCodeOfUnlockingThoughItRem
 TEST_F(EventDispatcherFailure, SendReturnsAndLogsTheCodeOfLockingAndCallsNoListener)
 {
     subscribe();
-    failOnce(PortFaults::mutexLock);
 
-    EXPECT_EQ(kCode, send());
+    EXPECT_EQ(kCode, sendInEvents([] { failOnce(PortFaults::mutexLock); }));
 
     EXPECT_EQ(1, count("[EventDispatcher][send] Failed to lock err: -11"));
     EXPECT_TRUE(journal.entries().empty());
@@ -154,13 +177,23 @@ TEST_F(EventDispatcherFailure, SendReturnsAndLogsTheCodeOfLockingAndCallsNoListe
 TEST_F(EventDispatcherFailure, SendReturnsAndLogsTheCodeOfUnlockingAndCallsNoListener)
 {
     subscribe();
-    failUnlock();
 
-    EXPECT_EQ(kCode, send());
+    EXPECT_EQ(kCode, sendInEvents([this] { failUnlock(); }));
 
     EXPECT_EQ(1, count("[EventDispatcher][send] Failed to unlock err: -11"));
     EXPECT_TRUE(journal.entries().empty());
     EXPECT_EQ(2, listener->references());
+}
+
+TEST_F(EventDispatcherFailure, SendNeedsNoMutex)
+{
+    subscribe();
+    PortFaults::mutexLock.armOnThisThread(kCode);
+
+    EXPECT_EQ(0, send());
+
+    EXPECT_EQ(0, PortFaults::mutexLock.hits());
+    EXPECT_EQ((std::vector<std::string>{"L"}), journal.entries());
 }
 
 TEST_F(EventDispatcherFailure, InvalidArgumentsAreRefusedWithoutLocking)

@@ -78,6 +78,31 @@ TEST_F(EventDispatcherMemory, RemovalNeedsNoMemory)
     EXPECT_EQ(eIxlaNoListener, send());
 }
 
+TEST_F(EventDispatcherMemory, ReplacedSubscriptionsNeedNoMoreMemory)
+{
+    constexpr int kTurns = 1000;
+    const auto third = TestListener::make(journal, "L3");
+    const auto replace = [&](int iTurns)
+    {
+        for (int i = 0; i < iTurns; ++i)
+        {
+            TestListener* const oldest = (i % 3 == 0 ? first : i % 3 == 1 ? second : third).get();
+            dispatcher->removeListener(kTopic, oldest);
+            dispatcher->addListener(kTopic, oldest);
+        }
+    };
+    dispatcher->addListener(kTopic, first.get());
+    dispatcher->addListener(kTopic, second.get());
+    dispatcher->addListener(kTopic, third.get());
+    replace(99);
+
+    AllocationFaults::startCounting();
+    replace(kTurns);
+
+    // Each addition allocates the count of its shares.
+    EXPECT_EQ(kTurns, AllocationFaults::counted());
+}
+
 TEST_F(EventDispatcherMemory, ChangeWithoutMemoryDuringADeliveryHasNoEffect)
 {
     std::vector<int> results;

@@ -91,6 +91,31 @@ TEST_F(EventDispatcher, RemovalKeepsTheOrderOfTheOthers)
     EXPECT_THAT(journal.entries(), ElementsAre("L3", "L2"));
 }
 
+TEST_F(EventDispatcher, RemovalAnywhereKeepsTheOrderOfTheOthers)
+{
+    const std::vector<std::string> names{"L5", "L4", "L3", "L2", "L1", "L0"};
+    for (std::size_t removed = 0; removed < names.size(); ++removed)
+    {
+        const PString topic(std::to_wstring(removed).c_str());
+        std::vector<PBaseptr<TestListener>> listeners;
+        for (auto name = names.rbegin(); name != names.rend(); ++name)
+        {
+            listeners.push_back(make(*name));
+            ASSERT_EQ(0, add(listeners.back(), topic));
+        }
+        const std::size_t before = journal.entries().size();
+
+        EXPECT_EQ(0, remove(listeners[removed], topic));
+
+        EXPECT_EQ(0, send(topic));
+        std::vector<std::string> expected = names;
+        expected.erase(expected.end() - 1 - static_cast<std::ptrdiff_t>(removed));
+        std::vector<std::string> entries = journal.entries();
+        entries.erase(entries.begin(), entries.begin() + static_cast<std::ptrdiff_t>(before));
+        EXPECT_EQ(expected, entries) << removed;
+    }
+}
+
 TEST_F(EventDispatcher, SecondSubscriptionToATopicIsRefused)
 {
     const auto listener = make("L");
@@ -329,6 +354,35 @@ TEST_F(EventDispatcher, ListenerMaySendOnTheSameTopic)
     EXPECT_EQ(0, send());
 
     EXPECT_EQ(3, depth);
+}
+
+TEST_F(EventDispatcher, ListenersOfManyEventsInsideEachOtherMayLeave)
+{
+    constexpr int kEvents = 8;
+    const auto last = make("last");
+    int depth = 0;
+    const auto nested = make("nested",
+                             [&](TestListener& ioSelf, const TestEvent&)
+                             {
+                                 if (++depth < kEvents)
+                                 {
+                                     return send();
+                                 }
+                                 EXPECT_EQ(0, dispatcher->removeListener(kTopic, &ioSelf));
+                                 EXPECT_EQ(0, remove(last));
+                                 return 0;
+                             });
+    add(last);
+    add(nested);
+
+    EXPECT_EQ(0, send());
+
+    std::vector<std::string> expected(kEvents, "nested");
+    expected.resize(2 * kEvents, "last");
+    EXPECT_EQ(expected, journal.entries());
+    EXPECT_EQ(eIxlaNoListener, send());
+    EXPECT_EQ(1, last->references());
+    EXPECT_EQ(1, nested->references());
 }
 
 TEST_F(EventDispatcher, EmptyTopicIsInvalidEverywhere)

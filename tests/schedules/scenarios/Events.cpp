@@ -78,6 +78,33 @@ SCENARIO(SendBesideARemoval, .jumps = false, .small = true)
     requireEqual(0, counts.destroyed, "destroyed listeners");
 }
 
+SCENARIO(EventsWithoutSlotsBesideARemoval, .jumps = false)
+{
+    const Dispatching events;
+    constexpr wchar_t kOuter[] = L"outer";
+    CountedEvents outerCounts;
+    CountedEvents counts;
+    events.addOnly(counts, [] {});
+    const PBaseptr<IEventListener> other = countedListener(counts, [] {});
+    requireEqual(0, events.add(other), "the second listener is added");
+    int depth = 0;
+    const PBaseptr<IEventListener> outer = countedListener(
+        outerCounts,
+        [&]
+        {
+            // The outer events take all slots of the thread.
+            requireEqual(0,
+                         ++depth < 4 ? events.dispatcher->send(kOuter, nullptr, 0) : events.send(),
+                         "a send in a listener");
+        });
+    requireEqual(0, events.dispatcher->addListener(kOuter, outer.get()), "the outer listener");
+    std::thread remover([&] { requireEqual(0, events.remove(other), "the removal"); });
+    requireEqual(0, events.dispatcher->send(kOuter, nullptr, 0), "the outer send");
+    remover.join();
+    require(counts.handled == 1 || counts.handled == 2, "each listener gets the event once");
+    requireEqual(0, counts.destroyed, "destroyed listeners");
+}
+
 SCENARIO(RemovalOfTheOnlyListenerBesideASend, .jumps = false, .small = true)
 {
     const Dispatching events;

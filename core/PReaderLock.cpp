@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "config/PReaderLock.h"
+#include "core/PReaderLock.h"
 
 #include "portinglayer/PLockGuard.h"
 #include "portinglayer/PThread.h"
