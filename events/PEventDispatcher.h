@@ -59,7 +59,7 @@ private:
     int nl_addTopic(const PLiteral& iTopic, IEventListener* iListener) IXLA_REQUIRES(fMutex);
     int nl_removeListener(const PLiteral& iTopic, IEventListener* iListener,
                           PListenerShare& oRemoved) IXLA_REQUIRES(fMutex);
-    PListeners& nl_ownListeners(PListeners::Holder& ioListeners) IXLA_REQUIRES(fMutex);
+    PListeners& nl_ownListeners(PListeners::Holder& ioListeners);
 
     int findListeners(const PLiteral& iTopic, PDeliverySlots::Use& oListeners);
     [[gnu::noinline]] int findLocked(const PLiteral& iTopic, PDeliverySlots::Use& oListeners);

@@ -8,7 +8,7 @@
 #include "portinglayer/PLiteral.h"
 
 /// Delivers events to the listeners of a topic, on the thread of the sender. Interface ID
-/// kIxlaEventDispatcherId. The dispatcher's lock is held while its table is read or changed and
+/// kIxlaEventDispatcherId. The dispatcher's locks are held while its table is read or changed and
 /// never while a listener runs.
 class IEventDispatcher : public IBase
 {
