@@ -12,9 +12,12 @@
 #include <Poco/NumberParser.h>
 #include <Poco/Util/LayeredConfiguration.h>
 #include <Poco/Util/MapConfiguration.h>
+#include <chrono>
 #include <mutex>
+#include <stop_token>
 #include <string>
 #include <string_view>
+#include <thread>
 #include <type_traits>
 #include <vector>
 
@@ -80,7 +83,15 @@ public:
 
     bool getInt32(std::wstring_view iKey, int& oValue)
     {
-        return getString(iKey, fText) && parse(fText, oValue);
+        static thread_local std::wstring sText;
+        return getString(iKey, sText) && parse(sText, oValue);
+    }
+
+    void change()
+    {
+        const std::lock_guard lock(fMutex);
+        fRunTime[L"changed"].value = L"1";
+        fRunTime.erase(L"changed");
     }
 
     typedef std::wstring Text;
@@ -137,7 +148,6 @@ private:
     TValues fOwn;
     TValues fStored;
     TValues fRunTime;
-    std::wstring fText;
 };
 
 template <ESource tSource>
@@ -153,13 +163,13 @@ public:
     explicit OurRead(int iSize)
     {
         CoreHost::need(setup(iSize));
-        auto* const manager = CoreHost::get<IConfigManager>(kIxlaConfigManagerId);
+        fManager = CoreHost::get<IConfigManager>(kIxlaConfigManagerId);
         for (int i = 0; i < iSize; ++i)
         {
             const std::wstring key = _widened(_key(i, _isIn(eRunTime, tSource)));
-            manager->setInt32(L"bench", key.c_str(), tSource == ePinned ? 0 : 100000 + i);
+            fManager->setInt32(L"bench", key.c_str(), tSource == ePinned ? 0 : 100000 + i);
         }
-        manager->loadByID(L"bench", fConfig);
+        fManager->loadByID(L"bench", fConfig);
     }
 
     bool getString(const PLiteral& iKey, PString& oValue)
@@ -170,6 +180,12 @@ public:
     bool getInt32(const PLiteral& iKey, int& oValue)
     {
         return fConfig->getInt32(iKey, oValue) == 0;
+    }
+
+    void change()
+    {
+        fManager->setString(L"bench", L"changed", L"1");
+        fManager->removeSetKey(L"bench", L"changed");
     }
 
     typedef PString Text;
@@ -189,6 +205,7 @@ private:
         return setup;
     }
 
+    IConfigManager* fManager = nullptr;
     PBaseptr<IConfig> fConfig;
 };
 
@@ -262,9 +279,9 @@ protected:
     std::vector<typename TRead::Key> fKeys;
 };
 
-/// Reads into a text that is reused.
+/// Reads into a text that its thread reuses.
 template <class TRead>
-class ReadText : private Keys<TRead>
+class ReadText : protected Keys<TRead>
 {
 public:
     explicit ReadText(int iSize) : Keys<TRead>(iSize)
@@ -273,13 +290,36 @@ public:
 
     bool turn(unsigned int iTurn)
     {
+        static thread_local typename TRead::Text sText;
         const unsigned int number = this->fOrder[iTurn];
-        return this->fRead.getString(this->fKeys[number], fText) &&
-               fText[5] == static_cast<wchar_t>('0' + number % 10);
+        return this->fRead.getString(this->fKeys[number], sText) &&
+               sText[5] == static_cast<wchar_t>('0' + number % 10);
+    }
+};
+
+/// The same while another thread sets and removes a run-time value every millisecond.
+template <class TRead>
+class ReadBesideSetter : private ReadText<TRead>
+{
+public:
+    explicit ReadBesideSetter(int iSize)
+        : ReadText<TRead>(iSize), fSetter([this](const std::stop_token& iStop) { change(iStop); })
+    {
     }
 
+    using ReadText<TRead>::turn;
+
 private:
-    typename TRead::Text fText;
+    void change(const std::stop_token& iStop)
+    {
+        while (!iStop.stop_requested())
+        {
+            this->fRead.change();
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+    }
+
+    std::jthread fSetter;
 };
 
 template <class TRead>
@@ -302,7 +342,7 @@ public:
 template <ESource tSource>
 void _enter(Contest& ioContest, const std::string& iSource)
 {
-    Case text{"read " + iSource + " text", {100, 10000}, 4000};
+    Case text{"read " + iSource + " text", {100, 10000}, 4000, true};
     text.countTurns = 1024;
     ioContest.enter<ReadText<FloorTree<tSource>>>(text, "floor, tree");
     ioContest.enter<ReadText<FloorHash<tSource>>>(text, "floor, hash");
@@ -313,6 +353,14 @@ void _enter(Contest& ioContest, const std::string& iSource)
     ioContest.enter<ReadNumber<FloorTree<tSource>>>(number, "floor, tree");
     ioContest.enter<ReadNumber<FloorHash<tSource>>>(number, "floor, hash");
     ioContest.enter<ReadNumber<OurRead<tSource>>>(number, "ours");
+
+    if constexpr (tSource == eOwn)
+    {
+        const Case beside{"read beside a setter", {100, 10000}, 4000, true};
+        ioContest.enter<ReadBesideSetter<FloorTree<tSource>>>(beside, "floor, tree");
+        ioContest.enter<ReadBesideSetter<FloorHash<tSource>>>(beside, "floor, hash");
+        ioContest.enter<ReadBesideSetter<OurRead<tSource>>>(beside, "ours");
+    }
 
     if constexpr (tSource != ePinned)
     {

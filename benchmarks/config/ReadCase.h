@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // What does it cost to read a value, as text or as a number: from a configuration's own file, from
-// the store, from the run-time values, or pinned ("const") in its own file?
+// the store, from the run-time values, or pinned ("const") in its own file? How many reads do two
+// threads make, also while a third one sets values?
 #ifndef IXLAL_BENCHMARKS_READCASE_H
 #define IXLAL_BENCHMARKS_READCASE_H
 
