@@ -58,7 +58,7 @@ int PConfig::getKeys(std::vector<PString>& oKeys) noexcept
             keys.reserve(records.size());
             for (const PConfigRecord* record : records)
             {
-                keys.push_back(record->key);
+                keys.emplace_back(record->key);
             }
             oKeys.swap(keys);
             return eIxlaOk;
@@ -81,7 +81,7 @@ int PConfig::getAttributes(const PLiteral& iKey, std::vector<PString>& oAttribut
     result = ixlaGuarded(
         [&]
         {
-            for (const auto& [name, text] : record->fAttributes)
+            for (const auto& [name, text] : record->fAttributes.all())
             {
                 oAttributes.push_back(name);
             }
@@ -107,9 +107,8 @@ int PConfig::getAttrString(const PLiteral& iKey, const PLiteral& iAttribute,
     return read(iKey, iAttribute,
                 [&](const PConfigValue& iRecord)
                 {
-                    const auto attribute = iRecord.fAttributes.find(iAttribute);
-                    return attribute == iRecord.fAttributes.end() ? static_cast<int>(eIxlaNotFound)
-                                                                  : oValue.set(attribute->second);
+                    const PString* const text = iRecord.fAttributes.find(iAttribute);
+                    return text ? oValue.set(*text) : static_cast<int>(eIxlaNotFound);
                 });
 }
 
@@ -231,9 +230,8 @@ bool PConfig::_isPinned(PConfigValue& ioRecord) noexcept
         return false;
     }
     bool pinned = false;
-    const auto attribute = ioRecord.fAttributes.find(sConstAttribute);
-    if (attribute == ioRecord.fAttributes.end() ||
-        PUtils::strToBool(attribute->second, pinned) != 0 || !pinned)
+    const PString* const text = ioRecord.fAttributes.find(sConstAttribute);
+    if (!text || PUtils::strToBool(*text, pinned) != 0 || !pinned)
     {
         return false;
     }
@@ -243,8 +241,7 @@ bool PConfig::_isPinned(PConfigValue& ioRecord) noexcept
 
 bool PConfig::_answers(const PConfigValue* iRecord, const PLiteral& iAttribute) noexcept
 {
-    return iRecord && (iAttribute.len() == 0 ||
-                       iRecord->fAttributes.find(iAttribute) != iRecord->fAttributes.end());
+    return iRecord && (iAttribute.len() == 0 || iRecord->fAttributes.find(iAttribute));
 }
 
 int PConfig::_choose(const Records& iRecords, const PLiteral& iAttribute,

@@ -126,7 +126,7 @@ void PConfigFiles::nl_appendIDs(std::vector<PString>& ioIDs) const
     {
         if (record->key != kStoreFileKey)
         {
-            ioIDs.push_back(record->key);
+            ioIDs.emplace_back(record->key);
         }
     }
 }

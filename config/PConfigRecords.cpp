@@ -3,20 +3,6 @@
 
 #include "PGuarded.h"
 
-namespace
-{
-/// Inserts an attribute unless it is present. Throws std::bad_alloc.
-template <class TAttributes>
-void _addAttribute(TAttributes& ioAttributes, const PLiteral& iAttribute, const PLiteral& iValue)
-{
-    const auto place = ioAttributes.lower_bound(iAttribute);
-    if (place == ioAttributes.end() || place->first != iAttribute)
-    {
-        ioAttributes.emplace_hint(place, iAttribute, iValue);
-    }
-}
-} // namespace
-
 int PConfigRecords::_addValue(PConfigValues& ioValues, const PLiteral& iKey,
                               const PLiteral& iValue) noexcept
 {
@@ -45,11 +31,11 @@ int PConfigRecords::_addAttrValue(PConfigValues& ioValues, const PLiteral& iKey,
             const unsigned int hash = PConfigKey::_ofName(iKey);
             if (PConfigValue* const value = ioValues.find(iKey, hash))
             {
-                _addAttribute(value->fAttributes, iAttribute, iValue);
+                value->fAttributes.add(iAttribute, iValue);
                 return eIxlaOk;
             }
-            decltype(PConfigValue::fAttributes) attributes;
-            _addAttribute(attributes, iAttribute, iValue);
+            PConfigAttributes attributes;
+            attributes.add(iAttribute, iValue);
             ioValues.insert(hash, iKey, PLiteral()).fAttributes.swap(attributes);
             return eIxlaOk;
         });
@@ -67,11 +53,7 @@ int PConfigRecords::_removeAttr(PConfigValues& ioValues, const PLiteral& iKey,
 {
     if (PConfigValue* const value = ioValues.find(iKey))
     {
-        const auto attribute = value->fAttributes.find(iAttribute);
-        if (attribute != value->fAttributes.end())
-        {
-            value->fAttributes.erase(attribute);
-        }
+        value->fAttributes.remove(iAttribute);
     }
     return eIxlaOk;
 }

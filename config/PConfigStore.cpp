@@ -51,7 +51,7 @@ void _appendStoredIDs(const PConfigValues::Records& iStore, std::vector<PString>
 {
     for (const PConfigRecord* record : iStore)
     {
-        const PString& key = record->key;
+        const PLiteral& key = record->key;
         unsigned int length = 0;
         if (!key.chr(kStoreSeparator, length))
         {

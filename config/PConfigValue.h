@@ -3,9 +3,8 @@
 #ifndef IXLAL_PCONFIGVALUE_H
 #define IXLAL_PCONFIGVALUE_H
 
+#include "config/PConfigAttributes.h"
 #include "config/PConfigText.h"
-
-#include <map>
 
 /// A value with its attributes.
 struct PConfigValue
@@ -22,7 +21,7 @@ struct PConfigValue
     }
 
     PConfigText fValue; ///< also empty for a key that has only attributes
-    std::map<PString, PString, PLiteralLess> fAttributes;
+    PConfigAttributes fAttributes;
 
     /// Whether a reader has found the attribute "const" to be true. A cache that readers set and
     /// that is never cleared.

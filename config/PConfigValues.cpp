@@ -97,7 +97,7 @@ PConfigValues::Records PConfigValues::inOrder() const
     return records;
 }
 
-void PConfigValues::grow()
+void PConfigValues::rehash()
 {
     const unsigned int room = fRoom > 0 ? fRoom * 2 : kLeastRoom;
     std::unique_ptr<PConfigRecord*[]> buckets(new PConfigRecord*[room]());
@@ -117,7 +117,7 @@ void PConfigValues::grow()
     fShift = shift;
 }
 
-void PConfigValues::link(PConfigRecord& ioRecord, unsigned int iHash) noexcept
+PConfigValue& PConfigValues::link(PConfigRecord& ioRecord, unsigned int iHash) noexcept
 {
     ioRecord.fHash = iHash;
     ioRecord.fNext = bucket(iHash);
@@ -128,6 +128,7 @@ void PConfigValues::link(PConfigRecord& ioRecord, unsigned int iHash) noexcept
         (fLast ? fLast->fLater : fFirst) = &ioRecord;
         fLast = &ioRecord;
     }
+    return ioRecord.value;
 }
 
 // Records in an arena are removed from stores only, which are written again as a whole.

@@ -7,22 +7,57 @@
 #include "config/PConfigKey.h"
 #include "config/PConfigValue.h"
 
+#include <cwchar>
 #include <memory>
 #include <new>
 #include <vector>
 
+/// A name in the memory of its record or of an arena.
+class PConfigName : public PLiteral
+{
+public:
+    /// Copies iText to oMemory, with a terminating zero.
+    PConfigName(const PLiteral& iText, wchar_t* oMemory) noexcept
+    {
+        std::wmemcpy(oMemory, iText.ptr(), iText.len());
+        oMemory[iText.len()] = L'\0';
+        fPtr = oMemory;
+        fLen = iText.len();
+    }
+
+    /// The text in iPart, in place; the character after it is replaced by the terminating zero.
+    explicit PConfigName(const PSpan& iPart) noexcept
+    {
+        const_cast<wchar_t*>(iPart.text)[iPart.len] = L'\0';
+        fPtr = iPart.text;
+        fLen = iPart.len;
+    }
+};
+
 /// A key and its value, in a table.
 struct PConfigRecord
 {
-    /// TText is PLiteral for texts that are copied, or PSpan for texts that stay in place.
-    template <class TText>
-    PConfigRecord(const TText& iKey, const TText& iValue) : key(iKey), value(iValue)
+    /// Copies both texts; needs memory for a text of the length of iKey behind the record.
+    PConfigRecord(const PLiteral& iKey, const PLiteral& iValue)
+        : key(iKey, reinterpret_cast<wchar_t*>(this + 1)), value(iValue)
     {
     }
 
-    static void* operator new(std::size_t iSize, PConfigArena* ioArena)
+    /// The texts stay in place.
+    PConfigRecord(const PSpan& iKey, const PSpan& iValue) noexcept : key(iKey), value(iValue)
     {
-        return ioArena ? ioArena->take(iSize) : ::operator new(iSize);
+    }
+
+    /// With memory for a text of iLen characters behind the record; none for ~0u.
+    static void* operator new(std::size_t iSize, PConfigArena* ioArena, unsigned int iLen)
+    {
+        const std::size_t size = iSize + (iLen + 1) * sizeof(wchar_t);
+        return ioArena ? ioArena->take(size) : ::operator new(size);
+    }
+
+    static void operator delete(void* iMemory, PConfigArena* ioArena, unsigned int) noexcept
+    {
+        operator delete(iMemory, ioArena);
     }
 
     static void operator delete(void* iMemory, PConfigArena* ioArena) noexcept
@@ -33,7 +68,7 @@ struct PConfigRecord
         }
     }
 
-    const PConfigText key;
+    const PConfigName key;
     PConfigValue value;
 
 private:
@@ -82,19 +117,21 @@ public:
     /// The same for a name with its hash.
     PConfigValue* find(const PLiteral& iName, unsigned int iHash) const noexcept;
 
-    /// Inserts a record for a name that is not in the table; TText as for PConfigRecord. Throws
-    /// std::bad_alloc, with nothing changed.
-    template <class TText>
-    PConfigValue& insert(unsigned int iHash, const TText& iName, const TText& iValue)
+    ///@{
+    /// Insert a record for a name that is not in the table, with copies of the texts or with the
+    /// texts in place. Throw std::bad_alloc, with nothing changed.
+    PConfigValue& insert(unsigned int iHash, const PLiteral& iName, const PLiteral& iValue)
     {
-        if (fCount == fRoom)
-        {
-            grow();
-        }
-        auto* const record = new (fArena) PConfigRecord(iName, iValue);
-        link(*record, iHash);
-        return record->value;
+        grow();
+        return link(*new (fArena, iName.len()) PConfigRecord(iName, iValue), iHash);
     }
+
+    PConfigValue& insert(unsigned int iHash, const PSpan& iName, const PSpan& iValue)
+    {
+        grow();
+        return link(*new (fArena, ~0u) PConfigRecord(iName, iValue), iHash);
+    }
+    ///@}
 
     /// Removes a record. Returns whether there was one.
     bool erase(const PLiteral& iName) noexcept;
@@ -129,8 +166,17 @@ private:
         return fBuckets.get()[iHash >> fShift];
     }
 
-    void grow();
-    void link(PConfigRecord& ioRecord, unsigned int iHash) noexcept;
+    /// Makes room for one more record.
+    void grow()
+    {
+        if (fCount == fRoom)
+        {
+            rehash();
+        }
+    }
+
+    void rehash();
+    PConfigValue& link(PConfigRecord& ioRecord, unsigned int iHash) noexcept;
     void forget(const PConfigRecord& iRecord) noexcept;
     void destroy(PConfigRecord* iRecord) noexcept;
 

@@ -19,7 +19,7 @@ unsigned int _longestLine(const PConfigValues::Records& iRecords) noexcept
     {
         const unsigned int keyLen = record->key.len();
         longest = std::max(longest, keyLen + record->value.fValue.len());
-        for (const auto& [name, text] : record->value.fAttributes)
+        for (const auto& [name, text] : record->value.fAttributes.all())
         {
             longest = std::max(longest, keyLen + sAttribute.len() + name.len() + text.len());
         }
@@ -72,14 +72,14 @@ int PStoreWriter::write() noexcept
     return result != 0 ? result : closed;
 }
 
-int PStoreWriter::writeRecord(const PString& iKey, const PConfigValue& iRecord) noexcept
+int PStoreWriter::writeRecord(const PLiteral& iKey, const PConfigValue& iRecord) noexcept
 {
     int result = _join({&iKey, &sAssign, &iRecord.fValue}, fLine);
     if (result == 0)
     {
         result = fFile.pwriteLine(fLine);
     }
-    const auto& attributes = iRecord.fAttributes;
+    const PConfigAttributes::Table& attributes = iRecord.fAttributes.all();
     for (auto attribute = attributes.begin(); attribute != attributes.end() && result == 0;
          ++attribute)
     {

@@ -29,7 +29,7 @@ public:
     int write() noexcept;
 
 private:
-    int writeRecord(const PString& iKey, const PConfigValue& iRecord) noexcept;
+    int writeRecord(const PLiteral& iKey, const PConfigValue& iRecord) noexcept;
 
     PConfigValues::Records fRecords; ///< in the order of the lines
     PString fLine;

@@ -84,7 +84,7 @@ TEST(ConfigFormat, ArgumentsBeforeABadOneAreAdded)
 
     EXPECT_EQ(PConfigFormat::_appendArgs(args, 4, values), -3001);
     EXPECT_EQ(values.size(), 1u);
-    EXPECT_EQ(values.find(L"a")->fAttributes.at(PString(L"unit")), L"s");
+    EXPECT_EQ(*values.find(L"a")->fAttributes.find(L"unit"), L"s");
 }
 
 TEST(ConfigFormat, ArgumentIsNeverAComment)

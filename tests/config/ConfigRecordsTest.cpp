@@ -37,8 +37,8 @@ TEST(ConfigRecords, RemovingAnAttributeKeepsTheRestOfTheRecord)
     const PConfigValue& record = *values.find(L"a");
     EXPECT_EQ(record.fValue, L"1");
     EXPECT_TRUE(record.fConst);
-    EXPECT_EQ(record.fAttributes.size(), 1u);
-    EXPECT_EQ(record.fAttributes.count(PLiteral(L"y")), 1u);
+    EXPECT_EQ(record.fAttributes.all().size(), 1u);
+    EXPECT_NE(record.fAttributes.find(L"y"), nullptr);
 }
 
 TEST(ConfigRecords, ReplacingAValueKeepsAttributesAndPin)
@@ -51,7 +51,7 @@ TEST(ConfigRecords, ReplacingAValueKeepsAttributesAndPin)
     const PConfigValue& record = *values.find(L"a");
     EXPECT_EQ(record.fValue, L"1");
     EXPECT_TRUE(record.fConst);
-    EXPECT_EQ(record.fAttributes.size(), 1u);
+    EXPECT_EQ(record.fAttributes.all().size(), 1u);
 }
 
 TEST(ConfigRecords, AddingANewValueDoesNotChangeAnExistingKey)
@@ -69,7 +69,7 @@ TEST(ConfigRecords, AttributeKeepsItsFirstText)
     ASSERT_EQ(PConfigRecords::_addAttrValue(values, L"a", L"x", L"1"), 0);
     ASSERT_EQ(PConfigRecords::_addAttrValue(values, L"a", L"x", L"2"), 0);
 
-    EXPECT_EQ(values.find(L"a")->fAttributes.at(PString(L"x")), L"1");
+    EXPECT_EQ(*values.find(L"a")->fAttributes.find(L"x"), L"1");
 }
 
 TEST(ConfigRecords, RemoveWithoutAttributeRemovesTheKey)

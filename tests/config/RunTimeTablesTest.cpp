@@ -75,7 +75,7 @@ TEST_F(RunTimeTables, RemovingAnAttributeKeepsTheKey)
 {
     set(L"A", L"k", L"1");
     ASSERT_EQ(values.nl_findDynamicValue(L"A", L"k", record), 0);
-    record->fAttributes.emplace(L"unit", L"s");
+    record->fAttributes.add(L"unit", L"s");
 
     EXPECT_EQ(removed(L"A", L"k", L"unit"), 0);
     EXPECT_EQ(values.nl_findDynamicValue(L"A", L"k", record), 0);

@@ -257,7 +257,7 @@ void _checkByID(IConfigManager& ioManager, const std::wstring& iID, const Lines&
     {
         checkText(textOf((*found)->key), key, "key of an ID");
         checkText(textOf((*found)->value.fValue), record.value, "value of an ID");
-        check((*found)->value.fAttributes.size() == record.attributes.size(),
+        check((*found)->value.fAttributes.all().size() == record.attributes.size(),
               "attributes of an ID");
         ++found;
     }
