@@ -6,9 +6,17 @@
 #include "portinglayer/PUtils.h"
 
 #include <cerrno>
+#include <cwchar>
 
 namespace
 {
+/// Whether a key is iText. Most keys differ in their length, which is compared first.
+template <unsigned int N>
+bool _is(const PString& iKey, const wchar_t (&iText)[N])
+{
+    return iKey.len() == N - 1 && std::wmemcmp(iKey.ptr(), iText, N - 1) == 0;
+}
+
 int _refuse(PLogger* iLogger, const PString& iKey, const PString& iValue, int iError)
 {
     PLogger::error(iLogger, 0, L"[startFlow] Failed parsing arg:[%ls], val:[%ls], err: %d",
@@ -74,37 +82,37 @@ int PStartArguments::parse(const PString* iArgs, unsigned int iCount, PLogger* i
 
 int PStartArguments::parseOne(const PString& iKey, const PString& iValue, PLogger* iLogger)
 {
-    if (iKey.cmp(L"core.prs.file") == 0)
+    if (_is(iKey, L"core.prs.file"))
     {
         return _parsePath(iValue, fCorePrsFile);
     }
-    if (iKey.cmp(L"core.log.file") == 0)
+    if (_is(iKey, L"core.log.file"))
     {
         return _parsePath(iValue, fLogFile);
     }
-    if (iKey.cmp(L"core.log.maxsize") == 0)
+    if (_is(iKey, L"core.log.maxsize"))
     {
         return _parseLimit(iLogger, iKey, iValue, fLogMaxSize);
     }
-    if (iKey.cmp(L"core.log.parts") == 0)
+    if (_is(iKey, L"core.log.parts"))
     {
         return _parseLimit(iLogger, iKey, iValue, fLogParts);
     }
-    if (iKey.cmp(L"core.log.level") == 0)
+    if (_is(iKey, L"core.log.level"))
     {
         return _parseLevel(iLogger, iKey, iValue, fLogLevel);
     }
-    if (iKey.cmp(L"core.log.enable") == 0)
+    if (_is(iKey, L"core.log.enable"))
     {
         return _parseEnable(iLogger, iKey, iValue, fLogEnable);
     }
-    if (iKey.cmp(L"core.log.maxcount") == 0)
+    if (_is(iKey, L"core.log.maxcount"))
     {
         // Unlike the other numbers, a bad count does not fail the start: the log has no such limit.
         _parseLevel(iLogger, iKey, iValue, fLogMaxCount);
         return eIxlaOk;
     }
-    if (iKey.cmp(L"core.plugins.dir") == 0)
+    if (_is(iKey, L"core.plugins.dir"))
     {
         return fPluginsDir.set(iValue) == 0 ? eIxlaOk : eIxlaInvalidArgument;
     }

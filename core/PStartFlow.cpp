@@ -272,7 +272,10 @@ int PStartFlow::loadEntries(PDir& ioEntries, const PLiteral& iDir,
 int PStartFlow::loadEntry(const PLiteral& iDir, const PLiteral& iEntry)
 {
     PLogger::debug(fParts.fLog.logger(), 0, kCoreLogFrame);
-    PString path(iDir);
+    PString path;
+    // The text grows where there was no memory to reserve.
+    static_cast<void>(path.reserve(iDir.len() + 1 + iEntry.len()));
+    path = iDir;
     path += L"/";
     path += iEntry;
     PLogger::debug(fParts.fLog.logger(), 0, L"[startFlow] Loading plugin: %ls", path.ptr());

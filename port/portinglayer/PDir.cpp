@@ -157,6 +157,7 @@ int PDir::preaddir() noexcept
         }
         std::sort(names.begin(), names.end());
         std::vector<PString> entries;
+        entries.reserve(names.size());
         for (const std::string& name : names)
         {
             PString entry = _wideName(name);

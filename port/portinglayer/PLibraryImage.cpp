@@ -42,7 +42,7 @@ public:
 
 private:
     const PDescriptor& fFile;
-    char fFront[1024] = {};
+    char fFront[1024]; ///< the first fFrontSize bytes are set
     const ssize_t fFrontSize;
 };
 

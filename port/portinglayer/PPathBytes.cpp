@@ -37,7 +37,9 @@ std::size_t _encodedSize(const PLiteral& iPath)
 PPathBytes::PPathBytes(const PLiteral& iPath, const char* iPrefix) noexcept : fResult(0)
 {
     const std::size_t prefix = std::strlen(iPrefix);
-    if (prefix + _encodedSize(iPath) >= sizeof fBytes)
+    // The characters are counted only for a text that might not fit.
+    if (iPath.len() >= (sizeof fBytes - prefix) / PUtf8::eMaxBytes &&
+        prefix + _encodedSize(iPath) >= sizeof fBytes)
     {
         fResult = PErrno::code(ENAMETOOLONG);
         return;

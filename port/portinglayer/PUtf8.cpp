@@ -298,8 +298,9 @@ std::size_t PUtf8::decodeLine(const char* iBytes, std::size_t iLen, wchar_t* oTe
 
 std::size_t PUtf8::encodePath(const wchar_t* iText, std::size_t iLen, char* oBytes) noexcept
 {
-    char* out = oBytes;
-    for (std::size_t pos = 0; pos < iLen; ++pos)
+    std::size_t pos = _copyPlain(iText, iLen, oBytes);
+    char* out = oBytes + pos;
+    for (; pos < iLen; ++pos)
     {
         // NOLINTNEXTLINE(bugprone-signed-char-misuse,cert-str34-c): a wchar_t has 32 bits
         const auto character = static_cast<std::uint32_t>(iText[pos]);
@@ -323,8 +324,9 @@ std::size_t PUtf8::encodePath(const wchar_t* iText, std::size_t iLen, char* oByt
 std::size_t PUtf8::decodePath(const char* iBytes, std::size_t iLen, wchar_t* oText) noexcept
 {
     const Bytes bytes(iBytes, iLen);
-    wchar_t* out = oText;
-    for (std::size_t pos = 0; pos < iLen;)
+    std::size_t pos = _copyPlain(iBytes, iLen, oText);
+    wchar_t* out = oText + pos;
+    while (pos < iLen)
     {
         const Match match = _matchUtf8(bytes[pos], bytes, pos + 1);
         *out++ = match.size > 0 ? static_cast<wchar_t>(match.character) : _standIn(iBytes[pos]);
