@@ -86,7 +86,7 @@ public:
 
     int loadPluginLib(const PLiteral& iPath)
     {
-        return fParts.fLoader.loadPluginLib(iPath);
+        return fParts.fLoader.loadPluginLib(iPath, fParts.fServices.readFreeLibraries());
     }
 
     int processPlugin(PBaseptr<IPlugin> iPlugin, PPtr<PLibrary> iLibrary)

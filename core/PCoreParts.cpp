@@ -5,7 +5,7 @@ PCoreParts::PCoreParts() noexcept
     : fRegistry(fLog, fLock),
       fInit(fLog, fLock, fRegistry),
       fLookup(fLog, fRegistry, fInit),
-      fLoader(fLog, fServices, fRegistry),
+      fLoader(fLog, fRegistry),
       fAutostart(fLog, fRegistry, fInit),
       fGlobalConfig(fLog, fServices),
       fStart(*this),

@@ -5,7 +5,6 @@
 #include "PGuarded.h"
 #include "config/PConfigPlugin.h"
 #include "core/PCoreLog.h"
-#include "core/PCoreServices.h"
 #include "core/PPluginRegistry.h"
 #include "events/PEventDispatcherPlugin.h"
 #include "logging/PLoggerPlugin.h"
@@ -71,18 +70,17 @@ int PPluginLoader::loadInternalPlugins()
     return eIxlaOk;
 }
 
-int PPluginLoader::loadPluginLib(const PLiteral& iPath)
+int PPluginLoader::loadPluginLib(const PLiteral& iPath, bool iFreeOnDestroy)
 {
     PLogger::debug(fLog.logger(), 0, L"[loadPluginLib] in library: %ls", iPath.ptr());
-    const bool freeLibOnDestroy = fServices.readFreeLibraries();
     unsigned long long before = 0;
     measure(L"[%s] Used mem before %ls plugin: %llu", iPath, before, &PLogger::info);
 
     PLibrary* loaded = nullptr;
-    int result = PLibrary::load(iPath, loaded, freeLibOnDestroy);
+    int result = PLibrary::load(iPath, loaded, iFreeOnDestroy);
     PLogger::debug(fLog.logger(), 0,
                    L"[loadPluginLib] PLibrary::load freeLibOnDestroy: %d return res: %d",
-                   freeLibOnDestroy ? 1 : 0, result);
+                   iFreeOnDestroy ? 1 : 0, result);
     if (result != 0)
     {
         PString reason;

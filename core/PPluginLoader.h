@@ -9,7 +9,6 @@
 #include "portinglayer/PLibrary.h"
 
 class PCoreLog;
-class PCoreServices;
 class PLogger;
 class PPluginRegistry;
 
@@ -18,9 +17,8 @@ class PPluginRegistry;
 class PPluginLoader
 {
 public:
-    PPluginLoader(const PCoreLog& iLog, const PCoreServices& iServices,
-                  PPluginRegistry& ioRegistry) noexcept
-        : fLog(iLog), fServices(iServices), fRegistry(ioRegistry)
+    PPluginLoader(const PCoreLog& iLog, PPluginRegistry& ioRegistry) noexcept
+        : fLog(iLog), fRegistry(ioRegistry)
     {
     }
 
@@ -30,9 +28,10 @@ public:
     /// Registers the plugins of the three services. Returns 0, -501, or the code of processPlugin.
     int loadInternalPlugins();
 
-    /// Loads the library and registers its plugin. Returns 0, the code of PLibrary::load, -1008
-    /// without a factory, -1009 when the factory returns null, or the code of processPlugin.
-    int loadPluginLib(const PLiteral& iPath);
+    /// Loads the library and registers its plugin. iFreeOnDestroy: see PLibrary::load. Returns 0,
+    /// the code of PLibrary::load, -1008 without a factory, -1009 when the factory returns null, or
+    /// the code of processPlugin.
+    int loadPluginLib(const PLiteral& iPath, bool iFreeOnDestroy);
 
     /// Registers a plugin and its interfaces; the library is empty for a built-in one. Returns 0,
     /// -501, -1007 when an interface is taken, or -2003 when the plugin throws.
@@ -47,7 +46,6 @@ private:
     int readInterfaces(IPlugin& iPlugin, PPtr<PString>& oIDs, unsigned int& oCount) const;
 
     const PCoreLog& fLog;
-    const PCoreServices& fServices;
     PPluginRegistry& fRegistry;
 };
 

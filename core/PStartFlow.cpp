@@ -252,6 +252,7 @@ int PStartFlow::loadPlugins(const PLiteral& iDir, const std::vector<PString>& iL
 int PStartFlow::loadEntries(PDir& ioEntries, const PLiteral& iDir,
                             const std::vector<PString>& iLoadList)
 {
+    const bool freeLibraries = fParts.fServices.readFreeLibraries();
     for (; ioEntries == 0; ++ioEntries)
     {
         const PString& entry = ioEntries.getEntry();
@@ -260,7 +261,7 @@ int PStartFlow::loadEntries(PDir& ioEntries, const PLiteral& iDir,
         {
             continue;
         }
-        const int result = loadEntry(iDir, entry);
+        const int result = loadEntry(iDir, entry, freeLibraries);
         if (result != 0)
         {
             return result;
@@ -269,7 +270,7 @@ int PStartFlow::loadEntries(PDir& ioEntries, const PLiteral& iDir,
     return eIxlaOk;
 }
 
-int PStartFlow::loadEntry(const PLiteral& iDir, const PLiteral& iEntry)
+int PStartFlow::loadEntry(const PLiteral& iDir, const PLiteral& iEntry, bool iFreeOnDestroy)
 {
     PLogger::debug(fParts.fLog.logger(), 0, kCoreLogFrame);
     PString path;
@@ -279,7 +280,7 @@ int PStartFlow::loadEntry(const PLiteral& iDir, const PLiteral& iEntry)
     path += L"/";
     path += iEntry;
     PLogger::debug(fParts.fLog.logger(), 0, L"[startFlow] Loading plugin: %ls", path.ptr());
-    const int result = fParts.fLoader.loadPluginLib(path);
+    const int result = fParts.fLoader.loadPluginLib(path, iFreeOnDestroy);
     if (result == eIxlaNotAPlugin)
     {
         PLogger::debug(fParts.fLog.logger(), 0,

@@ -37,7 +37,7 @@ private:
     int findPluginsDir(PString& ioDir);
     int loadPlugins(const PLiteral& iDir, const std::vector<PString>& iLoadList);
     int loadEntries(PDir& ioEntries, const PLiteral& iDir, const std::vector<PString>& iLoadList);
-    int loadEntry(const PLiteral& iDir, const PLiteral& iEntry);
+    int loadEntry(const PLiteral& iDir, const PLiteral& iEntry, bool iFreeOnDestroy);
     int markStarted();
     int initAutoStartList();
     void announceStart();

@@ -2,7 +2,6 @@
 #include "core/PPluginLoader.h"
 
 #include "core/PCoreLog.h"
-#include "core/PCoreServices.h"
 #include "core/PPluginRegistry.h"
 #include "core/UnitPlugin.h"
 
@@ -25,9 +24,8 @@ protected:
 
     PCoreLog fLog;
     PCoreLock fLock;
-    PCoreServices fServices;
     PPluginRegistry fRegistry{fLog, fLock};
-    PPluginLoader fLoader{fLog, fServices, fRegistry};
+    PPluginLoader fLoader{fLog, fRegistry};
 };
 
 TEST_F(PluginLoader, RegistersThePluginsOfTheServices)
