@@ -215,6 +215,33 @@ SCENARIO(ThreeLayersBesideAReader, .jumps = false)
     require(services.read(L"set") == L"stored", "the stored value is back");
 }
 
+// Each load uses the largest blocks of an arena, which stay in the process for the next one.
+SCENARIO(LoadsOfALargeFileFromTwoThreads, .jumps = false)
+{
+    constexpr unsigned int kLength = 10000;
+    const HeldServices services;
+    std::string lines;
+    for (int i = 0; i < 8; ++i)
+    {
+        lines += "key" + std::to_string(i) + " = " + std::string(kLength, 'x') + '\n';
+    }
+    services.core.writeConfig("large.prs", lines);
+    const std::string path = services.core.path("config/large.prs");
+    const PString file(std::wstring(path.begin(), path.end()).c_str());
+    const auto load = [&]
+    {
+        for (int i = 0; i < 2; ++i)
+        {
+            PBaseptr<IConfig> config;
+            requireEqual(0, services.manager->loadByFile(file, config), "the load");
+            PString value;
+            requireEqual(0, config->getString(L"key7", value), "the last key");
+            requireEqual(kLength, value.len(), "the length of its value");
+        }
+    };
+    runTogether(load, load);
+}
+
 SCENARIO(SettersOfOneKeyFromTwoThreads, .jumps = false, .small = true)
 {
     const HeldServices services;
