@@ -31,7 +31,7 @@ struct Sized
 };
 constexpr Sized kSized[] = {{"allocated for each registered interface", eInterfaces, 10000, 300},
                             {"allocated for each key of a loaded file", eKeys, 10000, 210},
-                            {"allocated for each listener", eListeners, 10000, 48},
+                            {"allocated for each listener", eListeners, 10000, 33},
                             {"allocated for each plugin", ePlugins, 100, 2000}};
 
 [[noreturn]] void _die(const char* iWhat)
