@@ -71,6 +71,12 @@ TEST_F(Autostart, NameWithoutAMatchIsNotAFailure)
     EXPECT_EQ(0, PluginHooks::count("alpha.init"));
 }
 
+TEST_F(Autostart, NameOfAnUnloadedPluginHasNoMatch)
+{
+    EXPECT_EQ(0, init(L"libbeta.so"));
+    EXPECT_EQ(1, PluginHooks::count("beta.init")); // before it was unloaded
+}
+
 TEST_F(Autostart, UnloadDuringTheWalkSkipsNoOtherPlugin)
 {
     ITestService* const alpha = fCore.get<ITestService>(L"test.alpha");
