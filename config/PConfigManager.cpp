@@ -49,16 +49,6 @@ PConfigManager::~PConfigManager()
     (void)fMutex.close();
 }
 
-int PConfigManager::decRef() noexcept
-{
-    const int count = fRefCount.change(-1);
-    if (count == 0)
-    {
-        delete this;
-    }
-    return count;
-}
-
 void PConfigManager::cleanup() noexcept
 {
     // Other threads may still read through their configurations, so the lock is needed. The two
@@ -383,9 +373,10 @@ void PConfigManager::findValues(const PLiteral& iID, unsigned int iIDHash, const
 }
 
 // The caller holds the lock through mutex(), which the analysis does not see.
-int PConfigManager::nl_needLoadedStore() noexcept IXLA_NO_THREAD_SAFETY_ANALYSIS
+int PConfigManager::nl_needLoadedStore() noexcept
 {
-    return ixlaGuarded([&] { return fStore.nl_needLoadedStore(); });
+    return ixlaGuarded([&]() IXLA_NO_THREAD_SAFETY_ANALYSIS
+                       { return fStore.nl_needLoadedStore(); });
 }
 
 int PConfigManager::getDynamicString(const PLiteral& iID, const PLiteral& iKey,

@@ -10,9 +10,9 @@
 #include "config/PConfigLog.h"
 #include "config/PConfigStore.h"
 #include "config/PFunctionRef.h"
-#include "core/PReaderLock.h"
 #include "config/PRunTimeValues.h"
 #include "config/PTypedConfigManager.h"
+#include "core/PReaderLock.h"
 #include "portinglayer/PCounterSync.h"
 #include "portinglayer/PMutex.h"
 #include "portinglayer/PString.h"
@@ -46,7 +46,15 @@ public:
         return ++fRefCount;
     }
 
-    int decRef() noexcept override;
+    int decRef() noexcept override
+    {
+        const int count = fRefCount.change(-1);
+        if (count == 0)
+        {
+            delete this;
+        }
+        return count;
+    }
 
     [[gnu::cold]] int listIDs(std::vector<PString>& oIDs) noexcept override;
 

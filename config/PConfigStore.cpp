@@ -8,8 +8,8 @@
 #include "config/PConfigLog.h"
 #include "config/PConfigRecords.h"
 #include "config/PConfigResult.h"
-#include "core/PReaderLock.h"
 #include "config/PStoreWriter.h"
+#include "core/PReaderLock.h"
 #include "portinglayer/PFile.h"
 
 #include <algorithm>

@@ -92,7 +92,7 @@ PConfigValues::Records PConfigValues::inOrder() const
     // The lines of a store, and those of many files, are in order already.
     if (!std::is_sorted(records.begin(), records.end(), &_isBefore))
     {
-        std::qsort(records.data(), records.size(), sizeof records.front(), &_compare);
+        std::qsort(records.data(), records.size(), sizeof(void*), &_compare);
     }
     return records;
 }
