@@ -2,12 +2,10 @@
 #include "PLogFormat.h"
 
 #include "PLogLine.h"
-#include "PLogNarrow.h"
 #include "PLogText.h"
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <cstdint>
 #include <cwchar>
 #include <limits>
@@ -15,11 +13,6 @@
 namespace
 {
 constexpr int kMostSize = 1 << 20; // wider conversions are left to the C library
-constexpr std::size_t kNoLimit = std::numeric_limits<std::size_t>::max();
-constexpr std::size_t kMostDigits = 22; // of 64 bits in octal
-constexpr std::size_t kNarrowRun = 64;  // the characters of a narrow text that are read at once
-constexpr std::size_t kShort = 32;      // the characters of a number that is composed at once
-constexpr std::uint32_t kMostShort = std::numeric_limits<std::uint32_t>::max();
 
 bool _isDigit(wchar_t iChar)
 {
@@ -57,14 +50,9 @@ bool _readNumber(const wchar_t*& ioAt, int& oNumber)
     va_end(args);
     return result;
 }
-
-char _upper(char iDigit)
-{
-    return iDigit >= 'a' ? static_cast<char>(iDigit - 'a' + 'A') : iDigit;
-}
 } // namespace
 
-PLogFormat::PLogFormat(PLogLine& ioLine, va_list iArgs) noexcept : fLine(ioLine)
+PLogFormat::PLogFormat(PLogLine& ioLine, va_list iArgs) noexcept : fLine(ioLine), fField(ioLine)
 {
     va_copy(fArgs, iArgs);
 }
@@ -109,7 +97,7 @@ int PLogFormat::readSpec(const wchar_t*& ioAt) noexcept
     // All characters of flags and sizes are before the letters.
     if (*ioAt < L'A')
     {
-        ioAt = fSpec.readFlags(ioAt);
+        ioAt = fField.spec.readFlags(ioAt);
         int result = readWidth(ioAt);
         result = result != 0 ? result : readPrecision(ioAt);
         if (result != 0)
@@ -117,7 +105,7 @@ int PLogFormat::readSpec(const wchar_t*& ioAt) noexcept
             return result;
         }
     }
-    ioAt = fSpec.readKind(ioAt);
+    ioAt = fField.spec.readKind(ioAt);
     return 0;
 }
 
@@ -125,7 +113,7 @@ int PLogFormat::readWidth(const wchar_t*& ioAt) noexcept
 {
     if (*ioAt != L'*')
     {
-        return _readNumber(ioAt, fSpec.width) ? 0 : eOther;
+        return _readNumber(ioAt, fField.spec.width) ? 0 : eOther;
     }
     if (_isDigit(*++ioAt))
     {
@@ -136,8 +124,8 @@ int PLogFormat::readWidth(const wchar_t*& ioAt) noexcept
     {
         return eOther;
     }
-    fSpec.left = fSpec.left || width < 0;
-    fSpec.width = width < 0 ? -width : width;
+    fField.spec.left = fField.spec.left || width < 0;
+    fField.spec.width = width < 0 ? -width : width;
     return 0;
 }
 
@@ -149,13 +137,13 @@ int PLogFormat::readPrecision(const wchar_t*& ioAt) noexcept
     }
     if (*++ioAt != L'*')
     {
-        return _readNumber(ioAt, fSpec.precision) ? 0 : eOther;
+        return _readNumber(ioAt, fField.spec.precision) ? 0 : eOther;
     }
     if (_isDigit(*++ioAt))
     {
         return eOther; // the position of an argument
     }
-    fSpec.precision = std::max(va_arg(fArgs, int), -1);
+    fField.spec.precision = std::max(va_arg(fArgs, int), -1);
     return 0;
 }
 
@@ -174,7 +162,7 @@ int PLogFormat::addConversion(const wchar_t*& ioAt) noexcept
         if (ioAt[1] == L's')
         {
             ioAt += 2;
-            return addWide(va_arg(fArgs, const wchar_t*), kNoLimit);
+            return fField.addWide(va_arg(fArgs, const wchar_t*), PLogField::kNoLimit);
         }
         break;
     default:
@@ -182,30 +170,30 @@ int PLogFormat::addConversion(const wchar_t*& ioAt) noexcept
     }
     int result = readSpec(ioAt);
     result = result != 0 ? result : addArgument();
-    fSpec = PLogSpec();
+    fField.spec = PLogSpec();
     return result;
 }
 
 int PLogFormat::addInt(int iNumber) noexcept
 {
     const auto bits = static_cast<std::uint32_t>(iNumber);
-    return iNumber < 0 ? addShort(0 - bits, "-") : addShort(bits, "");
+    return iNumber < 0 ? fField.addShort(0 - bits, "-") : fField.addShort(bits, "");
 }
 
 int PLogFormat::addArgument() noexcept
 {
-    switch (fSpec.kind)
+    switch (fField.spec.kind)
     {
     case L'd':
     case L'i':
-        return addSigned();
+        return isNumber() ? addSigned() : eOther;
     case L'u':
-        return addUnsigned(10);
+        return isNumber() ? addUnsigned(10) : eOther;
     case L'x':
     case L'X':
-        return addUnsigned(16);
+        return isNumber() ? addUnsigned(16) : eOther;
     case L'o':
-        return addUnsigned(8);
+        return isNumber() ? addUnsigned(8) : eOther;
     case L'c':
     case L'C':
         return addCharacter();
@@ -230,145 +218,50 @@ int PLogFormat::addArgument() noexcept
     }
 }
 
+bool PLogFormat::isNumber() const noexcept
+{
+    return fField.spec.length != PLogSpec::eLongDouble && fField.spec.precision <= kMostSize;
+}
+
 int PLogFormat::addSigned() noexcept
 {
     const long long number = takeSigned();
     const bool isNegative = number < 0;
     const auto bits = static_cast<unsigned long long>(number);
-    return addNumber(isNegative ? 0 - bits : bits, 10, isNegative ? "-" : sign());
+    return fField.addNumber(isNegative ? 0 - bits : bits, 10, isNegative ? "-" : fField.sign());
 }
 
 int PLogFormat::addUnsigned(unsigned int iBase) noexcept
 {
     const unsigned long long number = takeUnsigned();
-    const bool isMarked = iBase == 16 && fSpec.alternate && number != 0;
-    const std::string_view mark = fSpec.kind == L'X' ? "0X" : "0x";
-    return addNumber(number, iBase, isMarked ? mark : "");
+    const bool isMarked = iBase == 16 && fField.spec.alternate && number != 0;
+    const std::string_view mark = fField.spec.kind == L'X' ? "0X" : "0x";
+    return fField.addNumber(number, iBase, isMarked ? mark : "");
 }
 
 int PLogFormat::addPointer() noexcept
 {
-    if (fSpec.length != PLogSpec::eInt)
+    if (fField.spec.length != PLogSpec::eInt || !isNumber())
     {
         return eOther;
     }
     const auto number = reinterpret_cast<std::uintptr_t>(va_arg(fArgs, void*));
     if (number == 0)
     {
-        return addPadded(L"(nil)", 5);
+        return fField.addPadded(L"(nil)", 5);
     }
     std::array<char, 3> prefix{};
-    const std::string_view before = sign();
+    const std::string_view before = fField.sign();
     const std::size_t size = before.copy(prefix.data(), 1);
     prefix[size] = '0';
     prefix[size + 1] = 'x';
-    return addNumber(number, 16, std::string_view(prefix.data(), size + 2));
-}
-
-/// The prefix of a number that is not negative.
-std::string_view PLogFormat::sign() const noexcept
-{
-    return fSpec.plus ? "+" : fSpec.blank ? " " : "";
-}
-
-int PLogFormat::addNumber(unsigned long long iNumber, unsigned int iBase,
-                          std::string_view iPrefix) noexcept
-{
-    if (fSpec.length == PLogSpec::eLongDouble || fSpec.precision > kMostSize)
-    {
-        return eOther;
-    }
-    if (iBase == 10 && iNumber <= kMostShort && isShort())
-    {
-        return addShort(static_cast<std::uint32_t>(iNumber), iPrefix);
-    }
-    std::array<char, kMostDigits> digits;
-    char* const begin = digits.data();
-    char* end = begin;
-    if (iNumber != 0 || fSpec.precision != 0)
-    {
-        // The digits of a smaller type take much less time on 32 bits.
-        const bool isSmall = iNumber <= std::numeric_limits<unsigned long>::max();
-        end = isSmall
-                  ? std::to_chars(begin, begin + kMostDigits, static_cast<unsigned long>(iNumber),
-                                  static_cast<int>(iBase))
-                        .ptr
-                  : std::to_chars(begin, begin + kMostDigits, iNumber, static_cast<int>(iBase)).ptr;
-    }
-    if (fSpec.kind == L'X')
-    {
-        std::transform(begin, end, begin, &_upper);
-    }
-    const int size = static_cast<int>(end - begin);
-    const bool needsZero = iBase == 8 && fSpec.alternate && (size == 0 || digits[0] != '0');
-    return addDigits(iPrefix, std::string_view(begin, static_cast<std::size_t>(size)),
-                     needsZero ? size + 1 : 0);
-}
-
-/// Whether a decimal number of 32 bits with its zeros and blanks fits into kShort characters, and
-/// needs none at its end.
-bool PLogFormat::isShort() const noexcept
-{
-    constexpr auto kMost = static_cast<int>(kShort);
-    return fSpec.width <= kMost && fSpec.precision <= kMost - 1 && fSpec.precision != 0 &&
-           !fSpec.left;
-}
-
-/// Adds a decimal number for which isShort is true. iPrefix has at most one character.
-int PLogFormat::addShort(std::uint32_t iNumber, std::string_view iPrefix) noexcept
-{
-    char text[kShort];
-    char* const end = text + kShort;
-    char* begin = end;
-    for (std::uint32_t rest = iNumber; begin == end || rest > 0; rest /= 10)
-    {
-        *--begin = static_cast<char>('0' + rest % 10);
-    }
-    const int filled = fSpec.zero ? fSpec.width - static_cast<int>(iPrefix.size()) : 0;
-    const int digits = fSpec.precision < 0 ? filled : fSpec.precision;
-    while (end - begin < digits)
-    {
-        *--begin = '0';
-    }
-    if (!iPrefix.empty())
-    {
-        *--begin = iPrefix[0];
-    }
-    while (end - begin < fSpec.width)
-    {
-        *--begin = ' ';
-    }
-    return fLine.appendPlain(std::string_view(begin, static_cast<std::size_t>(end - begin)));
-}
-
-/// Adds a number of at least iLeast digits with its prefix, and with the zeros and blanks of the
-/// conversion.
-int PLogFormat::addDigits(std::string_view iPrefix, std::string_view iDigits, int iLeast) noexcept
-{
-    const auto size = static_cast<int>(iDigits.size());
-    const auto prefix = static_cast<int>(iPrefix.size());
-    const bool isFilled = fSpec.zero && !fSpec.left && fSpec.precision < 0;
-    const int least = std::max(isFilled ? fSpec.width - prefix : fSpec.precision, iLeast);
-    const int zeros = std::max(least - size, 0);
-    const auto all = static_cast<std::size_t>(prefix + zeros + size);
-    int result = fSpec.left ? 0 : addPadding(all);
-    result = result != 0 ? result : fLine.appendPlain(iPrefix);
-    result = result != 0 ? result : fLine.appendFill('0', static_cast<std::size_t>(zeros));
-    result = result != 0 ? result : fLine.appendPlain(iDigits);
-    return result != 0 || !fSpec.left ? result : addPadding(all);
-}
-
-/// Adds the blanks that a text of iLen characters lacks to the width.
-int PLogFormat::addPadding(std::size_t iLen) noexcept
-{
-    const auto width = static_cast<std::size_t>(fSpec.width);
-    return width > iLen ? fLine.appendFill(' ', width - iLen) : 0;
+    return fField.addNumber(number, 16, std::string_view(prefix.data(), size + 2));
 }
 
 int PLogFormat::addCharacter() noexcept
 {
-    const bool isWide = fSpec.kind == L'C' || fSpec.length == PLogSpec::eLong;
-    if (fSpec.length != PLogSpec::eInt && !isWide)
+    const bool isWide = fField.spec.kind == L'C' || fField.spec.length == PLogSpec::eLong;
+    if (fField.spec.length != PLogSpec::eInt && !isWide)
     {
         return eOther;
     }
@@ -376,72 +269,32 @@ int PLogFormat::addCharacter() noexcept
     {
         const std::wint_t wide = va_arg(fArgs, std::wint_t);
         const auto character = static_cast<wchar_t>(wide);
-        return wide == WEOF ? eWrong : addPadded(&character, 1);
+        return wide == WEOF ? eWrong : fField.addPadded(&character, 1);
     }
     const auto byte = static_cast<unsigned char>(va_arg(fArgs, int));
     const auto character = static_cast<wchar_t>(byte < 0x80 ? byte : 0xDC00 + byte);
-    return addPadded(&character, 1);
+    return fField.addPadded(&character, 1);
 }
 
 int PLogFormat::addText() noexcept
 {
-    const bool isWide = fSpec.kind == L'S' || fSpec.length == PLogSpec::eLong;
-    if (fSpec.length != PLogSpec::eInt && !isWide)
+    const bool isWide = fField.spec.kind == L'S' || fField.spec.length == PLogSpec::eLong;
+    if (fField.spec.length != PLogSpec::eInt && !isWide)
     {
         return eOther;
     }
-    const std::size_t most =
-        fSpec.precision < 0 ? kNoLimit : static_cast<std::size_t>(fSpec.precision);
-    return isWide ? addWide(va_arg(fArgs, const wchar_t*), most)
-                  : addNarrow(va_arg(fArgs, const char*), most);
-}
-
-int PLogFormat::addNull(std::size_t iMost) noexcept
-{
-    constexpr std::wstring_view kNull = L"(null)";
-    return addPadded(kNull.data(), iMost >= kNull.size() ? kNull.size() : 0);
-}
-
-int PLogFormat::addWide(const wchar_t* iText, std::size_t iMost) noexcept
-{
-    if (!iText)
-    {
-        return addNull(iMost);
-    }
-    return addPadded(iText, iMost == kNoLimit ? std::wcslen(iText) : ::wcsnlen(iText, iMost));
-}
-
-int PLogFormat::addPadded(const wchar_t* iText, std::size_t iLen) noexcept
-{
-    int result = fSpec.left ? 0 : addPadding(iLen);
-    result = result != 0 ? result : fLine.append(iText, iLen);
-    return result != 0 || !fSpec.left ? result : addPadding(iLen);
-}
-
-int PLogFormat::addNarrow(const char* iText, std::size_t iMost) noexcept
-{
-    if (!iText)
-    {
-        return addNull(iMost);
-    }
-    const std::size_t size = fSpec.width > 0 ? PLogNarrow::count(iText, iMost) : iMost;
-    int result = fSpec.left ? 0 : addPadding(size);
-    PLogNarrow text(iText);
-    wchar_t part[kNarrowRun];
-    for (std::size_t rest = iMost; result == 0 && rest > 0;)
-    {
-        const std::size_t len = text.read(part, std::min(rest, kNarrowRun));
-        result = fLine.append(part, len);
-        rest = len < kNarrowRun ? 0 : rest - len;
-    }
-    return result != 0 || !fSpec.left ? result : addPadding(size);
+    const std::size_t most = fField.spec.precision < 0
+                                 ? PLogField::kNoLimit
+                                 : static_cast<std::size_t>(fField.spec.precision);
+    return isWide ? fField.addWide(va_arg(fArgs, const wchar_t*), most)
+                  : fField.addNarrow(va_arg(fArgs, const char*), most);
 }
 
 /// Formats one floating-point number with the C library.
 int PLogFormat::addFloating() noexcept
 {
-    const bool isLong = fSpec.length == PLogSpec::eLongDouble;
-    if (!isLong && fSpec.length != PLogSpec::eInt && fSpec.length != PLogSpec::eLong)
+    const bool isLong = fField.spec.length == PLogSpec::eLongDouble;
+    if (!isLong && fField.spec.length != PLogSpec::eInt && fField.spec.length != PLogSpec::eLong)
     {
         return eOther;
     }
@@ -453,24 +306,24 @@ int PLogFormat::addFloating() noexcept
         *at = iFlag;
         at += iIsSet ? 1 : 0;
     };
-    addIf(fSpec.left, L'-');
-    addIf(fSpec.plus, L'+');
-    addIf(fSpec.blank, L' ');
-    addIf(fSpec.alternate, L'#');
-    addIf(fSpec.zero, L'0');
+    addIf(fField.spec.left, L'-');
+    addIf(fField.spec.plus, L'+');
+    addIf(fField.spec.blank, L' ');
+    addIf(fField.spec.alternate, L'#');
+    addIf(fField.spec.zero, L'0');
     at = std::copy_n(L"*.*", 3, at);
     addIf(isLong, L'L');
-    *at++ = fSpec.kind;
+    *at++ = fField.spec.kind;
     *at = L'\0';
-    const int width = fSpec.width;
-    const int precision = fSpec.precision;
+    const int width = fField.spec.width;
+    const int precision = fField.spec.precision;
     return isLong ? _appendOne(fLine, format.data(), width, precision, va_arg(fArgs, long double))
                   : _appendOne(fLine, format.data(), width, precision, va_arg(fArgs, double));
 }
 
 long long PLogFormat::takeSigned() noexcept
 {
-    switch (fSpec.length)
+    switch (fField.spec.length)
     {
     case PLogSpec::eChar:
         return static_cast<signed char>(va_arg(fArgs, int));
@@ -492,7 +345,7 @@ long long PLogFormat::takeSigned() noexcept
 
 unsigned long long PLogFormat::takeUnsigned() noexcept
 {
-    switch (fSpec.length)
+    switch (fField.spec.length)
     {
     case PLogSpec::eChar:
         return static_cast<unsigned char>(va_arg(fArgs, int));

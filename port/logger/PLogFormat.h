@@ -3,12 +3,9 @@
 #ifndef IXLAL_PLOGFORMAT_H
 #define IXLAL_PLOGFORMAT_H
 
-#include "PLogSpec.h"
+#include "PLogField.h"
 
 #include <cstdarg>
-#include <cstddef>
-#include <cstdint>
-#include <string_view>
 
 class PLogLine;
 
@@ -43,29 +40,19 @@ private:
     int readPrecision(const wchar_t*& ioAt) noexcept;
     int addConversion(const wchar_t*& ioAt) noexcept;
     int addArgument() noexcept;
+    bool isNumber() const noexcept;
     int addInt(int iNumber) noexcept;
     int addSigned() noexcept;
     int addUnsigned(unsigned int iBase) noexcept;
     int addPointer() noexcept;
-    int addNumber(unsigned long long iNumber, unsigned int iBase,
-                  std::string_view iPrefix) noexcept;
-    bool isShort() const noexcept;
-    int addShort(std::uint32_t iNumber, std::string_view iPrefix) noexcept;
-    int addDigits(std::string_view iPrefix, std::string_view iDigits, int iLeast) noexcept;
     int addCharacter() noexcept;
     int addText() noexcept;
-    int addNull(std::size_t iMost) noexcept;
-    int addWide(const wchar_t* iText, std::size_t iMost) noexcept;
-    int addNarrow(const char* iText, std::size_t iMost) noexcept;
-    int addPadded(const wchar_t* iText, std::size_t iLen) noexcept;
     int addFloating() noexcept;
-    int addPadding(std::size_t iLen) noexcept;
-    std::string_view sign() const noexcept;
     long long takeSigned() noexcept;
     unsigned long long takeUnsigned() noexcept;
 
     PLogLine& fLine;
-    PLogSpec fSpec; ///< without flags and sizes between two conversions
+    PLogField fField;
     va_list fArgs;
 };
 
