@@ -293,7 +293,7 @@ int PConfig::readAllowed(const PLiteral& iKey, const PLiteral& iAttribute,
         return copyOwn(iKey, iAttribute, iCopy);
     }
     {
-        const PReaderLock::Reader reader(manager->readers());
+        const PReaderLock::Reader reader(manager->lock().fReaders);
         if (reader.isInside() && manager->isStoreKnown())
         {
             return copyUsed(iKey, iAttribute, iCopy);
@@ -314,7 +314,7 @@ int PConfig::readLocked(const PLiteral& iKey, const PLiteral& iAttribute,
         return allowed;
     }
     PConfigManager& manager = *source();
-    const PLockGuard lock(manager.mutex());
+    const PLockGuard lock(manager.lock().fMutex);
     if (lock.result() != 0)
     {
         return copyOwn(iKey, iAttribute, iCopy);

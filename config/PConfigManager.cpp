@@ -15,7 +15,7 @@ int PConfigManager::locked(const PFunctionRef<int()>& iWork) noexcept
     return ixlaGuarded(
         [&]
         {
-            const PLockGuard lock(fMutex);
+            const PLockGuard lock(fLock.fMutex);
             return lock.result() != 0 ? lock.result() : iWork();
         });
 }
@@ -25,7 +25,7 @@ int PConfigManager::lockedForChange(const PFunctionRef<int()>& iWork) noexcept
     return locked(
         [&]
         {
-            const PReaderLock::Writer writer(fReaders);
+            const PReaderLock::Writer writer(fLock.fReaders);
             return iWork();
         });
 }
@@ -34,19 +34,19 @@ PConfigManager::PConfigManager() noexcept
     : fRefCount(0),
       fClosed(false),
       fFiles(*this, fValues, fLog),
-      fStore(*this, fFiles, fLog, fReaders, fClosed)
+      fStore(*this, fFiles, fLog, fLock.fReaders, fClosed)
 {
     // A mutex that cannot be opened fails every lock, and so every operation, with its code.
-    if (fMutex.init(true) == 0)
+    if (fLock.fMutex.init(true) == 0)
     {
-        fReaders.init();
+        fLock.fReaders.init();
     }
 }
 
 PConfigManager::~PConfigManager()
 {
     // There is no caller left that could handle an error.
-    (void)fMutex.close();
+    (void)fLock.fMutex.close();
 }
 
 void PConfigManager::cleanup() noexcept
@@ -56,7 +56,7 @@ void PConfigManager::cleanup() noexcept
     PBaseptr<IConfig> managerConfig;
     PBaseptr<IConfig> store;
     // A failed lock changes nothing here: the cycle must be broken in any case.
-    const PLockGuard lock(fMutex);
+    const PLockGuard lock(fLock.fMutex);
     nl_close(managerConfig, store);
 }
 
@@ -64,7 +64,7 @@ int PConfigManager::tryCleanup(unsigned int iMilliseconds) noexcept
 {
     PBaseptr<IConfig> managerConfig;
     PBaseptr<IConfig> store;
-    const PTimedLockGuard lock(fMutex, iMilliseconds);
+    const PTimedLockGuard lock(fLock.fMutex, iMilliseconds);
     if (lock.result() == PTimedLockGuard::eTimeout)
     {
         return lock.result();
@@ -151,7 +151,7 @@ int PConfigManager::appendByID(const PLiteral& iID, PBaseptr<IConfig> ioConfig) 
     PBaseptr<ILogger> logger;
     const int result = ixlaGuarded([&] { return fetchLogger(iID, logger); });
     return result != 0 ? result
-                       : locked([&]() IXLA_REQUIRES(fMutex)
+                       : locked([&]() IXLA_REQUIRES(fLock.fMutex)
                                 { return nl_appendByID(iID, ioConfig, logger); });
 }
 
@@ -165,7 +165,7 @@ int PConfigManager::fetchLogger(const PLiteral& iID, PBaseptr<ILogger>& oLogger)
     }
     bool needed = false;
     const int result = locked(
-        [&]() IXLA_REQUIRES(fMutex)
+        [&]() IXLA_REQUIRES(fLock.fMutex)
         {
             needed = !fLog.nl_hasLogger();
             return eIxlaOk;
@@ -205,7 +205,8 @@ int PConfigManager::nl_appendByID(const PLiteral& iID, const PBaseptr<IConfig>& 
 int PConfigManager::listIDs(std::vector<PString>& oIDs) noexcept
 {
     oIDs.clear();
-    const int result = locked([&]() IXLA_REQUIRES(fMutex) { return fStore.nl_listIDs(oIDs); });
+    const int result =
+        locked([&]() IXLA_REQUIRES(fLock.fMutex) { return fStore.nl_listIDs(oIDs); });
     if (result != 0)
     {
         oIDs.clear();
@@ -223,7 +224,7 @@ int PConfigManager::setString(const PLiteral& iID, const PLiteral& iKey, const P
     }
     PConfigListeners::Change change;
     const int result = lockedForChange(
-        [&]() IXLA_REQUIRES(fMutex)
+        [&]() IXLA_REQUIRES(fLock.fMutex)
         {
             PConfigValues* values = nullptr;
             const int found = fValues.nl_findDynamicCfgValues(iID, true, values);
@@ -252,7 +253,7 @@ int PConfigManager::setAttrString(const PLiteral& iID, const PLiteral& iKey,
     }
     PConfigListeners::Change change;
     const int result = lockedForChange(
-        [&]() IXLA_REQUIRES(fMutex)
+        [&]() IXLA_REQUIRES(fLock.fMutex)
         {
             PConfigValues* values = nullptr;
             const int found = fValues.nl_findDynamicCfgValues(iID, true, values);
@@ -279,7 +280,7 @@ int PConfigManager::removeSetKey(const PLiteral& iID, const PLiteral& iKey) noex
 {
     const int allowed = PConfigFormat::_checkAllowedChars(iID, iKey, PLiteral());
     return allowed != 0 ? allowed
-                        : lockedForChange([&]() IXLA_REQUIRES(fMutex)
+                        : lockedForChange([&]() IXLA_REQUIRES(fLock.fMutex)
                                           { return fValues.nl_removeSet(iID, iKey, nullptr); });
 }
 
@@ -288,7 +289,7 @@ int PConfigManager::removeSetAttr(const PLiteral& iID, const PLiteral& iKey,
 {
     const int allowed = PConfigFormat::_checkAllowedChars(iID, iKey, iAttribute);
     return allowed != 0 ? allowed
-                        : lockedForChange([&]() IXLA_REQUIRES(fMutex)
+                        : lockedForChange([&]() IXLA_REQUIRES(fLock.fMutex)
                                           { return fValues.nl_removeSet(iID, iKey, &iAttribute); });
 }
 
@@ -297,7 +298,7 @@ int PConfigManager::storeString(const PLiteral& iID, const PLiteral& iKey,
 {
     const int allowed = PConfigFormat::_checkAllowedChars(iID, iKey, PLiteral());
     return allowed != 0 ? allowed
-                        : locked([&]() IXLA_REQUIRES(fMutex)
+                        : locked([&]() IXLA_REQUIRES(fLock.fMutex)
                                  { return fStore.nl_storeString(iID, iKey, iValue); });
 }
 
@@ -305,7 +306,7 @@ int PConfigManager::removeStoredKey(const PLiteral& iID, const PLiteral& iKey) n
 {
     const int allowed = PConfigFormat::_checkAllowedChars(iID, iKey, PLiteral());
     return allowed != 0 ? allowed
-                        : locked([&]() IXLA_REQUIRES(fMutex)
+                        : locked([&]() IXLA_REQUIRES(fLock.fMutex)
                                  { return fStore.nl_removeStored(iID, iKey, nullptr); });
 }
 
@@ -315,7 +316,7 @@ int PConfigManager::storeAttrString(const PLiteral& iID, const PLiteral& iKey,
     const int allowed = PConfigFormat::_checkAllowedChars(iID, iKey, iAttribute);
     return allowed != 0
                ? allowed
-               : locked([&]() IXLA_REQUIRES(fMutex)
+               : locked([&]() IXLA_REQUIRES(fLock.fMutex)
                         { return fStore.nl_storeAttrString(iID, iKey, iAttribute, iValue); });
 }
 
@@ -324,32 +325,33 @@ int PConfigManager::removeStoredAttr(const PLiteral& iID, const PLiteral& iKey,
 {
     const int allowed = PConfigFormat::_checkAllowedChars(iID, iKey, iAttribute);
     return allowed != 0 ? allowed
-                        : locked([&]() IXLA_REQUIRES(fMutex)
+                        : locked([&]() IXLA_REQUIRES(fLock.fMutex)
                                  { return fStore.nl_removeStored(iID, iKey, &iAttribute); });
 }
 
 int PConfigManager::addListener(const PLiteral& iID, const PLiteral& iTopic) noexcept
 {
-    return locked([&]() IXLA_REQUIRES(fMutex) { return fListeners.nl_addListener(iID, iTopic); });
+    return locked([&]() IXLA_REQUIRES(fLock.fMutex)
+                  { return fListeners.nl_addListener(iID, iTopic); });
 }
 
 int PConfigManager::removeListener(const PLiteral& iID, const PLiteral& iTopic) noexcept
 {
-    return locked([&]() IXLA_REQUIRES(fMutex)
+    return locked([&]() IXLA_REQUIRES(fLock.fMutex)
                   { return fListeners.nl_removeListener(iID, iTopic); });
 }
 
 int PConfigManager::findDynamicValue(const PLiteral& iID, const PLiteral& iKey,
                                      PConfigValue*& oValue) noexcept
 {
-    return locked([&]() IXLA_REQUIRES(fMutex)
+    return locked([&]() IXLA_REQUIRES(fLock.fMutex)
                   { return fValues.nl_findDynamicValue(iID, iKey, oValue); });
 }
 
 int PConfigManager::findLoadedValue(const PLiteral& iID, const PLiteral& iKey,
                                     PConfigValue*& oValue) noexcept
 {
-    return locked([&]() IXLA_REQUIRES(fMutex)
+    return locked([&]() IXLA_REQUIRES(fLock.fMutex)
                   { return fStore.nl_findLoadedValue(iID, iKey, oValue); });
 }
 
@@ -372,7 +374,7 @@ void PConfigManager::findValues(const PLiteral& iID, unsigned int iIDHash, const
     oStored = fStore.findKnown(iID, iIDHash, iKey);
 }
 
-// The caller holds the lock through mutex(), which the analysis does not see.
+// The caller holds the mutex through lock(), which the analysis does not see.
 int PConfigManager::nl_needLoadedStore() noexcept
 {
     return ixlaGuarded([&]() IXLA_NO_THREAD_SAFETY_ANALYSIS
@@ -382,13 +384,13 @@ int PConfigManager::nl_needLoadedStore() noexcept
 int PConfigManager::getDynamicString(const PLiteral& iID, const PLiteral& iKey,
                                      PString& oValue) noexcept
 {
-    return locked([&]() IXLA_REQUIRES(fMutex)
+    return locked([&]() IXLA_REQUIRES(fLock.fMutex)
                   { return fValues.nl_getDynamicString(iID, iKey, oValue); });
 }
 
 int PConfigManager::getLoadedString(const PLiteral& iID, const PLiteral& iKey,
                                     PString& oValue) noexcept
 {
-    return locked([&]() IXLA_REQUIRES(fMutex)
+    return locked([&]() IXLA_REQUIRES(fLock.fMutex)
                   { return fStore.nl_getLoadedString(iID, iKey, oValue); });
 }

@@ -7,14 +7,13 @@
 #include "PBaseptr.h"
 #include "config/PConfigFiles.h"
 #include "config/PConfigListeners.h"
+#include "config/PConfigLock.h"
 #include "config/PConfigLog.h"
 #include "config/PConfigStore.h"
 #include "config/PFunctionRef.h"
 #include "config/PRunTimeValues.h"
 #include "config/PTypedConfigManager.h"
-#include "core/PReaderLock.h"
 #include "portinglayer/PCounterSync.h"
-#include "portinglayer/PMutex.h"
 #include "portinglayer/PString.h"
 
 #include <atomic>
@@ -115,17 +114,11 @@ public:
     int loadFile(IConfigManager* iManager, const PLiteral& iFile, PBaseptr<IConfig>& oConfig,
                  PReadFault& oFault) noexcept;
 
-    /// The manager's lock. A caller of the find operations below holds it from the lookup until the
-    /// text is copied.
-    PMutex& mutex() noexcept
+    /// The manager's locks. A caller of the find operations below holds the mutex, or is a reader
+    /// where that is allowed, from the lookup until the text is copied.
+    PConfigLock& lock() noexcept
     {
-        return fMutex;
-    }
-
-    /// The lock of readers. It is closed for short changes only, never while a file is used.
-    PReaderLock& readers() noexcept
-    {
-        return fReaders;
+        return fLock;
     }
 
     ///@{
@@ -170,21 +163,20 @@ private:
     int lockedForChange(const PFunctionRef<int()>& iWork) noexcept;
 
     [[gnu::cold]] void nl_close(PBaseptr<IConfig>& oManagerConfig, PBaseptr<IConfig>& oStore)
-        IXLA_REQUIRES(fMutex);
+        IXLA_REQUIRES(fLock.fMutex);
 
     int fetchLogger(const PLiteral& iID, PBaseptr<ILogger>& oLogger);
     int nl_appendByID(const PLiteral& iID, const PBaseptr<IConfig>& ioConfig,
-                      const PBaseptr<ILogger>& iLogger) IXLA_REQUIRES(fMutex);
+                      const PBaseptr<ILogger>& iLogger) IXLA_REQUIRES(fLock.fMutex);
 
     PCounterSync fRefCount;
-    PMutex fMutex;
-    PReaderLock fReaders;      ///< closed with the lock held
+    PConfigLock fLock;
     std::atomic<bool> fClosed; ///< set with the lock held
-    PRunTimeValues fValues IXLA_GUARDED_BY(fMutex);
-    PConfigListeners fListeners IXLA_GUARDED_BY(fMutex);
-    PConfigLog fLog IXLA_GUARDED_BY(fMutex);
-    PConfigFiles fFiles IXLA_GUARDED_BY(fMutex);
-    PConfigStore fStore IXLA_GUARDED_BY(fMutex);
+    PRunTimeValues fValues IXLA_GUARDED_BY(fLock.fMutex);
+    PConfigListeners fListeners IXLA_GUARDED_BY(fLock.fMutex);
+    PConfigLog fLog IXLA_GUARDED_BY(fLock.fMutex);
+    PConfigFiles fFiles IXLA_GUARDED_BY(fLock.fMutex);
+    PConfigStore fStore IXLA_GUARDED_BY(fLock.fMutex);
 };
 
 #endif

@@ -139,11 +139,6 @@ public:
     /// Removes all records.
     void clear() noexcept;
 
-    bool empty() const noexcept
-    {
-        return fCount == 0;
-    }
-
     unsigned int size() const noexcept
     {
         return fCount;

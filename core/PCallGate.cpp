@@ -6,7 +6,7 @@
 #include "portinglayer/PTime.h"
 
 PCallGate::PCallGate(const PCallGate* iBefore) noexcept
-    : fClosed(true), fCloser(0), fBefore(iBefore)
+    : fStripes{}, fClosed(true), fCloser(0), fBefore(iBefore)
 {
 }
 

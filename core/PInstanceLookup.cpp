@@ -6,6 +6,8 @@
 #include "core/PCoreLog.h"
 #include "core/PPluginInit.h"
 
+#include <exception>
+
 namespace
 {
 void* _pluginPointer(const PCorePlugin& iRecord)
@@ -94,7 +96,8 @@ int PInstanceLookup::convertException(const PCorePlugin& iRecord) const
     PLogger::error(fLog.logger(), 0,
                    L"[getInstanceInternal][pg:%p] Plugin threw an exception in getInstance",
                    _pluginPointer(iRecord));
-    return ixlaGuarded([]() -> int { throw; }, eIxlaInitFailed);
+    return ixlaGuarded([]() -> int { std::rethrow_exception(std::current_exception()); },
+                       eIxlaInitFailed);
 }
 
 int PInstanceLookup::logFailure(const PCorePlugin& iRecord, int iResult) const

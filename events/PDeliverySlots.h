@@ -107,7 +107,7 @@ private:
         return nullptr;
     }
 
-    Stripe fStripes[kStripes];
+    Stripe fStripes[kStripes] = {};
 };
 
 #endif

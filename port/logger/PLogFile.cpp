@@ -12,6 +12,7 @@
 
 namespace
 {
+constexpr std::size_t kUsualRoom = 5120; // bytes of a line that are stored on the stack
 // Room for time, numbers and separators of a header, and for the report of lost lines.
 constexpr std::size_t kHeaderRoom = 96;
 constexpr std::size_t kReportRoom = 96;
@@ -51,7 +52,7 @@ PLogFile::PLogFile(const std::string& iPath, const PLiteral& iTag, bool iNew,
       fHeaderRoom(kHeaderRoom + fTag.size()),
       fReportRoom(2 * (fHeaderRoom + kReportRoom)),
       fIsLimited(iLimits.size > 0 || iLimits.lines > 0),
-      fReport(fReportRoom + eUsualRoom),
+      fReport(fReportRoom + kUsualRoom),
       fSink(iPath, iNew, iLimits),
       fLost{0, 0},
       fUnechoed{0, 0}
@@ -85,7 +86,7 @@ int PLogFile::open() noexcept
 int PLogFile::write(char iKind, const wchar_t* iFormat, va_list iArgs,
                     const PLogEcho& iEcho) noexcept
 {
-    char usual[eUsualRoom];
+    char usual[kUsualRoom];
     PLogLine line(usual, sizeof usual);
     int result = beginLine(iKind, line);
     const std::size_t textBegin = line.bytes().size();
@@ -118,7 +119,7 @@ int PLogFile::compose(const wchar_t* iFormat, va_list iArgs, PLogLine& ioLine) c
 int PLogFile::dump(const unsigned char* iData, unsigned int iSize, unsigned int iWidth,
                    const PLogEcho& iEcho) noexcept
 {
-    char usual[eUsualRoom];
+    char usual[kUsualRoom];
     PLogLine line(usual, sizeof usual);
     const unsigned int width = std::min(iWidth, iSize);
     int result = 0;

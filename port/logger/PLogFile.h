@@ -64,11 +64,6 @@ private:
         int lastError;
     };
 
-    enum
-    {
-        eUsualRoom = 5120 ///< bytes of a line that are stored on the stack
-    };
-
     int compose(const wchar_t* iFormat, va_list iArgs, PLogLine& ioLine) const noexcept;
     int composeDump(const unsigned char* iData, unsigned int iOffset, unsigned int iSize,
                     unsigned int iWidth, PLogLine& oLine) const noexcept;

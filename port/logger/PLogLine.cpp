@@ -5,13 +5,8 @@
 
 #include <algorithm>
 #include <bit>
-#include <cerrno>
-#include <charconv>
 #include <cstdint>
 #include <cstring>
-#include <limits>
-#include <new>
-#include <utility>
 
 #if defined(__i386__) || defined(__x86_64__)
 #define IXLAL_SSE2
@@ -138,70 +133,19 @@ bool _endsForeign(wchar_t iChar)
 }
 } // namespace
 
-PLogLine::PLogLine(std::size_t iUsualRoom)
-    : fUsualRoom(iUsualRoom),
-      fOwned(new char[iUsualRoom]),
-      fUsual(fOwned.get()),
-      fBytes(fUsual),
-      fRoom(iUsualRoom),
-      fSize(0),
-      fEndsInBackslash(false)
+PLogLine::PLogLine(std::size_t iUsualRoom) : PLogBuffer(iUsualRoom), fEndsInBackslash(false)
 {
 }
 
 PLogLine::PLogLine(char* iUsual, std::size_t iUsualRoom) noexcept
-    : fUsualRoom(iUsualRoom),
-      fUsual(iUsual),
-      fBytes(iUsual),
-      fRoom(iUsualRoom),
-      fSize(0),
-      fEndsInBackslash(false)
+    : PLogBuffer(iUsual, iUsualRoom), fEndsInBackslash(false)
 {
 }
 
 int PLogLine::reset(std::size_t iRoom) noexcept
 {
-    fSize = 0;
     fEndsInBackslash = false;
-    fLarge.reset();
-    fBytes = fUsual;
-    fRoom = fUsualRoom;
-    return reserve(iRoom);
-}
-
-int PLogLine::grow(std::size_t iMore) noexcept
-{
-    constexpr std::size_t kMost = std::numeric_limits<std::size_t>::max() / 2;
-    if (fRoom > kMost || iMore > kMost)
-    {
-        return -ENOMEM;
-    }
-    const std::size_t room = std::max(2 * fRoom, fSize + iMore);
-    std::unique_ptr<char[]> larger(new (std::nothrow) char[room]);
-    if (!larger)
-    {
-        return -ENOMEM;
-    }
-    std::memcpy(larger.get(), fBytes, fSize);
-    fLarge = std::move(larger);
-    fBytes = fLarge.get();
-    fRoom = room;
-    return 0;
-}
-
-void PLogLine::addNumber(long long iNumber) noexcept
-{
-    char digits[24];
-    const std::to_chars_result result = std::to_chars(digits, digits + sizeof digits, iNumber);
-    add(std::string_view(digits, static_cast<std::size_t>(result.ptr - digits)));
-}
-
-void PLogLine::addHex(unsigned int iNumber, int iDigits) noexcept
-{
-    for (int shift = (iDigits - 1) * 4; shift >= 0; shift -= 4)
-    {
-        add("0123456789abcdef"[(iNumber >> shift) & 0xFu]);
-    }
+    return PLogBuffer::reset(iRoom);
 }
 
 void PLogLine::addText(const wchar_t* iText, std::size_t iLen) noexcept
@@ -239,13 +183,14 @@ int PLogLine::appendLiteral(const wchar_t*& ioText) noexcept
         {
             return result;
         }
-        char* out = fBytes + fSize;
+        char* const begin = end();
+        char* out = begin;
         const char* const limit = fEndsInBackslash ? out : out + kRun / 2;
         while (_isPlain(*text) && *text != L'%' && out != limit)
         {
             *out++ = static_cast<char>(*text++);
         }
-        fSize = static_cast<std::size_t>(out - fBytes);
+        keep(static_cast<std::size_t>(out - begin));
         if (*text == L'%' || *text == L'\0')
         {
             ioText = text;
@@ -306,25 +251,24 @@ void PLogLine::addBackslash(bool iIsDoubled) noexcept
 
 void PLogLine::addPart(const wchar_t* iText, std::size_t iLen) noexcept
 {
-    const wchar_t* const end = iText + iLen;
+    const wchar_t* const last = iText + iLen;
     if (fEndsInBackslash && iLen > 0)
     {
         addBackslash(_continuesEscape(*iText));
     }
     for (;;)
     {
-        const std::size_t plain =
-            _copyPlain(iText, static_cast<std::size_t>(end - iText), fBytes + fSize);
-        fSize += plain;
+        const std::size_t plain = _copyPlain(iText, static_cast<std::size_t>(last - iText), end());
+        keep(plain);
         iText += plain;
-        if (iText == end)
+        if (iText == last)
         {
             return;
         }
         if (*iText == L'\\')
         {
             fEndsInBackslash = true;
-            if (++iText == end)
+            if (++iText == last)
             {
                 return;
             }
@@ -336,8 +280,8 @@ void PLogLine::addPart(const wchar_t* iText, std::size_t iLen) noexcept
             addEscape(*iText++);
             continue;
         }
-        const wchar_t* const rest = std::find_if(iText, end, &_endsForeign);
-        fSize += PUtf8::encodeLine(iText, static_cast<std::size_t>(rest - iText), fBytes + fSize);
+        const wchar_t* const rest = std::find_if(iText, last, &_endsForeign);
+        keep(PUtf8::encodeLine(iText, static_cast<std::size_t>(rest - iText), end()));
         iText = rest;
     }
 }

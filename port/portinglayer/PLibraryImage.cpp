@@ -23,6 +23,7 @@ constexpr unsigned char kOwnClass = sizeof(void*) == 8 ? ELFCLASS64 : ELFCLASS32
 class Headers
 {
 public:
+    // cppcheck-suppress uninitMemberVar ; zeroing fFront takes longer than reading it
     explicit Headers(const PDescriptor& iFile) noexcept
         : fFile(iFile), fFrontSize(pread(iFile.get(), fFront, sizeof fFront, 0))
     {

@@ -337,7 +337,7 @@ TEST_F(ConfigId, ResolvedStorePathSurvivesCleanup)
 
 TEST_F(ConfigId, CleanupWaitsForReadersThatHoldTheLock)
 {
-    PLockGuard lock(manager.mutex());
+    PLockGuard lock(manager.lock().fMutex);
     std::promise<pid_t> started;
     std::atomic<bool> done{false};
     std::thread cleaner(

@@ -81,5 +81,5 @@ TEST(ConfigRecords, RemoveWithoutAttributeRemovesTheKey)
     EXPECT_EQ(PConfigRecords::_remove(values, L"a", &attribute), 0);
     EXPECT_TRUE(values.find(L"a")->fAttributes.empty());
     EXPECT_EQ(PConfigRecords::_remove(values, L"a", nullptr), 0);
-    EXPECT_TRUE(values.empty());
+    EXPECT_EQ(0u, values.size());
 }

@@ -35,7 +35,7 @@ TEST_F(RunTimeTables, UnknownIdHasNoTableUnlessItIsCreated)
     EXPECT_EQ(values.nl_findDynamicCfgValues(L"A", false, table), -504);
     EXPECT_EQ(table, nullptr);
     EXPECT_EQ(values.nl_findDynamicCfgValues(L"A", true, table), 0);
-    EXPECT_TRUE(table->empty());
+    EXPECT_EQ(0u, table->size());
 }
 
 TEST_F(RunTimeTables, CreatingFindsAnExistingTable)
@@ -90,7 +90,7 @@ TEST_F(RunTimeTables, RemovingTheLastKeyKeepsTheTable)
     EXPECT_EQ(removed(L"A", L"k"), 0);
     EXPECT_EQ(removed(L"A", L"k"), 0);
     EXPECT_EQ(values.nl_findDynamicCfgValues(L"A", false, table), 0);
-    EXPECT_TRUE(table->empty());
+    EXPECT_EQ(0u, table->size());
 }
 
 TEST_F(RunTimeTables, RemovingFromAnUnknownIdSucceedsAndCreatesNothing)

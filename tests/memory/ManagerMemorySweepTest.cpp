@@ -444,7 +444,7 @@ TEST_F(ManagerMemorySweep, BuildingBlocks)
     {
         sweepAllocations({.operation = iOperation,
                           .run = iRun,
-                          .unchanged = [&] { EXPECT_TRUE(values.empty()); },
+                          .unchanged = [&] { EXPECT_EQ(0u, values.size()); },
                           .done = [&] { EXPECT_NE(nullptr, values.find(key)); },
                           .undo =
                               [&]
