@@ -225,7 +225,10 @@ int PLogFile::nl_put(PLogLine& ioLine, bool iIsUnlimited) noexcept
         return result;
     }
     fReport.add(ioLine.bytes());
-    return fSink.put(fReport.bytes(), 2, iIsUnlimited);
+    const int put = fSink.put(fReport.bytes(), 2, iIsUnlimited);
+    // Frees the memory of a large line; cannot fail.
+    static_cast<void>(fReport.reset(0));
+    return put;
 }
 
 /// Writes bytes to the standard error stream, after a report of the lines that the stream has

@@ -82,8 +82,7 @@ TEST_F(ExitReport, SucceedsOnItsOwn)
 
 TEST_F(ExitReport, FailingLockIsReported)
 {
-    // The dispatcher locks first.
-    PortFaults::mutexLock.armOnThisThread(-22, 1, 1);
+    PortFaults::mutexLock.armOnThisThread(-22, 0, 1);
     EXPECT_EQ(-1013, PCore::getCore()->notifyCoreExit());
 }
 
@@ -97,7 +96,7 @@ TEST_F(ExitReport, FailingSignalIsReportedWithTheMutexHeld)
 
 TEST_F(ExitReport, FailingUnlockIsReported)
 {
-    PortFaults::mutexUnlock.armOnThisThread(-22, 1, 1);
+    PortFaults::mutexUnlock.armOnThisThread(-22, 0, 1);
     EXPECT_EQ(-1014, PCore::getCore()->notifyCoreExit());
 }
 } // namespace

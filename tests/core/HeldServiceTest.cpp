@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "IConfigManager.h"
-#include "IEventDispatcher.h"
 #include "PBaseptr.h"
-#include "plugins/Counted.h"
 #include "support/CoreRun.h"
 #include "support/PortFaults.h"
 
@@ -15,19 +13,8 @@
 
 namespace
 {
-class CountingListener final : public Counted<IEventListener>
-{
-public:
-    int handleEvent(const PLiteral&, IBase*, int) override
-    {
-        return ++events;
-    }
-
-    std::atomic<int> events{0};
-};
-
-/// A service that looks up another one while the core stops. The stop ends exactly between the
-/// successful lookup and the next step.
+/// A service that looks up another one, whose plugin is not initialised, while the core stops. The
+/// stop ends exactly between the successful lookup and the next step.
 class HeldService : public testing::Test
 {
 protected:
@@ -109,17 +96,6 @@ TEST_F(HeldService, OnlyTheFirstLoadRequestsTheLogger)
     EXPECT_EQ(0, fManager->loadByID(L"id", config));
     EXPECT_LT(0, asked);
     EXPECT_EQ(asked, fCore.logCount(line));
-}
-
-TEST_F(HeldService, SetterAnnouncesThroughAHeldDispatcher)
-{
-    const PBaseptr<CountingListener> listener(new CountingListener);
-    IEventDispatcher* const dispatcher = fCore.get<IEventDispatcher>(kIxlaEventDispatcherId);
-    ASSERT_EQ(0, dispatcher->addListener(L"changed", listener.get()));
-    ASSERT_EQ(0, fManager->addListener(L"id", L"changed"));
-    EXPECT_EQ(0, besideTheStop([this] { return fManager->setString(L"id", L"key", L"value"); }));
-    EXPECT_EQ(1, listener->events);
-    EXPECT_EQ(0, fCore.logCount("Calls that do not leave the core"));
 }
 
 TEST_F(HeldService, LoadLogsThroughAHeldLogger)

@@ -18,7 +18,6 @@
 
 namespace
 {
-const std::string sFormatItself = "a text that cannot be formatted is written as its format";
 const std::string sExactRoom = "a text that has to grow makes do with the exact room";
 const std::string sNoSetting = "a setting that cannot be read keeps its default";
 
@@ -37,8 +36,7 @@ protected:
         sweepAllocations({.operation = iOperation,
                           .run = iRun,
                           .undo = [&] { logger->info(0, L"a"); },
-                          .codes = {-ENOMEM},
-                          .spares = sFormatItself});
+                          .codes = {-ENOMEM}});
     }
 
     CoreRun core;
