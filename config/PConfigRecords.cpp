@@ -48,6 +48,7 @@ int PConfigRecords::_removeKey(PConfigValues& ioValues, const PLiteral& iKey) no
     return eIxlaOk;
 }
 
+// cppcheck-suppress constParameter ; a value of the table is changed
 int PConfigRecords::_removeAttr(PConfigValues& ioValues, const PLiteral& iKey,
                                 const PLiteral& iAttribute) noexcept
 {

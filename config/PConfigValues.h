@@ -60,9 +60,9 @@ struct PConfigRecord
         operator delete(iMemory, ioArena);
     }
 
-    static void operator delete(void* iMemory, PConfigArena* ioArena) noexcept
+    static void operator delete(void* iMemory, const PConfigArena* iArena) noexcept
     {
-        if (!ioArena)
+        if (!iArena)
         {
             ::operator delete(iMemory);
         }

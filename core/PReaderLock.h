@@ -135,7 +135,7 @@ private:
     [[gnu::cold]] void awaitReaders() noexcept;
     [[gnu::cold]] void wakeWriter() noexcept;
 
-    Stripe fStripes[kStripes];
+    Stripe fStripes[kStripes] = {};
     std::atomic<bool> fClosed{false};
     unsigned short fGeneration = 0; ///< of the process that opened the lock
     PMutex fMutex;
