@@ -105,7 +105,7 @@ int PLogFile::write(char iKind, const wchar_t* iFormat, va_list iArgs,
 }
 
 /// Adds the text and the line end.
-int PLogFile::compose(const wchar_t* iFormat, va_list iArgs, PLogLine& ioLine) const noexcept
+int PLogFile::compose(const wchar_t* iFormat, va_list iArgs, PLogLine& ioLine) noexcept
 {
     int result = PLogFormat::append(iFormat, iArgs, ioLine);
     result = result != 0 ? result : ioLine.reserve(1);

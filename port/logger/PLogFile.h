@@ -64,7 +64,7 @@ private:
         int lastError;
     };
 
-    int compose(const wchar_t* iFormat, va_list iArgs, PLogLine& ioLine) const noexcept;
+    static int compose(const wchar_t* iFormat, va_list iArgs, PLogLine& ioLine) noexcept;
     int composeDump(const unsigned char* iData, unsigned int iOffset, unsigned int iSize,
                     unsigned int iWidth, PLogLine& oLine) const noexcept;
     int beginLine(char iKind, PLogLine& ioLine) const noexcept;

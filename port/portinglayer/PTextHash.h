@@ -27,10 +27,14 @@ struct PTextHash
         {
             hash = _step(hash, text);
         }
-        return hash * 2654435761u;
+        return hash * kSpread;
     }
 
 private:
+    /// Spreads the hash to the upper bits of a word of 64 or 32 bits.
+    static constexpr std::size_t kSpread =
+        static_cast<std::size_t>(sizeof(std::size_t) > 4 ? 0x9E3779B97F4A7C15ull : 2654435761ull);
+
     /// Two characters in a step; only the rotation depends on the previous step.
     static std::size_t _step(std::size_t iHash, const wchar_t* iText) noexcept
     {
