@@ -16,20 +16,19 @@ void* _pluginPointer(const PCorePlugin& iRecord)
 }
 } // namespace
 
-int PInstanceLookup::getInstanceInternal(const PLiteral& iInterfaceId, IBase*& oInstance)
+int PInstanceLookup::lookUp(PCorePlugin* iFound, const PLiteral& iInterfaceId, IBase*& oInstance)
 {
     PLogger* const logger = fLog.logger();
     PLogger::debug(logger, 2, L"%ls", kCoreLogFrame);
     PLogger::debug(logger, 2, L"[getInstanceInternal] Get instance for interface ID: %ls",
                    iInterfaceId.ptr());
-    PCorePlugin* const found = fRegistry.find(iInterfaceId);
-    if (!found)
+    if (!iFound)
     {
         PLogger::error(logger, 0, L"[getInstanceInternal] Unknown interface ID: %ls",
                        iInterfaceId.ptr());
         return eIxlaUnknownInterface;
     }
-    PCorePlugin& record = *found;
+    PCorePlugin& record = *iFound;
     if (record.fLibrary && logger && logger->isLogged(1))
     {
         PLogger::info(logger, 1, L"[getInstanceInternal] Call initPlugin() for %ls",

@@ -33,13 +33,17 @@ public:
         }
         const PLogger* const logger = fLog.logger();
         const bool isLogged = logger && logger->isLogged(kLowestLevel);
-        const PCorePlugin* const record = isLogged ? nullptr : fRegistry.find(iInterfaceId);
-        return record && record->isReady() ? askPlugin(*record, iInterfaceId, oInstance)
-                                           : getInstanceInternal(iInterfaceId, oInstance);
+        PCorePlugin* const record = fRegistry.find(iInterfaceId);
+        return record && !isLogged && record->isReady()
+                   ? askPlugin(*record, iInterfaceId, oInstance)
+                   : lookUp(record, iInterfaceId, oInstance);
     }
 
     /// As ixlaGetInstance, also before the core is marked started.
-    int getInstanceInternal(const PLiteral& iInterfaceId, IBase*& oInstance);
+    int getInstanceInternal(const PLiteral& iInterfaceId, IBase*& oInstance)
+    {
+        return lookUp(fRegistry.find(iInterfaceId), iInterfaceId, oInstance);
+    }
 
     /// As the exported function.
     bool ixlaIsInterfaceAvailable(const PLiteral& iInterfaceId) const;
@@ -47,6 +51,9 @@ public:
 private:
     /// The lines of a lookup that succeeds have this level or a higher one.
     static constexpr int kLowestLevel = 1;
+
+    /// The lookup with its log lines. iFound is the record of the interface ID, or null.
+    int lookUp(PCorePlugin* iFound, const PLiteral& iInterfaceId, IBase*& oInstance);
 
     IXLA_PASSES_THREAD_END int askPlugin(const PCorePlugin& iRecord, const PLiteral& iInterfaceId,
                                          IBase*& oInstance) const
