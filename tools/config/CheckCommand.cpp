@@ -7,6 +7,7 @@
 #include "config/PToolError.h"
 #include "helpers/ResultText.h"
 #include "helpers/Text.h"
+#include "shared/PKeyCheck.h"
 #include "shared/ToolTexts.h"
 
 #include <nlohmann/json.hpp>
@@ -17,6 +18,8 @@
 
 namespace
 {
+constexpr std::string_view kPropertyFile = "core.prs.file=";
+
 /// Checks the files one by one, with a core that reads the files which they list.
 class Checker
 {
@@ -34,9 +37,13 @@ public:
     int finish() const;
 
 private:
-    PConfigCheck::EFileKind kindOf(const std::string& iFile) const;
+    PConfigCheck::EFileKind kindOf(const std::string& iFile, const PConfigFile& iLines) const;
     bool isStoreBeside(const std::string& iFile) const;
+    bool isPropertyFile(const std::string& iFile, const PConfigFile& iLines) const;
+    bool isListedBeside(const std::string& iFile) const;
     PConfigPlaces placesFor(const std::string& iFile) const;
+    static void checkKeys(const PConfigFile& iLines, CoreKey::EPlace iPlace, PConfigCheck& ioCheck);
+    static bool checkKey(const ConfigLine& iLine, CoreKey::EPlace iPlace, PConfigCheck& ioCheck);
     void checkIDs(const std::string& iFile, const PConfigFile& iLines, PConfigCheck& ioCheck) const;
     void checkList(const PConfigPlaces& iPlaces, const ConfigLine& iLine,
                    PConfigCheck& ioCheck) const;
@@ -66,11 +73,16 @@ void Checker::look(const std::string& iFile)
         ++fErrors;
         return;
     }
-    const PConfigCheck::EFileKind kind = kindOf(iFile);
+    const PConfigCheck::EFileKind kind = kindOf(iFile, lines);
     PConfigCheck check(lines, kind);
     if (kind == PConfigCheck::eManager)
     {
         checkIDs(iFile, lines, check);
+    }
+    else if (kind != PConfigCheck::eStore)
+    {
+        const bool isProperty = kind == PConfigCheck::eProperty;
+        checkKeys(lines, isProperty ? CoreKey::ePropertyFile : CoreKey::ePluginFile, check);
     }
     report(iFile, check);
 }
@@ -86,7 +98,7 @@ int Checker::finish() const
     return fErrors > 0 || (fRequest.strict && fWarnings > 0) ? eExitFailed : eExitOk;
 }
 
-PConfigCheck::EFileKind Checker::kindOf(const std::string& iFile) const
+PConfigCheck::EFileKind Checker::kindOf(const std::string& iFile, const PConfigFile& iLines) const
 {
     const std::filesystem::path name = std::filesystem::path(iFile).filename();
     if (fRequest.isStore)
@@ -97,7 +109,11 @@ PConfigCheck::EFileKind Checker::kindOf(const std::string& iFile) const
     {
         return PConfigCheck::eManager;
     }
-    return isStoreBeside(iFile) ? PConfigCheck::eStore : PConfigCheck::eValues;
+    if (isStoreBeside(iFile))
+    {
+        return PConfigCheck::eStore;
+    }
+    return isPropertyFile(iFile, iLines) ? PConfigCheck::eProperty : PConfigCheck::eValues;
 }
 
 /// Whether a manager's file names this file as its store.
@@ -116,11 +132,74 @@ bool Checker::isStoreBeside(const std::string& iFile) const
     }
 }
 
+/// Whether --core names this file as the property file, or its keys show it.
+bool Checker::isPropertyFile(const std::string& iFile, const PConfigFile& iLines) const
+{
+    std::error_code error;
+    for (const std::string& argument : fRequest.core)
+    {
+        if (argument.rfind(kPropertyFile, 0) == 0 &&
+            std::filesystem::equivalent(argument.substr(kPropertyFile.size()), iFile, error))
+        {
+            return true;
+        }
+    }
+    return PKeyCheck::isPropertyFile(iLines) && !isListedBeside(iFile);
+}
+
+/// Whether a manager's file lists this file for an ID.
+bool Checker::isListedBeside(const std::string& iFile) const
+{
+    try
+    {
+        PConfigPlaces places = placesFor(iFile);
+        places.readManagerFile(fSession.manager());
+        std::error_code error;
+        for (const PString& id : places.listedIDs())
+        {
+            for (const PString& name : places.filesOf(id))
+            {
+                if (std::filesystem::equivalent(utf8Text(places.pathOf(name)), iFile, error))
+                {
+                    return true;
+                }
+            }
+        }
+    }
+    catch (const PToolError&) // the directory has no manager's file
+    {
+    }
+    return false;
+}
+
 PConfigPlaces Checker::placesFor(const std::string& iFile) const
 {
     const std::string beside = std::filesystem::path(iFile).parent_path();
     const std::string dir = !fRequest.dir.empty() ? fRequest.dir : beside.empty() ? "." : beside;
     return PConfigPlaces(fSession.manager(), dir, fRequest.core);
+}
+
+void Checker::checkKeys(const PConfigFile& iLines, CoreKey::EPlace iPlace, PConfigCheck& ioCheck)
+{
+    for (const ConfigLine& line : iLines.lines())
+    {
+        if (line.kind == ConfigLine::eEntry)
+        {
+            static_cast<void>(checkKey(line, iPlace, ioCheck));
+        }
+    }
+}
+
+/// Returns whether there is nothing to report.
+bool Checker::checkKey(const ConfigLine& iLine, CoreKey::EPlace iPlace, PConfigCheck& ioCheck)
+{
+    const PKeyCheck::Finding finding = PKeyCheck::check(iPlace, iLine);
+    if (!finding.text.empty())
+    {
+        const ConfigPart& place = finding.isOfValue ? iLine.value : iLine.key;
+        ioCheck.add(false, iLine.number, place.column, finding.text);
+    }
+    return finding.text.empty();
 }
 
 void Checker::checkIDs(const std::string& iFile, const PConfigFile& iLines,
@@ -129,7 +208,8 @@ void Checker::checkIDs(const std::string& iFile, const PConfigFile& iLines,
     const PConfigPlaces places = placesFor(iFile);
     for (const ConfigLine& line : iLines.lines())
     {
-        if (line.kind != ConfigLine::eEntry || line.attribute.text.len() > 0)
+        if (line.kind != ConfigLine::eEntry || !checkKey(line, CoreKey::eManagerFile, ioCheck) ||
+            line.attribute.text.len() > 0)
         {
             continue;
         }

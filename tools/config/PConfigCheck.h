@@ -3,7 +3,7 @@
 #ifndef IXLAL_TOOLS_PCONFIGCHECK_H
 #define IXLAL_TOOLS_PCONFIGCHECK_H
 
-#include "config/PConfigFile.h"
+#include "shared/PConfigFile.h"
 
 #include <map>
 #include <string>
@@ -25,8 +25,9 @@ public:
     enum EFileKind
     {
         eValues,
-        eManager, ///< the manager's file: IDs and their files
-        eStore    ///< keys are "ID|key"
+        eManager,  ///< the manager's file: IDs and their files
+        eProperty, ///< the property file of the core
+        eStore     ///< keys are "ID|key"
     };
 
     PConfigCheck(const PConfigFile& iFile, EFileKind iKind);

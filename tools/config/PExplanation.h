@@ -3,8 +3,8 @@
 #ifndef IXLAL_TOOLS_PEXPLANATION_H
 #define IXLAL_TOOLS_PEXPLANATION_H
 
-#include "config/PConfigFile.h"
 #include "config/PConfigView.h"
+#include "shared/PConfigFile.h"
 
 #include <nlohmann/json.hpp>
 

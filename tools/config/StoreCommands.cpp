@@ -3,12 +3,12 @@
 
 #include "Ixla.h"
 #include "config/OtherCores.h"
-#include "config/PConfigFile.h"
 #include "config/PExplanation.h"
 #include "config/PToolError.h"
 #include "helpers/ResultText.h"
 #include "helpers/Text.h"
 #include "portinglayer/PBlank.h"
+#include "shared/PConfigFile.h"
 #include "shared/ToolTexts.h"
 
 #include <algorithm>

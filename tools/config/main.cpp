@@ -2,14 +2,18 @@
 // ixla-config: explains, checks and changes plugin configurations.
 
 #include "config/CheckCommand.h"
+#include "config/KeysCommand.h"
 #include "config/PCoreSession.h"
 #include "config/PToolError.h"
 #include "config/ReadCommands.h"
 #include "config/StoreCommands.h"
+#include "helpers/Text.h"
+#include "shared/PKeyCheck.h"
 #include "shared/PStandardOutput.h"
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <cstdlib>
 #include <iostream>
 
@@ -24,7 +28,7 @@ Examples:
   ixla-config --dir config ids --verbose
   ixla-config --dir config explain com.example.net port
   ixla-config --dir config --core core.prs.file=host.prs get com.example.net port
-  ixla-config check config/*.prs
+  ixla-config check core.prs config/*.prs
   ixla-config --dir config store com.example.net port 8080
 
 Exit codes: 0 done, 1 not found, errors found, refused by the core or standard output not written,
@@ -36,6 +40,7 @@ struct Arguments
     ReadRequest read;
     StoreRequest store;
     CheckRequest check;
+    bool keysAsJson = false; ///< of core-keys
     ConfigOptions options;
 };
 
@@ -82,6 +87,13 @@ void _addCheck(CLI::App& ioTool, CheckRequest& oRequest)
     check->add_flag("--json", oRequest.json, "print JSON");
 }
 
+void _addKeys(CLI::App& ioTool, bool& oJson)
+{
+    CLI::App* const keys = ioTool.add_subcommand(
+        "core-keys", "The keys of the core: type, place, default and meaning");
+    keys->add_flag("--json", oJson, "print JSON");
+}
+
 void _addWriters(CLI::App& ioTool, StoreRequest& oRequest)
 {
     CLI::App* const store = ioTool.add_subcommand("store", "Write a value to the store");
@@ -114,7 +126,20 @@ void _describe(CLI::App& ioTool, Arguments& oArguments)
     ioTool.fallthrough();
     _addReaders(ioTool, oArguments.read);
     _addCheck(ioTool, oArguments.check);
+    _addKeys(ioTool, oArguments.keysAsJson);
     _addWriters(ioTool, oArguments.store);
+}
+
+/// Warns of arguments that a core would not use as intended.
+void _warnOfArguments(const ConfigOptions& iOptions)
+{
+    std::vector<PString> arguments;
+    std::transform(iOptions.core.begin(), iOptions.core.end(), std::back_inserter(arguments),
+                   &ixlaWide);
+    for (const std::string& finding : PKeyCheck::checkArguments(arguments))
+    {
+        std::cerr << "ixla-config: warning: --core: " << finding << '\n';
+    }
 }
 
 void _checkOptions(const ConfigOptions& iOptions, const std::string& iCommand)
@@ -143,7 +168,12 @@ void _checkOptions(const ConfigOptions& iOptions, const std::string& iCommand)
 int _run(const CLI::App& iCommand, Arguments& ioArguments)
 {
     const std::string& name = iCommand.get_name();
+    if (name == "core-keys")
+    {
+        return runCoreKeys(ioArguments.keysAsJson);
+    }
     _checkOptions(ioArguments.options, name);
+    _warnOfArguments(ioArguments.options);
     const bool hasAttribute =
         iCommand.get_option_no_throw("--attr") && iCommand.count("--attr") > 0;
     if (name == "check")

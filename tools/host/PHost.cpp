@@ -5,6 +5,7 @@
 #include "helpers/ResultText.h"
 #include "helpers/Text.h"
 #include "host/PNotifySocket.h"
+#include "shared/PKeyCheck.h"
 
 #include <cerrno>
 #include <iostream>
@@ -91,8 +92,23 @@ EExitCode PHost::run()
     return stop(code);
 }
 
+std::size_t PHost::complainOfKeys() const
+{
+    std::vector<std::string> findings = PKeyCheck::checkArguments(fOptions.fCoreArguments);
+    const std::vector<std::string> ofFile =
+        PKeyCheck::checkPropertyFile(ixlaWide(fOptions.pathOf(L"core.prs.file")));
+    findings.insert(findings.end(), ofFile.begin(), ofFile.end());
+    for (const std::string& finding : findings)
+    {
+        _complain("warning: " + finding);
+    }
+    return findings.size();
+}
+
 EExitCode PHost::start()
 {
+    // The start goes on without these keys.
+    static_cast<void>(complainOfKeys());
     const std::vector<PString>& arguments = fOptions.fCoreArguments;
     const int result = ixlaStart(arguments.data(), static_cast<unsigned int>(arguments.size()));
     fStarted = result == eIxlaOk;

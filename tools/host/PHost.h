@@ -9,6 +9,7 @@
 #include "host/PStopSignals.h"
 #include "shared/PStandardOutput.h"
 
+#include <cstddef>
 #include <string>
 
 class PHost
@@ -29,6 +30,9 @@ public:
     EExitCode run();
 
 private:
+    /// Prints a line for each misspelt or misplaced key of the core, and each wrong value, in the
+    /// arguments and in the property file. Returns how many there are.
+    std::size_t complainOfKeys() const;
     EExitCode start();
     EExitCode initialise() const;
     EExitCode findRequired() const;

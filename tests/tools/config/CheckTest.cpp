@@ -147,6 +147,111 @@ TEST_F(ConfigToolChecks, RecognisesTheStoreOfADirectory)
               out);
 }
 
+TEST_F(ConfigToolChecks, WarnsOfMisspeltKeysOfTheCore)
+{
+    write("core.prs",
+          "core.plugins.dir = plugins\ncore.plugin.config.dir = config\n"
+          "core.notify.exit.timeouts = 5\ncore.nothing = 1\nCore.Plugins.Log.Dir = log\n"
+          "custom.configs.net.prs = x\nplugin.own = 1\nacme.core.log = 2\n");
+    EXPECT_EQ(0, run({"check", "core.prs"}));
+    const std::string key = " is not a key of the core; ";
+    EXPECT_EQ("core.prs:2:1: warning: \"core.plugin.config.dir\"" + key +
+                  "did you mean \"core.plugins.config.dir\"?\n"
+                  "core.prs:3:1: warning: \"core.notify.exit.timeouts\"" +
+                  key +
+                  "did you mean \"core.notify.exit.timeout\"?\n"
+                  "core.prs:4:1: warning: \"core.nothing\"" +
+                  key +
+                  "`ixla-config core-keys` lists them\n"
+                  "core.prs:5:1: warning: \"Core.Plugins.Log.Dir\"" +
+                  key +
+                  "did you mean \"core.plugins.log.dir\"?\n"
+                  "core.prs:6:1: warning: \"custom.configs.net.prs\"" +
+                  key + "did you mean \"custom.config.net.prs\"?\n",
+              out);
+    EXPECT_EQ(1, run({"check", "--strict", "core.prs"}));
+}
+
+TEST_F(ConfigToolChecks, WarnsOfMisplacedKeysOfTheCore)
+{
+    write("core.prs", "core.plugins.dir = plugins\ncore.log.level = 2\n"
+                      "ixlap.configmanager.store.file = store.txt\n");
+    EXPECT_EQ(0, run({"check", "core.prs"}));
+    EXPECT_EQ("core.prs:2:1: warning: \"core.log.level\" has no effect here; the core reads it as "
+              "an argument only\n"
+              "core.prs:3:1: warning: \"ixlap.configmanager.store.file\" has no effect here; the "
+              "core reads it in ixlap.configmanager.prs\n",
+              out);
+    write("config/ixlap.configmanager.prs", "core.plugins.log.level = 2\n"
+                                            "ixlap.configmanager.store.fil = store.txt\n"
+                                            "ixlap.configmanager.stores = store.txt\n");
+    EXPECT_EQ(0, run({"check", "config/ixlap.configmanager.prs"}));
+    const std::string file = "config/ixlap.configmanager.prs:";
+    EXPECT_EQ(file +
+                  "1:1: warning: \"core.plugins.log.level\" has no effect here; the core reads "
+                  "it as an argument or in the property file\n" +
+                  file +
+                  "2:1: warning: \"ixlap.configmanager.store.fil\" is not a key of the core; did "
+                  "you mean \"ixlap.configmanager.store.file\"?\n" +
+                  file +
+                  "3:1: warning: \"ixlap.configmanager.stores\" is not a key of the core; "
+                  "`ixla-config core-keys` lists them\n",
+              out);
+}
+
+TEST_F(ConfigToolChecks, WarnsOfValuesOfAnotherType)
+{
+    write("core.prs", "core.plugins.log.level = high\ncore.plugins.log.parts = -1\n"
+                      "core.free.plugins.lib = maybe\ncore.free.plugins.lib:note = any\n"
+                      "core.notify.exit.timeout = 99999999999\n");
+    EXPECT_EQ(0, run({"check", "core.prs"}));
+    EXPECT_EQ("core.prs:1:26: warning: \"high\" is not a number of 32 bits; the value of the "
+              "core's log counts\n"
+              "core.prs:2:26: warning: \"-1\" is negative; it counts as 0\n"
+              "core.prs:3:25: warning: \"maybe\" is neither true nor false; the libraries are "
+              "closed\n"
+              "core.prs:5:28: warning: \"99999999999\" is not a number of 32 bits; the stop waits "
+              "for 300 seconds\n",
+              out);
+}
+
+TEST_F(ConfigToolChecks, LeavesNamesOfPluginsAlone)
+{
+    write("config/net.prs", "core.plugin.dir = 1\ncore.temperature = 2\ncore.log.level = 2\n");
+    EXPECT_EQ(0, run({"check", "config/net.prs"}));
+    EXPECT_EQ("config/net.prs:3:1: warning: \"core.log.level\" has no effect here; the core reads "
+              "it as an argument only\n",
+              out);
+    expectWarning("core.plugin.dir = 1\n",
+                  "1:1: warning: \"core.plugin.dir\" is not a key of the core; did you mean "
+                  "\"core.plugins.dir\"?");
+    EXPECT_EQ(0, check("core.temperature = 2\n"));
+    EXPECT_EQ("", out);
+    EXPECT_EQ(0, run({"check", "x.prs", "--core", "core.prs.file=x.prs"}));
+    EXPECT_THAT(out, HasSubstr("\"core.temperature\" is not a key of the core"));
+    write("config/ixlap.configmanager.prs", "core.net = net.prs\n");
+    EXPECT_EQ(0, run({"check", "config/ixlap.configmanager.prs"}));
+    EXPECT_EQ("", out);
+}
+
+TEST_F(ConfigToolChecks, WarnsOfItsOwnArgumentsOfTheCore)
+{
+    EXPECT_EQ(0, ask({"get", "com.example.net", "port", "--core", "core.prs.fil=x"}));
+    EXPECT_EQ("80\n", out);
+    EXPECT_EQ("ixla-config: warning: --core: argument core.prs.fil=x: \"core.prs.fil\" is not a "
+              "key of the core; did you mean \"core.prs.file\"?\n",
+              err);
+}
+
+TEST_F(ConfigToolChecks, ListsTheKeysOfTheCore)
+{
+    EXPECT_EQ(0, run({"core-keys"}));
+    EXPECT_THAT(out, HasSubstr("core.log.level: highest level that is logged\n"
+                               "    number; argument; default: 0\n"));
+    EXPECT_EQ(0, run({"core-keys", "--json"}));
+    EXPECT_EQ("custom.config.NAME", json()["keys"].at(19)["key"]);
+}
+
 TEST_F(ConfigToolChecks, ReportsUnreadableFiles)
 {
     EXPECT_EQ(1, run({"check", "none.prs", "config", "config/net.prs"}));

@@ -3,7 +3,7 @@
 
 #include "IConfigManager.h"
 #include "Ixla.h"
-#include "config/PConfigFile.h"
+#include "shared/PConfigFile.h"
 #include "support/CoreRun.h"
 #include "support/Texts.h"
 

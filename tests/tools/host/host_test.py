@@ -288,7 +288,9 @@ class FailedStart(HostTest):
 
     def test_reports_the_result_and_how_to_enable_a_log(self):
         err = self.fails("core.log.level=high")
-        self.assertEqual("ixla-host: the core did not start: -502 (eIxlaInvalidArgument: invalid "
+        self.assertEqual("ixla-host: warning: argument core.log.level=high: \"high\" is not a "
+                         "number of 32 bits; the start fails with -502\n"
+                         "ixla-host: the core did not start: -502 (eIxlaInvalidArgument: invalid "
                          "argument)\nixla-host: the argument core.log.file=FILE enables a log "
                          "with the reason\n", err)
 

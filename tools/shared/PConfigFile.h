@@ -44,9 +44,11 @@ public:
 
     const std::vector<ConfigLine>& lines() const;
 
+    /// Splits a line, or an argument of a core. Its number is 0.
+    static ConfigLine split(const PString& iText);
+
     /// The number of the first line that the core refuses, 0 for none. The core does not read the
-    /// lines
-    /// after it.
+    /// lines after it.
     unsigned int brokenLine() const;
 
     /// Whether the core reads the line.

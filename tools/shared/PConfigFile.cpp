@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "config/PConfigFile.h"
+#include "shared/PConfigFile.h"
 
 #include "portinglayer/PBlank.h"
 #include "portinglayer/PFile.h"
@@ -18,27 +18,6 @@ ConfigPart _part(const PString& iLine, const wchar_t* iBegin, const wchar_t* iEn
     const wchar_t* const place = span.len > 0 ? span.text : iEnd;
     part.column = static_cast<unsigned int>(place - iLine.ptr()) + 1;
     return part;
-}
-
-ConfigLine _split(const PString& iText)
-{
-    ConfigLine line;
-    line.text = iText;
-    const wchar_t* const begin = iText.ptr();
-    const wchar_t* const end = begin + iText.len();
-    const wchar_t* const equals = std::find(begin, end, L'=');
-    const wchar_t* const colon = std::find(begin, equals, L':');
-    line.hasColon = colon != equals;
-    line.key = _part(iText, begin, colon);
-    if (equals == end)
-    {
-        line.kind = ConfigLine::eNoEquals;
-        return line;
-    }
-    line.kind = line.key.text.len() == 0 ? ConfigLine::eNoKey : ConfigLine::eEntry;
-    line.attribute = _part(iText, line.hasColon ? colon + 1 : equals, equals);
-    line.value = _part(iText, equals + 1, end);
-    return line;
 }
 } // namespace
 
@@ -70,7 +49,7 @@ void PConfigFile::addLine(unsigned int iNumber, const PString& iText)
         ++fComments;
         return;
     }
-    fLines.push_back(_split(iText));
+    fLines.push_back(split(iText));
     fLines.back().number = iNumber;
     if (fLines.back().kind != ConfigLine::eEntry && fBrokenLine == 0)
     {
@@ -81,6 +60,27 @@ void PConfigFile::addLine(unsigned int iNumber, const PString& iText)
 const std::vector<ConfigLine>& PConfigFile::lines() const
 {
     return fLines;
+}
+
+ConfigLine PConfigFile::split(const PString& iText)
+{
+    ConfigLine line;
+    line.text = iText;
+    const wchar_t* const begin = iText.ptr();
+    const wchar_t* const end = begin + iText.len();
+    const wchar_t* const equals = std::find(begin, end, L'=');
+    const wchar_t* const colon = std::find(begin, equals, L':');
+    line.hasColon = colon != equals;
+    line.key = _part(iText, begin, colon);
+    if (equals == end)
+    {
+        line.kind = ConfigLine::eNoEquals;
+        return line;
+    }
+    line.kind = line.key.text.len() == 0 ? ConfigLine::eNoKey : ConfigLine::eEntry;
+    line.attribute = _part(iText, line.hasColon ? colon + 1 : equals, equals);
+    line.value = _part(iText, equals + 1, end);
+    return line;
 }
 
 unsigned int PConfigFile::brokenLine() const

@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: MIT
+#include "config/KeysCommand.h"
+
+#include "config/PToolError.h"
+#include "shared/CoreKeys.h"
+
+#include <nlohmann/json.hpp>
+
+#include <iostream>
+
+namespace
+{
+void _print(const CoreKey& iKey)
+{
+    std::cout << iKey.name << ": " << iKey.meaning << "\n    " << typeText(iKey.type) << "; "
+              << placesText(iKey.places) << "; default: " << iKey.byDefault << '\n';
+}
+
+nlohmann::json _json(const CoreKey& iKey)
+{
+    return {{"key", iKey.name},
+            {"type", typeText(iKey.type)},
+            {"place", placesText(iKey.places)},
+            {"default", iKey.byDefault},
+            {"meaning", iKey.meaning}};
+}
+} // namespace
+
+int runCoreKeys(bool iJson)
+{
+    nlohmann::json all = nlohmann::json::array();
+    for (const CoreKey& key : coreKeys())
+    {
+        all.push_back(_json(key));
+        if (!iJson)
+        {
+            _print(key);
+        }
+    }
+    if (iJson)
+    {
+        std::cout << nlohmann::json{{"keys", all}}.dump(2) << '\n';
+    }
+    return eExitOk;
+}
