@@ -5,7 +5,7 @@ set -eu
 
 packages=(g++ g++-multilib cmake ninja-build libcli11-dev nlohmann-json3-dev)
 if [ "${1:-build}" = test ]; then
-    packages+=(googletest binutils file python3)
+    packages+=(googletest binutils file python3 gdb)
     packages+=(clang libclang-rt-dev clang-tidy cppcheck abigail-tools gcovr)
     packages+=(python3-pyelftools mandoc doxygen dpkg-dev lintian pkgconf chromium codespell)
 fi
