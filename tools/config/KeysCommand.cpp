@@ -10,13 +10,13 @@
 
 namespace
 {
-void _print(const CoreKey& iKey)
+void _printKey(const CoreKey& iKey)
 {
     std::cout << iKey.name << ": " << iKey.meaning << "\n    " << typeText(iKey.type) << "; "
               << placesText(iKey.places) << "; default: " << iKey.byDefault << '\n';
 }
 
-nlohmann::json _json(const CoreKey& iKey)
+nlohmann::json _jsonOf(const CoreKey& iKey)
 {
     return {{"key", iKey.name},
             {"type", typeText(iKey.type)},
@@ -31,10 +31,10 @@ int runCoreKeys(bool iJson)
     nlohmann::json all = nlohmann::json::array();
     for (const CoreKey& key : coreKeys())
     {
-        all.push_back(_json(key));
+        all.push_back(_jsonOf(key));
         if (!iJson)
         {
-            _print(key);
+            _printKey(key);
         }
     }
     if (iJson)

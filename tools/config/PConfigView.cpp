@@ -38,8 +38,13 @@ PConfigView::PConfigView(const ConfigOptions& iOptions, EPurpose iPurpose) : fDi
         fPlaces.emplace(scout.manager(), iOptions.dir, iOptions.core);
         fPlaces->readManagerFile(scout.manager());
     }
+    if (iPurpose == eWriteStore)
+    {
+        fSession.emplace(fScratch, fScratch.configDir(), std::vector<std::string>());
+        return;
+    }
     std::vector<std::string> arguments = iOptions.core;
-    if (iPurpose == eRead && fPlaces->storeName().len() > 0 && !hasStore())
+    if (fPlaces->storeName().len() > 0 && !hasStore())
     {
         arguments.push_back("custom.config." + utf8Text(fPlaces->storeName()) + "=" +
                             fScratch.unusedFile());
@@ -61,6 +66,11 @@ bool PConfigView::hasStore() const
 {
     const PString path = fPlaces->storePath();
     return path.len() > 0 && PFile::exists(path);
+}
+
+std::string PConfigView::copyOfStore() const
+{
+    return fScratch.storeFile();
 }
 
 std::vector<PString> PConfigView::ids() const

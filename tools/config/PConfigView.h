@@ -20,8 +20,9 @@ struct ConfigOptions
 
 /// A core that was started on the directory, and the paths of the files that it reads.
 ///
-/// A core creates a missing store file when it looks up a stored value. A view for reading
-/// redirects that file, so that reading never changes the directory.
+/// A core creates a missing store file when it looks up a stored value, and rewrites the store in
+/// place. A view for reading redirects a missing file. The core of a view for writing has a copy of
+/// the store, so that the directory never changes before PStoreFile replaces the store.
 class PConfigView
 {
 public:
@@ -39,6 +40,9 @@ public:
 
     /// Whether the store file exists.
     bool hasStore() const;
+
+    /// The path of the copy that the core of a view for writing changes.
+    std::string copyOfStore() const;
 
     /// The IDs that have files or stored values, in ascending order.
     std::vector<PString> ids() const;

@@ -65,6 +65,11 @@ std::string PScratch::configDir() const
     return fPath / "config";
 }
 
+std::string PScratch::storeFile() const
+{
+    return fPath / "config/store.txt";
+}
+
 std::string PScratch::unusedFile() const
 {
     return fPath / "unused";

@@ -22,6 +22,9 @@ public:
     std::string logDir() const;
     std::string configDir() const;
 
+    /// The path of the configuration's store.
+    std::string storeFile() const;
+
     /// The path of a file that does not exist.
     std::string unusedFile() const;
 

@@ -2,17 +2,20 @@
 #include "config/StoreCommands.h"
 
 #include "Ixla.h"
-#include "config/OtherCores.h"
 #include "config/PExplanation.h"
 #include "config/PToolError.h"
+#include "config/StoreUsers.h"
 #include "helpers/ResultText.h"
 #include "helpers/Text.h"
 #include "portinglayer/PBlank.h"
 #include "shared/PConfigFile.h"
+#include "shared/PStoreFile.h"
 #include "shared/ToolTexts.h"
 
 #include <algorithm>
+#include <fstream>
 #include <iostream>
+#include <iterator>
 
 namespace
 {
@@ -45,7 +48,18 @@ void _checkValue(const std::string& iValue)
     }
 }
 
-/// The request, with its texts converted for the core.
+std::string _pathOfStore(const PConfigView& iView)
+{
+    if (iView.places().storeName().len() == 0)
+    {
+        throw PToolError(shownText(iView.places().managerPath()) + ": " +
+                         ixlaResultText(eIxlaNoStoreFile) +
+                         "; add a line \"ixlap.configmanager.store.file = store.txt\"");
+    }
+    return utf8Text(iView.places().storePath());
+}
+
+/// The request, with its texts converted for the core. The core changes a copy of the store.
 class Change
 {
 public:
@@ -53,8 +67,10 @@ public:
         : fID(ixlaWide(iRequest.id)),
           fKey(ixlaWide(iRequest.key)),
           fAttribute(ixlaWide(iRequest.attribute)),
-          fView(iView)
+          fView(iView),
+          fStore(_pathOfStore(iView))
     {
+        copyStore();
     }
 
     int store(const PLiteral& iValue) const
@@ -71,8 +87,11 @@ public:
                                     : manager.removeStoredKey(fID, fKey);
     }
 
-    /// Whether the store has the entry, and its text.
+    /// Whether the copy has the entry, and its text.
     bool isStored(PString& oText) const;
+
+    /// Replaces the store by the changed copy.
+    void commit();
 
     /// The line of the store without its value.
     std::string name() const
@@ -88,11 +107,34 @@ public:
     }
 
 private:
+    void copyStore() const;
+
     const PString fID;
     const PString fKey;
     const PString fAttribute; ///< empty for the value
     const PConfigView& fView;
+    PStoreFile fStore;
 };
+
+void Change::copyStore() const
+{
+    const std::optional<std::string> bytes = fStore.read();
+    std::ofstream copy(fView.copyOfStore(), std::ios::binary);
+    copy << bytes.value_or("");
+    copy.close();
+    if (!copy)
+    {
+        throw PToolError(fView.copyOfStore() + ": cannot be written; set TMPDIR to a directory "
+                                               "with some space");
+    }
+}
+
+void Change::commit()
+{
+    std::ifstream copy(fView.copyOfStore(), std::ios::binary);
+    const std::string bytes{std::istreambuf_iterator<char>(copy), std::istreambuf_iterator<char>()};
+    fStore.write(bytes);
+}
 
 bool Change::isStored(PString& oText) const
 {
@@ -100,7 +142,7 @@ bool Change::isStored(PString& oText) const
     key += L"|";
     key += fKey;
     PConfigFile store;
-    if (!fView.hasStore() || store.read(fView.places().storePath()) != 0)
+    if (store.read(ixlaWide(fView.copyOfStore())) != 0)
     {
         return false;
     }
@@ -121,14 +163,11 @@ bool Change::isStored(PString& oText) const
 }
 
 /// The reason for a refused operation, and a fix.
-std::string _advice(int iResult, const Change& iChange, const PConfigView& iView)
+std::string _advice(int iResult, const Change& iChange)
 {
     const std::string code = ixlaResultText(iResult);
     switch (iResult)
     {
-    case eIxlaNoStoreFile:
-        return shownText(iView.places().managerPath()) + ": " + code +
-               "; add a line \"ixlap.configmanager.store.file = store.txt\"";
     case eIxlaForbiddenCharacter:
         return iChange.name() + ": " + code + "; choose another name";
     case eIxlaNoValueForAttribute:
@@ -137,16 +176,15 @@ std::string _advice(int iResult, const Change& iChange, const PConfigView& iView
         return iChange.place() + ": " + code + "; `ixla-config check --store " + iChange.place() +
                "` shows the line";
     default:
-        return iChange.place() + ": " + code +
-               "; the store is rewritten, so its directory must be writable";
+        return iChange.place() + ": " + code + "; the directory of temporary files needs space";
     }
 }
 
-void _require(int iResult, const Change& iChange, const PConfigView& iView)
+void _require(int iResult, const Change& iChange)
 {
     if (iResult != 0)
     {
-        throw PToolError(_advice(iResult, iChange, iView));
+        throw PToolError(_advice(iResult, iChange));
     }
 }
 
@@ -161,17 +199,12 @@ void _checkNames(const StoreRequest& iRequest)
 }
 
 /// Warns of side effects before the change is made.
-void _warnBefore(const PConfigView& iView)
+void _warnBefore(const std::string& iDir, const PConfigView& iView)
 {
-    const std::vector<std::string> others = findOtherCores();
-    if (!others.empty())
-    {
-        _warn("other processes run a core and may write the same store, which has no lock: " +
-              others.front() +
-              (others.size() > 1 ? " and " + std::to_string(others.size() - 1) + " more" : ""));
-    }
+    const std::string path = utf8Text(iView.places().storePath());
+    warnOfUsers(iDir, path);
     PConfigFile store;
-    if (iView.hasStore() && store.read(iView.places().storePath()) == 0 && store.comments() > 0)
+    if (iView.hasStore() && store.read(ixlaWide(path)) == 0 && store.comments() > 0)
     {
         _warn(shownText(iView.places().storePath()) +
               ": its comments are lost, because the core rewrites the store");
@@ -190,11 +223,11 @@ void _warnUnknown(const std::string& iID, const PConfigView& iView)
 void _store(const StoreRequest& iRequest)
 {
     const PConfigView view(iRequest.options, PConfigView::eWriteStore);
-    const Change change(iRequest, view);
+    Change change(iRequest, view);
     const PString value = ixlaWide(iRequest.value);
-    _warnBefore(view);
+    _warnBefore(iRequest.options.dir, view);
     _warnUnknown(iRequest.id, view);
-    _require(change.store(value), change, view);
+    _require(change.store(value), change);
     PString stored;
     if (!change.isStored(stored) || stored != value)
     {
@@ -202,6 +235,7 @@ void _store(const StoreRequest& iRequest)
             change.place() + ": " + change.name() + " is \"" + shownText(stored) +
             "\" and is not changed: an attribute keeps its first text, so remove it first");
     }
+    change.commit();
     std::cout << change.place() << ": " << change.name() << " = " << shownText(stored) << '\n';
 }
 
@@ -231,18 +265,19 @@ int runRemove(const StoreRequest& iRequest)
 {
     _checkNames(iRequest);
     const PConfigView view(iRequest.options, PConfigView::eWriteStore);
-    const Change change(iRequest, view);
+    Change change(iRequest, view);
     PString text;
-    if (view.places().storeName().len() > 0 && !change.isStored(text))
+    if (!change.isStored(text))
     {
         throw PToolError(change.place() + ": nothing is stored for " + change.name());
     }
-    _warnBefore(view);
-    _require(change.remove(), change, view);
+    _warnBefore(iRequest.options.dir, view);
+    _require(change.remove(), change);
     if (change.isStored(text))
     {
         throw PToolError(change.place() + ": " + change.name() + " was not removed");
     }
+    change.commit();
     std::cout << change.place() << ": removed " << change.name() << '\n';
     return eExitOk;
 }

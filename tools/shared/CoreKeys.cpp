@@ -7,7 +7,7 @@
 
 namespace
 {
-constexpr std::string_view kCustomPrefix = "custom.config.";
+constexpr std::string_view kFilePrefix = "custom.config.";
 constexpr std::string_view kCustomName = "NAME";
 constexpr std::size_t kMostEdits = 4;
 
@@ -66,8 +66,7 @@ constexpr CoreKey kKeys[] = {
 
 bool _isCustom(std::string_view iName)
 {
-    return iName.size() > kCustomPrefix.size() &&
-           iName.substr(0, kCustomPrefix.size()) == kCustomPrefix;
+    return iName.size() > kFilePrefix.size() && iName.substr(0, kFilePrefix.size()) == kFilePrefix;
 }
 
 std::string _lowerCase(std::string_view iText)
@@ -146,7 +145,7 @@ std::string similarCoreKey(const std::string& iName)
     {
         const bool isCustom = _isCustom(key.name);
         const std::size_t end = isCustom ? _endOfGroup(lower) : lower.size();
-        const std::string_view wanted = isCustom ? kCustomPrefix : key.name;
+        const std::string_view wanted = isCustom ? kFilePrefix : key.name;
         const std::size_t edits = _distance(lower.substr(0, end), std::string(wanted));
         if (edits < fewest)
         {
