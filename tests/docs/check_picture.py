@@ -20,9 +20,8 @@ TRIES = 20
 def shape(picture: Path) -> list[tuple[str, list[str]]]:
     root = ElementTree.parse(picture).getroot()
     names = {float(text.get("y")): text.text for text in root.iter(f"{SVG}text")
-             if text.get("text-anchor") == "end" and text.get("class") is None}
-    bars = [(float(bar.get("x")), float(bar.get("y")) + FROM_BAR_TO_LABEL,
-             bar.get("class") or bar.get("fill"))
+             if text.get("class", "").startswith("name")}
+    bars = [(float(bar.get("x")), float(bar.get("y")) + FROM_BAR_TO_LABEL, bar.get("class"))
             for bar in root.iter(f"{SVG}rect") if bar.get("height") == BAR_HEIGHT]
     return [(name, [kind for _, y, kind in sorted(bars) if y == place])
             for place, name in sorted(names.items())]

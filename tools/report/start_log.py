@@ -3,132 +3,19 @@
 
 import re
 from collections.abc import Iterable
-from dataclasses import dataclass, field
 from datetime import datetime
 from functools import lru_cache
+
+from start_model import Init, Log, Plugin, Problem, Start, Wait
 
 HEADER = re.compile(r"(\d{4}-\d\d-\d\d) (\d\d):(\d\d):(\d\d)\.(\d{3}) (\d+):(\d+) "
                     r"([DIE]) (\S+) (.*)")
 PLUGIN_LINE = re.compile(r"\[(initPlugin|intiPlugin|processPlugin)\]\[pg:(\S+)\] (.*)")
 FRAME = "*" * 50  # around the request
 FIRST_TEXT = "[startFlow] Logger initialized."
-
-
-@dataclass
-class Plugin:
-    """A plugin library, or a built-in plugin."""
-    name: str
-    path: str = ""
-    load_begin: int | None = None  # times are milliseconds since the epoch, in local time
-    load_end: int | None = None
-    memory: int | None = None  # growth by loading, in bytes
-    interfaces: list[str] = field(default_factory=list)
-    problem: str = ""  # the reason why it was not loaded
-    inits: list["Init"] = field(default_factory=list)
-
-    @property
-    def load_time(self) -> int | None:
-        if self.load_begin is None or self.load_end is None:
-            return None
-        return self.load_end - self.load_begin
-
-
-@dataclass
-class Wait:
-    """A thread that waits for another one to initialise a plugin."""
-    plugin: Plugin
-    thread: int
-    begin: int
-    inside: "Init | None"  # the initialisation on the waiting thread
-    end: int | None = None
-    chain: str = ""  # the last logged chain of waits
-
-    @property
-    def circle(self) -> bool:
-        return self.chain.endswith("(circle)")
-
-
-@dataclass
-class Init:
-    """One initialisation of a plugin."""
-    plugin: Plugin
-    thread: int
-    begin: int
-    end: int | None = None
-    result: int | None = None
-    memory_before: int | None = None
-    memory_after: int | None = None
-    nested: list["Init"] = field(default_factory=list)  # other initialisations inside it
-    waits: list[Wait] = field(default_factory=list)
-
-    @property
-    def memory(self) -> int | None:
-        """Growth of the process in bytes, without the nested initialisations."""
-        growth = self.growth
-        if growth is None:
-            return None
-        return growth - sum(init.growth or 0 for init in self.nested)
-
-    @property
-    def growth(self) -> int | None:
-        """Growth of the process in bytes, with the nested initialisations."""
-        if not self.memory_before or not self.memory_after:
-            return None
-        return self.memory_after - self.memory_before
-
-
-@dataclass
-class Problem:
-    """A line of kind E."""
-    place: str
-    time: int
-    text: str
-
-
-@dataclass
-class Start:
-    """A core from its start on."""
-    process: int
-    begin: int
-    place: str  # of its first line
-    complete: bool  # whether the first line is that of the start
-    version: str = ""
-    last: int = 0  # time of the last line
-    started: int | None = None  # the end of the start
-    failed: bool = False
-    stopping: int | None = None
-    plugins: list[Plugin] = field(default_factory=list)
-    waits: list[Wait] = field(default_factory=list)
-    loops: list[str] = field(default_factory=list)
-    problems: list[Problem] = field(default_factory=list)
-    doubts: list[str] = field(default_factory=list)  # contradictions
-
-    def end_of(self, moment: int | None) -> int:
-        """A time, or that of the last line of the log for None."""
-        return self.last if moment is None else moment
-
-    def length(self, span: Init | Wait) -> int:
-        return max(0, self.end_of(span.end) - span.begin)
-
-    def own_time(self, init: Init) -> int:
-        """The own work of an initialisation."""
-        others = sum(self.length(span) for span in [*init.nested, *init.waits])
-        return max(0, self.length(init) - others)
-
-    def circles(self) -> list[str]:
-        """The deadlocks that the core has logged, each once."""
-        named = [wait.chain for wait in self.waits if wait.circle]
-        return list(dict.fromkeys([*named, *self.loops]))
-
-
-@dataclass
-class Log:
-    """The content of the log files."""
-    starts: list[Start] = field(default_factory=list)
-    lines: int = 0
-    strange: list[str] = field(default_factory=list)  # the first places without a log line
-    strange_count: int = 0
-    foreign_count: int = 0  # lines of other logs
+# Every stop without this key has the line.
+HEALTHY_ERROR = re.compile(r"\[stopFlow\] Failed to get core\.notify\.exit\.timeout from config "
+                           r"use default: \d+ err: -504")
 
 
 @lru_cache(maxsize=64)
@@ -149,6 +36,8 @@ class _Reader:
     def __init__(self, start: Start) -> None:
         self.start = start
         self.previous = start.begin  # time of the previous line
+        self.milli = 0  # of the pending lines
+        self.pending: list[tuple[int, str, str, str]] = []  # the lines of the last millisecond
         self.by_address: dict[str, Plugin] = {}
         self.stacks: dict[int, list[Init]] = {}  # by thread, the outermost first
         self.waits: dict[tuple[int, str], Wait] = {}
@@ -156,15 +45,30 @@ class _Reader:
         self.loading: Plugin | None = None
         self.built_in = ""
         self.current: Plugin | None = None  # the plugin of the following interfaces
+        self.autostarts: set[int] = set()  # threads whose next initialisation is an autostart
 
-    def read(self, time: int, thread: int, kind: str, text: str, place: str) -> None:
+    def add(self, milli: int, thread: int, kind: str, text: str, place: str) -> None:
+        """Takes the next line, with its time in milliseconds."""
         if text == FRAME:
             return
+        if milli != self.milli:
+            self.flush()
+        self.milli = milli
+        self.pending.append((thread, kind, text, place))
+
+    def flush(self) -> None:
+        """Interprets the pending lines."""
+        count = len(self.pending)
+        for i, line in enumerate(self.pending):
+            self._read(self.milli * 1000 + i * 1000 // count, *line)
+        self.pending.clear()
+
+    def _read(self, time: int, thread: int, kind: str, text: str, place: str) -> None:
         if time < self.previous:
             self._doubt("the clock was set back", place)
         self.previous = time
         self.start.last = max(self.start.last, time)
-        if kind == "E":
+        if kind == "E" and not HEALTHY_ERROR.fullmatch(text):
             self.start.problems.append(Problem(place, time, text))
         about = PLUGIN_LINE.match(text)
         if about:
@@ -182,20 +86,33 @@ class _Reader:
     # The start
 
     def _read_start(self, time: int, thread: int, text: str) -> None:
+        self.autostarts.discard(thread)
         if text.startswith("Core v"):
             self.start.version = text[len("Core v"):]
         elif text == "Done.":
             self.start.started = time
         elif text.startswith("Library is not a plugin ignore it: ") and self.loading:
             self._end_load(time, "not a plugin")
+        elif text == "Failed to get plugin function from lib":
+            pass  # the line above follows
+        elif text == "Plugin function return NULL for IPlugin":
+            self._fail(time, text, -1009)
         elif text.startswith("Failed to "):
-            self.start.failed = True
-            if self.loading:
-                self._end_load(time, self.loading.problem or text)
+            self._fail(time, text, _code(text))
+
+    def _fail(self, time: int, text: str, code: int) -> None:
+        self.start.failed = True
+        if self.loading:
+            self.loading.code = code
+            self._end_load(time, self.loading.problem or text)
 
     def _read_stop(self, time: int, thread: int, text: str) -> None:
         if text == "Stopping core...":
             self.start.stopping = time
+
+    def _read_autostart(self, time: int, thread: int, text: str) -> None:
+        if text.startswith("Call initPlugin() for "):
+            self.autostarts.add(thread)
 
     def _read_built_in(self, time: int, thread: int, text: str) -> None:
         if text.startswith("Loading internal plugin "):
@@ -269,7 +186,9 @@ class _Reader:
     def _read_init(self, time: int, thread: int, address: str, text: str, place: str) -> None:
         stack = self.stacks.setdefault(thread, [])
         if text.startswith("Init plugin in thread ID: "):
-            init = Init(self._plugin(address, place), thread, time)
+            init = Init(self._plugin(address, place), thread, time,
+                        stack[-1] if stack else None, thread in self.autostarts)
+            self.autostarts.discard(thread)
             if stack:
                 stack[-1].nested.append(init)
             init.plugin.inits.append(init)
@@ -330,7 +249,8 @@ class _Reader:
         self.waits[thread, address] = wait
 
     METHODS = {"[startFlow": _read_start, "[stopFlow": _read_stop,
-               "[loadInternalPlugins": _read_built_in, "[loadPluginLib": _read_load,
+               "[loadInternalPlugins": _read_built_in,
+               "[initAutoStartPlugin": _read_autostart, "[loadPluginLib": _read_load,
                "[processPlugin": _read_interface, "[initPlugin": _read_memory}
 
 
@@ -357,23 +277,32 @@ class _Collector:
             self._strange(place)
             return
         time += ((int(hour) * 60 + int(minute)) * 60 + int(second)) * 1000 + int(milli)
-        reader = self._reader(int(process), time, said, place)
+        reader = self._reader(int(process), int(thread), time, said, place)
         if reader:
-            reader.read(time, int(thread), kind, said, place)
+            reader.add(time, int(thread), kind, said, place)
 
     def _strange(self, place: str) -> None:
         self.log.strange_count += 1
         if len(self.log.strange) < 5:
             self.log.strange.append(place)
 
-    def _reader(self, process: int, time: int, text: str, place: str) -> _Reader | None:
+    def finish(self) -> Log:
+        for reader in self.readers.values():
+            reader.flush()
+        return self.log
+
+    def _reader(self, process: int, thread: int, milli: int, text: str,
+                place: str) -> _Reader | None:
         reader = self.readers.get(process)
         begins = text == FIRST_TEXT
         if reader and not begins:
             return reader
         if text == FRAME:
             return None  # before a start
-        start = Start(process, time, place, begins, last=time)
+        if reader:
+            reader.flush()
+        time = milli * 1000
+        start = Start(process, time, place, begins, thread, last=time)
         self.log.starts.append(start)
         self.readers[process] = _Reader(start)
         return self.readers[process]
@@ -394,4 +323,4 @@ def read_log(files: Iterable[tuple[str, bytes]]) -> Log:
         for number, line in enumerate(lines, 1):
             if line.strip("\r\0 "):
                 collector.add(line.rstrip("\r"), f"{name}:{number}")
-    return collector.log
+    return collector.finish()
