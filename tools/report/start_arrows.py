@@ -12,7 +12,8 @@ ROW = 24
 BAR = 14
 PATH = 2.5  # from a bar to the middle of the path below it
 LEAST_STEP = 2.0  # width of a step that the path returns for
-MOST_ROWS = 8  # of an arrow; a longer one is only an arrow head, and a label has the name
+MOST_ROWS = 8  # of an arrow; a longer one is only a stub, and a label has the name
+STUB = 10
 
 
 class Arrows:
@@ -45,20 +46,25 @@ class Arrows:
                     continue
                 x = self.scale.at(init.begin) + 1
                 if self.is_far(init):
-                    yield _line(x, self._edge(target, source) + (10 if source > target else -10),
+                    yield _line(x, self._edge(target, source) + (STUB if source > target else -STUB),
                                 self._edge(target, source), "request")
                 else:
                     yield _line(x, self._edge(source, target), self._edge(target, source),
                                 "request")
 
     def waits(self) -> Iterator[str]:
-        """From the plugin or thread that waits to the plugin that it waits for."""
-        for wait in self.start.waits:
-            source = self._row(wait.inside.plugin if wait.inside else None, wait.thread)
-            target = self._row(wait.plugin)
-            if source is not None and target is not None and source != target:
-                yield _line(self.scale.at(wait.begin) + 1, self._edge(source, target),
-                            self._edge(target, source), "waits")
+        """From the plugin or thread that waits to the plugin that it waits for. Of many long arrows
+        only the beginnings are drawn."""
+        places = [(wait.begin, self._row(wait.inside.plugin if wait.inside else None, wait.thread),
+                   self._row(wait.plugin)) for wait in self.start.waits]
+        arrows = [(begin, source, target) for begin, source, target in places
+                  if source is not None and target is not None and source != target]
+        far = [abs(target - source) > MOST_ROWS for _, source, target in arrows]
+        for (begin, source, target), is_far in zip(arrows, far):
+            first, last = self._edge(source, target), self._edge(target, source)
+            if is_far and sum(far) > MOST_ROWS:
+                last = first + (STUB if target > source else -STUB)
+            yield _line(self.scale.at(begin) + 1, first, last, "waits")
 
     def _edge(self, row: int, other: int) -> float:
         """The edge of the bars of a row that is towards another row."""

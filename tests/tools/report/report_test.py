@@ -357,6 +357,17 @@ class Picture(ReportTest):
     def test_has_an_arrow_to_the_plugin_that_is_waited_for(self):
         self.assertEqual(1, len(self.lines(TWO_THREADS, "waits")))
 
+    def test_shortens_many_long_arrows(self):
+        names = [f"lib{i:02}.so" for i in range(24)]
+        log = begin(0) + load(1, "liba.so") + "".join(load(2, name) for name in names) + init(
+            3, "liba.so", 200, thread=101) + "".join(
+            init(5 + i, name, 10, 102 + i, inside=wait(6 + i, "liba.so", 8, 102 + i))
+            for i, name in enumerate(names)) + done(300)
+        lengths = [abs(float(first) - float(last)) for first, last in
+                   (re.findall(r" ([\d.]+)V([\d.]+)", line)[0] for line in self.lines(log, "waits"))]
+        # 7 are long, one leads to the next row, and 16 are shortened.
+        self.assertEqual((24, 7), (len(lengths), sum(length > 10 for length in lengths)))
+
     def test_shows_the_code_of_a_failure(self):
         failed = begin(0) + load(1, "liba.so") + init(5, "liba.so", 50, result=-42)
         self.assertIn("50 ms, failed with -42", self.texts(failed + done(60), "on"))
