@@ -81,9 +81,9 @@ int PConfig::getAttributes(const PLiteral& iKey, std::vector<PString>& oAttribut
     result = ixlaGuarded(
         [&]
         {
-            for (const auto& [name, text] : record->fAttributes.all())
+            for (const auto& attribute : record->fAttributes.all())
             {
-                oAttributes.push_back(name);
+                oAttributes.emplace_back(attribute->name);
             }
             return eIxlaOk;
         });
@@ -107,7 +107,7 @@ int PConfig::getAttrString(const PLiteral& iKey, const PLiteral& iAttribute,
     return read(iKey, iAttribute,
                 [&](const PConfigValue& iRecord)
                 {
-                    const PString* const text = iRecord.fAttributes.find(iAttribute);
+                    const PLiteral* const text = iRecord.fAttributes.find(iAttribute);
                     return text ? oValue.set(*text) : static_cast<int>(eIxlaNotFound);
                 });
 }
@@ -230,7 +230,7 @@ bool PConfig::_isPinned(PConfigValue& ioRecord) noexcept
         return false;
     }
     bool pinned = false;
-    const PString* const text = ioRecord.fAttributes.find(sConstAttribute);
+    const PLiteral* const text = ioRecord.fAttributes.find(sConstAttribute);
     if (!text || PUtils::strToBool(*text, pinned) != 0 || !pinned)
     {
         return false;

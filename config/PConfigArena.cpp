@@ -117,12 +117,12 @@ void* PConfigArena::take(std::size_t iSize)
     return piece;
 }
 
-PConfigArena::Room PConfigArena::room()
+PConfigArena::Room PConfigArena::room(unsigned int iLen)
 {
-    constexpr std::size_t kLeast = (kUsualLine + 1) * sizeof(wchar_t);
-    if (static_cast<std::size_t>(fEnd - fFree) < kLeast)
+    const std::size_t least = (std::max(iLen, kUsualLine) + std::size_t(1)) * sizeof(wchar_t);
+    if (static_cast<std::size_t>(fEnd - fFree) < least)
     {
-        addBlock(kLeast);
+        addBlock(least);
     }
     const auto characters = static_cast<std::size_t>(fEnd - fFree) / sizeof(wchar_t);
     return {reinterpret_cast<wchar_t*>(fFree), static_cast<unsigned int>(characters - 1)};

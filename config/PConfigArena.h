@@ -29,9 +29,10 @@ public:
     /// Allocates a piece of iSize bytes. Throws std::bad_alloc.
     void* take(std::size_t iSize);
 
-    /// The free memory where the next piece will be, enough for a line of usual length. A text that
-    /// fits in it is in place when take() allocates its piece. Throws std::bad_alloc.
-    Room room();
+    /// The free memory where the next piece will be, enough for a line of usual length, or for iLen
+    /// characters if that is more. A text that fits in it is in place when take() allocates its
+    /// piece. Throws std::bad_alloc.
+    Room room(unsigned int iLen = 0);
 
 private:
     friend class PSpareBlocks;

@@ -1,8 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "config/PConfigAttributes.h"
 
+#include <algorithm>
+#include <new>
+
 namespace
 {
+typedef PConfigAttributes::Table Table;
+
 /// Never destroyed, because configurations may outlive the static objects.
 union None
 {
@@ -14,19 +19,35 @@ union None
     {
     }
 
-    const PConfigAttributes::Table table;
+    const Table table;
 };
 const None sNone;
+
+/// The place of the attribute iName, or of the first one after it.
+Table::iterator _placeOf(Table& ioTable, const PLiteral& iName) noexcept
+{
+    return std::lower_bound(ioTable.begin(), ioTable.end(), iName,
+                            [](const auto& iAttribute, const PLiteral& iSought)
+                            { return iAttribute->name < iSought; });
+}
 } // namespace
 
-PString* PConfigAttributes::find(const PLiteral& iName) const noexcept
+PConfigAttribute* PConfigAttribute::_create(const PLiteral& iName, const PLiteral& iText)
+{
+    const std::size_t characters = iName.len() + 1u + iText.len() + 1u;
+    void* const memory = ::operator new(sizeof(PConfigAttribute) + characters * sizeof(wchar_t));
+    auto* const texts = reinterpret_cast<wchar_t*>(static_cast<PConfigAttribute*>(memory) + 1);
+    return ::new (memory) PConfigAttribute(iName, iText, texts);
+}
+
+const PLiteral* PConfigAttributes::find(const PLiteral& iName) const noexcept
 {
     if (!fTable)
     {
         return nullptr;
     }
-    const auto place = fTable->find(iName);
-    return place != fTable->end() ? &place->second : nullptr;
+    const auto place = _placeOf(*fTable, iName);
+    return place != fTable->end() && (*place)->name == iName ? &(*place)->text : nullptr;
 }
 
 void PConfigAttributes::add(const PLiteral& iName, const PLiteral& iText)
@@ -35,10 +56,10 @@ void PConfigAttributes::add(const PLiteral& iName, const PLiteral& iText)
     {
         fTable = std::make_unique<Table>();
     }
-    const auto place = fTable->lower_bound(iName);
-    if (place == fTable->end() || place->first != iName)
+    const auto place = _placeOf(*fTable, iName);
+    if (place == fTable->end() || (*place)->name != iName)
     {
-        fTable->emplace_hint(place, iName, iText);
+        fTable->insert(place, Table::value_type(PConfigAttribute::_create(iName, iText)));
     }
 }
 
@@ -48,14 +69,14 @@ void PConfigAttributes::remove(const PLiteral& iName) noexcept
     {
         return;
     }
-    const auto place = fTable->find(iName);
-    if (place != fTable->end())
+    const auto place = _placeOf(*fTable, iName);
+    if (place != fTable->end() && (*place)->name == iName)
     {
         fTable->erase(place);
     }
 }
 
-const PConfigAttributes::Table& PConfigAttributes::all() const noexcept
+const Table& PConfigAttributes::all() const noexcept
 {
     return fTable ? *fTable : sNone.table;
 }

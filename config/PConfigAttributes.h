@@ -3,17 +3,38 @@
 #ifndef IXLAL_PCONFIGATTRIBUTES_H
 #define IXLAL_PCONFIGATTRIBUTES_H
 
-#include "portinglayer/PString.h"
+#include "config/PConfigText.h"
 
-#include <map>
 #include <memory>
+#include <vector>
+
+/// An attribute with its texts behind it.
+struct PConfigAttribute
+{
+    /// Throws std::bad_alloc.
+    static PConfigAttribute* _create(const PLiteral& iName, const PLiteral& iText);
+
+    static void operator delete(void* iMemory) noexcept
+    {
+        ::operator delete(iMemory);
+    }
+
+    const PConfigName name;
+    const PConfigName text;
+
+private:
+    PConfigAttribute(const PLiteral& iName, const PLiteral& iText, wchar_t* oMemory) noexcept
+        : name(iName, oMemory), text(iText, oMemory + iName.len() + 1)
+    {
+    }
+};
 
 /// Texts by name, in the order of the names. Most keys have none, so the table is made for the
 /// first one. Not synchronised.
 class PConfigAttributes
 {
 public:
-    typedef std::map<PString, PString, PLiteralLess> Table;
+    typedef std::vector<std::unique_ptr<const PConfigAttribute>> Table;
 
     bool empty() const noexcept
     {
@@ -21,7 +42,7 @@ public:
     }
 
     /// Returns null for none.
-    PString* find(const PLiteral& iName) const noexcept;
+    const PLiteral* find(const PLiteral& iName) const noexcept;
 
     /// Adds an attribute unless it is present. Throws std::bad_alloc, with no attribute added.
     void add(const PLiteral& iName, const PLiteral& iText);

@@ -133,26 +133,26 @@ void PConfigFiles::nl_appendIDs(std::vector<PString>& ioIDs) const
 
 void PConfigFiles::nl_createFilePath(const PLiteral& iName, PString& oPath)
 {
+    const PConfigValues* const shared = fValues.findTable(kIxlaGlobalConfigId);
     PShortString<kShortText> customKey;
     customKey = kCustomConfigPrefix;
     customKey += iName;
-    PString candidate;
-    if (fValues.nl_getDynamicString(kIxlaGlobalConfigId, customKey, candidate) != 0)
-    {
-        candidate = iName;
-    }
+    const PConfigValue* const custom = shared ? shared->find(customKey) : nullptr;
+    PShortString<kShortText> candidate;
+    candidate = custom ? static_cast<const PLiteral&>(custom->fValue) : iName;
     PUtils::fixFileSeparator(candidate);
 
     unsigned int slash = 0;
-    PString path;
-    if (!candidate.chr(L'/', slash) &&
-        fValues.nl_getDynamicString(kIxlaGlobalConfigId, kConfigDirKey, path) == 0 &&
-        !path.endsWith(L"/"))
+    const bool isName = !candidate.chr(L'/', slash);
+    const PConfigValue* const dir = isName && shared ? shared->find(kConfigDirKey) : nullptr;
+    PShortString<kShortText> path;
+    if (dir)
     {
-        path += L"/";
+        path = dir->fValue;
+        path += path.endsWith(L"/") ? L"" : L"/";
     }
     path += candidate;
-    oPath = std::move(path);
+    oPath = path;
 }
 
 PBaseptr<IConfig> PConfigFiles::nl_takeManagerConfig()

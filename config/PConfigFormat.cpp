@@ -2,9 +2,9 @@
 #include "config/PConfigFormat.h"
 
 #include "Ixla.h"
+#include "PGuarded.h"
 #include "config/PConfigRecords.h"
 #include "config/PConfigResult.h"
-#include "portinglayer/PBlank.h"
 #include "portinglayer/PFile.h"
 
 #include <algorithm>
@@ -13,16 +13,59 @@
 
 namespace
 {
-/// The parts of a line.
-struct LineParts
+/// Allocates the piece of the arena where a line was read to its free memory, so that it is not
+/// overwritten. Moves the parts if the piece is elsewhere. Throws std::bad_alloc.
+void _keep(PConfigArena& ioArena, PConfigLine& ioParts)
 {
-    PSpan key;
-    PSpan attribute; ///< empty for a value
-    PSpan value;
-};
+    const wchar_t* const line = ioParts.key.text;
+    const auto len = static_cast<std::size_t>(ioParts.value.text + ioParts.value.len + 1 - line);
+    auto* const kept = static_cast<wchar_t*>(ioArena.take(len * sizeof(wchar_t)));
+    if (kept != line)
+    {
+        std::wmemmove(kept, line, len);
+    }
+    for (PSpan* part : {&ioParts.key, &ioParts.attribute, &ioParts.value})
+    {
+        part->text = kept + (part->text - line);
+    }
+}
 
-/// Splits a line as _parseLine does, without copying its parts.
-int _split(const PSpan& iLine, LineParts& oParts) noexcept
+/// Adds a line that is in the free memory of the table's arena. Throws std::bad_alloc.
+/// Inlined, because it runs for each line of a file.
+[[gnu::always_inline]] inline int _appendLine(const PSpan& iLine, PConfigValues& ioValues)
+{
+    PConfigLine parts = {};
+    const int result = PConfigFormat::_parseLine(iLine, parts);
+    if (result != 0)
+    {
+        return result;
+    }
+    const PConfigName key(parts.key);
+    const unsigned int hash = PConfigKey::_ofName(key);
+    PConfigValue* const value = ioValues.find(key, hash);
+    if (!value)
+    {
+        _keep(*ioValues.arena(), parts);
+    }
+    if (parts.attribute.len > 0)
+    {
+        return PConfigRecords::_addAttrValue(ioValues, PConfigName(parts.key),
+                                             PConfigName(parts.attribute),
+                                             PConfigName(parts.value));
+    }
+    if (value)
+    {
+        value->fValue = PConfigName(parts.value);
+    }
+    else
+    {
+        ioValues.insert(hash, parts.key, parts.value);
+    }
+    return eIxlaOk;
+}
+} // namespace
+
+int PConfigFormat::_parseLine(const PSpan& iLine, PConfigLine& oParts) noexcept
 {
     const auto between = [](const wchar_t* iBegin, const wchar_t* iEnd)
     {
@@ -46,94 +89,6 @@ int _split(const PSpan& iLine, LineParts& oParts) noexcept
     return eIxlaOk;
 }
 
-/// Allocates the piece of the arena where a line was read to its free memory, so that it is not
-/// overwritten. Moves the parts if the piece is elsewhere. Throws std::bad_alloc.
-void _keep(PConfigArena& ioArena, LineParts& ioParts)
-{
-    const wchar_t* const line = ioParts.key.text;
-    const auto len = static_cast<std::size_t>(ioParts.value.text + ioParts.value.len + 1 - line);
-    auto* const kept = static_cast<wchar_t*>(ioArena.take(len * sizeof(wchar_t)));
-    if (kept != line)
-    {
-        std::wmemmove(kept, line, len);
-    }
-    for (PSpan* part : {&ioParts.key, &ioParts.attribute, &ioParts.value})
-    {
-        part->text = kept + (part->text - line);
-    }
-}
-
-/// The parts of an argument. Their buffers are reused for the next argument.
-struct Entry
-{
-    PString key;
-    PString attribute;
-    PString value;
-};
-
-int _appendArg(const PLiteral& iLine, Entry& ioEntry, PConfigValues& ioValues) noexcept
-{
-    const int result =
-        PConfigFormat::_parseLine(iLine, ioEntry.key, ioEntry.attribute, ioEntry.value);
-    if (result != 0)
-    {
-        return result;
-    }
-    return ioEntry.attribute.len() == 0
-               ? PConfigRecords::_addValue(ioValues, ioEntry.key, ioEntry.value)
-               : PConfigRecords::_addAttrValue(ioValues, ioEntry.key, ioEntry.attribute,
-                                               ioEntry.value);
-}
-
-/// Adds a line that was read to the free memory of the table's arena. Throws std::bad_alloc.
-int _appendReadLine(const PSpan& iLine, PConfigValues& ioValues)
-{
-    LineParts parts = {};
-    const int result = _split(iLine, parts);
-    if (result != 0)
-    {
-        return result;
-    }
-    const PConfigText key(parts.key);
-    const unsigned int hash = PConfigKey::_ofName(key);
-    PConfigValue* const value = ioValues.find(key, hash);
-    if (!value)
-    {
-        _keep(*ioValues.arena(), parts);
-    }
-    if (parts.attribute.len > 0)
-    {
-        return PConfigRecords::_addAttrValue(ioValues, PConfigText(parts.key),
-                                             PConfigText(parts.attribute),
-                                             PConfigText(parts.value));
-    }
-    if (value)
-    {
-        value->fValue = PConfigText(parts.value);
-    }
-    else
-    {
-        ioValues.insert(hash, parts.key, parts.value);
-    }
-    return eIxlaOk;
-}
-} // namespace
-
-int PConfigFormat::_parseLine(const PLiteral& iLine, PString& oKey, PString& oAttribute,
-                              PString& oValue) noexcept
-{
-    LineParts parts = {};
-    const int result = _split({iLine.ptr(), iLine.len()}, parts);
-    if (result != 0)
-    {
-        return result;
-    }
-    const bool copied = oAttribute.set(parts.attribute.text, parts.attribute.len) == 0 &&
-                        oValue.set(parts.value.text, parts.value.len) == 0 &&
-                        oKey.set(parts.key.text, parts.key.len) == 0;
-    return copied ? eIxlaOk : eIxlaNoMemory;
-}
-
 int PConfigFormat::_checkAllowedChars(const PLiteral& iID, const PLiteral& iKey,
                                       const PLiteral& iAttribute) noexcept
 {
@@ -153,13 +108,19 @@ int PConfigFormat::_checkAllowedChars(const PLiteral& iID, const PLiteral& iKey,
 int PConfigFormat::_appendArgs(const PString* iArgs, std::size_t iCount,
                                PConfigValues& ioValues) noexcept
 {
-    Entry entry;
-    int result = eIxlaOk;
-    for (std::size_t i = 0; i < iCount && result == 0; ++i)
-    {
-        result = _appendArg(iArgs[i], entry, ioValues);
-    }
-    return result;
+    return ixlaGuarded(
+        [&]
+        {
+            int result = eIxlaOk;
+            for (std::size_t i = 0; i < iCount && result == 0; ++i)
+            {
+                const unsigned int len = iArgs[i].len();
+                wchar_t* const copy = ioValues.arena()->room(len).text;
+                std::wmemcpy(copy, iArgs[i].ptr(), len);
+                result = _appendLine({copy, len}, ioValues);
+            }
+            return result;
+        });
 }
 
 int PConfigFormat::_appendLines(PFile& ioFile, PConfigValues& ioValues, PReadFault& ioFault)
@@ -180,7 +141,7 @@ int PConfigFormat::_appendLines(PFile& ioFile, PConfigValues& ioValues, PReadFau
         const PSpan text = PBlank::trimmed(line.ptr(), line.len());
         if (text.len > 0 && *text.text != L'#')
         {
-            result = _appendReadLine(text, ioValues);
+            result = _appendLine(text, ioValues);
         }
     }
     return result;

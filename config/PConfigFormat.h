@@ -5,9 +5,18 @@
 
 #include "config/PConfigValues.h"
 #include "config/PReadFault.h"
+#include "portinglayer/PBlank.h"
 #include "portinglayer/PString.h"
 
 class PFile;
+
+/// The parts of a line, in its text.
+struct PConfigLine
+{
+    PSpan key;
+    PSpan attribute; ///< empty for a value
+    PSpan value;
+};
 
 /// Parses lines of the forms "key = value" and "key : attribute = text" into a table, which the
 /// caller synchronises. A later value of a key replaces an earlier one; of an attribute the first
@@ -15,17 +24,16 @@ class PFile;
 class PConfigFormat
 {
 public:
-    /// Splits a line and trims its parts; without an attribute oAttribute is empty. The first "="
-    /// and the first ":" before it count. Returns 0; -3001 without "=" or with an empty key, and
-    /// the texts are unchanged; or -501, and the texts are unspecified.
-    static int _parseLine(const PLiteral& iLine, PString& oKey, PString& oAttribute,
-                          PString& oValue) noexcept;
+    /// Splits a line and trims its parts. The first "=" and the first ":" before it count. Returns
+    /// 0, or -3001 without "=" or with an empty key, and oParts is unchanged.
+    static int _parseLine(const PSpan& iLine, PConfigLine& oParts) noexcept;
 
     /// Whether the three names are free of the separators "=", ":" and "|". Returns 0 or -3004.
     static int _checkAllowedChars(const PLiteral& iID, const PLiteral& iKey,
                                   const PLiteral& iAttribute) noexcept;
 
-    /// Adds iCount lines. Returns 0, or -3001 or -501 with the lines before the failed one added.
+    /// Adds iCount lines to a table that has an arena. Returns 0, or -3001 or -501 with the lines
+    /// before the failed one added.
     static int _appendArgs(const PString* iArgs, std::size_t iCount,
                            PConfigValues& ioValues) noexcept;
 

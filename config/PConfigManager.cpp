@@ -243,6 +243,12 @@ int PConfigManager::setString(const PLiteral& iID, const PLiteral& iKey, const P
     return result;
 }
 
+int PConfigManager::setShared(const PSharedValues& iValues, bool iPinned) noexcept
+{
+    return lockedForChange([&]() IXLA_REQUIRES(fLock.fMutex)
+                           { return fValues.nl_setShared(iValues, iPinned); });
+}
+
 int PConfigManager::setAttrString(const PLiteral& iID, const PLiteral& iKey,
                                   const PLiteral& iAttribute, const PLiteral& iValue)
 {

@@ -114,6 +114,11 @@ public:
     int loadFile(IConfigManager* iManager, const PLiteral& iFile, PBaseptr<IConfig>& oConfig,
                  PReadFault& oFault) noexcept;
 
+    /// Sets run-time values of the ID that all plugins share; existing ones stay. With iPinned they
+    /// get the attribute "const". Announces nothing: the core sets them before a plugin can listen.
+    /// Returns the result of the last value, 0 or -501, or the mutex's code.
+    int setShared(const PSharedValues& iValues, bool iPinned) noexcept;
+
     /// The manager's locks. A caller of the find operations below holds the mutex, or is a reader
     /// where that is allowed, from the lookup until the text is copied.
     PConfigLock& lock() noexcept

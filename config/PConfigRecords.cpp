@@ -59,12 +59,10 @@ int PConfigRecords::_removeAttr(PConfigValues& ioValues, const PLiteral& iKey,
     return eIxlaOk;
 }
 
-void PConfigRecords::_addNewValue(PConfigValues& ioValues, const PLiteral& iKey,
-                                  const PLiteral& iValue)
+PConfigValue& PConfigRecords::_addNewValue(PConfigValues& ioValues, const PLiteral& iKey,
+                                           const PLiteral& iValue)
 {
     const unsigned int hash = PConfigKey::_ofName(iKey);
-    if (!ioValues.find(iKey, hash))
-    {
-        ioValues.insert(hash, iKey, iValue);
-    }
+    PConfigValue* const value = ioValues.find(iKey, hash);
+    return value ? *value : ioValues.insert(hash, iKey, iValue);
 }

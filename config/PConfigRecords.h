@@ -14,8 +14,10 @@ public:
     static int _addValue(PConfigValues& ioValues, const PLiteral& iKey,
                          const PLiteral& iValue) noexcept;
 
-    /// Creates a key with a value; an existing key stays as it is. Throws std::bad_alloc.
-    static void _addNewValue(PConfigValues& ioValues, const PLiteral& iKey, const PLiteral& iValue);
+    /// Creates a key with a value; an existing key stays as it is. Returns its value. Throws
+    /// std::bad_alloc.
+    static PConfigValue& _addNewValue(PConfigValues& ioValues, const PLiteral& iKey,
+                                      const PLiteral& iValue);
 
     /// Sets an attribute unless it is present; the key is created if need be. Returns 0 or -501.
     static int _addAttrValue(PConfigValues& ioValues, const PLiteral& iKey,

@@ -9,9 +9,8 @@
 /// A value with its attributes.
 struct PConfigValue
 {
-    PConfigValue() = default;
-
-    explicit PConfigValue(const PLiteral& iText) : fValue(iText)
+    /// A value without attributes; its text is copied to oMemory, as PConfigText does.
+    PConfigValue(const PLiteral& iText, wchar_t* oMemory) noexcept : fValue(iText, oMemory)
     {
     }
 

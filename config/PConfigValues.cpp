@@ -81,13 +81,16 @@ void PConfigValues::clear() noexcept
     fCount = 0;
 }
 
-PConfigValues::Records PConfigValues::inOrder() const
+PConfigValues::Records PConfigValues::inOrder(const PLiteral& iPrefix) const
 {
     Records records;
-    records.reserve(fCount);
+    records.reserve(iPrefix.len() == 0 ? fCount : 0);
     for (const PConfigRecord* record = fFirst; record; record = record->fLater)
     {
-        records.push_back(record);
+        if (record->key.sameFront(iPrefix) == iPrefix.len())
+        {
+            records.push_back(record);
+        }
     }
     // The lines of a store, and those of many files, are in order already.
     if (!std::is_sorted(records.begin(), records.end(), &_isBefore))

@@ -7,39 +7,17 @@
 #include "config/PConfigKey.h"
 #include "config/PConfigValue.h"
 
-#include <cwchar>
 #include <memory>
 #include <new>
 #include <vector>
 
-/// A name in the memory of its record or of an arena.
-class PConfigName : public PLiteral
-{
-public:
-    /// Copies iText to oMemory, with a terminating zero.
-    PConfigName(const PLiteral& iText, wchar_t* oMemory) noexcept
-    {
-        std::wmemcpy(oMemory, iText.ptr(), iText.len());
-        oMemory[iText.len()] = L'\0';
-        fPtr = oMemory;
-        fLen = iText.len();
-    }
-
-    /// The text in iPart, in place; the character after it is replaced by the terminating zero.
-    explicit PConfigName(const PSpan& iPart) noexcept
-    {
-        const_cast<wchar_t*>(iPart.text)[iPart.len] = L'\0';
-        fPtr = iPart.text;
-        fLen = iPart.len;
-    }
-};
-
 /// A key and its value, in a table.
 struct PConfigRecord
 {
-    /// Copies both texts; needs memory for a text of the length of iKey behind the record.
-    PConfigRecord(const PLiteral& iKey, const PLiteral& iValue)
-        : key(iKey, reinterpret_cast<wchar_t*>(this + 1)), value(iValue)
+    /// Copies both texts; needs memory for both and the zero between them behind the record.
+    PConfigRecord(const PLiteral& iKey, const PLiteral& iValue) noexcept
+        : key(iKey, reinterpret_cast<wchar_t*>(this + 1)),
+          value(iValue, reinterpret_cast<wchar_t*>(this + 1) + iKey.len() + 1)
     {
     }
 
@@ -123,7 +101,8 @@ public:
     PConfigValue& insert(unsigned int iHash, const PLiteral& iName, const PLiteral& iValue)
     {
         grow();
-        return link(*new (fArena, iName.len()) PConfigRecord(iName, iValue), iHash);
+        return link(*new (fArena, iName.len() + 1 + iValue.len()) PConfigRecord(iName, iValue),
+                    iHash);
     }
 
     PConfigValue& insert(unsigned int iHash, const PSpan& iName, const PSpan& iValue)
@@ -146,8 +125,9 @@ public:
 
     typedef std::vector<const PConfigRecord*> Records;
 
-    /// The records of a table with an arena in the order of their keys. Throws std::bad_alloc.
-    Records inOrder() const;
+    /// The records of a table with an arena whose keys start with iPrefix, in the order of their
+    /// keys. Throws std::bad_alloc.
+    Records inOrder(const PLiteral& iPrefix = PLiteral()) const;
 
     /// Null for the heap.
     PConfigArena* arena() const noexcept

@@ -2,6 +2,7 @@
 #include "config/PRunTimeValues.h"
 
 #include "Ixla.h"
+#include "PGuarded.h"
 #include "config/PConfigRecords.h"
 
 int PRunTimeValues::nl_findDynamicCfgValues(const PLiteral& iID, bool iCreate,
@@ -65,4 +66,29 @@ int PRunTimeValues::nl_removeSet(const PLiteral& iID, const PLiteral& iKey,
         return result == eIxlaNotFound ? eIxlaOk : result;
     }
     return PConfigRecords::_remove(*values, iKey, iAttribute);
+}
+
+int PRunTimeValues::nl_setShared(const PSharedValues& iValues, bool iPinned) noexcept
+{
+    int result = eIxlaOk;
+    for (const PSharedValues::Entry& value : iValues)
+    {
+        result = ixlaGuarded([&] { return nl_setOneShared(value, iPinned); });
+    }
+    return result;
+}
+
+int PRunTimeValues::nl_setOneShared(const PSharedValues::Entry& iValue, bool iPinned)
+{
+    PConfigValues* values = nullptr;
+    int result = nl_findDynamicCfgValues(kIxlaGlobalConfigId, true, values);
+    if (result == 0)
+    {
+        PConfigValue& value = PConfigRecords::_addNewValue(*values, iValue.key, iValue.text);
+        if (iPinned)
+        {
+            value.fAttributes.add(L"const", L"true");
+        }
+    }
+    return result;
 }

@@ -4,6 +4,7 @@
 #define IXLAL_PRUNTIMEVALUES_H
 
 #include "config/PConfigValues.h"
+#include "config/PSharedValues.h"
 
 #include <map>
 
@@ -30,7 +31,13 @@ public:
     /// there was none.
     int nl_removeSet(const PLiteral& iID, const PLiteral& iKey, const PLiteral* iAttribute);
 
+    /// Sets values of the ID that all plugins share; existing ones stay. With iPinned they get the
+    /// attribute "const". Returns the result of the last one, 0 or -501.
+    int nl_setShared(const PSharedValues& iValues, bool iPinned) noexcept;
+
 private:
+    int nl_setOneShared(const PSharedValues::Entry& iValue, bool iPinned);
+
     /// By configuration ID. A table stays after its last key was removed.
     std::map<PString, PConfigValues, PLiteralLess> fDynamicValues;
 };

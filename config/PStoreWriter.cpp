@@ -19,9 +19,10 @@ unsigned int _longestLine(const PConfigValues::Records& iRecords) noexcept
     {
         const unsigned int keyLen = record->key.len();
         longest = std::max(longest, keyLen + record->value.fValue.len());
-        for (const auto& [name, text] : record->value.fAttributes.all())
+        for (const auto& attribute : record->value.fAttributes.all())
         {
-            longest = std::max(longest, keyLen + sAttribute.len() + name.len() + text.len());
+            longest = std::max(longest, keyLen + sAttribute.len() + attribute->name.len() +
+                                            attribute->text.len());
         }
     }
     return longest + sAssign.len();
@@ -84,7 +85,7 @@ int PStoreWriter::writeRecord(const PLiteral& iKey, const PConfigValue& iRecord)
          ++attribute)
     {
         result =
-            _join({&iKey, &sAttribute, &attribute->first, &sAssign, &attribute->second}, fLine);
+            _join({&iKey, &sAttribute, &(*attribute)->name, &sAssign, &(*attribute)->text}, fLine);
         if (result == 0)
         {
             result = fFile.pwriteLine(fLine);

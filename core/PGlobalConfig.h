@@ -6,6 +6,9 @@
 class PCoreLog;
 class PCoreServices;
 class PLiteral;
+class PSharedValues;
+class PStartArguments;
+struct PConfigValue;
 
 /// Copies settings of the core's configuration into run-time values that plugins cannot override.
 /// Runs on the starting thread, once.
@@ -20,15 +23,28 @@ public:
     PGlobalConfig(const PGlobalConfig&) = delete;
     PGlobalConfig& operator=(const PGlobalConfig&) = delete;
 
+    /// Publishes the core's own log settings for those that are not configured; plugins can
+    /// override them. Returns the result of the last one; earlier failures are dropped.
+    int publishLogDefaults(const PStartArguments& iArguments);
+
     /// Returns 0, or -1010 without a required key. May throw std::bad_alloc.
     int setGlobalConfig();
 
 private:
-    int publishDir(const wchar_t* iKey, const wchar_t* iSetFormat, const wchar_t* iMissingFormat);
-    void publishInt32(const wchar_t* iKey, const wchar_t* iSetFormat);
-    void publishBool(const wchar_t* iKey, const wchar_t* iSetFormat);
+    ///@{
+    /// Read the core's configuration.
+    const PConfigValue* find(const PLiteral& iKey) const;
+    bool readInt32(const PLiteral& iKey, int& oValue) const;
+    bool readBool(const PLiteral& iKey, bool& oValue) const;
+    ///@}
+
+    int addDirs(PSharedValues& ioValues);
+    int addDir(PSharedValues& ioValues, const PLiteral& iKey, const wchar_t* iSetFormat,
+               const wchar_t* iMissingFormat);
+    void addInt32(PSharedValues& ioValues, const PLiteral& iKey, const wchar_t* iSetFormat);
+    void addEnable(PSharedValues& ioValues);
     void publishCustomKeys();
-    void pinGlobal(const PLiteral& iKey);
+    int publish(const PSharedValues& iValues, bool iPinned);
 
     const PCoreLog& fLog;
     const PCoreServices& fServices;

@@ -135,11 +135,14 @@ private:
     [[gnu::cold]] void awaitReaders() noexcept;
     [[gnu::cold]] void wakeWriter() noexcept;
 
-    Stripe fStripes[kStripes] = {};
+    // A mutex directly before this lock and the mark take no more lines than the mutex alone. The
+    // mark, which readers load, is on another line than their counters.
+    static_assert(sizeof(PMutex) + sizeof(PConditionalVar) >= sizeof(Stripe));
     std::atomic<bool> fClosed{false};
     unsigned short fGeneration = 0; ///< of the process that opened the lock
     PMutex fMutex;
     PConditionalVar fLeft; ///< signalled when a reader leaves the closed lock
+    Stripe fStripes[kStripes] = {};
 };
 
 #endif

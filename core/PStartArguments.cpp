@@ -5,52 +5,65 @@
 #include "logger/PLogger.h"
 #include "portinglayer/PUtils.h"
 
-#include <cerrno>
 #include <cwchar>
 
 namespace
 {
 /// Whether a key is iText. Most keys differ in their length, which is compared first.
 template <unsigned int N>
-bool _is(const PString& iKey, const wchar_t (&iText)[N])
+bool _is(const PSpan& iKey, const wchar_t (&iText)[N])
 {
-    return iKey.len() == N - 1 && std::wmemcmp(iKey.ptr(), iText, N - 1) == 0;
+    return iKey.len == N - 1 && std::wmemcmp(iKey.text, iText, N - 1) == 0;
 }
 
-int _refuse(PLogger* iLogger, const PString& iKey, const PString& iValue, int iError)
+PSpan _between(const wchar_t* iBegin, const wchar_t* iEnd)
 {
+    return PBlank::trimmed(iBegin, static_cast<unsigned int>(iEnd - iBegin));
+}
+
+PString _copied(const PSpan& iText)
+{
+    return PString(iText.text, iText.len);
+}
+
+int _refuse(PLogger* iLogger, const PSpan& iKey, const PString& iValue, int iError)
+{
+    const PString key = _copied(iKey);
     PLogger::error(iLogger, 0, L"[startFlow] Failed parsing arg:[%ls], val:[%ls], err: %d",
-                   iKey.ptr(), iValue.ptr(), iError);
+                   key.ptr(), iValue.ptr(), iError);
     return eIxlaInvalidArgument;
 }
 
-int _parseLimit(PLogger* iLogger, const PString& iKey, const PString& iValue, int& oLimit)
+int _parseLimit(PLogger* iLogger, const PSpan& iKey, const PSpan& iValue, int& oLimit)
 {
+    const PString value = _copied(iValue);
     int limit = 0;
-    const int result = PUtils::strToInt32(iValue, limit);
+    const int result = PUtils::strToInt32(value, limit);
     if (result != 0 || limit < 0)
     {
-        return _refuse(iLogger, iKey, iValue, result);
+        return _refuse(iLogger, iKey, value, result);
     }
     oLimit = limit;
     return eIxlaOk;
 }
 
-int _parseLevel(PLogger* iLogger, const PString& iKey, const PString& iValue, int& oLevel)
+int _parseLevel(PLogger* iLogger, const PSpan& iKey, const PSpan& iValue, int& oLevel)
 {
-    const int result = PUtils::strToInt32(iValue, oLevel);
-    return result == 0 ? eIxlaOk : _refuse(iLogger, iKey, iValue, result);
+    const PString value = _copied(iValue);
+    const int result = PUtils::strToInt32(value, oLevel);
+    return result == 0 ? eIxlaOk : _refuse(iLogger, iKey, value, result);
 }
 
-int _parseEnable(PLogger* iLogger, const PString& iKey, const PString& iValue, bool& oEnable)
+int _parseEnable(PLogger* iLogger, const PSpan& iKey, const PSpan& iValue, bool& oEnable)
 {
-    const int result = PUtils::strToBool(iValue, oEnable);
-    return result == 0 ? eIxlaOk : _refuse(iLogger, iKey, iValue, result);
+    const PString value = _copied(iValue);
+    const int result = PUtils::strToBool(value, oEnable);
+    return result == 0 ? eIxlaOk : _refuse(iLogger, iKey, value, result);
 }
 
-int _parsePath(const PString& iValue, PString& oPath)
+int _parsePath(const PSpan& iValue, PString& oPath)
 {
-    oPath = iValue;
+    oPath = _copied(iValue);
     PUtils::fixFileSeparator(oPath);
     return eIxlaOk;
 }
@@ -58,29 +71,21 @@ int _parsePath(const PString& iValue, PString& oPath)
 
 int PStartArguments::parse(const PString* iArgs, unsigned int iCount, PLogger* iLogger)
 {
-    PString key;
-    PString value;
-    for (unsigned int i = 0; i < iCount; ++i)
+    int result = eIxlaOk;
+    for (unsigned int i = 0; i < iCount && result == 0; ++i)
     {
-        int result = PUtils::getKeyValue(iArgs[i], key, value, L'=');
-        if (result == -ENOMEM)
+        const wchar_t* const begin = iArgs[i].ptr();
+        const wchar_t* const end = begin + iArgs[i].len();
+        const wchar_t* const separator = std::wmemchr(begin, L'=', iArgs[i].len());
+        if (separator)
         {
-            return eIxlaNoMemory;
-        }
-        if (result != 0)
-        {
-            continue;
-        }
-        result = parseOne(key, value, iLogger);
-        if (result != 0)
-        {
-            return result;
+            result = parseOne(_between(begin, separator), _between(separator + 1, end), iLogger);
         }
     }
-    return eIxlaOk;
+    return result;
 }
 
-int PStartArguments::parseOne(const PString& iKey, const PString& iValue, PLogger* iLogger)
+int PStartArguments::parseOne(const PSpan& iKey, const PSpan& iValue, PLogger* iLogger)
 {
     if (_is(iKey, L"core.prs.file"))
     {
@@ -114,7 +119,7 @@ int PStartArguments::parseOne(const PString& iKey, const PString& iValue, PLogge
     }
     if (_is(iKey, L"core.plugins.dir"))
     {
-        return fPluginsDir.set(iValue) == 0 ? eIxlaOk : eIxlaInvalidArgument;
+        return fPluginsDir.set(_copied(iValue)) == 0 ? eIxlaOk : eIxlaInvalidArgument;
     }
     return eIxlaOk;
 }

@@ -3,6 +3,7 @@
 #ifndef IXLAL_PSTARTARGUMENTS_H
 #define IXLAL_PSTARTARGUMENTS_H
 
+#include "portinglayer/PBlank.h"
 #include "portinglayer/PString.h"
 
 class PLogger;
@@ -27,7 +28,7 @@ public:
     PString fPluginsDir;
 
 private:
-    int parseOne(const PString& iKey, const PString& iValue, PLogger* iLogger);
+    int parseOne(const PSpan& iKey, const PSpan& iValue, PLogger* iLogger);
 };
 
 #endif

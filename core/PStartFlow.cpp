@@ -132,7 +132,7 @@ int PStartFlow::loadCoreConfig(const PStartArguments& iArguments, const PString*
     }
     if (result == 0)
     {
-        result = publishLogDefaults(iArguments);
+        result = fParts.fGlobalConfig.publishLogDefaults(iArguments);
     }
     if (result != 0)
     {
@@ -156,33 +156,6 @@ int PStartFlow::loadPropertyFile(const PLiteral& iFile)
                        fault.line, fault.code);
     }
     return result;
-}
-
-int PStartFlow::publishLogDefaults(const PStartArguments& iArguments)
-{
-    // The result is that of the last write: an earlier failure is dropped.
-    int result = eIxlaOk;
-    publishDefault(L"core.plugins.log.maxsize", iArguments.fLogMaxSize, result);
-    publishDefault(L"core.plugins.log.parts", iArguments.fLogParts, result);
-    publishDefault(L"core.plugins.log.maxcount", iArguments.fLogMaxCount, result);
-    publishDefault(L"core.plugins.log.level", iArguments.fLogLevel, result);
-    const PLiteral enableKey(L"core.plugins.log.enable");
-    bool enable = false;
-    if (fParts.fServices.fConfig->getBool(enableKey, enable) != 0)
-    {
-        result = fParts.fServices.fConfigManager->setBool(kIxlaGlobalConfigId, enableKey,
-                                                          iArguments.fLogEnable);
-    }
-    return result;
-}
-
-void PStartFlow::publishDefault(const PLiteral& iKey, int iValue, int& ioResult)
-{
-    int configured = 0;
-    if (fParts.fServices.fConfig->getInt32(iKey, configured) != 0)
-    {
-        ioResult = fParts.fServices.fConfigManager->setInt32(kIxlaGlobalConfigId, iKey, iValue);
-    }
 }
 
 int PStartFlow::readLoadList(std::vector<PString>& oLoadList)

@@ -31,8 +31,6 @@ private:
     int loadCoreConfig(const PStartArguments& iArguments, const PString* iArgs,
                        unsigned int iCount);
     int loadPropertyFile(const PLiteral& iFile);
-    int publishLogDefaults(const PStartArguments& iArguments);
-    void publishDefault(const PLiteral& iKey, int iValue, int& ioResult);
     int readLoadList(std::vector<PString>& oLoadList);
     int findPluginsDir(PString& ioDir);
     int loadPlugins(const PLiteral& iDir, const std::vector<PString>& iLoadList);

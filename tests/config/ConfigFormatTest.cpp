@@ -12,18 +12,22 @@ using testing::ElementsAre;
 
 namespace
 {
+std::string text(const PSpan& iPart)
+{
+    return narrow(PString(iPart.text, iPart.len));
+}
+
 /// The parts of a line, or only its result code.
 std::vector<std::string> parse(const std::string& iLine)
 {
-    PString key(L"stale");
-    PString attribute(L"stale");
-    PString value(L"stale");
-    const int result = PConfigFormat::_parseLine(wide(iLine), key, attribute, value);
+    const PString line = wide(iLine);
+    PConfigLine parts = {};
+    const int result = PConfigFormat::_parseLine({line.ptr(), line.len()}, parts);
     if (result != 0)
     {
         return {std::to_string(result)};
     }
-    return {narrow(key), narrow(attribute), narrow(value)};
+    return {text(parts.key), text(parts.attribute), text(parts.value)};
 }
 } // namespace
 
@@ -50,19 +54,17 @@ TEST(ConfigFormat, RejectsLinesWithoutKeyOrSeparator)
     }
 }
 
-TEST(ConfigFormat, RejectedLineDoesNotChangeTheTexts)
+TEST(ConfigFormat, RejectedLineDoesNotChangeTheParts)
 {
-    PString key(L"k");
-    PString attribute(L"a");
-    PString value(L"v");
+    PConfigLine parts = {{L"k", 1}, {L"a", 1}, {L"v", 1}};
 
-    for (const wchar_t* line : {L"no separator", L"= 1", L" : name = 1"})
+    for (const PLiteral line : {L"no separator", L"= 1", L" : name = 1"})
     {
-        EXPECT_EQ(PConfigFormat::_parseLine(line, key, attribute, value), -3001);
+        EXPECT_EQ(PConfigFormat::_parseLine({line.ptr(), line.len()}, parts), -3001);
     }
-    EXPECT_EQ(key, L"k");
-    EXPECT_EQ(attribute, L"a");
-    EXPECT_EQ(value, L"v");
+    EXPECT_EQ(text(parts.key), "k");
+    EXPECT_EQ(text(parts.attribute), "a");
+    EXPECT_EQ(text(parts.value), "v");
 }
 
 TEST(ConfigFormat, SeparatorsAreRefusedInEveryNameAndNothingElse)
@@ -80,7 +82,8 @@ TEST(ConfigFormat, SeparatorsAreRefusedInEveryNameAndNothingElse)
 TEST(ConfigFormat, ArgumentsBeforeABadOneAreAdded)
 {
     const PString args[] = {L"a = 1", L"a:unit = s", L"no separator", L"b = 2"};
-    PConfigValues values;
+    PConfigArena arena;
+    PConfigValues values(&arena);
 
     EXPECT_EQ(PConfigFormat::_appendArgs(args, 4, values), -3001);
     EXPECT_EQ(values.size(), 1u);
@@ -90,7 +93,8 @@ TEST(ConfigFormat, ArgumentsBeforeABadOneAreAdded)
 TEST(ConfigFormat, ArgumentIsNeverAComment)
 {
     const PString args[] = {L"#a = 1"};
-    PConfigValues values;
+    PConfigArena arena;
+    PConfigValues values(&arena);
 
     EXPECT_EQ(PConfigFormat::_appendArgs(args, 1, values), 0);
     EXPECT_NE(values.find(L"#a"), nullptr);

@@ -253,7 +253,8 @@ TEST_F(ConfigReading, ConstThatIsNotTrueIsReadAgainAtEveryLookup)
     EXPECT_EQ(valueOf(config, "port"), "8080");
 
     PConfigValue& record = *static_cast<PConfig&>(*config).values().find(L"port");
-    *record.fAttributes.find(L"const") = L"true";
+    record.fAttributes.remove(L"const");
+    record.fAttributes.add(L"const", L"true");
     EXPECT_EQ(valueOf(config, "port"), "80");
 }
 

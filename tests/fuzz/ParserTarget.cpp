@@ -294,23 +294,22 @@ void _checkLine(const std::wstring& iLine)
 {
     ModelValues values;
     const int code = LineModel::append(iLine, values);
-    PString key(L"before");
-    PString attribute(L"before");
-    PString value(L"before");
-    checkCode(PConfigFormat::_parseLine(owned(iLine), key, attribute, value), code, "line");
+    const auto len = static_cast<unsigned int>(iLine.size());
+    PConfigLine parts = {};
+    checkCode(PConfigFormat::_parseLine({iLine.data(), len}, parts), code, "line");
     if (code != 0)
     {
-        const bool untouched = key == L"before" && attribute == L"before" && value == L"before";
-        check(untouched, "a bad line touches nothing");
+        check(!parts.key.text && !parts.attribute.text && !parts.value.text,
+              "a bad line touches nothing");
         return;
     }
-    checkText(textOf(key), values.begin()->first, "key of a line");
+    checkText(std::wstring(parts.key.text, parts.key.len), values.begin()->first, "key of a line");
     const ModelRecord& record = values.begin()->second;
     const bool plain = record.attributes.empty();
     const std::wstring name = plain ? std::wstring() : record.attributes.begin()->first;
-    checkText(textOf(attribute), name, "attribute of a line");
+    checkText(std::wstring(parts.attribute.text, parts.attribute.len), name, "attribute of a line");
     const std::wstring text = plain ? record.value : record.attributes.begin()->second;
-    checkText(textOf(value), text, "text of a line");
+    checkText(std::wstring(parts.value.text, parts.value.len), text, "text of a line");
 }
 
 /// The settings that the core reads from its arguments.
