@@ -22,6 +22,13 @@ function(ixlal_install_program target directory)
     set_property(GLOBAL APPEND PROPERTY IXLAL_PROGRAMS $<TARGET_FILE:${target}>)
 endfunction()
 
+# ixlal_install_plugin(TARGET): installs a plugin in lib/ixlal/plugins. The host that opens it has
+# already loaded the libraries that it needs.
+function(ixlal_install_plugin target)
+    install(TARGETS ${target} DESTINATION lib/ixlal/plugins COMPONENT ixlal-tools)
+    set_property(GLOBAL APPEND PROPERTY IXLAL_PROGRAMS $<TARGET_FILE:${target}>)
+endfunction()
+
 # ixlal_install_script(LINK HOME FILES...): installs the files of a Python tool and the link to it.
 function(ixlal_install_script link home)
     get_filename_component(name ${link} NAME)
@@ -82,6 +89,10 @@ if(IXLAL_BUILD_TOOLS)
     install(DIRECTORY tools/man/ DESTINATION share/man/man1 COMPONENT ixlal-tools
         FILES_MATCHING PATTERN *.1)
     install(DIRECTORY tools/completion/ DESTINATION share/bash-completion/completions
+        COMPONENT ixlal-tools)
+    install(DIRECTORY tools/completion-zsh/ DESTINATION share/zsh/vendor-completions
+        COMPONENT ixlal-tools)
+    install(DIRECTORY tools/completion-fish/ DESTINATION share/fish/vendor_completions.d
         COMPONENT ixlal-tools)
 endif()
 

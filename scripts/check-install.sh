@@ -151,6 +151,30 @@ check_tools() {
         compgen -G "$1/share/man/man1/$name.1*" >/dev/null || fail "$name has no man page"
         [ -f "$1/share/bash-completion/completions/$name" ] || fail "$name has no completion"
     done
+    [ -f "$1/share/zsh/vendor-completions/_ixla-ctl" ] || fail "ixla-ctl has no zsh completion"
+    [ -f "$1/share/fish/vendor_completions.d/ixla-ctl.fish" ] ||
+        fail "ixla-ctl has no fish completion"
+}
+
+# A host of the prefix with the control plugin of the prefix answers.
+check_control() {
+    local prefix=$1 run=$2/control host
+    mkdir -p "$run/plugins" "$run/config"
+    ln -s "$prefix/lib/ixlal/plugins/libixlal-control.so" "$run/plugins/"
+    exports_factory_alone "$run/plugins/libixlal-control.so"
+    cd "$run"
+    printf 'com.kelvora.ixla.control = control.prs\n' >config/ixlap.configmanager.prs
+    printf 'socket = socket\n' >config/control.prs
+    mkfifo ready
+    "$prefix/bin/ixla-host" core.plugins.dir=plugins core.plugins.config.dir=config \
+        core.plugins.log.dir=log core.autostart.list=ixlal-control --seconds 60 >ready 2>"$log" &
+    host=$!
+    grep -m 1 -q 'ixla-host: ready' ready || fail "the host with the control plugin does not start"
+    quietly "$prefix/bin/ixla-ctl" --socket socket status
+    grep -q "ixlal $version, process $host" "$log" || fail "ixla-ctl shows another host"
+    kill "$host"
+    wait "$host" || fail "the host with the control plugin does not stop"
+    cd "$root"
 }
 
 check_new_plugin() {
@@ -174,6 +198,7 @@ check_prefix() {
     check_tools "$1"
     check_cmake "$1" "$2"
     check_pkg_config "$1" "$2"
+    check_control "$1" "$2"
     check_new_plugin "$1" "$2"
 }
 

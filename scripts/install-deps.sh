@@ -7,7 +7,7 @@ packages=(g++ g++-multilib cmake ninja-build libcli11-dev nlohmann-json3-dev)
 if [ "${1:-build}" = test ]; then
     packages+=(googletest binutils file python3 gdb)
     packages+=(clang libclang-rt-dev clang-tidy cppcheck abigail-tools gcovr)
-    packages+=(python3-pyelftools mandoc doxygen dpkg-dev lintian pkgconf chromium codespell)
+    packages+=(python3-pyelftools mandoc zsh fish doxygen dpkg-dev lintian pkgconf chromium codespell)
 fi
 
 case ${1:-build} in

@@ -9,10 +9,10 @@ import subprocess
 import sys
 from pathlib import Path
 
-TOOLS = ("ixla-config", "ixla-host", "ixla-inspect", "ixla-new-plugin", "ixla-report",
+TOOLS = ("ixla-config", "ixla-ctl", "ixla-host", "ixla-inspect", "ixla-new-plugin", "ixla-report",
          "ixla-validate")
 # Pages with a table of the exit codes of a tool.
-TABLES = {"docs/writing-a-host.md": "ixla-host"}
+TABLES = {"docs/writing-a-host.md": "ixla-host", "docs/control.md": "ixla-ctl"}
 CODE = r"\d+(?:\+N| \+ N)?"
 
 

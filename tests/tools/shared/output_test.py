@@ -15,6 +15,7 @@ LIMIT = 60  # seconds for short operations
 
 # Arguments with output other than help and version. The IDs exceed the size of a buffer.
 ORDINARY = {
+    "ixla-ctl": (),  # needs a host, so its other output is tested there
     "ixla-config": (("--dir", "config", "ids"),),
     "ixla-host": (("--prs", "core.prs", "--seconds", "0"),),
     "ixla-inspect": (("--static", PLUGIN), ("--static", "--json", PLUGIN)),
