@@ -75,9 +75,9 @@ std::string _buildId(const dl_phdr_info& iInfo)
 /// loader.
 extern "C" int _addLibrary(dl_phdr_info* iInfo, std::size_t, void* ioLibraries) noexcept
 {
-    auto& libraries = *static_cast<std::vector<LoadedLibrary>*>(ioLibraries);
     try
     {
+        auto& libraries = *static_cast<std::vector<LoadedLibrary>*>(ioLibraries);
         LoadedLibrary library;
         library.path = iInfo->dlpi_name;
         library.buildId = _buildId(*iInfo);

@@ -105,7 +105,14 @@ void PControlServer::run()
         }
     }
     fSocket.remove();
-    sayGoodbye();
+    try
+    {
+        sayGoodbye();
+    }
+    catch (const std::exception& problem)
+    {
+        (void)fServices.logger->error(0, L"[control] No last lines: %s", problem.what());
+    }
     fConnections.clear();
 }
 

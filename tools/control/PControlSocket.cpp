@@ -131,8 +131,8 @@ void PControlSocket::refuseLive() const
     }
 }
 
-// The mode of the descriptor becomes that of the file when it is created, whatever the umask of the
-// process permits; only bits of the umask itself are missing until chmod.
+// On Linux bind() creates the file with the mode of the descriptor, less the umask. So the file is
+// never open to others, and the umask of the process, which all threads share, stays as it is.
 void PControlSocket::listen(mode_t iMode)
 {
     fSocket = _newSocket(fPath);

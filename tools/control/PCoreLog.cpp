@@ -149,6 +149,18 @@ void PCoreLog::readPlugin(std::string_view iText)
     {
         readState(iText);
     }
+    else if (_skip(iText, "[ixlaUnloadPlugin] Remove interface ID: "))
+    {
+        removeInterface(iText);
+    }
+}
+
+void PCoreLog::removeInterface(std::string_view iID)
+{
+    for (LoggedPlugin& plugin : fPlugins)
+    {
+        std::erase(plugin.interfaces, iID);
+    }
 }
 
 void PCoreLog::readState(std::string_view iText)

@@ -47,6 +47,7 @@ private:
     void readStart(std::string_view iText);
     void readPlugin(std::string_view iText);
     void readState(std::string_view iText);
+    void removeInterface(std::string_view iID);
 
     bool fIsComplete = false;
     std::vector<LoggedPlugin> fPlugins;

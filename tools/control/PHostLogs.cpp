@@ -8,6 +8,7 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 #include <sys/stat.h>
 
 namespace fs = std::filesystem;
@@ -16,6 +17,7 @@ namespace
 {
 constexpr char kCoreName[] = "core";
 constexpr char kCoreTag[] = "Core";
+constexpr std::size_t kHeaderSize = 128; ///< enough for the fields before the text of a line
 constexpr std::string_view kLost = "[PLogger] Lost lines: ";
 
 /// Whether an open file is appended to. It may be another file when another thread closes it; its
@@ -31,14 +33,17 @@ bool _isAppended(int iDescriptor)
 /// The tag of the first line; empty when it is not that of a log.
 std::string _tagOf(const std::string& iPath)
 {
-    std::ifstream file(iPath);
+    char beginning[kHeaderSize];
+    std::ifstream file(iPath, std::ios::binary);
+    file.read(beginning, sizeof(beginning));
+    std::istringstream fields(std::string(beginning, static_cast<std::size_t>(file.gcount())));
     std::string day;
     std::string time;
     std::string thread;
     std::string kind;
     std::string tag;
-    file >> day >> time >> thread >> kind >> tag;
-    const bool isLog = file && day.size() == 10 && time.size() == 12 &&
+    fields >> day >> time >> thread >> kind >> tag;
+    const bool isLog = fields && day.size() == 10 && time.size() == 12 &&
                        thread.find(':') != std::string::npos && kind.size() == 1;
     return isLog ? tag : "";
 }

@@ -314,7 +314,6 @@ void PRequest::allow(std::initializer_list<const char*> iNames) const
 
 const PRequest::Value& PRequest::value(const std::string& iName, EType iType) const
 {
-    constexpr const char* kTypes[] = {"a text", "an integer", "true or false"};
     const auto found = fMembers.find(iName);
     if (found == fMembers.end())
     {
@@ -322,6 +321,7 @@ const PRequest::Value& PRequest::value(const std::string& iName, EType iType) co
     }
     if (found->second.type != iType)
     {
+        constexpr const char* kTypes[] = {"a text", "an integer", "true or false"};
         _refuse("\"" + iName + "\" is not " + kTypes[iType]);
     }
     return found->second;

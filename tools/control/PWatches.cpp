@@ -71,16 +71,17 @@ void PWatches::watchEvents(const PString& iTopic)
     checkRoom();
     const std::shared_ptr<PNoticeQueue> queue = fQueue;
     PSubscription subscription;
-    _require(subscription.subscribe(iTopic,
-                                    [queue](const PLiteral& iName, IBase* iObject, int iNumber)
-                                    {
-                                        PNotice notice;
-                                        notice.name = iName;
-                                        notice.number = iNumber;
-                                        notice.hasObject = iObject != nullptr;
-                                        queue->add(std::move(notice));
-                                    }),
-             iTopic);
+    _require(
+        subscription.subscribe(iTopic,
+                               [queue](const PLiteral& iName, const IBase* iObject, int iNumber)
+                               {
+                                   PNotice notice;
+                                   notice.name = iName;
+                                   notice.number = iNumber;
+                                   notice.hasObject = iObject != nullptr;
+                                   queue->add(std::move(notice));
+                               }),
+        iTopic);
     fTopics.emplace(iTopic, std::move(subscription));
 }
 

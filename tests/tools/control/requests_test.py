@@ -47,6 +47,15 @@ class Status(ControlTest):
         greeter = [i for i in self.result("status")["libraries"] if "greeter" in i["path"]]
         self.assertEqual(["com.example.greeter"], greeter[0]["interfaces"])
 
+    def test_omits_the_interfaces_of_an_unloaded_plugin(self):
+        host = self.start()
+        with open(self.dir / "core.log", "a", encoding="ascii") as log:
+            log.write(f"2026-05-04 10:25:01.007 {host.pid}:1 D Core [ixlaUnloadPlugin] Remove "
+                      "interface ID: com.example.greeter\n")
+        interfaces = [i["id"] for i in self.result("status")["interfaces"]]
+        self.assertIn("test.talker", interfaces)
+        self.assertNotIn("com.example.greeter", interfaces)
+
     def test_counts_lines_and_lost_lines(self):
         self.start()
         with open(self.dir / "core.log", "a", encoding="ascii") as log:
