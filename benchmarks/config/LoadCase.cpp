@@ -245,6 +245,12 @@ void _enter(Contest& ioContest, const std::string& iName)
         ioContest.enter<Load<PocoLoad, tPlace, tOrder>>(load, "poco");
         ioContest.enter<Load<GlibLoad, tPlace, tOrder>>(load, "glib");
     }
+    if constexpr (tPlace == BenchDir::eMemory)
+    {
+        const Case large{iName, {1000000}, 1};
+        ioContest.enter<Load<FloorLoad, tPlace, tOrder>>(large, "floor");
+        ioContest.enter<Load<OurLoad, tPlace, tOrder>>(large, "ours");
+    }
 }
 } // namespace
 

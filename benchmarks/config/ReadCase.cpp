@@ -12,6 +12,7 @@
 #include <Poco/NumberParser.h>
 #include <Poco/Util/LayeredConfiguration.h>
 #include <Poco/Util/MapConfiguration.h>
+#include <algorithm>
 #include <chrono>
 #include <mutex>
 #include <stop_token>
@@ -41,13 +42,20 @@ bool _isIn(ESource iPlace, ESource iSource)
 std::string _key(int iNumber, bool iAsked)
 {
     std::string digits = std::to_string(2 * iNumber + !iAsked);
-    digits.insert(0, 5 - digits.size(), '0');
+    digits.insert(0, digits.size() < 5 ? 5 - digits.size() : 0, '0');
     return "service.limit." + digits;
 }
 
+/// Six digits; the last one is that of the number.
 std::string _value(int iNumber)
 {
-    return std::to_string(100000 + iNumber);
+    return std::to_string(100000 + iNumber % 900000);
+}
+
+/// The number of keys in the sources other than the configuration itself.
+int _others(int iSize)
+{
+    return std::min(iSize, 10000);
 }
 
 std::wstring _widened(const std::string& iText)
@@ -65,6 +73,9 @@ public:
         for (int i = 0; i < iSize; ++i)
         {
             fill(fOwn, eOwn, i);
+        }
+        for (int i = 0; i < _others(iSize); ++i)
+        {
             fill(fStored, eStored, i);
             fill(fRunTime, eRunTime, i);
         }
@@ -164,7 +175,7 @@ public:
     {
         CoreHost::need(setup(iSize));
         fManager = CoreHost::get<IConfigManager>(kIxlaConfigManagerId);
-        for (int i = 0; i < iSize; ++i)
+        for (int i = 0; i < _others(iSize); ++i)
         {
             const std::wstring key = _widened(_key(i, _isIn(eRunTime, tSource)));
             fManager->setInt32(L"bench", key.c_str(), tSource == ePinned ? 0 : 100000 + i);
@@ -200,6 +211,9 @@ private:
             const std::string own = _key(i, _isIn(eOwn, tSource));
             setup.config += own + " = " + _value(i) + '\n';
             setup.config += tSource == ePinned ? own + ":const = true\n" : "";
+        }
+        for (int i = 0; i < _others(iSize); ++i)
+        {
             setup.store += "bench|" + _key(i, _isIn(eStored, tSource)) + " = " + _value(i) + '\n';
         }
         return setup;
@@ -360,6 +374,10 @@ void _enter(Contest& ioContest, const std::string& iSource)
         ioContest.enter<ReadBesideSetter<FloorTree<tSource>>>(beside, "floor, tree");
         ioContest.enter<ReadBesideSetter<FloorHash<tSource>>>(beside, "floor, hash");
         ioContest.enter<ReadBesideSetter<OurRead<tSource>>>(beside, "ours");
+
+        const Case large{text.name, {1000000}, 4000};
+        ioContest.enter<ReadText<FloorHash<tSource>>>(large, "floor, hash");
+        ioContest.enter<ReadText<OurRead<tSource>>>(large, "ours");
     }
 
     if constexpr (tSource != ePinned)

@@ -27,10 +27,12 @@ public:
     void add(std::wstring_view iTopic, std::shared_ptr<Listener> iListener)
     {
         const std::lock_guard lock(fMutex);
-        std::shared_ptr<const Listeners>& place = fTopics[std::wstring(iTopic)];
-        auto changed = place ? std::make_shared<Listeners>(*place) : std::make_shared<Listeners>();
-        changed->push_back(std::move(iListener));
-        place = std::move(changed);
+        std::shared_ptr<Listeners>& place = fTopics[std::wstring(iTopic)];
+        if (place.use_count() != 1)
+        {
+            place = place ? std::make_shared<Listeners>(*place) : std::make_shared<Listeners>();
+        }
+        place->push_back(std::move(iListener));
     }
 
     bool send(std::wstring_view iTopic, TEvent& ioEvent, int iParam)
@@ -56,7 +58,7 @@ private:
     typedef std::vector<std::shared_ptr<Listener>> Listeners;
 
     std::mutex fMutex;
-    TextMap<std::shared_ptr<const Listeners>> fTopics;
+    TextMap<std::shared_ptr<Listeners>> fTopics;
 };
 
 #endif

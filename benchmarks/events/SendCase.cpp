@@ -19,17 +19,21 @@
 
 namespace
 {
-constexpr int kTopics = 100;
+/// The number of topics. Many listeners have one topic.
+int _topicCount(int iListeners)
+{
+    return iListeners > 100 ? 1 : 100;
+}
 
 std::wstring _topic(int iNumber)
 {
     return L"com.kelvora.bench.topic." + std::to_wstring(iNumber);
 }
 
-std::vector<std::wstring> _topics()
+std::vector<std::wstring> _topics(int iListeners)
 {
     std::vector<std::wstring> topics;
-    for (int i = 0; i < kTopics; ++i)
+    for (int i = 0; i < _topicCount(iListeners); ++i)
     {
         topics.push_back(_topic(i));
     }
@@ -40,7 +44,9 @@ class FloorSend
 {
 public:
     explicit FloorSend(int iSize)
-        : fNames(_topics()), fOrder(kTopics), fListeners(static_cast<unsigned int>(iSize))
+        : fNames(_topics(iSize)),
+          fOrder(_topicCount(iSize)),
+          fListeners(static_cast<unsigned int>(iSize))
     {
         for (const std::wstring& name : fNames)
         {
@@ -109,7 +115,9 @@ class OurSend
 {
 public:
     explicit OurSend(int iSize)
-        : fNames(_topics()), fOrder(kTopics), fListeners(static_cast<unsigned int>(iSize))
+        : fNames(_topics(iSize)),
+          fOrder(_topicCount(iSize)),
+          fListeners(static_cast<unsigned int>(iSize))
     {
         CoreHost::need(HostSetup());
         fDispatcher = CoreHost::get<IEventDispatcher>(kIxlaEventDispatcherId);
@@ -158,7 +166,9 @@ class Signals2Send
 {
 public:
     explicit Signals2Send(int iSize)
-        : fNames(_topics()), fOrder(kTopics), fListeners(static_cast<unsigned int>(iSize))
+        : fNames(_topics(iSize)),
+          fOrder(_topicCount(iSize)),
+          fListeners(static_cast<unsigned int>(iSize))
     {
         for (const std::wstring& name : fNames)
         {
@@ -194,7 +204,9 @@ class PocoSend
 {
 public:
     explicit PocoSend(int iSize)
-        : fNames(_topics()), fOrder(kTopics), fListeners(static_cast<unsigned int>(iSize))
+        : fNames(_topics(iSize)),
+          fOrder(_topicCount(iSize)),
+          fListeners(static_cast<unsigned int>(iSize))
     {
         fTargets.resize(fListeners);
         for (const std::wstring& name : fNames)
@@ -249,4 +261,10 @@ void enterSend(Contest& ioContest)
     ioContest.enter<OurSend>(send, "ours");
     ioContest.enter<Signals2Send>(send, "signals2");
     ioContest.enter<PocoSend>(send, "poco");
+
+    const Case many{"send", {10000}, 4};
+    ioContest.enter<FloorSend>(many, "floor");
+    ioContest.enter<OurSend>(many, "ours");
+    ioContest.enter<Signals2Send>(many, "signals2");
+    ioContest.enter<PocoSend>(many, "poco");
 }

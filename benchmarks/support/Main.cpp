@@ -10,7 +10,7 @@
 #include "config/SetCase.h"
 #include "config/StoreCase.h"
 #include "events/SendCase.h"
-#include "events/UnsubscribeCase.h"
+#include "events/SubscriptionCase.h"
 #include "logging/FilteredCase.h"
 #include "logging/LogCase.h"
 #include "lookup/LookupCase.h"
@@ -37,7 +37,7 @@ int main(int iCount, char** iArguments)
     Contest contest;
     enterLookup(contest);
     enterSend(contest);
-    enterUnsubscribe(contest);
+    enterSubscriptions(contest);
     enterLog(contest);
     enterFiltered(contest);
     enterRead(contest);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "events/UnsubscribeCase.h"
+#include "events/SubscriptionCase.h"
 
 #include "IEventDispatcher.h"
 #include "PBaseptr.h"
@@ -18,7 +18,7 @@
 
 namespace
 {
-constexpr wchar_t kTopic[] = L"com.kelvora.bench.unsubscribed";
+constexpr wchar_t kTopic[] = L"com.kelvora.bench.subscribed";
 
 /// Subscribes all outside the measured time, and ends all subscriptions inside it.
 template <class TWork>
@@ -42,8 +42,29 @@ private:
     TWork fWork;
 };
 
-/// Takes the same time to remove any listener: a list in the order of subscription, and a hash of
-/// the listeners. The fastest for this, but an event would have to copy the list.
+/// Subscribes all inside the measured time.
+template <class TWork>
+class Subscribe
+{
+public:
+    explicit Subscribe(int iSize) : fWork(iSize)
+    {
+    }
+
+    double timedTurn()
+    {
+        Stopwatch watch;
+        const bool added = fWork.addAll();
+        const double seconds = watch.stop();
+        return fWork.removeAll() && added ? seconds : -1;
+    }
+
+private:
+    TWork fWork;
+};
+
+/// Takes the same time to add or remove any listener: a list in the order of subscription, and a
+/// hash of the listeners. The fastest for this, but an event would have to copy the list.
 class FloorListeners
 {
 public:
@@ -208,15 +229,20 @@ private:
 };
 } // namespace
 
-void enterUnsubscribe(Contest& ioContest)
+void enterSubscriptions(Contest& ioContest)
 {
     for (const int size : {100, 1000, 10000})
     {
-        Case unsubscribe{"unsubscribe", {size}, 2};
-        unsubscribe.countTurns = 1;
-        unsubscribe.operations = static_cast<unsigned int>(size);
-        ioContest.enter<Unsubscribe<FloorListeners>>(unsubscribe, "floor");
-        ioContest.enter<Unsubscribe<OurListeners>>(unsubscribe, "ours");
-        ioContest.enter<Unsubscribe<Signals2Listeners>>(unsubscribe, "signals2");
+        Case subscription{"subscribe", {size}, 2};
+        subscription.countTurns = 1;
+        subscription.operations = static_cast<unsigned int>(size);
+        ioContest.enter<Subscribe<FloorListeners>>(subscription, "floor");
+        ioContest.enter<Subscribe<OurListeners>>(subscription, "ours");
+        ioContest.enter<Subscribe<Signals2Listeners>>(subscription, "signals2");
+
+        subscription.name = "unsubscribe";
+        ioContest.enter<Unsubscribe<FloorListeners>>(subscription, "floor");
+        ioContest.enter<Unsubscribe<OurListeners>>(subscription, "ours");
+        ioContest.enter<Unsubscribe<Signals2Listeners>>(subscription, "signals2");
     }
 }
