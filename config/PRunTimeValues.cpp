@@ -68,27 +68,22 @@ int PRunTimeValues::nl_removeSet(const PLiteral& iID, const PLiteral& iKey,
     return PConfigRecords::_remove(*values, iKey, iAttribute);
 }
 
-int PRunTimeValues::nl_setShared(const PSharedValues& iValues, bool iPinned) noexcept
+int PRunTimeValues::nl_setShared(const PSharedValues& iValues, bool iPinned)
 {
-    int result = eIxlaOk;
-    for (const PSharedValues::Entry& value : iValues)
+    PConfigValues* table = nullptr;
+    int result = nl_findDynamicCfgValues(kIxlaGlobalConfigId, true, table);
+    for (const PSharedValues::Entry& entry : iValues)
     {
-        result = ixlaGuarded([&] { return nl_setOneShared(value, iPinned); });
-    }
-    return result;
-}
-
-int PRunTimeValues::nl_setOneShared(const PSharedValues::Entry& iValue, bool iPinned)
-{
-    PConfigValues* values = nullptr;
-    int result = nl_findDynamicCfgValues(kIxlaGlobalConfigId, true, values);
-    if (result == 0)
-    {
-        PConfigValue& value = PConfigRecords::_addNewValue(*values, iValue.key, iValue.text);
-        if (iPinned)
-        {
-            value.fAttributes.add(L"const", L"true");
-        }
+        result = ixlaGuarded(
+            [&]
+            {
+                PConfigValue& value = PConfigRecords::_addNewValue(*table, entry.key, entry.text);
+                if (iPinned)
+                {
+                    value.fAttributes.add(L"const", L"true");
+                }
+                return eIxlaOk;
+            });
     }
     return result;
 }

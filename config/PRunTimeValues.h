@@ -32,12 +32,11 @@ public:
     int nl_removeSet(const PLiteral& iID, const PLiteral& iKey, const PLiteral* iAttribute);
 
     /// Sets values of the ID that all plugins share; existing ones stay. With iPinned they get the
-    /// attribute "const". Returns the result of the last one, 0 or -501.
-    int nl_setShared(const PSharedValues& iValues, bool iPinned) noexcept;
+    /// attribute "const". Returns the result of the last one, 0 or -501. Throws std::bad_alloc
+    /// before the first one.
+    int nl_setShared(const PSharedValues& iValues, bool iPinned);
 
 private:
-    int nl_setOneShared(const PSharedValues::Entry& iValue, bool iPinned);
-
     /// By configuration ID. A table stays after its last key was removed.
     std::map<PString, PConfigValues, PLiteralLess> fDynamicValues;
 };

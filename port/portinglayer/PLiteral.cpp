@@ -89,6 +89,12 @@ bool PLiteral::startsWith(const wchar_t* iText, unsigned int iLen, bool iIgnoreC
 bool PLiteral::chr(wchar_t iChar, unsigned int& oPos, bool iFromEnd,
                    bool iIgnoreCase) const noexcept
 {
+    if (!iFromEnd && !iIgnoreCase)
+    {
+        const wchar_t* const found = std::wmemchr(fPtr, iChar, fLen);
+        oPos = found ? static_cast<unsigned int>(found - fPtr) : oPos;
+        return found != nullptr;
+    }
     const wchar_t wanted = iIgnoreCase ? _folded(iChar) : iChar;
     for (unsigned int i = 0; i < fLen; ++i)
     {
