@@ -4,10 +4,15 @@
 #include "Ixla.h"
 #include "helpers/ResultText.h"
 #include "helpers/Text.h"
+#include "host/PFilesCheck.h"
 #include "host/PNotifySocket.h"
+#include "host/PPluginsCheck.h"
+#include "host/PStartStatus.h"
+#include "host/PWatchdog.h"
 #include "shared/PKeyCheck.h"
 
 #include <cerrno>
+#include <ctime>
 #include <iostream>
 #include <system_error>
 #include <unistd.h>
@@ -24,12 +29,19 @@ std::string _systemText(int iError)
     return std::generic_category().message(iError);
 }
 
-void _notify(const char* iState)
+long _secondsEastOfUtc()
+{
+    const std::time_t now = std::time(nullptr);
+    std::tm local = {};
+    localtime_r(&now, &local);
+    return local.tm_gmtoff;
+}
+
+void _notify(const std::string& iState)
 {
     if (const int error = PNotifySocket::send(iState))
     {
-        _complain("cannot send " + std::string(iState) +
-                  " to NOTIFY_SOCKET: " + _systemText(error));
+        _complain("cannot send " + iState + " to NOTIFY_SOCKET: " + _systemText(error));
     }
 }
 
@@ -58,7 +70,15 @@ const char* _advise(int iResult)
 } // namespace
 
 PHost::PHost(const PHostOptions& iOptions, PStandardOutput& ioOutput)
-    : fOptions(iOptions), fOutput(ioOutput), fReadyFile(iOptions.fReadyFile)
+    : fOptions(iOptions),
+      fOutput(ioOutput),
+      fReadyFile(iOptions.fReadyFile),
+      fForeignExit([this] { fReadyFile.withdraw(); }),
+      fPlugins(std::make_unique<PPluginTable>()),
+      fLogPlace(iOptions),
+      fLog(fLogPlace.path(), *fPlugins),
+      fFatalSignals({*fPlugins, fLogPlace.path(), !fLogPlace.file().empty(), fLog.begin(),
+                     _secondsEastOfUtc()})
 {
 }
 
@@ -70,18 +90,19 @@ PHost::~PHost()
     }
 }
 
-EExitCode PHost::run()
+EHostExit PHost::run()
 {
     if (const int error = fReadyFile.prepare())
     {
         return complainOfReadyFile(error);
     }
-    EExitCode code = start();
+    EHostExit code = start();
     if (code != eExitOk)
     {
         return code;
     }
-    if (!fSignals.hasCome())
+    code = check();
+    if (code == eExitOk && !fSignals.hasCome())
     {
         code = initialise();
     }
@@ -105,35 +126,86 @@ std::size_t PHost::complainOfKeys() const
     return findings.size();
 }
 
-EExitCode PHost::start()
+EHostExit PHost::start()
 {
     // The start goes on without these keys.
     static_cast<void>(complainOfKeys());
-    const std::vector<PString>& arguments = fOptions.fCoreArguments;
-    const int result = ixlaStart(arguments.data(), static_cast<unsigned int>(arguments.size()));
+    const std::vector<PString>& arguments = fLogPlace.arguments();
+    int result = eIxlaOk;
+    {
+        const PStartStatus status(fLog, *fPlugins);
+        result = ixlaStart(arguments.data(), static_cast<unsigned int>(arguments.size()));
+        fStatus = status.hasSent() ? "Ready" : "";
+    }
     fStarted = result == eIxlaOk;
+    fLog.poll();
     if (fStarted)
     {
         return eExitOk;
     }
-    _complain("the core did not start: " + ixlaResultText(result));
-    tellLog();
-    if (const char* const advice = _advise(result))
-    {
-        _complain(advice);
-    }
+    complainOfStart(result);
     return eExitStartFailed;
 }
 
-EExitCode PHost::initialise() const
+void PHost::complainOfStart(int iResult)
 {
-    const EExitCode code = findRequired();
+    _complain("the core did not start: " + ixlaResultText(iResult));
+    if (*fPlugins->loading())
+    {
+        _complain(std::string("it was loading ") + fPlugins->loading());
+    }
+    tellErrors();
+    if (iResult == eIxlaInvalidArgument &&
+        !PKeyCheck::checkArguments(fOptions.fCoreArguments).empty())
+    {
+        _complain("correct the arguments of the warnings above");
+        return;
+    }
+    tellLog();
+    if (const char* const advice = _advise(iResult))
+    {
+        _complain(advice);
+    }
+}
+
+/// Reports what is missing from the start. Returns eExitOk unless that is a failure.
+EHostExit PHost::check()
+{
+    IBase* instance = nullptr;
+    const int result = ixlaGetInstance(kIxlaConfigManagerId, instance);
+    if (result != eIxlaOk)
+    {
+        _complain("the configuration manager cannot be asked: " + ixlaResultText(result));
+        return eExitHostFailed;
+    }
+    const PCoreConfig config(*static_cast<IConfigManager*>(instance), fOptions);
+    std::vector<PDegradation> found = PPluginsCheck(config, fLog, fLogPlace.file()).run();
+    for (const std::vector<PDegradation>& more :
+         {PFilesCheck::checkLog(fLogPlace, fLog), PFilesCheck(config, fOptions).run()})
+    {
+        found.insert(found.end(), more.begin(), more.end());
+    }
+    for (const PDegradation& degradation : found)
+    {
+        _complain("degraded: " + degradation.text);
+    }
+    if (!found.empty())
+    {
+        fStatus =
+            "Ready, degraded in " + std::to_string(found.size()) + " places: " + found.front().text;
+    }
+    return found.empty() || !fOptions.fStrict ? eExitOk : found.front().code;
+}
+
+EHostExit PHost::initialise()
+{
+    const EHostExit code = findRequired();
     return code == eExitOk ? initialiseRequired() : code;
 }
 
-EExitCode PHost::findRequired() const
+EHostExit PHost::findRequired() const
 {
-    EExitCode code = eExitOk;
+    EHostExit code = eExitOk;
     for (const std::string& id : fOptions.fRequired)
     {
         if (!ixlaIsInterfaceAvailable(ixlaWide(id)))
@@ -149,7 +221,7 @@ EExitCode PHost::findRequired() const
     return code;
 }
 
-EExitCode PHost::initialiseRequired() const
+EHostExit PHost::initialiseRequired()
 {
     for (const std::string& id : fOptions.fRequired)
     {
@@ -163,6 +235,8 @@ EExitCode PHost::initialiseRequired() const
         {
             _complain("the required interface " + id + " did not initialise: " +
                       (result == eIxlaOk ? "no instance" : ixlaResultText(result)));
+            fLog.poll();
+            tellErrors();
             tellLog();
             return eExitInterfaceFailed;
         }
@@ -170,14 +244,20 @@ EExitCode PHost::initialiseRequired() const
     return eExitOk;
 }
 
-EExitCode PHost::serve()
+EHostExit PHost::serve()
 {
     if (const int error = fReadyFile.publish())
     {
         return complainOfReadyFile(error);
     }
+    fLogPlace.endMemory();
     say("ready, process " + std::to_string(getpid()));
     _notify("READY=1");
+    if (!fStatus.empty())
+    {
+        _notify("STATUS=" + fStatus);
+    }
+    const PWatchdog watchdog;
     std::optional<std::chrono::seconds> limit;
     if (fOptions.fSeconds != PHostOptions::eNoLimit)
     {
@@ -187,16 +267,16 @@ EExitCode PHost::serve()
     return eExitOk;
 }
 
-EExitCode PHost::stop(EExitCode iSoFar)
+EHostExit PHost::stop(EHostExit iSoFar)
 {
     const int error = fReadyFile.withdraw();
-    const EExitCode code = error == 0 || iSoFar != eExitOk ? iSoFar : complainOfReadyFile(error);
+    const EHostExit code = error == 0 || iSoFar != eExitOk ? iSoFar : complainOfReadyFile(error);
     _notify("STOPPING=1");
     fStarted = false;
     const int result = ixlaStop();
     if (result == eIxlaOk)
     {
-        const EExitCode said = say("stopped");
+        const EHostExit said = say("stopped");
         return code == eExitOk ? said : code;
     }
     _complain("the stop failed: " + ixlaResultText(result));
@@ -205,14 +285,14 @@ EExitCode PHost::stop(EExitCode iSoFar)
 }
 
 // Flushes each line, for readers of a pipe.
-EExitCode PHost::say(const std::string& iText)
+EHostExit PHost::say(const std::string& iText)
 {
     std::cout << "ixla-host: " << iText << '\n';
     const int error = fOutput.flush();
     return error == 0 || error == EPIPE ? eExitOk : eExitOutputFailed;
 }
 
-EExitCode PHost::complainOfReadyFile(int iError) const
+EHostExit PHost::complainOfReadyFile(int iError) const
 {
     _complain("the ready file " + fOptions.fReadyFile +
               (iError == EEXIST ? " is not a regular file; choose another one"
@@ -220,13 +300,22 @@ EExitCode PHost::complainOfReadyFile(int iError) const
     return eExitReadyFile;
 }
 
+/// Prints the new error lines of the core's log.
+void PHost::tellErrors()
+{
+    for (const std::string& error : fLog.takeErrors())
+    {
+        _complain("the core reports: " + error);
+    }
+}
+
 void PHost::tellLog() const
 {
-    const std::string path = fOptions.pathOf(L"core.log.file");
+    const std::string& path = fLogPlace.file();
     const int error = access(path.c_str(), R_OK) == 0 ? 0 : errno;
     if (path.empty())
     {
-        _complain("the argument core.log.file=FILE enables a log with the reason");
+        _complain("the argument core.log.file=FILE enables a log with all details");
     }
     else if (error == 0)
     {
@@ -234,8 +323,7 @@ void PHost::tellLog() const
     }
     else
     {
-        _complain(
-            "there is no core log " + path + ": " + _systemText(error) +
-            "; with LOG_IXLACORE=1 in the environment it also goes to the standard error stream");
+        _complain("there is no core log " + path + ": " + _systemText(error) +
+                  "; correct the argument core.log.file");
     }
 }

@@ -3,13 +3,18 @@
 #ifndef IXLAL_TOOLS_PHOST_H
 #define IXLAL_TOOLS_PHOST_H
 
-#include "host/EExitCode.h"
+#include "host/EHostExit.h"
+#include "host/PCoreLogPlace.h"
+#include "host/PFatalSignals.h"
+#include "host/PForeignExit.h"
 #include "host/PHostOptions.h"
+#include "host/PLogFollower.h"
 #include "host/PReadyFile.h"
 #include "host/PStopSignals.h"
 #include "shared/PStandardOutput.h"
 
 #include <cstddef>
+#include <memory>
 #include <string>
 
 class PHost
@@ -27,29 +32,38 @@ public:
 
     /// Starts the core, waits for a signal or the time limit, and stops the core. A signal that
     /// arrives during the start stops the core after the start.
-    EExitCode run();
+    EHostExit run();
 
 private:
     /// Prints a line for each misspelt or misplaced key of the core, and each wrong value, in the
     /// arguments and in the property file. Returns how many there are.
     std::size_t complainOfKeys() const;
-    EExitCode start();
-    EExitCode initialise() const;
-    EExitCode findRequired() const;
-    EExitCode initialiseRequired() const;
-    EExitCode serve();
-    EExitCode stop(EExitCode iSoFar);
+    EHostExit start();
+    EHostExit check();
+    EHostExit initialise();
+    EHostExit findRequired() const;
+    EHostExit initialiseRequired();
+    EHostExit serve();
+    EHostExit stop(EHostExit iSoFar);
     /// Returns eExitOutputFailed when some output could not be written. The exit of a reader is not
     /// an error.
-    EExitCode say(const std::string& iText);
-    EExitCode complainOfReadyFile(int iError) const;
+    EHostExit say(const std::string& iText);
+    EHostExit complainOfReadyFile(int iError) const;
+    void complainOfStart(int iResult);
+    void tellErrors();
     void tellLog() const;
 
     const PHostOptions& fOptions;
     PStandardOutput& fOutput;
     PStopSignals fSignals;
     PReadyFile fReadyFile;
+    PForeignExit fForeignExit;                    // after fReadyFile, which it removes
+    const std::unique_ptr<PPluginTable> fPlugins; // large
+    PCoreLogPlace fLogPlace;
+    PLogFollower fLog;
+    PFatalSignals fFatalSignals;
     bool fStarted = false;
+    std::string fStatus; ///< for the service manager; empty for none
 };
 
 #endif

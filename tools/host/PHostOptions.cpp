@@ -2,7 +2,7 @@
 #include "host/PHostOptions.h"
 
 #include "helpers/Text.h"
-#include "host/EExitCode.h"
+#include "host/EHostExit.h"
 #include "portinglayer/PUtf8.h"
 #include "portinglayer/PUtils.h"
 
@@ -26,12 +26,19 @@ constexpr char kFooter[] =
     "  5      the ready file cannot be written or removed\n"
     "  6      the stop failed\n"
     "  7      the host itself failed, for lack of memory or threads\n"
+    "  8      with --strict: the plugins directory cannot be read\n"
+    "  9      with --strict: a name in a list of plugins matches nothing\n"
+    "  10     with --strict: a plugin of the autostart list failed\n"
+    "  11     with --strict: the core log cannot be written\n"
+    "  12     with --strict: the store or a configuration file is ignored\n"
+    "  13     a plugin ended the process with exit\n"
     "  128+N  a second signal, number N, ended the process\n"
     "\n"
     "Examples:\n"
     "  ixla-host --prs /etc/ixlal/core.prs --require com.example.ixla.hello\n"
     "  ixla-host --seconds 0 core.plugins.dir=plugins core.plugins.config.dir=config \\\n"
     "            core.plugins.log.dir=log core.log.file=core.log\n"
+    "  ixla-host --strict --prs core.prs\n"
     "  ixla-host --prs core.prs --ready-file /run/ixlal.ready &";
 
 std::string _checkArgument(const std::string& iArgument)
@@ -108,6 +115,7 @@ void PHostOptions::read(CLI::App& ioApp, int iCount, const char* const* iArgumen
                     "File with the process number while everything is ready")
         ->option_text("FILE")
         ->check(_checkText);
+    ioApp.add_flag("--strict", fStrict, "Treat a degraded start as a failed one");
     ioApp
         .add_option_function<std::string>(
             "--seconds", [this](const std::string& text) { fSeconds = _toSeconds(text); },
@@ -137,18 +145,26 @@ void PHostOptions::collect(const std::string& iPropertyFile,
     }
 }
 
-std::string PHostOptions::pathOf(const wchar_t* iKey) const
+bool PHostOptions::find(const wchar_t* iKey, PString& oValue) const
 {
-    PString path;
+    bool found = false;
     for (const PString& argument : fCoreArguments)
     {
         PString key;
         PString value;
         if (PUtils::getKeyValue(argument, key, value, L'=') == 0 && key.cmp(iKey) == 0)
         {
-            path = value; // the last one counts, as in the core
+            oValue = value;
+            found = true;
         }
     }
+    return found;
+}
+
+std::string PHostOptions::pathOf(const wchar_t* iKey) const
+{
+    PString path;
+    find(iKey, path); // the path stays empty without the argument
     PUtils::fixFileSeparator(path);
     return _toPath(path);
 }

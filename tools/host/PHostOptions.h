@@ -25,6 +25,10 @@ public:
     /// text is printed then, and oExitCode is set.
     bool parse(int iCount, const char* const* iArguments, int& oExitCode);
 
+    /// Finds the value of the core argument iKey; the last one counts, as in the core. Returns
+    /// false when it is not among the arguments.
+    bool find(const wchar_t* iKey, PString& oValue) const;
+
     /// The path that the core argument iKey names; empty when it is not among the arguments.
     std::string pathOf(const wchar_t* iKey) const;
 
@@ -32,6 +36,7 @@ public:
     std::vector<std::string> fRequired;  ///< interface IDs
     std::string fReadyFile;              ///< empty for none
     int fSeconds = eNoLimit;             ///< from ready to stop
+    bool fStrict = false;                ///< whether a degraded start is a failed one
 
 private:
     void read(CLI::App& ioApp, int iCount, const char* const* iArguments);

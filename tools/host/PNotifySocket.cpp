@@ -10,11 +10,26 @@
 #include <sys/socket.h>
 #include <sys/un.h>
 
-int PNotifySocket::send(std::string_view iState)
+namespace
+{
+/// The path of the socket; empty without one.
+const char* _socketName()
 {
     // NOLINTNEXTLINE(concurrency-mt-unsafe): the host never changes the environment
     const char* const name = std::getenv("NOTIFY_SOCKET");
-    if (!name || !*name)
+    return name ? name : "";
+}
+} // namespace
+
+bool PNotifySocket::isSet()
+{
+    return *_socketName() != '\0';
+}
+
+int PNotifySocket::send(std::string_view iState)
+{
+    const char* const name = _socketName();
+    if (!*name)
     {
         return 0;
     }

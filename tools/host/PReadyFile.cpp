@@ -88,5 +88,5 @@ int PReadyFile::publish()
 
 int PReadyFile::withdraw()
 {
-    return std::exchange(fPublished, false) ? _remove(fPath) : 0;
+    return fPublished.exchange(false) ? _remove(fPath) : 0;
 }

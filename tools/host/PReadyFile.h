@@ -3,6 +3,7 @@
 #ifndef IXLAL_TOOLS_PREADYFILE_H
 #define IXLAL_TOOLS_PREADYFILE_H
 
+#include <atomic>
 #include <string>
 
 /// Members return 0 or the errno of the failed call. With an empty path all of them do nothing.
@@ -24,12 +25,12 @@ public:
     /// Creates the file atomically.
     int publish();
 
-    /// Removes the file if this object created it.
+    /// Removes the file if this object created it. [any thread]
     int withdraw();
 
 private:
     const std::string fPath;
-    bool fPublished = false;
+    std::atomic<bool> fPublished{false};
 };
 
 #endif

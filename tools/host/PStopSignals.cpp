@@ -116,7 +116,10 @@ void PStopSignals::take(int iSignal)
         dprintf(STDERR_FILENO, "ixla-host: SIG%s again, exiting at once\n", name);
         _exit(kSignalled + iSignal);
     }
-    dprintf(STDERR_FILENO, "ixla-host: SIG%s, stopping; a second signal exits at once\n", name);
+    const char* const advice =
+        iSignal == SIGHUP ? "there is no reload, restart the host to read its files again; " : "";
+    dprintf(STDERR_FILENO, "ixla-host: SIG%s, stopping; %sa second signal exits at once\n", name,
+            advice);
     {
         const std::lock_guard<std::mutex> lock(fMutex);
         fHasCome = true;

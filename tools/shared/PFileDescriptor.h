@@ -20,6 +20,19 @@ public:
         close(); // ignores the result; callers that need it call close() before
     }
 
+    PFileDescriptor(PFileDescriptor&& ioOther) noexcept
+        : fDescriptor(std::exchange(ioOther.fDescriptor, -1))
+    {
+    }
+
+    /// Closes the own descriptor first.
+    PFileDescriptor& operator=(PFileDescriptor&& ioOther) noexcept
+    {
+        close();
+        fDescriptor = std::exchange(ioOther.fDescriptor, -1);
+        return *this;
+    }
+
     PFileDescriptor(const PFileDescriptor&) = delete;
     PFileDescriptor& operator=(const PFileDescriptor&) = delete;
 

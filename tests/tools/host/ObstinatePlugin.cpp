@@ -2,8 +2,10 @@
 // A plugin that does what OBSTINATE in the environment says, whenever it is asked to initialise or
 // to go.
 
+#include "IConfigManager.h"
 #include "IPlugin.h"
 #include "Ixla.h"
+#include "PBaseptr.h"
 #include "plugins/Counted.h"
 
 #include <chrono>
@@ -11,6 +13,7 @@
 #include <cstdlib>
 #include <string>
 #include <thread>
+#include <unistd.h>
 
 namespace
 {
@@ -24,6 +27,34 @@ void _say(const char* iText)
 {
     std::fputs(iText, stdout);
     std::fflush(stdout);
+}
+
+/// Waits until the test creates a file in the working directory.
+void _awaitFile(const char* iName)
+{
+    while (access(iName, F_OK) != 0)
+    {
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+}
+
+void _exitOnRequest()
+{
+    _awaitFile("exit");
+    std::exit(0);
+}
+
+/// Reads a configuration, and so holds the lock of the manager meanwhile.
+void _loadOnRequest()
+{
+    _awaitFile("load");
+    IBase* instance = nullptr;
+    if (ixlaGetInstance(kIxlaConfigManagerId, instance) == eIxlaOk)
+    {
+        PBaseptr<IConfig> config;
+        const PBaseptr<IConfigManager> manager(static_cast<IConfigManager*>(instance));
+        manager->loadByID(L"test.pipe", config);
+    }
 }
 
 void _sleepForEver()
@@ -57,6 +88,30 @@ public:
         {
             std::this_thread::sleep_for(std::chrono::milliseconds(300));
         }
+        if (_is("wait in init"))
+        {
+            _awaitFile("go");
+        }
+        if (_is("load on request"))
+        {
+            std::thread(_loadOnRequest).detach();
+        }
+        if (_is("exit in init"))
+        {
+            std::exit(3);
+        }
+        if (_is("quick exit in a thread"))
+        {
+            std::thread([] { std::quick_exit(0); }).join();
+        }
+        if (_is("exit in a thread"))
+        {
+            std::thread([] { std::exit(0); }).join();
+        }
+        if (_is("exit on request"))
+        {
+            std::thread(_exitOnRequest).detach();
+        }
         if (_is("threads"))
         {
             std::thread(_sleepForEver).detach();
@@ -80,5 +135,13 @@ public:
 
 IPlugin* ixlaGetPlugin()
 {
+    if (_is("wait in the factory"))
+    {
+        _awaitFile("go");
+    }
+    if (_is("exit in the factory"))
+    {
+        std::exit(1);
+    }
     return new ObstinatePlugin;
 }

@@ -7,77 +7,11 @@ import re
 import shutil
 import signal
 import socket
-import subprocess
-import sys
-import tempfile
 import time
 import unittest
 from pathlib import Path
 
-HOST, PLUGIN = sys.argv.pop(1), sys.argv.pop(1)
-LIMIT = 30  # seconds for short operations
-
-
-class HostTest(unittest.TestCase):
-    def setUp(self):
-        temporary = tempfile.TemporaryDirectory()
-        self.addCleanup(temporary.cleanup)
-        self.dir = Path(temporary.name)
-        for name in ("plugins", "config", "log"):
-            (self.dir / name).mkdir()
-        shutil.copy(PLUGIN, self.dir / "plugins")
-        self.write("config/ixlap.configmanager.prs", "ixlap.configmanager.store.file = store.txt\n")
-        self.write("core.prs", "core.plugins.dir = plugins\n"
-                               "core.plugins.config.dir = config\n"
-                               "core.plugins.log.dir = log\n"
-                               "core.free.plugins.lib = false\n")
-
-    def write(self, name, text):
-        (self.dir / name).write_text(text)
-
-    def launch(self, *arguments, behaviour="", **options):
-        options.setdefault("stdout", subprocess.PIPE)
-        environment = {**os.environ, "OBSTINATE": behaviour, **options.pop("environment", {})}
-        host = subprocess.Popen([HOST, *arguments], cwd=self.dir, env=environment, text=True,
-                                stderr=subprocess.PIPE, **options)
-        self.addCleanup(self.end, host)
-        return host
-
-    @staticmethod
-    def end(host):
-        if host.poll() is None:
-            host.kill()
-        host.communicate()
-
-    def run_host(self, *arguments, **options):
-        host = self.launch(*arguments, **options)
-        out, err = host.communicate(timeout=LIMIT)
-        return host.returncode, out, err
-
-    def serve(self, *arguments, **options):
-        """A host that has reported that it is ready."""
-        host = self.launch("--prs", "core.prs", *arguments, **options)
-        self.await_line(host, f"ixla-host: ready, process {host.pid}\n")
-        return host
-
-    def await_line(self, host, wanted):
-        for line in host.stdout:
-            if line == wanted:
-                return
-        self.fail(f"never said {wanted!r}: {host.stderr.read()}")
-
-    def finish(self, host):
-        out, err = host.communicate(timeout=LIMIT)
-        return host.returncode, out, err
-
-    def wait_for_text(self, stream, wanted):
-        """Reads until wanted arrives; returns the text."""
-        text = ""
-        while wanted not in text:
-            line = stream.readline()
-            self.assertTrue(line, f"never said {wanted!r}: {text}")
-            text += line
-        return text
+from host_case import HostTest, LIMIT, PLUGIN
 
 
 class Stopping(HostTest):
@@ -287,12 +221,17 @@ class FailedStart(HostTest):
         return err
 
     def test_reports_the_result_and_how_to_enable_a_log(self):
+        err = self.fails("core.plugins.dir=plugins")
+        self.assertIn("ixla-host: the core did not start: -1010 (eIxlaMissingCoreKey: ", err)
+        self.assertIn("ixla-host: the argument core.log.file=FILE enables a log with all details\n",
+                      err)
+
+    def test_reports_an_argument_that_is_refused(self):
         err = self.fails("core.log.level=high")
         self.assertEqual("ixla-host: warning: argument core.log.level=high: \"high\" is not a "
                          "number of 32 bits; the start fails with -502\n"
                          "ixla-host: the core did not start: -502 (eIxlaInvalidArgument: invalid "
-                         "argument)\nixla-host: the argument core.log.file=FILE enables a log "
-                         "with the reason\n", err)
+                         "argument)\nixla-host: correct the arguments of the warnings above\n", err)
 
     def test_names_the_existing_log(self):
         err = self.fails("core.log.file = sub\\core.log", "core.plugins.dir=plugins")
@@ -317,6 +256,27 @@ class FailedStart(HostTest):
         self.write("Größe 7/libwrong.so", "no library")
         self.fails("--prs", "core.prs", "core.plugins.dir=Größe 7", "core.log.file=Prüfung.log")
         self.assertIn("Größe 7/libwrong.so", (self.dir / "Prüfung.log").read_text())
+
+
+class Exit(HostTest):
+    def test_of_a_plugin_has_a_code_of_its_own(self):
+        for behaviour, call in (("exit in the factory", "exit(1)"), ("exit in init", "exit(3)"),
+                                ("exit in a thread", "exit(0)"),
+                                ("quick exit in a thread", "quick_exit")):
+            with self.subTest(behaviour):
+                code, _, err = self.run_host("--prs", "core.prs", "core.autostart.list=obstinate",
+                                             behaviour=behaviour)
+                self.assertEqual(13, code, err)
+                self.assertIn(f"ixla-host: libobstinate.so has called {call}, which ends the host;",
+                              err)
+
+    def test_of_a_plugin_removes_the_ready_file(self):
+        host = self.serve("--ready-file", "ready", "core.autostart.list=obstinate",
+                          behaviour="exit on request")
+        self.assertTrue((self.dir / "ready").exists())
+        self.write("exit", "")
+        self.assertEqual(13, self.finish(host)[0])
+        self.assertEqual([], list(self.dir.glob("ready*")))
 
 
 class CommandLine(HostTest):

@@ -1,0 +1,99 @@
+# SPDX-License-Identifier: MIT
+"""The fixture of the tests of ixla-host; the arguments of each are HOST PLUGIN."""
+
+import os
+import re
+import resource
+import shutil
+import subprocess
+import sys
+import tempfile
+import unittest
+from pathlib import Path
+
+HOST, PLUGIN = sys.argv.pop(1), sys.argv.pop(1)
+LIMIT = 30  # seconds for short operations
+
+
+class HostTest(unittest.TestCase):
+    def setUp(self):
+        temporary = tempfile.TemporaryDirectory()
+        self.addCleanup(temporary.cleanup)
+        self.dir = Path(temporary.name)
+        self.dir.chmod(0o755)
+        for name in ("plugins", "config", "log"):
+            (self.dir / name).mkdir()
+        shutil.copy(PLUGIN, self.dir / "plugins")
+        self.write("config/ixlap.configmanager.prs", "ixlap.configmanager.store.file = store.txt\n")
+        self.write("core.prs", "core.plugins.dir = plugins\n"
+                               "core.plugins.config.dir = config\n"
+                               "core.plugins.log.dir = log\n"
+                               "core.free.plugins.lib = false\n")
+
+    def write(self, name, text):
+        (self.dir / name).write_text(text)
+
+    def launch(self, *arguments, behaviour="", **options):
+        options.setdefault("stdout", subprocess.PIPE)
+        environment = {**os.environ, "OBSTINATE": behaviour, **options.pop("environment", {})}
+        host = subprocess.Popen([HOST, *arguments], cwd=self.dir, env=environment, text=True,
+                                stderr=subprocess.PIPE, **options)
+        self.addCleanup(self.end, host)
+        return host
+
+    @staticmethod
+    def end(host):
+        if host.poll() is None:
+            host.kill()
+        host.communicate()
+
+    def run_host(self, *arguments, **options):
+        host = self.launch(*arguments, **options)
+        out, err = host.communicate(timeout=LIMIT)
+        return host.returncode, out, err
+
+    def serve(self, *arguments, **options):
+        """A host that has reported that it is ready."""
+        host = self.launch("--prs", "core.prs", *arguments, **options)
+        self.await_line(host, f"ixla-host: ready, process {host.pid}\n")
+        return host
+
+    def await_line(self, host, wanted):
+        for line in host.stdout:
+            if line == wanted:
+                return
+        self.fail(f"never said {wanted!r}: {host.stderr.read()}")
+
+    def finish(self, host):
+        out, err = host.communicate(timeout=LIMIT)
+        return host.returncode, out, err
+
+    def wait_for_text(self, stream, wanted):
+        """Reads until wanted arrives; returns the text."""
+        text = ""
+        while wanted not in text:
+            line = stream.readline()
+            self.assertTrue(line, f"never said {wanted!r}: {text}")
+            text += line
+        return text
+
+    def nobody(self):
+        """A user without rights in the directory of the test."""
+        if os.geteuid() != 0:
+            self.skipTest("only root can run the host as another user")
+        (self.dir / "log").chmod(0o777)
+        return "nobody"
+
+    @staticmethod
+    def without_room():
+        """Lets every write to a file fail."""
+        resource.setrlimit(resource.RLIMIT_FSIZE, (0, 0))
+
+    def make_pipe(self, name):
+        os.mkfifo(self.dir / name)
+
+    @staticmethod
+    def library_of(name):
+        """The path of a library that the host has loaded."""
+        listed = subprocess.run(["ldd", HOST], check=True, capture_output=True, text=True).stdout
+        return re.search(rf"{re.escape(name)} => (\S+)", listed).group(1)

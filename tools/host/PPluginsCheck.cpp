@@ -1,0 +1,184 @@
+// SPDX-License-Identifier: MIT
+#include "host/PPluginsCheck.h"
+
+#include "helpers/ResultText.h"
+#include "helpers/Text.h"
+#include "portinglayer/PLibrary.h"
+#include "shared/ToolTexts.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <dirent.h>
+#include <dlfcn.h>
+#include <memory>
+#include <system_error>
+#include <unistd.h>
+
+namespace
+{
+constexpr wchar_t kDirKey[] = L"core.plugins.dir";
+constexpr wchar_t kLoadKey[] = L"core.load.plugin.list";
+constexpr wchar_t kAutostartKey[] = L"core.autostart.list";
+constexpr char kFactory[] = "_Z13ixlaGetPluginv";
+
+/// The errno of reading a directory; 0 if it can be read.
+int _readDirectory(const std::string& iPath)
+{
+    const std::unique_ptr<DIR, int (*)(DIR*)> directory(opendir(iPath.c_str()), &closedir);
+    if (!directory)
+    {
+        return errno;
+    }
+    errno = 0;
+    readdir(directory.get()); // NOLINT(concurrency-mt-unsafe): no other thread uses the stream
+    return errno;
+}
+
+/// The file of a library with a short name, as the core completes it.
+PString _fileOf(const PString& iName)
+{
+    PString file = iName;
+    // For lack of memory the name stays as it is, and is reported.
+    static_cast<void>(PLibrary::fixLibName(file));
+    return file;
+}
+
+bool _isLoadedPlugin(const std::string& iPath)
+{
+    void* const library = dlopen(iPath.c_str(), RTLD_LAZY | RTLD_NOLOAD);
+    if (!library)
+    {
+        return false;
+    }
+    const bool hasFactory = dlsym(library, kFactory) != nullptr;
+    dlclose(library); // cannot fail: the core holds the library
+    return hasFactory;
+}
+} // namespace
+
+PPluginsCheck::PPluginsCheck(const PCoreConfig& iConfig, const PLogFollower& iLog,
+                             const std::string& iLogFile)
+    : fConfig(iConfig), fLog(iLog), fLogFile(iLogFile), fDirectory(iConfig.valueOf(kDirKey))
+{
+}
+
+std::vector<PDegradation> PPluginsCheck::run()
+{
+    if (checkDirectory())
+    {
+        checkLoadList();
+        checkAutostartList();
+    }
+    checkAutostartResults();
+    return std::move(fFound);
+}
+
+bool PPluginsCheck::checkDirectory()
+{
+    const int error = _readDirectory(utf8Text(fDirectory));
+    if (error != 0)
+    {
+        add(eExitPluginsDir, "no plugin is loaded: the directory " + quotedText(fDirectory) +
+                                 " cannot be read: " + std::generic_category().message(error) +
+                                 "; correct " + fConfig.placeOf(kDirKey));
+    }
+    return error == 0;
+}
+
+void PPluginsCheck::checkLoadList()
+{
+    for (const PString& name : namesOf(kLoadKey))
+    {
+        const PString file = _fileOf(name);
+        const bool exists = access(pathOf(file).c_str(), F_OK) == 0;
+        if (!exists || !_isLoadedPlugin(pathOf(file)))
+        {
+            add(eExitListedName, quotedText(name) + " of core.load.plugin.list matches nothing: " +
+                                     (exists ? shownText(file) + " has no factory ixlaGetPlugin"
+                                             : "there is no " + shownText(ixlaWide(pathOf(file)))) +
+                                     "; correct " + fConfig.placeOf(kLoadKey));
+        }
+    }
+}
+
+void PPluginsCheck::checkAutostartList()
+{
+    for (const PString& name : namesOf(kAutostartKey))
+    {
+        const PString file = _fileOf(name);
+        const std::string reason = reasonOfAbsence(file);
+        if (!reason.empty())
+        {
+            add(eExitListedName, quotedText(name) + " of core.autostart.list matches nothing: " +
+                                     reason + "; correct " + fConfig.placeOf(kAutostartKey));
+        }
+    }
+}
+
+/// Why a library of the autostart list is no plugin of the core; empty if it is one.
+std::string PPluginsCheck::reasonOfAbsence(const PString& iFile) const
+{
+    const std::string path = pathOf(iFile);
+    if (access(path.c_str(), F_OK) != 0)
+    {
+        return "there is no " + shownText(ixlaWide(path));
+    }
+    if (!isListedForLoading(iFile))
+    {
+        return "core.load.plugin.list does not name " + shownText(iFile);
+    }
+    return _isLoadedPlugin(path) ? "" : shownText(iFile) + " has no factory ixlaGetPlugin";
+}
+
+bool PPluginsCheck::isListedForLoading(const PString& iFile) const
+{
+    const std::vector<PString> names = namesOf(kLoadKey);
+    return names.empty() ||
+           std::any_of(names.begin(), names.end(),
+                       [&](const PString& iName) { return _fileOf(iName).cmp(iFile) == 0; });
+}
+
+void PPluginsCheck::checkAutostartResults()
+{
+    for (const PLogFollower::AutostartFailure& failure : fLog.autostartFailures())
+    {
+        const std::string who = failure.library.empty()
+                                    ? "a plugin of core.autostart.list (" +
+                                          shownText(fConfig.valueOf(kAutostartKey)) + ")"
+                                    : failure.library + " of core.autostart.list";
+        add(eExitAutostart, who + " did not initialise: " + ixlaResultText(failure.code) +
+                                "; read the plugin's own log and " +
+                                (fLogFile.empty() ? "a core log, which core.log.file=FILE enables"
+                                                  : "the core log " + fLogFile));
+    }
+    if (fLog.isBlind() && !namesOf(kAutostartKey).empty())
+    {
+        add(eExitAutostart,
+            "the results of core.autostart.list are unknown, because the host cannot "
+            "read the core log; remove core.log.enable=false, let "
+            "core.log.file name an ordinary file, and give a log with a limit "
+            "some core.log.parts");
+    }
+}
+
+std::vector<PString> PPluginsCheck::namesOf(const wchar_t* iKey) const
+{
+    std::vector<PString> names;
+    PString list = fConfig.valueOf(iKey);
+    PString name;
+    while (PLiteral::getNextToken(list, name, L',') == 0)
+    {
+        names.push_back(name);
+    }
+    return names;
+}
+
+std::string PPluginsCheck::pathOf(const PString& iFile) const
+{
+    return utf8Text(fDirectory) + "/" + utf8Text(iFile);
+}
+
+void PPluginsCheck::add(EHostExit iCode, const std::string& iText)
+{
+    fFound.push_back({iCode, iText});
+}
