@@ -41,6 +41,7 @@ def fill(directory):
     for name in ("plugins", "config", "log"):
         (directory / name).mkdir()
     (directory / "config/ixlap.configmanager.prs").write_text(MANAGER, encoding="utf-8")
+    (directory / "config/service.prs").touch()
     (directory / "core.prs").write_text(CORE, encoding="utf-8")
 
 
