@@ -16,6 +16,7 @@ SYSTEM = ("libc.so", "libc-", "libpthread", "libstdc++", "libgcc_s", "libm.so", 
           "ld-linux", "ld-2", "linux-gate", "[vdso]")
 SYSTEM_SOURCES = ("/usr/include/", "/usr/lib/")  # inlined in other libraries
 OWN = "libixlal."
+FORWARDER = "ixlaGetInstance"  # of ixla-host, which passes calls on to the core
 BLOCK = 0x600  # bytes of a thread's control block that have its number
 
 # The number of the system call futex, with the register of its address.
@@ -77,7 +78,8 @@ class Thread:
     def place(self) -> str:
         """The innermost function of a plugin or of the host, or of the core without one."""
         ours = [frame for frame in self.frames if frame.library and not frame.is_system]
-        foreign = [frame for frame in ours if not frame.library.startswith(OWN)]
+        foreign = [frame for frame in ours
+                   if not frame.library.startswith(OWN) and frame.name != FORWARDER]
         return str((foreign or ours or [""])[0])
 
     @functools.cached_property
