@@ -67,6 +67,11 @@ extern "C" [[gnu::visibility("default")]] long long benchSizeProbe(ESized iWhat,
     const HostSetup setup = _setup(iWhat, iCount);
     const auto listeners = _listeners(iWhat, iCount);
     PBaseptr<IConfig> config;
+    if (iWhat == eKeys)
+    {
+        // The core's host keeps a copy of the file's text.
+        CoreHost::need(setup);
+    }
     const long long before = Allocations::held();
     CoreHost::need(setup);
     int result = CoreHost::get<IConfigManager>(kIxlaConfigManagerId)->loadByID(L"bench", config);
