@@ -247,7 +247,7 @@ int PEventDispatcher::nl_addListener(const PLiteral& iTopic, IEventListener* iLi
     {
         return nl_addTopic(iTopic, iListener);
     }
-    if (topic->second->find(iListener) != topic->second->end())
+    if (topic->second->has(iListener))
     {
         return eIxlaListenerExists;
     }

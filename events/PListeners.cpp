@@ -10,6 +10,9 @@
 
 namespace
 {
+/// Shorter lists are searched without a filter.
+constexpr std::size_t kLongList = 32;
+
 /// A reference to a listener that clear() drops.
 struct Reference
 {
@@ -67,8 +70,23 @@ void PListeners::add(IEventListener& iListener)
 {
     auto shares = std::make_unique<std::atomic<unsigned int>>(1);
     makeRoom();
+    if (size() >= kLongList && fFilter.isFull())
+    {
+        refillFilter();
+    }
     iListener.incRef();
     fShares.push_back({&iListener, shares.release()});
+    fFilter.add(&iListener);
+}
+
+// With room for as many additions as it takes steps.
+void PListeners::refillFilter()
+{
+    fFilter.clear(2 * size());
+    for (const PListenerShare& entry : *this)
+    {
+        fFilter.add(entry.listener);
+    }
 }
 
 // Entries are moved over removed ones only if there are as many of them, so that a move pays for

@@ -4,6 +4,7 @@
 #define IXLAL_PLISTENERS_H
 
 #include "IEventListener.h"
+#include "events/PListenerFilter.h"
 
 #include <atomic>
 #include <cstddef>
@@ -87,6 +88,12 @@ public:
     /// The entry of iListener, or end(). Finds the first and the last one at once.
     const PListenerShare* find(const IEventListener* iListener) const noexcept;
 
+    /// Whether iListener is in the list. Takes the same time for most listeners that are not.
+    bool has(const IEventListener* iListener) const noexcept
+    {
+        return fFilter.passes(iListener) && find(iListener) != end();
+    }
+
     /// Takes a reference to iListener, which is not in the list. Throws std::bad_alloc; nothing
     /// has changed then.
     void add(IEventListener& iListener);
@@ -103,9 +110,12 @@ public:
 
 private:
     void makeRoom();
+    void refillFilter();
 
     std::vector<PListenerShare> fShares;
     std::size_t fFirst; ///< entries before it are removed
+    /// All listeners of a long list, unless it is empty. Deliveries do not use it.
+    PListenerFilter fFilter;
     std::atomic<unsigned int> fReferences;
     ILogger* const fLogger;
 };

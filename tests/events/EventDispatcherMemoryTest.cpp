@@ -78,6 +78,27 @@ TEST_F(EventDispatcherMemory, RemovalNeedsNoMemory)
     EXPECT_EQ(eIxlaNoListener, send());
 }
 
+TEST_F(EventDispatcherMemory, FailedSubscriptionToALongListChangesNothing)
+{
+    std::vector<PBaseptr<TestListener>> listeners;
+    for (int i = 0; i < 100; ++i)
+    {
+        listeners.push_back(TestListener::make(journal, ""));
+        TestListener* const added = listeners.back().get();
+        int failures = 0;
+        int result = eIxlaNoMemory;
+        for (; result == eIxlaNoMemory; ++failures)
+        {
+            AllocationFaults::failAfter(failures);
+            result = dispatcher->addListener(kTopic, added);
+            AllocationFaults::disarm();
+            EXPECT_EQ(result == 0 ? 2 : 1, added->references());
+        }
+        EXPECT_EQ(0, result);
+        EXPECT_EQ(eIxlaListenerExists, dispatcher->addListener(kTopic, added));
+    }
+}
+
 TEST_F(EventDispatcherMemory, ReplacedSubscriptionsNeedNoMoreMemory)
 {
     constexpr int kTurns = 1000;

@@ -128,6 +128,39 @@ TEST_F(EventDispatcher, SecondSubscriptionToATopicIsRefused)
     EXPECT_EQ(2, listener->references());
 }
 
+TEST_F(EventDispatcher, SecondSubscriptionIsRefusedForEachOfManyListeners)
+{
+    std::vector<PBaseptr<TestListener>> listeners;
+    for (int i = 0; i < 300; ++i)
+    {
+        listeners.push_back(make(""));
+        EXPECT_EQ(0, add(listeners.back()));
+        for (const auto& listener : listeners)
+        {
+            EXPECT_EQ(eIxlaListenerExists, add(listener));
+        }
+    }
+}
+
+TEST_F(EventDispatcher, ManyListenersCanLeaveAndSubscribeAgain)
+{
+    std::vector<PBaseptr<TestListener>> listeners;
+    for (int i = 0; i < 100; ++i)
+    {
+        listeners.push_back(make(""));
+        add(listeners.back());
+    }
+    for (int turn = 0; turn < 10; ++turn)
+    {
+        for (const auto& listener : listeners)
+        {
+            EXPECT_EQ(0, remove(listener));
+            EXPECT_EQ(0, add(listener));
+            EXPECT_EQ(eIxlaListenerExists, add(listener));
+        }
+    }
+}
+
 TEST_F(EventDispatcher, ListenerOfTwoTopicsIsCalledOnceForEach)
 {
     std::vector<std::string> topics;
