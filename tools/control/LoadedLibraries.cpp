@@ -62,10 +62,10 @@ std::string _buildId(const dl_phdr_info& iInfo)
         const ElfW(Phdr)& segment = iInfo.dlpi_phdr[i];
         if (segment.p_type == PT_NOTE)
         {
+            const ElfW(Addr) address = iInfo.dlpi_addr + segment.p_vaddr;
             // NOLINTNEXTLINE(performance-no-int-to-ptr): the loader has addresses as numbers
-            found = _buildIdIn(
-                reinterpret_cast<const unsigned char*>(iInfo.dlpi_addr + segment.p_vaddr),
-                segment.p_memsz);
+            const auto* const notes = reinterpret_cast<const unsigned char*>(address);
+            found = _buildIdIn(notes, segment.p_memsz);
         }
     }
     return found;

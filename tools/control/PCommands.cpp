@@ -45,6 +45,15 @@ int _setNamedLevel(ILogger& ioShared, const std::string& iName, int iLevel)
     }
     return logger->setLevel(iLevel);
 }
+
+PJsonObject _watchEvents(const PRequest& iRequest, PConnection& ioConnection)
+{
+    iRequest.allow({"topic"});
+    const std::string topic = iRequest.text("topic");
+    ioConnection.watches().watchEvents(ixlaWide(topic));
+    PJsonObject reply;
+    return reply.text("topic", topic);
+}
 } // namespace
 
 PCommands::PCommands(const PControlServices& iServices, const PControlSettings& iSettings)
@@ -186,7 +195,7 @@ PJsonObject PCommands::perform(const PRequest& iRequest, PConnection& ioConnecti
         {"event-watch",
          [](PCommands& c, const PRequest& r, PConnection& o)
          {
-             return c.watchEvents(r, o);
+             return _watchEvents(r, o);
          }},
     };
     for (const Operation& operation : kOperations)
@@ -291,13 +300,4 @@ PJsonObject PCommands::sendEvent(const PRequest& iRequest)
     }
     PJsonObject reply;
     return reply.text("topic", topic).number("number", number).flag("listeners", result == eIxlaOk);
-}
-
-PJsonObject PCommands::watchEvents(const PRequest& iRequest, PConnection& ioConnection)
-{
-    iRequest.allow({"topic"});
-    const std::string topic = iRequest.text("topic");
-    ioConnection.watches().watchEvents(ixlaWide(topic));
-    PJsonObject reply;
-    return reply.text("topic", topic);
 }

@@ -34,7 +34,6 @@ private:
     PJsonObject setLevel(const PRequest& iRequest);
     PJsonObject tail(const PRequest& iRequest, PConnection& ioConnection);
     PJsonObject sendEvent(const PRequest& iRequest);
-    PJsonObject watchEvents(const PRequest& iRequest, PConnection& ioConnection);
 
     std::string logPath(const std::string& iName) const;
 

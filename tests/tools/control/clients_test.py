@@ -283,7 +283,9 @@ class Clients(ControlTest):
         watcher.ask("event-watch", topic="test.drop")
         before = self.memory()
         self.result("event", "send", "test.storm", "100000")
-        wait_for(lambda: "sent 100000" in self.log(), "the end of the storm")
+        sent = wait_for(lambda: re.search(r"sent 100000, slowest (\d+) ms", self.log()),
+                        "the end of the storm")
+        self.assertLess(int(sent[1]), 5000)
         self.assert_small_growth(before)
         numbers = []
         while (line := watcher.line()) is not None and "number" in line:
