@@ -80,7 +80,7 @@ std::string _directoryOf(const std::string& iPath)
 Checks::Checks(const PControlServices& iServices)
     : fServices(iServices),
       fCoreLogFile(fLogs.core()),
-      fCoreLog(fCoreLogFile ? fCoreLogFile->path : ""),
+      fCoreLog(fCoreLogFile ? fCoreLogFile->content : ""),
       fKeys(iServices, fCoreLog),
       fFiles(iServices)
 {
@@ -184,8 +184,10 @@ void Checks::checkFailures()
         if (plugin.state == "failed")
         {
             const std::string name = plugin.library.empty() ? "a built-in plugin" : plugin.library;
+            const bool isFile = fCoreLogFile->content == fCoreLogFile->path;
             add("a plugin failed to initialise with " + plugin.code + ": " + name,
-                fCoreLogFile->path, "look for its lines in this log and in ixlaplugins.log");
+                isFile ? fCoreLogFile->path : name,
+                "look for its name in the core log, and for its lines in ixlaplugins.log");
         }
     }
 }

@@ -103,7 +103,7 @@ std::vector<PJsonObject> _logs(const PHostLogs& iLogs)
     std::vector<PJsonObject> logs;
     for (const HostLog& log : iLogs.all())
     {
-        const LogContent content = PHostLogs::content(log.path);
+        const LogContent content = PHostLogs::content(log.content);
         PJsonObject entry;
         entry.text("name", log.name).text("path", log.path).flag("core", log.isCore);
         entry.number("size", content.size);
@@ -139,7 +139,7 @@ PJsonObject statusOfHost(const PControlServices& iServices, const PControlSettin
 {
     const PHostLogs logs;
     const std::optional<HostLog> core = logs.core();
-    const PCoreLog log(core ? core->path : "");
+    const PCoreLog log(core ? core->content : "");
     std::vector<PJsonObject> libraries;
     for (const LoadedLibrary& library : loadedLibraries())
     {

@@ -193,7 +193,7 @@ PJsonObject PCommands::perform(const PRequest& iRequest, PConnection& ioConnecti
              return c.sendEvent(r);
          }},
         {"event-watch",
-         [](PCommands& c, const PRequest& r, PConnection& o)
+         [](PCommands&, const PRequest& r, PConnection& o)
          {
              return _watchEvents(r, o);
          }},

@@ -53,6 +53,37 @@ void _refuse(int iDescriptor, const PRequestError& iError)
     const std::string line = PCommands::errorReply(iError) + "\n";
     (void)send(iDescriptor, line.data(), line.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
 }
+
+void _deliver(PConnection& ioConnection)
+{
+    std::deque<PNotice> notices;
+    const bool isComplete = ioConnection.watches().take(notices);
+    for (const PNotice& notice : notices)
+    {
+        ioConnection.send(PCommands::noticeLine(notice, ioConnection.watches()));
+    }
+    if (!isComplete)
+    {
+        ioConnection.send(PCommands::errorReply(
+            PRequestError(kTooFast, "events arrive faster than they can be sent")));
+        ioConnection.finish();
+    }
+}
+
+// A log is read only as fast as the client reads its lines.
+void _deliverLines(PConnection& ioConnection)
+{
+    for (PLogTail& tail : ioConnection.watches().tails())
+    {
+        if (ioConnection.outputSize() < kTailBytes)
+        {
+            for (const std::string& line : tail.more(kTailBytes))
+            {
+                ioConnection.send(PCommands::logLine(tail.name(), line));
+            }
+        }
+    }
+}
 } // namespace
 
 // Only its users may open the file. With further users their credentials decide alone.
@@ -164,8 +195,8 @@ void PControlServer::serve(PConnection& ioConnection, short iEvents)
         answerLines(ioConnection);
     }
     ioConnection.flush();
-    deliver(ioConnection);
-    deliverLines(ioConnection);
+    _deliver(ioConnection);
+    _deliverLines(ioConnection);
 }
 
 void PControlServer::answerLines(PConnection& ioConnection)
@@ -181,37 +212,6 @@ void PControlServer::answerLines(PConnection& ioConnection)
     {
         ioConnection.send(PCommands::errorReply(error));
         ioConnection.finish();
-    }
-}
-
-void PControlServer::deliver(PConnection& ioConnection)
-{
-    std::deque<PNotice> notices;
-    const bool isComplete = ioConnection.watches().take(notices);
-    for (const PNotice& notice : notices)
-    {
-        ioConnection.send(PCommands::noticeLine(notice, ioConnection.watches()));
-    }
-    if (!isComplete)
-    {
-        ioConnection.send(PCommands::errorReply(
-            PRequestError(kTooFast, "events arrive faster than they can be sent")));
-        ioConnection.finish();
-    }
-}
-
-// A log is read only as fast as the client reads its lines.
-void PControlServer::deliverLines(PConnection& ioConnection)
-{
-    for (PLogTail& tail : ioConnection.watches().tails())
-    {
-        if (ioConnection.outputSize() < kTailBytes)
-        {
-            for (const std::string& line : tail.more(kTailBytes))
-            {
-                ioConnection.send(PCommands::logLine(tail.name(), line));
-            }
-        }
     }
 }
 

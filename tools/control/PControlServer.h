@@ -47,8 +47,6 @@ private:
     void admit(int iDescriptor);
     void serve(PConnection& ioConnection, short iEvents);
     void answerLines(PConnection& ioConnection);
-    void deliver(PConnection& ioConnection);
-    void deliverLines(PConnection& ioConnection);
     void sayGoodbye();
 
     const PControlServices& fServices;

@@ -61,10 +61,11 @@ void _addFile(const fs::path& iLink, std::vector<HostLog>& ioLogs)
     {
         return;
     }
-    const std::string tag = _tagOf(path);
+    const std::string content = fs::exists(path, ignored) ? path : iLink.string();
+    const std::string tag = _tagOf(content);
     if (!tag.empty())
     {
-        ioLogs.push_back({fs::path(path).filename(), path, tag == kCoreTag});
+        ioLogs.push_back({fs::path(path).filename(), path, content, tag == kCoreTag});
     }
 }
 

@@ -12,6 +12,7 @@ struct HostLog
 {
     std::string name; ///< without the directory
     std::string path;
+    std::string content; ///< the path to read; another one when the file was deleted
     bool isCore = false; ///< the core log
 };
 

@@ -47,6 +47,13 @@ class Status(ControlTest):
         greeter = [i for i in self.result("status")["libraries"] if "greeter" in i["path"]]
         self.assertEqual(["com.example.greeter"], greeter[0]["interfaces"])
 
+    def test_reads_a_log_that_was_deleted(self):
+        self.start()
+        (self.dir / "core.log").unlink()
+        status = self.result("status")
+        self.assertTrue(status["startKnown"])
+        self.assertRegex([log["path"] for log in status["logs"] if log["core"]][0], " .deleted.$")
+
     def test_omits_the_interfaces_of_an_unloaded_plugin(self):
         host = self.start()
         with open(self.dir / "core.log", "a", encoding="ascii") as log:
@@ -282,6 +289,13 @@ class Check(ControlTest):
     def test_an_unwritable_core_log_is_found(self):
         self.start("core.log.file=/proc/nothing/core.log")
         self.assertRegex(self.findings()[0], "core log is not written.*core.log.file = /proc")
+
+    def test_a_plugin_that_failed_is_found_without_a_log_file(self):
+        self.arguments = []
+        self.write("config/talker.prs", "fail = yes\n")
+        self.start()
+        self.assertRegex(self.findings()[0],
+                         "failed to initialise with -5: plugins/libtalker.so @ plugins/libtalker")
 
     def test_a_core_log_in_the_property_file_is_found(self):
         with open(self.dir / "core.prs", "a", encoding="ascii") as file:
