@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "PLogClock.h"
 
+#include <cstring>
+
 std::string_view PLogClock::now() noexcept
 {
     timespec time{};
@@ -31,12 +33,13 @@ void PLogClock::showMillisecond() noexcept
 
 void PLogClock::breakDown(std::time_t iSecond) noexcept
 {
-    std::tm parts{};
-    if (!::localtime_r(&iSecond, &parts) ||
-        std::strftime(fText, sizeof fText, "%Y-%m-%d %H:%M:%S", &parts) != eSecondsLen)
-    {
-        return; // a year with more than four digits: the previous text stays
-    }
-    fText[eSecondsLen] = '.';
     fSecond = iSecond;
+    std::tm parts{};
+    char text[eSecondsLen + 1];
+    // Does not fit with a year of more than four digits: the previous text stays.
+    if (::localtime_r(&iSecond, &parts) &&
+        std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", &parts) == eSecondsLen)
+    {
+        std::memcpy(fText, text, eSecondsLen);
+    }
 }

@@ -14,6 +14,12 @@ public:
     /// The present time as "YYYY-MM-DD HH:MM:SS.mmm"; valid until the next call.
     std::string_view now() noexcept;
 
+    /// The second of the last result of now.
+    std::time_t second() const noexcept
+    {
+        return fSecond;
+    }
+
 private:
     enum
     {

@@ -3,7 +3,6 @@
 
 #include "PLogFormat.h"
 #include "PLogNumbers.h"
-#include "PSafeWrite.h"
 #include "portinglayer/PStandardError.h"
 
 #include <algorithm>
@@ -51,7 +50,6 @@ PLogFile::PLogFile(const std::string& iPath, const PLiteral& iTag, bool iNew,
     : fTag(_encodeTag(iTag)),
       fHeaderRoom(kHeaderRoom + fTag.size()),
       fReportRoom(2 * (fHeaderRoom + kReportRoom)),
-      fIsLimited(iLimits.size > 0 || iLimits.lines > 0),
       fReport(fReportRoom + kUsualRoom),
       fSink(iPath, iNew, iLimits),
       fLost{0, 0},
@@ -74,7 +72,7 @@ PLogFile::~PLogFile()
     nl_addReport(kLostLines, fLost);
     nl_addReport(kLostEchoes, fUnechoed);
     // The file is about to be closed: there is no place to report a failure.
-    static_cast<void>(fSink.put(fReport.bytes(), reports, PSafeWrite::isSizeUnlimited()));
+    static_cast<void>(fSink.put(fReport.bytes(), reports, fClock.second()));
 }
 
 int PLogFile::open() noexcept
@@ -91,7 +89,6 @@ int PLogFile::write(char iKind, const wchar_t* iFormat, va_list iArgs,
     int result = beginLine(iKind, line);
     const std::size_t textBegin = line.bytes().size();
     result = result != 0 ? result : compose(iFormat, iArgs, line);
-    const bool isUnlimited = !fIsLimited && PSafeWrite::isSizeUnlimited();
     PLogLock lock(fMutex);
     if (result != 0)
     {
@@ -101,7 +98,7 @@ int PLogFile::write(char iKind, const wchar_t* iFormat, va_list iArgs,
     {
         nl_echo(line.bytes().substr(textBegin));
     }
-    return nl_send(line, iEcho, isUnlimited);
+    return nl_send(line, iEcho);
 }
 
 /// Adds the text and the line end.
@@ -128,8 +125,7 @@ int PLogFile::dump(const unsigned char* iData, unsigned int iSize, unsigned int 
     {
         const unsigned int size = std::min(width, iSize - offset);
         const int composed = composeDump(iData, offset, size, width, line);
-        const int sent =
-            composed != 0 ? nl_lose(composed) : nl_send(line, iEcho, PSafeWrite::isSizeUnlimited());
+        const int sent = composed != 0 ? nl_lose(composed) : nl_send(line, iEcho);
         result = result != 0 ? result : sent;
         offset += size;
     }
@@ -191,9 +187,9 @@ void PLogFile::addHeader(std::string_view iTime, char iKind, PLogLine& ioLine) c
     ioLine.add(fTag);
 }
 
-int PLogFile::nl_send(PLogLine& ioLine, const PLogEcho& iEcho, bool iIsUnlimited) noexcept
+int PLogFile::nl_send(PLogLine& ioLine, const PLogEcho& iEcho) noexcept
 {
-    const int result = nl_put(ioLine, iIsUnlimited);
+    const int result = nl_put(ioLine);
     if (iEcho.line)
     {
         nl_echo(ioLine.bytes());
@@ -207,12 +203,12 @@ int PLogFile::nl_send(PLogLine& ioLine, const PLogEcho& iEcho, bool iIsUnlimited
 }
 
 /// Completes the line with its time and appends it to the file, after a report of lost lines.
-int PLogFile::nl_put(PLogLine& ioLine, bool iIsUnlimited) noexcept
+int PLogFile::nl_put(PLogLine& ioLine) noexcept
 {
     if (fLost.lines == 0)
     {
         ioLine.replaceFront(fClock.now());
-        return fSink.put(ioLine.bytes(), 1, iIsUnlimited);
+        return fSink.put(ioLine.bytes(), 1, fClock.second());
     }
     const int result = fReport.reset(fReportRoom + ioLine.bytes().size());
     if (result == 0)
@@ -225,7 +221,7 @@ int PLogFile::nl_put(PLogLine& ioLine, bool iIsUnlimited) noexcept
         return result;
     }
     fReport.add(ioLine.bytes());
-    const int put = fSink.put(fReport.bytes(), 2, iIsUnlimited);
+    const int put = fSink.put(fReport.bytes(), 2, fClock.second());
     // Frees the memory of a large line; cannot fail.
     static_cast<void>(fReport.reset(0));
     return put;

@@ -69,9 +69,8 @@ private:
                     unsigned int iWidth, PLogLine& oLine) const noexcept;
     int beginLine(char iKind, PLogLine& ioLine) const noexcept;
     void addHeader(std::string_view iTime, char iKind, PLogLine& ioLine) const noexcept;
-    int nl_send(PLogLine& ioLine, const PLogEcho& iEcho, bool iIsUnlimited) noexcept
-        IXLA_REQUIRES(fMutex);
-    int nl_put(PLogLine& ioLine, bool iIsUnlimited) noexcept IXLA_REQUIRES(fMutex);
+    int nl_send(PLogLine& ioLine, const PLogEcho& iEcho) noexcept IXLA_REQUIRES(fMutex);
+    int nl_put(PLogLine& ioLine) noexcept IXLA_REQUIRES(fMutex);
     void nl_echo(std::string_view iBytes) noexcept IXLA_REQUIRES(fMutex);
     int nl_lose(int iResult) noexcept IXLA_REQUIRES(fMutex);
     void nl_addReport(std::string_view iWhat, const Losses& iLosses) noexcept IXLA_REQUIRES(fMutex);
@@ -80,7 +79,6 @@ private:
     const std::string fTag;        ///< with the blanks around it in a line
     const std::size_t fHeaderRoom; ///< bytes of a line before its text
     const std::size_t fReportRoom; ///< bytes of two reports
-    const bool fIsLimited;         ///< the sink has limits
     PLogMutex fMutex;
     PLogClock fClock IXLA_GUARDED_BY(fMutex);
     PLogLine fReport IXLA_GUARDED_BY(fMutex); ///< reports, and the line after them

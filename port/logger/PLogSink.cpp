@@ -61,6 +61,7 @@ int PLogSink::open() noexcept
     }
     fHandle = handle;
     fNew = false;
+    fSizeLimit.forget();
     examine();
     return 0;
 }
@@ -107,24 +108,23 @@ void PLogSink::readOn(unsigned long long iFrom) noexcept
     }
 }
 
-int PLogSink::put(std::string_view iBytes, unsigned int iLines, bool iIsUnlimited) noexcept
+int PLogSink::put(std::string_view iBytes, unsigned int iLines, std::time_t iSecond) noexcept
 {
-    bool isUnlimited = iIsUnlimited;
     int result = fHandle < 0 ? open() : 0;
     if (result == 0 && isLimited())
     {
         result = makeRoom(iBytes.size(), iLines);
-        isUnlimited = PSafeWrite::isSizeUnlimited();
     }
+    const bool isGuarded = !fRegular || !fSizeLimit.isNone(iSecond);
     if (result == 0 && fTorn)
     {
-        result = append("\n", isUnlimited);
+        result = append("\n", isGuarded);
         fLines += result == 0;
         fTorn = fTorn && result != 0;
     }
     if (result == 0)
     {
-        result = append(iBytes, isUnlimited);
+        result = append(iBytes, isGuarded);
         fLines += result == 0 ? iLines : 0;
     }
     fTurn.giveBack();
@@ -144,6 +144,10 @@ int PLogSink::makeRoom(std::size_t iSize, unsigned int iLines) noexcept
     for (int round = 0; round < kRotations && result == 0 && isLimited(); ++round)
     {
         const bool isOurs = fTurn.take(fHandle);
+        if (fTurn.hasWaited())
+        {
+            fSizeLimit.forget();
+        }
         unsigned long long size = fSize;
         if (!isMovedAway(size))
         {
@@ -213,22 +217,22 @@ bool PLogSink::rotate() noexcept
     {
         fTorn = false;
         fSize = 0;
+        fSizeLimit.forget();
     }
     fKept = fSize;
     fLines = 0;
     return false;
 }
 
-int PLogSink::append(std::string_view iBytes, bool iIsUnlimited) noexcept
+int PLogSink::append(std::string_view iBytes, bool iIsGuarded) noexcept
 {
     std::size_t done = 0;
     while (done < iBytes.size())
     {
         const char* const rest = iBytes.data() + done;
         const std::size_t size = iBytes.size() - done;
-        const ssize_t written =
-            fRegular ? PSafeWrite::writeFile(fHandle, rest, size, fSize + done, iIsUnlimited)
-                     : PSafeWrite::write(fHandle, rest, size);
+        const ssize_t written = iIsGuarded ? PSafeWrite::write(fHandle, rest, size)
+                                           : PSafeWrite::writeUnguarded(fHandle, rest, size);
         if (written <= 0)
         {
             cutOff(done);

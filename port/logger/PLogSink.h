@@ -5,8 +5,10 @@
 
 #include "PLogIdentity.h"
 #include "PLogPath.h"
+#include "PLogSizeLimit.h"
 #include "PLogTurn.h"
 
+#include <ctime>
 #include <string>
 #include <string_view>
 
@@ -37,10 +39,11 @@ public:
     int open() noexcept;
 
     /// Rotates the file if it is full, then appends iBytes, which are iLines whole lines,
-    /// completely or not at all. iIsUnlimited is the result of PSafeWrite::isSizeUnlimited shortly
-    /// before; a sink with limits, which may have to wait, asks itself. Returns 0 or a negated
-    /// errno.
-    int put(std::string_view iBytes, unsigned int iLines, bool iIsUnlimited) noexcept;
+    /// completely or not at all. A line that the file size limit of the process does not permit
+    /// raises no signal if the limit exists when the file is opened or emptied, when the sink has
+    /// waited for its turn, or at the first line of the present second, iSecond. Returns 0 or a
+    /// negated errno.
+    int put(std::string_view iBytes, unsigned int iLines, std::time_t iSecond) noexcept;
 
 private:
     int openHandle() const noexcept;
@@ -52,7 +55,7 @@ private:
     void readOn(unsigned long long iFrom) noexcept;
     bool isFull(std::size_t iSize, unsigned int iLines) const noexcept;
     bool rotate() noexcept;
-    int append(std::string_view iBytes, bool iIsUnlimited) noexcept;
+    int append(std::string_view iBytes, bool iIsGuarded) noexcept;
     void cutOff(std::size_t iSize) noexcept;
     void close() noexcept;
 
@@ -61,6 +64,7 @@ private:
     bool fNew;
     int fHandle; ///< -1 while closed
     PLogTurn fTurn;
+    PLogSizeLimit fSizeLimit;
     PLogIdentity fIdentity; ///< of the open file
     bool fRegular;
     bool fTorn;                ///< the file does not end with a line end

@@ -27,7 +27,7 @@ bool _isTaken(int iHandle) noexcept
 }
 } // namespace
 
-PLogTurn::PLogTurn() noexcept : fHandle(-1), fGeneration(0), fIsOverdue(false)
+PLogTurn::PLogTurn() noexcept : fHandle(-1), fGeneration(0), fHasWaited(false), fIsOverdue(false)
 {
 }
 
@@ -40,6 +40,7 @@ bool PLogTurn::take(int iHandle) noexcept
 {
     giveBack();
     bool isTaken = _isTaken(iHandle);
+    fHasWaited = isTaken;
     for (int tries = 0; isTaken && !fIsOverdue && tries < kYields + kSleeps; ++tries)
     {
         if (tries < kYields)

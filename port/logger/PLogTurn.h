@@ -21,12 +21,19 @@ public:
     /// true also when the file system supports no locks.
     bool take(int iHandle) noexcept;
 
+    /// Whether the last take found the turn taken.
+    bool hasWaited() const noexcept
+    {
+        return fHasWaited;
+    }
+
     /// Releases the turn; does nothing when it is not held.
     void giveBack() noexcept;
 
 private:
     int fHandle;                ///< -1 while the turn is not held
     unsigned short fGeneration; ///< of the process that took it
+    bool fHasWaited;
     bool fIsOverdue;
 };
 

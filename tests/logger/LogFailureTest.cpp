@@ -10,7 +10,6 @@
 #include <functional>
 
 #include <fcntl.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -280,86 +279,6 @@ TEST_F(LogFailure, LoggerOfTheParentIsRefusedInAChild)
     EXPECT_EQ(0, info("d"));
     EXPECT_THAT(texts("test.log.1"), ElementsAre("a"));
     EXPECT_THAT(texts(), ElementsAre("d"));
-}
-
-namespace
-{
-/// Limits the size of files without ignoring the signal that comes with it.
-class LogSizeLimit : public LogTest
-{
-protected:
-    ~LogSizeLimit() override
-    {
-        limit(RLIM_INFINITY);
-    }
-
-    static void limit(rlim_t iSize)
-    {
-        rlimit limits{};
-        getrlimit(RLIMIT_FSIZE, &limits);
-        limits.rlim_cur = iSize == RLIM_INFINITY ? limits.rlim_max : iSize;
-        ASSERT_EQ(0, setrlimit(RLIMIT_FSIZE, &limits));
-    }
-};
-} // namespace
-
-TEST_F(LogSizeLimit, OfTheProcessNeitherEndsItNorSplitsLines)
-{
-    init();
-    limit(1000);
-
-    int written = 0;
-    while (written < 100 && info(std::to_string(written)) == 0)
-    {
-        ++written;
-    }
-    EXPECT_EQ(-EFBIG, info("lost"));
-    EXPECT_EQ(static_cast<std::size_t>(written), lines().size());
-
-    limit(RLIM_INFINITY);
-    EXPECT_EQ(0, info("a"));
-    EXPECT_EQ("a", texts().back());
-    EXPECT_EQ(lossReport(2, -EFBIG), texts()[texts().size() - 2]);
-}
-
-TEST_F(LogSizeLimit, SetBelowTheEndOfTheFileDoesNotEndTheProcess)
-{
-    init();
-    info("a");
-
-    limit(1);
-
-    EXPECT_EQ(-EFBIG, info("lost"));
-    EXPECT_THAT(texts(), ElementsAre("a"));
-}
-
-TEST_F(LogSizeLimit, LeavesNoSignalPending)
-{
-    init();
-    limit(1);
-
-    info("lost");
-
-    sigset_t pending;
-    sigpending(&pending);
-    EXPECT_EQ(0, sigismember(&pending, SIGXFSZ));
-}
-
-TEST_F(LogSizeLimit, SignalThatWaitedBeforeStaysPending)
-{
-    sigset_t blocked;
-    sigemptyset(&blocked);
-    sigaddset(&blocked, SIGXFSZ);
-    pthread_sigmask(SIG_BLOCK, &blocked, nullptr);
-    raise(SIGXFSZ);
-    init();
-    limit(1);
-
-    EXPECT_EQ(-EFBIG, info("lost"));
-
-    sigset_t pending;
-    sigpending(&pending);
-    EXPECT_EQ(1, sigismember(&pending, SIGXFSZ));
 }
 
 namespace
