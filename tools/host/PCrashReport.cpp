@@ -222,7 +222,7 @@ void PCrashReport::writeStack()
 }
 
 /// Fills the table of the plugins' code. Returns whether there is any.
-bool PCrashReport::findPlugins()
+bool PCrashReport::findPlugins() const
 {
     PMemoryMap map;
     PMemoryMap::Region region;
@@ -276,18 +276,21 @@ void PCrashReport::writeLine(const PSafeText& iText)
 
 void PCrashReport::addTime(PSafeText& ioLine) const
 {
-    using namespace std::chrono;
     timespec now = {};
     clock_gettime(CLOCK_REALTIME, &now);
-    const seconds local(now.tv_sec + fContext.secondsEastOfUtc);
-    const days date = floor<days>(local);
-    const year_month_day day{sys_days(date)};
-    const hh_mm_ss<seconds> time(local - date);
-    ioLine.addDigits(static_cast<unsigned int>(static_cast<int>(day.year())), 4).add("-");
-    ioLine.addDigits(static_cast<unsigned int>(day.month()), 2).add("-");
-    ioLine.addDigits(static_cast<unsigned int>(day.day()), 2).add(" ");
-    ioLine.addDigits(static_cast<unsigned int>(time.hours().count()), 2).add(":");
-    ioLine.addDigits(static_cast<unsigned int>(time.minutes().count()), 2).add(":");
-    ioLine.addDigits(static_cast<unsigned int>(time.seconds().count()), 2).add(".");
-    ioLine.addDigits(static_cast<unsigned int>(now.tv_nsec / 1000000), 3);
+    const std::chrono::seconds local(now.tv_sec + fContext.secondsEastOfUtc);
+    const std::chrono::days date = std::chrono::floor<std::chrono::days>(local);
+    const std::chrono::year_month_day day{std::chrono::sys_days(date)};
+    const std::chrono::hh_mm_ss<std::chrono::seconds> time(local - date);
+    const auto add = [&ioLine](auto iNumber, int iDigits, const char* iEnd)
+    {
+        ioLine.addDigits(static_cast<unsigned int>(iNumber), iDigits).add(iEnd);
+    };
+    add(static_cast<int>(day.year()), 4, "-");
+    add(static_cast<unsigned int>(day.month()), 2, "-");
+    add(static_cast<unsigned int>(day.day()), 2, " ");
+    add(time.hours().count(), 2, ":");
+    add(time.minutes().count(), 2, ":");
+    add(time.seconds().count(), 2, ".");
+    add(now.tv_nsec / 1000000, 3, "");
 }

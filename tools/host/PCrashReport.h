@@ -29,7 +29,7 @@ private:
     void writeInit();
     void writeRequest();
     void writeStack();
-    bool findPlugins();
+    bool findPlugins() const;
     void scan(std::uintptr_t iBegin, std::uintptr_t iEnd);
     void writeLine(const PSafeText& iText);
     void addTime(PSafeText& ioLine) const;

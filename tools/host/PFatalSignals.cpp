@@ -19,6 +19,8 @@ constexpr int kPatience = 500; // rounds of 10 ms that a second thread waits for
 
 std::atomic<PCrashContext*> sContext{nullptr};
 std::atomic<bool> sReports{false};
+std::atomic<bool> sIsForwarded{false};
+siginfo_t sForwarded; // set before the signal is forwarded
 
 void _setDefault(int iSignal)
 {
@@ -37,23 +39,54 @@ void _awaitEnd()
     }
 }
 
-/// All signals are blocked meanwhile. The signal is sent again with its information, and arrives
-/// with the default action when the handler returns.
+/// Whether a signal of another process has interrupted a thread that has nothing to do with it.
+bool _isForMainThread(const siginfo_t& iInfo)
+{
+    return iInfo.si_code <= 0 && iInfo.si_pid != getpid() && gettid() != getpid();
+}
+
+/// Passes a signal on. The system lets only the main thread send the information along.
+bool _forward(int iSignal, const siginfo_t& iInfo)
+{
+    if (sIsForwarded.exchange(true))
+    {
+        return true; // the first one is on its way
+    }
+    sForwarded = iInfo;
+    return tgkill(getpid(), getpid(), iSignal) == 0;
+}
+
+/// Sends the signal again. A fault occurs again when its handler returns, which keeps its
+/// information in the core dump where that cannot be sent.
+void _repeat(int iSignal, siginfo_t* iInfo)
+{
+    const bool isFault = iInfo->si_code > 0 && iSignal != SIGTRAP && iSignal != SIGSYS;
+    if (syscall(SYS_rt_tgsigqueueinfo, getpid(), gettid(), iSignal, iInfo) != 0 && !isFault)
+    {
+        tgkill(getpid(), gettid(), iSignal);
+    }
+}
+
+/// All signals are blocked meanwhile. The signal arrives again, with the default action, when the
+/// handler returns.
 extern "C" void _report(int iSignal, siginfo_t* iInfo, void* iMachine)
 {
+    if (_isForMainThread(*iInfo) && _forward(iSignal, *iInfo))
+    {
+        return;
+    }
+    const bool isForwarded = sIsForwarded && iInfo->si_code == SI_TKILL;
+    siginfo_t* const info = isForwarded ? &sForwarded : iInfo;
     if (sReports.exchange(true))
     {
         _awaitEnd();
     }
     else if (PCrashContext* const context = sContext)
     {
-        PCrashReport(*context, *iInfo, iMachine).write();
+        PCrashReport(*context, *info, iMachine).write();
     }
     _setDefault(iSignal);
-    if (syscall(SYS_rt_tgsigqueueinfo, getpid(), gettid(), iSignal, iInfo) != 0)
-    {
-        tgkill(getpid(), gettid(), iSignal);
-    }
+    _repeat(iSignal, info);
 }
 } // namespace
 
@@ -61,10 +94,6 @@ PFatalSignals::PFatalSignals(PCrashContext iContext)
     : fContext(std::move(iContext)), fStack(std::make_unique<char[]>(kStackSize))
 {
     sContext = &fContext;
-    stack_t stack = {};
-    stack.ss_sp = fStack.get();
-    stack.ss_size = kStackSize;
-    sigaltstack(&stack, nullptr); // if it fails, only an overflow is not reported
     struct sigaction action = {};
     action.sa_sigaction = &_report;
     action.sa_flags = SA_SIGINFO | SA_ONSTACK;
@@ -75,7 +104,15 @@ PFatalSignals::PFatalSignals(PCrashContext iContext)
         if (sigaction(number, nullptr, &old) == 0 && old.sa_handler == SIG_DFL)
         {
             sigaction(number, &action, nullptr); // cannot fail for these signals
+            fIsInstalled = true;
         }
+    }
+    if (fIsInstalled)
+    {
+        stack_t stack = {};
+        stack.ss_sp = fStack.get();
+        stack.ss_size = kStackSize;
+        sigaltstack(&stack, nullptr); // if it fails, only an overflow is not reported
     }
 }
 
@@ -89,8 +126,11 @@ PFatalSignals::~PFatalSignals()
             _setDefault(number);
         }
     }
-    stack_t none = {};
-    none.ss_flags = SS_DISABLE;
-    sigaltstack(&none, nullptr);
+    if (fIsInstalled)
+    {
+        stack_t none = {};
+        none.ss_flags = SS_DISABLE;
+        sigaltstack(&none, nullptr);
+    }
     sContext = nullptr;
 }

@@ -13,7 +13,8 @@
 ///
 /// The reports of the creating thread are written on a stack of their own, so that the overflow of
 /// its stack is reported. The overflow of another stack ends the process without a report. A fault
-/// during the report ends the process at once.
+/// during the report ends the process at once. A signal of another process, such as SIGABRT of a
+/// service manager, is reported by the main thread.
 class PFatalSignals
 {
 public:
@@ -28,6 +29,7 @@ public:
 private:
     PCrashContext fContext;
     const std::unique_ptr<char[]> fStack;
+    bool fIsInstalled = false; ///< whether any signal had no other handler
 };
 
 #endif

@@ -10,6 +10,7 @@
 #include "shared/PFileDescriptor.h"
 #include "shared/ToolTexts.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
 #include <stdexcept>
@@ -36,11 +37,8 @@ bool _mayBlock(const std::string& iPath)
 
 std::vector<std::string> _narrow(const std::vector<PString>& iTexts)
 {
-    std::vector<std::string> texts;
-    for (const PString& text : iTexts)
-    {
-        texts.push_back(ixlaNarrow(text));
-    }
+    std::vector<std::string> texts(iTexts.size());
+    std::transform(iTexts.begin(), iTexts.end(), texts.begin(), &ixlaNarrow);
     return texts;
 }
 /// What to do about a file that the core cannot read.

@@ -39,7 +39,7 @@ std::string _caller()
     const int count = backtrace(frames, std::size(frames));
     for (int i = 0; i < count; ++i)
     {
-        const std::string file = _fileOf(frames[i]);
+        std::string file = _fileOf(frames[i]);
         if (!file.empty() && file != own && file != runtime)
         {
             return file;
@@ -65,7 +65,8 @@ extern "C" void _onQuickExit()
 }
 } // namespace
 
-PForeignExit::PForeignExit(std::function<void()> iCleanUp) : fCleanUp(std::move(iCleanUp))
+PForeignExit::PForeignExit(std::function<void()> iCleanUp)
+    : fCleanUp(std::move(iCleanUp)), fProcess(getpid())
 {
     if (on_exit(&_onExit, nullptr) != 0 || std::at_quick_exit(&_onQuickExit) != 0)
     {
@@ -87,11 +88,12 @@ void PForeignExit::end(const char* iCall) const
             "code instead\n",
             _caller().c_str(), iCall);
     fCleanUp();
-    std::fflush(stdout); // what the plugin has written
+    static_cast<void>(std::fflush(stdout)); // what the plugin has written
     _exit(eExitByPlugin);
 }
 
 const PForeignExit* PForeignExit::active()
 {
-    return sActive;
+    const PForeignExit* const active = sActive;
+    return active && active->fProcess == getpid() ? active : nullptr;
 }

@@ -8,7 +8,7 @@
 /// While the object exists, exit and quick_exit end the process with eExitByPlugin, after a line
 /// that names the library of the caller. Without it, the plugin's code could be one of the host's,
 /// and the destructors of the libraries would run while threads use them. A process has at most one
-/// such object. A call of _exit cannot be noticed.
+/// such object. A call of _exit cannot be noticed. Processes that plugins fork may call exit.
 class PForeignExit
 {
 public:
@@ -22,11 +22,12 @@ public:
     /// Ends the process. iCall is the call with its argument.
     [[noreturn]] void end(const char* iCall) const;
 
-    /// The object; null without one.
+    /// The object; null without one, and in another process than that of its creation.
     static const PForeignExit* active();
 
 private:
     const std::function<void()> fCleanUp;
+    const int fProcess;
 };
 
 #endif

@@ -10,7 +10,7 @@ constexpr std::size_t kClockLength = 8;
 constexpr std::size_t kTimeLength = 24; // with the blank after it
 constexpr std::string_view kTag = " Core ";
 constexpr std::string_view kAddress = "[pg:0x";
-constexpr int kHexadecimal = 16;
+constexpr int kAddressBase = 16;
 
 /// Takes a number and the character after it from the front of a text.
 bool _takeNumber(std::string_view& ioText, char iEnd, int& oNumber)
@@ -68,7 +68,7 @@ bool PLogEntry::isOfPlugin(std::string_view iFunction, unsigned long long& oAddr
     }
     rest.remove_prefix(kAddress.size());
     const char* const end = rest.data() + rest.size();
-    const std::from_chars_result result = std::from_chars(rest.data(), end, oAddress, kHexadecimal);
+    const std::from_chars_result result = std::from_chars(rest.data(), end, oAddress, kAddressBase);
     const std::size_t length = static_cast<std::size_t>(result.ptr - rest.data());
     if (result.ec != std::errc() || !rest.substr(length).starts_with("] "))
     {

@@ -8,7 +8,7 @@
 
 namespace
 {
-constexpr int kHexadecimal = 16;
+constexpr int kMapBase = 16;
 
 /// Takes the text up to the next iEnd from the front of a text.
 std::string_view _take(std::string_view& ioText, char iEnd)
@@ -92,8 +92,8 @@ bool PMemoryMap::nextLine()
 void PMemoryMap::parse(Region& oRegion)
 {
     std::string_view line(fLine, fLength);
-    oRegion.begin = _number<std::uintptr_t>(_take(line, '-'), kHexadecimal);
-    oRegion.end = _number<std::uintptr_t>(_take(line, ' '), kHexadecimal);
+    oRegion.begin = _number<std::uintptr_t>(_take(line, '-'), kMapBase);
+    oRegion.end = _number<std::uintptr_t>(_take(line, ' '), kMapBase);
     const std::string_view rights = _take(line, ' ');
     oRegion.isReadable = rights.starts_with('r');
     oRegion.isExecutable = rights.find('x') != std::string_view::npos;
@@ -106,5 +106,6 @@ void PMemoryMap::parse(Region& oRegion)
         fInode = inode;
     }
     oRegion.base = fBase;
-    oRegion.name = line.substr(line.rfind(line.find('/') == line.npos ? ' ' : '/') + 1);
+    oRegion.name =
+        line.substr(line.rfind(line.find('/') == std::string_view::npos ? ' ' : '/') + 1);
 }

@@ -49,9 +49,9 @@ private:
     const int fFile;
     std::size_t fAt = 0;
     std::size_t fFilled = 0;
-    char fBlock[eBlock];
+    char fBlock[eBlock] = {};
     std::size_t fLength = 0;
-    char fLine[eLine];
+    char fLine[eLine] = {};
     unsigned long long fInode = 0; ///< of the last region of a file
     std::uintptr_t fBase = 0;
 };

@@ -30,7 +30,8 @@ int _readDirectory(const std::string& iPath)
         return errno;
     }
     errno = 0;
-    readdir(directory.get()); // NOLINT(concurrency-mt-unsafe): no other thread uses the stream
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): no other thread uses the stream
+    static_cast<void>(readdir(directory.get()));
     return errno;
 }
 

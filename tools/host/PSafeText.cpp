@@ -7,7 +7,7 @@
 
 namespace
 {
-constexpr int kHexadecimal = 16;
+constexpr int kTextBase = 16;
 constexpr std::size_t kNumberSize = 24;
 
 bool _isShown(wchar_t iChar)
@@ -45,7 +45,7 @@ PSafeText& PSafeText::addHex(unsigned long long iNumber)
 {
     char digits[kNumberSize];
     const std::to_chars_result result =
-        std::to_chars(digits, digits + sizeof digits, iNumber, kHexadecimal);
+        std::to_chars(digits, digits + sizeof digits, iNumber, kTextBase);
     return add("0x").add(std::string_view(digits, static_cast<std::size_t>(result.ptr - digits)));
 }
 

@@ -34,7 +34,7 @@ private:
     void put(char iChar);
 
     std::size_t fLength = 0;
-    char fText[eCapacity];
+    char fText[eCapacity] = {};
 };
 
 #endif

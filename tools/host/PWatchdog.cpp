@@ -19,10 +19,10 @@
 namespace
 {
 constexpr wchar_t kName[] = L"ixla-host.watchdog";
-constexpr std::chrono::seconds kPatience(2);
+constexpr std::chrono::seconds kAnswerPatience(2);
 
 /// The number in an environment variable; 0 without one.
-long long _number(const char* iVariable)
+long long _variable(const char* iVariable)
 {
     // NOLINTNEXTLINE(concurrency-mt-unsafe): the host never changes the environment
     const char* const value = std::getenv(iVariable);
@@ -35,9 +35,9 @@ long long _number(const char* iVariable)
 /// The time between two questions; 0 for none.
 std::chrono::microseconds _period()
 {
-    const long long process = _number("WATCHDOG_PID");
+    const long long process = _variable("WATCHDOG_PID");
     const bool isMeant = process == 0 || process == getpid();
-    return std::chrono::microseconds(isMeant ? _number("WATCHDOG_USEC") / 2 : 0);
+    return std::chrono::microseconds(isMeant ? _variable("WATCHDOG_USEC") / 2 : 0);
 }
 
 /// Returns whether the core has answered. Waits while a lock of the core, the manager or the
@@ -89,7 +89,7 @@ PWatchdog::~PWatchdog()
         std::unique_lock<std::mutex> lock(fState->fMutex);
         fState->fEnding = true;
         fState->fChanged.notify_all();
-        fState->fChanged.wait_for(lock, kPatience, [this] { return fState->fEnded; });
+        fState->fChanged.wait_for(lock, kAnswerPatience, [this] { return fState->fEnded; });
     }
 }
 

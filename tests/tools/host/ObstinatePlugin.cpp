@@ -12,6 +12,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <string>
+#include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
 
@@ -36,6 +37,19 @@ void _awaitFile(const char* iName)
     {
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
+}
+
+/// Returns 0 if a forked process ends with its own exit code.
+int _exitInChild()
+{
+    const pid_t child = fork();
+    if (child == 0)
+    {
+        std::exit(7);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    return 7 - WEXITSTATUS(status);
 }
 
 void _exitOnRequest()
@@ -95,6 +109,10 @@ public:
         if (_is("load on request"))
         {
             std::thread(_loadOnRequest).detach();
+        }
+        if (_is("exit of a child"))
+        {
+            return _exitInChild();
         }
         if (_is("exit in init"))
         {

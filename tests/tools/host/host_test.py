@@ -270,6 +270,13 @@ class Exit(HostTest):
                 self.assertIn(f"ixla-host: libobstinate.so has called {call}, which ends the host;",
                               err)
 
+    def test_of_a_forked_process_is_left_alone(self):
+        host = self.serve("--strict", "--ready-file", "ready", "core.autostart.list=obstinate",
+                          behaviour="exit of a child")
+        self.assertTrue((self.dir / "ready").exists())
+        host.send_signal(signal.SIGTERM)
+        self.assertEqual(0, self.finish(host)[0])
+
     def test_of_a_plugin_removes_the_ready_file(self):
         host = self.serve("--ready-file", "ready", "core.autostart.list=obstinate",
                           behaviour="exit on request")
