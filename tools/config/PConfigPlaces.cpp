@@ -6,6 +6,7 @@
 #include "helpers/ResultText.h"
 #include "helpers/Text.h"
 #include "portinglayer/PUtils.h"
+#include "shared/PCoreSettings.h"
 #include "shared/ToolTexts.h"
 
 #include <algorithm>
@@ -15,8 +16,6 @@ namespace
 {
 constexpr wchar_t kManagerFile[] = L"ixlap.configmanager.prs";
 constexpr wchar_t kPropertyFileKey[] = L"core.prs.file";
-constexpr wchar_t kDirKey[] = L"core.plugins.config.dir";
-constexpr wchar_t kCustomPrefix[] = L"custom.config.";
 
 void _checkDirectory(const std::string& iDir)
 {
@@ -66,23 +65,8 @@ PConfigPlaces::PConfigPlaces(IConfigManager& ioManager, const std::string& iDir,
 
 PString PConfigPlaces::pathOf(const PLiteral& iName) const
 {
-    PString custom(kCustomPrefix);
-    custom += iName;
-    PString name;
-    if (fCore->getString(custom, name) != 0)
-    {
-        name = iName;
-    }
-    PUtils::fixFileSeparator(name);
-    unsigned int slash = 0;
-    PString path;
-    if (!name.chr(L'/', slash) && fCore->getString(kDirKey, path) == 0)
-    {
-        PUtils::fixFileSeparator(path);
-        path += path.endsWith(L"/") ? L"" : L"/";
-    }
-    path += name;
-    return path;
+    return PCoreSettings::pathOf(iName, [this](const PLiteral& iKey, PString& oValue)
+                                 { return fCore->getString(iKey, oValue) == 0; });
 }
 
 PString PConfigPlaces::managerPath() const

@@ -2,6 +2,7 @@
 // ixla-config: explains, checks and changes plugin configurations.
 
 #include "config/CheckCommand.h"
+#include "config/CopyCommands.h"
 #include "config/KeysCommand.h"
 #include "config/PCoreSession.h"
 #include "config/PToolError.h"
@@ -10,6 +11,7 @@
 #include "helpers/Text.h"
 #include "shared/PKeyCheck.h"
 #include "shared/PStandardOutput.h"
+#include "shared/PStoreCopies.h"
 
 #include <CLI/CLI.hpp>
 
@@ -30,6 +32,7 @@ Examples:
   ixla-config --dir config --core core.prs.file=host.prs get com.example.net port
   ixla-config check core.prs config/*.prs
   ixla-config --dir config store com.example.net port 8080
+  ixla-config --dir config restore
 
 Exit codes: 0 done, 1 not found, errors found, refused by the core or standard output not written,
 2 wrong usage.)";
@@ -39,6 +42,7 @@ struct Arguments
 {
     ReadRequest read;
     StoreRequest store;
+    CopyRequest copy;
     CheckRequest check;
     bool keysAsJson = false; ///< of core-keys
     ConfigOptions options;
@@ -106,6 +110,21 @@ void _addWriters(CLI::App& ioTool, StoreRequest& oRequest)
     _addAttribute(*remove, oRequest.attribute, "remove this attribute only");
 }
 
+void _addCopiers(CLI::App& ioTool, CopyRequest& oRequest)
+{
+    CLI::App* const backup = ioTool.add_subcommand("backup", "Copy the store");
+    backup->add_option("FILE", oRequest.file, "new file; otherwise STORE.1, STORE.2 and so on");
+    backup->add_option("--copies", oRequest.copies, "how many numbered copies stay (3)")
+        ->type_name("N")
+        ->check(CLI::Range(1u, PStoreCopies::kMostCopies));
+
+    CLI::App* const restore = ioTool.add_subcommand("restore", "Replace the store by a copy");
+    restore->add_option("FILE", oRequest.file,
+                        "the copy; otherwise the one before a loss, or the newest one");
+
+    ioTool.add_subcommand("repair", "Remove the lines of the store that cannot be read");
+}
+
 void _describe(CLI::App& ioTool, Arguments& oArguments)
 {
     ioTool.footer(kExamples);
@@ -128,6 +147,7 @@ void _describe(CLI::App& ioTool, Arguments& oArguments)
     _addCheck(ioTool, oArguments.check);
     _addKeys(ioTool, oArguments.keysAsJson);
     _addWriters(ioTool, oArguments.store);
+    _addCopiers(ioTool, oArguments.copy);
 }
 
 /// Warns of arguments that a core would not use as intended.
@@ -187,6 +207,13 @@ int _run(const CLI::App& iCommand, Arguments& ioArguments)
         ioArguments.store.options = ioArguments.options;
         ioArguments.store.hasAttribute = hasAttribute;
         return name == "store" ? runStore(ioArguments.store) : runRemove(ioArguments.store);
+    }
+    if (name == "backup" || name == "restore" || name == "repair")
+    {
+        ioArguments.copy.options = ioArguments.options;
+        return name == "backup"    ? runBackup(ioArguments.copy)
+               : name == "restore" ? runRestore(ioArguments.copy)
+                                   : runRepair(ioArguments.copy);
     }
     ioArguments.read.options = ioArguments.options;
     ioArguments.read.hasAttribute = hasAttribute;

@@ -13,7 +13,7 @@ namespace
 constexpr mode_t kPermissions = 07777;
 constexpr mode_t kNewFile = 0600;
 
-[[noreturn]] void _fail(const std::string& iWhat)
+[[noreturn]] void _failWithErrno(const std::string& iWhat)
 {
     throw std::system_error(errno, std::generic_category(), iWhat);
 }
@@ -23,7 +23,7 @@ struct stat _status(int iFile)
     struct stat status = {};
     if (::fstat(iFile, &status) != 0)
     {
-        _fail("its status cannot be read");
+        _failWithErrno("its status cannot be read");
     }
     return status;
 }
@@ -38,7 +38,8 @@ std::string _readAll(const TRead& iRead, const std::string& iWhat)
         const ssize_t length = iRead(nullptr, 0);
         if (length <= 0)
         {
-            return length == 0 || errno == ENOTSUP ? std::string() : (_fail(iWhat), std::string());
+            return length == 0 || errno == ENOTSUP ? std::string()
+                                                   : (_failWithErrno(iWhat), std::string());
         }
         std::string text(static_cast<std::size_t>(length), '\0');
         const ssize_t read = iRead(text.data(), text.size());
@@ -49,7 +50,7 @@ std::string _readAll(const TRead& iRead, const std::string& iWhat)
         }
         if (errno != ERANGE)
         {
-            _fail(iWhat);
+            _failWithErrno(iWhat);
         }
     }
 }
@@ -83,19 +84,19 @@ void PFileStatus::applyTo(int iFile) const
     const bool isOwned = now.st_uid == fOwner && now.st_gid == fGroup;
     if (!isOwned && ::fchown(iFile, fOwner, fGroup) != 0)
     {
-        _fail("its owner " + std::to_string(fOwner) + " and group " + std::to_string(fGroup) +
-              " cannot be kept");
+        _failWithErrno("its owner " + std::to_string(fOwner) + " and group " +
+                       std::to_string(fGroup) + " cannot be kept");
     }
     if (::fchmod(iFile, fMode) != 0)
     {
-        _fail("its mode cannot be kept");
+        _failWithErrno("its mode cannot be kept");
     }
     // After the mode, which changes an access control list.
     applyAttributesTo(iFile);
     if ((_status(iFile).st_mode & kPermissions) != fMode)
     {
         errno = EPERM;
-        _fail("its mode cannot be kept");
+        _failWithErrno("its mode cannot be kept");
     }
 }
 
@@ -124,7 +125,7 @@ void PFileStatus::applyAttributesTo(int iFile) const
         const bool isSame = found != now.end() && found->second == value;
         if (!isSame && ::fsetxattr(iFile, name.c_str(), value.data(), value.size(), 0) != 0)
         {
-            _fail("its attribute " + name + " cannot be kept");
+            _failWithErrno("its attribute " + name + " cannot be kept");
         }
     }
     for (const auto& [name, value] : now)
@@ -132,7 +133,7 @@ void PFileStatus::applyAttributesTo(int iFile) const
         // Inherited from the directory.
         if (fAttributes.count(name) == 0 && ::fremovexattr(iFile, name.c_str()) != 0)
         {
-            _fail("the attribute " + name + " of its directory cannot be removed");
+            _failWithErrno("the attribute " + name + " of its directory cannot be removed");
         }
     }
 }

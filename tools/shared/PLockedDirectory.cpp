@@ -57,6 +57,11 @@ std::string _freshName(const std::string& iName)
     return iName + ".new";
 }
 
+[[noreturn]] void _fail(const std::string& iPath, int iError, const std::string& iWhat)
+{
+    throw PFileError(iPath + ": " + ixlaResultText(-iError) + "; " + iWhat);
+}
+
 /// The text of an error without that of its code.
 std::string _subject(const std::system_error& iError)
 {
@@ -70,13 +75,11 @@ PLockedDirectory::PLockedDirectory(const std::string& iPath)
 {
     if (!fDirectory)
     {
-        throw PFileError(iPath + ": " + ixlaResultText(-errno) +
-                         "; the directory of the store must exist and be readable");
+        _fail(iPath, errno, "the directory of the store must exist and be readable");
     }
     if (const int error = _lock(fDirectory.get()))
     {
-        throw PFileError(iPath + ": " + ixlaResultText(-error) +
-                         "; another tool changes files of this directory; try again");
+        _fail(iPath, error, "another tool changes files of this directory; try again");
     }
 }
 
@@ -94,26 +97,17 @@ bool PLockedDirectory::exists(const std::string& iName) const
 std::optional<std::string> PLockedDirectory::read(const std::string& iName) const
 {
     const PFileDescriptor file = openFile(iName);
+    return file ? std::optional<std::string>(readFile(file.get(), pathOf(iName))) : std::nullopt;
+}
+
+std::string PLockedDirectory::readPath(const std::string& iPath)
+{
+    const PFileDescriptor file(::open(iPath.c_str(), O_RDONLY | O_NOCTTY | O_CLOEXEC));
     if (!file)
     {
-        return std::nullopt;
+        _fail(iPath, errno, "the file must exist and be readable");
     }
-    std::string bytes;
-    for (;;)
-    {
-        const std::size_t length = bytes.size();
-        bytes.resize(length + kBlock);
-        const ssize_t read = ::read(file.get(), bytes.data() + length, kBlock);
-        if (read < 0 && errno != EINTR)
-        {
-            fail(iName, errno, "the file must be readable");
-        }
-        bytes.resize(length + (read > 0 ? static_cast<std::size_t>(read) : 0));
-        if (read == 0)
-        {
-            return bytes;
-        }
-    }
+    return readFile(file.get(), iPath);
 }
 
 PFileStatus PLockedDirectory::statusOf(const std::string& iName) const
@@ -225,12 +219,31 @@ void PLockedDirectory::sync()
     // Some file systems cannot synchronise a directory; the names are as safe as they make them.
     if (::fsync(fDirectory.get()) != 0 && errno != EINVAL && errno != ENOTSUP)
     {
-        throw PFileError(fPath + ": " + ixlaResultText(-errno) +
-                         "; the directory cannot be synchronised with the disk");
+        _fail(fPath, errno, "the directory cannot be synchronised with the disk");
+    }
+}
+
+std::string PLockedDirectory::readFile(int iFile, const std::string& iPath)
+{
+    std::string bytes;
+    for (;;)
+    {
+        const std::size_t length = bytes.size();
+        bytes.resize(length + kBlock);
+        const ssize_t read = ::read(iFile, bytes.data() + length, kBlock);
+        if (read < 0 && errno != EINTR)
+        {
+            _fail(iPath, errno, "the file must be readable");
+        }
+        bytes.resize(length + (read > 0 ? static_cast<std::size_t>(read) : 0));
+        if (read == 0)
+        {
+            return bytes;
+        }
     }
 }
 
 void PLockedDirectory::fail(const std::string& iName, int iError, const std::string& iWhat) const
 {
-    throw PFileError(pathOf(iName) + ": " + ixlaResultText(-iError) + "; " + iWhat);
+    _fail(pathOf(iName), iError, iWhat);
 }

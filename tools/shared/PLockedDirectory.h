@@ -34,6 +34,9 @@ public:
     /// The content of a file; empty for a file that does not exist.
     std::optional<std::string> read(const std::string& iName) const;
 
+    /// The content of a file of any directory, which must exist.
+    static std::string readPath(const std::string& iPath);
+
     /// The status of a file, or that of a new file.
     PFileStatus statusOf(const std::string& iName) const;
 
@@ -52,6 +55,7 @@ private:
     PFileDescriptor openFile(const std::string& iName) const;
     void fill(const std::string& iName, const std::string& iBytes, const PFileStatus& iStatus);
     void sync();
+    static std::string readFile(int iFile, const std::string& iPath);
     [[noreturn]] void fail(const std::string& iName, int iError, const std::string& iWhat) const;
 
     const std::string fPath;
