@@ -9,7 +9,9 @@
 #include "host/PPluginsCheck.h"
 #include "host/PStartStatus.h"
 #include "host/PWatchdog.h"
+#include "shared/PCoreSettings.h"
 #include "shared/PKeyCheck.h"
+#include "shared/PStoreCopies.h"
 
 #include <cerrno>
 #include <ctime>
@@ -126,10 +128,33 @@ std::size_t PHost::complainOfKeys() const
     return findings.size();
 }
 
+void PHost::keepStore() const
+{
+    const std::string path = PCoreSettings(fOptions.fCoreArguments).storePath();
+    if (fOptions.fStoreCopies == 0 || path.empty())
+    {
+        return;
+    }
+    try
+    {
+        const std::string loss = PStoreCopies(path).keep(fOptions.fStoreCopies);
+        if (!loss.empty())
+        {
+            _complain("warning: " + loss);
+        }
+    }
+    catch (const PFileError& error)
+    {
+        _complain("warning: the store is not copied: " + std::string(error.what()));
+    }
+}
+
 EHostExit PHost::start()
 {
     // The start goes on without these keys.
     static_cast<void>(complainOfKeys());
+    // Before the core, which may write the store.
+    keepStore();
     const std::vector<PString>& arguments = fLogPlace.arguments();
     int result = eIxlaOk;
     {

@@ -38,6 +38,8 @@ private:
     /// Prints a line for each misspelt or misplaced key of the core, and each wrong value, in the
     /// arguments and in the property file. Returns how many there are.
     std::size_t complainOfKeys() const;
+    /// Copies the store. Prints a line about a failure, or about lost values; the start goes on.
+    void keepStore() const;
     EHostExit start();
     EHostExit check();
     EHostExit initialise();

@@ -5,6 +5,7 @@
 #include "host/EHostExit.h"
 #include "portinglayer/PUtf8.h"
 #include "portinglayer/PUtils.h"
+#include "shared/PStoreCopies.h"
 
 #include <CLI/CLI.hpp>
 
@@ -39,7 +40,7 @@ constexpr char kFooter[] =
     "  ixla-host --seconds 0 core.plugins.dir=plugins core.plugins.config.dir=config \\\n"
     "            core.plugins.log.dir=log core.log.file=core.log\n"
     "  ixla-host --strict --prs core.prs\n"
-    "  ixla-host --prs core.prs --ready-file /run/ixlal.ready &";
+    "  ixla-host --prs core.prs --keep-store 5 --ready-file /run/ixlal.ready &";
 
 std::string _checkArgument(const std::string& iArgument)
 {
@@ -121,6 +122,11 @@ void PHostOptions::read(CLI::App& ioApp, int iCount, const char* const* iArgumen
             "--seconds", [this](const std::string& text) { fSeconds = _toSeconds(text); },
             "Stop N seconds after everything is ready")
         ->option_text("N");
+    ioApp
+        .add_option("--keep-store", fStoreCopies,
+                    "Copy the store before the start, and keep N copies")
+        ->option_text("N")
+        ->check(CLI::Range(1u, PStoreCopies::kMostCopies));
     ioApp.add_option("arguments", arguments, "Arguments of the core")
         ->option_text("KEY=VALUE ...")
         ->check(_checkArgument);

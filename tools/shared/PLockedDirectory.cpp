@@ -75,7 +75,7 @@ PLockedDirectory::PLockedDirectory(const std::string& iPath)
 {
     if (!fDirectory)
     {
-        _fail(iPath, errno, "the directory of the store must exist and be readable");
+        _fail(iPath, errno, "the directory must exist and be readable");
     }
     if (const int error = _lock(fDirectory.get()))
     {

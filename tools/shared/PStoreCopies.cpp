@@ -26,13 +26,13 @@ std::string PStoreCopies::keep(unsigned int iCount)
     const std::string loss = findLoss(bytes);
     if (!loss.empty())
     {
-        hold(newest());
+        hold();
     }
     if (bytes && !bytes->empty() && readText(fStore.name())->fault().empty())
     {
         rotate(*bytes, iCount);
     }
-    const bool isHeld = fStore.directory().exists(held());
+    const bool isHeld = loss.empty() ? !releaseHeld() : fStore.directory().exists(held());
     if (loss.empty() && !isHeld)
     {
         return "";
@@ -85,7 +85,7 @@ void PStoreCopies::backUpTo(const std::string& iPath)
 PStoreCopies::Restored PStoreCopies::restore(const std::string& iPath)
 {
     PLockedDirectory& directory = fStore.directory();
-    const std::string own = directory.exists(held()) ? held() : newest();
+    const std::string own = best();
     if (iPath.empty() && own.empty())
     {
         throw PFileError(fStore.path() + ": there is no copy of it; name one");
@@ -108,7 +108,7 @@ PStoreCopies::Restored PStoreCopies::restore(const std::string& iPath)
         done.replaced = directory.pathOf(replaced);
     }
     directory.write(fStore.name(), bytes, status);
-    if (directory.read(held()) == bytes)
+    if (iPath.empty() || directory.read(held()) == bytes)
     {
         directory.remove(held());
     }
@@ -184,16 +184,33 @@ std::string PStoreCopies::findLoss(const std::optional<std::string>& iBytes) con
                                               : "";
 }
 
-/// Holds a copy, unless there is none or another one is held.
-void PStoreCopies::hold(const std::string& iName)
+/// The name of the copy to restore: the held one, unless the newest one has all its entries.
+std::string PStoreCopies::best() const
+{
+    const std::optional<PStoreText> before = readText(held());
+    const std::optional<PStoreText> last = readText(newest());
+    return before && !(last && last->hasAllOf(*before)) ? held() : newest();
+}
+
+/// Holds the newest copy, unless there is none or the held one has further entries.
+void PStoreCopies::hold()
 {
     PLockedDirectory& directory = fStore.directory();
-    const std::optional<std::string> bytes =
-        iName.empty() || directory.exists(held()) ? std::nullopt : directory.read(iName);
-    if (bytes)
+    const std::string copy = best();
+    if (!copy.empty() && copy != held())
     {
-        directory.write(held(), *bytes, directory.statusOf(iName));
+        directory.write(held(), directory.read(copy).value(), directory.statusOf(copy));
     }
+}
+
+/// Removes the held copy if the newest one has all its entries. Returns whether none is held.
+bool PStoreCopies::releaseHeld()
+{
+    if (fStore.directory().exists(held()) && best() != held())
+    {
+        fStore.directory().remove(held());
+    }
+    return !fStore.directory().exists(held());
 }
 
 /// Adds a copy, unless it is the same as the newest one.

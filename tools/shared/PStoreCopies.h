@@ -12,8 +12,9 @@
 
 /// The copies are in the directory of the store. STORE.1 is the newest one, STORE.2 the one before
 /// it. STORE.0 exists after a process was killed while it renamed them, and is newer then.
-/// STORE.held is the copy from before a loss, which stays until the loss is resolved by restore or
-/// accepted by backUp. All operations throw PFileError; the files are whole then.
+/// STORE.held is the copy from before a loss. It stays until restore resolves the loss, backUp
+/// accepts it, or a newer copy has all its entries again. All operations throw PFileError; the
+/// files are whole then.
 class PStoreCopies
 {
 public:
@@ -43,7 +44,7 @@ public:
         std::size_t entries = 0; ///< in the copy
     };
 
-    /// Replaces the store by a copy: iPath, or without one the held copy or the newest one. The
+    /// Replaces the store by a copy: iPath, or without one the held copy, or the newest one. The
     /// replaced store becomes STORE.replaced.
     Restored restore(const std::string& iPath);
 
@@ -51,10 +52,12 @@ private:
     std::string numbered(unsigned int iNumber) const;
     std::string held() const;
     std::string newest() const;
+    std::string best() const;
     std::optional<PStoreText> readText(const std::string& iName) const;
     std::string requireWhole() const;
     std::string findLoss(const std::optional<std::string>& iBytes) const;
-    void hold(const std::string& iName);
+    void hold();
+    bool releaseHeld();
     void rotate(const std::string& iBytes, unsigned int iCount);
     void finishRotation(unsigned int iCount);
 

@@ -31,15 +31,27 @@ std::string PStoreText::fault() const
 
 bool PStoreText::endsBefore(const PStoreText& iOther) const
 {
-    return lastName() < iOther.lastName();
+    const std::set<Name> own = names();
+    const std::set<Name> others = iOther.names();
+    return !others.empty() && (own.empty() || *own.rbegin() < *others.rbegin());
 }
 
-PStoreText::Name PStoreText::lastName() const
+bool PStoreText::hasAllOf(const PStoreText& iOther) const
 {
-    Name last;
+    const std::set<Name> own = names();
+    const std::set<Name> others = iOther.names();
+    return std::includes(own.begin(), own.end(), others.begin(), others.end());
+}
+
+std::set<PStoreText::Name> PStoreText::names() const
+{
+    std::set<Name> names;
     for (const ConfigLine& line : fFile.lines())
     {
-        last = std::max(last, Name(line.key.text, line.attribute.text));
+        if (line.kind == ConfigLine::eEntry)
+        {
+            names.insert({line.key.text, line.attribute.text});
+        }
     }
-    return last;
+    return names;
 }

@@ -5,8 +5,8 @@
 
 #include "shared/PConfigFile.h"
 
+#include <set>
 #include <string>
-#include <utility>
 
 /// A process that is killed while it stores leaves the beginning of the new store, whose entries
 /// are in ascending order.
@@ -25,10 +25,23 @@ public:
     /// Whether the other one has entries after the last entry of this one.
     bool endsBefore(const PStoreText& iOther) const;
 
-private:
-    typedef std::pair<PString, PString> Name; ///< the key and the attribute
+    /// Whether it has an entry for each entry of the other one, whatever the values.
+    bool hasAllOf(const PStoreText& iOther) const;
 
-    Name lastName() const;
+private:
+    /// The order is that of the core. A std::pair would compare the addresses of the texts.
+    struct Name
+    {
+        PString key;
+        PString attribute;
+
+        bool operator<(const Name& iOther) const
+        {
+            return key < iOther.key || (key == iOther.key && attribute < iOther.attribute);
+        }
+    };
+
+    std::set<Name> names() const;
 
     PConfigFile fFile;
     const bool fIsCut;

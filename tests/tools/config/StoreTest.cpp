@@ -89,7 +89,7 @@ TEST_F(ConfigToolStores, NothingInAMissingDirectory)
 {
     write("config/ixlap.configmanager.prs", "ixlap.configmanager.store.file = none/store.txt\n");
     EXPECT_EQ(1, ask({"store", kID, "port", "1"}));
-    EXPECT_THAT(err, HasSubstr("none: -2 (No such file or directory); the directory of the store "
+    EXPECT_THAT(err, HasSubstr("none: -2 (No such file or directory); the directory "
                                "must exist and be readable"));
 }
 
