@@ -256,16 +256,17 @@ private:
 
 /// The same line from a narrow text, which needs no encoding, in a format that the compiler checks.
 /// The process number is constant text in the pattern, because its flag would ask the system for
-/// each line. Flushes each line, as ours does. Prints failures.
+/// each line. Each line reaches the file at once, as ours does: the stream has no buffer, which
+/// takes less time than a flush after each line. Prints failures.
 class Spdlog
 {
 public:
     Spdlog(const std::string& iPath, const std::string& iFilling)
-        : fLog("bench", std::make_shared<spdlog::sinks::basic_file_sink_mt>(iPath)),
+        : fLog("bench",
+               std::make_shared<spdlog::sinks::basic_file_sink_mt>(iPath, false, _events())),
           fFilling(iFilling)
     {
-        fLog.set_pattern("%Y-%m-%d %H:%M:%S.%e " + std::to_string(::getpid()) + ":%t %L %n %v");
-        fLog.flush_on(spdlog::level::info);
+        fLog.set_pattern("%Y-%m-%d %T.%e " + std::to_string(::getpid()) + ":%t %L %n %v");
     }
 
     bool write(unsigned int iNumber)
@@ -275,6 +276,16 @@ public:
     }
 
 private:
+    static spdlog::file_event_handlers _events()
+    {
+        spdlog::file_event_handlers events;
+        events.after_open = [](const spdlog::filename_t&, std::FILE* iFile)
+        {
+            static_cast<void>(std::setvbuf(iFile, nullptr, _IONBF, 0));
+        };
+        return events;
+    }
+
     spdlog::logger fLog;
     const std::string fFilling;
 };
