@@ -49,7 +49,8 @@ const std::string& PLogTail::name() const noexcept
 
 std::vector<std::string> PLogTail::last(std::size_t iCount, std::size_t iMostBytes)
 {
-    std::string text(std::min<std::size_t>(iMostBytes, static_cast<std::size_t>(fPlace)), '\0');
+    const off64_t size = std::min<off64_t>(static_cast<off64_t>(iMostBytes), fPlace);
+    std::string text(static_cast<std::size_t>(size), '\0');
     const ssize_t count =
         pread64(fFile->get(), text.data(), text.size(), fPlace - static_cast<off64_t>(text.size()));
     text.resize(count > 0 ? static_cast<std::size_t>(count) : 0);

@@ -201,6 +201,14 @@ class Logs(ControlTest):
         self.write("log/short.log", "one\ntwo\nhalf")
         self.assertEqual(["one", "two"], self.result("log", "tail", "short.log")["lines"])
 
+    def test_a_log_of_more_than_4_gib_is_read(self):
+        self.start()
+        with open(self.dir / "log/own.log", "wb") as log:
+            log.seek(1 << 32)
+            log.write(b"\none\ntwo\n")
+        self.assertEqual(["one", "two"],
+                         self.result("log", "tail", "own.log", "--lines", "2")["lines"])
+
     def test_a_log_is_followed_when_it_is_moved_or_truncated(self):
         self.start()
         watcher = self.connect()
