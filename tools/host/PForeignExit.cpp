@@ -3,12 +3,14 @@
 
 #include "host/EHostExit.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <dlfcn.h>
 #include <execinfo.h>
 #include <iterator>
+#include <link.h>
 #include <stdexcept>
 #include <string>
 #include <unistd.h>
@@ -18,31 +20,34 @@ namespace
 {
 std::atomic<const PForeignExit*> sActive{nullptr};
 
-std::string _fileOf(const void* iAddress)
+int _addLibrary(dl_phdr_info* iLibrary, std::size_t, void* oLibraries)
 {
-    Dl_info found = {};
-    if (dladdr(iAddress, &found) == 0 || !found.dli_fname)
-    {
-        return std::string();
-    }
-    const std::string path = found.dli_fname;
-    return path.substr(path.rfind('/') + 1);
+    static_cast<std::vector<std::uintptr_t>*>(oLibraries)->push_back(iLibrary->dlpi_addr);
+    return 0;
 }
 
-/// The library that has called exit: the first one on the stack that is neither this program nor
-/// the C library.
-std::string _caller()
+/// The addresses of the program and of the libraries that are loaded.
+std::vector<std::uintptr_t> _libraries()
 {
-    const std::string own = _fileOf(reinterpret_cast<const void*>(&_fileOf));
-    const std::string runtime = _fileOf(reinterpret_cast<const void*>(&_exit));
+    std::vector<std::uintptr_t> libraries;
+    dl_iterate_phdr(&_addLibrary, &libraries);
+    return libraries;
+}
+
+/// The library that has called exit: the first one on the stack that was loaded later than iOwn.
+std::string _caller(const std::vector<std::uintptr_t>& iOwn)
+{
     void* frames[32];
     const int count = backtrace(frames, std::size(frames));
     for (int i = 0; i < count; ++i)
     {
-        std::string file = _fileOf(frames[i]);
-        if (!file.empty() && file != own && file != runtime)
+        Dl_info found = {};
+        const bool isKnown = dladdr(frames[i], &found) != 0 && found.dli_fname;
+        const auto base = reinterpret_cast<std::uintptr_t>(found.dli_fbase);
+        if (isKnown && std::find(iOwn.begin(), iOwn.end(), base) == iOwn.end())
         {
-            return file;
+            const std::string path = found.dli_fname;
+            return path.substr(path.rfind('/') + 1);
         }
     }
     return "a plugin";
@@ -66,7 +71,7 @@ extern "C" void _onQuickExit()
 } // namespace
 
 PForeignExit::PForeignExit(std::function<void()> iCleanUp)
-    : fCleanUp(std::move(iCleanUp)), fProcess(getpid())
+    : fCleanUp(std::move(iCleanUp)), fProcess(getpid()), fLibraries(_libraries())
 {
     if (on_exit(&_onExit, nullptr) != 0 || std::at_quick_exit(&_onQuickExit) != 0)
     {
@@ -86,7 +91,7 @@ void PForeignExit::end(const char* iCall) const
     dprintf(STDERR_FILENO,
             "ixla-host: %s has called %s, which ends the host; a plugin must return a result "
             "code instead\n",
-            _caller().c_str(), iCall);
+            _caller(fLibraries).c_str(), iCall);
     fCleanUp();
     static_cast<void>(std::fflush(stdout)); // what the plugin has written
     _exit(eExitByPlugin);

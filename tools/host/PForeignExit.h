@@ -3,7 +3,9 @@
 #ifndef IXLAL_TOOLS_PFOREIGNEXIT_H
 #define IXLAL_TOOLS_PFOREIGNEXIT_H
 
+#include <cstdint>
 #include <functional>
+#include <vector>
 
 /// While the object exists, exit and quick_exit end the process with eExitByPlugin, after a line
 /// that names the library of the caller. Without it, the plugin's code could be one of the host's,
@@ -28,6 +30,7 @@ public:
 private:
     const std::function<void()> fCleanUp;
     const int fProcess;
+    const std::vector<std::uintptr_t> fLibraries; ///< of the host
 };
 
 #endif
