@@ -39,8 +39,12 @@ def attributes_text(attributes: gdb.Value) -> str:
     table = scalar(attributes["fTable"])
     if not int(table):
         return ""
-    return shown(lambda: "".join(f" [{text(name)} = {text(each)}]"
-                                 for name, each in tree(table.dereference())))
+    return shown(lambda: "".join(_attribute_text(target(each, "an attribute"))
+                                 for each in vector(table.dereference())))
+
+
+def _attribute_text(attribute: gdb.Value) -> str:
+    return f" [{text(attribute['name'])} = {text(attribute['text'])}]"
 
 
 def run_time_tables(core: Core) -> Iterator[tuple[str, gdb.Value]]:
