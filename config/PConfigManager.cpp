@@ -83,13 +83,7 @@ void PConfigManager::nl_close(PBaseptr<IConfig>& oManagerConfig, PBaseptr<IConfi
 int PConfigManager::loadByFile(const PLiteral& iFile, PBaseptr<IConfig>& oConfig) noexcept
 {
     PReadFault fault;
-    return loadFile(this, iFile, oConfig, fault);
-}
-
-int PConfigManager::loadFile(IConfigManager* iManager, const PLiteral& iFile,
-                             PBaseptr<IConfig>& oConfig, PReadFault& oFault) noexcept
-{
-    return PConfigLoader::_loadFile(*this, iManager, iFile, oConfig, oFault);
+    return PConfigLoader::_loadFile(*this, this, iFile, oConfig, fault);
 }
 
 int PConfigManager::loadByArgs(const std::vector<PString>& iArgs,

@@ -108,12 +108,6 @@ public:
         return fClosed;
     }
 
-    /// As loadByFile, for a configuration whose manager is iManager, which may be null. oFault gets
-    /// the place and the code of any error, also of one that ended the file early with the result
-    /// 0.
-    int loadFile(IConfigManager* iManager, const PLiteral& iFile, PBaseptr<IConfig>& oConfig,
-                 PReadFault& oFault) noexcept;
-
     /// Sets run-time values of the ID that all plugins share; existing ones stay. With iPinned they
     /// get the attribute "const". Announces nothing: the core sets them before a plugin can listen.
     /// Returns the result of the last value, 0 or -501, or the mutex's code.

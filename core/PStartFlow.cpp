@@ -2,6 +2,7 @@
 #include "core/PStartFlow.h"
 
 #include "Ixla.h"
+#include "config/PConfigLoader.h"
 #include "config/PConfigManager.h"
 #include "config/PReadFault.h"
 #include "core/PCoreParts.h"
@@ -148,7 +149,8 @@ int PStartFlow::loadPropertyFile(const PLiteral& iFile)
 {
     PConfigManager& manager = static_cast<PConfigManager&>(*fParts.fServices.fConfigManager);
     PReadFault fault;
-    const int result = manager.loadFile(&manager, iFile, fParts.fServices.fConfig, fault);
+    const int result =
+        PConfigLoader::_loadFile(manager, &manager, iFile, fParts.fServices.fConfig, fault);
     if (fault.code != 0)
     {
         PLogger::error(fParts.fLog.logger(), 0,

@@ -26,6 +26,14 @@ int _truncate(int iHandle, off_t iSize) noexcept
 {
     return PRetry::call([=] { return ::ftruncate(iHandle, iSize); });
 }
+
+// O_NONBLOCK, because a log that is a pipe must not block the process, neither here nor in a write.
+int _open(const char* iPath, bool iNew) noexcept
+{
+    const int flags = O_WRONLY | O_APPEND | O_CREAT | O_NONBLOCK | (iNew ? O_TRUNC : 0);
+    PDescriptor file(iPath, flags, kFileMode);
+    return file.result() == 0 ? file.release() : file.result();
+}
 } // namespace
 
 PLogSink::PLogSink(const std::string& iPath, bool iNew, const PLogLimits& iLimits)
@@ -49,11 +57,11 @@ PLogSink::~PLogSink()
 
 int PLogSink::open() noexcept
 {
-    int handle = openHandle();
+    int handle = _open(fPath.current(), fNew);
     if (handle == -ENOENT)
     {
         const int result = fPath.makeDirectories();
-        handle = result != 0 ? result : openHandle();
+        handle = result != 0 ? result : _open(fPath.current(), fNew);
     }
     if (handle < 0)
     {
@@ -64,14 +72,6 @@ int PLogSink::open() noexcept
     fSizeLimit.forget();
     examine();
     return 0;
-}
-
-// O_NONBLOCK, because a log that is a pipe must not block the process, neither here nor in a write.
-int PLogSink::openHandle() const noexcept
-{
-    const int flags = O_WRONLY | O_APPEND | O_CREAT | O_NONBLOCK | (fNew ? O_TRUNC : 0);
-    PDescriptor file(fPath.current(), flags, kFileMode);
-    return file.result() == 0 ? file.release() : file.result();
 }
 
 /// Reads size, line count and identity of the file that was just opened.

@@ -46,7 +46,6 @@ public:
     int put(std::string_view iBytes, unsigned int iLines, std::time_t iSecond) noexcept;
 
 private:
-    int openHandle() const noexcept;
     void examine() noexcept;
     bool isLimited() const noexcept;
     int makeRoom(std::size_t iSize, unsigned int iLines) noexcept;
