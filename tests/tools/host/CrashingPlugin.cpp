@@ -63,7 +63,7 @@ void _crashWithoutStack()
 #elif defined(__x86_64__)
     asm volatile("syscall\n\tjmp *%3"
                  :
-                 : "a"(SYS_ftruncate), "D"(sStackFile), "S"(0), "d"(0)
+                 : "a"(SYS_ftruncate), "D"(sStackFile), "S"(0L), "d"(0L)
                  : "rcx", "r11");
 #endif
 }
