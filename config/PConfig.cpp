@@ -218,10 +218,9 @@ PConfigManager* PConfig::source() const noexcept
     return fID.len() != 0 ? static_cast<PConfigManager*>(fManager.get()) : nullptr;
 }
 
-// Readers without the lock run this at the same time as others, so the cache is atomic.
 bool PConfig::_isPinned(PConfigValue& ioRecord) noexcept
 {
-    if (__atomic_load_n(&ioRecord.fConst, __ATOMIC_RELAXED))
+    if (ioRecord.fAttributes.isPinned())
     {
         return true;
     }
@@ -235,7 +234,7 @@ bool PConfig::_isPinned(PConfigValue& ioRecord) noexcept
     {
         return false;
     }
-    __atomic_store_n(&ioRecord.fConst, true, __ATOMIC_RELAXED);
+    ioRecord.fAttributes.markPinned();
     return true;
 }
 

@@ -42,41 +42,41 @@ PConfigAttribute* PConfigAttribute::_create(const PLiteral& iName, const PLitera
 
 const PLiteral* PConfigAttributes::find(const PLiteral& iName) const noexcept
 {
-    if (!fTable)
+    if (!fContent)
     {
         return nullptr;
     }
-    const auto place = _placeOf(*fTable, iName);
-    return place != fTable->end() && (*place)->name == iName ? &(*place)->text : nullptr;
+    const auto place = _placeOf(fContent->all, iName);
+    return place != fContent->all.end() && (*place)->name == iName ? &(*place)->text : nullptr;
 }
 
 void PConfigAttributes::add(const PLiteral& iName, const PLiteral& iText)
 {
-    if (!fTable)
+    if (!fContent)
     {
-        fTable = std::make_unique<Table>();
+        fContent = std::make_unique<Content>();
     }
-    const auto place = _placeOf(*fTable, iName);
-    if (place == fTable->end() || (*place)->name != iName)
+    const auto place = _placeOf(fContent->all, iName);
+    if (place == fContent->all.end() || (*place)->name != iName)
     {
-        fTable->insert(place, Table::value_type(PConfigAttribute::_create(iName, iText)));
+        fContent->all.insert(place, Table::value_type(PConfigAttribute::_create(iName, iText)));
     }
 }
 
 void PConfigAttributes::remove(const PLiteral& iName) noexcept
 {
-    if (!fTable)
+    if (!fContent)
     {
         return;
     }
-    const auto place = _placeOf(*fTable, iName);
-    if (place != fTable->end() && (*place)->name == iName)
+    const auto place = _placeOf(fContent->all, iName);
+    if (place != fContent->all.end() && (*place)->name == iName)
     {
-        fTable->erase(place);
+        fContent->all.erase(place);
     }
 }
 
 const Table& PConfigAttributes::all() const noexcept
 {
-    return fTable ? *fTable : sNone.table;
+    return fContent ? fContent->all : sNone.table;
 }

@@ -30,7 +30,7 @@ private:
 };
 
 /// Texts by name, in the order of the names. Most keys have none, so the table is made for the
-/// first one. Not synchronised.
+/// first one. Not synchronised, except for the mark of a pinned value.
 class PConfigAttributes
 {
 public:
@@ -38,8 +38,22 @@ public:
 
     bool empty() const noexcept
     {
-        return !fTable || fTable->empty();
+        return !fContent || fContent->all.empty();
     }
+
+    ///@{
+    /// Whether a reader has found the attribute "const" to be true: a cache that readers set at the
+    /// same time as others, while there are attributes, and that is never cleared.
+    bool isPinned() const noexcept
+    {
+        return fContent && __atomic_load_n(&fContent->pinned, __ATOMIC_RELAXED);
+    }
+
+    void markPinned() noexcept
+    {
+        __atomic_store_n(&fContent->pinned, true, __ATOMIC_RELAXED);
+    }
+    ///@}
 
     /// Returns null for none.
     const PLiteral* find(const PLiteral& iName) const noexcept;
@@ -52,13 +66,19 @@ public:
 
     void swap(PConfigAttributes& ioOther) noexcept
     {
-        fTable.swap(ioOther.fTable);
+        fContent.swap(ioOther.fContent);
     }
 
     const Table& all() const noexcept;
 
 private:
-    std::unique_ptr<Table> fTable;
+    struct Content
+    {
+        Table all;
+        bool pinned = false;
+    };
+
+    std::unique_ptr<Content> fContent;
 };
 
 #endif

@@ -21,10 +21,6 @@ struct PConfigValue
 
     PConfigText fValue; ///< also empty for a key that has only attributes
     PConfigAttributes fAttributes;
-
-    /// Whether a reader has found the attribute "const" to be true. A cache that readers set and
-    /// that is never cleared.
-    bool fConst = false;
 };
 
 #endif

@@ -30,7 +30,7 @@ struct Sized
     long long limit;
 };
 constexpr Sized kSized[] = {{"allocated for each registered interface", eInterfaces, 10000, 300},
-                            {"allocated for each key of a loaded file", eKeys, 10000, 160},
+                            {"allocated for each key of a loaded file", eKeys, 10000, 150},
                             {"allocated for each listener", eListeners, 10000, 33},
                             {"allocated for each plugin", ePlugins, 100, 2000}};
 

@@ -31,12 +31,12 @@ TEST(ConfigRecords, RemovingAnAttributeKeepsTheRestOfTheRecord)
     ASSERT_EQ(PConfigRecords::_addValue(values, L"a", L"1"), 0);
     ASSERT_EQ(PConfigRecords::_addAttrValue(values, L"a", L"x", L"2"), 0);
     ASSERT_EQ(PConfigRecords::_addAttrValue(values, L"a", L"y", L"3"), 0);
-    values.find(L"a")->fConst = true;
+    values.find(L"a")->fAttributes.markPinned();
     ASSERT_EQ(PConfigRecords::_removeAttr(values, L"a", L"x"), 0);
 
     const PConfigValue& record = *values.find(L"a");
     EXPECT_EQ(record.fValue, L"1");
-    EXPECT_TRUE(record.fConst);
+    EXPECT_TRUE(record.fAttributes.isPinned());
     EXPECT_EQ(record.fAttributes.all().size(), 1u);
     EXPECT_NE(record.fAttributes.find(L"y"), nullptr);
 }
@@ -45,12 +45,12 @@ TEST(ConfigRecords, ReplacingAValueKeepsAttributesAndPin)
 {
     PConfigValues values;
     ASSERT_EQ(PConfigRecords::_addAttrValue(values, L"a", L"x", L"2"), 0);
-    values.find(L"a")->fConst = true;
+    values.find(L"a")->fAttributes.markPinned();
     ASSERT_EQ(PConfigRecords::_addValue(values, L"a", L"1"), 0);
 
     const PConfigValue& record = *values.find(L"a");
     EXPECT_EQ(record.fValue, L"1");
-    EXPECT_TRUE(record.fConst);
+    EXPECT_TRUE(record.fAttributes.isPinned());
     EXPECT_EQ(record.fAttributes.all().size(), 1u);
 }
 

@@ -161,7 +161,7 @@ TEST_F(RunTimeValues, NewRecordHasNoAttributesAndNoPin)
     ASSERT_EQ(manager.findDynamicValue(L"A", L"K", record), 0);
 
     EXPECT_TRUE(record->fAttributes.empty());
-    EXPECT_FALSE(record->fConst);
+    EXPECT_FALSE(record->fAttributes.isPinned());
 }
 
 TEST_F(RunTimeEvents, EverySetIsAnnouncedAlsoOneThatChangesNothing)
