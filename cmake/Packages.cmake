@@ -5,9 +5,9 @@ set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME ixlal)
 set(CPACK_PACKAGE_CONTACT "The ixlal maintainers <maintainers@ixlal.example.org>")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
-set(CPACK_COMPONENTS_ALL libixlal libixlal-dev ixlal-tools)
+set(CPACK_COMPONENTS_ALL
+    libixlal libixlal-debug libixlal-dev ixlal-tools ixlal-tools-debug)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
-set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
     OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
@@ -15,15 +15,19 @@ set(CPACK_DEBIAN_COMPRESSION_TYPE xz)
 set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE i386)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 
-# _ixlal_package(NAME SECTION SUMMARY DESCRIPTION): the control file of a package, and the files
-# that every package has in addition to its component.
+# _ixlal_package(NAME SECTION SUMMARY DESCRIPTION [COMPONENT]): the control file of a package, and
+# the files that every package has in addition to its component, which has its name by default.
 function(_ixlal_package name section summary description)
-    string(TOUPPER ${name} upper)
+    set(component ${name})
+    if(ARGN)
+        set(component ${ARGN})
+    endif()
+    string(TOUPPER ${component} upper)
     set(CPACK_DEBIAN_${upper}_PACKAGE_NAME ${name} PARENT_SCOPE)
     set(CPACK_DEBIAN_${upper}_PACKAGE_SECTION ${section} PARENT_SCOPE)
     set(CPACK_DEBIAN_${upper}_DESCRIPTION "${summary}\n${description}" PARENT_SCOPE)
     install(FILES packaging/copyright packaging/changelog
-        DESTINATION share/doc/${name} COMPONENT ${name} EXCLUDE_FROM_ALL)
+        DESTINATION share/doc/${name} COMPONENT ${component} EXCLUDE_FROM_ALL)
 endfunction()
 
 _ixlal_package(libixlal libs "core of a plugin framework - libraries"
@@ -46,15 +50,27 @@ libraries by interface ID. The core brings configuration, events and logs.
 This package holds tools that begin, run, inspect and validate plugins, and
 that explain configurations and logs.")
 
+# packaging/stage.cmake moves the debug information there. cpack removes directories of components
+# whose names end with -dbgsym.
+foreach(package libixlal ixlal-tools)
+    _ixlal_package(${package}-dbgsym debug "debug information of ${package}"
+"gdb finds the debug information by the build IDs of the files. It is needed to
+look into a process that hangs, or into a core dump, with ixla-debug."
+        ${package}-debug)
+endforeach()
+
 install(FILES packaging/overrides/libixlal
     DESTINATION share/lintian/overrides COMPONENT libixlal EXCLUDE_FROM_ALL)
 
 set(same_version "(= ${PROJECT_VERSION})")
+set(CPACK_DEBIAN_LIBIXLAL-DEBUG_PACKAGE_DEPENDS "libixlal ${same_version}")
+set(CPACK_DEBIAN_IXLAL-TOOLS-DEBUG_PACKAGE_DEPENDS "ixlal-tools ${same_version}")
 set(CPACK_DEBIAN_LIBIXLAL-DEV_PACKAGE_DEPENDS "libixlal ${same_version}")
 set(CPACK_DEBIAN_LIBIXLAL-DEV_PACKAGE_SUGGESTS "ixlal-tools ${same_version}")
 set(CPACK_DEBIAN_IXLAL-TOOLS_PACKAGE_DEPENDS
     "libixlal ${same_version}, python3:any, python3-pyelftools")
 set(CPACK_DEBIAN_IXLAL-TOOLS_PACKAGE_RECOMMENDS "libixlal-dev ${same_version}, cmake")
+set(CPACK_DEBIAN_IXLAL-TOOLS_PACKAGE_SUGGESTS "libixlal-dbgsym ${same_version}, gdb")
 set(CPACK_DEBIAN_LIBIXLAL_PACKAGE_CONTROL_EXTRA
     ${PROJECT_SOURCE_DIR}/packaging/triggers ${PROJECT_BINARY_DIR}/packaging/symbols)
 

@@ -16,6 +16,33 @@ foreach(script ${scripts})
         COMMAND_ERROR_IS_FATAL ANY)
 endforeach()
 
+# _ixlal_detach(FILE DIRECTORY): moves the debug information of a program or a library into the
+# directory, to the place where gdb searches for its build ID. Leaves other files as they are.
+function(_ixlal_detach file directory)
+    execute_process(COMMAND readelf -nW ${file} OUTPUT_VARIABLE notes ERROR_QUIET)
+    if(NOT notes MATCHES "Build ID: ([0-9a-f][0-9a-f])([0-9a-f]+)")
+        return()
+    endif()
+    set(detached ${directory}/usr/lib/debug/.build-id/${CMAKE_MATCH_1}/${CMAKE_MATCH_2}.debug)
+    get_filename_component(parent ${detached} DIRECTORY)
+    file(MAKE_DIRECTORY ${parent})
+    execute_process(COMMAND objcopy --only-keep-debug ${file} ${detached}
+        COMMAND_ERROR_IS_FATAL ANY)
+    execute_process(COMMAND objcopy --strip-unneeded --add-gnu-debuglink=${detached} ${file}
+        COMMAND_ERROR_IS_FATAL ANY)
+    file(CHMOD ${detached} PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
+endfunction()
+
+foreach(package libixlal ixlal-tools)
+    set(staged ${CPACK_TEMPORARY_INSTALL_DIRECTORY}/${package})
+    file(GLOB_RECURSE files ${staged}/usr/bin/* ${staged}/usr/lib/* ${staged}/usr/libexec/*)
+    foreach(file ${files})
+        if(NOT IS_SYMLINK ${file})
+            _ixlal_detach(${file} ${CPACK_TEMPORARY_INSTALL_DIRECTORY}/${package}-debug)
+        endif()
+    endforeach()
+endforeach()
+
 # Directories are for everybody, whatever the umask is.
 file(CHMOD_RECURSE ${CPACK_TEMPORARY_INSTALL_DIRECTORY}
     DIRECTORY_PERMISSIONS ${CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS})

@@ -221,6 +221,40 @@ check_refusals() {
     refused "libchatty.so: 1 of" build_project "$project/invalid" "$prefix"
 }
 
+# gdb finds the commands and the debug information of the packages, and shows a host of them that
+# runs, and its core dump.
+check_debugger() {
+    local unpacked=$work/root run=$work/debugger host said
+    mkdir -p "$run/plugins" "$run/config"
+    printf 'ixlap.configmanager.store.file = store.txt\n' >"$run/config/ixlap.configmanager.prs"
+    (cd "$run" && exec "$unpacked/usr/bin/ixla-host" core.plugins.dir=plugins \
+        core.plugins.config.dir=config core.plugins.log.dir=log --ready-file ready \
+        --seconds 300 >out.txt 2>&1) &
+    host=$!
+    until [ -e "$run/ready" ]; do
+        kill -0 "$host" || fail "the host for gdb does not start"
+        sleep 0.1
+    done
+    # In the root directory of a machine, these are the directories that gdb knows.
+    local settings=(-iex "set debug-file-directory $unpacked/usr/lib/debug"
+        -iex "add-auto-load-safe-path $unpacked/usr/share/gdb/auto-load")
+    mkdir -p "$run/auto-load$unpacked"
+    cp -r "$unpacked/usr/share/gdb/auto-load/usr" "$run/auto-load$unpacked/usr"
+    mkdir -p "$run/ixlal"
+    ln -s "$unpacked/usr/share/ixlal/gdb" "$run/ixlal/gdb"
+    settings+=(-iex "add-auto-load-scripts-directory $run/auto-load"
+        -iex "add-auto-load-safe-path $run/auto-load")
+    said=$(gdb -nx -batch "${settings[@]}" -p "$host" -ex 'ixla status' -ex 'ixla plugins' \
+        -ex "generate-core-file $run/made.core" 2>&1)
+    grep -qE '^core +started, at 0x' <<<"$said" || fail "gdb does not show the packages: $said"
+    grep -qE '^2 +initialised .*eventdispatcher$' <<<"$said" || fail "gdb shows no plugins: $said"
+    kill "$host"
+    wait "$host" || fail "the host for gdb does not stop"
+    said=$(gdb -nx -batch "${settings[@]}" "$unpacked/usr/bin/ixla-host" "$run/made.core" \
+        -ex 'ixla status' 2>&1)
+    grep -qE '^core +started, at 0x' <<<"$said" || fail "gdb does not show a core dump: $said"
+}
+
 # field PACKAGE NAME: of the control file.
 field() {
     dpkg-deb --field "$work/packages/$1_${version}_i386.deb" "$2"
@@ -240,7 +274,9 @@ check_packages() {
     depends libixlal "libc6 $at_least" "libstdc\\+\\+6 $at_least"
     depends libixlal-dev "libixlal $same"
     depends ixlal-tools "libixlal $same" "libc6 $at_least" python3:any python3-pyelftools
-    for package in libixlal libixlal-dev ixlal-tools; do
+    depends libixlal-dbgsym "libixlal $same"
+    depends ixlal-tools-dbgsym "ixlal-tools $same"
+    for package in libixlal libixlal-dbgsym libixlal-dev ixlal-tools ixlal-tools-dbgsym; do
         if field "$package" Depends | grep -E 'lib32|i386'; then
             fail "$package depends on a 64-bit package"
         fi
@@ -268,6 +304,7 @@ first=$!
 check_prefix "$work/root/usr" "$work/in-root" &
 second=$!
 check_packages
+check_debugger
 check_refusals "$work/root/usr" "$work/refusals"
 wait "$first"
 wait "$second"

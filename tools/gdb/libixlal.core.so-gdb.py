@@ -2,8 +2,7 @@
 """Loaded by gdb with libixlal.core.so: finds the commands for ixlal in the same prefix."""
 
 import os
-
-import gdb
+import runpy
 
 
 def _load() -> None:
@@ -13,7 +12,7 @@ def _load() -> None:
         above = os.path.dirname(above)
         script = os.path.join(above, "ixlal", "gdb", "ixla.py")
         if os.path.exists(script):
-            gdb.execute(f"source {script}")
+            runpy.run_path(script)
             return
     print(f"ixlal: there are no ixla commands: ixlal/gdb/ixla.py is in no directory above {here}; "
           "reinstall ixlal-tools")
