@@ -36,11 +36,14 @@ def value_text(value: gdb.Value) -> str:
 
 
 def attributes_text(attributes: gdb.Value) -> str:
-    table = scalar(attributes["fTable"])
-    if not int(table):
-        return ""
     return shown(lambda: "".join(_attribute_text(target(each, "an attribute"))
-                                 for each in vector(table.dereference())))
+                                 for each in _attributes(attributes)))
+
+
+def _attributes(attributes: gdb.Value) -> Iterator[gdb.Value]:
+    content = scalar(attributes["fContent"])
+    if int(content):
+        yield from vector(content["all"])
 
 
 def _attribute_text(attribute: gdb.Value) -> str:
