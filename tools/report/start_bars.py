@@ -140,13 +140,15 @@ class Labels:
         self.placed.append(Label(left + INSIDE, text, kind))
         return True
 
-    def beside(self, text: str, kind: str, left: float, right: float) -> None:
-        """Places a text after or before a bar, if one of these places is free."""
-        width = _width(text, kind)
-        for x in (right + BESIDE, left - BESIDE - width):
-            if self._is_free(x - 1, x + width + 1):
-                self._place(x, text, kind)
-                return
+    def beside(self, bar: Bar, left: float, right: float) -> None:
+        """Places the label of a bar after or before it, without its note if that does not fit."""
+        kind = f"label {bar.kind}-text"
+        for text in (plain(bar.text), bar.text.removesuffix(bar.note)):
+            width = _width(text, kind)
+            for x in (right + BESIDE, left - BESIDE - width):
+                if self._is_free(x - 1, x + width + 1):
+                    self._place(x, text, kind)
+                    return
 
     def beside_all(self, text: str, kind: str, left: float, right: float) -> bool:
         """Places a text after or before all bars and labels, where less of it is cut, if there is

@@ -136,11 +136,12 @@ class Chart:
         ends = [place for bar in bars.painted for place in self._place(bar)]
         parts = sorted(bars.parts, key=lambda part: part.begin - part.end)
         if failed and not labels.beside_all(failed, f"label {FAILED}", min(ends), max(ends)):
-            parts[0].note = f", {failed}{parts[0].note}"
+            bar = next((part for part in parts if part.kind == "failed"), parts[0])
+            bar.note = f", {failed}{bar.note}"
         for bar in parts:
             left, right = self._place(bar)
             if not labels.inside(bar, left, right):
-                labels.beside(bar.text, f"label {bar.kind}-text", left, right)
+                labels.beside(bar, left, right)
         for init in row.inits:
             if self.arrows.is_far(init):
                 labels.beside_all(f"from {requested_by(init)}", "label faint", min(ends), max(ends))
