@@ -6,15 +6,6 @@
 
 namespace fs = std::filesystem;
 
-namespace
-{
-std::string _directoryOf(const std::string& iPath)
-{
-    const fs::path parent = fs::path(iPath).parent_path();
-    return parent.empty() ? "." : parent.string();
-}
-} // namespace
-
 PStoreCopies::PStoreCopies(const std::string& iStorePath) : fStore(iStorePath)
 {
 }
@@ -73,12 +64,13 @@ void PStoreCopies::backUpTo(const std::string& iPath)
         ioDirectory.write(name, bytes, status);
     };
     std::error_code error;
-    if (fs::equivalent(_directoryOf(iPath), _directoryOf(fStore.path()), error))
+    if (fs::equivalent(PStoreFile::directoryOf(iPath), PStoreFile::directoryOf(fStore.path()),
+                       error))
     {
         copyTo(fStore.directory());
         return;
     }
-    PLockedDirectory other(_directoryOf(iPath));
+    PLockedDirectory other(PStoreFile::directoryOf(iPath));
     copyTo(other);
 }
 

@@ -1,17 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "shared/PStoreFile.h"
 
-namespace
-{
-std::string _directoryOf(const std::string& iPath)
-{
-    const std::size_t slash = iPath.rfind('/');
-    return slash == std::string::npos ? "." : slash == 0 ? "/" : iPath.substr(0, slash);
-}
-} // namespace
-
 PStoreFile::PStoreFile(const std::string& iPath)
-    : fPath(iPath), fName(iPath.substr(iPath.rfind('/') + 1)), fDirectory(_directoryOf(iPath))
+    : fPath(iPath), fName(iPath.substr(iPath.rfind('/') + 1)), fDirectory(directoryOf(iPath))
 {
 }
 
@@ -43,4 +34,10 @@ std::optional<std::string> PStoreFile::read() const
 void PStoreFile::write(const std::string& iBytes)
 {
     fDirectory.write(fName, iBytes, fDirectory.statusOf(fName));
+}
+
+std::string PStoreFile::directoryOf(const std::string& iPath)
+{
+    const std::size_t slash = iPath.rfind('/');
+    return slash == std::string::npos ? "." : slash == 0 ? "/" : iPath.substr(0, slash);
 }

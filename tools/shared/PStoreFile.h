@@ -26,6 +26,9 @@ public:
     /// Replaces the content; owner, group, mode and extended attributes stay.
     void write(const std::string& iBytes);
 
+    /// The directory in a path of a file.
+    static std::string directoryOf(const std::string& iPath);
+
 private:
     const std::string fPath;
     const std::string fName;
