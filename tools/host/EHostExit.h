@@ -21,7 +21,8 @@ enum EHostExit : int
     eExitAutostart = 10,
     eExitCoreLog = 11,
     eExitIgnoredFile = 12,
-    eExitByPlugin = 13 ///< a plugin has called exit
+    eExitByPlugin = 13, ///< a plugin has called exit
+    eExitKeys = 14      ///< with --strict, before the start
 };
 
 #endif

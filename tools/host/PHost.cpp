@@ -151,8 +151,11 @@ void PHost::keepStore() const
 
 EHostExit PHost::start()
 {
-    // The start goes on without these keys.
-    static_cast<void>(complainOfKeys());
+    if (complainOfKeys() > 0 && fOptions.fStrict)
+    {
+        _complain("--strict refuses these keys; the core was not started");
+        return eExitKeys;
+    }
     // Before the core, which may write the store.
     keepStore();
     const std::vector<PString>& arguments = fLogPlace.arguments();

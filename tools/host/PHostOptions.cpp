@@ -33,6 +33,7 @@ constexpr char kFooter[] =
     "  11     with --strict: the core log cannot be written\n"
     "  12     with --strict: the store or a configuration file is ignored\n"
     "  13     a plugin ended the process with exit\n"
+    "  14     with --strict: a key of the core is misspelt or misplaced, or its value is wrong\n"
     "  128+N  a second signal, number N, ended the process\n"
     "\n"
     "Examples:\n"

@@ -63,6 +63,14 @@ class HostKeys(unittest.TestCase):
             'argument core.unheard=1: "core.unheard" is not a key of the core; `ixla-config '
             'core-keys` lists them']), (code, warnings))
 
+    def test_strict_refuses_a_misspelt_key_before_the_start(self):
+        arguments = ("--strict", "core.log.file=core.log")
+        self.assertEqual((0, []), self.run_host(*arguments))
+        (self.dir / "core.log").unlink()
+        code, warnings = self.run_host(*arguments, "core.autostart.lists=net")
+        self.assertEqual((14, 1), (code, len(warnings)))
+        self.assertFalse((self.dir / "core.log").exists())
+
     def test_a_misplaced_key_is_named_with_its_place(self):
         self.write_property_file("core.log.file = core.log", "core.plugins.log.levels = 1")
         code, warnings = self.run_host("ixlap.configmanager.store.file=store.txt")
