@@ -14,10 +14,15 @@ struct PConfigAttribute
     /// Throws std::bad_alloc.
     static PConfigAttribute* _create(const PLiteral& iName, const PLiteral& iText);
 
-    static void operator delete(void* iMemory) noexcept
+    /// Frees what _create has allocated.
+    struct Free
     {
-        ::operator delete(iMemory);
-    }
+        void operator()(const PConfigAttribute* iAttribute) const noexcept
+        {
+            iAttribute->~PConfigAttribute();
+            ::operator delete(const_cast<PConfigAttribute*>(iAttribute));
+        }
+    };
 
     const PConfigName name;
     const PConfigName text;
@@ -34,7 +39,7 @@ private:
 class PConfigAttributes
 {
 public:
-    typedef std::vector<std::unique_ptr<const PConfigAttribute>> Table;
+    typedef std::vector<std::unique_ptr<const PConfigAttribute, PConfigAttribute::Free>> Table;
 
     bool empty() const noexcept
     {

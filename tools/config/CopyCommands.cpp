@@ -20,7 +20,7 @@ std::string _storePath(const ConfigOptions& iOptions)
     std::transform(iOptions.core.begin(), iOptions.core.end(), std::back_inserter(arguments),
                    &ixlaWide);
     arguments.push_back(ixlaWide("core.plugins.config.dir=" + iOptions.dir));
-    const std::string path = PCoreSettings(arguments).storePath();
+    std::string path = PCoreSettings(arguments).storePath();
     if (path.empty())
     {
         throw PToolError(iOptions.dir + ": no ixlap.configmanager.prs with a line "

@@ -20,7 +20,7 @@ namespace
 {
 constexpr std::string_view kLibrary = "/libixlal.core.so";
 constexpr wchar_t kConfigDirKey[] = L"core.plugins.config.dir";
-constexpr std::uintmax_t kLargestPropertyFile = 1024 * 1024;
+constexpr std::uintmax_t kLargestPropertyFile = 1u << 20;
 
 /// One process, by its directory in /proc.
 class Process

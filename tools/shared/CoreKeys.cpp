@@ -13,7 +13,7 @@ constexpr std::size_t kMostEdits = 4;
 
 constexpr unsigned int kBoth = CoreKey::eArgument | CoreKey::ePropertyFile;
 /// For a value that is always accepted.
-constexpr std::string_view kNothing = "";
+constexpr std::string_view kNothing;
 constexpr std::string_view kRefused = "the start fails with -502";
 constexpr std::string_view kLikeCoreLog = "the value of the core's log counts";
 constexpr std::string_view kZero = "it counts as 0";
