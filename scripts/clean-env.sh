@@ -32,5 +32,6 @@ fi
 umask 077
 outer=$(mktemp -d /tmp/ixlal-hostile-XXXXXX)
 trap 'rm -rf "$outer"' EXIT
-mkdir "$outer/with blank"
+chmod 755 "$outer"
+mkdir -m 1777 "$outer/with blank" # open to all users, as /tmp is
 env -i "${variables[@]}" TMPDIR="$outer/with blank" "$@"

@@ -24,6 +24,9 @@ const std::vector<unsigned char> sBlock(200, 0xab);
 /// More than the reserved room of a configuration.
 const std::string sManyChars(5000, 'x');
 
+/// More than the blocks that a freed configuration leaves to the next one.
+const std::string sLargeText(20000, 'x');
+
 /// An operation that writes, and the text that a reader gets afterwards.
 struct Write
 {
@@ -81,9 +84,10 @@ protected:
                           .spares = sExactRoom});
     }
 
-    /// An append of four entries whose keys come after "own". A failed run must leave the first of
-    /// them, each complete; at least one run must leave some.
-    void sweepBeginnings(const std::string& iOperation, const std::function<int()>& iRun)
+    /// An append of four entries with the value iValue, whose keys come after "own". A failed run
+    /// must leave the first of them, each complete; at least one run must leave some.
+    void sweepBeginnings(const std::string& iOperation, const std::string& iValue,
+                         const std::function<int()>& iRun)
     {
         const std::vector<std::string> keys = {"own", "p1", "p2", "p3", "p4"};
         std::size_t most = 0;
@@ -98,7 +102,7 @@ protected:
                               EXPECT_TRUE(std::equal(left.begin(), left.end(), keys.begin()));
                               for (std::size_t i = 1; i < left.size(); ++i)
                               {
-                                  EXPECT_EQ(sManyChars, valueOf(config, left[i]));
+                                  EXPECT_EQ(iValue, valueOf(config, left[i]));
                               }
                               most = std::max(most, left.size() - 1);
                           },
@@ -239,8 +243,8 @@ TEST_F(ManagerMemorySweep, Appends)
 TEST_F(ManagerMemorySweep, AppendsKeepTheEntriesBeforeTheOneThatFailed)
 {
     const std::string end = "=" + sManyChars;
-    const std::vector<PString> args = {wide("p1" + end), wide("p2" + end), wide("p3" + end),
-                                       wide("p4" + end)};
+    const std::vector<PString> args = {wide("p1=" + sLargeText), wide("p2=" + sLargeText),
+                                       wide("p3=" + sLargeText), wide("p4=" + sLargeText)};
     const std::string lines[] = {"p1" + end + "\n", "p2" + end + "\n", "p3" + end + "\n",
                                  "p4" + end + "\n"};
     const PString file = wide(dir.write("a.prs", lines[0] + lines[1] + lines[2] + lines[3]));
@@ -248,13 +252,13 @@ TEST_F(ManagerMemorySweep, AppendsKeepTheEntriesBeforeTheOneThatFailed)
     dir.write("a2.prs", lines[0] + lines[1]);
     mapIDs("net = a2.prs, b.prs");
 
-    sweepBeginnings("IConfigManager::appendByFile of many lines",
+    sweepBeginnings("IConfigManager::appendByFile of many lines", sManyChars,
                     [&] { return manager.appendByFile(file, config); });
-    sweepBeginnings("IConfigManager::appendByArgs of many arguments",
+    sweepBeginnings("IConfigManager::appendByArgs of many arguments", sLargeText,
                     [&] { return manager.appendByArgs(args, config); });
-    sweepBeginnings("IConfigManager::appendByArgs of an array of many arguments",
+    sweepBeginnings("IConfigManager::appendByArgs of an array of many arguments", sLargeText,
                     [&] { return manager.appendByArgs(args.data(), 4, config); });
-    sweepBeginnings("IConfigManager::appendByID of two files",
+    sweepBeginnings("IConfigManager::appendByID of two files", sManyChars,
                     [&] { return manager.appendByID(L"net", config); });
 }
 

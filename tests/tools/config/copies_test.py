@@ -9,6 +9,9 @@ import tempfile
 import unittest
 from pathlib import Path
 
+sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "shared"))
+from other_user import readable_copy  # noqa: E402 pylint: disable=wrong-import-position
+
 CONFIG, HOST = sys.argv.pop(1), sys.argv.pop(1)
 LIMIT = 30  # seconds
 OTHER = 54321  # a user without files of its own
@@ -18,6 +21,9 @@ WHOLE = "net|a = 1\nnet|b = 2\nnet|b:unit = s\nnet|c = 3\n"
 
 class Copies(unittest.TestCase):
     def setUp(self):
+        # Other users read the files of the tests; the programs have the mask of the caller.
+        self.mask = os.umask(0o022)
+        self.addCleanup(os.umask, self.mask)
         temporary = tempfile.TemporaryDirectory()
         self.addCleanup(temporary.cleanup)
         self.dir = Path(temporary.name)
@@ -40,8 +46,10 @@ class Copies(unittest.TestCase):
                 if name.startswith("store.txt")]
 
     def run_program(self, *command, **options):
+        if "user" in options:
+            command = [readable_copy(command[0]), *command[1:]]
         done = subprocess.run(command, cwd=self.dir, text=True, capture_output=True, timeout=LIMIT,
-                              check=False, **options)
+                              check=False, umask=self.mask, **options)
         return done.returncode, done.stdout, done.stderr
 
     def tool(self, *arguments, **options):

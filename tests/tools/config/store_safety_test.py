@@ -13,6 +13,9 @@ import time
 import unittest
 from pathlib import Path
 
+sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "shared"))
+from other_user import readable_copy  # noqa: E402 pylint: disable=wrong-import-position
+
 CONFIG, HOST = sys.argv.pop(1), sys.argv.pop(1)
 LIMIT = 30  # seconds
 ID = "com.example.net"
@@ -30,6 +33,9 @@ def access_list(*entries):
 
 class StoreSafety(unittest.TestCase):
     def setUp(self):
+        # Other users read the files of the tests; the programs have the mask of the caller.
+        self.mask = os.umask(0o022)
+        self.addCleanup(os.umask, self.mask)
         temporary = tempfile.TemporaryDirectory()
         self.addCleanup(temporary.cleanup)
         self.dir = Path(temporary.name)
@@ -44,8 +50,10 @@ class StoreSafety(unittest.TestCase):
         (self.dir / name / "net.prs").write_text("port = 80\n")
 
     def tool(self, *arguments, directory="config", **options):
-        done = subprocess.run([CONFIG, "--dir", directory, *arguments], cwd=self.dir, text=True,
-                              capture_output=True, timeout=LIMIT, check=False, **options)
+        program = readable_copy(CONFIG) if "user" in options else CONFIG
+        done = subprocess.run([program, "--dir", directory, *arguments], cwd=self.dir, text=True,
+                              capture_output=True, timeout=LIMIT, check=False,
+                              **({"umask": self.mask} | options))
         return done.returncode, done.stdout, done.stderr
 
     def set_port(self, value="9000", **options):

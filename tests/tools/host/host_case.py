@@ -11,19 +11,25 @@ import tempfile
 import unittest
 from pathlib import Path
 
+sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "shared"))
+from other_user import readable_copy  # noqa: E402 pylint: disable=wrong-import-position
+
 HOST, PLUGIN = sys.argv.pop(1), sys.argv.pop(1)
 LIMIT = 30  # seconds for short operations
 
 
 class HostTest(unittest.TestCase):
     def setUp(self):
+        # Other users read the files of the tests; the programs have the mask of the caller.
+        self.mask = os.umask(0o022)
+        self.addCleanup(os.umask, self.mask)
         temporary = tempfile.TemporaryDirectory()
         self.addCleanup(temporary.cleanup)
         self.dir = Path(temporary.name)
         self.dir.chmod(0o755)
         for name in ("plugins", "config", "log"):
             (self.dir / name).mkdir()
-        shutil.copy(PLUGIN, self.dir / "plugins")
+        shutil.copyfile(PLUGIN, self.dir / "plugins" / Path(PLUGIN).name)
         self.write("config/ixlap.configmanager.prs", "ixlap.configmanager.store.file = store.txt\n")
         self.write("core.prs", "core.plugins.dir = plugins\n"
                                "core.plugins.config.dir = config\n"
@@ -36,8 +42,9 @@ class HostTest(unittest.TestCase):
     def launch(self, *arguments, behaviour="", **options):
         options.setdefault("stdout", subprocess.PIPE)
         environment = {**os.environ, "OBSTINATE": behaviour, **options.pop("environment", {})}
-        host = subprocess.Popen([HOST, *arguments], cwd=self.dir, env=environment, text=True,
-                                stderr=subprocess.PIPE, **options)
+        program = readable_copy(HOST) if "user" in options else HOST
+        host = subprocess.Popen([program, *arguments], cwd=self.dir, env=environment, text=True,
+                                stderr=subprocess.PIPE, umask=self.mask, **options)
         self.addCleanup(self.end, host)
         return host
 
