@@ -152,7 +152,7 @@ void PConfigFiles::nl_createFilePath(const PLiteral& iName, PString& oPath)
         path += path.endsWith(L"/") ? L"" : L"/";
     }
     path += candidate;
-    oPath = path;
+    oPath = static_cast<const PLiteral&>(path);
 }
 
 PBaseptr<IConfig> PConfigFiles::nl_takeManagerConfig()
