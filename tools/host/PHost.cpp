@@ -2,7 +2,9 @@
 #include "host/PHost.h"
 
 #include "Ixla.h"
+#include "PBaseptr.h"
 #include "helpers/ResultText.h"
+#include "helpers/ServiceLookup.h"
 #include "helpers/Text.h"
 #include "host/PFilesCheck.h"
 #include "host/PNotifySocket.h"
@@ -199,14 +201,16 @@ void PHost::complainOfStart(int iResult)
 /// Reports what is missing from the start. Returns eExitOk unless that is a failure.
 EHostExit PHost::check()
 {
-    IBase* instance = nullptr;
-    const int result = ixlaGetInstance(kIxlaConfigManagerId, instance);
-    if (result != eIxlaOk)
+    int result = eIxlaOk;
+    // Held, because a plugin may stop the core meanwhile.
+    const PBaseptr<IConfigManager> manager =
+        ixlaService<IConfigManager>(kIxlaConfigManagerId, result);
+    if (!manager)
     {
         _complain("the configuration manager cannot be asked: " + ixlaResultText(result));
         return eExitHostFailed;
     }
-    const PCoreConfig config(*static_cast<IConfigManager*>(instance), fOptions);
+    const PCoreConfig config(*manager, fOptions);
     std::vector<PDegradation> found = PPluginsCheck(config, fLog, fLogPlace.file()).run();
     for (const std::vector<PDegradation>& more :
          {PFilesCheck::checkLog(fLogPlace, fLog), PFilesCheck(config, fOptions).run()})
