@@ -5,6 +5,7 @@
 
 #include "config/PConfigText.h"
 
+#include <atomic>
 #include <memory>
 #include <vector>
 
@@ -51,12 +52,12 @@ public:
     /// same time as others, while there are attributes, and that is never cleared.
     bool isPinned() const noexcept
     {
-        return fContent && __atomic_load_n(&fContent->pinned, __ATOMIC_RELAXED);
+        return fContent && fContent->pinned.load(std::memory_order_relaxed);
     }
 
     void markPinned() noexcept
     {
-        __atomic_store_n(&fContent->pinned, true, __ATOMIC_RELAXED);
+        fContent->pinned.store(true, std::memory_order_relaxed);
     }
     ///@}
 
@@ -80,7 +81,7 @@ private:
     struct Content
     {
         Table all;
-        bool pinned = false;
+        std::atomic<bool> pinned{false};
     };
 
     std::unique_ptr<Content> fContent;

@@ -203,6 +203,16 @@ TEST_F(Start, BackslashesOfPathsBecomeSlashes)
     EXPECT_TRUE(std::filesystem::exists(fCore.dir.file("sub/core.log")));
 }
 
+TEST_F(Start, BackslashesOfThePluginsDirectoryStay)
+{
+    const std::string plugins = fCore.dir.file("odd\\name");
+    fCore.addPlugin("alpha");
+    std::filesystem::rename(fCore.dir.file("plugins"), plugins);
+    fCore.set("core.plugins.dir", plugins);
+    ASSERT_EQ(0, fCore.start());
+    EXPECT_EQ(4, fCore.logCount("D Core [processPlugin] Add corePlugin: "));
+}
+
 TEST_F(Start, MissingPropertyFileIsRefused)
 {
     fCore.set("core.prs.file", fCore.dir.file("nowhere.prs"));
