@@ -30,12 +30,17 @@ ROWS = [
 def measured(text: str) -> list[dict[str, str]]:
     """The rows of the table of measurements that were counted, with one thread each."""
     table = re.search(r"<!-- table -->\n(.*?)<!-- end of table -->", text, re.S)[1]
+    header, _, *lines = [[cell.strip() for cell in line.strip("|").split("|")]
+                         for line in table.strip().splitlines()]
+    of_floor = header.index("instructions, ours") + 1
+    peer = header.index("best peer")
+    of_peer = header.index("ours / peer, instructions")
     rows = []
-    for line in table.strip().splitlines()[2:]:
-        cells = [cell.strip() for cell in line.strip("|").split("|")]
+    for cells in lines:
         if cells[2] == "1":
             rows.append({"case": cells[0], "size": cells[1], "floor": cells[3],
-                         "of floor": cells[9], "peer": cells[12], "of peer": cells[14]})
+                         "of floor": cells[of_floor], "peer": cells[peer],
+                         "of peer": cells[of_peer]})
     return rows
 
 
