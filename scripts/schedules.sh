@@ -36,7 +36,7 @@ usage() {
 }
 
 print_table() {
-    echo "| scenario | first seed | schedules | different | switch points of each |"
+    echo "| scenario | first seed | drawn | different | switch points of each |"
     echo "|---|---:|---:|---:|---:|"
     sort "$searched" | sed -E 's/^([^ ]+) +([0-9]+) schedules, +([0-9]+) different, +([0-9]+) points.*seed ([0-9]+).*/| \1 | \5 | \2 | \3 | \4 |/'
 }

@@ -140,7 +140,7 @@ bool _search(Runner& ioRunner, const Scenario& iScenario, const Options& iOption
                               : search.random(plan, iOptions.limits, iOptions.faults);
     std::printf(
         "%-44s %8llu schedules, %8llu different, %6llu points each, %7.1f s, %6.0f/s%s: %s\n",
-        iScenario.name(), static_cast<unsigned long long>(done.runs),
+        iScenario.name(), static_cast<unsigned long long>(done.drawn),
         static_cast<unsigned long long>(done.different),
         static_cast<unsigned long long>(done.points / std::max<std::uint64_t>(done.runs, 1)),
         done.seconds, static_cast<double>(done.runs) / std::max(done.seconds, 1e-9),
@@ -193,7 +193,7 @@ bool _isDetected(Runner& ioRunner, const Scenario& iScenario, const Options& iOp
     }
     std::printf(
         "%-44s %s after %llu schedules, %zu of %zu decisions are needed: %s\n", iScenario.name(),
-        outcomeName(done.outcome), static_cast<unsigned long long>(done.runs), needed,
+        outcomeName(done.outcome), static_cast<unsigned long long>(done.drawn), needed,
         done.failure ? done.failure->decisions.size() : 0, passed ? "detected" : "NOT DETECTED");
     return passed;
 }
@@ -219,6 +219,21 @@ bool _isSameFromCheckpoint(Runner& ioRunner, const Scenario& iScenario, const Op
     return true;
 }
 
+/// Whether schedules run as a search predicts, which leaves out those that repeat others.
+bool _isPredicted(Runner& ioRunner, const Scenario& iScenario, const Options& iOptions)
+{
+    constexpr unsigned kSchedules = 30;
+    Plan plan;
+    plan.seed = iOptions.seed;
+    const bool passed = Search(ioRunner, iScenario).predicts(plan, kSchedules);
+    if (!passed)
+    {
+        std::printf("%s has a schedule that differs from its prediction, seeds from %llu\n",
+                    iScenario.name(), static_cast<unsigned long long>(plan.seed));
+    }
+    return passed;
+}
+
 bool _testSelf(Runner& ioRunner, const Options& iOptions)
 {
     bool passed = true;
@@ -230,7 +245,8 @@ bool _testSelf(Runner& ioRunner, const Options& iOptions)
         }
         passed =
             (scenario->allowed().fails ? _isDetected(ioRunner, *scenario, iOptions)
-                                       : _isSameFromCheckpoint(ioRunner, *scenario, iOptions)) &&
+                                       : _isSameFromCheckpoint(ioRunner, *scenario, iOptions) &&
+                                             _isPredicted(ioRunner, *scenario, iOptions)) &&
             passed;
     }
     return passed;

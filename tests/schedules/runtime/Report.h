@@ -38,6 +38,51 @@ struct Choice
     std::uintptr_t object; ///< that the thread is about to use
 };
 
+/// What the strategy of a schedule was asked, and what it answered, packed.
+class Step
+{
+public:
+    enum Kind
+    {
+        eAdded, ///< a thread begins
+        eSpins,
+        eJump, ///< whether time jumps: 0 or 1
+        ePick  ///< who of some threads runs next
+    };
+
+    static constexpr unsigned kMostThreads = 20; ///< of a set
+
+    Step(Kind iKind, unsigned iThread, std::uint32_t iReady, unsigned iAnswer)
+        : fBits(iReady << 12 | iAnswer << 7 | iThread << 2 | static_cast<unsigned>(iKind))
+    {
+    }
+
+    Kind kind() const
+    {
+        return static_cast<Kind>(fBits & 3);
+    }
+
+    unsigned thread() const
+    {
+        return fBits >> 2 & 31;
+    }
+
+    unsigned answer() const
+    {
+        return fBits >> 7 & 31;
+    }
+
+    std::uint32_t ready() const
+    {
+        return fBits >> 12;
+    }
+
+    bool operator==(const Step&) const = default;
+
+private:
+    std::uint32_t fBits;
+};
+
 /// A step of the readable interleaving.
 struct Event
 {
@@ -114,12 +159,14 @@ struct Report
     static constexpr unsigned kStacks = 40;
     static constexpr unsigned kObjects = 64;
     static constexpr unsigned kShared = 2048;
+    static constexpr unsigned kSteps = 65536;
     static constexpr unsigned kCosts = 64;
 
     Outcome outcome;
     ReportCounts counts;
     bool changesFiles;  ///< behind the checkpoint
     bool sharesStreams; ///< the process at the checkpoint has open pipes or sockets
+    bool stepsAreCut;   ///< the last ones are missing
     std::uint64_t virtualTime;
     std::uintptr_t watched; ///< the byte of a race
     char message[1024];
@@ -130,12 +177,14 @@ struct Report
     std::uint32_t objectCount;
     std::uint32_t sharedCount;
     std::uint32_t costCount;
+    std::uint32_t stepCount;
     Decision decisions[kDecisions];
     StackDump stacks[kStacks];
     NamedObject objects[kObjects];
     std::uintptr_t shared[kShared]; ///< objects that more than one thread used
     CostReport costs[kCosts];
     char maps[1 << 17];
+    Step steps[kSteps];
     Choice choices[kChoices];
     Event events[kEvents];
 };

@@ -5,6 +5,7 @@
 #include "LockOrder.h"
 #include "Race.h"
 #include "Raw.h"
+#include "Steps.h"
 #include "Strategy.h"
 #include "Verdict.h"
 
@@ -174,6 +175,7 @@ pid_t Scheduler::fork()
     {
         sProcess = static_cast<pid_t>(Raw::get().syscall(SYS_getpid));
         sAlive = 1;
+        Steps::leave();
     }
     for (unsigned i = 0; child != 0 && i < sThreadCount; ++i)
     {

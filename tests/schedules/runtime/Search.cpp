@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "Search.h"
 
+#include "Explored.h"
 #include "Interleaving.h"
 #include "Interrupt.h"
 #include "Preemptions.h"
@@ -36,17 +37,18 @@ public:
     /// Call after each schedule. True when hardly any of the last ones were new.
     bool isGone(const Searched& iDone)
     {
-        if (iDone.runs % kWindow != 0)
+        if (iDone.drawn % kWindow != 0)
         {
             return false;
         }
         const std::uint64_t added = iDone.different - fBefore;
         fBefore = iDone.different;
-        return added < kWindow / 10;
+        return added < kWindow / kNewOnceIn;
     }
 
 private:
-    static constexpr std::uint64_t kWindow = 20000;
+    static constexpr std::uint64_t kWindow = 200000;
+    static constexpr std::uint64_t kNewOnceIn = 100;
     std::uint64_t fBefore = 0;
 };
 } // namespace
@@ -71,9 +73,15 @@ FaultPlan Search::drawFault(std::uint64_t iSeed, const std::uint32_t* iSeen) con
 
 bool Search::isAtLimit(const Searched& iDone, const Limits& iLimits) const
 {
-    return iDone.runs >= iLimits.runs || iDone.seconds >= iLimits.seconds ||
+    return iDone.drawn >= iLimits.runs || iDone.seconds >= iLimits.seconds ||
            (iLimits.different > 0 && (iDone.different >= iLimits.different || iDone.exhausted)) ||
            Interrupt::signal() != 0;
+}
+
+/// Whether the steps of the schedule follow from the plan.
+bool Search::canPredict(const Plan& iPlan)
+{
+    return iPlan.method == Method::ePct && iPlan.fault.kind == FaultPlan::eNone;
 }
 
 Searched Search::random(Plan iPlan, const Limits& iLimits, bool iFaults)
@@ -89,19 +97,28 @@ Searched Search::random(Plan iPlan, const Limits& iLimits, bool iFaults)
     }
     std::uint32_t contended = 0;
     Novelty novelty;
+    Explored explored;
     for (; !isAtLimit(done, iLimits); done.seconds = _since(begin))
     {
-        iPlan.seed = firstSeed + done.runs;
+        iPlan.seed = firstSeed + done.drawn++;
         iPlan.fault =
             iFaults && fScenario.allowed().faults ? drawFault(iPlan.seed, faults) : FaultPlan{};
+        done.exhausted = novelty.isGone(done);
+        if (canPredict(iPlan) && explored.has(iPlan))
+        {
+            continue;
+        }
         const Report& report = fRunner.run(fScenario, iPlan);
         ++done.runs;
         done.points += report.counts.points;
+        if (canPredict(iPlan))
+        {
+            explored.ran(report);
+        }
         contended = std::max(contended, report.counts.contended);
         iPlan.contended = contended;
         const std::vector<Decision> decisions = fRunner.decisions();
         done.different += seen.insert(_hash(decisions)).second ? 1 : 0;
-        done.exhausted = novelty.isGone(done);
         std::transform(faults, faults + 4, report.counts.faultsSeen, faults,
                        [](std::uint32_t a, std::uint32_t b) { return std::max(a, b); });
         if (report.outcome != Outcome::ePassed)
@@ -113,6 +130,21 @@ Searched Search::random(Plan iPlan, const Limits& iLimits, bool iFaults)
     }
     done.seconds = _since(begin);
     return done;
+}
+
+bool Search::predicts(Plan iPlan, unsigned iCount)
+{
+    iPlan.jumpEvery = fScenario.allowed().jumps ? iPlan.jumpEvery : 0;
+    Explored explored;
+    for (unsigned i = 0; i < iCount; ++i, ++iPlan.seed)
+    {
+        static_cast<void>(explored.has(iPlan)); // both answers are predictions
+        if (!explored.ran(fRunner.run(fScenario, iPlan)))
+        {
+            return false;
+        }
+    }
+    return true;
 }
 
 Searched Search::exhaustive(unsigned iPreemptions, const Limits& iLimits)
@@ -133,6 +165,7 @@ Searched Search::exhaustive(unsigned iPreemptions, const Limits& iLimits)
         }
         const Report& report = fRunner.run(fScenario, plan);
         ++done.runs;
+        ++done.drawn;
         done.points += report.counts.points;
         if (report.outcome != Outcome::ePassed)
         {

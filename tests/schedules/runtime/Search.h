@@ -17,7 +17,7 @@ namespace schedules
 /// When a search ends.
 struct Limits
 {
-    std::uint64_t runs = 1000;
+    std::uint64_t runs = 1000;   ///< schedules that are drawn
     std::uint64_t different = 0; ///< schedules; 0 for any number
     double seconds = 1e9;
 };
@@ -25,8 +25,9 @@ struct Limits
 /// What a search did.
 struct Searched
 {
-    std::uint64_t runs = 0;
-    std::uint64_t different = 0; ///< schedules
+    std::uint64_t drawn = 0;     ///< schedules, with those that were known to repeat another one
+    std::uint64_t runs = 0;      ///< of them
+    std::uint64_t different = 0; ///< of these
     std::uint64_t points = 0;    ///< in all
     double seconds = 0;
     bool complete = false;  ///< the exhaustive search tried all
@@ -43,6 +44,9 @@ public:
     /// Random schedules from a seed, with faults if iFaults and the scenario allows them.
     Searched random(Plan iPlan, const Limits& iLimits, bool iFaults);
 
+    /// Whether the schedules of so many plans run as predicted from earlier ones.
+    bool predicts(Plan iPlan, unsigned iCount);
+
     /// All schedules with at most iPreemptions.
     Searched exhaustive(unsigned iPreemptions, const Limits& iLimits);
 
@@ -57,6 +61,7 @@ public:
 
 private:
     bool isAtLimit(const Searched& iDone, const Limits& iLimits) const;
+    static bool canPredict(const Plan& iPlan);
     Plan planOf(const ScheduleFile& iSchedule) const;
     FaultPlan drawFault(std::uint64_t iSeed, const std::uint32_t* iSeen) const;
 

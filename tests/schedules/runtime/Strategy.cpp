@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "Strategy.h"
 
-#include "Random.h"
-#include "Scheduler.h"
+#include "Pct.h"
+#include "Steps.h"
 #include "Verdict.h"
 
 #include <algorithm>
@@ -12,18 +12,14 @@ namespace schedules
 namespace
 {
 constexpr std::uint32_t kFairAfter = 40000; ///< points, from then on no thread starves another
-constexpr unsigned kMostChanges = 8;
-constexpr std::uint32_t kLeaveOnceIn = 20; ///< choices of a random walk
+constexpr std::uint32_t kLeaveOnceIn = 20;  ///< choices of a random walk
 
 Method sMethod;
-Random sRandom;
-unsigned sJumpEvery;
+Pct sPct;
+bool sMayJump;
 bool sListChoices;
 const Decision* sReplay;
 std::size_t sReplayCount;
-std::int64_t sLowest;
-std::uint32_t sChanges[kMostChanges]; ///< the contended choices where the priority changes
-unsigned sChangeCount;
 
 bool _isSet(std::uint32_t iSet, unsigned iThread)
 {
@@ -44,26 +40,24 @@ bool _isOne(std::uint32_t iSet)
 void Strategy::begin(const PlanBasics& iPlan, const Decision* iDecisions, std::size_t iCount)
 {
     sMethod = iPlan.method;
-    sRandom = Random(iPlan.seed);
-    sJumpEvery = iPlan.jumpEvery;
+    sPct.begin(iPlan);
+    sMayJump = iPlan.jumpEvery != 0;
     sListChoices = iPlan.listChoices;
     sReplay = iDecisions;
     sReplayCount = iCount;
-    sChangeCount = std::min(iPlan.depth > 0 ? iPlan.depth - 1 : 0, kMostChanges);
-    for (unsigned i = 0; i < sChangeCount; ++i)
-    {
-        sChanges[i] = 1 + sRandom.below(std::max(iPlan.contended, 1u));
-    }
+    Steps::begin();
 }
 
-void Strategy::added(Thread& ioThread)
+void Strategy::added(const Thread& iThread)
 {
-    ioThread.priority = 1 + static_cast<std::int64_t>(sRandom.below(1u << 30));
+    sPct.added(iThread.id);
+    Steps::add(Step::eAdded, iThread.id, 0, 0);
 }
 
-void Strategy::spins(Thread& ioThread)
+void Strategy::spins(const Thread& iThread)
 {
-    ioThread.priority = --sLowest;
+    sPct.spins(iThread.id);
+    Steps::add(Step::eSpins, iThread.id, 0, 0);
 }
 
 const Decision* Strategy::replayed(const Thread& iThread, bool iJump)
@@ -82,8 +76,13 @@ const Decision* Strategy::replayed(const Thread& iThread, bool iJump)
 
 bool Strategy::isJump(const Thread& iThread)
 {
-    return sMethod == Method::eReplay ? replayed(iThread, true) != nullptr
-                                      : sJumpEvery != 0 && sRandom.below(sJumpEvery) == 0;
+    if (sMethod == Method::eReplay)
+    {
+        return replayed(iThread, true) != nullptr;
+    }
+    const bool jumps = sPct.isJump();
+    Steps::add(Step::eJump, 0, 0, jumps ? 1 : 0);
+    return jumps;
 }
 
 void Strategy::jumped(const Thread& iThread)
@@ -91,23 +90,23 @@ void Strategy::jumped(const Thread& iThread)
     decided(iThread, Decision::kJump);
 }
 
-unsigned Strategy::next(Thread& ioThread, bool iCanGoOn, bool iCanJump, std::uint32_t iReady,
+unsigned Strategy::next(const Thread& iThread, bool iCanGoOn, bool iCanJump, std::uint32_t iReady,
                         Op iOp, const volatile void* iObject)
 {
     Report& report = Verdict::report();
-    const unsigned byDefault = usual(ioThread, iCanGoOn, iReady);
-    const bool canJump = iCanJump && sJumpEvery != 0;
+    const unsigned byDefault = usual(iThread, iCanGoOn, iReady);
+    const bool canJump = iCanJump && sMayJump;
     report.counts.contended += _isOne(iReady) ? 0 : 1;
     if (sListChoices && (!_isOne(iReady) || canJump))
     {
-        list(Choice{ioThread.id, ioThread.choices, iReady, byDefault, iCanGoOn, canJump, iOp,
+        list(Choice{iThread.id, iThread.choices, iReady, byDefault, iCanGoOn, canJump, iOp,
                     static_cast<std::uint8_t>(std::min(report.decisionCount, 255u)),
                     reinterpret_cast<std::uintptr_t>(iObject)});
     }
-    const unsigned chosen = pick(ioThread, iCanGoOn, iReady);
+    const unsigned chosen = pick(iThread, iCanGoOn, iReady);
     if (chosen != byDefault)
     {
-        decided(ioThread, chosen);
+        decided(iThread, chosen);
     }
     return chosen;
 }
@@ -123,13 +122,13 @@ unsigned Strategy::usual(const Thread& iThread, bool iCanGoOn, std::uint32_t iRe
     return _first(others != 0 ? others : iReady);
 }
 
-unsigned Strategy::pick(Thread& ioThread, bool iCanGoOn, std::uint32_t iReady)
+unsigned Strategy::pick(const Thread& iThread, bool iCanGoOn, std::uint32_t iReady)
 {
     if (sMethod == Method::eReplay)
     {
-        const Decision* decision = replayed(ioThread, false);
+        const Decision* decision = replayed(iThread, false);
         return decision && _isSet(iReady, decision->next) ? decision->next
-                                                          : usual(ioThread, iCanGoOn, iReady);
+                                                          : usual(iThread, iCanGoOn, iReady);
     }
     // Nothing is drawn before there is a choice, so that a seed means the same from a checkpoint.
     if (_isOne(iReady))
@@ -138,46 +137,28 @@ unsigned Strategy::pick(Thread& ioThread, bool iCanGoOn, std::uint32_t iReady)
     }
     if (sMethod == Method::ePct && Verdict::report().counts.points < kFairAfter)
     {
-        return pickByPriority(ioThread, iReady);
+        const unsigned best = sPct.pick(iThread.id, iReady);
+        Steps::add(Step::ePick, iThread.id, iReady, best);
+        return best;
     }
-    if (iCanGoOn && !ioThread.isSpinning() && sRandom.below(kLeaveOnceIn) != 0)
+    Steps::cut();
+    return walk(iThread, iCanGoOn, iReady);
+}
+
+unsigned Strategy::walk(const Thread& iThread, bool iCanGoOn, std::uint32_t iReady)
+{
+    Random& random = sPct.random();
+    if (iCanGoOn && !iThread.isSpinning() && random.below(kLeaveOnceIn) != 0)
     {
-        return ioThread.id;
+        return iThread.id;
     }
     std::uint32_t ready = iReady;
-    for (std::uint32_t skip = sRandom.below(static_cast<std::uint32_t>(__builtin_popcount(iReady)));
+    for (std::uint32_t skip = random.below(static_cast<std::uint32_t>(__builtin_popcount(iReady)));
          skip > 0; --skip)
     {
         ready &= ready - 1;
     }
     return _first(ready);
-}
-
-void Strategy::changePriority(Thread& ioThread)
-{
-    for (unsigned i = 0; i < sChangeCount; ++i)
-    {
-        if (sChanges[i] == Verdict::report().counts.contended)
-        {
-            spins(ioThread);
-            sChanges[i] = 0;
-        }
-    }
-}
-
-unsigned Strategy::pickByPriority(Thread& ioThread, std::uint32_t iReady)
-{
-    changePriority(ioThread);
-    unsigned best = _first(iReady);
-    Scheduler::each(
-        [&](const Thread& iThread)
-        {
-            if (_isSet(iReady, iThread.id) && iThread.priority > Scheduler::thread(best).priority)
-            {
-                best = iThread.id;
-            }
-        });
-    return best;
 }
 
 void Strategy::decided(const Thread& iThread, std::uint32_t iNext)

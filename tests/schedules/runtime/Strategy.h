@@ -19,8 +19,8 @@ public:
     static void begin(const PlanBasics& iPlan, const Decision* iDecisions, std::size_t iCount);
 
     /// A new thread gets its priority; one that spins gets the lowest.
-    static void added(Thread& ioThread);
-    static void spins(Thread& ioThread);
+    static void added(const Thread& iThread);
+    static void spins(const Thread& iThread);
 
     /// Whether time jumps to the next deadline at this choice of a thread.
     static bool isJump(const Thread& iThread);
@@ -30,14 +30,13 @@ public:
 
     /// The number of the thread that runs next. iCanGoOn: iThread itself could run. iCanJump: some
     /// thread waits for a deadline.
-    static unsigned next(Thread& ioThread, bool iCanGoOn, bool iCanJump, std::uint32_t iReady,
+    static unsigned next(const Thread& iThread, bool iCanGoOn, bool iCanJump, std::uint32_t iReady,
                          Op iOp, const volatile void* iObject);
 
 private:
     static unsigned usual(const Thread& iThread, bool iCanGoOn, std::uint32_t iReady);
-    static unsigned pick(Thread& ioThread, bool iCanGoOn, std::uint32_t iReady);
-    static unsigned pickByPriority(Thread& ioThread, std::uint32_t iReady);
-    static void changePriority(Thread& ioThread);
+    static unsigned pick(const Thread& iThread, bool iCanGoOn, std::uint32_t iReady);
+    static unsigned walk(const Thread& iThread, bool iCanGoOn, std::uint32_t iReady);
     static const Decision* replayed(const Thread& iThread, bool iJump);
     static void decided(const Thread& iThread, std::uint32_t iNext);
     static void list(const Choice& iChoice);

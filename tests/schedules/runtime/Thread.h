@@ -80,7 +80,6 @@ struct Thread
     int descriptor;         ///< that it waits to read from
 
     std::uint32_t choices;     ///< how often it was asked which thread runs next: its own time
-    std::int64_t priority;     ///< the higher runs first
     const volatile void* last; ///< object of its last operation
     unsigned repeated;         ///< operations on it without a wait: many are a loop that spins
 
