@@ -2,6 +2,7 @@
 #include "alarm/PAlarm.h"
 
 #include "helpers/PPlugin.h"
+#include "helpers/PluginInfo.h"
 #include "helpers/ServiceLookup.h"
 
 namespace
@@ -19,6 +20,10 @@ public:
 } // namespace
 
 IXLA_PLUGIN(AlarmPlugin)
+IXLA_PLUGIN_INFO(IXLA_INFO_NAME("alarm"), IXLA_INFO_VERSION("1.0.0"),
+                 IXLA_INFO_DESCRIPTION("Compares samples with thresholds"),
+                 IXLA_INFO_AUTHOR("The ixlal authors"), IXLA_INFO_LICENSE("MIT"),
+                 IXLA_INFO_OFFERS("com.example.ixla.alarm", "counts alarms, knows highest values"))
 
 PAlarm::PAlarm()
     : fLoad(L"load in hundredths", kLoadLimitKey, L"load.highest"),

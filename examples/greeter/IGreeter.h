@@ -6,7 +6,7 @@
 #include "IBase.h"
 #include "portinglayer/PString.h"
 
-/// The interface ID; also the configuration ID of the greeter's settings.
+/// The interface ID.
 constexpr wchar_t kGreeterId[] = L"com.example.greeter";
 
 /// The topic sent after every greeting, with the number of greetings so far.
@@ -15,8 +15,8 @@ constexpr wchar_t kGreetedTopic[] = L"com.example.greeter.greeted";
 class IGreeter : public IBase
 {
 public:
-    /// Writes a greeting for iName to oGreeting. Returns 0, -502 for an empty name, or -501.
-    /// [any thread]
+    /// Writes a greeting for iName to oGreeting. Returns 0, -502 for an empty name or one that is
+    /// too long, or -501. [any thread]
     virtual int greet(const PLiteral& iName, PString& oGreeting) = 0;
 };
 

@@ -7,30 +7,20 @@
 int PGreeter::onInit()
 {
     int result = eIxlaOk;
-    const PBaseptr<IConfigManager> manager = ixlaService<IConfigManager>(result);
-    if (result == eIxlaOk)
-    {
-        result = manager->loadByID(kGreeterId, fConfig);
-    }
-    if (result == eIxlaOk)
-    {
-        fLogger = ixlaService<ILogger>(result);
-    }
+    fLogger = ixlaService<ILogger>(result);
     if (result == eIxlaOk)
     {
         fDispatcher = ixlaService<IEventDispatcher>(result);
     }
-    if (result == eIxlaOk)
-    {
-        readGreeting();
-        result = fChanges.subscribe(kGreeterId, [this](const IConfigChanged&) { readGreeting(); });
-    }
-    return result;
+    fConfig.greeting.onChange(
+        [this](const PString& iGreeting)
+        { fLogger->info(0, L"[greeter] greetings begin with: %ls", iGreeting.ptr()); });
+    return result == eIxlaOk ? fConfig.load() : result;
 }
 
 int PGreeter::greet(const PLiteral& iName, PString& oGreeting)
 {
-    if (iName.len() == 0)
+    if (iName.len() == 0 || iName.len() > fConfig.longest.get())
     {
         return eIxlaInvalidArgument;
     }
@@ -46,24 +36,11 @@ int PGreeter::greet(const PLiteral& iName, PString& oGreeting)
     return eIxlaOk;
 }
 
-int PGreeter::makeGreeting(const PLiteral& iName, PString& oGreeting)
+int PGreeter::makeGreeting(const PLiteral& iName, PString& oGreeting) const
 {
-    PString greeting;
-    {
-        const std::lock_guard<std::mutex> lock(fMutex);
-        greeting = fGreeting;
-    }
+    PString greeting = fConfig.greeting.get();
     greeting += L", ";
     greeting += iName;
     oGreeting = greeting;
     return eIxlaOk;
-}
-
-void PGreeter::readGreeting()
-{
-    PString greeting(L"Hello");
-    // Without the key the default stays.
-    (void)fConfig->getString(L"greeting", greeting);
-    const std::lock_guard<std::mutex> lock(fMutex);
-    fGreeting = greeting;
 }

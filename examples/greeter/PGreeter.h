@@ -5,14 +5,17 @@
 
 #include "IGreeter.h"
 
-#include "IConfigManager.h"
 #include "IEventDispatcher.h"
 #include "ILogger.h"
-#include "helpers/PConfigSubscription.h"
+#include "helpers/PKeyedConfig.h"
 #include "helpers/PService.h"
 
 #include <atomic>
-#include <mutex>
+
+IXLA_CONFIG(GreeterConfig, "com.example.greeter",
+            IXLA_KEY_TEXT(greeting, "greeting", "Hello", "run-time", "text before the name"),
+            IXLA_KEY_UINT32(longest, "longest", 100, 1, 1000, "characters", "start",
+                            "length of the longest name that is greeted"))
 
 class PGreeter : public PService<IGreeter>
 {
@@ -21,20 +24,14 @@ public:
     int greet(const PLiteral& iName, PString& oGreeting) override;
 
 private:
-    int makeGreeting(const PLiteral& iName, PString& oGreeting);
-    void readGreeting();
+    int makeGreeting(const PLiteral& iName, PString& oGreeting) const;
 
     // Constant after onInit.
-    PBaseptr<IConfig> fConfig;
     PBaseptr<ILogger> fLogger;
     PBaseptr<IEventDispatcher> fDispatcher;
 
     std::atomic<int> fCount{0};
-
-    std::mutex fMutex;
-    PString fGreeting; ///< guarded by fMutex
-
-    PConfigSubscription fChanges; ///< last, so that it ends before the members it uses
+    GreeterConfig fConfig; ///< last, so that its callback ends before the members it uses
 };
 
 #endif

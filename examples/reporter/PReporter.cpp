@@ -2,6 +2,7 @@
 #include "reporter/PReporter.h"
 
 #include "helpers/PPlugin.h"
+#include "helpers/PluginInfo.h"
 #include "helpers/ServiceLookup.h"
 #include "shared/ISample.h"
 
@@ -37,6 +38,11 @@ std::string _showMemory(int iPercent)
 } // namespace
 
 IXLA_PLUGIN(ReporterPlugin)
+IXLA_PLUGIN_INFO(IXLA_INFO_NAME("reporter"), IXLA_INFO_VERSION("1.0.0"),
+                 IXLA_INFO_DESCRIPTION("Prints a summary when the core stops"),
+                 IXLA_INFO_AUTHOR("The ixlal authors"), IXLA_INFO_LICENSE("MIT"),
+                 IXLA_INFO_OFFERS("com.example.ixla.reporter", "starts with the core"),
+                 IXLA_INFO_REQUIRES("com.example.ixla.alarm"))
 
 int PReporter::onInit()
 {

@@ -4,6 +4,7 @@
 #include "IConfigManager.h"
 #include "PGuarded.h"
 #include "helpers/PPlugin.h"
+#include "helpers/PluginInfo.h"
 #include "helpers/ResultText.h"
 #include "helpers/ServiceLookup.h"
 #include "sampler/PMachine.h"
@@ -25,6 +26,10 @@ public:
 } // namespace
 
 IXLA_PLUGIN(SamplerPlugin)
+IXLA_PLUGIN_INFO(IXLA_INFO_NAME("sampler"), IXLA_INFO_VERSION("1.0.0"),
+                 IXLA_INFO_DESCRIPTION("Sends the load and the memory in use at regular times"),
+                 IXLA_INFO_AUTHOR("The ixlal authors"), IXLA_INFO_LICENSE("MIT"),
+                 IXLA_INFO_OFFERS("com.example.ixla.sampler", "sends samples while it runs"))
 
 int PSampler::onInit()
 {

@@ -1,18 +1,16 @@
 // SPDX-License-Identifier: MIT
-// A plugin with two services, one of which has a thread.
+// A plugin with two services, one of which has a timer.
 
 #include "ITicker.h"
 
 #include "IConfigManager.h"
 #include "IEventDispatcher.h"
 #include "helpers/PPlugin.h"
+#include "helpers/PTimer.h"
 #include "helpers/ServiceLookup.h"
 
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
-#include <mutex>
-#include <thread>
 
 namespace
 {
@@ -57,23 +55,10 @@ public:
         fDispatcher = ixlaService<IEventDispatcher>(result);
         if (result == eIxlaOk)
         {
-            fThread = std::thread([this] { run(); });
+            const std::chrono::milliseconds period(fPace->getPeriod());
+            result = fTimer.every(period, [this] { tick(); });
         }
         return result;
-    }
-
-    // Also called when onInit failed, so there may be no thread.
-    void onExit() override
-    {
-        {
-            const std::lock_guard<std::mutex> lock(fMutex);
-            fStopping = true;
-        }
-        fWakeUp.notify_all();
-        if (fThread.joinable())
-        {
-            fThread.join();
-        }
     }
 
     int getTicks() const override
@@ -82,26 +67,15 @@ public:
     }
 
 private:
-    void run()
+    void tick()
     {
-        const std::chrono::milliseconds period(fPace->getPeriod());
-        std::unique_lock<std::mutex> lock(fMutex);
-        while (!fWakeUp.wait_for(lock, period, [this] { return fStopping; }))
-        {
-            lock.unlock();                                          // a listener may be slow
-            (void)fDispatcher->send(kTickTopic, nullptr, ++fTicks); // no listener is no error
-            lock.lock();
-        }
+        (void)fDispatcher->send(kTickTopic, nullptr, ++fTicks); // no listener is no error
     }
 
     const PBaseptr<IPace> fPace;
     PBaseptr<IEventDispatcher> fDispatcher; // constant after onInit
     std::atomic<int> fTicks{0};
-
-    std::thread fThread;
-    std::mutex fMutex;
-    std::condition_variable fWakeUp;
-    bool fStopping = false; // guarded by fMutex
+    PTimer fTimer{*this, L"ticker"}; // last, so that it ends before the members it uses
 };
 
 class TickerPlugin : public PPlugin

@@ -3,6 +3,7 @@
 #ifndef IXLAL_SDK_PCOUNTED_H
 #define IXLAL_SDK_PCOUNTED_H
 
+#include "IBase.h"
 #include "portinglayer/PCounterSync.h"
 
 /// Implements incRef and decRef for a class with one interface or several. Create objects with new
@@ -14,6 +15,9 @@ class PCounted : public TInterface, public TMore...
 public:
     /// The first of the interfaces.
     typedef TInterface Interface;
+
+    /// The number of interfaces.
+    static constexpr unsigned int kInterfaces = 1 + sizeof...(TMore);
 
     PCounted(const PCounted&) = delete;
     PCounted& operator=(const PCounted&) = delete;
@@ -33,6 +37,15 @@ public:
             delete this;
         }
         return count;
+    }
+
+    /// The object as its interface number iIndex, counted from 0 in the order of the parameters of
+    /// the template. [any thread]
+    IBase* asInterface(unsigned int iIndex) noexcept
+    {
+        // cppcheck-suppress constVariable; the pointers are const, and not what they point to
+        IBase* const all[] = {static_cast<TInterface*>(this), static_cast<TMore*>(this)...};
+        return all[iIndex];
     }
 
 protected:

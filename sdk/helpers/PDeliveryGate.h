@@ -3,8 +3,8 @@
 #ifndef IXLAL_SDK_PDELIVERYGATE_H
 #define IXLAL_SDK_PDELIVERYGATE_H
 
+#include "helpers/PForkCheck.h"
 #include "portinglayer/PCancelGuard.h"
-#include "portinglayer/PProcess.h"
 
 #include <condition_variable>
 #include <mutex>
@@ -51,7 +51,7 @@ public:
         bool fInside;
     };
 
-    PDeliveryGate() : fProcess(PProcess::getCurrentPID()), fVisits(nullptr), fClosed(false)
+    PDeliveryGate() : fVisits(nullptr), fClosed(false)
     {
     }
 
@@ -63,7 +63,7 @@ public:
     /// threads with a visit do not exist there.
     void close()
     {
-        if (isParents())
+        if (fFork.isChild())
         {
             return;
         }
@@ -101,13 +101,6 @@ private:
         fLeft.notify_all();
     }
 
-    /// Whether this is a forked child of the process that created the gate. A thread that holds the
-    /// mutex may not exist in the child.
-    bool isParents() const noexcept
-    {
-        return PProcess::getCurrentPID() != fProcess;
-    }
-
     bool nl_isInside(std::thread::id iThread) const
     {
         const Visit* visit = fVisits;
@@ -118,7 +111,7 @@ private:
         return visit != nullptr;
     }
 
-    const unsigned int fProcess;
+    const PForkCheck fFork;
     std::mutex fMutex;
     std::condition_variable fLeft;
     Visit* fVisits; ///< the visits in progress, the latest first; guarded by fMutex

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 /// @file
-/// PPlugin: the base class of plugins; a derived class only names its services.
+/// PPlugin: the base class of plugins; a derived class only names its services. Includes what most
+/// services use: the interfaces of the core, ixlaInOrder and IXLA_LOG.
 #ifndef IXLAL_SDK_PPLUGIN_H
 #define IXLAL_SDK_PPLUGIN_H
 
@@ -11,15 +12,19 @@
 #include "Ixla.h"
 #include "PBaseptr.h"
 #include "PGuarded.h"
+#include "helpers/InOrder.h"
+#include "helpers/Log.h"
 #include "helpers/PCounted.h"
 #include "helpers/PListener.h"
 #include "helpers/PServiceList.h"
 #include "helpers/Reported.h"
 #include "helpers/ServiceLookup.h"
 
+#include <cstddef>
 #include <memory>
 #include <new>
 #include <utility>
+#include <vector>
 
 /// A plugin whose constructor names its services:
 ///
@@ -64,7 +69,7 @@ public:
                 ids = fServices->listIds();
                 return eIxlaOk;
             });
-        oCount = result == eIxlaOk ? fServices->size() : 0;
+        oCount = result == eIxlaOk ? fServices->idCount() : 0;
         return ids.release();
     }
 
@@ -97,7 +102,25 @@ protected:
     template <class TService, class TMaker>
     void offer(const PLiteral& iInterfaceId, TMaker iMaker)
     {
-        fServices->add<TService>(iInterfaceId, std::move(iMaker));
+        fServices->add<TService>({PString(iInterfaceId)}, std::move(iMaker));
+    }
+
+    /// Offers one TService behind several interface IDs, one for each interface of its PService and
+    /// in the same order: offer<Queue>({kQueueId, kQueueStateId}). There is one object with one
+    /// count, and one call of onInit and of onExit.
+    template <class TService, std::size_t kCount>
+    void offer(const wchar_t* const (&iInterfaceIds)[kCount])
+    {
+        offer<TService>(iInterfaceIds, [] { return new TService; });
+    }
+
+    /// The same with a service that iMaker creates.
+    template <class TService, class TMaker, std::size_t kCount>
+    void offer(const wchar_t* const (&iInterfaceIds)[kCount], TMaker iMaker)
+    {
+        static_assert(kCount == TService::kInterfaces, "offer one ID for each interface");
+        fServices->add<TService>(std::vector<PString>(iInterfaceIds, iInterfaceIds + kCount),
+                                 std::move(iMaker));
     }
 
     /// The service behind an ID that this plugin offers, for the makers of later services;
@@ -105,9 +128,8 @@ protected:
     template <class TService>
     TService* service(const PLiteral& iInterfaceId) const noexcept
     {
-        IBase* instance = nullptr;
-        (void)fServices->find(iInterfaceId, instance); // the null pointer says the same
-        return static_cast<TService*>(static_cast<typename TService::Interface*>(instance));
+        return static_cast<TService*>(
+            static_cast<typename TService::Interface*>(fServices->findFirst(iInterfaceId)));
     }
 
 private:
@@ -212,5 +234,24 @@ IXLA_PASSES_THREAD_END IPlugin* ixlaNewPlugin()
     {                                                                                              \
         return ixlaNewPlugin<__VA_ARGS__>();                                                       \
     }
+
+/// Defines a plugin with one service and its factory, in place of a class derived from PPlugin and
+/// IXLA_PLUGIN. What follows the class are the arguments of PPlugin::offer: the interface ID, or
+/// one ID for each interface in braces. Use it once in a library, at global scope:
+///
+///     IXLA_SERVICE_PLUGIN(Queue, kQueueId)
+#define IXLA_SERVICE_PLUGIN(TService, ...)                                                         \
+    namespace                                                                                      \
+    {                                                                                              \
+    class IxlaServicePlugin final : public PPlugin                                                 \
+    {                                                                                              \
+    public:                                                                                        \
+        IxlaServicePlugin()                                                                        \
+        {                                                                                          \
+            offer<TService>(__VA_ARGS__);                                                          \
+        }                                                                                          \
+    };                                                                                             \
+    }                                                                                              \
+    IXLA_PLUGIN(IxlaServicePlugin)
 
 #endif

@@ -9,6 +9,7 @@
 #include "helpers/Reported.h"
 #include "portinglayer/PString.h"
 
+#include <algorithm>
 #include <atomic>
 #include <memory>
 #include <utility>
@@ -19,34 +20,37 @@
 class PServiceList
 {
 public:
-    PServiceList() noexcept : fState(eIdle)
+    PServiceList() noexcept : fIdCount(0), fState(eIdle)
     {
     }
 
     PServiceList(const PServiceList&) = delete;
     PServiceList& operator=(const PServiceList&) = delete;
 
-    /// Adds a TService that iMaker will create. Throws std::bad_alloc.
+    /// Adds a TService that iMaker will create, behind one ID for each of its first interfaces.
+    /// There is at least one ID. Throws std::bad_alloc.
     template <class TService, class TMaker>
-    void add(const PLiteral& iId, TMaker iMaker)
+    void add(std::vector<PString> iIds, TMaker iMaker)
     {
-        fEntries.push_back(
-            std::unique_ptr<Entry>(new EntryOf<TService, TMaker>(iId, std::move(iMaker))));
+        fIdCount += static_cast<unsigned int>(iIds.size());
+        fEntries.push_back(std::unique_ptr<Entry>(
+            new EntryOf<TService, TMaker>(std::move(iIds), std::move(iMaker))));
     }
 
-    /// The number of services.
-    unsigned int size() const noexcept
+    /// The number of IDs.
+    unsigned int idCount() const noexcept
     {
-        return static_cast<unsigned int>(fEntries.size());
+        return fIdCount;
     }
 
     /// The IDs in a new array. Throws std::bad_alloc.
     std::unique_ptr<PString[]> listIds() const
     {
-        std::unique_ptr<PString[]> ids(new PString[fEntries.size()]);
-        for (std::size_t i = 0; i < fEntries.size(); ++i)
+        std::unique_ptr<PString[]> ids(new PString[fIdCount]);
+        PString* next = ids.get();
+        for (const std::unique_ptr<Entry>& entry : fEntries)
         {
-            ids[i] = fEntries[i]->id;
+            next = std::copy(entry->ids.begin(), entry->ids.end(), next);
         }
         return ids;
     }
@@ -67,20 +71,27 @@ public:
     int find(const PLiteral& iId, IBase*& oInstance) const noexcept
     {
         oInstance = nullptr;
-        for (const std::unique_ptr<Entry>& entry : fEntries)
+        unsigned int index = 0;
+        const Entry* const entry = search(iId, index);
+        if (!entry)
         {
-            if (iId == entry->id)
-            {
-                oInstance = entry->instance();
-                return oInstance ? eIxlaOk : eIxlaNoInstance;
-            }
+            return eIxlaUnknownInterface;
         }
-        return eIxlaUnknownInterface;
+        oInstance = entry->instance(index);
+        return oInstance ? eIxlaOk : eIxlaNoInstance;
     }
 
-    /// Calls onExit of every service that was created, in reverse order. Only the first call does
-    /// so; others return at once, even while it is running. When an onExit ends its thread, the
-    /// remaining ones are not called.
+    /// The first interface of the service that has iId among its IDs; null for none.
+    IBase* findFirst(const PLiteral& iId) const noexcept
+    {
+        unsigned int ignored = 0;
+        const Entry* const entry = search(iId, ignored);
+        return entry ? entry->instance(0) : nullptr;
+    }
+
+    /// Ends the workers and timers of every service that was created and calls its onExit, in
+    /// reverse order. Only the first call does so; others return at once, even while it is running.
+    /// When an onExit ends its thread, the remaining ones are not called.
     void exit()
     {
         int idle = eIdle;
@@ -88,7 +99,7 @@ public:
         {
             return;
         }
-        const Exited exited(fState);
+        const Exited exited(*this);
         for (std::size_t i = fEntries.size(); i > 0; --i)
         {
             fEntries[i - 1]->exit();
@@ -113,30 +124,35 @@ private:
         eExited
     };
 
-    /// Sets the state to eExited at the end of the scope, also when the thread ends in it.
+    /// Sets the state to eExited at the end of the scope. When the thread ends in an onExit, the
+    /// workers and timers of the remaining services end as well.
     class Exited
     {
     public:
-        explicit Exited(std::atomic<int>& ioState) noexcept : fState(ioState)
+        explicit Exited(PServiceList& ioList) noexcept : fList(ioList)
         {
         }
 
         ~Exited()
         {
-            fState = eExited;
+            for (std::size_t i = fList.fEntries.size(); i > 0; --i)
+            {
+                fList.fEntries[i - 1]->endMembers();
+            }
+            fList.fState = eExited;
         }
 
         Exited(const Exited&) = delete;
         Exited& operator=(const Exited&) = delete;
 
     private:
-        std::atomic<int>& fState;
+        PServiceList& fList;
     };
 
     /// One service of any class.
     struct Entry
     {
-        explicit Entry(const PLiteral& iId) : id(iId)
+        explicit Entry(std::vector<PString> iIds) : ids(std::move(iIds))
         {
         }
 
@@ -146,17 +162,19 @@ private:
 
         virtual int start() = 0;
         virtual void exit() = 0;
+        virtual void endMembers() noexcept = 0;
         virtual void release() noexcept = 0;
-        virtual IBase* instance() const noexcept = 0;
+        virtual IBase* instance(unsigned int iIndex) const noexcept = 0;
 
-        const PString id;
+        const std::vector<PString> ids; ///< in the order of the interfaces
     };
 
     template <class TService, class TMaker>
     class EntryOf final : public Entry
     {
     public:
-        EntryOf(const PLiteral& iId, TMaker iMaker) : Entry(iId), fMaker(std::move(iMaker))
+        EntryOf(std::vector<PString> iIds, TMaker iMaker)
+            : Entry(std::move(iIds)), fMaker(std::move(iMaker))
         {
         }
 
@@ -170,7 +188,15 @@ private:
         {
             // A failure is in the log and must not keep the other services from ending.
             (void)ixlaReported(
-                this->id, [this]() -> int { return exitService(); }, eIxlaNoInstance);
+                this->ids.front(), [this]() -> int { return exitService(); }, eIxlaNoInstance);
+        }
+
+        void endMembers() noexcept override
+        {
+            if (fService)
+            {
+                static_cast<PExitOwner&>(*fService).endMembers();
+            }
         }
 
         void release() noexcept override
@@ -178,9 +204,9 @@ private:
             fService.clear();
         }
 
-        IBase* instance() const noexcept override
+        IBase* instance(unsigned int iIndex) const noexcept override
         {
-            return static_cast<typename TService::Interface*>(fService.get());
+            return fService ? fService->asInterface(iIndex) : nullptr;
         }
 
     private:
@@ -188,6 +214,7 @@ private:
         {
             if (fService)
             {
+                endMembers();
                 fService->onExit();
             }
             return eIxlaOk;
@@ -197,7 +224,23 @@ private:
         PBaseptr<TService> fService;
     };
 
+    const Entry* search(const PLiteral& iId, unsigned int& oIndex) const noexcept
+    {
+        for (const std::unique_ptr<Entry>& entry : fEntries)
+        {
+            for (oIndex = 0; oIndex < entry->ids.size(); ++oIndex)
+            {
+                if (iId == entry->ids[oIndex])
+                {
+                    return entry.get();
+                }
+            }
+        }
+        return nullptr;
+    }
+
     std::vector<std::unique_ptr<Entry>> fEntries;
+    unsigned int fIdCount; ///< of all entries
     std::atomic<int> fState;
 };
 

@@ -10,17 +10,21 @@
 #include "helpers/ServiceLookup.h"
 #include "helpers/Text.h"
 #include "testkit/PEventRecorder.h"
+#include "testkit/PLinkedPlugin.h"
 #include "testkit/PTestDirectory.h"
 #include "testkit/PTestError.h"
 #include "testkit/PTestLog.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <list>
 #include <map>
+#include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 /// Starts a core in a temporary directory, with the plugins and the configuration of a test. Always
@@ -82,6 +86,15 @@ public:
                         "build it first, and let the build tell the test its path");
     }
 
+    /// Before start(): adds a plugin that is linked into the test, by its factory: ixlaGetPlugin,
+    /// or ixlaNewPlugin<TPlugin> for a class of the test. The first service() for one of its IDs
+    /// initialises it. Other plugins do not find its services.
+    void addPlugin(IPlugin* (*iFactory)())
+    {
+        refuseStarted("addPlugin");
+        fFactories.push_back(iFactory);
+    }
+
     /// Before start(): sets the text of the configuration iId, as lines "key = value". Another call
     /// for the same ID replaces the text.
     void configure(const std::string& iId, const std::string& iText)
@@ -136,7 +149,9 @@ public:
         }
     }
 
-    /// Starts the core and returns the result. Throws only when this object has already started it.
+    /// Starts the core and returns the result: -1009 also when a factory of the test returns null,
+    /// -1007 also when a plugin of the test offers an ID of another one. Throws only when this
+    /// object has already started it.
     int tryStart()
     {
         refuseStarted("start");
@@ -153,7 +168,7 @@ public:
         }
         const int result = ixlaStart(arguments.data(), static_cast<unsigned int>(arguments.size()));
         fStarted = result == eIxlaOk;
-        return result;
+        return fStarted ? addLinked() : result;
     }
 
     /// Ends the recorders and stops the core; does nothing when it is not started. Throws when the
@@ -170,6 +185,7 @@ public:
         }
         fStarted = false;
         const int result = ixlaStop();
+        fLinked.clear();
         if (result != eIxlaOk)
         {
             throw PTestError("the core does not stop: " + ixlaResultText(result) + "\n" +
@@ -192,7 +208,15 @@ public:
     PBaseptr<TService> service(const PLiteral& iId) const
     {
         int result = eIxlaOk;
-        PBaseptr<TService> found = ixlaService<TService>(iId, result);
+        PBaseptr<TService> found;
+        if (PLinkedPlugin* const linked = findLinked(iId))
+        {
+            found = linked->service<TService>(iId, result);
+        }
+        else
+        {
+            found = ixlaService<TService>(iId, result);
+        }
         if (result != eIxlaOk)
         {
             throw PTestError("no service \"" + ixlaNarrow(iId) + "\": " + ixlaResultText(result) +
@@ -281,6 +305,32 @@ private:
         }
     }
 
+    PLinkedPlugin* findLinked(const PLiteral& iId) const
+    {
+        const auto found = std::find_if(fLinked.begin(), fLinked.end(),
+                                        [&](const std::unique_ptr<PLinkedPlugin>& iLinked)
+                                        { return iLinked->offers(iId); });
+        return found == fLinked.end() ? nullptr : found->get();
+    }
+
+    /// Creates the plugins of the factories; stops the core when one cannot be added.
+    int addLinked()
+    {
+        int result = eIxlaOk;
+        for (std::size_t i = 0; i < fFactories.size() && result == eIxlaOk; ++i)
+        {
+            auto linked = std::make_unique<PLinkedPlugin>(fFactories[i]());
+            result = linked->check([this](const PLiteral& iId)
+                                   { return findLinked(iId) || ixlaIsInterfaceAvailable(iId); });
+            fLinked.push_back(std::move(linked));
+        }
+        if (result != eIxlaOk)
+        {
+            stop();
+        }
+        return result;
+    }
+
     // The later of two lines for the same key wins, so the last line sets the store.
     void writeManagerFile() const
     {
@@ -305,6 +355,8 @@ private:
     std::map<std::string, std::string> fArguments;
     std::map<std::string, std::string> fConfigured; ///< files by configuration ID
     std::string fManagerText;
+    std::vector<IPlugin* (*)()> fFactories;
+    std::vector<std::unique_ptr<PLinkedPlugin>> fLinked;
     std::list<PEventRecorder> fRecorders;
     bool fStarted = false;
 };

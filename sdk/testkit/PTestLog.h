@@ -9,6 +9,7 @@
 #include <chrono>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -44,6 +45,18 @@ public:
                                    { return iLine.find(iText) == std::string::npos; }),
                     found.end());
         return found;
+    }
+
+    /// The lines so far without the date, time, process, thread and tag, which differ in each run:
+    /// "E [jobs] Exception: no disk". The first letter is the kind: D, I or E.
+    std::vector<std::string> texts() const
+    {
+        std::vector<std::string> texts;
+        for (const std::string& line : lines())
+        {
+            texts.push_back(textOf(line));
+        }
+        return texts;
     }
 
     /// The error lines so far.
@@ -98,6 +111,23 @@ public:
     }
 
 private:
+    /// A line that is not in the form of the log is returned as it is.
+    static std::string textOf(const std::string& iLine)
+    {
+        std::istringstream in(iLine);
+        std::string date;
+        std::string time;
+        std::string thread;
+        std::string kind;
+        std::string tag;
+        std::string text;
+        if (!(in >> date >> time >> thread >> kind >> tag) || !std::getline(in, text))
+        {
+            return iLine;
+        }
+        return kind + text;
+    }
+
     const std::filesystem::path fFile;
 };
 

@@ -44,6 +44,17 @@ TEST_F(GreeterTest, FollowsAValueSetAtRunTime)
     EXPECT_EQ("Good night, Ann", greet(L"Ann"));
 }
 
+TEST_F(GreeterTest, LogsEachGreetingThatItUses)
+{
+    fCore.configure("com.example.greeter", "greeting = Good morning\n");
+    fCore.start();
+    greet(L"Ann");
+    fCore.log().waitFor("greetings begin with: Good morning");
+    EXPECT_THAT(fCore.service<IConfigManager>()->setString(kGreeterId, L"greeting", L"Bye"),
+                IsOk());
+    fCore.log().waitFor("greetings begin with: Bye");
+}
+
 TEST_F(GreeterTest, ReportsEveryGreetingToListenersAndTheLog)
 {
     fCore.start();
@@ -60,5 +71,25 @@ TEST_F(GreeterTest, RefusesAnEmptyName)
     PString greeting;
     const auto greeter = fCore.service<IGreeter>(kGreeterId);
     EXPECT_THAT(greeter->greet(L"", greeting), IsResult(eIxlaInvalidArgument));
+}
+
+TEST_F(GreeterTest, RefusesANameThatIsTooLong)
+{
+    fCore.configure("com.example.greeter", "longest = 3\n");
+    fCore.start();
+    EXPECT_EQ("Hello, Ann", greet(L"Ann"));
+    PString greeting;
+    const auto greeter = fCore.service<IGreeter>(kGreeterId);
+    EXPECT_THAT(greeter->greet(L"Anna", greeting), IsResult(eIxlaInvalidArgument));
+}
+
+TEST_F(GreeterTest, ReportsAWrongSettingAndUsesTheDefault)
+{
+    fCore.configure("com.example.greeter", "longest = 0\n");
+    fCore.start();
+    EXPECT_EQ("Hello, Ann", greet(L"Ann"));
+    fCore.log().waitFor(
+        "[com.example.greeter] longest = 0: not a number from 1 to 1000; the default "
+        "\"100\" is used");
 }
 } // namespace

@@ -41,6 +41,14 @@ TEST_F(TestLogTest, ReturnsTheErrorLinesOfCoreAndPlugins)
     EXPECT_THAT(fLog.errors(), ElementsAre("x E Core [a] b", "x E pgs [c]"));
 }
 
+TEST_F(TestLogTest, ReturnsTheLinesWithoutWhatDiffersInEachRun)
+{
+    fDir.write("some.log", "2026-05-04 10:20:30.123 4711:4712 E pgs [jobs] no  disk\n"
+                           "2026-05-04 10:20:30.124 4711:4712 D Core \n"
+                           "continued\n");
+    EXPECT_THAT(fLog.texts(), ElementsAre("E [jobs] no  disk", "D ", "continued"));
+}
+
 TEST_F(TestLogTest, WaitsForALaterLine)
 {
     std::thread writer(

@@ -60,7 +60,7 @@ struct Listed
     {
         for (const wchar_t* id : {L"first", L"second"})
         {
-            list->add<ListedService>(id, [this] { return new ListedService(counts); });
+            list->add<ListedService>({PString(id)}, [this] { return new ListedService(counts); });
         }
         requireEqual(0, list->start(), "the services start");
     }
