@@ -35,7 +35,7 @@ read_arguments() {
         shift
     done
     if [ ${#targets[@]} -eq 0 ]; then
-        targets=(conversions format log parser request store tokens utf8)
+        targets=(conversions format keys log notes parser request store tokens utf8)
     fi
 }
 

@@ -4,9 +4,9 @@
 #include "control/PJsonObject.h"
 #include "control/PRequest.h"
 #include "control/PRequestError.h"
-#include "control/Utf8Text.h"
 #include "fuzz/Check.h"
 #include "fuzz/Texts.h"
+#include "shared/Utf8Text.h"
 
 #include <nlohmann/json.hpp>
 
@@ -102,20 +102,6 @@ void _checkRequest(std::string_view iLine)
     }
 }
 
-bool _isUtf8(std::string_view iText)
-{
-    while (!iText.empty())
-    {
-        const std::size_t length = utf8Length(iText);
-        if (length == 0)
-        {
-            return false;
-        }
-        iText.remove_prefix(length);
-    }
-    return true;
-}
-
 void _checkWriting(std::string_view iText)
 {
     PJsonObject object;
@@ -123,7 +109,7 @@ void _checkWriting(std::string_view iText)
     check(line.find('\n') == std::string::npos, "an object is one line");
     const Json again = Json::parse(line, nullptr, false);
     check(again.is_object(), "what is written is JSON");
-    if (_isUtf8(iText) && iText != "n" && iText != "f")
+    if (isUtf8(iText) && iText != "n" && iText != "f")
     {
         const std::string text(iText);
         check(again.contains(text), "a name is written as it is");

@@ -4,6 +4,8 @@
 #include "config/PConfigCheck.h"
 #include "config/PConfigPlaces.h"
 #include "config/PCoreSession.h"
+#include "config/PDeclaredCheck.h"
+#include "config/PPluginKeys.h"
 #include "config/PToolError.h"
 #include "helpers/ResultText.h"
 #include "helpers/Text.h"
@@ -15,6 +17,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <iostream>
+#include <optional>
 
 namespace
 {
@@ -25,7 +28,9 @@ class Checker
 {
 public:
     explicit Checker(const CheckRequest& iRequest)
-        : fRequest(iRequest), fSession(fScratch, fScratch.configDir(), {})
+        : fRequest(iRequest),
+          fPlugins(iRequest.options),
+          fSession(fScratch, fScratch.configDir(), {})
     {
         // Throws for wrong options, even if no file needs them.
         static_cast<void>(placesFor(std::string()));
@@ -40,7 +45,11 @@ private:
     PConfigCheck::EFileKind kindOf(const std::string& iFile, const PConfigFile& iLines) const;
     bool isStoreBeside(const std::string& iFile) const;
     bool isPropertyFile(const std::string& iFile, const PConfigFile& iLines) const;
-    bool isListedBeside(const std::string& iFile) const;
+    std::optional<std::vector<std::string>> idsBeside(const std::string& iFile) const;
+    static bool isFileOf(const PConfigPlaces& iPlaces, const PString& iID,
+                         const std::string& iFile);
+    void checkDeclared(const std::string& iFile, const PConfigFile& iLines,
+                       PConfigCheck::EFileKind iKind, PConfigCheck& ioCheck) const;
     PConfigPlaces placesFor(const std::string& iFile) const;
     static void checkKeys(const PConfigFile& iLines, CoreKey::EPlace iPlace, PConfigCheck& ioCheck);
     static bool checkKey(const ConfigLine& iLine, CoreKey::EPlace iPlace, PConfigCheck& ioCheck);
@@ -54,6 +63,7 @@ private:
     void report(const std::string& iFile, const PConfigCheck& iCheck);
 
     const CheckRequest& fRequest;
+    const PPluginKeys fPlugins;
     const PScratch fScratch;
     const PCoreSession fSession;
     nlohmann::json fReports = nlohmann::json::array();
@@ -79,7 +89,11 @@ void Checker::look(const std::string& iFile)
     {
         checkIDs(iFile, lines, check);
     }
-    else if (kind != PConfigCheck::eStore)
+    if (fPlugins.isKnown())
+    {
+        checkDeclared(iFile, lines, kind, check);
+    }
+    if (kind == PConfigCheck::eValues || kind == PConfigCheck::eProperty)
     {
         const bool isProperty = kind == PConfigCheck::eProperty;
         checkKeys(lines, isProperty ? CoreKey::ePropertyFile : CoreKey::ePluginFile, check);
@@ -136,7 +150,7 @@ bool Checker::isStoreBeside(const std::string& iFile) const
 bool Checker::isPropertyFile(const std::string& iFile, const PConfigFile& iLines) const
 {
     std::error_code error;
-    for (const std::string& argument : fRequest.core)
+    for (const std::string& argument : fRequest.options.core)
     {
         if (argument.rfind(kPropertyFile, 0) == 0 &&
             std::filesystem::equivalent(argument.substr(kPropertyFile.size()), iFile, error))
@@ -144,39 +158,79 @@ bool Checker::isPropertyFile(const std::string& iFile, const PConfigFile& iLines
             return true;
         }
     }
-    return PKeyCheck::isPropertyFile(iLines) && !isListedBeside(iFile);
+    return PKeyCheck::isPropertyFile(iLines) &&
+           idsBeside(iFile).value_or(std::vector<std::string>()).empty();
 }
 
-/// Whether a manager's file lists this file for an ID.
-bool Checker::isListedBeside(const std::string& iFile) const
+/// The IDs for which a manager's file lists this file; none without such a file.
+std::optional<std::vector<std::string>> Checker::idsBeside(const std::string& iFile) const
 {
     try
     {
         PConfigPlaces places = placesFor(iFile);
         places.readManagerFile(fSession.manager());
-        std::error_code error;
+        std::vector<std::string> ids;
         for (const PString& id : places.listedIDs())
         {
-            for (const PString& name : places.filesOf(id))
+            if (isFileOf(places, id, iFile))
             {
-                if (std::filesystem::equivalent(utf8Text(places.pathOf(name)), iFile, error))
-                {
-                    return true;
-                }
+                ids.push_back(ixlaNarrow(id));
             }
         }
+        return ids;
     }
-    catch (const PToolError&) // the directory has no manager's file
+    catch (const PToolError&)
     {
+        return std::nullopt; // the directory has no manager's file
     }
-    return false;
+}
+
+bool Checker::isFileOf(const PConfigPlaces& iPlaces, const PString& iID, const std::string& iFile)
+{
+    const std::vector<PString> names = iPlaces.filesOf(iID);
+    return std::any_of(names.begin(), names.end(),
+                       [&](const PString& iName)
+                       {
+                           std::error_code error;
+                           return std::filesystem::equivalent(utf8Text(iPlaces.pathOf(iName)),
+                                                              iFile, error);
+                       });
+}
+
+/// Compares a file with the keys that plugins declare.
+void Checker::checkDeclared(const std::string& iFile, const PConfigFile& iLines,
+                            PConfigCheck::EFileKind iKind, PConfigCheck& ioCheck) const
+{
+    PDeclaredCheck declared(fPlugins.declarations(), ioCheck);
+    if (iKind == PConfigCheck::eStore)
+    {
+        declared.checkStore(iLines);
+    }
+    if (iKind == PConfigCheck::eManager)
+    {
+        declared.checkIDs(iLines);
+    }
+    const std::optional<std::vector<std::string>> ids = idsBeside(iFile);
+    if (iKind != PConfigCheck::eValues || !ids)
+    {
+        return;
+    }
+    declared.checkFile(iLines, *ids);
+    if (ids->empty())
+    {
+        ioCheck.add(false, 1, 1,
+                    "no ID in ixlap.configmanager.prs has this file, so no plugin reads it by its "
+                    "ID");
+    }
 }
 
 PConfigPlaces Checker::placesFor(const std::string& iFile) const
 {
     const std::string beside = std::filesystem::path(iFile).parent_path();
-    const std::string dir = !fRequest.dir.empty() ? fRequest.dir : beside.empty() ? "." : beside;
-    return PConfigPlaces(fSession.manager(), dir, fRequest.core);
+    const std::string dir = !fRequest.options.dir.empty() ? fRequest.options.dir
+                            : beside.empty()              ? "."
+                                                          : beside;
+    return PConfigPlaces(fSession.manager(), dir, fRequest.options.core);
 }
 
 void Checker::checkKeys(const PConfigFile& iLines, CoreKey::EPlace iPlace, PConfigCheck& ioCheck)

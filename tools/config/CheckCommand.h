@@ -3,16 +3,17 @@
 #ifndef IXLAL_TOOLS_CHECKCOMMAND_H
 #define IXLAL_TOOLS_CHECKCOMMAND_H
 
+#include "config/PConfigView.h"
+
 #include <string>
 #include <vector>
 
 struct CheckRequest
 {
     std::vector<std::string> files;
-    std::string dir; ///< directory of the files of IDs; that of the manager's file if empty
-    std::vector<std::string> core; ///< key=value each
-    bool isStore = false;          ///< the files are stores
-    bool strict = false;           ///< exit with 1 for warnings too
+    ConfigOptions options; ///< an empty dir stands for the directory of each file
+    bool isStore = false;  ///< the files are stores
+    bool strict = false;   ///< exit with 1 for warnings too
     bool json = false;
 };
 

@@ -15,7 +15,8 @@
 struct ConfigOptions
 {
     std::string dir;
-    std::vector<std::string> core; ///< key=value each
+    std::vector<std::string> core;    ///< key=value each
+    std::vector<std::string> plugins; ///< directories and libraries
 };
 
 /// A core that was started on the directory, and the paths of the files that it reads.

@@ -60,6 +60,11 @@ bool PExplanation::hasLines() const
     return !fLines.empty();
 }
 
+const PString& PExplanation::value() const
+{
+    return fAnswers.at(PString()).text;
+}
+
 bool PExplanation::isPinnedByFile() const
 {
     return fOwnPinned;

@@ -30,6 +30,9 @@ public:
     /// Whether any line names the key, even if the core does not read it.
     bool hasLines() const;
 
+    /// The value that the core returns; empty without one.
+    const PString& value() const;
+
     /// Whether a file pins the key, so that no other value is used.
     bool isPinnedByFile() const;
 

@@ -2,24 +2,19 @@
 #include "config/ReadCommands.h"
 
 #include "Ixla.h"
+#include "config/KeyJson.h"
 #include "config/PExplanation.h"
+#include "config/PPluginKeys.h"
 #include "config/PToolError.h"
 #include "helpers/ResultText.h"
 #include "helpers/Text.h"
 #include "shared/ToolTexts.h"
 
-#include <nlohmann/json.hpp>
-
+#include <algorithm>
 #include <iostream>
 
 namespace
 {
-void _print(const nlohmann::json& iJson)
-{
-    // JSON cannot contain bytes that are not UTF-8.
-    std::cout << iJson.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
-}
-
 std::string _joined(const std::vector<PString>& iTexts)
 {
     std::string joined;
@@ -55,6 +50,56 @@ std::string _subject(const ReadRequest& iRequest)
     return shownText(ixlaWide(iRequest.id)) + " " + shownText(ixlaWide(iRequest.key)) + attribute;
 }
 
+bool _isKnown(const PConfigView& iView, const std::string& iID)
+{
+    const std::vector<PString> ids = iView.ids();
+    return std::find(ids.begin(), ids.end(), ixlaWide(iID)) != ids.end();
+}
+
+/// A key that is not declared gets no member.
+void _addDeclaration(nlohmann::json& ioJson, const DeclaredKey* iKey)
+{
+    if (iKey)
+    {
+        ioJson["declaration"] = keyJson(*iKey);
+    }
+}
+
+void _printDeclaration(const DeclaredKey& iKey, const PString& iValue)
+{
+    const std::string refusal = refusalOf(iKey, iValue);
+    if (!refusal.empty())
+    {
+        std::cout << "The plugin uses the default " << shownUtf8(iKey.byDefault) << ": "
+                  << quotedText(iValue) << " is " << refusal << ".\n";
+    }
+    std::cout << "Declared: " << summaryOf(iKey) << ": " << shownUtf8(iKey.description) << '\n';
+}
+
+/// Explains a declared key that no line names.
+int _explainDefault(const ReadRequest& iRequest, const DeclaredKey& iKey)
+{
+    if (iRequest.json)
+    {
+        nlohmann::json json = {{"id", iRequest.id},
+                               {"key", iRequest.key},
+                               {"value", iKey.byDefault},
+                               {"layers", nlohmann::json::array()},
+                               {"lines", nlohmann::json::array()},
+                               {"pinned", "no"},
+                               {"runTimeValueWins", true},
+                               {"agreesWithCore", true}};
+        _addDeclaration(json, &iKey);
+        printJson(json);
+        return eExitOk;
+    }
+    std::cout << _subject(iRequest) << " = " << shownUtf8(iKey.byDefault)
+              << "\n\nNo line that the core reads names the key, so the plugin uses the default. A "
+                 "value set at run time would win.\n";
+    _printDeclaration(iKey, ixlaWide(iKey.byDefault));
+    return eExitOk;
+}
+
 PToolError _notFound(const ReadRequest& iRequest)
 {
     return PToolError(_subject(iRequest) +
@@ -85,7 +130,7 @@ int runIds(const ReadRequest& iRequest)
     }
     if (iRequest.json)
     {
-        _print({{"ids", all}});
+        printJson({{"ids", all}});
     }
     return eExitOk;
 }
@@ -113,7 +158,7 @@ int runKeys(const ReadRequest& iRequest)
     }
     if (iRequest.json)
     {
-        _print({{"id", iRequest.id}, {"keys", all}});
+        printJson({{"id", iRequest.id}, {"keys", all}});
     }
     return eExitOk;
 }
@@ -135,10 +180,10 @@ int runGet(const ReadRequest& iRequest)
         {
             attribute = iRequest.attribute;
         }
-        _print({{"id", iRequest.id},
-                {"key", iRequest.key},
-                {"attribute", attribute},
-                {"value", utf8Text(text)}});
+        printJson({{"id", iRequest.id},
+                   {"key", iRequest.key},
+                   {"attribute", attribute},
+                   {"value", utf8Text(text)}});
     }
     else
     {
@@ -149,17 +194,34 @@ int runGet(const ReadRequest& iRequest)
 
 int runExplain(const ReadRequest& iRequest)
 {
+    const PPluginKeys keys(iRequest.options);
+    const DeclaredKey* const key = keys.declarations().findKey(iRequest.id, iRequest.key);
     const PConfigView view(iRequest.options, PConfigView::eRead);
+    if (key && !_isKnown(view, iRequest.id))
+    {
+        return _explainDefault(iRequest, *key);
+    }
     const PExplanation explanation(view, ixlaWide(iRequest.id), ixlaWide(iRequest.key));
+    if (key && !explanation.hasLines())
+    {
+        return _explainDefault(iRequest, *key);
+    }
+    const int result = explanation.isFound() && explanation.agrees() ? eExitOk : eExitFailed;
     if (iRequest.json)
     {
-        _print(explanation.json());
-        return explanation.isFound() && explanation.agrees() ? eExitOk : eExitFailed;
+        nlohmann::json json = explanation.json();
+        _addDeclaration(json, key);
+        printJson(json);
+        return result;
     }
     if (!explanation.hasLines())
     {
         throw _notFound(iRequest);
     }
     explanation.print(std::cout);
-    return explanation.isFound() && explanation.agrees() ? eExitOk : eExitFailed;
+    if (key)
+    {
+        _printDeclaration(*key, explanation.value());
+    }
+    return result;
 }

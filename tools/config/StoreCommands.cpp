@@ -3,6 +3,7 @@
 
 #include "Ixla.h"
 #include "config/PExplanation.h"
+#include "config/PPluginKeys.h"
 #include "config/PToolError.h"
 #include "config/StoreUsers.h"
 #include "helpers/ResultText.h"
@@ -250,6 +251,19 @@ void _warnHidden(const StoreRequest& iRequest)
               " with const, so the stored value is not read; `ixla-config explain` shows where");
     }
 }
+/// Warns of a value that the plugin refuses.
+void _warnRefused(const StoreRequest& iRequest)
+{
+    const PPluginKeys keys(iRequest.options);
+    const DeclaredKey* const key = keys.declarations().findKey(iRequest.id, iRequest.key);
+    const std::string refusal =
+        key && !iRequest.hasAttribute ? refusalOf(*key, ixlaWide(iRequest.value)) : "";
+    if (!refusal.empty())
+    {
+        _warn(quotedText(ixlaWide(iRequest.value)) + " is " + refusal +
+              ", so the plugin uses the default " + shownUtf8(key->byDefault));
+    }
+}
 } // namespace
 
 int runStore(const StoreRequest& iRequest)
@@ -258,6 +272,7 @@ int runStore(const StoreRequest& iRequest)
     _checkValue(iRequest.value);
     _store(iRequest);
     _warnHidden(iRequest);
+    _warnRefused(iRequest);
     return eExitOk;
 }
 

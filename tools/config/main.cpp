@@ -3,6 +3,7 @@
 
 #include "config/CheckCommand.h"
 #include "config/CopyCommands.h"
+#include "config/DescribeCommands.h"
 #include "config/KeysCommand.h"
 #include "config/PCoreSession.h"
 #include "config/PToolError.h"
@@ -23,14 +24,15 @@ namespace
 {
 constexpr char kDescription[] =
     "Shows the values that a core reads from a configuration directory, "
-    "finds mistakes in its files, and changes its store.";
+    "finds mistakes in its files, describes the keys that plugins declare, and changes the store.";
 
 constexpr char kExamples[] = R"(
 Examples:
   ixla-config --dir config ids --verbose
   ixla-config --dir config explain com.example.net port
   ixla-config --dir config --core core.prs.file=host.prs get com.example.net port
-  ixla-config check core.prs config/*.prs
+  ixla-config check core.prs config/*.prs --plugins plugins
+  ixla-config --plugins plugins template com.example.net > config/net.prs
   ixla-config --dir config store com.example.net port 8080
   ixla-config --dir config restore
 
@@ -44,6 +46,7 @@ struct Arguments
     StoreRequest store;
     CopyRequest copy;
     CheckRequest check;
+    DescribeRequest describe;
     bool keysAsJson = false; ///< of core-keys
     ConfigOptions options;
 };
@@ -98,6 +101,19 @@ void _addKeys(CLI::App& ioTool, bool& oJson)
     keys->add_flag("--json", oJson, "print JSON");
 }
 
+void _addDescribers(CLI::App& ioTool, DescribeRequest& oRequest)
+{
+    CLI::App* const describe =
+        ioTool.add_subcommand("describe", "The keys that plugins declare: type, range, default");
+    describe->add_option("ID", oRequest.id, "configuration ID; all without one");
+    describe->add_flag("--names", oRequest.names, "only the names of the keys, or of the IDs");
+    describe->add_flag("--json", oRequest.json, "print JSON");
+
+    CLI::App* const file =
+        ioTool.add_subcommand("template", "A commented file with the declared keys of an ID");
+    file->add_option("ID", oRequest.id, "configuration ID")->required();
+}
+
 void _addWriters(CLI::App& ioTool, StoreRequest& oRequest)
 {
     CLI::App* const store = ioTool.add_subcommand("store", "Write a value to the store");
@@ -141,11 +157,19 @@ void _describe(CLI::App& ioTool, Arguments& oArguments)
         ->type_name("KEY=VALUE")
         ->expected(1)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    ioTool
+        .add_option("--plugins", oArguments.options.plugins,
+                    "directory of plugin libraries, or a library, whose declared keys are used; "
+                    "otherwise core.plugins.dir of the property file; may be repeated")
+        ->type_name("PATH")
+        ->expected(1)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
     ioTool.require_subcommand(1);
     ioTool.fallthrough();
     _addReaders(ioTool, oArguments.read);
     _addCheck(ioTool, oArguments.check);
     _addKeys(ioTool, oArguments.keysAsJson);
+    _addDescribers(ioTool, oArguments.describe);
     _addWriters(ioTool, oArguments.store);
     _addCopiers(ioTool, oArguments.copy);
 }
@@ -164,7 +188,8 @@ void _warnOfArguments(const ConfigOptions& iOptions)
 
 void _checkOptions(const ConfigOptions& iOptions, const std::string& iCommand)
 {
-    if (iOptions.dir.empty() && iCommand != "check")
+    const bool needsDir = iCommand != "check" && iCommand != "describe" && iCommand != "template";
+    if (iOptions.dir.empty() && needsDir)
     {
         throw PToolError(iCommand + " needs --dir, the directory of the configuration files",
                          eExitUsage);
@@ -198,9 +223,14 @@ int _run(const CLI::App& iCommand, Arguments& ioArguments)
         iCommand.get_option_no_throw("--attr") && iCommand.count("--attr") > 0;
     if (name == "check")
     {
-        ioArguments.check.dir = ioArguments.options.dir;
-        ioArguments.check.core = ioArguments.options.core;
+        ioArguments.check.options = ioArguments.options;
         return runCheck(ioArguments.check);
+    }
+    if (name == "describe" || name == "template")
+    {
+        ioArguments.describe.options = ioArguments.options;
+        return name == "describe" ? runDescribe(ioArguments.describe)
+                                  : runTemplate(ioArguments.describe);
     }
     if (name == "store" || name == "remove")
     {

@@ -1,74 +1,58 @@
 // SPDX-License-Identifier: MIT
 #include "control/LoadedLibraries.h"
 
-#include <cstring>
 #include <elf.h>
 #include <filesystem>
 #include <link.h>
-#include <string_view>
 
 namespace fs = std::filesystem;
 
 namespace
 {
-constexpr std::size_t kNoteAlignment = 4;
+constexpr char kGnu[] = "GNU";
 
-std::size_t _aligned(std::size_t iSize)
-{
-    return (iSize + kNoteAlignment - 1) / kNoteAlignment * kNoteAlignment;
-}
-
-std::string _hexadecimal(const unsigned char* iBytes, std::size_t iCount)
+std::string _hexadecimal(const std::string& iBytes)
 {
     constexpr char kDigits[] = "0123456789abcdef";
     std::string text;
-    for (std::size_t i = 0; i < iCount; ++i)
+    for (const char byte : iBytes)
     {
-        text += kDigits[iBytes[i] >> 4U];
-        text += kDigits[iBytes[i] & 0xFU];
+        const auto value = static_cast<unsigned char>(byte);
+        text += kDigits[value >> 4U];
+        text += kDigits[value & 0xFU];
     }
     return text;
 }
 
-/// The build ID among the notes from iBegin on.
-std::string _buildIdIn(const unsigned char* iBegin, std::size_t iSize)
+std::string _buildId(const std::vector<NoteSegment>& iSegments)
 {
-    ElfW(Nhdr) note = {};
-    for (std::size_t place = 0; place + sizeof(note) <= iSize;)
+    const PElfNotes notes = PElfNotes::ofSegments(iSegments, kGnu);
+    for (const ElfNote& note : notes.notes())
     {
-        std::memcpy(&note, iBegin + place, sizeof(note));
-        const std::size_t name = place + sizeof(note);
-        const std::size_t content = name + _aligned(note.n_namesz);
-        const std::size_t end = content + _aligned(note.n_descsz);
-        if (end > iSize)
+        if (note.type == NT_GNU_BUILD_ID)
         {
-            break;
+            return _hexadecimal(note.content);
         }
-        if (note.n_type == NT_GNU_BUILD_ID && note.n_namesz == sizeof("GNU") &&
-            std::memcmp(iBegin + name, "GNU", sizeof("GNU")) == 0)
-        {
-            return _hexadecimal(iBegin + content, note.n_descsz);
-        }
-        place = end;
     }
     return "";
 }
 
-std::string _buildId(const dl_phdr_info& iInfo)
+std::vector<NoteSegment> _noteSegments(const dl_phdr_info& iInfo)
 {
-    std::string found;
-    for (unsigned int i = 0; i < iInfo.dlpi_phnum && found.empty(); ++i)
+    std::vector<NoteSegment> segments;
+    for (unsigned int i = 0; i < iInfo.dlpi_phnum; ++i)
     {
         const ElfW(Phdr)& segment = iInfo.dlpi_phdr[i];
         if (segment.p_type == PT_NOTE)
         {
             const ElfW(Addr) address = iInfo.dlpi_addr + segment.p_vaddr;
             // NOLINTNEXTLINE(performance-no-int-to-ptr): the loader has addresses as numbers
-            const auto* const notes = reinterpret_cast<const unsigned char*>(address);
-            found = _buildIdIn(notes, segment.p_memsz);
+            const auto* const bytes = reinterpret_cast<const char*>(address);
+            const std::size_t alignment = segment.p_align == 8 ? 8 : 4;
+            segments.push_back({std::string(bytes, segment.p_memsz), alignment});
         }
     }
-    return found;
+    return segments;
 }
 
 /// Runs with the loader's lock held, so it only copies. An exception must not pass through the
@@ -80,7 +64,7 @@ extern "C" int _addLibrary(dl_phdr_info* iInfo, std::size_t, void* ioLibraries) 
         auto& libraries = *static_cast<std::vector<LoadedLibrary>*>(ioLibraries);
         LoadedLibrary library;
         library.path = iInfo->dlpi_name;
-        library.buildId = _buildId(*iInfo);
+        library.notes = _noteSegments(*iInfo);
         library.address = iInfo->dlpi_addr;
         libraries.push_back(library);
         return 0;
@@ -93,6 +77,7 @@ extern "C" int _addLibrary(dl_phdr_info* iInfo, std::size_t, void* ioLibraries) 
 
 void _complete(LoadedLibrary& ioLibrary)
 {
+    ioLibrary.buildId = _buildId(ioLibrary.notes);
     std::error_code failure;
     if (ioLibrary.path.empty())
     {

@@ -162,6 +162,11 @@ PJsonObject PCommands::perform(const PRequest& iRequest, PConnection& ioConnecti
          {
              return c.fConfig.explain(r);
          }},
+        {"describe",
+         [](PCommands& c, const PRequest& r, PConnection&)
+         {
+             return c.fConfig.describe(r);
+         }},
         {"set",
          [](PCommands& c, const PRequest& r, PConnection&)
          {

@@ -57,6 +57,34 @@ void _require(int iResult, const std::string& iWhat)
     throw PRequestError(kNotFound, "no value: " + iName.text(), eIxlaNotFound);
 }
 
+PJsonObject _described(const std::string& iID, const DeclaredConfig& iConfig)
+{
+    std::vector<PJsonObject> keys;
+    for (const DeclaredKey& key : iConfig.keys)
+    {
+        keys.push_back(PLoadedKeys::json(key));
+    }
+    PJsonObject config;
+    return config.text("id", iID).texts("libraries", iConfig.libraries).list("keys", keys);
+}
+
+/// Throws for a value that the declaration of its key forbids.
+void _requireAllowed(const ValueName& iName, const PString& iValue, const DeclaredKey& iKey)
+{
+    if (!iKey.changes)
+    {
+        throw PRequestError(kRefused, iName.text() +
+                                          ": the plugin reads the key at the start only; "
+                                          "change its file and start the host again");
+    }
+    const std::string refusal = refusalOf(iKey, iValue);
+    if (!refusal.empty())
+    {
+        throw PRequestError(kRefused,
+                            iName.text() + ": \"" + ixlaNarrow(iValue) + "\" is " + refusal);
+    }
+}
+
 /// Removes the present run-time value, because the manager never replaces one.
 int _replace(IConfigManager& ioManager, const ValueName& iName, const PString& iValue)
 {
@@ -104,16 +132,39 @@ PJsonObject PConfigCommands::get(const PRequest& iRequest) const
     return name.json().text("value", ixlaNarrow(*value));
 }
 
-PJsonObject PConfigCommands::explain(const PRequest& iRequest) const
+PJsonObject PConfigCommands::explain(const PRequest& iRequest)
 {
     iRequest.allow({"id", "key"});
     const ValueName name(iRequest);
     const PRunningValue value(fServices, name.id, name.key);
-    if (!value.isFound())
+    const DeclaredKey* const key =
+        fKeys.declarations().findKey(ixlaNarrow(name.id), ixlaNarrow(name.key));
+    if (!value.isFound() && !key)
     {
         _refuseUnknown(name);
     }
-    return value.json(isSet(name.id, name.key));
+    return value.json(isSet(name.id, name.key), key);
+}
+
+PJsonObject PConfigCommands::describe(const PRequest& iRequest)
+{
+    iRequest.allow({"id"});
+    const std::string wanted = iRequest.optionalText("id");
+    const PDeclarations& declarations = fKeys.declarations();
+    if (!wanted.empty() && !declarations.find(wanted))
+    {
+        throw PRequestError(kNotFound, "no plugin declares keys of " + wanted);
+    }
+    std::vector<PJsonObject> list;
+    for (const std::string& id : declarations.ids())
+    {
+        if (wanted.empty() || id == wanted)
+        {
+            list.push_back(_described(id, *declarations.find(id)));
+        }
+    }
+    PJsonObject reply;
+    return reply.list("ids", list);
 }
 
 PJsonObject PConfigCommands::set(const PRequest& iRequest)
@@ -121,6 +172,12 @@ PJsonObject PConfigCommands::set(const PRequest& iRequest)
     iRequest.allow({"id", "key", "attribute", "value"});
     const ValueName name(iRequest);
     const PString value = ixlaWide(iRequest.anyText("value"));
+    const DeclaredKey* const key =
+        fKeys.declarations().findKey(ixlaNarrow(name.id), ixlaNarrow(name.key));
+    if (key && name.attribute.len() == 0)
+    {
+        _requireAllowed(name, value, *key);
+    }
     _require(_replace(*fServices.manager, name, value), "cannot set " + name.text());
     if (name.attribute.len() == 0)
     {

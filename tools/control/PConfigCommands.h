@@ -6,6 +6,7 @@
 
 #include "control/PControlServices.h"
 #include "control/PJsonObject.h"
+#include "control/PLoadedKeys.h"
 #include "control/PRequest.h"
 
 #include <map>
@@ -25,9 +26,11 @@ public:
     explicit PConfigCommands(const PControlServices& iServices);
 
     PJsonObject get(const PRequest& iRequest) const;
-    PJsonObject explain(const PRequest& iRequest) const;
+    PJsonObject explain(const PRequest& iRequest);
+    PJsonObject describe(const PRequest& iRequest);
 
-    /// The listeners of the ID run before it returns.
+    /// The listeners of the ID run before it returns. A value that the declaration of the key
+    /// forbids is refused.
     PJsonObject set(const PRequest& iRequest);
     PJsonObject unset(const PRequest& iRequest);
 
@@ -39,6 +42,7 @@ private:
     void forget(const PString& iID, const PString& iKey);
 
     const PControlServices& fServices;
+    PLoadedKeys fKeys;
     std::map<PString, std::set<PString>> fSet; ///< keys by ID
     std::size_t fKnown = 0;
 };

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "control/PJsonObject.h"
 
-#include "control/Utf8Text.h"
+#include "shared/Utf8Text.h"
 
 namespace
 {

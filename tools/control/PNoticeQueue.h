@@ -3,8 +3,8 @@
 #ifndef IXLAL_TOOLS_PNOTICEQUEUE_H
 #define IXLAL_TOOLS_PNOTICEQUEUE_H
 
-#include "control/PWakeUp.h"
 #include "portinglayer/PString.h"
+#include "shared/PWakeUp.h"
 
 #include <cstddef>
 #include <deque>

@@ -2,7 +2,7 @@
 #include "control/PRequest.h"
 
 #include "control/PRequestError.h"
-#include "control/Utf8Text.h"
+#include "shared/Utf8Text.h"
 
 #include <algorithm>
 #include <charconv>

@@ -89,7 +89,7 @@ const char* PRunningValue::source(bool iIsSet) const
 {
     if (!fValue)
     {
-        return "none";
+        return "default";
     }
     if (fOwn.isPinned)
     {
@@ -110,7 +110,7 @@ const char* PRunningValue::source(bool iIsSet) const
     return fOwn.value == fValue ? "file" : "run-time";
 }
 
-PJsonObject PRunningValue::json(bool iIsSet) const
+PJsonObject PRunningValue::json(bool iIsSet, const DeclaredKey* iKey) const
 {
     PJsonObject reply;
     reply.text("id", ixlaNarrow(fID)).text("key", ixlaNarrow(fKey));
@@ -120,7 +120,7 @@ PJsonObject PRunningValue::json(bool iIsSet) const
     }
     else
     {
-        reply.null("value");
+        reply.text("value", iKey ? iKey->byDefault : "");
     }
     reply.text("source", source(iIsSet)).flag("pinned", fOwn.isPinned || fStored.isPinned);
     std::vector<PJsonObject> lines;
@@ -131,5 +131,20 @@ PJsonObject PRunningValue::json(bool iIsSet) const
         entry.flag("stored", line.isStored).text("text", line.text);
         lines.push_back(entry);
     }
-    return reply.list("lines", lines);
+    reply.list("lines", lines);
+    if (iKey)
+    {
+        addDeclaration(reply, *iKey);
+    }
+    return reply;
+}
+
+void PRunningValue::addDeclaration(PJsonObject& ioReply, const DeclaredKey& iKey) const
+{
+    ioReply.object("declaration", PLoadedKeys::json(iKey));
+    const std::string refusal = fValue ? refusalOf(iKey, *fValue) : "";
+    if (!refusal.empty())
+    {
+        ioReply.text("refused", refusal);
+    }
 }

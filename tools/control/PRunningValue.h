@@ -4,7 +4,8 @@
 #define IXLAL_TOOLS_PRUNNINGVALUE_H
 
 #include "control/PHostFiles.h"
-#include "control/PJsonObject.h"
+#include "control/PLoadedKeys.h"
+#include "shared/DeclaredKey.h"
 #include "shared/PConfigFile.h"
 
 #include <optional>
@@ -23,8 +24,9 @@ public:
 
     bool isFound() const noexcept;
 
-    /// iIsSet says that the value is known to have been set at run time.
-    PJsonObject json(bool iIsSet) const;
+    /// iIsSet says that the value is known to have been set at run time. iKey is the declaration of
+    /// the key, null for none; its default is the value if there is no other.
+    PJsonObject json(bool iIsSet, const DeclaredKey* iKey) const;
 
 private:
     /// What the files, or the store, have for the key.
@@ -47,6 +49,7 @@ private:
                   std::vector<PString>& ioArguments);
     Layer read(const std::vector<PString>& iArguments) const;
     const char* source(bool iIsSet) const;
+    void addDeclaration(PJsonObject& ioReply, const DeclaredKey& iKey) const;
 
     const PControlServices& fServices;
     const PString fID;

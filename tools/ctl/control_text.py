@@ -76,7 +76,8 @@ def check(result: dict) -> list[str]:
     return lines
 
 
-SOURCES = {"file": "a file", "store": "the store", "run-time": "set at run time"}
+SOURCES = {"file": "a file", "store": "the store", "run-time": "set at run time",
+           "default": "the default of the plugin"}
 
 
 def explain(result: dict) -> list[str]:
@@ -86,7 +87,29 @@ def explain(result: dict) -> list[str]:
     if result["lines"]:
         lines += _table((f"{line['file']}:{line['line']}", line["text"].strip())
                         for line in result["lines"])
+    if "refused" in result:
+        lines.append(safe(f"refused: {result['refused']}; the plugin uses the default"))
+    if "declaration" in result:
+        key = result["declaration"]
+        lines.append(safe(f"declared: {key['summary']}: {key['description']}"))
     return lines
+
+
+def describe(result: dict) -> list[str]:
+    lines = []
+    for config in result["ids"]:
+        lines += [""] * bool(lines)
+        lines += [safe(f"{config['id']}, declared by {', '.join(config['libraries'])}"), ""]
+        for key in config["keys"]:
+            lines += [safe(f"{key['key']}: {key['description']}"), f"    {safe(key['summary'])}"]
+    return lines
+
+
+def names(result: dict, of_keys: bool) -> list[str]:
+    """The names of the keys of the only ID, or of all IDs."""
+    found = result["ids"]
+    return [safe(key["key"]) for key in found[0]["keys"]] if of_keys else \
+        [safe(config["id"]) for config in found]
 
 
 def get(result: dict) -> list[str]:

@@ -52,10 +52,7 @@ PProbe::PProbe(int iDescriptor) : fDescriptor(iDescriptor)
 
 void PProbe::run(const char* iPath)
 {
-    write({{"stage", "load"},
-           {"built_in",
-            {ixlaNarrow(kIxlaConfigManagerId), ixlaNarrow(kIxlaEventDispatcherId),
-             ixlaNarrow(kIxlaLoggerId)}}});
+    write({{"stage", "load"}});
     fMemoryBefore = _privateMemory();
     if (!load(iPath))
     {

@@ -15,7 +15,6 @@
 /// Writes a line of JSON before each step, so that the last line shows where the process died.
 /// Later lines add to earlier ones:
 ///   stage       the step: "load", "create", "list", "release", "done"
-///   built_in    IDs of the built-in services
 ///   load_ms     time for loading the library
 ///   memory      growth of the private memory in bytes; omitted when unknown
 ///   interfaces  the IDs that the plugin offers

@@ -10,9 +10,13 @@ from pathlib import Path
 import probe
 from elf import ElfError, Image, defines_privately, read_image
 from loader import Host, Loaded, find_missing, needed_libraries
+from plugin_info import PluginInfo, plugin_info
+from plugin_notes import read_notes
 
 FACTORY = "_Z13ixlaGetPluginv"
 DEFAULT_PRODUCT = "32-bit i386"
+CORE_INTERFACES = ("com.kelvora.ixla.config.manager", "com.kelvora.ixla.eventdispatcher",
+                   "com.kelvora.ixla.logger")
 # Symbols that every linker exports.
 LINKER_SYMBOLS = {"_init", "_fini", "_edata", "_end", "__bss_start"}
 
@@ -20,7 +24,9 @@ LINKER_SYMBOLS = {"_init", "_fini", "_edata", "_end", "__bss_start"}
 @dataclass
 class Library:
     path: Path
+    named: bool  # the file itself was given on the command line, so it should be a plugin
     image: Image | None = None
+    info: PluginInfo | None = None
     needed: list[Loaded] = field(default_factory=list)
     missing: list[str] = field(default_factory=list)  # expected errors of the loader
     undefined: list[str] = field(default_factory=list)
@@ -37,7 +43,15 @@ class Library:
 
     @property
     def interfaces(self) -> list[str]:
-        return self.outcome.interfaces if self.outcome else []
+        """Those that it has offered when it was loaded, otherwise those of its information."""
+        loaded = self.outcome.interfaces if self.outcome else []
+        return loaded or (self.info.offered if self.info else [])
+
+    @property
+    def is_silent(self) -> bool:
+        """Whether its interfaces are not known."""
+        is_loaded = self.outcome and not self.outcome.failure
+        return self.has_factory and not self.info and not is_loaded
 
     @property
     def extra_exports(self) -> list[str]:
@@ -53,15 +67,14 @@ class Inspector:
         self.static = static
         self.host = Host(program) if program else None
         self.product = self.host.image.kind if self.host else DEFAULT_PRODUCT
-        self.built_in: list[str] = []
 
     def inspect(self, path: Path, named: bool) -> Library:
-        """named: the file itself was given on the command line, so it should be a plugin."""
-        library = Library(path)
+        library = Library(path, named)
         try:
             self._read(library)
             if library.image and not library.problems:
-                self._look_for_factory(library, named)
+                self._read_info(library)
+                self._look_for_factory(library)
                 self._look_for_missing(library)
                 self._load(library)
         except ElfError as problem:
@@ -84,7 +97,15 @@ class Inspector:
             library.problems.append(f"the file is cut short: {image.missing_bytes} bytes of it "
                                     "are missing")
 
-    def _look_for_factory(self, library: Library, named: bool) -> None:
+    @staticmethod
+    def _read_info(library: Library) -> None:
+        notes = read_notes(library.path)
+        library.info, damage = plugin_info(notes)
+        library.problems += [each for each in [notes.fault, *notes.damage, *damage] if each]
+        if notes.has_newer:
+            library.hints.append("has a note that is newer than this tool")
+
+    def _look_for_factory(self, library: Library) -> None:
         library.has_factory = any(symbol.exported and symbol.name == FACTORY
                                   for symbol in library.image.symbols)
         if library.has_factory:
@@ -96,7 +117,7 @@ class Inspector:
         near = self._find_near_miss(library)
         if near:
             library.problems.append(f"has no factory {FACTORY}, but {near}")
-        elif named:
+        elif library.named:
             library.problems.append(f"has no factory {FACTORY} and is therefore not a plugin")
         else:
             library.hints.append("has no factory: the core skips it")
@@ -127,7 +148,6 @@ class Inspector:
             library.problems += library.missing
             return
         outcome = library.outcome = probe.load(self.probe, library.path, self.limit)
-        self.built_in = self.built_in or outcome.built_in
         if outcome.load_ms is not None:
             library.hints += [f"{each}; the loader accepts it nevertheless"
                               for each in library.missing]
@@ -138,11 +158,20 @@ class Inspector:
             library.problems.append(outcome.failure + result)
         if not outcome.failure and library.has_factory and not outcome.interfaces:
             library.hints.append("offers no interface, so it cannot be requested")
+        if not outcome.failure and library.has_factory and library.info:
+            library.hints += _differences(library.info.offered, outcome.interfaces)
 
 
-def find_duplicates(libraries: list[Library], built_in: list[str]) -> None:
+def _differences(said: list[str], offered: list[str]) -> list[str]:
+    return ([f"offers {each}, which its plugin information does not name"
+             for each in dict.fromkeys(offered) if each not in said]
+            + [f"does not offer {each}, which its plugin information names"
+               for each in dict.fromkeys(said) if each not in offered])
+
+
+def find_duplicates(libraries: list[Library]) -> None:
     """Each ID belongs to the first library that offers it, in the core's order."""
-    owners: dict[str, str] = dict.fromkeys(built_in, "the core itself")
+    owners: dict[str, str] = dict.fromkeys(CORE_INTERFACES, "the core itself")
     for library in libraries:
         for interface in dict.fromkeys(library.interfaces):
             owner = owners.setdefault(interface, os.fspath(library.path))

@@ -26,7 +26,6 @@ class Outcome:
     failure: str = ""
     result: str = ""  # with which the core's start would fail
     interfaces: list[str] = field(default_factory=list)
-    built_in: list[str] = field(default_factory=list)
     load_ms: float | None = None
     memory: int | None = None
 
@@ -94,8 +93,7 @@ def _read_lines(written: bytes) -> dict:
 
 def _judge(facts: dict, end: str) -> Outcome:
     outcome = Outcome(result=facts.get("result", ""), interfaces=facts.get("interfaces", []),
-                      built_in=facts.get("built_in", []), load_ms=facts.get("load_ms"),
-                      memory=facts.get("memory"))
+                      load_ms=facts.get("load_ms"), memory=facts.get("memory"))
     stage = facts.get("stage", "")
     if end:
         outcome.failure = f"{end} {STAGES.get(stage, stage)}".rstrip()

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Prints libraries as a table or as JSON."""
+"""Prints libraries as a table, as JSON, or what they say about themselves."""
 
 import json
 import os
@@ -7,6 +7,7 @@ import shutil
 import sys
 
 from library import FACTORY, Library
+from plugin_info import TEXTS, PluginInfo
 
 HEADINGS = ("LIBRARY", "VERDICT", "KIND", "LOAD", "MEMORY", "INTERFACES")
 COLOURS = {"ok": "32", "problem": "31", "skipped": "33"}
@@ -28,6 +29,7 @@ def _facts(library: Library) -> dict:
         "verdict": library.verdict,
         "problems": library.problems,
         "hints": library.hints,
+        "info": library.info and _info_facts(library.info),
         "elf": image and {"bits": image.bits, "machine": image.machine, "type": image.type,
                           "soname": image.soname},
         "factory": {"symbol": FACTORY, "exported": library.has_factory},
@@ -39,6 +41,36 @@ def _facts(library: Library) -> dict:
                                "interfaces": outcome.interfaces, "load_ms": outcome.load_ms,
                                "memory_bytes": outcome.memory},
     }
+
+
+def _info_facts(info: PluginInfo) -> dict:
+    return {**{name: info.texts.get(name, "") for name in TEXTS},
+            "offers": [{"id": interface, "text": text} for interface, text in info.offers],
+            "requires": info.required, "optional": info.optional}
+
+
+def problem_lines(libraries: list[Library]) -> list[str]:
+    return [_printable(f"{name}: {problem}") for library, name in zip(libraries,
+                                                                     _short_names(libraries))
+            for problem in library.problems]
+
+
+def as_info(libraries: list[Library]) -> str:
+    """A paragraph for each library."""
+    paragraphs = []
+    for library, name in zip(libraries, _short_names(libraries)):
+        lines = _info_lines(library.info) if library.info else ["no plugin information"]
+        lines += _details(library, verbose=False)
+        paragraphs.append("\n".join([f"{name}:"] + [f"  {_printable(line)}" for line in lines]))
+    return "\n\n".join(paragraphs) + "\n" if paragraphs else ""
+
+
+def _info_lines(info: PluginInfo) -> list[str]:
+    rows = [(name, info.texts[name]) for name in TEXTS if info.texts.get(name)]
+    rows += [("offers", ": ".join(filter(None, each))) for each in info.offers]
+    rows += [("requires", each) for each in info.required]
+    rows += [("optional", each) for each in info.optional]
+    return [f"{name:<{len('description')}}  {text}" for name, text in rows]
 
 
 def as_text(libraries: list[Library], verbose: bool) -> str:

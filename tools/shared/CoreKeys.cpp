@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "shared/CoreKeys.h"
 
+#include "shared/SimilarName.h"
+
 #include <algorithm>
-#include <cctype>
-#include <vector>
 
 namespace
 {
@@ -69,43 +69,6 @@ bool _isCustom(std::string_view iName)
     return iName.size() > kFilePrefix.size() && iName.substr(0, kFilePrefix.size()) == kFilePrefix;
 }
 
-std::string _lowerCase(std::string_view iText)
-{
-    std::string lower(iText);
-    std::transform(lower.begin(), lower.end(), lower.begin(),
-                   [](unsigned char iChar) { return static_cast<char>(std::tolower(iChar)); });
-    return lower;
-}
-
-/// The number of insertions, deletions, replacements and swaps of neighbours that turn one text
-/// into the other.
-std::size_t _distance(const std::string& iLeft, const std::string& iRight)
-{
-    std::vector<std::size_t> before(iRight.size() + 1);
-    std::vector<std::size_t> last(iRight.size() + 1);
-    std::vector<std::size_t> row(iRight.size() + 1);
-    for (std::size_t j = 0; j <= iRight.size(); ++j)
-    {
-        last[j] = j;
-    }
-    for (std::size_t i = 1; i <= iLeft.size(); ++i)
-    {
-        row[0] = i;
-        for (std::size_t j = 1; j <= iRight.size(); ++j)
-        {
-            const std::size_t replaced = last[j - 1] + (iLeft[i - 1] == iRight[j - 1] ? 0 : 1);
-            row[j] = std::min({last[j] + 1, row[j - 1] + 1, replaced});
-            if (i > 1 && j > 1 && iLeft[i - 1] == iRight[j - 2] && iLeft[i - 2] == iRight[j - 1])
-            {
-                row[j] = std::min(row[j], before[j - 2] + 1);
-            }
-        }
-        before.swap(last);
-        last.swap(row);
-    }
-    return last[iRight.size()];
-}
-
 /// Keys of the core's own groups are similar sooner than those of plugins.
 std::size_t _mostEdits(const std::string& iName)
 {
@@ -138,7 +101,7 @@ const CoreKey* findCoreKey(std::string_view iName)
 
 std::string similarCoreKey(const std::string& iName)
 {
-    const std::string lower = _lowerCase(iName);
+    const std::string lower = lowerCase(iName);
     std::size_t fewest = _mostEdits(lower) + 1;
     std::string similar;
     for (const CoreKey& key : coreKeys())
@@ -146,7 +109,7 @@ std::string similarCoreKey(const std::string& iName)
         const bool isCustom = _isCustom(key.name);
         const std::size_t end = isCustom ? _endOfGroup(lower) : lower.size();
         const std::string_view wanted = isCustom ? kFilePrefix : key.name;
-        const std::size_t edits = _distance(lower.substr(0, end), std::string(wanted));
+        const std::size_t edits = editDistance(lower.substr(0, end), std::string(wanted));
         if (edits < fewest)
         {
             fewest = edits;

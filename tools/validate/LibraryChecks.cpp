@@ -2,6 +2,7 @@
 // The checks that need no core.
 
 #include "helpers/Text.h"
+#include "validate/InformationCheck.h"
 #include "validate/PCheck.h"
 #include "validate/PTrial.h"
 
@@ -115,6 +116,16 @@ bool _isBuiltIn(const PLiteral& iId)
     return iId == kIxlaConfigManagerId || iId == kIxlaEventDispatcherId || iId == kIxlaLoggerId;
 }
 
+std::set<std::string> _idsOf(const Listed& iListed)
+{
+    std::set<std::string> ids;
+    for (unsigned int i = 0; i < iListed.count; ++i)
+    {
+        ids.insert(ixlaNarrow(iListed.array[i]));
+    }
+    return ids;
+}
+
 PVerdict _judgeIds(const Listed& iListed)
 {
     std::set<std::string> seen;
@@ -223,7 +234,11 @@ PVerdict checkInterfaces(PTrial& ioTrial)
     const Listed first = _list(*plugin);
     if (!first.array && first.count == 0)
     {
-        return PVerdict::pass("offers no interface; only an autostart list can initialise it");
+        const PVerdict information = judgeInformation(ioTrial.options().plugin, {});
+        return !information.passed
+                   ? information
+                   : PVerdict::pass(
+                         "offers no interface; only an autostart list can initialise it");
     }
     PVerdict array = _judgeArray(first);
     if (!array.passed)
@@ -241,6 +256,12 @@ PVerdict checkInterfaces(PTrial& ioTrial)
     if (!repetition.passed)
     {
         return repetition;
+    }
+    ioTrial.phase("reading the plugin information");
+    PVerdict information = judgeInformation(ioTrial.options().plugin, _idsOf(first));
+    if (!information.passed)
+    {
+        return information;
     }
     ioTrial.phase("freeing the list of interfaces");
     delete[] first.array;

@@ -48,7 +48,7 @@ check_command() {
 
 zsh -n "$zsh_file"
 mapfile -t commands < <(help_commands)
-[ ${#commands[@]} -eq 9 ] || fail "not 9 commands: ${commands[*]}"
+[ ${#commands[@]} -eq 10 ] || fail "not 10 commands: ${commands[*]}"
 check_words 'ixla-ctl ' "${commands[@]}"
 check_command
 for command in "${commands[@]}"; do

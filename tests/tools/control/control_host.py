@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: MIT
 """A host with the control plugin, for tests. The arguments of the program are
-CTL HOST CONTROL_PLUGIN TALKER_PLUGIN GREETER_PLUGIN"""
+CTL HOST CONTROL_PLUGIN TALKER_PLUGIN GREETER_PLUGIN KEYED_PLUGIN"""
 
 import json
 import os
@@ -14,7 +14,7 @@ import time
 import unittest
 from pathlib import Path
 
-CTL, HOST, *PLUGINS = (sys.argv.pop(1) for _ in range(5))
+CTL, HOST, *PLUGINS = (sys.argv.pop(1) for _ in range(6))
 LIMIT = 60  # seconds for what takes milliseconds on an idle machine
 MANAGER = """\
 test.talker = talker.prs

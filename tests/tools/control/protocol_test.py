@@ -13,8 +13,8 @@ from control_host import ControlTest
 PAGE = Path(sys.argv.pop(1)).read_text(encoding="utf-8")
 SECTION = re.compile(r"^### (\S+)\n(.*?)(?=^##)", re.M | re.S)
 BLOCK = re.compile(r"^```control\n(.*?)^```$", re.M | re.S)
-OPERATIONS = {"status", "check", "get", "explain", "set", "unset", "watch", "log-level", "log-tail",
-              "event-send", "event-watch"}
+OPERATIONS = {"status", "check", "get", "explain", "describe", "set", "unset", "watch", "log-level",
+              "log-tail", "event-send", "event-watch"}
 
 
 def shape(value):

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "control/Utf8Text.h"
+#include "shared/Utf8Text.h"
 
 namespace
 {
@@ -52,6 +52,20 @@ std::size_t utf8Length(std::string_view iText)
         }
     }
     return length > 2 && _isForbidden(first, _byte(iText, 1)) ? 0 : length;
+}
+
+bool isUtf8(std::string_view iText)
+{
+    while (!iText.empty())
+    {
+        const std::size_t length = utf8Length(iText);
+        if (length == 0)
+        {
+            return false;
+        }
+        iText.remove_prefix(length);
+    }
+    return true;
 }
 
 void appendUtf8(unsigned int iCharacter, std::string& ioText)

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// PWakeUp: ends the wait of the control thread.
+// PWakeUp: ends the wait of a thread that polls descriptors.
 #ifndef IXLAL_TOOLS_PWAKEUP_H
 #define IXLAL_TOOLS_PWAKEUP_H
 
