@@ -22,7 +22,13 @@ enum EHostExit : int
     eExitCoreLog = 11,
     eExitIgnoredFile = 12,
     eExitByPlugin = 13, ///< a plugin has called exit
-    eExitKeys = 14      ///< with --strict, before the start
+    eExitKeys = 14,     ///< with --strict, before the start
+    // With --strict, the first of these that the information of the plugins shows.
+    eExitRequirement = 15,
+    eExitOfferedTwice = 16,
+    eExitCircle = 17,
+    eExitOldCore = 18,
+    eExitDamagedInfo = 19
 };
 
 #endif

@@ -6,8 +6,8 @@
 #include "helpers/ResultText.h"
 #include "helpers/ServiceLookup.h"
 #include "helpers/Text.h"
+#include "host/HostMessages.h"
 #include "host/PFilesCheck.h"
-#include "host/PNotifySocket.h"
 #include "host/PPluginsCheck.h"
 #include "host/PStartStatus.h"
 #include "host/PWatchdog.h"
@@ -17,36 +17,17 @@
 
 #include <cerrno>
 #include <ctime>
-#include <iostream>
-#include <system_error>
 #include <unistd.h>
+#include <utility>
 
 namespace
 {
-void _complain(const std::string& iText)
-{
-    std::cerr << "ixla-host: " << iText << std::endl;
-}
-
-std::string _systemText(int iError)
-{
-    return std::generic_category().message(iError);
-}
-
 long _secondsEastOfUtc()
 {
     const std::time_t now = std::time(nullptr);
     std::tm local = {};
     localtime_r(&now, &local);
     return local.tm_gmtoff;
-}
-
-void _notify(const std::string& iState)
-{
-    if (const int error = PNotifySocket::send(iState))
-    {
-        _complain("cannot send " + iState + " to NOTIFY_SOCKET: " + _systemText(error));
-    }
 }
 
 /// Advice for a failed start; null if only the log has the reason.
@@ -73,13 +54,13 @@ const char* _advise(int iResult)
 }
 } // namespace
 
-PHost::PHost(const PHostOptions& iOptions, PStandardOutput& ioOutput)
-    : fOptions(iOptions),
-      fOutput(ioOutput),
-      fReadyFile(iOptions.fReadyFile),
-      fForeignExit([this] { fReadyFile.withdraw(); }),
+PHost::PHost(PHostProcess& ioProcess, PServing& ioServing, std::string iPluginsDir)
+    : fOptions(ioProcess.options()),
+      fProcess(ioProcess),
+      fServing(ioServing),
+      fPluginsDir(std::move(iPluginsDir)),
       fPlugins(std::make_unique<PPluginTable>()),
-      fLogPlace(iOptions),
+      fLogPlace(fOptions),
       fLog(fLogPlace.path(), *fPlugins),
       fFatalSignals({*fPlugins, fLogPlace.path(), !fLogPlace.file().empty(), fLog.begin(),
                      _secondsEastOfUtc()})
@@ -96,7 +77,7 @@ PHost::~PHost()
 
 EHostExit PHost::run()
 {
-    if (const int error = fReadyFile.prepare())
+    if (const int error = fProcess.readyFile().prepare())
     {
         return complainOfReadyFile(error);
     }
@@ -106,11 +87,11 @@ EHostExit PHost::run()
         return code;
     }
     code = check();
-    if (code == eExitOk && !fSignals.hasCome())
+    if (code == eExitOk && !fProcess.signals().hasCome())
     {
         code = initialise();
     }
-    if (code == eExitOk && !fSignals.hasCome())
+    if (code == eExitOk && !fProcess.signals().hasCome())
     {
         code = serve();
     }
@@ -125,9 +106,24 @@ std::size_t PHost::complainOfKeys() const
     findings.insert(findings.end(), ofFile.begin(), ofFile.end());
     for (const std::string& finding : findings)
     {
-        _complain("warning: " + finding);
+        complain("warning: " + finding);
     }
     return findings.size();
+}
+
+EHostExit PHost::complainOfPlugins()
+{
+    fInfo.emplace(fOptions);
+    for (const std::string& text : fInfo->newer())
+    {
+        complain("warning: " + text);
+    }
+    const std::vector<PDegradation> found = fInfo->beforeStart();
+    for (const PDegradation& finding : found)
+    {
+        complain("warning: " + finding.text);
+    }
+    return found.empty() ? eExitOk : found.front().code;
 }
 
 void PHost::keepStore() const
@@ -142,12 +138,12 @@ void PHost::keepStore() const
         const std::string loss = PStoreCopies(path).keep(fOptions.fStoreCopies);
         if (!loss.empty())
         {
-            _complain("warning: " + loss);
+            complain("warning: " + loss);
         }
     }
     catch (const PFileError& error)
     {
-        _complain("warning: the store is not copied: " + std::string(error.what()));
+        complain("warning: the store is not copied: " + std::string(error.what()));
     }
 }
 
@@ -155,12 +151,22 @@ EHostExit PHost::start()
 {
     if (complainOfKeys() > 0 && fOptions.fStrict)
     {
-        _complain("--strict refuses these keys; the core was not started");
+        complain("--strict refuses these keys; the core was not started");
         return eExitKeys;
+    }
+    const EHostExit misfit = complainOfPlugins();
+    if (misfit != eExitOk && fOptions.fStrict)
+    {
+        complain("--strict refuses these plugins; the core was not started");
+        return misfit;
     }
     // Before the core, which may write the store.
     keepStore();
-    const std::vector<PString>& arguments = fLogPlace.arguments();
+    std::vector<PString> arguments = fLogPlace.arguments();
+    if (!fPluginsDir.empty())
+    {
+        arguments.push_back(ixlaWide("core.plugins.dir=" + fPluginsDir));
+    }
     int result = eIxlaOk;
     {
         const PStartStatus status(fLog, *fPlugins);
@@ -179,22 +185,22 @@ EHostExit PHost::start()
 
 void PHost::complainOfStart(int iResult)
 {
-    _complain("the core did not start: " + ixlaResultText(iResult));
+    complain("the core did not start: " + ixlaResultText(iResult));
     if (*fPlugins->loading())
     {
-        _complain(std::string("it was loading ") + fPlugins->loading());
+        complain(std::string("it was loading ") + fPlugins->loading());
     }
     tellErrors();
     if (iResult == eIxlaInvalidArgument &&
         !PKeyCheck::checkArguments(fOptions.fCoreArguments).empty())
     {
-        _complain("correct the arguments of the warnings above");
+        complain("correct the arguments of the warnings above");
         return;
     }
     tellLog();
     if (const char* const advice = _advise(iResult))
     {
-        _complain(advice);
+        complain(advice);
     }
 }
 
@@ -207,19 +213,21 @@ EHostExit PHost::check()
         ixlaService<IConfigManager>(kIxlaConfigManagerId, result);
     if (!manager)
     {
-        _complain("the configuration manager cannot be asked: " + ixlaResultText(result));
+        complain("the configuration manager cannot be asked: " + ixlaResultText(result));
         return eExitHostFailed;
     }
     const PCoreConfig config(*manager, fOptions);
-    std::vector<PDegradation> found = PPluginsCheck(config, fLog, fLogPlace.file()).run();
+    std::vector<PDegradation> found =
+        PPluginsCheck(config, fLog, fLogPlace.file(), fPluginsDir).run();
     for (const std::vector<PDegradation>& more :
-         {PFilesCheck::checkLog(fLogPlace, fLog), PFilesCheck(config, fOptions).run()})
+         {PFilesCheck::checkLog(fLogPlace, fLog), PFilesCheck(config, fOptions).run(),
+          fInfo->afterStart()})
     {
         found.insert(found.end(), more.begin(), more.end());
     }
     for (const PDegradation& degradation : found)
     {
-        _complain("degraded: " + degradation.text);
+        complain("degraded: " + degradation.text);
     }
     if (!found.empty())
     {
@@ -242,13 +250,13 @@ EHostExit PHost::findRequired() const
     {
         if (!ixlaIsInterfaceAvailable(ixlaWide(id)))
         {
-            _complain("no plugin offers the required interface " + id);
+            complain("no plugin offers the required interface " + id);
             code = eExitInterfaceMissing;
         }
     }
     if (code != eExitOk)
     {
-        _complain("ixla-inspect DIR shows which library offers what");
+        complain("ixla-inspect DIR shows which library offers what");
     }
     return code;
 }
@@ -257,7 +265,7 @@ EHostExit PHost::initialiseRequired()
 {
     for (const std::string& id : fOptions.fRequired)
     {
-        if (fSignals.hasCome())
+        if (fProcess.signals().hasCome())
         {
             return eExitOk;
         }
@@ -265,8 +273,8 @@ EHostExit PHost::initialiseRequired()
         const int result = ixlaGetInstance(ixlaWide(id), instance);
         if (result != eIxlaOk || !instance)
         {
-            _complain("the required interface " + id + " did not initialise: " +
-                      (result == eIxlaOk ? "no instance" : ixlaResultText(result)));
+            complain("the required interface " + id + " did not initialise: " +
+                     (result == eIxlaOk ? "no instance" : ixlaResultText(result)));
             fLog.poll();
             tellErrors();
             tellLog();
@@ -278,57 +286,52 @@ EHostExit PHost::initialiseRequired()
 
 EHostExit PHost::serve()
 {
-    if (const int error = fReadyFile.publish())
+    if (const int error = fProcess.readyFile().publish())
     {
         return complainOfReadyFile(error);
     }
     fLogPlace.endMemory();
-    say("ready, process " + std::to_string(getpid()));
-    _notify("READY=1");
+    fProcess.say(fServing.begin());
+    notifyManager("READY=1");
+    if (fStatus.empty() && fOptions.fWatch)
+    {
+        fStatus = "Ready"; // replaces that of an earlier core
+    }
     if (!fStatus.empty())
     {
-        _notify("STATUS=" + fStatus);
+        notifyManager("STATUS=" + fStatus);
     }
-    const PWatchdog watchdog;
-    std::optional<std::chrono::seconds> limit;
-    if (fOptions.fSeconds != PHostOptions::eNoLimit)
-    {
-        limit = std::chrono::seconds(fOptions.fSeconds);
-    }
-    fSignals.wait(limit);
+    const PWatchdog watchdog(PWatchdog::eCore);
+    fServing.wait();
     return eExitOk;
 }
 
 EHostExit PHost::stop(EHostExit iSoFar)
 {
-    const int error = fReadyFile.withdraw();
+    const int error = fProcess.readyFile().withdraw();
     const EHostExit code = error == 0 || iSoFar != eExitOk ? iSoFar : complainOfReadyFile(error);
-    _notify("STOPPING=1");
+    const bool goesOn = fServing.goesOn();
+    if (!goesOn)
+    {
+        notifyManager("STOPPING=1");
+    }
     fStarted = false;
     const int result = ixlaStop();
     if (result == eIxlaOk)
     {
-        const EHostExit said = say("stopped");
+        const EHostExit said = goesOn ? eExitOk : fProcess.say("stopped");
         return code == eExitOk ? said : code;
     }
-    _complain("the stop failed: " + ixlaResultText(result));
+    complain("the stop failed: " + ixlaResultText(result));
     tellLog();
     return code == eExitOk ? eExitStopFailed : code;
 }
 
-// Flushes each line, for readers of a pipe.
-EHostExit PHost::say(const std::string& iText)
-{
-    std::cout << "ixla-host: " << iText << '\n';
-    const int error = fOutput.flush();
-    return error == 0 || error == EPIPE ? eExitOk : eExitOutputFailed;
-}
-
 EHostExit PHost::complainOfReadyFile(int iError) const
 {
-    _complain("the ready file " + fOptions.fReadyFile +
-              (iError == EEXIST ? " is not a regular file; choose another one"
-                                : " cannot be written or removed: " + _systemText(iError)));
+    complain("the ready file " + fOptions.fReadyFile +
+             (iError == EEXIST ? " is not a regular file; choose another one"
+                               : " cannot be written or removed: " + systemText(iError)));
     return eExitReadyFile;
 }
 
@@ -337,7 +340,7 @@ void PHost::tellErrors()
 {
     for (const std::string& error : fLog.takeErrors())
     {
-        _complain("the core reports: " + error);
+        complain("the core reports: " + error);
     }
 }
 
@@ -347,15 +350,15 @@ void PHost::tellLog() const
     const int error = access(path.c_str(), R_OK) == 0 ? 0 : errno;
     if (path.empty())
     {
-        _complain("the argument core.log.file=FILE enables a log with all details");
+        complain("the argument core.log.file=FILE enables a log with all details");
     }
     else if (error == 0)
     {
-        _complain("the core log has the reason: " + path);
+        complain("the core log has the reason: " + path);
     }
     else
     {
-        _complain("there is no core log " + path + ": " + _systemText(error) +
-                  "; correct the argument core.log.file");
+        complain("there is no core log " + path + ": " + systemText(error) +
+                 "; correct the argument core.log.file");
     }
 }

@@ -26,7 +26,7 @@ constexpr char kFooter[] =
     "  4      a required interface failed to initialise\n"
     "  5      the ready file cannot be written or removed\n"
     "  6      the stop failed\n"
-    "  7      the host itself failed, for lack of memory or threads\n"
+    "  7      the host itself failed, for lack of memory or threads, or cannot watch\n"
     "  8      with --strict: the plugins directory cannot be read\n"
     "  9      with --strict: a name in a list of plugins matches nothing\n"
     "  10     with --strict: a plugin of the autostart list failed\n"
@@ -34,6 +34,11 @@ constexpr char kFooter[] =
     "  12     with --strict: the store or a configuration file is ignored\n"
     "  13     a plugin ended the process with exit\n"
     "  14     with --strict: a key of the core is misspelt or misplaced, or its value is wrong\n"
+    "  15     with --strict: a plugin requires an interface that no plugin offers\n"
+    "  16     with --strict: two plugins offer the same interface\n"
+    "  17     with --strict: plugins require each other in a circle\n"
+    "  18     with --strict: a plugin needs a newer core\n"
+    "  19     with --strict: the information of a plugin is damaged\n"
     "  128+N  a second signal, number N, ended the process\n"
     "\n"
     "Examples:\n"
@@ -41,6 +46,7 @@ constexpr char kFooter[] =
     "  ixla-host --seconds 0 core.plugins.dir=plugins core.plugins.config.dir=config \\\n"
     "            core.plugins.log.dir=log core.log.file=core.log\n"
     "  ixla-host --strict --prs core.prs\n"
+    "  ixla-host --watch --prs core.prs\n"
     "  ixla-host --prs core.prs --keep-store 5 --ready-file /run/ixlal.ready &";
 
 std::string _checkArgument(const std::string& iArgument)
@@ -118,6 +124,8 @@ void PHostOptions::read(CLI::App& ioApp, int iCount, const char* const* iArgumen
         ->option_text("FILE")
         ->check(_checkText);
     ioApp.add_flag("--strict", fStrict, "Treat a degraded start as a failed one");
+    ioApp.add_flag("--watch", fWatch,
+                   "Restart the core when a plugin or a configuration file changes");
     ioApp
         .add_option_function<std::string>(
             "--seconds", [this](const std::string& text) { fSeconds = _toSeconds(text); },

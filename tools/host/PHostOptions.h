@@ -37,6 +37,7 @@ public:
     std::string fReadyFile;              ///< empty for none
     int fSeconds = eNoLimit;             ///< from ready to stop
     bool fStrict = false;                ///< whether a degraded start is a failed one
+    bool fWatch = false;                 ///< whether the core is restarted when its files change
     unsigned int fStoreCopies = 0;       ///< of the store to keep; 0 for none
 
 private:

@@ -58,8 +58,12 @@ bool _isLoadedPlugin(const std::string& iPath)
 } // namespace
 
 PPluginsCheck::PPluginsCheck(const PCoreConfig& iConfig, const PLogFollower& iLog,
-                             const std::string& iLogFile)
-    : fConfig(iConfig), fLog(iLog), fLogFile(iLogFile), fDirectory(iConfig.valueOf(kDirKey))
+                             const std::string& iLogFile, const std::string& iLoadedDir)
+    : fConfig(iConfig),
+      fLog(iLog),
+      fLogFile(iLogFile),
+      fLoadedDir(iLoadedDir),
+      fDirectory(iConfig.valueOf(kDirKey))
 {
 }
 
@@ -92,7 +96,7 @@ void PPluginsCheck::checkLoadList()
     {
         const PString file = _fileOf(name);
         const bool exists = access(pathOf(file).c_str(), F_OK) == 0;
-        if (!exists || !_isLoadedPlugin(pathOf(file)))
+        if (!exists || !isLoaded(file))
         {
             add(eExitListedName, quotedText(name) + " of core.load.plugin.list matches nothing: " +
                                      (exists ? shownText(file) + " has no factory ixlaGetPlugin"
@@ -128,7 +132,7 @@ std::string PPluginsCheck::reasonOfAbsence(const PString& iFile) const
     {
         return "core.load.plugin.list does not name " + shownText(iFile);
     }
-    return _isLoadedPlugin(path) ? "" : shownText(iFile) + " has no factory ixlaGetPlugin";
+    return isLoaded(iFile) ? "" : shownText(iFile) + " has no factory ixlaGetPlugin";
 }
 
 bool PPluginsCheck::isListedForLoading(const PString& iFile) const
@@ -172,6 +176,11 @@ std::vector<PString> PPluginsCheck::namesOf(const wchar_t* iKey) const
         names.push_back(name);
     }
     return names;
+}
+
+bool PPluginsCheck::isLoaded(const PString& iFile) const
+{
+    return _isLoadedPlugin(fLoadedDir.empty() ? pathOf(iFile) : fLoadedDir + "/" + utf8Text(iFile));
 }
 
 std::string PPluginsCheck::pathOf(const PString& iFile) const

@@ -13,9 +13,10 @@ class PPluginsCheck
 {
 public:
     /// The arguments are borrowed and must outlive the object. iLogFile is the value of
-    /// core.log.file.
-    PPluginsCheck(const PCoreConfig& iConfig, const PLogFollower& iLog,
-                  const std::string& iLogFile);
+    /// core.log.file. iLoadedDir is the directory from which the core has loaded its plugins; empty
+    /// for the configured one.
+    PPluginsCheck(const PCoreConfig& iConfig, const PLogFollower& iLog, const std::string& iLogFile,
+                  const std::string& iLoadedDir);
 
     /// Returns everything that is missing, in the order of the exit codes.
     std::vector<PDegradation> run();
@@ -28,12 +29,14 @@ private:
     std::string reasonOfAbsence(const PString& iFile) const;
     bool isListedForLoading(const PString& iFile) const;
     std::vector<PString> namesOf(const wchar_t* iKey) const;
+    bool isLoaded(const PString& iFile) const;
     std::string pathOf(const PString& iFile) const;
     void add(EHostExit iCode, const std::string& iText);
 
     const PCoreConfig& fConfig;
     const PLogFollower& fLog;
     const std::string& fLogFile;
+    const std::string& fLoadedDir;
     PString fDirectory;
     std::vector<PDegradation> fFound;
 };

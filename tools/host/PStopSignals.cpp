@@ -6,6 +6,7 @@
 #include <pthread.h>
 #include <system_error>
 #include <unistd.h>
+#include <utility>
 
 namespace
 {
@@ -34,7 +35,7 @@ void _disarmSigpipe()
 }
 } // namespace
 
-PStopSignals::PStopSignals()
+PStopSignals::PStopSignals(std::function<void()> iCleanUp) : fCleanUp(std::move(iCleanUp))
 {
     _disarmSigpipe();
     sigemptyset(&fSignals);
@@ -53,35 +54,19 @@ PStopSignals::PStopSignals()
 
 PStopSignals::~PStopSignals()
 {
-    {
-        const std::lock_guard<std::mutex> lock(fMutex);
-        fEnding = true;
-    }
+    fEnding = true;
     pthread_kill(fListener.native_handle(), SIGINT); // valid until the thread is joined
     fListener.join();
 }
 
 bool PStopSignals::hasCome() const
 {
-    const std::lock_guard<std::mutex> lock(fMutex);
     return fHasCome;
 }
 
-void PStopSignals::wait(std::optional<std::chrono::seconds> iLimit) const
+int PStopSignals::descriptor() const
 {
-    std::unique_lock<std::mutex> lock(fMutex);
-    const auto hasCome = [this]
-    {
-        return fHasCome;
-    };
-    if (iLimit)
-    {
-        fChanged.wait_until(lock, std::chrono::steady_clock::now() + *iLimit, hasCome);
-    }
-    else
-    {
-        fChanged.wait(lock, hasCome);
-    }
+    return fArrival.descriptor();
 }
 
 void PStopSignals::listen()
@@ -90,7 +75,7 @@ void PStopSignals::listen()
     {
         int caught = 0;
         const bool waited = sigwait(&fSignals, &caught) == 0;
-        if (isEnding())
+        if (fEnding)
         {
             return;
         }
@@ -101,12 +86,6 @@ void PStopSignals::listen()
     }
 }
 
-bool PStopSignals::isEnding() const
-{
-    const std::lock_guard<std::mutex> lock(fMutex);
-    return fEnding;
-}
-
 void PStopSignals::take(int iSignal)
 {
     // Writes to the descriptor, because a hanging thread may hold the lock of the stream.
@@ -114,15 +93,13 @@ void PStopSignals::take(int iSignal)
     if (hasCome())
     {
         dprintf(STDERR_FILENO, "ixla-host: SIG%s again, exiting at once\n", name);
+        fCleanUp();
         _exit(kSignalled + iSignal);
     }
     const char* const advice =
         iSignal == SIGHUP ? "there is no reload, restart the host to read its files again; " : "";
     dprintf(STDERR_FILENO, "ixla-host: SIG%s, stopping; %sa second signal exits at once\n", name,
             advice);
-    {
-        const std::lock_guard<std::mutex> lock(fMutex);
-        fHasCome = true;
-    }
-    fChanged.notify_all();
+    fHasCome = true;
+    fArrival.ring();
 }

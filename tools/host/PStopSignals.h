@@ -3,11 +3,11 @@
 #ifndef IXLAL_TOOLS_PSTOPSIGNALS_H
 #define IXLAL_TOOLS_PSTOPSIGNALS_H
 
-#include <chrono>
-#include <condition_variable>
+#include "shared/PWakeUp.h"
+
+#include <atomic>
 #include <csignal>
-#include <mutex>
-#include <optional>
+#include <functional>
 #include <thread>
 
 /// The first SIGINT, SIGTERM or SIGHUP is recorded; the second ends the process at once with the
@@ -20,8 +20,9 @@ class PStopSignals
 {
 public:
     /// Blocks the signals for the calling thread and all threads that it creates, and starts to
-    /// wait for them. Create the object before any other thread. Throws std::system_error.
-    PStopSignals();
+    /// wait for them. Create the object before any other thread. iCleanUp is called before the
+    /// second signal ends the process, on a thread of its own. Throws std::system_error.
+    explicit PStopSignals(std::function<void()> iCleanUp);
 
     /// Stops waiting. The signals stay blocked.
     ~PStopSignals();
@@ -32,19 +33,18 @@ public:
     /// Whether a signal has arrived. [any thread]
     bool hasCome() const;
 
-    /// Returns when a signal has arrived or iLimit has passed. [any thread]
-    void wait(std::optional<std::chrono::seconds> iLimit) const;
+    /// Readable when a signal has arrived.
+    int descriptor() const;
 
 private:
     void listen();
-    bool isEnding() const;
     void take(int iSignal);
 
     sigset_t fSignals;
-    mutable std::mutex fMutex;
-    mutable std::condition_variable fChanged;
-    bool fHasCome = false;
-    bool fEnding = false;
+    const std::function<void()> fCleanUp;
+    const PWakeUp fArrival;
+    std::atomic<bool> fHasCome{false};
+    std::atomic<bool> fEnding{false};
     std::thread fListener; // last: it uses all members above
 };
 

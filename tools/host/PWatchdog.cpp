@@ -67,17 +67,19 @@ struct PWatchdog::State
     std::mutex fMutex;
     std::condition_variable fChanged;
     std::chrono::microseconds fPeriod{0};
+    EAnswer fAnswer = eCore;
     bool fEnding = false;
     bool fEnded = false;
 };
 
-PWatchdog::PWatchdog()
+PWatchdog::PWatchdog(EAnswer iAnswer)
 {
     const std::chrono::microseconds period = _period();
     if (period.count() > 0)
     {
         fState = std::make_shared<State>();
         fState->fPeriod = period;
+        fState->fAnswer = iAnswer;
         std::thread([state = fState] { watch(*state); }).detach();
     }
 }
@@ -99,7 +101,7 @@ void PWatchdog::watch(State& ioState)
     while (!ioState.fEnding)
     {
         lock.unlock();
-        if (_ask())
+        if (ioState.fAnswer == eHost || _ask())
         {
             // The manager restarts the service if it gets nothing.
             static_cast<void>(PNotifySocket::send("WATCHDOG=1"));

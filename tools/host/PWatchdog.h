@@ -11,8 +11,14 @@
 class PWatchdog
 {
 public:
-    /// Create the object after the core has started.
-    PWatchdog();
+    enum EAnswer
+    {
+        eCore, ///< of the core
+        eHost  ///< of the host, while it has no core or restarts it
+    };
+
+    /// For answers of the core, create the object after the core has started.
+    explicit PWatchdog(EAnswer iAnswer);
 
     /// Ends the questions. Waits some seconds for a pending answer, but does not wait for a core
     /// that hangs. Destroy the object before the core stops.

@@ -1,0 +1,122 @@
+// SPDX-License-Identifier: MIT
+// A plugin in several versions, some of which have the flaw that WATCHED_FLAW names. While it is
+// loaded, a thread runs its code.
+
+#include "IPlugin.h"
+#include "Ixla.h"
+#include "plugins/Counted.h"
+
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <string_view>
+#include <thread>
+#include <unistd.h>
+
+#ifdef WATCHED_HELPER
+extern "C" int watchedHelperVersion();
+#endif
+
+namespace
+{
+constexpr std::string_view sFlaw = WATCHED_FLAW;
+
+void _say(const std::string& iText)
+{
+    std::puts(iText.c_str());
+    std::fflush(stdout);
+}
+
+void _awaitFile(const char* iName)
+{
+    while (access(iName, F_OK) != 0)
+    {
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+}
+
+struct Constructor
+{
+    Constructor() noexcept
+    {
+        if (sFlaw == "abort in a constructor")
+        {
+            std::abort();
+        }
+    }
+};
+const Constructor sConstructor;
+
+class WatchedPlugin final : public Counted<IPlugin>
+{
+public:
+    WatchedPlugin() : fWorker([this] { work(); })
+    {
+    }
+
+    ~WatchedPlugin() override
+    {
+        fIsEnding = true;
+        fWorker.join();
+        if (sFlaw == "slow stop" && fIsInitialised)
+        {
+            _say("waits in stop");
+            _awaitFile("go");
+        }
+    }
+
+    int init() override
+    {
+        fIsInitialised = true;
+#ifdef WATCHED_HELPER
+        _say("helper " + std::to_string(watchedHelperVersion()));
+#endif
+        _say("version " + std::to_string(WATCHED_VERSION));
+        if (sFlaw == "slow init")
+        {
+            _say("waits in init");
+            _awaitFile("go");
+        }
+        return sFlaw == "fail in init" ? -7 : eIxlaOk;
+    }
+
+    PString* getInterfaces(unsigned int& oCount) override
+    {
+        oCount = 1;
+        return new PString[1]{
+            PString(sFlaw == "other interface" ? L"test.other" : L"test.watched")};
+    }
+
+    int getInstance(const PLiteral&, IBase*& oInstance) override
+    {
+        oInstance = this;
+        return eIxlaOk;
+    }
+
+private:
+    void work()
+    {
+        while (!fIsEnding)
+        {
+            ++fRounds;
+            std::this_thread::sleep_for(std::chrono::microseconds(100));
+        }
+    }
+
+    std::atomic<bool> fIsEnding{false};
+    std::atomic<unsigned long> fRounds{0};
+    bool fIsInitialised = false;
+    std::thread fWorker; // last: it uses all members above
+};
+} // namespace
+
+IPlugin* ixlaGetPlugin()
+{
+    if (sFlaw == "hang in the factory")
+    {
+        _awaitFile("/nonexistent");
+    }
+    return new WatchedPlugin;
+}
