@@ -3,8 +3,9 @@
 # Tests that the installed files can be used without the tree: check-install.sh [BUILD_DIR]
 # Installs the release build into an empty prefix and unpacks its packages into another one. Builds
 # and runs projects outside of the tree with each of them: the plugin and the host of
-# examples/minimal, with CMake and with pkg-config, and a plugin created by ixla-new-plugin. Checks
-# that unsupported uses are refused, and runs lintian on the packages.
+# examples/minimal, with CMake and with pkg-config, a plugin created by ixla-new-plugin, and one with a
+# timer, also in virtual time. Checks that unsupported uses are refused, and runs lintian on the
+# packages.
 set -eu -o pipefail
 
 root=$(cd "$(dirname "$0")/.." && pwd)
@@ -162,6 +163,8 @@ check_control() {
     mkdir -p "$run/plugins" "$run/config"
     ln -s "$prefix/lib/ixlal/plugins/libixlal-control.so" "$run/plugins/"
     exports_factory_alone "$run/plugins/libixlal-control.so"
+    quietly "$prefix/bin/ixla-inspect" --info "$run/plugins/libixlal-control.so"
+    grep -qE "^  version +$version\$" "$log" || fail "the control plugin has no information"
     cd "$run"
     printf 'com.kelvora.ixla.control = control.prs\n' >config/ixlap.configmanager.prs
     printf 'socket = socket\n' >config/control.prs
@@ -191,6 +194,41 @@ check_new_plugin() {
     grep -q 'com\.example\.greeter' "$log" || fail "ixla-inspect does not find the new plugin"
 }
 
+# A plugin with a timer is validated, and a program that links it runs it in virtual time.
+check_timer() {
+    local project=$2/ticker
+    mkdir -p "$project"
+    cp "$root"/examples/ticker/{ITicker.h,TickerPlugin.cpp} "$root/tests/install/virtual_time.cpp" \
+        "$project"
+    cat >"$project/CMakeLists.txt" <<TEXT
+cmake_minimum_required(VERSION 3.25)
+project(ticker LANGUAGES CXX)
+find_package(ixlal $version CONFIG REQUIRED)
+ixlal_add_plugin(ticker SOURCES TickerPlugin.cpp LINK ixlal::sdk VALIDATE)
+add_executable(virtual-time virtual_time.cpp TickerPlugin.cpp)
+target_link_libraries(virtual-time PRIVATE ixlal::sdk)
+TEXT
+    quietly build_project "$project" "$1"
+    grep -qE '[0-9] checks passed' "$log" || fail "the plugin with a timer was not validated"
+    quietly "$project/build/virtual-time"
+    grep -qx 'ticks: 3600' "$log" || fail "the timer does not fire in virtual time"
+}
+
+# ixla-config of the prefix reads the declared keys of a plugin that was built with the prefix, also
+# without its symbols.
+check_keys() {
+    local project=$2/keyed
+    make_plugin "$project" keyed LINK ixlal::sdk
+    quietly build_project "$project" "$1" -DCMAKE_BUILD_TYPE=Release
+    exports_factory_alone "$project/build/libkeyed.so"
+    strip --strip-all "$project/build/libkeyed.so"
+    cd "$project"
+    quietly "$1/bin/ixla-config" --plugins build describe com.example.keyed
+    grep -qF 'number from 1 to 10 (m); default: 5; changes at run time' "$log" ||
+        fail "ixla-config does not describe the keys of a plugin"
+    cd "$root"
+}
+
 # check_prefix PREFIX DIRECTORY: builds the projects in the directory.
 check_prefix() {
     log=$2.log
@@ -200,6 +238,8 @@ check_prefix() {
     check_pkg_config "$1" "$2"
     check_control "$1" "$2"
     check_new_plugin "$1" "$2"
+    check_timer "$1" "$2"
+    check_keys "$1" "$2"
 }
 
 # Mistakes that the functions of the CMake package prevent.

@@ -1,15 +1,17 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
 """Runs the commands that a document shows and compares what they print:
-check_console.py DOCUMENT PROGRAMS
+check_console.py DOCUMENT PROGRAMS [LIBRARY...]
 
 A block "```prs FILE" is written as that file, in the order of the document. In a block "```console"
 a line that begins with "$ " is a command, and the lines up to the next one are all that it prints.
-All run in one empty directory, with the directory PROGRAMS first in the path."""
+All run in one directory, with the directory PROGRAMS first in the path. It has nothing but the
+libraries, in plugins/."""
 
 import difflib
 import os
 import re
+import shutil
 import subprocess
 import sys
 import tempfile
@@ -35,6 +37,9 @@ def main() -> int:
     document, programs = Path(sys.argv[1]), Path(sys.argv[2])
     sessions = differences = 0
     with tempfile.TemporaryDirectory() as directory:
+        for library in sys.argv[3:]:
+            Path(directory, "plugins").mkdir(exist_ok=True)
+            shutil.copy(library, Path(directory, "plugins"))
         for kind, name, text in BLOCK.findall(document.read_text()):
             if kind == "prs":
                 file = Path(directory, name)
