@@ -15,6 +15,8 @@
 
 namespace
 {
+constexpr wchar_t kKeysId[] = L"test.keys";
+
 IXLA_CONFIG(TestConfig, "test.keys",
             IXLA_KEY_INT32(shift, "shift", -5, -2147483648, 2147483647, "mm", "run-time",
                            "an int32"),
@@ -27,8 +29,6 @@ IXLA_CONFIG(TestConfig, "test.keys",
             IXLA_KEY_TEXT(title, "title", "A title", "run-time", "a text with \u00e4"),
             IXLA_KEY_CHOICE(order, "order", "oldest", "oldest|newest", "run-time", "a choice"),
             IXLA_KEY_BYTES(magic, "magic", "00ff", "run-time", "some bytes"))
-
-constexpr wchar_t kKeysId[] = L"test.keys";
 
 class KeyedConfigTest : public testing::Test
 {
