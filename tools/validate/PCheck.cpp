@@ -16,6 +16,8 @@ const std::vector<PCheck>& allChecks()
          &checkUnknownId},
         {"threads", "returns the same instances to ten threads at the same time", "init",
          &checkThreads},
+        {"listeners", "leaves no listener subscribed when the core has stopped", "init",
+         &checkListeners},
         {"stop", "lets the core stop in time", "init", &checkStop},
         {"unload", "leaves no threads, handles or mapped library behind", "init", &checkUnload},
     };

@@ -36,4 +36,7 @@ PVerdict checkStop(PTrial& ioTrial);
 // In UnloadCheck.cpp.
 PVerdict checkUnload(PTrial& ioTrial);
 
+// In ListenersCheck.cpp.
+PVerdict checkListeners(PTrial& ioTrial);
+
 #endif

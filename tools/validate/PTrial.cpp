@@ -5,6 +5,7 @@
 #include "validate/PFailedCheck.h"
 
 #include <algorithm>
+#include <dlfcn.h>
 #include <filesystem>
 #include <memory>
 #include <unistd.h>
@@ -28,6 +29,13 @@ bool _behind(const std::string& iLine, const std::string& iMark, std::string& oR
     }
     oRest = iLine.substr(at + iMark.size());
     return true;
+}
+
+/// The file that is mapped at iAddress; empty for none.
+std::string _libraryOf(const void* iAddress)
+{
+    Dl_info info = {};
+    return ::dladdr(iAddress, &info) != 0 && info.dli_fname ? info.dli_fname : "";
 }
 
 void _addConfiguration(const std::string& iDir, PTestCore& ioCore)
@@ -205,6 +213,31 @@ std::vector<IBase*> PTrial::initialise()
         failInit("autostart");
     }
     return instances;
+}
+
+void PTrial::stopCore()
+{
+    phase("stopping the core");
+    try
+    {
+        fCore->stop();
+    }
+    catch (const PTestError&)
+    {
+        phase("looking at what is left after the stop");
+    }
+}
+
+bool PTrial::isOfPlugin(const void* iAddress) const
+{
+    const std::string library = _libraryOf(iAddress);
+    const fs::path linked = fCore->directory() / "plugins";
+    const bool isOther =
+        fs::path(library).parent_path() == linked && fs::path(library).filename() != linkName();
+    return !library.empty() && !isOther &&
+           library != _libraryOf(reinterpret_cast<const void*>(&ixlaStop)) &&
+           library != _libraryOf(reinterpret_cast<const void*>(&PLibrary::load)) &&
+           library != _libraryOf(&kExitTimeout);
 }
 
 void PTrial::failInit(const std::string& iRequest) const

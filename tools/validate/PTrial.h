@@ -44,6 +44,13 @@ public:
     /// was initialised by the start of the core. Returns borrowed instances.
     std::vector<IBase*> initialise();
 
+    /// Stops the core and ignores its delays, which the check "stop" reports.
+    void stopCore();
+
+    /// Whether the code or static data at iAddress belongs to the plugin, or to a library that came
+    /// with it: not to the core, this tool, or another plugin.
+    bool isOfPlugin(const void* iAddress) const;
+
     const PValidateOptions& options() const
     {
         return fOptions;

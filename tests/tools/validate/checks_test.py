@@ -1,0 +1,53 @@
+# SPDX-License-Identifier: MIT
+"""Tests of checks of ixla-validate with plugins that have exactly one flaw each, and none:
+checks_test.py PROGRAM PLUGINS_DIR"""
+
+import json
+import os
+import subprocess
+import sys
+import unittest
+from concurrent.futures import ThreadPoolExecutor
+
+PROGRAM, PLUGINS = (os.path.abspath(path) for path in sys.argv[1:3])
+
+# The plugin, the flaw, the check that finds it, and its message.
+FLAWS = [
+    ('listener', 'subscribed', 'listeners', 'stays subscribed to "test.removed"'),
+]
+
+
+def checks_of(plugin, flaw, *options):
+    """The checks of the report."""
+    done = subprocess.run([PROGRAM, '--json', '--limit', '100', *options,
+                           f'{PLUGINS}/{plugin}/lib{plugin}.so'],
+                          env={**os.environ, 'FLAW': flaw}, stdin=subprocess.DEVNULL,
+                          capture_output=True, text=True, timeout=600, check=False)
+    return json.loads(done.stdout)['checks']
+
+
+class Checks(unittest.TestCase):
+
+    def expect_flaw(self, plugin, flaw, check, text):
+        found = [each for each in checks_of(plugin, flaw) if each['result'] != 'pass']
+        self.assertEqual([(check, 'fail')], [(each['name'], each['result']) for each in found],
+                         (plugin, flaw, found))
+        self.assertIn(text, found[0]['reason'])
+
+    def expect_none(self, plugin):
+        found = [each for each in checks_of(plugin, '') if each['result'] != 'pass']
+        self.assertEqual([], found, plugin)
+
+    def test_a_flaw_fails_its_check_only(self):
+        with ThreadPoolExecutor(4) as pool:
+            for found in [pool.submit(self.expect_flaw, *flaw) for flaw in FLAWS]:
+                found.result()
+
+    def test_the_same_plugins_without_flaws_pass(self):
+        with ThreadPoolExecutor(4) as pool:
+            for found in pool.map(self.expect_none, sorted({flaw[0] for flaw in FLAWS})):
+                self.assertIsNone(found)
+
+
+if __name__ == '__main__':
+    unittest.main(argv=sys.argv[:1], verbosity=2)
