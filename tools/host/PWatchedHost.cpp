@@ -208,8 +208,15 @@ std::optional<std::string> PWatchedHost::copyPlugins(const PWatchedFiles& iFiles
 
 bool PWatchedHost::isFine(const PWatchedFiles& iFiles, const std::string& iCopy)
 {
-    const std::vector<std::string> reasons =
-        PChangeCheck(process().options(), fProbe).run(iFiles, iCopy);
+    std::vector<std::string> reasons;
+    try
+    {
+        reasons = PChangeCheck(process().options(), fProbe).run(iFiles, iCopy);
+    }
+    catch (const std::system_error& problem)
+    {
+        reasons = {problem.what()};
+    }
     if (isOver())
     {
         return false;

@@ -5,6 +5,7 @@ import os
 import re
 import resource
 import shutil
+import socket
 import subprocess
 import sys
 import tempfile
@@ -42,7 +43,7 @@ class HostTest(unittest.TestCase):
     def launch(self, *arguments, behaviour="", **options):
         options.setdefault("stdout", subprocess.PIPE)
         environment = {**os.environ, "OBSTINATE": behaviour, **options.pop("environment", {})}
-        program = readable_copy(HOST) if "user" in options else HOST
+        program = options.pop("program", readable_copy(HOST) if "user" in options else HOST)
         host = subprocess.Popen([program, *arguments], cwd=self.dir, env=environment, text=True,
                                 stderr=subprocess.PIPE, umask=self.mask, **options)
         self.addCleanup(self.end, host)
@@ -104,3 +105,28 @@ class HostTest(unittest.TestCase):
         """The path of a library that the host has loaded."""
         listed = subprocess.run(["ldd", HOST], check=True, capture_output=True, text=True).stdout
         return re.search(rf"{re.escape(name)} => (\S+)", listed).group(1)
+
+    def installed_copy(self, *helpers):
+        """Copies the host, and these programs beside it, into a prefix. Returns the host and the
+        environment that it needs."""
+        (self.dir / "bin").mkdir()
+        (self.dir / "libexec/ixlal").mkdir(parents=True)
+        host = shutil.copy(HOST, self.dir / "bin/ixla-host")
+        for name in helpers:
+            shutil.copy(Path(HOST).parents[1] / "libexec" / name, self.dir / "libexec/ixlal")
+        libraries = Path(self.library_of("libixlal.core.so")).parent
+        return host, {"LD_LIBRARY_PATH": str(libraries)}
+
+
+class ManagedTest(HostTest):
+    """Has the socket of a service manager, in "notify"."""
+
+    def setUp(self):
+        super().setUp()
+        self.manager = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
+        self.addCleanup(self.manager.close)
+        self.manager.bind(str(self.dir / "notify"))
+        self.manager.settimeout(LIMIT)
+
+    def receive(self):
+        return self.manager.recv(4096).decode()

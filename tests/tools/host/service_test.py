@@ -5,30 +5,19 @@ service_test.py HOST PLUGIN"""
 import errno
 import os
 import signal
-import socket
 import time
 import unittest
 
-from host_case import HostTest, LIMIT
+from host_case import LIMIT, ManagedTest
 
 PERIOD = 0.2  # seconds of the watchdog
 
 
-class ServiceTest(HostTest):
-    def setUp(self):
-        super().setUp()
-        self.manager = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
-        self.addCleanup(self.manager.close)
-        self.manager.bind(str(self.dir / "notify"))
-        self.manager.settimeout(LIMIT)
-
+class ServiceTest(ManagedTest):
     def start_service(self, *arguments, environment=None, **options):
         return self.launch("--prs", "core.prs", *arguments,
                            environment={"NOTIFY_SOCKET": "notify", **(environment or {})},
                            **options)
-
-    def receive(self):
-        return self.manager.recv(4096).decode()
 
     def await_message(self, wanted):
         """Returns the messages before the first one that begins with the wanted text, and it."""

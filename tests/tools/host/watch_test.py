@@ -2,17 +2,14 @@
 """Tests of ixla-host --watch: watch_test.py HOST PLUGIN
 PLUGIN is one version of the plugin; the others are in directories next to its own."""
 
-import os
 import re
 import shutil
 import signal
-import socket
-import subprocess
 import threading
 import unittest
 from pathlib import Path
 
-from host_case import HOST, HostTest, LIMIT, PLUGIN
+from host_case import HostTest, LIMIT, ManagedTest, PLUGIN
 from noted import write_noted
 
 VARIANTS = Path(PLUGIN).parents[1]
@@ -287,6 +284,16 @@ class Refusal(WatchTest):
         self.refuses(host, "refused: ")
         self.end_watch(host)
 
+    def test_without_the_probe_keeps_the_core(self):
+        program, environment = self.installed_copy("ixla-probe")
+        host = self.watch(program=program, environment=environment)
+        probe = self.dir / "libexec/ixlal/ixla-probe"
+        probe.rename(self.dir / "probe")
+        self.replace("watched_2")
+        self.refuses(host, f"refused: cannot start {self.dir}/bin/../libexec/ixlal/ixla-probe: No such")
+        (self.dir / "probe").rename(probe)
+        self.accepts(host)
+
 
 class FailedStart(WatchTest):
     def test_after_a_change_waits_for_the_next_one(self):
@@ -331,37 +338,33 @@ class FailedStart(WatchTest):
         self.assertEqual(1, len(err.splitlines()), err)
 
     def test_without_the_probe_is_one_line(self):
-        (self.dir / "bin").mkdir()
-        shutil.copy(HOST, self.dir / "bin/ixla-host")
-        libraries = Path(self.library_of("libixlal.core.so")).parent
-        done = subprocess.run([self.dir / "bin/ixla-host", "--prs", "core.prs", "--watch"],
-                              cwd=self.dir, env={**os.environ, "LD_LIBRARY_PATH": str(libraries)},
-                              capture_output=True, text=True, timeout=LIMIT, check=False)
-        self.assertEqual((7, ""), (done.returncode, done.stdout), done.stderr)
-        self.assertIn("libexec/ixlal/ixla-probe, which is missing; install ixlal-tools", done.stderr)
+        program, environment = self.installed_copy()
+        code, out, err = self.run_host("--prs", "core.prs", "--watch", program=program,
+                                       environment=environment)
+        self.assertEqual((7, ""), (code, out), err)
+        self.assertIn("libexec/ixlal/ixla-probe, which is missing; install ixlal-tools", err)
 
 
 class Signals(WatchTest):
+    def stops_after(self, host, line):
+        """Sends the signal when the plugin waits, as this line says."""
+        self.await_match(host, line)
+        host.send_signal(signal.SIGTERM)
+        self.await_error("SIGTERM, stopping")
+        self.write("go", "")
+        self.assertEqual("ixla-host: stopped\n", host.stdout.read())
+        self.assertEqual(0, host.wait(LIMIT))
+
     def test_during_the_stop_of_a_restart_prevent_the_start(self):
         self.replace("watched_slow_stop")
         host = self.watch()
         self.replace("watched_2")
-        self.await_match(host, "waits in stop\n")
-        host.send_signal(signal.SIGTERM)
-        self.await_error("SIGTERM, stopping")
-        self.write("go", "")
-        self.assertEqual("ixla-host: stopped\n", host.stdout.read())
-        self.assertEqual(0, host.wait(LIMIT))
+        self.stops_after(host, "waits in stop\n")
 
     def test_during_the_start_of_a_restart_stop_after_it(self):
         host = self.watch()
         self.replace("watched_slow_init")
-        self.await_match(host, "waits in init\n")
-        host.send_signal(signal.SIGTERM)
-        self.await_error("SIGTERM, stopping")
-        self.write("go", "")
-        self.assertEqual("ixla-host: stopped\n", host.stdout.read())
-        self.assertEqual(0, host.wait(LIMIT))
+        self.stops_after(host, "waits in init\n")
 
     def test_during_the_check_end_it(self):
         host = self.watch()
@@ -423,17 +426,7 @@ class Remainders(WatchTest):
         self.end_watch(host)
 
 
-class Manager(WatchTest):
-    def setUp(self):
-        super().setUp()
-        self.manager = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
-        self.addCleanup(self.manager.close)
-        self.manager.bind(str(self.dir / "notify"))
-        self.manager.settimeout(LIMIT)
-
-    def receive(self):
-        return self.manager.recv(4096).decode()
-
+class Manager(WatchTest, ManagedTest):
     def await_message(self, wanted):
         message = self.receive()
         while not message.startswith(wanted):
