@@ -214,8 +214,7 @@ inline PNamedResult ixlaInOrder() noexcept
 ///
 /// - a PBaseptr, which gets the service of its interface (see IxlaServiceId), or
 /// - the result of ixlaNeed, ixlaMayUse, ixlaNamedLog, ixlaLoad, ixlaSubscribe, ixlaStep,
-/// ixlaConfig or
-///   ixlaRead, or
+///   ixlaConfig or ixlaRead, or
 /// - a callable without arguments that returns a PNamedResult.
 ///
 ///     int onInit() override
