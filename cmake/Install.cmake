@@ -44,6 +44,12 @@ function(_ixlal_install_headers source directory)
         COMPONENT libixlal-dev FILES_MATCHING PATTERN *.h ${ARGN})
 endfunction()
 
+# _ixlal_install_man(SECTION COMPONENT): installs the man pages of a section.
+function(_ixlal_install_man section component)
+    install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs/man/ DESTINATION share/man/man${section}
+        COMPONENT ${component} FILES_MATCHING PATTERN *.${section})
+endfunction()
+
 # _ixlal_install_libraries(DIRECTORY EXPORT RUNTIME DEVELOPMENT [EXCLUDE_FROM_ALL]): installs the
 # libraries and the files that describe them; RUNTIME and DEVELOPMENT are the components.
 function(_ixlal_install_libraries directory export runtime development)
@@ -84,6 +90,11 @@ install(FILES
     cmake/ixlalPlugin.cmake
     cmake/plugin.map
     DESTINATION ${ixlal_package_dir} COMPONENT libixlal-dev)
+
+# Authors need the functions and the overview, operators the files.
+_ixlal_install_man(3 libixlal-dev)
+_ixlal_install_man(5 ixlal-tools)
+_ixlal_install_man(7 libixlal-dev)
 
 if(IXLAL_BUILD_TOOLS)
     install(DIRECTORY tools/man/ DESTINATION share/man/man1 COMPONENT ixlal-tools

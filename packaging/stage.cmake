@@ -4,7 +4,7 @@
 
 file(GLOB_RECURSE documents
     ${CPACK_TEMPORARY_INSTALL_DIRECTORY}/*/changelog
-    ${CPACK_TEMPORARY_INSTALL_DIRECTORY}/*.1)
+    ${CPACK_TEMPORARY_INSTALL_DIRECTORY}/*/usr/share/man/*.[1-9])
 foreach(document ${documents})
     execute_process(COMMAND gzip -9nf ${document} COMMAND_ERROR_IS_FATAL ANY)
 endforeach()

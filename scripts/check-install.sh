@@ -157,6 +157,14 @@ check_tools() {
         fail "ixla-ctl has no fish completion"
 }
 
+# The prefix has the man pages of the tree and no others.
+check_man() {
+    local installed
+    installed=$(find "$1/share/man" -type f -printf '%P\n' | sed 's/\.gz$//' | LC_ALL=C sort)
+    find "$root"/{docs,tools}/man -type f -printf '%f\n' | sed 's/.*\.\(.\)$/man\1\/&/' |
+        LC_ALL=C sort | diff - <(echo "$installed") || fail "other man pages"
+}
+
 # A host of the prefix with the control plugin of the prefix answers.
 check_control() {
     local prefix=$1 run=$2/control host
@@ -234,6 +242,7 @@ check_prefix() {
     log=$2.log
     check_headers "$1"
     check_tools "$1"
+    check_man "$1"
     check_cmake "$1" "$2"
     check_pkg_config "$1" "$2"
     check_control "$1" "$2"

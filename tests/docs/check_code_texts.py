@@ -47,7 +47,8 @@ def main() -> int:
                CONSTANT.findall((root / "include/Ixla.h").read_text(encoding="utf-8"))}
     header = (root / "sdk/helpers/ResultText.h").read_text(encoding="utf-8")
     documents = [Path(name) for name in sys.argv[2:]] or [
-        *root.glob("*.md"), *root.glob("docs/*.md"), *root.glob("tools/man/*.1")]
+        *root.glob("*.md"), *root.glob("docs/*.md"), *root.glob("docs/man/*"),
+        *root.glob("tools/man/*.1")]
     problems = text_problems(numbers, header)
     problems += repeated_problems(numbers, header, root / "tools/report/start_text.py")
     for document in sorted(documents):

@@ -15,8 +15,8 @@ FILES = (".prs", ".in")
 # A mention in a text; "core.prs" alone is a file.
 MENTION = re.compile(r"\b(?:core\.(?:prs|log|plugins|load|autostart|free|notify)|"
                      r"ixlap\.configmanager)\.[a-z.]*[a-z]")
-PLACES = ("README.md", "SECURITY.md", "docs/*.md", "tools/man/*.1", "tools/*/*.cpp", "tools/*/*.py",
-          "tools/new-plugin/template/*", "examples/config/*", "examples/README.md", "include/*.h",
+PLACES = ("README.md", "SECURITY.md", "docs/*.md", "docs/man/*", "tools/man/*.1", "tools/*/*.cpp",
+          "tools/*/*.py", "tools/new-plugin/template/*", "examples/config/*", "examples/README.md", "include/*.h",
           "sdk/*/*.h")
 
 
