@@ -122,7 +122,9 @@ private:
     const PString fID;
     const unsigned int fIDHash;
     PBaseptr<IConfigManager> fManager;
-    std::atomic<PConfigValues*> fRunTimeValues{nullptr}; ///< of the ID; null until they are found
+    /// Of the ID; null until they are found. Release and acquire order: whoever finds the table
+    /// here sees it constructed.
+    std::atomic<PConfigValues*> fRunTimeValues{nullptr};
     PReadFault fReadFault;
 };
 

@@ -72,7 +72,7 @@ public:
     }
 
 private:
-    std::atomic_flag fBusy;
+    std::atomic_flag fBusy; ///< a lock that is only tried, with the order of one
     Block* fFirst = nullptr;
     unsigned int fRoom = 64;
 };

@@ -81,7 +81,7 @@ private:
     struct Content
     {
         Table all;
-        std::atomic<bool> pinned{false};
+        std::atomic<bool> pinned{false}; ///< in relaxed order: it repeats what "all" says
     };
 
     std::unique_ptr<Content> fContent;

@@ -170,7 +170,7 @@ private:
 
     PCounterSync fRefCount;
     PConfigLock fLock;
-    std::atomic<bool> fClosed; ///< set with the lock held
+    std::atomic<bool> fClosed; ///< set with the lock held, which gives the order
     PRunTimeValues fValues IXLA_GUARDED_BY(fLock.fMutex);
     PConfigListeners fListeners IXLA_GUARDED_BY(fLock.fMutex);
     PConfigLog fLog IXLA_GUARDED_BY(fLock.fMutex);

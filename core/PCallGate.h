@@ -59,7 +59,7 @@ private:
     /// The counts are in different cache lines, whatever the address of the gate is.
     struct Stripe
     {
-        std::atomic<unsigned int> calls{0};
+        std::atomic<unsigned int> calls{0}; ///< for its order see fClosed
         char padding[60];
     };
 
@@ -85,9 +85,10 @@ private:
     Stripe fStripes[kStripes];
 
     /// A call is counted before it reads the mark, and the closer sets the mark before it reads the
-    /// counts. All four are sequentially consistent, so the call sees the mark or is counted. A
-    /// call that leaves sees the mark, too, or the closer sees the call's count without it.
+    /// counts. All four are in one order, so the call sees the mark or is counted. A call that
+    /// leaves sees the mark, too, or the closer sees the call's count without it.
     std::atomic<bool> fClosed;
+    /// Set before the mark, whose order publishes it. A thread compares it only with itself.
     std::atomic<unsigned long> fCloser;
     [[maybe_unused]] const PCallGate* const fBefore; ///< so that leak checkers find it
     PMutex fMutex;

@@ -12,10 +12,12 @@
 
 namespace
 {
-/// True while a thread starts or stops the core.
+/// True while a thread starts or stops the core. The order is that of a lock, at least: the next
+/// thread sees what the last one did.
 std::atomic<bool> sChanging{false};
 
-/// True in a child whose parent had a core; only the fork sets it.
+/// True in a child whose parent had a core; only the fork sets it, while the child has one thread,
+/// so that any order is enough.
 std::atomic<bool> sIsParents{false};
 
 /// The gate that a child inherits from its parent; only the fork sets it.

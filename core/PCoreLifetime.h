@@ -50,6 +50,8 @@ private:
     static PCallGate* provideGate() noexcept;
     [[gnu::cold]] static void endCore() noexcept;
 
+    // Release and acquire order: whoever gets the pointer sees the object constructed. That the
+    // core stays while it is used follows from the gate.
     static std::atomic<PCore*> fCore;
     static std::atomic<PCallGate*> fGate;
 };

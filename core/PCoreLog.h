@@ -48,7 +48,8 @@ public:
 private:
     bool writesFigures() const noexcept;
 
-    std::atomic<PLogger*> fLogger; ///< owned
+    /// Owned. Release and acquire order: whoever gets it sees it initialised.
+    std::atomic<PLogger*> fLogger;
 };
 
 #endif

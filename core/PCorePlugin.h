@@ -59,7 +59,7 @@ public:
     unsigned int fInitOrder;     ///< the number of this initialisation, from 1
     unsigned int fUses;          ///< by the core; the last one destroys an unloaded record
     bool fUnloaded;              ///< the registry has removed it
-    std::atomic<bool> fReady;    ///< see isReady
+    std::atomic<bool> fReady;    ///< see isReady; in any order when it becomes false
     unsigned int fNumber;        ///< from 1, in the order of registration
     PCorePlugin* fNextUnloaded;  ///< in the registry's list of unloaded records
     std::size_t fFileHash;       ///< of the file name; set by the registry

@@ -43,6 +43,8 @@ private:
 
     void change(EState iState) noexcept;
 
+    /// Whoever sees a state sees what the other side did before it, which needs release and acquire
+    /// order. It changes so rarely that it has the stronger default.
     std::atomic<int> fState{eStarting};
 };
 

@@ -44,7 +44,9 @@ private:
     /// Unused without an ID.
     struct Entry
     {
-        std::atomic<PCorePlugin*> record{nullptr}; ///< null for an interface that was withdrawn
+        /// Null for an interface that was withdrawn. Any order is enough: lookups begin after the
+        /// registry is marked started, which publishes the records, and null refers to nothing.
+        std::atomic<PCorePlugin*> record{nullptr};
         const PLiteral* id = nullptr;
         unsigned int hash = 0; ///< texts are compared only if the hashes are equal
     };

@@ -90,6 +90,8 @@ private:
     /// Those with a library, ordered by fFileHash, then by number. Changed with fCorePlugins.
     std::vector<PCorePlugin*> fByFile;
     PInterfaceTable fTable;
+    /// Whoever sees true sees the records and the table. Release and acquire order are enough for
+    /// that; the stronger default costs reads nothing on i386.
     std::atomic<bool> fStarted;
 };
 

@@ -22,7 +22,7 @@ class PReaderLock
     /// The counter of some of the threads.
     struct Stripe
     {
-        std::atomic<unsigned int> readers{0};
+        std::atomic<unsigned int> readers{0}; ///< for its order see enter
         char apart[60];
     };
 
@@ -138,8 +138,8 @@ private:
     // A mutex directly before this lock and the mark take no more lines than the mutex alone. The
     // mark, which readers load, is on another line than their counters.
     static_assert(sizeof(PMutex) + sizeof(PConditionalVar) >= sizeof(Stripe));
-    std::atomic<bool> fClosed{false};
-    unsigned short fGeneration = 0; ///< of the process that opened the lock
+    std::atomic<bool> fClosed{false}; ///< for its order see enter
+    unsigned short fGeneration = 0;   ///< of the process that opened the lock
     PMutex fMutex;
     PConditionalVar fLeft; ///< signalled when a reader leaves the closed lock
     Stripe fStripes[kStripes] = {};

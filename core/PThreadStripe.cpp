@@ -7,6 +7,7 @@ constinit thread_local unsigned int PThreadStripe::fIndex = 0;
 
 unsigned int PThreadStripe::next() noexcept
 {
+    // Relaxed order is enough for numbers that only have to differ.
     static std::atomic<unsigned int> sThreads{0};
     do
     {

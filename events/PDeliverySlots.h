@@ -17,7 +17,8 @@
 class PDeliverySlots
 {
     /// A pointer to a list; the lowest bit means that the delivery has a reference. All changes are
-    /// read-modify-writes, so that whoever reads a slot sees what all earlier deliveries did.
+    /// read-modify-writes, whose order lets whoever reads a slot see what all earlier deliveries
+    /// did.
     typedef std::atomic<std::uintptr_t> Slot;
 
 public:

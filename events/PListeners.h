@@ -18,7 +18,7 @@ class ILogger;
 struct PListenerShare
 {
     IEventListener* listener = nullptr;
-    std::atomic<unsigned int>* shares = nullptr;
+    std::atomic<unsigned int>* shares = nullptr; ///< in the order of a reference count
 };
 
 /// The listeners of a topic in the order of subscription, each once. The table and some deliveries
@@ -116,6 +116,8 @@ private:
     std::size_t fFirst; ///< entries before it are removed
     /// All listeners of a long list, unless it is empty. Deliveries do not use it.
     PListenerFilter fFilter;
+    /// Relaxed order to add one; acquire and release order to drop one, so that the last user sees
+    /// that the others are done.
     std::atomic<unsigned int> fReferences;
     ILogger* const fLogger;
 };

@@ -25,7 +25,8 @@ public:
     void close() noexcept;
 
 private:
-    std::atomic<unsigned int> fState; ///< the closed bit and the number of threads inside
+    /// The closed bit and the number of threads inside; for its order see close.
+    std::atomic<unsigned int> fState;
 };
 
 #endif

@@ -39,6 +39,7 @@ public:
 private:
     friend struct PForkNotice;
 
+    /// Relaxed order is enough, because it changes only while a child has one thread.
     static std::atomic<unsigned short> fGeneration;
 };
 

@@ -24,7 +24,8 @@ namespace
 // thread of the process has ended.
 constexpr char kStreamAnew[] = "/proc/thread-self/fd/2";
 
-/// Whether the last text ended without a line end.
+/// Whether the last text ended without a line end. Any order is enough, because no other data goes
+/// with it.
 std::atomic<bool> sTorn{false};
 
 /// One attempt to write a part of iText; returns and fails as write(2) does.
