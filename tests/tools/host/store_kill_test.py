@@ -63,6 +63,15 @@ class Trial:
                                 stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
                                 stderr=subprocess.PIPE)
 
+    @staticmethod
+    def finish(process):
+        """Returns its output. One that hangs does not outlive the test."""
+        try:
+            return process.communicate(timeout=LIMIT)
+        finally:
+            process.kill()
+            process.wait()
+
     def kill_host(self, most_calls=MOST_CALLS):
         is_at_call = most_calls < MOST_CALLS or self.random.random() < 0.5
         at_call = self.random.randrange(most_calls) if is_at_call else -1
@@ -73,7 +82,7 @@ class Trial:
         if at_call < 0:
             time.sleep(pause)
             host.kill()
-        _, err = host.communicate(timeout=LIMIT)
+        _, err = self.finish(host)
         if host.returncode == STORE_FAILED:  # on a damaged store
             assert self.has_lost(), err
             return
@@ -90,12 +99,12 @@ class Trial:
         if self.random.random() < 0.3:
             tool = self.launch(CONFIG, "--dir", "config", "restore",
                                at_call=self.random.randrange(8))
-            tool.communicate(timeout=LIMIT)
+            self.finish(tool)
             self.tally["at a call of restore"] += tool.returncode == -signal.SIGKILL
             if not self.has_lost():
                 return
         tool = self.launch(CONFIG, "--dir", "config", "restore")
-        out, err = tool.communicate(timeout=LIMIT)
+        out, err = self.finish(tool)
         assert tool.returncode == 0, (out, err)
         self.tally["restored from " + re.search(r"from config/store.txt\.(\w+)", out)[1]] += 1
 
