@@ -12,6 +12,7 @@ const std::vector<PCheck>& allChecks()
          &checkInterfaces},
         {"init", "initialises, and returns its instances without a reference", "factory",
          &checkInit},
+        {"init-time", "initialises within --init-limit seconds", "init", &checkInitTime},
         {"unknown-id", "returns -2001 and null for an ID that it does not offer", "init",
          &checkUnknownId},
         {"threads", "returns the same instances to ten threads at the same time", "init",
@@ -19,7 +20,8 @@ const std::vector<PCheck>& allChecks()
         {"listeners", "leaves no listener subscribed when the core has stopped", "init",
          &checkListeners},
         {"stop", "lets the core stop in time", "init", &checkStop},
-        {"unload", "leaves no threads, handles or mapped library behind", "init", &checkUnload},
+        {"unload", "leaves no threads, handles, timers, temporary files or mapped library", "init",
+         &checkUnload},
     };
     return sChecks;
 }

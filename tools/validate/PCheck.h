@@ -36,7 +36,8 @@ PVerdict checkStop(PTrial& ioTrial);
 // In UnloadCheck.cpp.
 PVerdict checkUnload(PTrial& ioTrial);
 
-// In ListenersCheck.cpp.
+// In files of their names.
+PVerdict checkInitTime(PTrial& ioTrial);
 PVerdict checkListeners(PTrial& ioTrial);
 
 #endif

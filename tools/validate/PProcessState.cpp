@@ -5,6 +5,7 @@
 #include <fstream>
 #include <sstream>
 #include <sys/stat.h>
+#include <sys/time.h>
 
 namespace fs = std::filesystem;
 
@@ -60,6 +61,30 @@ PHeld _handle(const fs::path& iHandle)
     return {name, _identity(iHandle, name)};
 }
 
+/// The kernel writes several lines for each timer, the first one with its number.
+std::map<std::string, PHeld> _timers()
+{
+    std::map<std::string, PHeld> timers;
+    std::ifstream in("/proc/self/timers");
+    std::string number;
+    for (std::string line; std::getline(in, line);)
+    {
+        if (line.starts_with("ID: "))
+        {
+            number = line.substr(line.find(' ') + 1);
+            timers[number] = {"timer_create", number};
+        }
+    }
+    itimerval interval = {};
+    const bool isSet = ::getitimer(ITIMER_REAL, &interval) == 0 &&
+                       (interval.it_value.tv_sec != 0 || interval.it_value.tv_usec != 0);
+    if (isSet)
+    {
+        timers["real"] = {"setitimer", "real"};
+    }
+    return timers;
+}
+
 void _addNew(const std::string& iKind, const std::map<std::string, PHeld>& iNow,
              const std::map<std::string, PHeld>& iEarlier, std::vector<std::string>& ioTexts)
 {
@@ -81,6 +106,7 @@ PProcessState PProcessState::read()
     PProcessState state;
     state.threads = _readDirectory("/proc/self/task", &_thread);
     state.handles = _readDirectory("/proc/self/fd", &_handle);
+    state.timers = _timers();
     return state;
 }
 
@@ -113,5 +139,6 @@ std::vector<std::string> PProcessState::since(const PProcessState& iEarlier) con
     std::vector<std::string> texts;
     _addNew("thread", threads, iEarlier.threads, texts);
     _addNew("handle", handles, iEarlier.handles, texts);
+    _addNew("timer", timers, iEarlier.timers, texts);
     return texts;
 }

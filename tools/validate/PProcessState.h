@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// PProcessState: the threads and handles of a process.
+// PProcessState: the threads, handles and timers of a process.
 #ifndef IXLAL_TOOLS_PPROCESSSTATE_H
 #define IXLAL_TOOLS_PPROCESSSTATE_H
 
@@ -15,7 +15,7 @@ struct PProcessState
     /// Whether a file is mapped. Compares device and inode, because the name may have changed.
     static bool isMapped(const std::string& iFile);
 
-    /// The names of the threads and handles that are not in iEarlier.
+    /// The names of the threads, handles and timers that are not in iEarlier.
     std::vector<std::string> since(const PProcessState& iEarlier) const;
 
     /// A name for messages, and an identity that does not change when the object is renamed or
@@ -28,6 +28,9 @@ struct PProcessState
 
     std::map<std::string, PHeld> threads; ///< by thread number
     std::map<std::string, PHeld> handles; ///< by number
+    /// By number those of timer_create, which only some kernels list; and the one of setitimer that
+    /// sends SIGALRM, which alarm sets too.
+    std::map<std::string, PHeld> timers;
 };
 
 #endif

@@ -172,21 +172,43 @@ void PTrial::linkPlugins(bool iWithPlugin) const
 
 std::vector<PString> PTrial::registeredIds() const
 {
+    return registeredIds(true);
+}
+
+/// Those of the plugin, or of the other plugins.
+std::vector<PString> PTrial::registeredIds(bool iOwn) const
+{
     std::vector<PString> ids;
-    bool own = false;
+    bool wanted = false;
     for (const std::string& line : fCore->coreLog().lines())
     {
         std::string rest;
         if (_behind(line, "D Core [processPlugin][pg:", rest))
         {
-            own = rest.ends_with("/" + linkName());
+            const bool own = rest.ends_with("/" + linkName());
+            wanted = iOwn ? own : !own && rest.find("] library: ") != std::string::npos;
         }
-        else if (own && _behind(line, "D Core [processPlugin] Add interface ID: ", rest))
+        else if (wanted && _behind(line, "D Core [processPlugin] Add interface ID: ", rest))
         {
             ids.push_back(ixlaWide(rest));
         }
     }
     return ids;
+}
+
+std::map<std::string, IBase*> PTrial::initialiseOthers() const
+{
+    phase("initialising the other plugins");
+    std::map<std::string, IBase*> instances;
+    for (const PString& id : registeredIds(false))
+    {
+        IBase* instance = nullptr;
+        if (ixlaGetInstance(id, instance) == eIxlaOk && instance)
+        {
+            instances[ixlaNarrow(id)] = instance;
+        }
+    }
+    return instances;
 }
 
 std::vector<IBase*> PTrial::initialise()

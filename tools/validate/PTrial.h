@@ -9,6 +9,7 @@
 #include "testkit/PTestCore.h"
 #include "validate/PValidateOptions.h"
 
+#include <map>
 #include <string>
 #include <vector>
 
@@ -40,6 +41,10 @@ public:
     /// The interface IDs that the core registered for the plugin.
     std::vector<PString> registeredIds() const;
 
+    /// Requests every interface of the other plugins, as far as they can be initialised. Returns
+    /// borrowed instances.
+    std::map<std::string, IBase*> initialiseOthers() const;
+
     /// Requests every interface in turn, which initialises the plugin. A plugin without interfaces
     /// was initialised by the start of the core. Returns borrowed instances.
     std::vector<IBase*> initialise();
@@ -60,6 +65,7 @@ private:
     PLibrary* loadOrFail();
     [[noreturn]] void failInit(const std::string& iRequest) const;
     std::string linkName() const;
+    std::vector<PString> registeredIds(bool iOwn) const;
     void linkPlugins(bool iWithPlugin) const;
 
     const PValidateOptions& fOptions;

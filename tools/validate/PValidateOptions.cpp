@@ -51,6 +51,9 @@ void _addOptions(CLI::App& ioApp, PValidateOptions& oOptions)
     ioApp.add_option("--limit", oOptions.limit, "maximum seconds for each check (20)")
         ->type_name("SECONDS")
         ->check(_plain(CLI::Range(1, kLongestLimit)));
+    ioApp.add_option("--init-limit", oOptions.initLimit, "maximum seconds for init (5)")
+        ->type_name("SECONDS")
+        ->check(_plain(CLI::Range(1, kLongestLimit)));
     ioApp.add_option("--only", oOptions.only, "run only this check (see --list); repeatable")
         ->type_name("CHECK")
         ->allow_extra_args(false)

@@ -19,6 +19,7 @@ public:
     std::string pluginsDir;        ///< absolute; empty for none
     std::vector<std::string> only; ///< the checks to run; empty for all
     int limit = 20;                ///< seconds for each check
+    int initLimit = 5;             ///< seconds for init
     bool json = false;
     bool list = false;
 };

@@ -1,18 +1,39 @@
 // SPDX-License-Identifier: MIT
-// The check for threads, handles and mappings that remain after unloading.
+// The check for threads, handles, timers, temporary files and mappings that remain after unloading.
 
 #include "validate/PCheck.h"
 #include "validate/PProcessState.h"
 #include "validate/PTrial.h"
 
 #include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <ctime>
+#include <filesystem>
 #include <thread>
+
+namespace fs = std::filesystem;
 
 namespace
 {
-/// Excludes handles that a core without the plugin keeps open after its first stop.
+/// Starts the thread that the C library has for timers and keeps when they are deleted.
+void _startTimerThread()
+{
+    sigevent event = {};
+    event.sigev_notify = SIGEV_THREAD;
+    event.sigev_notify_function = [](sigval) {
+    };
+    timer_t timer = nullptr;
+    if (::timer_create(CLOCK_MONOTONIC, &event, &timer) == 0)
+    {
+        static_cast<void>(::timer_delete(timer)); // cannot fail
+    }
+}
+
+/// Excludes what a core without the plugin, and the C library, keep.
 PProcessState _stateAfterAnEmptyCore(const PTrial& iTrial)
 {
+    _startTimerThread();
     iTrial.phase("starting and stopping a core without the plugin");
     PTestCore core;
     core.start();
@@ -20,7 +41,7 @@ PProcessState _stateAfterAnEmptyCore(const PTrial& iTrial)
     return PProcessState::read();
 }
 
-/// The new threads and handles; waits a while for threads that are ending.
+/// The new threads, handles and timers; waits a while for threads that are ending.
 std::vector<std::string> _leftovers(const PProcessState& iBefore)
 {
     std::vector<std::string> left = PProcessState::read().since(iBefore);
@@ -41,22 +62,48 @@ std::string _joined(const std::vector<std::string>& iTexts)
     }
     return joined;
 }
+
+/// Adds the files in iDirectory, except for those of the test core.
+void _addFiles(const fs::path& iDirectory, const PTestCore& iCore,
+               std::vector<std::string>& ioTexts)
+{
+    for (const fs::directory_entry& entry : fs::directory_iterator(iDirectory))
+    {
+        if (entry.path().filename() != iCore.directory().filename())
+        {
+            ioTexts.push_back("temporary file " + entry.path().filename().string());
+        }
+    }
+}
+
+/// The names of temporary files begin with this directory from now on.
+void _useTemporary(const fs::path& iDirectory)
+{
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): no other thread is there yet
+    if (::setenv("TMPDIR", iDirectory.c_str(), 1) != 0)
+    {
+        throw PTestError("cannot set TMPDIR");
+    }
+}
 } // namespace
 
 PVerdict checkUnload(PTrial& ioTrial)
 {
+    const PTestDirectory temporary;
+    _useTemporary(temporary.path());
     const PProcessState before = _stateAfterAnEmptyCore(ioTrial);
     PTestCore& core = ioTrial.startCore(true, true);
     ioTrial.initialise();
     ioTrial.phase("stopping the core, which closes the library");
     core.stop();
     ioTrial.phase("looking for what is left");
-    const std::vector<std::string> left = _leftovers(before);
+    std::vector<std::string> left = _leftovers(before);
+    _addFiles(temporary.path(), core, left);
     if (!left.empty())
     {
         return PVerdict::fail("leaves behind: " + _joined(left),
-                              "join threads and close files when the core announces its exit, or "
-                              "in the destructors");
+                              "join threads, close and remove files and delete timers when the "
+                              "core announces its exit, or in the destructors");
     }
     if (PProcessState::isMapped(ioTrial.options().plugin))
     {

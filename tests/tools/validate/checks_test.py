@@ -11,10 +11,20 @@ from concurrent.futures import ThreadPoolExecutor
 
 PROGRAM, PLUGINS = (os.path.abspath(path) for path in sys.argv[1:3])
 
-# The plugin, the flaw, the check that finds it, and its message.
+# The plugin, the flaw, the check that finds it, its message, and options.
 FLAWS = [
+    ('leftover', 'thread', 'unload', 'leaves behind: thread '),
+    ('leftover', 'descriptor', 'unload', '(/dev/zero)'),
+    ('leftover', 'timer descriptor', 'unload', '(anon_inode:[timerfd])'),
+    ('leftover', 'alarm', 'unload', 'timer real (setitimer)'),
+    ('leftover', 'file', 'unload', 'temporary file leftover.tmp'),
+    ('slow_init', 'slow', 'init-time', 'init took ', '--init-limit', '1'),
     ('listener', 'subscribed', 'listeners', 'stays subscribed to "test.removed"'),
 ]
+
+# Some kernels do not list these timers.
+if os.path.exists('/proc/self/timers'):
+    FLAWS.append(('leftover', 'timer', 'unload', '(timer_create)'))
 
 
 def checks_of(plugin, flaw, *options):
@@ -28,8 +38,8 @@ def checks_of(plugin, flaw, *options):
 
 class Checks(unittest.TestCase):
 
-    def expect_flaw(self, plugin, flaw, check, text):
-        found = [each for each in checks_of(plugin, flaw) if each['result'] != 'pass']
+    def expect_flaw(self, plugin, flaw, check, text, *options):
+        found = [each for each in checks_of(plugin, flaw, *options) if each['result'] != 'pass']
         self.assertEqual([(check, 'fail')], [(each['name'], each['result']) for each in found],
                          (plugin, flaw, found))
         self.assertIn(text, found[0]['reason'])

@@ -16,8 +16,8 @@ from concurrent.futures import ThreadPoolExecutor
 
 PROGRAM, FLAWED, EXAMPLES, PLUGINS = (os.path.abspath(path) for path in sys.argv[1:5])
 
-CHECKS = ['file', 'loads', 'factory', 'counts', 'interfaces', 'init', 'unknown-id', 'threads',
-          'listeners', 'stop', 'unload']
+CHECKS = ['file', 'loads', 'factory', 'counts', 'interfaces', 'init', 'init-time', 'unknown-id',
+          'threads', 'listeners', 'stop', 'unload']
 
 # The flaw, the check that finds it, and its message.
 QUICK_FLAWS = [
@@ -209,6 +209,7 @@ class CommandLine(unittest.TestCase):
 
     def test_wrong_arguments_are_refused(self):
         for arguments in ([], ['--what'], ['--limit', '0', FLAWED], ['--limit', 'x', FLAWED],
+                          ['--init-limit', '0', FLAWED],
                           ['--only', 'nothing', FLAWED], ['--config-dir', '/nowhere', FLAWED],
                           ['--plugins', '/etc/passwd', FLAWED], [FLAWED, 'another']):
             with self.subTest(arguments=arguments):
