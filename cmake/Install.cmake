@@ -22,13 +22,6 @@ function(ixlal_install_program target directory)
     set_property(GLOBAL APPEND PROPERTY IXLAL_PROGRAMS $<TARGET_FILE:${target}>)
 endfunction()
 
-# ixlal_install_plugin(TARGET): installs a plugin in lib/ixlal/plugins. The host that opens it has
-# already loaded the libraries that it needs.
-function(ixlal_install_plugin target)
-    install(TARGETS ${target} DESTINATION lib/ixlal/plugins COMPONENT ixlal-tools)
-    set_property(GLOBAL APPEND PROPERTY IXLAL_PROGRAMS $<TARGET_FILE:${target}>)
-endfunction()
-
 # ixlal_install_script(LINK HOME FILES...): installs the files of a Python tool and the link to it.
 function(ixlal_install_script link home)
     get_filename_component(name ${link} NAME)

@@ -222,19 +222,36 @@ TEXT
     grep -qx 'ticks: 3600' "$log" || fail "the timer does not fire in virtual time"
 }
 
-# ixla-config of the prefix reads the declared keys of a plugin that was built with the prefix, also
-# without its symbols.
-check_keys() {
-    local project=$2/keyed
-    make_plugin "$project" keyed LINK ixlal::sdk
-    quietly build_project "$project" "$1" -DCMAKE_BUILD_TYPE=Release
+# A plugin with declared keys is installed in the standard directory, with its configuration, below
+# any prefix. ixla-config reads its keys there, also without its symbols, and a host starts it.
+check_directory() {
+    local prefix=$1 project=$2/keyed moved=$2/keyed/moved
+    make_plugin "$project" keyed LINK ixlal::sdk CONFIG ixlap.configmanager.prs keyed.prs
+    # shellcheck disable=SC2016 # a variable of CMake
+    printf 'message(STATUS "directory: ${ixlal_PLUGIN_DIR}")\n' >>"$project/CMakeLists.txt"
+    printf 'com.example.keyed = keyed.prs\n' >"$project/ixlap.configmanager.prs"
+    printf 'size = 7\n' >"$project/keyed.prs"
+    quietly build_project "$project" "$prefix" -DCMAKE_BUILD_TYPE=Release
+    grep -qxF -- "-- directory: $prefix/lib/ixlal/plugins" "$log" ||
+        fail "the CMake package names another directory of plugins"
+    [ "$(realpath -m "$(pkg-config --variable=plugindir ixlal)")" = "$prefix/lib/ixlal/plugins" ] ||
+        fail "ixlal.pc names another directory of plugins"
     exports_factory_alone "$project/build/libkeyed.so"
-    strip --strip-all "$project/build/libkeyed.so"
-    cd "$project"
-    quietly "$1/bin/ixla-config" --plugins build describe com.example.keyed
+
+    quietly cmake --install "$project/build" --prefix "$project/first" --strip
+    mv "$project/first" "$moved"
+    (cd "$moved" && find . -type f | sort) | diff - <(printf '%s\n' \
+        ./etc/ixlal/keyed/{ixlap.configmanager,keyed}.prs ./lib/ixlal/plugins/libkeyed.so) ||
+        fail "a plugin is installed elsewhere"
+    quietly "$prefix/bin/ixla-config" --plugins "$moved/lib/ixlal/plugins" describe com.example.keyed
     grep -qF 'number from 1 to 10 (m); default: 5; changes at run time' "$log" ||
         fail "ixla-config does not describe the keys of a plugin"
-    cd "$root"
+    quietly "$prefix/bin/ixla-host" core.plugins.dir="$moved/lib/ixlal/plugins" \
+        core.plugins.config.dir="$moved/etc/ixlal/keyed" core.plugins.log.dir="$project/log" \
+        --require com.example.keyed --seconds 0
+    DESTDIR=$project/staged quietly cmake --install "$project/build" --prefix /usr
+    [ -f "$project/staged/etc/ixlal/keyed/keyed.prs" ] ||
+        fail "the configuration of a plugin in /usr is not in /etc"
 }
 
 # check_prefix PREFIX DIRECTORY: builds the projects in the directory.
@@ -248,7 +265,7 @@ check_prefix() {
     check_control "$1" "$2"
     check_new_plugin "$1" "$2"
     check_timer "$1" "$2"
-    check_keys "$1" "$2"
+    check_directory "$1" "$2"
 }
 
 # Mistakes that the functions of the CMake package prevent.

@@ -5,10 +5,16 @@
 
 #include <string>
 
+template <class T> struct Shared
+{
+    static T sValue; // a unique symbol, which would keep the library loaded
+};
+template <class T> T Shared<T>::sValue{};
+
 IXLA_EXPORT std::string second()
 {
     static std::string sText = "more";
-    return sText;
+    return sText + Shared<std::string>::sValue;
 }
 
 IPlugin* ixlaGetPlugin()
