@@ -7,6 +7,7 @@ import shutil
 import subprocess
 import tempfile
 from base64 import b64encode
+from contextlib import contextmanager
 from html import escape, unescape
 from pathlib import Path
 
@@ -55,14 +56,30 @@ for (const sheet of document.styleSheets)
 </script>"""
 
 
+def command(profile, *arguments):
+    """The command of a browser with an empty profile."""
+    return [BROWSER, "--headless", "--no-sandbox", "--disable-gpu", "--disable-quic",
+            "--no-first-run", "--disable-background-networking", "--disable-component-update",
+            "--disable-sync", "--hide-scrollbars", f"--user-data-dir={profile}", *arguments]
+
+
 def browse(*arguments):
     """What the browser prints."""
     with tempfile.TemporaryDirectory() as profile:
-        return subprocess.run(
-            [BROWSER, "--headless", "--no-sandbox", "--disable-gpu", "--disable-quic",
-             "--no-first-run", "--disable-background-networking", "--disable-component-update",
-             "--disable-sync", "--hide-scrollbars", f"--user-data-dir={profile}", *arguments],
-            check=True, capture_output=True, timeout=100).stdout.decode()
+        return subprocess.run(command(profile, *arguments), check=True, capture_output=True,
+                              timeout=100).stdout.decode()
+
+
+@contextmanager
+def running(address):
+    """A browser that shows an address until the block ends."""
+    with tempfile.TemporaryDirectory(ignore_cleanup_errors=True) as profile:
+        with subprocess.Popen(command(profile, address), stdout=subprocess.DEVNULL,
+                              stderr=subprocess.DEVNULL) as browser:
+            try:
+                yield
+            finally:
+                browser.terminate()
 
 
 def measure(page, script):
