@@ -7,6 +7,7 @@
 
 #include <array>
 #include <fcntl.h>
+#include <string>
 #include <system_error>
 
 /// Started programs do not inherit the ends.
@@ -16,6 +17,22 @@ public:
     /// Throws std::system_error.
     PPipe() : PPipe(open())
     {
+    }
+
+    /// Everything until the last writing end is closed.
+    std::string readToEnd() const
+    {
+        std::string text;
+        std::array<char, 4096> buffer;
+        for (;;)
+        {
+            const ssize_t count = ::read(reading.get(), buffer.data(), buffer.size());
+            if (count == 0 || (count < 0 && errno != EINTR))
+            {
+                return text;
+            }
+            text.append(buffer.data(), static_cast<std::size_t>(count > 0 ? count : 0));
+        }
     }
 
     PFileDescriptor reading;

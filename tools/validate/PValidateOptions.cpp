@@ -6,8 +6,10 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <filesystem>
 #include <iostream>
+#include <thread>
 
 namespace
 {
@@ -16,10 +18,12 @@ constexpr char kExamples[] = R"(Examples:
   ixla-validate --config-dir config --plugins build/plugins build/libgreeter.so
   ixla-validate --only unload --limit 60 build/libgreeter.so
   ixla-validate --json build/libgreeter.so > greeter.json
+  ixla-validate build/plugins greeter_1.0_i386.deb
 
 Exit code: 0 every check passed, 1 a check failed or standard output not written, 2 usage.)";
 
 constexpr int kLongestLimit = 86400;
+constexpr int kMostJobs = 1024;
 
 /// The validator without its addition to the help.
 CLI::Validator _plain(CLI::Validator iValidator)
@@ -39,7 +43,10 @@ std::vector<std::string> _checkNames()
 
 void _addOptions(CLI::App& ioApp, PValidateOptions& oOptions)
 {
-    ioApp.add_option("PLUGIN", oOptions.given, "the plugin library")->type_name("");
+    ioApp
+        .add_option("PLUGIN", oOptions.arguments,
+                    "plugin libraries, directories of them, and Debian packages")
+        ->type_name("");
     ioApp
         .add_option("--config-dir", oOptions.configDir,
                     "configuration files for the plugin; copied, never changed")
@@ -54,6 +61,11 @@ void _addOptions(CLI::App& ioApp, PValidateOptions& oOptions)
     ioApp.add_option("--init-limit", oOptions.initLimit, "maximum seconds for init (5)")
         ->type_name("SECONDS")
         ->check(_plain(CLI::Range(1, kLongestLimit)));
+    ioApp
+        .add_option("--jobs", oOptions.jobs,
+                    "libraries to validate at the same time (number of processors)")
+        ->type_name("N")
+        ->check(_plain(CLI::Range(1, kMostJobs)));
     ioApp.add_option("--only", oOptions.only, "run only this check (see --list); repeatable")
         ->type_name("CHECK")
         ->allow_extra_args(false)
@@ -66,16 +78,16 @@ void _addOptions(CLI::App& ioApp, PValidateOptions& oOptions)
 
 bool PValidateOptions::parse(int iCount, char** iArguments, int& oExitCode)
 {
-    CLI::App app(
-        "Checks whether a plugin library fulfils the contract of the core, each check in a "
-        "separate process.",
-        "ixla-validate");
+    CLI::App app("Checks whether plugin libraries fulfil the contract of the core, each check in a "
+                 "separate process.",
+                 "ixla-validate");
     app.footer(kExamples);
     _addOptions(app, *this);
+    jobs = std::max(1U, std::thread::hardware_concurrency());
     try
     {
         app.parse(iCount, iArguments);
-        if (given.empty() && !list)
+        if (arguments.empty() && !list)
         {
             throw CLI::RequiredError("PLUGIN");
         }
@@ -94,10 +106,18 @@ bool PValidateOptions::parse(int iCount, char** iArguments, int& oExitCode)
         oExitCode = asked ? eExitPassed : eExitUsage;
         return false;
     }
-    plugin = given;
-    for (std::string* path : {&plugin, &configDir, &pluginsDir})
+    for (std::string* path : {&configDir, &pluginsDir})
     {
         *path = path->empty() ? "" : std::filesystem::absolute(*path).string();
     }
     return true;
+}
+
+PValidateOptions PValidateOptions::of(const PSubject& iSubject) const
+{
+    PValidateOptions options = *this;
+    options.given = iSubject.given;
+    options.plugin = iSubject.path;
+    options.pluginsDir = pluginsDir.empty() ? iSubject.pluginsDir : pluginsDir;
+    return options;
 }

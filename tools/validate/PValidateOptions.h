@@ -3,6 +3,8 @@
 #ifndef IXLAL_TOOLS_PVALIDATEOPTIONS_H
 #define IXLAL_TOOLS_PVALIDATEOPTIONS_H
 
+#include "validate/PSubject.h"
+
 #include <string>
 #include <vector>
 
@@ -13,13 +15,18 @@ public:
     /// oExitCode.
     bool parse(int iCount, char** iArguments, int& oExitCode);
 
-    std::string given;             ///< the plugin as given
-    std::string plugin;            ///< its absolute path
-    std::string configDir;         ///< absolute; empty for none
-    std::string pluginsDir;        ///< absolute; empty for none
-    std::vector<std::string> only; ///< the checks to run; empty for all
-    int limit = 20;                ///< seconds for each check
-    int initLimit = 5;             ///< seconds for init
+    /// The same options for one library.
+    PValidateOptions of(const PSubject& iSubject) const;
+
+    std::vector<std::string> arguments; ///< libraries, directories and packages
+    std::string given;                  ///< the library, as reports name it
+    std::string plugin;                 ///< its absolute path
+    std::string configDir;              ///< absolute; empty for none
+    std::string pluginsDir;             ///< absolute; empty for none
+    std::vector<std::string> only;      ///< the checks to run; empty for all
+    int limit = 20;                     ///< seconds for each check
+    int initLimit = 5;                  ///< seconds for init
+    std::size_t jobs = 1;               ///< libraries at the same time
     bool json = false;
     bool list = false;
 };

@@ -1,38 +1,36 @@
 // SPDX-License-Identifier: MIT
-// PValidation: runs the checks and reports their results.
+// PValidation: runs the checks of one library.
 #ifndef IXLAL_TOOLS_PVALIDATION_H
 #define IXLAL_TOOLS_PVALIDATION_H
 
 #include "testkit/PTestDirectory.h"
 #include "validate/PCheck.h"
+#include "validate/PLibraryResult.h"
 #include "validate/PValidateOptions.h"
 
-#include <nlohmann/json.hpp>
-
+#include <functional>
 #include <set>
 #include <string>
 
 class PValidation
 {
 public:
-    explicit PValidation(const PValidateOptions& iOptions);
+    /// Called with each result, as soon as it is there.
+    typedef std::function<void(const PCheckResult& iResult)> Listener;
 
-    /// Runs the selected checks. Returns whether all of them passed.
-    bool run();
+    PValidation(const PValidateOptions& iOptions, const Listener& iListener);
+
+    /// Runs the selected checks.
+    PLibraryResult run();
 
 private:
     bool isWanted(const PCheck& iCheck) const;
-    void runCheck(const PCheck& iCheck);
-    void report(const PCheck& iCheck, const std::string& iResult, const PVerdict& iVerdict,
-                double iSeconds);
-    void conclude() const;
+    PCheckResult runCheck(const PCheck& iCheck) const;
 
     const PValidateOptions& fOptions;
+    const Listener fListener;
     const PTestDirectory fScratch;
     std::set<std::string> fMissing; ///< checks that failed or were skipped
-    int fRun = 0;
-    int fFailed = 0;
-    nlohmann::ordered_json fReport;
 };
 
 #endif

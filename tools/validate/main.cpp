@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-// ixla-validate: checks whether a plugin library fulfils the contract of the core.
+// ixla-validate: checks whether plugin libraries fulfil the contract of the core.
 
 #include "shared/PStandardOutput.h"
 #include "validate/EExitCode.h"
 #include "validate/PCheck.h"
-#include "validate/PValidation.h"
+#include "validate/PSession.h"
 
 #include <exception>
 #include <iomanip>
@@ -36,7 +36,7 @@ int _main(int iCount, char** iArguments)
             _listChecks();
             return eExitPassed;
         }
-        return PValidation(options).run() ? eExitPassed : eExitFailed;
+        return PSession(options).run();
     }
     catch (const std::exception& problem)
     {

@@ -7,8 +7,11 @@
 #include <cstring>
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <filesystem>
+#include <fstream>
 #include <memory>
 #include <stdexcept>
+#include <string>
 #include <thread>
 #include <unistd.h>
 
@@ -20,6 +23,17 @@ bool _has(const char* iFlaw)
 {
     const char* const flaw = std::getenv("FLAW");
     return flaw && std::strcmp(flaw, iFlaw) == 0;
+}
+
+/// Waits until another process with this plugin waits too. Each leaves a file in MEETING.
+void _meetAnother()
+{
+    const std::filesystem::path place = std::getenv("MEETING");
+    std::ofstream(place / std::to_string(::getpid())).flush();
+    while (std::distance(std::filesystem::directory_iterator(place), {}) < 2)
+    {
+        ::usleep(1000);
+    }
 }
 
 class Service : public PService<IBase>
@@ -38,6 +52,10 @@ public:
         if (_has("hang in init"))
         {
             ::pause();
+        }
+        if (_has("meets another"))
+        {
+            _meetAnother();
         }
         if (_has("noise"))
         {

@@ -116,7 +116,7 @@ class Files(unittest.TestCase):
 
     def test_a_file_that_is_not_a_library_is_reported(self):
         self.expect('FAIL  file        No such file or directory', '/nowhere/lib.so')
-        self.expect('is not a regular file', '/tmp')
+        self.expect('is not a regular file', '/dev/null')
         self.expect('it does not start with an ELF header', __file__)
         self.expect('not a shared library', PROGRAM.replace(PROGRAM, self.object_file()))
 
@@ -211,7 +211,8 @@ class CommandLine(unittest.TestCase):
         for arguments in ([], ['--what'], ['--limit', '0', FLAWED], ['--limit', 'x', FLAWED],
                           ['--init-limit', '0', FLAWED],
                           ['--only', 'nothing', FLAWED], ['--config-dir', '/nowhere', FLAWED],
-                          ['--plugins', '/etc/passwd', FLAWED], [FLAWED, 'another']):
+                          ['--plugins', '/etc/passwd', FLAWED], ['--jobs', '0', FLAWED],
+                          ['--jobs', 'x', FLAWED]):
             with self.subTest(arguments=arguments):
                 result = run(*arguments)
                 self.assertEqual(2, result.returncode, result.stdout)
