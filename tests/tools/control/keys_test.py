@@ -179,7 +179,7 @@ class Completion(Keys):
                               f"ixla-ctl.fish'; complete -C 'ixla-ctl {line}' | cut -f 1")
         self.assertEqual({"com.example.greeter", ID, "com.example.ui"}, set(fish("get ")))
         self.assertEqual(set(KEYS), set(fish(f"set {ID} ")))
-        self.assertEqual(["delay"], fish(f"--socket {self.path} explain {ID} de"))
+        self.assertEqual(["delay"], fish(f'--socket "{self.path}" explain {ID} de'))
         self.assertEqual([], fish(f"describe {ID} "))
 
     def test_of_zsh(self):
