@@ -7,7 +7,8 @@ enum EExitCode
 {
     eExitPassed = 0,
     eExitFailed = 1,
-    eExitUsage = 2
+    eExitUsage = 2,
+    eExitFile = 4 ///< a report or baseline cannot be written or read
 };
 
 #endif

@@ -11,7 +11,8 @@ struct PCheckResult
     {
         ePass,
         eFail,
-        eSkip ///< the check did not run
+        eSkip, ///< the check did not run
+        eKnown ///< it failed with a finding of the baseline
     };
 
     std::string check;
@@ -19,6 +20,8 @@ struct PCheckResult
     std::string reason; ///< the finding, if it failed
     std::string advice; ///< how to fix it; empty for none
     double seconds = 0;
+    std::string source;    ///< the source file of the finding; empty if it is not known
+    unsigned int line = 0; ///< in the source file; 0 if it is not known
 };
 
 #endif

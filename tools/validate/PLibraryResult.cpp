@@ -6,10 +6,11 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <set>
 
 namespace
 {
-const std::array<std::string, 3> kOutcomes = {"pass", "fail", "skip"};
+const std::array<std::string, 4> kOutcomes = {"pass", "fail", "skip", "known"};
 
 PCheckResult::EOutcome _outcomeOf(const std::string& iText)
 {
@@ -28,17 +29,33 @@ bool PLibraryResult::passed() const
     return count(PCheckResult::eFail) == 0;
 }
 
+std::size_t PLibraryResult::count() const
+{
+    std::set<std::string> names;
+    for (const PCheckResult& check : checks)
+    {
+        names.insert(check.check);
+    }
+    return names.size();
+}
+
 std::size_t PLibraryResult::count(PCheckResult::EOutcome iOutcome) const
 {
-    return static_cast<std::size_t>(std::count_if(checks.begin(), checks.end(),
-                                                  [&](const PCheckResult& iCheck)
-                                                  { return iCheck.outcome == iOutcome; }));
+    std::set<std::string> names;
+    for (const PCheckResult& check : checks)
+    {
+        if (check.outcome == iOutcome)
+        {
+            names.insert(check.check);
+        }
+    }
+    return names.size();
 }
 
 PLibraryResult PLibraryResult::failed(const std::string& iGiven, const std::string& iReason,
                                       const std::string& iAdvice)
 {
-    return {iGiven, {{"file", PCheckResult::eFail, iReason, iAdvice, 0}}};
+    return {iGiven, {{"file", PCheckResult::eFail, iReason, iAdvice, 0, "", 0}}};
 }
 
 nlohmann::ordered_json PLibraryResult::toJson() const
@@ -47,11 +64,17 @@ nlohmann::ordered_json PLibraryResult::toJson() const
     json["checks"] = nlohmann::ordered_json::array();
     for (const PCheckResult& check : checks)
     {
-        json["checks"].push_back({{"name", check.check},
-                                  {"result", kOutcomes[check.outcome]},
-                                  {"reason", check.reason},
-                                  {"advice", check.advice},
-                                  {"seconds", _rounded(check.seconds)}});
+        nlohmann::ordered_json each = {{"name", check.check},
+                                       {"result", kOutcomes[check.outcome]},
+                                       {"reason", check.reason},
+                                       {"advice", check.advice},
+                                       {"seconds", _rounded(check.seconds)}};
+        if (!check.source.empty())
+        {
+            each["source"] = check.source;
+            each["line"] = check.line;
+        }
+        json["checks"].push_back(each);
     }
     return json;
 }
@@ -66,7 +89,8 @@ PLibraryResult PLibraryResult::ofJson(const std::string& iText)
         result.checks.push_back(
             {check.at("name").get<std::string>(), _outcomeOf(check.at("result").get<std::string>()),
              check.at("reason").get<std::string>(), check.at("advice").get<std::string>(),
-             check.at("seconds").get<double>()});
+             check.at("seconds").get<double>(), check.value("source", ""),
+             check.value("line", 0U)});
     }
     return result;
 }

@@ -18,6 +18,9 @@ struct PLibraryResult
     /// Whether no check failed.
     bool passed() const;
 
+    /// The number of checks. A check may have several findings.
+    std::size_t count() const;
+
     /// The number of checks with this outcome.
     std::size_t count(PCheckResult::EOutcome iOutcome) const;
 

@@ -4,8 +4,10 @@
 #include "helpers/Text.h"
 #include "shared/ToolTexts.h"
 #include "validate/EExitCode.h"
+#include "validate/JunitReport.h"
 #include "validate/PParallelRun.h"
 #include "validate/PValidation.h"
+#include "validate/SarifReport.h"
 #include "validate/TextReport.h"
 
 #include <nlohmann/json.hpp>
@@ -16,7 +18,11 @@
 PSession::PSession(const PValidateOptions& iOptions)
     : fOptions(iOptions),
       fIsSingle(iOptions.arguments.size() == 1 &&
-                PSubjectSearch::isLibrary(iOptions.arguments.front()))
+                PSubjectSearch::isLibrary(iOptions.arguments.front())),
+      fBaseline(iOptions.baseline),
+      fJunit(iOptions.junit),
+      fSarif(iOptions.sarif),
+      fNewBaseline(iOptions.writeBaseline)
 {
 }
 
@@ -36,10 +42,8 @@ int PSession::run()
         runAll();
     }
     conclude();
-    return std::all_of(fResults.begin(), fResults.end(),
-                       [](const PLibraryResult& iResult) { return iResult.passed(); })
-               ? eExitPassed
-               : eExitFailed;
+    writeFiles();
+    return fNewBaseline || passed() ? eExitPassed : eExitFailed;
 }
 
 void PSession::runOne(const PSubject& iSubject)
@@ -50,10 +54,11 @@ void PSession::runOne(const PSubject& iSubject)
                            {
                                if (!fOptions.json)
                                {
-                                   std::cout << linesOf(iResult) << std::flush;
+                                   std::cout << linesOf(judged(fOptions.arguments.front(), iResult))
+                                             << std::flush;
                                }
                            });
-    fResults.push_back(validation.run());
+    add(validation.run());
     if (!fOptions.json)
     {
         std::cout << conclusionOf(fResults.back());
@@ -64,18 +69,34 @@ void PSession::runAll()
 {
     const auto report = [this](const PLibraryResult& iResult)
     {
-        fResults.push_back(iResult);
+        add(iResult);
         if (fOptions.json)
         {
             return;
         }
-        for (const PCheckResult& check : iResult.checks)
+        for (const PCheckResult& check : fResults.back().checks)
         {
             std::cout << linesOf(check);
         }
-        std::cout << conclusionOf(iResult) << '\n' << std::flush;
+        std::cout << conclusionOf(fResults.back()) << '\n' << std::flush;
     };
     PParallelRun(fOptions).run(fSearch.found(), report);
+}
+
+void PSession::add(const PLibraryResult& iResult)
+{
+    fResults.push_back(iResult);
+    for (PCheckResult& check : fResults.back().checks)
+    {
+        check = judged(iResult.given, check);
+    }
+}
+
+PCheckResult PSession::judged(const std::string& iLibrary, const PCheckResult& iResult)
+{
+    PCheckResult result = iResult;
+    fBaseline.apply(iLibrary, result);
+    return result;
 }
 
 void PSession::conclude() const
@@ -90,24 +111,58 @@ void PSession::conclude() const
     {
         std::cout << shownText(ixlaWide(file)) << ": skipped, it exports no ixlaGetPlugin\n";
     }
+    for (const std::string& finding : fBaseline.gone(fResults))
+    {
+        std::cout << "no longer found: " << shownText(ixlaWide(finding)) << '\n';
+    }
     if (!fIsSingle)
     {
         std::cout << summaryOf(fResults);
     }
 }
 
+void PSession::writeFiles()
+{
+    if (fJunit)
+    {
+        fJunit.write(junitOf(fResults));
+    }
+    if (fSarif)
+    {
+        fSarif.write(sarifOf(fResults));
+    }
+    if (fNewBaseline)
+    {
+        fNewBaseline.write(PBaseline::textOf(fResults));
+    }
+}
+
+bool PSession::passed() const
+{
+    return std::all_of(fResults.begin(), fResults.end(),
+                       [](const PLibraryResult& iResult) { return iResult.passed(); });
+}
+
 nlohmann::ordered_json PSession::toJson() const
 {
+    nlohmann::ordered_json json;
     if (fIsSingle)
     {
-        return fResults.front().toJson();
+        json = fResults.front().toJson();
     }
-    nlohmann::ordered_json plugins = nlohmann::ordered_json::array();
-    bool passed = true;
-    for (const PLibraryResult& result : fResults)
+    else
     {
-        plugins.push_back(result.toJson());
-        passed = passed && result.passed();
+        json["passed"] = passed();
+        json["plugins"] = nlohmann::ordered_json::array();
+        for (const PLibraryResult& result : fResults)
+        {
+            json["plugins"].push_back(result.toJson());
+        }
+        json["skipped"] = fSearch.skipped();
     }
-    return {{"passed", passed}, {"plugins", plugins}, {"skipped", fSearch.skipped()}};
+    if (!fOptions.baseline.empty())
+    {
+        json["gone"] = fBaseline.gone(fResults);
+    }
+    return json;
 }

@@ -18,9 +18,11 @@ constexpr char kExamples[] = R"(Examples:
   ixla-validate --config-dir config --plugins build/plugins build/libgreeter.so
   ixla-validate --only unload --limit 60 build/libgreeter.so
   ixla-validate --json build/libgreeter.so > greeter.json
+  ixla-validate --junit result.xml --sarif result.sarif --baseline known.txt build/plugins
   ixla-validate build/plugins greeter_1.0_i386.deb
 
-Exit code: 0 every check passed, 1 a check failed or standard output not written, 2 usage.)";
+Exit code: 0 every check passed, 1 a check failed or standard output not written, 2 usage,
+4 a report or baseline cannot be written or read.)";
 
 constexpr int kLongestLimit = 86400;
 constexpr int kMostJobs = 1024;
@@ -39,6 +41,20 @@ std::vector<std::string> _checkNames()
         names.emplace_back(check.name);
     }
     return names;
+}
+
+void _addFiles(CLI::App& ioApp, PValidateOptions& oOptions)
+{
+    ioApp.add_option("--junit", oOptions.junit, "write the results as JUnit XML")
+        ->type_name("FILE");
+    ioApp.add_option("--sarif", oOptions.sarif, "write the findings as SARIF 2.1.0")
+        ->type_name("FILE");
+    ioApp.add_option("--baseline", oOptions.baseline, "accept the findings in this file")
+        ->type_name("FILE");
+    ioApp
+        .add_option("--write-baseline", oOptions.writeBaseline,
+                    "write the findings to this file, and accept them")
+        ->type_name("FILE");
 }
 
 void _addOptions(CLI::App& ioApp, PValidateOptions& oOptions)
@@ -83,6 +99,7 @@ bool PValidateOptions::parse(int iCount, char** iArguments, int& oExitCode)
                  "ixla-validate");
     app.footer(kExamples);
     _addOptions(app, *this);
+    _addFiles(app, *this);
     jobs = std::max(1U, std::thread::hardware_concurrency());
     try
     {

@@ -27,6 +27,10 @@ public:
     int limit = 20;                     ///< seconds for each check
     int initLimit = 5;                  ///< seconds for init
     std::size_t jobs = 1;               ///< libraries at the same time
+    std::string junit;                  ///< files; empty for none
+    std::string sarif;
+    std::string baseline;
+    std::string writeBaseline;
     bool json = false;
     bool list = false;
 };

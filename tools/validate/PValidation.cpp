@@ -42,11 +42,16 @@ PCheckResult PValidation::runCheck(const PCheck& iCheck) const
     if (iCheck.needs && fMissing.count(iCheck.needs) > 0)
     {
         const std::string reason = "needs the check \"" + std::string(iCheck.needs) + "\"";
-        return {iCheck.name, PCheckResult::eSkip, reason, "", 0};
+        return {iCheck.name, PCheckResult::eSkip, reason, "", 0, "", 0};
     }
     const auto begin = std::chrono::steady_clock::now();
     const PVerdict verdict = PCheckProcess(iCheck, fOptions, fScratch.path().string()).wait();
     const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - begin;
-    return {iCheck.name, verdict.passed ? PCheckResult::ePass : PCheckResult::eFail, verdict.reason,
-            verdict.advice, taken.count()};
+    return {iCheck.name,
+            verdict.passed ? PCheckResult::ePass : PCheckResult::eFail,
+            verdict.reason,
+            verdict.advice,
+            taken.count(),
+            "",
+            0};
 }

@@ -12,7 +12,7 @@ namespace
 {
 constexpr std::size_t kResultWidth = 6;
 constexpr std::size_t kNameWidth = 12;
-constexpr std::array<const char*, 3> kOutcomes = {"pass", "FAIL", "skip"};
+constexpr std::array<const char*, 4> kOutcomes = {"pass", "FAIL", "skip", "known"};
 
 /// The text with blanks at its end.
 std::string _padded(std::string iText, std::size_t iWidth)
@@ -54,14 +54,15 @@ std::string linesOf(const PCheckResult& iResult)
 
 std::string conclusionOf(const PLibraryResult& iResult)
 {
-    const std::string checks = _counted(iResult.checks.size(), "check", "checks");
+    const std::string checks = _counted(iResult.count(), "check", "checks");
     const std::size_t skipped = iResult.count(PCheckResult::eSkip);
     std::string text = shownText(ixlaWide(iResult.given)) + ": ";
-    if (iResult.passed())
-    {
-        return text + checks + " passed\n";
-    }
-    text += std::to_string(iResult.count(PCheckResult::eFail)) + " of " + checks + " failed";
+    const std::size_t known = iResult.count(PCheckResult::eKnown);
+    text += iResult.passed()
+                ? (known > 0 ? std::to_string(iResult.count(PCheckResult::ePass)) + " of " : "") +
+                      checks + " passed"
+                : std::to_string(iResult.count(PCheckResult::eFail)) + " of " + checks + " failed";
+    text += known > 0 ? ", " + std::to_string(known) + " with known findings" : "";
     return text + (skipped > 0 ? ", " + std::to_string(skipped) + " skipped" : "") + "\n";
 }
 

@@ -5,6 +5,7 @@
 #include "validate/EExitCode.h"
 #include "validate/PCheck.h"
 #include "validate/PSession.h"
+#include "validate/PValidateError.h"
 
 #include <exception>
 #include <iomanip>
@@ -37,6 +38,11 @@ int _main(int iCount, char** iArguments)
             return eExitPassed;
         }
         return PSession(options).run();
+    }
+    catch (const PValidateError& problem)
+    {
+        std::cerr << "ixla-validate: " << problem.what() << '\n';
+        return problem.exitCode();
     }
     catch (const std::exception& problem)
     {
