@@ -19,6 +19,7 @@ const std::vector<PCheck>& allChecks()
          &checkThreads},
         {"listeners", "leaves no listener subscribed when the core has stopped", "init",
          &checkListeners},
+        {"references", "drops every reference that it takes, once", "init", &checkReferences},
         {"stop", "lets the core stop in time", "init", &checkStop},
         {"unload", "leaves no threads, handles, timers, temporary files or mapped library", "init",
          &checkUnload},

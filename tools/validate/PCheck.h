@@ -39,5 +39,6 @@ PVerdict checkUnload(PTrial& ioTrial);
 // In files of their names.
 PVerdict checkInitTime(PTrial& ioTrial);
 PVerdict checkListeners(PTrial& ioTrial);
+PVerdict checkReferences(PTrial& ioTrial);
 
 #endif

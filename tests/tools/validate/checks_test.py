@@ -18,6 +18,15 @@ FLAWS = [
     ('leftover', 'timer descriptor', 'unload', '(anon_inode:[timerfd])'),
     ('leftover', 'alarm', 'unload', 'timer real (setitimer)'),
     ('leftover', 'file', 'unload', 'temporary file leftover.tmp'),
+    ('reference', 'leaked dispatcher', 'references', 'leaks 1 reference to the event dispatcher'),
+    ('reference', 'leaked configuration', 'references',
+     'leaks 1 reference to the configuration manager'),
+    ('reference', 'leaked service', 'references', 'leaks 1 reference to its own "test.reference"'),
+    # In other checks these destroy an object that is used later.
+    ('reference', 'dropped logger', 'references', 'drops the logger once too often',
+     '--only', 'references'),
+    ('reference', 'dropped service', 'references',
+     'drops its own "test.reference" once too often', '--only', 'references'),
     ('slow_init', 'slow', 'init-time', 'init took ', '--init-limit', '1'),
     ('listener', 'subscribed', 'listeners', 'stays subscribed to "test.removed"'),
 ]

@@ -17,7 +17,7 @@ from concurrent.futures import ThreadPoolExecutor
 PROGRAM, FLAWED, EXAMPLES, PLUGINS = (os.path.abspath(path) for path in sys.argv[1:5])
 
 CHECKS = ['file', 'loads', 'factory', 'counts', 'interfaces', 'init', 'init-time', 'unknown-id',
-          'threads', 'listeners', 'stop', 'unload']
+          'threads', 'listeners', 'references', 'stop', 'unload']
 
 # The flaw, the check that finds it, and its message.
 QUICK_FLAWS = [
