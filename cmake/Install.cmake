@@ -4,9 +4,11 @@
 include(CMakePackageConfigHelpers)
 
 set(ixlal_triplet x86_64-linux-gnu)
+set(ixlal_architecture amd64)
 set(ixlal_any_compiler "")
 if(CMAKE_SIZEOF_VOID_P EQUAL 4)
     set(ixlal_triplet i386-linux-gnu)
+    set(ixlal_architecture i386)
     # The exported targets set the word size, whatever the compiler's default is.
     set(ixlal_any_compiler ARCH_INDEPENDENT)
 endif()
@@ -81,6 +83,9 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/cmake/ixlalConfigVersion.
 install(FILES
     ${PROJECT_BINARY_DIR}/cmake/ixlalConfigVersion.cmake
     cmake/ixlalPlugin.cmake
+    cmake/ixlalPackage.cmake
+    cmake/ixlalPack.cmake
+    cmake/ixlalShlibdeps.cmake
     cmake/plugin.map
     DESTINATION ${ixlal_package_dir} COMPONENT libixlal-dev)
 
