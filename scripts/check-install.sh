@@ -3,9 +3,10 @@
 # Tests that the installed files can be used without the tree: check-install.sh [BUILD_DIR]
 # Installs the release build into an empty prefix and unpacks its packages into another one. Builds
 # and runs projects outside of the tree with each of them: the plugin and the host of
-# examples/minimal, with CMake and with pkg-config, a plugin created by ixla-new-plugin, and one with a
-# timer, also in virtual time. Checks that unsupported uses are refused, and runs lintian on the
-# packages.
+# examples/minimal, with CMake and with pkg-config, a plugin created by ixla-new-plugin, one that is
+# installed, and one with a timer, also in virtual time. Builds a project of ixla-new-plugin with all
+# parts, with all presets and clang-tidy, and its package. Checks that unsupported uses are refused,
+# and runs lintian on the packages.
 set -eu -o pipefail
 
 root=$(cd "$(dirname "$0")/.." && pwd)
@@ -191,15 +192,46 @@ check_control() {
 check_new_plugin() {
     local project=$2/greeter
     quietly "$1/bin/ixla-new-plugin" greeter --id com.example.greeter --dir "$project"
-    quietly build_project "$project" "$1"
-    grep -qE '[0-9] checks passed' "$log" || fail "the new plugin was not validated"
-    quietly ctest --test-dir "$project/build" --output-on-failure
-    exports_factory_alone "$project/build/plugins/libgreeter.so"
     cd "$project"
+    CMAKE_PREFIX_PATH=$1 quietly cmake --workflow --preset release
+    grep -qE '[0-9] checks passed' "$log" || fail "the new plugin was not validated"
+    exports_factory_alone build/release/plugins/libgreeter.so
     quietly "$1/bin/ixla-host" --prs core.prs --require com.example.greeter --seconds 0 \
         core.log.file=build/core.log
-    quietly "$1/bin/ixla-inspect" build/plugins
+    quietly "$1/bin/ixla-inspect" build/release/plugins
     grep -q 'com\.example\.greeter' "$log" || fail "ixla-inspect does not find the new plugin"
+}
+
+# check_plugin_package FILE ARCHITECTURE: the package of a project with all parts.
+check_plugin_package() {
+    local depends
+    [ "$(dpkg-deb --field "$1" Architecture)" = "$2" ] || fail "$1 has another architecture"
+    depends=$(dpkg-deb --field "$1" Depends | tr ',' '\n' | sed 's/^ *//; s/ .*//' | sort | xargs)
+    [ "$depends" = "libc6 libgcc-s1 libixlal libstdc++6" ] || fail "$1 depends on: $depends"
+    dpkg-deb --fsys-tarfile "$1" | tar -t | grep -v '/$' | sort | diff - <(printf '%s\n' \
+        ./etc/ixlal/greeter/{greeter,ixlap.configmanager}.prs ./usr/bin/greeter-host \
+        ./usr/lib/ixlal/plugins/libgreeter{-client,}.so) || fail "$1 has other files"
+    dpkg-deb --ctrl-tarfile "$1" | tar -xO ./conffiles |
+        diff - <(printf '%s\n' /etc/ixlal/greeter/{greeter,ixlap.configmanager}.prs) ||
+        fail "$1 has other configuration files"
+    # The author writes the documents.
+    lintian --profile debian --allow-root --fail-on error \
+        --suppress-tags no-copyright-file,no-changelog,no-manual-page "$1"
+}
+
+# A project with all parts passes its own checks, and cpack packages it.
+check_whole_project() {
+    local project=$2/whole
+    quietly "$1/bin/ixla-new-plugin" greeter --id com.example.greeter --dir "$project" \
+        --with-client --with-host
+    CMAKE_PREFIX_PATH=$1 quietly "$project/ci.sh"
+    check_plugin_package "$project"/build/release/*.deb i386
+    # What clang-tidy must find.
+    printf 'struct Sample { virtual void run(); }; struct Other : Sample { void run(); };\n' \
+        >>"$project/GreeterPlugin.cpp"
+    cd "$project"
+    refused modernize-use-override clang-tidy --quiet -p build/release GreeterPlugin.cpp
+    cd "$root"
 }
 
 # A plugin with a timer is validated, and a program that links it runs it in virtual time.
@@ -372,6 +404,7 @@ second=$!
 check_packages
 check_debugger
 check_refusals "$work/root/usr" "$work/refusals"
+check_whole_project "$work/root/usr" "$work"
 wait "$first"
 wait "$second"
 if find "$work/root" -name __pycache__ | grep .; then

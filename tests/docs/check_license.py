@@ -26,6 +26,8 @@ def wanted_line(path: Path, first: str):
     """The line that the file needs, or None when it needs none."""
     if path.suffix in SLASHES:
         return f"// {LINE}"
+    if path.suffix == ".in":
+        return None
     if path.suffix in HASHES or path.name == "CMakeLists.txt" or first.startswith("#!"):
         return f"# {LINE}"
     return None

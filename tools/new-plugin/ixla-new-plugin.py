@@ -20,6 +20,7 @@ EPILOG = """\
 examples:
   ixla-new-plugin greeter --id com.example.greeter
   ixla-new-plugin load-sampler --id com.example.load --dir ~/src/load
+  ixla-new-plugin greeter --id com.example.greeter --with-host --with-client
 
 exit status:
   0  the project was created
@@ -38,6 +39,11 @@ MAX_LENGTH = 100
 
 # The path of each template's file.
 FILES = {
+    "CMakePresets.json.in": "CMakePresets.json",
+    "ci.sh.in": "ci.sh",
+    "ci.yml.in": ".github/workflows/ci.yml",
+    "clang-tidy.in": ".clang-tidy",
+    "clangd.in": ".clangd",
     "CMakeLists.txt.in": "CMakeLists.txt",
     "IService.h.in": "I{Class}Service.h",
     "Plugin.cpp.in": "{Class}Plugin.cpp",
@@ -48,6 +54,20 @@ FILES = {
     "README.md.in": "README.md",
     "gitignore.in": ".gitignore",
 }
+# Those of the options --with-client and --with-host.
+OPTIONAL_FILES = {
+    "client": {
+        "client-CMakeLists.txt.in": "client/CMakeLists.txt",
+        "ClientPlugin.cpp.in": "client/{Class}Client.cpp",
+        "ClientTest.cpp.in": "client/{Class}ClientTest.cpp",
+    },
+    "host": {
+        "host-CMakeLists.txt.in": "host/CMakeLists.txt",
+        "Host.cpp.in": "host/{Class}Host.cpp",
+    },
+}
+# A line of a template that begins with "@client?@" belongs to projects with that part.
+CONDITION = re.compile(r"@(client|host)\?@")
 
 
 class Refusal(Exception):
@@ -81,14 +101,18 @@ def interface_id(text: str) -> str:
 def parse_arguments() -> argparse.Namespace:
     parser = argparse.ArgumentParser(
         prog=TOOL, formatter_class=argparse.RawDescriptionHelpFormatter, epilog=EPILOG,
-        description="Creates a complete plugin project: sources, CMake file, configuration and a "
-                    "test.\nExisting files are never changed.")
+        description="Creates a complete plugin project: sources, CMake file and presets, "
+                    "configuration and a test.\nExisting files are never changed.")
     parser.add_argument("name", metavar="NAME", type=plugin_name,
                         help="name of the plugin; its library is libNAME.so")
     parser.add_argument("--id", required=True, type=interface_id, metavar="REVERSE.DOMAIN.ID",
                         help="interface ID of its service, and ID of its configuration")
     parser.add_argument("--dir", type=Path, metavar="D",
                         help="directory for the project, new or empty (default: NAME)")
+    parser.add_argument("--with-client", action="store_true",
+                        help="add a second plugin, which uses the first")
+    parser.add_argument("--with-host", action="store_true",
+                        help="add a host program, which uses the plugin")
     parser.add_argument("--version", action="version", version=f"{TOOL} {VERSION}")
     return parser.parse_args()
 
@@ -98,12 +122,25 @@ def class_name(name: str) -> str:
     return "".join(part[0].upper() + part[1:] for part in re.split("[-_]", name))
 
 
-def rendered(words: dict[str, str]) -> dict[Path, str]:
+def chosen_lines(text: str, parts: set[str]) -> str:
+    """The text without the lines of parts that the project does not have."""
+    lines = []
+    for line in text.splitlines(keepends=True):
+        condition = CONDITION.match(line)
+        if not condition or condition[1] in parts:
+            lines.append(line[condition.end():] if condition else line)
+    return "".join(lines)
+
+
+def rendered(words: dict[str, str], parts: set[str]) -> dict[Path, str]:
     """The files of the project and their texts, with the words between @ replaced."""
     templates = Path(__file__).resolve().parent
+    files = FILES.copy()
+    for part in parts:
+        files |= OPTIONAL_FILES[part]
     texts = {}
-    for template, target in FILES.items():
-        text = (templates / template).read_text(encoding="utf-8")
+    for template, target in files.items():
+        text = chosen_lines((templates / template).read_text(encoding="utf-8"), parts)
         for word, value in words.items():
             text = text.replace(f"@{word}@", value)
         texts[Path(target.format(**words))] = text
@@ -131,18 +168,18 @@ def write_project(directory: Path, texts: dict[Path, str]) -> None:
             with target.open("x", encoding="utf-8") as stream:
                 undo.callback(target.unlink)
                 stream.write(text)
+            if text.startswith("#!"):
+                target.chmod(target.stat().st_mode | 0o111)
         undo.pop_all()
 
 
 def describe(directory: Path, texts: dict[Path, str]) -> str:
-    source, build = quote(str(directory)), quote(str(directory / "build"))
     return "\n".join([
         f"Wrote to {directory}:",
         *(f"  {path}" for path in sorted(texts)),
-        "Build and test it:",
-        f"  cmake -S {source} -B {build}",
-        f"  cmake --build {build}",
-        f"  ctest --test-dir {build} --output-on-failure",
+        "Build, validate, test and package it:",
+        f"  cd {quote(str(directory))}",
+        "  cmake --workflow --preset release",
         f"{directory}/README.md describes how to run it.",
     ])
 
@@ -156,8 +193,9 @@ def main() -> int:
     directory = arguments.dir or Path(name)
     words = {"name": name, "Class": class_name(name), "id": arguments.id,
              "GUARD": name.replace("-", "_").upper(), "version": VERSION}
+    parts = {part for part in OPTIONAL_FILES if getattr(arguments, f"with_{part}")}
     try:
-        texts = rendered(words)
+        texts = rendered(words, parts)
         check_directory(directory)
         write_project(directory, texts)
         print(describe(directory, texts))

@@ -55,34 +55,63 @@ class NewPluginTest(unittest.TestCase):
         done = self.run_tool("load-sampler", "--id", ID)
         self.assertEqual((done.returncode, done.stderr), (0, ""))
         self.assertEqual(self.files(), [
+            "load-sampler/.clang-tidy",
+            "load-sampler/.clangd",
+            "load-sampler/.github/workflows/ci.yml",
             "load-sampler/.gitignore",
             "load-sampler/CMakeLists.txt",
+            "load-sampler/CMakePresets.json",
             "load-sampler/ILoadSamplerService.h",
             "load-sampler/LoadSamplerPlugin.cpp",
             "load-sampler/README.md",
+            "load-sampler/ci.sh",
             "load-sampler/config/ixlap.configmanager.prs",
             "load-sampler/config/load-sampler.prs",
             "load-sampler/core.prs",
             "load-sampler/test/LoadSamplerTest.cpp"])
 
+    def test_adds_a_client_and_a_host_on_request(self):
+        self.assertEqual(self.run_tool("greeter", "--id", ID).returncode, 0)
+        for option, names in (("client", ["CMakeLists.txt", "GreeterClient.cpp",
+                                          "GreeterClientTest.cpp"]),
+                              ("host", ["CMakeLists.txt", "GreeterHost.cpp"])):
+            with self.subTest(option):
+                self.run_tool("greeter", "--id", ID, f"--with-{option}", "--dir", option)
+                self.assertEqual(
+                    [name for name in self.files() if name.startswith(f"{option}/{option}/")],
+                    [f"{option}/{option}/{name}" for name in names])
+                for name, line in (("README.md", f"`{option}/` is"),
+                                   ("CMakeLists.txt", f"\nadd_subdirectory({option})\n")):
+                    self.assertIn(line, (self.dir / option / name).read_text(encoding="utf-8"))
+                    self.assertNotIn(
+                        line, (self.dir / "greeter" / name).read_text(encoding="utf-8"))
+
+    def test_makes_the_script_executable(self):
+        self.run_tool("greeter", "--id", ID)
+        self.assertEqual([name for name in self.files() if os.access(self.dir / name, os.X_OK)],
+                         ["greeter/ci.sh"])
+
     def test_lists_the_files_and_the_next_steps(self):
         done = self.run_tool("greeter", "--id", ID, "--dir", "my plugins/greeter")
         self.assertIn("Wrote to my plugins/greeter:\n", done.stdout)
-        self.assertIn("  cmake --build 'my plugins/greeter/build'\n", done.stdout)
+        self.assertIn("  cd 'my plugins/greeter'\n", done.stdout)
         for name in self.files():
             self.assertIn(f"  {name.removeprefix('my plugins/greeter/')}\n", done.stdout)
 
+    def run_complete(self):
+        self.run_tool("greeter", "--id", ID, "--with-client", "--with-host")
+
     def test_imposes_no_license(self):
-        self.run_tool("greeter", "--id", ID)
+        self.run_complete()
         for name in self.files():
             text = (self.dir / name).read_text(encoding="utf-8")
             self.assertNotRegex(text, r"(?i)spdx|license|copyright", name)
 
     def test_replaces_all_placeholders(self):
-        self.run_tool("greeter", "--id", ID)
+        self.run_complete()
         for name in self.files():
             text = (self.dir / name).read_text(encoding="utf-8")
-            self.assertNotRegex(text, r"@\w+@", name)
+            self.assertNotRegex(text, r"@[\w?]+@", name)
 
     def test_puts_name_and_id_where_they_belong(self):
         self.run_tool("my_Plugin2", "--id", ID)
@@ -168,7 +197,7 @@ class NewPluginTest(unittest.TestCase):
         formatter = shutil.which("clang-format")
         if not formatter:
             self.skipTest("clang-format is not installed")
-        self.run_tool("greeter", "--id", ID)
+        self.run_complete()
         shutil.copy(Path(__file__).parents[3] / ".clang-format", self.dir)
         for name in self.files():
             if re.search(r"\.(h|cpp)$", name):
