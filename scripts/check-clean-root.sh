@@ -12,7 +12,8 @@
 set -eu -o pipefail
 
 root=$(cd "$(dirname "$0")/.." && pwd)
-release=bookworm
+# shellcheck source=scripts/clean-root-functions.sh
+. "$root/scripts/clean-root-functions.sh"
 work=$root/build/clean-root
 users=()
 wanted=()
@@ -43,48 +44,10 @@ read_arguments() {
     fi
 }
 
-# The mounts end with the namespace, also after an error.
-enter_namespace() {
-    if [ -z "${IXLAL_CLEAN_ROOT_INSIDE:-}" ]; then
-        IXLAL_CLEAN_ROOT_INSIDE=yes exec unshare --mount --propagation private --pid --fork \
-            --kill-child "$0" "$@"
-    fi
-}
-
-# The sources of apt on this machine, one per line.
-list_sources() {
-    # shellcheck disable=SC2016 # the names are apt's
-    apt-get indextargets --format 'deb $(SITE) $(RELEASE) $(COMPONENT)' \
-        'Created-By: Packages' 'Origin: Debian' | grep " $release" | sort -u
-}
-
-make_base() {
-    local mirror
-    mirror=$(list_sources | awk -v release="$release" '$3 == release { print $2; exit }')
-    eval "$(apt-config shell http_proxy Acquire::http::Proxy)"
-    export http_proxy="${http_proxy:-}"
-    rm -rf "$work/making"
-    mkdir -p "$work/making"
-    debootstrap --variant=minbase "$release" "$work/making" "$mirror" >"$work/debootstrap.log" || {
-        tail -n 20 "$work/debootstrap.log" >&2
-        exit 1
-    }
-    list_sources >"$work/making/etc/apt/sources.list"
-    apt-config dump | grep -E '^Acquire::https?::Proxy' \
-        >"$work/making/etc/apt/apt.conf.d/90proxy" || true # none is the usual
-    mv "$work/making" "$work/base"
-}
-
 # make_root USER: creates a new root in $work/USER, with the tree in the user's home.
 make_root() {
     local new=$work/$1 home=/root
-    rm -rf "$new"
-    cp -a "$work/base" "$new"
-    mount -t proc proc "$new/proc"
-    mount -t devpts -o newinstance,ptmxmode=0666 devpts "$new/dev/pts"
-    mount -t tmpfs -o mode=1777 shm "$new/dev/shm"
-    ln -sf pts/ptmx "$new/dev/ptmx"
-    printf '127.0.0.1 localhost %s\n' "$(uname -n)" >"$new/etc/hosts" # sudo asks for it
+    mount_root "$1"
     if [ "$1" = ordinary ]; then
         home=/home/ordinary
         in_root "$1" root "apt-get update -qq && apt-get install -y -qq sudo &&
@@ -97,17 +60,6 @@ make_root() {
     mkdir "$new$home/ixlal"
     git -C "$root" archive HEAD | tar -x -C "$new$home/ixlal"
     chroot "$new" chown -R "$1:" "$home/ixlal"
-}
-
-# in_root ROOT USER COMMAND: runs the command in a shell, in the user's home.
-in_root() {
-    local home=/root path=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin
-    if [ "$2" != root ]; then
-        home=/home/$2
-        path=/usr/local/bin:/usr/bin:/bin
-    fi
-    env -i HOME="$home" PATH="$path" "$(command -v setsid)" --wait \
-        "$(command -v chroot)" --userspec="$2:$2" "$work/$1" bash -c "cd; $3" </dev/null
 }
 
 # The commands of the README, each terminated by a zero byte: lines that begin with a script, in
@@ -155,20 +107,11 @@ run_commands() {
             run_command "$user" "$command"
         fi
     done 3< <(list_commands)
-    umount --lazy "$work/$user"/{proc,dev/pts,dev/shm}
-    rm -rf "${work:?}/$user"
+    remove_root "$user"
 }
 
 read_arguments "$@"
-if [ "$(id -u)" -ne 0 ]; then
-    echo "check-clean-root: must be run as root, to create a root directory" >&2
-    exit 1
-fi
-"$root/scripts/install-deps.sh" root
-enter_namespace "$@"
-mkdir -p "$work"
-work=$(cd "$work" && pwd)
-[ -d "$work/base" ] || make_base
+prepare_roots "$@"
 for user in "${users[@]}"; do
     run_commands "$user"
 done
