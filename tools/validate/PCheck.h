@@ -37,8 +37,12 @@ PVerdict checkStop(PTrial& ioTrial);
 PVerdict checkUnload(PTrial& ioTrial);
 
 // In files of their names.
+PVerdict checkConstructor(PTrial& ioTrial);
+PVerdict checkDestructor(PTrial& ioTrial);
 PVerdict checkInitTime(PTrial& ioTrial);
+PVerdict checkKeys(PTrial& ioTrial);
 PVerdict checkListeners(PTrial& ioTrial);
 PVerdict checkReferences(PTrial& ioTrial);
+PVerdict checkSymbols(PTrial& ioTrial);
 
 #endif

@@ -74,6 +74,11 @@ bool PElfSymbols::defines(const std::string& iSymbol) const
     return fDefined.count(iSymbol) > 0;
 }
 
+const std::set<std::string>& PElfSymbols::defined() const
+{
+    return fDefined;
+}
+
 bool PElfSymbols::needs(const std::string& iSymbol) const
 {
     return fRequired.count(iSymbol) > 0;

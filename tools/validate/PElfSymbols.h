@@ -18,6 +18,9 @@ public:
     /// Whether the library exports a symbol.
     bool defines(const std::string& iSymbol) const;
 
+    /// The names of the exported symbols.
+    const std::set<std::string>& defined() const;
+
     /// Whether the library needs a symbol of another library.
     bool needs(const std::string& iSymbol) const;
 

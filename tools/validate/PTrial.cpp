@@ -8,14 +8,13 @@
 #include <dlfcn.h>
 #include <filesystem>
 #include <memory>
+#include <sstream>
 #include <unistd.h>
 
 namespace fs = std::filesystem;
 
 namespace
 {
-constexpr char kFactorySymbol[] = "_Z13ixlaGetPluginv";
-
 /// Seconds that the core waits for listeners of its exit; it looks every five.
 constexpr char kExitTimeout[] = "5";
 
@@ -196,6 +195,21 @@ std::vector<PString> PTrial::registeredIds(bool iOwn) const
     return ids;
 }
 
+IPlugin* PTrial::registeredPlugin() const
+{
+    for (const std::string& line : fCore->coreLog().lines())
+    {
+        std::string rest;
+        void* plugin = nullptr;
+        if (_behind(line, "D Core [processPlugin][pg:", rest) && rest.ends_with("/" + linkName()) &&
+            std::istringstream(rest) >> plugin)
+        {
+            return static_cast<IPlugin*>(plugin);
+        }
+    }
+    throw PTestError("the core log does not name the plugin");
+}
+
 std::map<std::string, IBase*> PTrial::initialiseOthers() const
 {
     phase("initialising the other plugins");
@@ -257,7 +271,7 @@ bool PTrial::isOfPlugin(const void* iAddress) const
     const bool isOther =
         fs::path(library).parent_path() == linked && fs::path(library).filename() != linkName();
     return !library.empty() && !isOther &&
-           library != _libraryOf(reinterpret_cast<const void*>(&ixlaStop)) &&
+           library != _libraryOf(reinterpret_cast<const void*>(&ixlaStart)) &&
            library != _libraryOf(reinterpret_cast<const void*>(&PLibrary::load)) &&
            library != _libraryOf(&kExitTimeout);
 }

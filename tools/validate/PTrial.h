@@ -18,6 +18,9 @@
 class PTrial
 {
 public:
+    /// The name of the factory in a library.
+    static constexpr char kFactorySymbol[] = "_Z13ixlaGetPluginv";
+
     /// phase() writes to iPhases.
     PTrial(const PValidateOptions& iOptions, int iPhases);
 
@@ -40,6 +43,9 @@ public:
 
     /// The interface IDs that the core registered for the plugin.
     std::vector<PString> registeredIds() const;
+
+    /// The plugin that the core created, borrowed.
+    IPlugin* registeredPlugin() const;
 
     /// Requests every interface of the other plugins, as far as they can be initialised. Returns
     /// borrowed instances.

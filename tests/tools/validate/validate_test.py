@@ -16,8 +16,9 @@ from concurrent.futures import ThreadPoolExecutor
 
 PROGRAM, FLAWED, EXAMPLES, PLUGINS = (os.path.abspath(path) for path in sys.argv[1:5])
 
-CHECKS = ['file', 'loads', 'factory', 'counts', 'interfaces', 'init', 'init-time', 'unknown-id',
-          'threads', 'listeners', 'references', 'stop', 'unload']
+CHECKS = ['file', 'symbols', 'loads', 'constructor', 'factory', 'counts', 'interfaces', 'init',
+          'init-time', 'unknown-id', 'threads', 'keys', 'listeners', 'references', 'destructor',
+          'stop', 'unload']
 
 # The flaw, the check that finds it, and its message.
 QUICK_FLAWS = [
@@ -194,10 +195,11 @@ class CommandLine(unittest.TestCase):
         self.assertEqual(FLAWED, report['plugin'])
         self.assertFalse(report['passed'])
         self.assertEqual(CHECKS, [check['name'] for check in report['checks']])
-        self.assertEqual(['pass', 'pass', 'fail'] + ['skip'] * (len(CHECKS) - 3),
+        failed = CHECKS.index('factory')
+        self.assertEqual(['pass'] * failed + ['fail'] + ['skip'] * (len(CHECKS) - failed - 1),
                          [check['result'] for check in report['checks']])
-        self.assertIn('returned null', report['checks'][2]['reason'])
-        self.assertIn('return a new plugin', report['checks'][2]['advice'])
+        self.assertIn('returned null', report['checks'][failed]['reason'])
+        self.assertIn('return a new plugin', report['checks'][failed]['advice'])
 
     def test_list_names_every_check(self):
         result = run('--list')
