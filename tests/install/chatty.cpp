@@ -5,11 +5,13 @@
 
 #include <string>
 
-template <class T> struct Shared
+template <class T>
+struct Shared
 {
     static T sValue; // a unique symbol, which would keep the library loaded
 };
-template <class T> T Shared<T>::sValue{};
+template <class T>
+T Shared<T>::sValue{};
 
 IXLA_EXPORT std::string second()
 {
