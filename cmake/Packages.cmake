@@ -6,7 +6,7 @@ set(CPACK_PACKAGE_NAME ixlal)
 set(CPACK_PACKAGE_CONTACT "The ixlal maintainers <maintainers@ixlal.example.org>")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_COMPONENTS_ALL
-    libixlal libixlal-debug libixlal-dev ixlal-tools ixlal-tools-debug)
+    libixlal libixlal-debug libixlal-dev ixlal-tools ixlal-tools-debug ixlal-doc)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
     OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
@@ -50,6 +50,30 @@ libraries by interface ID. The core brings configuration, events and logs.
 This package holds tools that begin, run, inspect and validate plugins, and
 that explain configurations and logs.")
 
+_ixlal_package(ixlal-doc doc "core of a plugin framework - documentation and examples"
+"A host links the core and gets service objects of separately built plugin
+libraries by interface ID. The core brings configuration, events and logs.
+.
+This package holds the documentation as a site with search, and examples of
+plugins and hosts that are built with libixlal-dev.")
+set(CPACK_DEBIAN_IXLAL-DOC_PACKAGE_ARCHITECTURE all)
+set(CPACK_DEBIAN_IXLAL-DOC_PACKAGE_DEPENDS
+    "fonts-font-awesome, libjs-bootstrap4, libjs-jquery, libjs-lunr")
+set(CPACK_DEBIAN_IXLAL-DOC_PACKAGE_SUGGESTS "libixlal-dev, cmake")
+set(doc_directory share/doc/ixlal-doc)
+install(CODE "execute_process(COMMAND ${PROJECT_SOURCE_DIR}/scripts/docs_site.py
+        \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${doc_directory}/html\" /usr/${doc_directory}/html
+        COMMAND_ERROR_IS_FATAL ANY)"
+    COMPONENT ixlal-doc EXCLUDE_FROM_ALL)
+install(FILES packaging/doc-base DESTINATION share/doc-base RENAME ixlal-doc.ixlal
+    COMPONENT ixlal-doc EXCLUDE_FROM_ALL)
+# The README is a page of the site, and minimal/build.sh needs the tree.
+install(DIRECTORY examples/ DESTINATION ${doc_directory}/examples
+    COMPONENT ixlal-doc EXCLUDE_FROM_ALL
+    PATTERN README.md EXCLUDE PATTERN *.sh EXCLUDE PATTERN .clang-* EXCLUDE)
+install(PROGRAMS examples/run-demo.sh DESTINATION ${doc_directory}/examples
+    COMPONENT ixlal-doc EXCLUDE_FROM_ALL)
+
 # packaging/stage.cmake moves the debug information there. cpack removes directories of components
 # whose names end with -dbgsym.
 foreach(package libixlal ixlal-tools)
@@ -66,7 +90,7 @@ set(same_version "(= ${PROJECT_VERSION})")
 set(CPACK_DEBIAN_LIBIXLAL-DEBUG_PACKAGE_DEPENDS "libixlal ${same_version}")
 set(CPACK_DEBIAN_IXLAL-TOOLS-DEBUG_PACKAGE_DEPENDS "ixlal-tools ${same_version}")
 set(CPACK_DEBIAN_LIBIXLAL-DEV_PACKAGE_DEPENDS "libixlal ${same_version}")
-set(CPACK_DEBIAN_LIBIXLAL-DEV_PACKAGE_SUGGESTS "ixlal-tools ${same_version}")
+set(CPACK_DEBIAN_LIBIXLAL-DEV_PACKAGE_SUGGESTS "ixlal-tools ${same_version}, ixlal-doc")
 set(CPACK_DEBIAN_IXLAL-TOOLS_PACKAGE_DEPENDS
     "libixlal ${same_version}, python3:any, python3-pyelftools")
 set(CPACK_DEBIAN_IXLAL-TOOLS_PACKAGE_RECOMMENDS "libixlal-dev ${same_version}, cmake")

@@ -43,6 +43,8 @@ foreach(package libixlal ixlal-tools)
     endforeach()
 endforeach()
 
-# Directories are for everybody, whatever the umask is.
-file(CHMOD_RECURSE ${CPACK_TEMPORARY_INSTALL_DIRECTORY}
-    DIRECTORY_PERMISSIONS ${CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS})
+# Directories and pages are for everybody, whatever the umask is.
+execute_process(COMMAND find ${CPACK_TEMPORARY_INSTALL_DIRECTORY}/ixlal-doc -path */html/* -type f
+    -exec chmod 644 {} + COMMAND_ERROR_IS_FATAL ANY)
+execute_process(COMMAND find ${CPACK_TEMPORARY_INSTALL_DIRECTORY} -type d -exec chmod 755 {} +
+    COMMAND_ERROR_IS_FATAL ANY)

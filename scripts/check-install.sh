@@ -5,8 +5,8 @@
 # and runs projects outside of the tree with each of them: the plugin and the host of
 # examples/minimal, with CMake and with pkg-config, a plugin created by ixla-new-plugin, one that is
 # installed, and one with a timer, also in virtual time. Builds a project of ixla-new-plugin with all
-# parts, with all presets and clang-tidy, and its package. Checks that unsupported uses are refused,
-# and runs lintian on the packages.
+# parts, with all presets and clang-tidy, and its package. Builds the examples of ixlal-doc and checks
+# the links of its site. Checks that unsupported uses are refused, and runs lintian on the packages.
 set -eu -o pipefail
 
 root=$(cd "$(dirname "$0")/.." && pwd)
@@ -355,7 +355,7 @@ check_debugger() {
 
 # field PACKAGE NAME: of the control file.
 field() {
-    dpkg-deb --field "$work/packages/$1_${version}_i386.deb" "$2"
+    dpkg-deb --field "$work/packages/$1_${version}"_*.deb "$2"
 }
 
 # depends PACKAGE PATTERN...: each pattern must match a dependency of the package.
@@ -367,12 +367,38 @@ depends() {
     done
 }
 
+# The site of the package is complete, and depends on the packages of the files that it links.
+check_site() {
+    local html=$work/root/usr/share/doc/ixlal-doc/html link target
+    [ -L "$html/search/lunr.js" ] || fail "the site has copies of files of other packages"
+    while read -r link; do
+        target=$(realpath -m "$(dirname "${link#"$work/root"}")/$(readlink "$link")")
+        [ -f "$target" ] || fail "no such file: $target"
+        depends ixlal-doc "$(dpkg -S "$target" | cut -d : -f 1)"
+        cp --remove-destination "$target" "$link"
+    done < <(find "$html" -type l)
+    "$root/tests/docs/check_site.py" "$html" "$root"
+    [ "$(field ixlal-doc Architecture)" = all ] || fail "ixlal-doc is not for all architectures"
+}
+
+# The installed examples are built with the packages, and run.
+check_examples() {
+    cp -r "$1/share/doc/ixlal-doc/examples" "$2"
+    quietly build_project "$2" "$1"
+    if ldd "$2/build/examples/example-host" | grep libixlal | grep -vF "=> $1/"; then
+        fail "the examples use libraries outside of $1"
+    fi
+    quietly "$2/run-demo.sh" "$2/build" 5
+    exports_factory_alone "$2/build/examples/plugins/queue/libqueue.so"
+}
+
 check_packages() {
     local at_least='\(>= [0-9.]+\)' same="\\(= $version\\)" package
     depends libixlal "libc6 $at_least" "libstdc\\+\\+6 $at_least"
     depends libixlal-dev "libixlal $same"
     depends ixlal-tools "libixlal $same" "libc6 $at_least" python3:any python3-pyelftools
     depends libixlal-dbgsym "libixlal $same"
+    check_site
     depends ixlal-tools-dbgsym "ixlal-tools $same"
     for package in libixlal libixlal-dbgsym libixlal-dev ixlal-tools ixlal-tools-dbgsym; do
         if field "$package" Depends | grep -E 'lib32|i386'; then
@@ -405,6 +431,7 @@ check_packages
 check_debugger
 check_refusals "$work/root/usr" "$work/refusals"
 check_whole_project "$work/root/usr" "$work"
+check_examples "$work/root/usr" "$work/examples"
 wait "$first"
 wait "$second"
 if find "$work/root" -name __pycache__ | grep .; then

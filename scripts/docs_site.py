@@ -1,9 +1,10 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""Builds the documentation as a site: docs_site.py [OUT], build/site if OUT is not given.
+"""Builds the documentation as a site: docs_site.py [OUT [PLACE]]
 The pages are README.md, those of docs/, the man pages, the linked sources, and the reference of the
 public headers by Doxygen. mkdocs makes the site and its search, which also works without a server:
-open OUT/index.html. The directory OUT is replaced."""
+open OUT/index.html. OUT, build/site if it is not given, is replaced. With PLACE, the site is made
+for a package that installs it there: files of other packages are links to them."""
 
 import json
 import os
@@ -21,8 +22,11 @@ ROOT = Path(__file__).resolve().parent.parent
 SITE = ROOT / "docs/site"
 LINK = re.compile(r"(\]\()([^)\s#]+)")
 FENCE = re.compile(r"^( *```)(\w*)[^\n]*\n(.*?)^ *```", re.M | re.S)
-# The program of Debian, whatever another Python has.
+# The program of Debian, whatever another Python has. Its themes consist of own files, and of links
+# to those of other packages.
 MKDOCS = "/usr/bin/mkdocs"
+THEMES = [Path("/usr/lib/python3/dist-packages/mkdocs", part)
+          for part in ("themes/mkdocs", "contrib/search/templates")]
 
 
 def run(*command: object, **options: object) -> str:
@@ -113,7 +117,7 @@ class Text(HTMLParser):
 
 
 def reference_entries(tags: Path, api: Path) -> list[dict[str, str]]:
-    """What the search finds in the reference: classes and headers with their text, and functions."""
+    """What the search finds in the reference: classes and headers with their text, functions."""
     entries = []
     for compound in ElementTree.parse(tags).iter("compound"):
         name, file = compound.findtext("name"), compound.findtext("filename", "")
@@ -135,7 +139,7 @@ def reference_entries(tags: Path, api: Path) -> list[dict[str, str]]:
 
 
 def repair_reference(api: Path) -> None:
-    """Removes links of Doxygen to lists that a page lacks, because all their classes are private."""
+    """Removes links of Doxygen to lists that a page lacks, because their classes are private."""
     for page in api.glob("*.html"):
         text = page.read_text(encoding="utf-8")
         if 'name="nested-classes"' not in text and "#nested-classes" in text:
@@ -143,7 +147,18 @@ def repair_reference(api: Path) -> None:
             page.write_text(text, encoding="utf-8")
 
 
-def build(out: Path, work: Path) -> None:
+def link_packages(site: Path, place: str) -> None:
+    """Replaces files of other packages by links."""
+    for theme in THEMES:
+        for link in theme.rglob("*"):
+            copy = site / link.relative_to(theme)
+            if link.is_symlink() and copy.exists():
+                copy.unlink()
+                above = posixpath.join(place, str(copy.parent.relative_to(site)))
+                copy.symlink_to(posixpath.relpath(link.resolve(), above))
+
+
+def build(out: Path, place: str, work: Path) -> None:
     pages = work / "pages"
     pages.mkdir()
     names = [*ROOT.glob("*.md"), *ROOT.glob("docs/*.md"), ROOT / "examples/README.md"]
@@ -170,6 +185,8 @@ def build(out: Path, work: Path) -> None:
     text = json.dumps(found, sort_keys=True, separators=(",", ":"))
     index.write_text(text, encoding="utf-8")
     index.with_suffix(".js").write_text(f"const siteSearch = {text};\n", encoding="utf-8")
+    if place:
+        link_packages(site, place)
     shutil.rmtree(out, ignore_errors=True)
     out.parent.mkdir(parents=True, exist_ok=True)
     shutil.move(site, out)
@@ -177,8 +194,12 @@ def build(out: Path, work: Path) -> None:
 
 def main() -> int:
     out = Path(sys.argv[1] if len(sys.argv) > 1 else ROOT / "build/site").absolute()
+    place = sys.argv[2] if len(sys.argv) > 2 else ""
+    for program in (MKDOCS, "doxygen", "mandoc"):
+        if not shutil.which(program):
+            sys.exit(f"docs_site.py: {program} is missing; see scripts/install-deps.sh")
     with tempfile.TemporaryDirectory() as work:
-        build(out, Path(work))
+        build(out, place, Path(work))
     print(f"{out}/index.html")
     return 0
 
