@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
@@ -71,6 +72,34 @@ protected:
             std::this_thread::sleep_for(std::chrono::milliseconds(10));
         }
         return chains(iMarker);
+    }
+
+    /// Whether a chain is logged within ten seconds.
+    bool awaitChain(const std::string& iMarker, const std::string& iChain) const
+    {
+        std::size_t count = 0;
+        for (;;)
+        {
+            const std::vector<std::string> found = awaitChains(iMarker, count + 1);
+            if (found.size() == count)
+            {
+                return false;
+            }
+            count = found.size();
+            if (std::find(found.begin(), found.end(), iChain) != found.end())
+            {
+                return true;
+            }
+        }
+    }
+
+    /// Waits for the lines of the thread that looks again as after 20 timeouts. A slow machine has
+    /// others of real ones.
+    std::vector<std::string> firstTwenty() const
+    {
+        std::vector<std::string> found = awaitChains("] Still waiting: ", 20);
+        found.resize(20);
+        return found;
     }
 
     /// Starts the core and two threads that initialise two plugins, each of which requests the
@@ -219,8 +248,8 @@ TEST_F(InitChain, CircleOfTwoThreadsIsNamedByTheLastOne)
     const std::string line =
         "thread A initialises libbeta.so and waits for libalpha.so, which thread B initialises, "
         "which waits for libbeta.so (circle)";
-    EXPECT_EQ(std::vector<std::string>(20, line), awaitChains("] Still waiting: ", 20));
-    EXPECT_EQ(20, fCore.logCount("E Core [intiPlugin][pg:0x"));
+    EXPECT_EQ(std::vector<std::string>(20, line), firstTwenty());
+    EXPECT_LE(20, fCore.logCount("E Core [intiPlugin][pg:0x"));
     endProcess();
 }
 
@@ -230,12 +259,18 @@ TEST_F(InitChain, CircleIsNamedByAThreadThatWaitsForAPartOfIt)
     const std::string line =
         "thread A initialises libalpha.so and waits for libbeta.so, which thread B initialises, "
         "which waits for libalpha.so (circle)";
-    EXPECT_EQ(std::vector<std::string>(20, line), awaitChains("] Still waiting: ", 20));
-    PortFaults::condVarWait.arm(-733, 0, 1);
-    std::thread([] { request(L"test.beta"); }).detach();
-    EXPECT_EQ("thread A waits for libbeta.so, which thread B initialises, which waits for "
-              "libalpha.so, which thread C initialises, which waits for libbeta.so (circle)",
-              awaitChains("] Still waiting: ", 21).back());
+    EXPECT_EQ(std::vector<std::string>(20, line), firstTwenty());
+    std::thread(
+        []
+        {
+            PortFaults::condVarWait.armOnThisThread(-733, 0, 1);
+            request(L"test.beta");
+        })
+        .detach();
+    EXPECT_TRUE(awaitChain("] Still waiting: ",
+                           "thread A waits for libbeta.so, which thread B initialises, which waits "
+                           "for libalpha.so, which thread C initialises, which waits for "
+                           "libbeta.so (circle)"));
     endProcess();
 }
 
