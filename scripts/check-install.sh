@@ -5,8 +5,9 @@
 # and runs projects outside of the tree with each of them: the plugin and the host of
 # examples/minimal, with CMake and with pkg-config, a plugin created by ixla-new-plugin, one that is
 # installed, and one with a timer, also in virtual time. Builds a project of ixla-new-plugin with all
-# parts, with all presets and clang-tidy, and its package. Builds the examples of ixlal-doc and checks
-# the links of its site. Checks that unsupported uses are refused, and runs lintian on the packages.
+# parts, with all presets and clang-tidy, and its package, also for 64 bits. Builds the examples of
+# ixlal-doc and checks the links of its site. Checks that unsupported uses are refused, and runs lintian
+# on the packages.
 set -eu -o pipefail
 
 root=$(cd "$(dirname "$0")/.." && pwd)
@@ -222,6 +223,7 @@ check_plugin_package() {
 # A project with all parts passes its own checks, and cpack packages it.
 check_whole_project() {
     local project=$2/whole
+    log=$2/whole.log
     quietly "$1/bin/ixla-new-plugin" greeter --id com.example.greeter --dir "$project" \
         --with-client --with-host
     CMAKE_PREFIX_PATH=$1 quietly "$project/ci.sh"
@@ -231,6 +233,34 @@ check_whole_project() {
         >>"$project/GreeterPlugin.cpp"
     cd "$project"
     refused modernize-use-override clang-tidy --quiet -p build/release GreeterPlugin.cpp
+    cd "$root"
+}
+
+# install_64_bits PREFIX: builds the libraries and ixla-validate for 64 bits, and installs them.
+install_64_bits() {
+    local tree=$work/64-bits
+    quietly cmake -S "$root" -B "$tree" -DCMAKE_BUILD_TYPE=Debug -DIXLAL_BUILD_TESTS=OFF \
+        -DIXLAL_BUILD_EXAMPLES=OFF
+    quietly cmake --build "$tree" -j 2 \
+        --target ixlal_core ixlal_logger ixlal_portinglayer ixla-validate
+    quietly cmake --install "$tree" --prefix "$1" --component prefix
+    quietly cmake --install "$tree" --prefix "$1" --component libixlal-dev
+    mkdir "$1/bin"
+    ln -s "$tree/bin/ixla-validate" "$1/bin/"
+}
+
+# The same project is built for 64 bits with 64-bit libraries; $1 has the tools.
+check_64_bits() {
+    local prefix=$work/prefix-64 project=$2/whole-64
+    log=$2/64-bits.log
+    install_64_bits "$prefix"
+    quietly "$1/bin/ixla-new-plugin" greeter --id com.example.greeter --dir "$project" \
+        --with-client --with-host
+    cd "$project"
+    CMAKE_PREFIX_PATH=$prefix quietly cmake --workflow --preset release
+    [ "$(grep -cE '[0-9] checks passed' "$log")" -eq 2 ] || fail "no validation for 64 bits"
+    readelf -h build/release/plugins/libgreeter.so | grep -q ELF64 || fail "no 64-bit plugin"
+    check_plugin_package "$project"/build/release/*.deb amd64
     cd "$root"
 }
 
@@ -430,10 +460,13 @@ second=$!
 check_packages
 check_debugger
 check_refusals "$work/root/usr" "$work/refusals"
-check_whole_project "$work/root/usr" "$work"
+check_whole_project "$work/root/usr" "$work" &
+third=$!
 check_examples "$work/root/usr" "$work/examples"
+check_64_bits "$work/root/usr" "$work"
 wait "$first"
 wait "$second"
+wait "$third"
 if find "$work/root" -name __pycache__ | grep .; then
     fail "tools create files among those of the package"
 fi
