@@ -5,7 +5,7 @@ set -eu
 
 packages=(g++ g++-multilib cmake ninja-build libcli11-dev nlohmann-json3-dev)
 if [ "${1:-build}" = test ]; then
-    packages+=(googletest binutils file python3 gdb)
+    packages+=(googletest binutils file python3 gdb valgrind)
     packages+=(clang libclang-rt-dev clang-tidy cppcheck abigail-tools gcovr)
     packages+=(python3-pyelftools mandoc zsh fish doxygen dpkg-dev lintian pkgconf chromium codespell)
     packages+=(mkdocs python3-pymdownx)
@@ -17,6 +17,14 @@ case ${1:-build} in
     plots) packages+=(valgrind python3 python3-matplotlib) ;;
 esac
 
+# The tests run 32-bit programs under valgrind. Without the network they test its absence.
+get_libc() {
+    local root
+    root=$(cd "$(dirname "$0")/.." && pwd)
+    "$root/scripts/valgrind-libc.sh" "$root/build/valgrind/libc" 2>/dev/null ||
+        echo "No 32-bit C library for valgrind" >&2
+}
+
 missing=()
 for package in "${packages[@]}"; do
     if [ "$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null)" != installed ]; then
@@ -24,6 +32,7 @@ for package in "${packages[@]}"; do
     fi
 done
 if [ ${#missing[@]} -eq 0 ]; then
+    if [ "${1:-build}" = test ]; then get_libc; fi
     exit 0
 fi
 
@@ -38,3 +47,4 @@ fi
 echo "Installing ${missing[*]}"
 "${as_root[@]}" apt-get update -qq
 "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq "${missing[@]}" >/dev/null
+if [ "${1:-build}" = test ]; then get_libc; fi

@@ -8,7 +8,8 @@ enum EExitCode
     eExitPassed = 0,
     eExitFailed = 1,
     eExitUsage = 2,
-    eExitFile = 4 ///< a report or baseline cannot be written or read
+    eExitProgram = 3, ///< a needed program is missing or does not run
+    eExitFile = 4     ///< a report or baseline cannot be written or read
 };
 
 #endif

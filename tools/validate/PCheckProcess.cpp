@@ -14,6 +14,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <filesystem>
 #include <iostream>
@@ -33,6 +34,7 @@ constexpr std::size_t kKeptOutput = 4096;
 constexpr std::size_t kKeptResults = 1048576;
 constexpr std::size_t kShownLines = 5;
 constexpr int kLookMilliseconds = 50;
+constexpr int kSanitizerExitCode = 86; ///< of ASAN_OPTIONS
 constexpr char kVerdictMark[] = "verdict ";
 constexpr char kPhaseMark[] = "phase ";
 
@@ -164,10 +166,40 @@ void _settle(const std::string& iScratch, int iOutput)
         throw std::system_error(errno, std::generic_category(), "cannot prepare the process");
     }
 }
+/// Replaces this process by the launched program, which inherits the handle iResults.
+[[noreturn]] void _execute(const PLaunch& iLaunch, const std::vector<std::string>& iArguments,
+                           int iResults)
+{
+    for (const auto& [name, value] : iLaunch.environment)
+    {
+        // NOLINTNEXTLINE(concurrency-mt-unsafe): no other thread is there yet
+        static_cast<void>(::setenv(name.c_str(), value.c_str(), 1));
+    }
+    std::vector<std::string> texts = iLaunch.command;
+    texts.insert(texts.end(), iArguments.begin(), iArguments.end());
+    std::vector<char*> words;
+    for (std::string& text : texts)
+    {
+        words.push_back(text.data());
+    }
+    words.push_back(nullptr);
+    static_cast<void>(::fcntl(iResults, F_SETFD, 0));
+    static_cast<void>(::execvp(words.front(), words.data()));
+    throw std::system_error(errno, std::generic_category(), "cannot run " + texts.front());
+}
+
+/// The leak check of the address sanitizer, which would run in exit().
+void _findLeaks()
+{
+    if (void* const check = ::dlsym(RTLD_DEFAULT, "__lsan_do_recoverable_leak_check"))
+    {
+        static_cast<void>(reinterpret_cast<int (*)()>(check)());
+    }
+}
 } // namespace
 
 PCheckProcess::PCheckProcess(const PCheck& iCheck, const PValidateOptions& iOptions,
-                             const std::string& iScratch)
+                             const std::string& iScratch, const PLaunch& iLaunch)
     : fLimit(iOptions.limit), fProcess(::fork())
 {
     if (fProcess < 0)
@@ -176,7 +208,7 @@ PCheckProcess::PCheckProcess(const PCheck& iCheck, const PValidateOptions& iOpti
     }
     if (fProcess == 0)
     {
-        runCheck(iCheck, iOptions, iScratch);
+        runCheck(iCheck, iOptions, iScratch, iLaunch);
     }
     // The parent reads only.
     static_cast<void>(fResults.writing.close());
@@ -192,18 +224,16 @@ PCheckProcess::~PCheckProcess()
     end();
 }
 
-void PCheckProcess::runCheck(const PCheck& iCheck, const PValidateOptions& iOptions,
-                             const std::string& iScratch) const
+void PCheckProcess::runHere(const PCheck& iCheck, const PValidateOptions& iOptions, int iResults)
 {
-    const int results = fResults.writing.get();
     int exitCode = EXIT_FAILURE;
     try
     {
-        _settle(iScratch, fOutput.writing.get());
-        PTrial trial(iOptions, results);
+        PTrial trial(iOptions, iResults);
         const std::string line = _toLine(_runSafely(iCheck, trial));
-        const ssize_t written = ::write(results, line.data(), line.size());
+        const ssize_t written = ::write(iResults, line.data(), line.size());
         exitCode = written == static_cast<ssize_t>(line.size()) ? EXIT_SUCCESS : EXIT_FAILURE;
+        _findLeaks();
     }
     catch (const std::exception& problem)
     {
@@ -211,6 +241,26 @@ void PCheckProcess::runCheck(const PCheck& iCheck, const PValidateOptions& iOpti
     }
     // Skips the destructors of libraries, which may hang after a faulty plugin.
     ::_exit(exitCode);
+}
+
+void PCheckProcess::runCheck(const PCheck& iCheck, const PValidateOptions& iOptions,
+                             const std::string& iScratch, const PLaunch& iLaunch) const
+{
+    const int results = fResults.writing.get();
+    try
+    {
+        _settle(iScratch, fOutput.writing.get());
+        if (!iLaunch.command.empty())
+        {
+            _execute(iLaunch, iOptions.argumentsOf(iCheck.name, results), results);
+        }
+        runHere(iCheck, iOptions, results);
+    }
+    catch (const std::exception& problem)
+    {
+        std::cerr << problem.what() << std::endl;
+    }
+    ::_exit(EXIT_FAILURE);
 }
 
 PVerdict PCheckProcess::wait()
@@ -270,6 +320,10 @@ PVerdict PCheckProcess::judge(bool iInTime) const
     {
         return death("did not end within " + std::to_string(fLimit.count()) + " s",
                      "give every wait a limit, or raise --limit");
+    }
+    if (WIFEXITED(fStatus) && WEXITSTATUS(fStatus) == kSanitizerExitCode)
+    {
+        return death("was ended by the address sanitizer", "see the check \"memory\"");
     }
     if (WIFSIGNALED(fStatus))
     {

@@ -4,6 +4,7 @@
 #define IXLAL_TOOLS_PCHECKPROCESS_H
 
 #include "validate/PCheck.h"
+#include "validate/PLaunch.h"
 #include "validate/PPipe.h"
 #include "validate/PValidateOptions.h"
 
@@ -19,18 +20,22 @@ public:
     /// Starts the process. iScratch is the directory for its temporary files. Throws
     /// std::system_error.
     PCheckProcess(const PCheck& iCheck, const PValidateOptions& iOptions,
-                  const std::string& iScratch);
+                  const std::string& iScratch, const PLaunch& iLaunch);
     ~PCheckProcess();
 
     PCheckProcess(const PCheckProcess&) = delete;
     PCheckProcess& operator=(const PCheckProcess&) = delete;
+
+    /// Runs a check in this process, which ends with it. Writes the verdict to the handle iResults.
+    [[noreturn]] static void runHere(const PCheck& iCheck, const PValidateOptions& iOptions,
+                                     int iResults);
 
     /// Waits for the verdict. The end of the process or of the time limit is a failure.
     PVerdict wait();
 
 private:
     [[noreturn]] void runCheck(const PCheck& iCheck, const PValidateOptions& iOptions,
-                               const std::string& iScratch) const;
+                               const std::string& iScratch, const PLaunch& iLaunch) const;
     bool readUntilEnd();
     void end();
     PVerdict judge(bool iInTime) const;

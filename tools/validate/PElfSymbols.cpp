@@ -4,6 +4,7 @@
 #include <bit>
 #include <cstring>
 #include <elf.h>
+#include <filesystem>
 #include <fstream>
 
 namespace
@@ -51,6 +52,11 @@ std::string _nameAt(const std::string& iNames, std::uint64_t iOffset)
 PElfSymbols PElfSymbols::ofFile(const std::string& iPath)
 {
     PElfSymbols symbols;
+    std::error_code ignored; // a file that cannot be read has no symbols
+    if (!std::filesystem::is_regular_file(iPath, ignored)) // opening a named pipe would block
+    {
+        return symbols;
+    }
     std::ifstream file(iPath, std::ios::binary);
     const std::string begin = _bytes(file, 0, EI_NIDENT);
     if (begin.size() < EI_NIDENT || begin.compare(0, SELFMAG, ELFMAG) != 0 ||

@@ -5,6 +5,7 @@
 #include "shared/ToolTexts.h"
 #include "validate/EExitCode.h"
 #include "validate/JunitReport.h"
+#include "validate/PMemoryWatch.h"
 #include "validate/PParallelRun.h"
 #include "validate/PValidation.h"
 #include "validate/SarifReport.h"
@@ -28,6 +29,10 @@ PSession::PSession(const PValidateOptions& iOptions)
 
 int PSession::run()
 {
+    if (fOptions.valgrind)
+    {
+        PMemoryWatch::expectValgrind();
+    }
     for (const std::string& argument : fOptions.arguments)
     {
         fSearch.add(argument);

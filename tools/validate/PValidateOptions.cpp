@@ -18,13 +18,15 @@ constexpr char kExamples[] = R"(Examples:
   ixla-validate --config-dir config --plugins build/plugins build/libgreeter.so
   ixla-validate --only unload --limit 60 build/libgreeter.so
   ixla-validate --json build/libgreeter.so > greeter.json
+  ixla-validate --valgrind build/libgreeter.so
   ixla-validate --junit result.xml --sarif result.sarif --baseline known.txt build/plugins
   ixla-validate build/plugins greeter_1.0_i386.deb
 
 Exit code: 0 every check passed, 1 a check failed or standard output not written, 2 usage,
-4 a report or baseline cannot be written or read.)";
+3 valgrind does not run, 4 a report or baseline cannot be written or read.)";
 
 constexpr int kLongestLimit = 86400;
+constexpr int kValgrindFactor = 10; ///< for the default limits
 constexpr int kMostJobs = 1024;
 
 /// The validator without its addition to the help.
@@ -41,6 +43,13 @@ std::vector<std::string> _checkNames()
         names.emplace_back(check.name);
     }
     return names;
+}
+
+/// The options of a process that the tool itself starts.
+void _addHidden(CLI::App& ioApp, PValidateOptions& oOptions)
+{
+    ioApp.add_option("--run-check", oOptions.check)->group("");
+    ioApp.add_option("--results", oOptions.results)->group("");
 }
 
 void _addFiles(CLI::App& ioApp, PValidateOptions& oOptions)
@@ -86,6 +95,7 @@ void _addOptions(CLI::App& ioApp, PValidateOptions& oOptions)
         ->type_name("CHECK")
         ->allow_extra_args(false)
         ->check(_plain(CLI::IsMember(_checkNames())));
+    ioApp.add_flag("--valgrind", oOptions.valgrind, "find memory errors with valgrind");
     ioApp.add_flag("--list", oOptions.list, "list the checks and exit");
     ioApp.add_flag("--json", oOptions.json, "write one JSON object instead of lines");
     ioApp.set_version_flag("--version", "ixla-validate " IXLAL_VERSION);
@@ -100,10 +110,16 @@ bool PValidateOptions::parse(int iCount, char** iArguments, int& oExitCode)
     app.footer(kExamples);
     _addOptions(app, *this);
     _addFiles(app, *this);
+    _addHidden(app, *this);
     jobs = std::max(1U, std::thread::hardware_concurrency());
     try
     {
         app.parse(iCount, iArguments);
+        if (valgrind)
+        {
+            limit *= app.count("--limit") > 0 ? 1 : kValgrindFactor;
+            initLimit *= app.count("--init-limit") > 0 ? 1 : kValgrindFactor;
+        }
         if (arguments.empty() && !list)
         {
             throw CLI::RequiredError("PLUGIN");
@@ -128,6 +144,24 @@ bool PValidateOptions::parse(int iCount, char** iArguments, int& oExitCode)
         *path = path->empty() ? "" : std::filesystem::absolute(*path).string();
     }
     return true;
+}
+
+std::vector<std::string> PValidateOptions::argumentsOf(const std::string& iCheck,
+                                                       int iResults) const
+{
+    std::vector<std::string> words = {"--run-check",  iCheck,
+                                      "--results",    std::to_string(iResults),
+                                      "--init-limit", std::to_string(initLimit)};
+    for (const auto& [option, path] :
+         {std::pair{"--config-dir", configDir}, std::pair{"--plugins", pluginsDir}})
+    {
+        if (!path.empty())
+        {
+            words.insert(words.end(), {option, path});
+        }
+    }
+    words.insert(words.end(), {"--", plugin});
+    return words;
 }
 
 PValidateOptions PValidateOptions::of(const PSubject& iSubject) const

@@ -15,6 +15,10 @@ public:
     /// oExitCode.
     bool parse(int iCount, char** iArguments, int& oExitCode);
 
+    /// The arguments of a process that runs one check of the library and writes its result to a
+    /// handle.
+    std::vector<std::string> argumentsOf(const std::string& iCheck, int iResults) const;
+
     /// The same options for one library.
     PValidateOptions of(const PSubject& iSubject) const;
 
@@ -31,6 +35,9 @@ public:
     std::string sarif;
     std::string baseline;
     std::string writeBaseline;
+    std::string check; ///< this process runs only this check; empty for all
+    int results = -1;  ///< the handle for its result
+    bool valgrind = false;
     bool json = false;
     bool list = false;
 };

@@ -7,7 +7,7 @@
 #include <chrono>
 
 PValidation::PValidation(const PValidateOptions& iOptions, const Listener& iListener)
-    : fOptions(iOptions), fListener(iListener)
+    : fOptions(iOptions), fListener(iListener), fMemory(iOptions)
 {
 }
 
@@ -28,6 +28,11 @@ PLibraryResult PValidation::run()
         }
         fListener(result.checks.back());
     }
+    for (const PCheckResult& found : fMemory.results())
+    {
+        result.checks.push_back(found);
+        fListener(found);
+    }
     return result;
 }
 
@@ -37,7 +42,7 @@ bool PValidation::isWanted(const PCheck& iCheck) const
     return only.empty() || std::find(only.begin(), only.end(), iCheck.name) != only.end();
 }
 
-PCheckResult PValidation::runCheck(const PCheck& iCheck) const
+PCheckResult PValidation::runCheck(const PCheck& iCheck)
 {
     if (iCheck.needs && fMissing.count(iCheck.needs) > 0)
     {
@@ -45,7 +50,10 @@ PCheckResult PValidation::runCheck(const PCheck& iCheck) const
         return {iCheck.name, PCheckResult::eSkip, reason, "", 0, "", 0};
     }
     const auto begin = std::chrono::steady_clock::now();
-    const PVerdict verdict = PCheckProcess(iCheck, fOptions, fScratch.path().string()).wait();
+    const PVerdict verdict =
+        PCheckProcess(iCheck, fOptions, fScratch.path().string(), fMemory.launchOf(iCheck.name))
+            .wait();
+    fMemory.collect(iCheck.name);
     const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - begin;
     return {iCheck.name,
             verdict.passed ? PCheckResult::ePass : PCheckResult::eFail,

@@ -6,6 +6,7 @@
 #include "testkit/PTestDirectory.h"
 #include "validate/PCheck.h"
 #include "validate/PLibraryResult.h"
+#include "validate/PMemoryWatch.h"
 #include "validate/PValidateOptions.h"
 
 #include <functional>
@@ -25,11 +26,12 @@ public:
 
 private:
     bool isWanted(const PCheck& iCheck) const;
-    PCheckResult runCheck(const PCheck& iCheck) const;
+    PCheckResult runCheck(const PCheck& iCheck);
 
     const PValidateOptions& fOptions;
     const Listener fListener;
     const PTestDirectory fScratch;
+    PMemoryWatch fMemory;
     std::set<std::string> fMissing; ///< checks that failed or were skipped
 };
 

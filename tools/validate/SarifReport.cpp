@@ -41,10 +41,13 @@ Json _rules()
              {"shortDescription", {{"text", "The plugin " + std::string(check.summary)}}},
              {"defaultConfiguration", {{"level", "error"}}}});
     }
+    rules.push_back({{"id", "memory"},
+                     {"shortDescription", {{"text", "The plugin has no memory errors"}}},
+                     {"defaultConfiguration", {{"level", "error"}}}});
     return rules;
 }
 
-/// The number of a rule; -1 for none.
+/// The number of a rule; the last one is that of no process of its own.
 int _ruleIndex(const std::string& iCheck)
 {
     const std::vector<PCheck>& checks = allChecks();
@@ -55,7 +58,7 @@ int _ruleIndex(const std::string& iCheck)
             return static_cast<int>(i);
         }
     }
-    return -1;
+    return static_cast<int>(checks.size());
 }
 
 Json _locationOf(const std::string& iLibrary, const PCheckResult& iResult)

@@ -4,6 +4,7 @@
 #include "shared/PStandardOutput.h"
 #include "validate/EExitCode.h"
 #include "validate/PCheck.h"
+#include "validate/PCheckProcess.h"
 #include "validate/PSession.h"
 #include "validate/PValidateError.h"
 
@@ -22,6 +23,19 @@ void _listChecks()
     }
 }
 
+/// Runs a check for the process that started this one.
+void _runCheck(const PValidateOptions& iOptions)
+{
+    for (const PCheck& check : allChecks())
+    {
+        if (check.name == iOptions.check)
+        {
+            PCheckProcess::runHere(check, iOptions.of({"", iOptions.arguments.front(), ""}),
+                                   iOptions.results);
+        }
+    }
+}
+
 int _main(int iCount, char** iArguments)
 {
     try
@@ -31,6 +45,10 @@ int _main(int iCount, char** iArguments)
         if (!options.parse(iCount, iArguments, exitCode))
         {
             return exitCode;
+        }
+        if (!options.check.empty())
+        {
+            _runCheck(options);
         }
         if (options.list)
         {
