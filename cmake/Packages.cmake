@@ -94,7 +94,7 @@ set(CPACK_DEBIAN_LIBIXLAL-DEV_PACKAGE_SUGGESTS "ixlal-tools ${same_version}, ixl
 set(CPACK_DEBIAN_IXLAL-TOOLS_PACKAGE_DEPENDS
     "libixlal ${same_version}, python3:any, python3-pyelftools")
 set(CPACK_DEBIAN_IXLAL-TOOLS_PACKAGE_RECOMMENDS "libixlal-dev ${same_version}, cmake")
-set(CPACK_DEBIAN_IXLAL-TOOLS_PACKAGE_SUGGESTS "libixlal-dbgsym ${same_version}, gdb")
+set(CPACK_DEBIAN_IXLAL-TOOLS_PACKAGE_SUGGESTS "libixlal-dbgsym ${same_version}, gdb, valgrind")
 set(CPACK_DEBIAN_LIBIXLAL_PACKAGE_CONTROL_EXTRA
     ${PROJECT_SOURCE_DIR}/packaging/triggers ${PROJECT_BINARY_DIR}/packaging/symbols)
 

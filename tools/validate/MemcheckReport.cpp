@@ -53,6 +53,14 @@ std::string _whatOf(const std::string& iError)
     return text.substr(0, text.find(" in loss record"));
 }
 
+/// The path of the source file of a frame; empty if it is not known.
+std::string _sourceOf(const std::string& iFrame)
+{
+    const std::string file = _textOf(iFrame, "file");
+    const std::string directory = file.empty() ? "" : _textOf(iFrame, "dir");
+    return directory.empty() ? file : std::string(directory).append("/").append(file);
+}
+
 /// Appends the finding of an error with a frame in the plugin.
 void _addFinding(const std::string& iError, const std::string& iPlugin,
                  std::vector<PMemoryFinding>& ioFindings)
@@ -64,13 +72,10 @@ void _addFinding(const std::string& iError, const std::string& iPlugin,
         const std::string frame = _next(stack, "frame", at);
         if (at != std::string::npos && _textOf(frame, "obj") == iPlugin)
         {
-            const std::string directory = _textOf(frame, "dir");
-            const std::string file = _textOf(frame, "file");
             const unsigned long line = std::strtoul(_textOf(frame, "line").c_str(), nullptr, 10);
-            ioFindings.push_back(PMemoryFinding::at(
-                _whatOf(iError), _textOf(frame, "fn"),
-                directory.empty() || file.empty() ? file : directory + "/" + file,
-                static_cast<unsigned int>(line)));
+            ioFindings.push_back(PMemoryFinding::at(_whatOf(iError), _textOf(frame, "fn"),
+                                                    _sourceOf(frame),
+                                                    static_cast<unsigned int>(line)));
             return;
         }
     }

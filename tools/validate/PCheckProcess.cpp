@@ -178,6 +178,7 @@ void _settle(const std::string& iScratch, int iOutput)
     std::vector<std::string> texts = iLaunch.command;
     texts.insert(texts.end(), iArguments.begin(), iArguments.end());
     std::vector<char*> words;
+    words.reserve(texts.size() + 1);
     for (std::string& text : texts)
     {
         words.push_back(text.data());

@@ -156,9 +156,10 @@ std::vector<PCheckResult> PMemoryWatch::results() const
     for (const std::string& text : fOrder)
     {
         const PSeen& seen = fSeen.at(text);
-        results.push_back({"memory", PCheckResult::eFail,
-                           text + "\nfound by " + tool + " in: " + seen.checks, "", 0,
-                           seen.finding.source, seen.finding.line});
+        std::string reason = text;
+        reason.append("\nfound by ").append(tool).append(" in: ").append(seen.checks);
+        results.push_back(
+            {"memory", PCheckResult::eFail, reason, "", 0, seen.finding.source, seen.finding.line});
     }
     if (results.empty())
     {

@@ -6,6 +6,14 @@
 #include <algorithm>
 #include <chrono>
 
+namespace
+{
+std::string _needs(const std::string& iCheck)
+{
+    return "needs the check \"" + iCheck + "\"";
+}
+} // namespace
+
 PValidation::PValidation(const PValidateOptions& iOptions, const Listener& iListener)
     : fOptions(iOptions), fListener(iListener), fMemory(iOptions)
 {
@@ -28,8 +36,12 @@ PLibraryResult PValidation::run()
         }
         fListener(result.checks.back());
     }
-    for (const PCheckResult& found : fMemory.results())
+    for (PCheckResult found : fMemory.results())
     {
+        if (found.outcome == PCheckResult::ePass && fMissing.count("loads") > 0)
+        {
+            found = {found.check, PCheckResult::eSkip, _needs("loads"), "", 0, "", 0};
+        }
         result.checks.push_back(found);
         fListener(found);
     }
@@ -46,8 +58,7 @@ PCheckResult PValidation::runCheck(const PCheck& iCheck)
 {
     if (iCheck.needs && fMissing.count(iCheck.needs) > 0)
     {
-        const std::string reason = "needs the check \"" + std::string(iCheck.needs) + "\"";
-        return {iCheck.name, PCheckResult::eSkip, reason, "", 0, "", 0};
+        return {iCheck.name, PCheckResult::eSkip, _needs(iCheck.needs), "", 0, "", 0};
     }
     const auto begin = std::chrono::steady_clock::now();
     const PVerdict verdict =

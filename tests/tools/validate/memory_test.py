@@ -95,6 +95,15 @@ class Sanitizer(MemoryTest):
         self.assertIn('was built with the address sanitizer, and libasan.so.x is not found',
                       done.stdout)
 
+    def test_a_library_that_does_not_load_is_not_passed(self):
+        with tempfile.TemporaryDirectory() as directory:
+            library = Path(directory, 'libcut.so')
+            library.write_bytes(Path(SANITIZED).read_bytes().replace(b'libixlal.core.so',
+                                                                     b'libixlal.gone.so'))
+            done = run_tool('--only', 'loads', str(library))
+        self.assertEqual(1, done.returncode, done.stdout)
+        self.assertIn('skip  memory      needs the check "loads"\n', done.stdout)
+
     def test_a_plugin_without_it_has_no_such_check(self):
         done = run_tool('--only', 'init', PLAIN)
         self.assertEqual(0, done.returncode, done.stdout)
