@@ -2,6 +2,7 @@
 // The check for work in static constructors.
 
 #include "shared/PFileDescriptor.h"
+#include "validate/JoinedTexts.h"
 #include "validate/PCheck.h"
 #include "validate/PCoreCalls.h"
 #include "validate/PProcessState.h"
@@ -124,16 +125,6 @@ std::vector<std::string> _changes(const PSurroundings& iBefore, const PSurroundi
     }
     return found;
 }
-
-std::string _joinedWork(const std::vector<std::string>& iTexts)
-{
-    std::string text;
-    for (const std::string& each : iTexts)
-    {
-        text += (text.empty() ? "" : ", ") + each;
-    }
-    return text;
-}
 } // namespace
 
 PVerdict checkConstructor(PTrial& ioTrial)
@@ -157,6 +148,6 @@ PVerdict checkConstructor(PTrial& ioTrial)
         return PVerdict::fail(ioTrial.loadError(), "see the check \"loads\"");
     }
     return work.empty() ? PVerdict::pass("loading does no work")
-                        : PVerdict::fail("a static constructor " + _joinedWork(work),
+                        : PVerdict::fail("a static constructor " + joinedTexts(work),
                                          "do it in init: a library is also loaded to be listed");
 }

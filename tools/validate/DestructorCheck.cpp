@@ -3,6 +3,7 @@
 // held.
 
 #include "helpers/ResultText.h"
+#include "validate/JoinedTexts.h"
 #include "validate/PCheck.h"
 #include "validate/PCoreCalls.h"
 #include "validate/PTrial.h"
@@ -14,16 +15,16 @@ namespace
 std::string _callsInDestructor(const PTrial& iTrial, const std::vector<PCoreCalls::Call>& iCalls)
 {
     const std::string logger = "ixlaGetInstance(\"" + ixlaNarrow(kIxlaLoggerId) + "\")";
-    std::string text;
+    std::vector<std::string> texts;
     for (const PCoreCalls::Call& call : iCalls)
     {
         if (call.thread == std::this_thread::get_id() && call.text != logger &&
             iTrial.isOfPlugin(call.caller))
         {
-            text += (text.empty() ? "" : ", ") + call.text;
+            texts.push_back(call.text);
         }
     }
-    return text;
+    return joinedTexts(texts);
 }
 } // namespace
 

@@ -2,6 +2,7 @@
 // The check for configuration keys that a plugin reads and does not declare.
 
 #include "shared/PDeclarations.h"
+#include "validate/JoinedTexts.h"
 #include "validate/PCheck.h"
 #include "validate/PCoreCalls.h"
 #include "validate/PTrial.h"
@@ -53,17 +54,17 @@ PVerdict checkKeys(PTrial& ioTrial)
                                &_isOfPlugin);
     ioTrial.initialise();
     ioTrial.stopCore();
-    std::string undeclared;
+    std::vector<std::string> undeclared;
     for (const auto& [id, key] : sReads.keys())
     {
         if (!declared.allows(id, key))
         {
-            undeclared.append(undeclared.empty() ? "\"" : ", \"").append(key);
-            undeclared.append("\" of \"").append(id).append("\"");
+            std::string text = "\"";
+            undeclared.push_back(text.append(key).append("\" of \"").append(id).append("\""));
         }
     }
     return undeclared.empty()
                ? PVerdict::pass("reads no key of its own that it does not declare")
-               : PVerdict::fail("reads " + undeclared + ", which it does not declare",
+               : PVerdict::fail("reads " + joinedTexts(undeclared) + ", which it does not declare",
                                 "declare the key in IXLA_CONFIG");
 }

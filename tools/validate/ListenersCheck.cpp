@@ -4,6 +4,7 @@
 #include "IEventDispatcher.h"
 #include "helpers/Text.h"
 #include "shared/PFileDescriptor.h"
+#include "validate/JoinedTexts.h"
 #include "validate/PCheck.h"
 #include "validate/PTrial.h"
 
@@ -62,8 +63,7 @@ PVerdict checkListeners(PTrial& ioTrial)
     const PBaseptr<IEventDispatcher> dispatcher = core.service<IEventDispatcher>();
     ioTrial.initialise();
     ioTrial.stopCore();
-    std::string left;
-    int count = 0;
+    std::vector<std::string> left;
     for (const PSubscribed& each : _subscribed(core.log()))
     {
         ioTrial.phase("releasing its listener of \"" + each.topic + "\", if that is left");
@@ -72,12 +72,11 @@ PVerdict checkListeners(PTrial& ioTrial)
                                                       static_cast<IEventListener*>(each.listener));
         if (result == eIxlaOk && ioTrial.isOfPlugin(table))
         {
-            left += (left.empty() ? "\"" : ", \"") + each.topic + "\"";
-            ++count;
+            left.push_back("\"" + each.topic + "\"");
         }
     }
-    return count == 0 ? PVerdict::pass("leaves no listener subscribed")
-                      : PVerdict::fail("stays subscribed to " + left,
-                                       "remove each listener in the destructor of the plugin at "
-                                       "the latest; PSubscription does");
+    return left.empty() ? PVerdict::pass("leaves no listener subscribed")
+                        : PVerdict::fail("stays subscribed to " + joinedTexts(left),
+                                         "remove each listener in the destructor of the plugin at "
+                                         "the latest; PSubscription does");
 }

@@ -195,19 +195,23 @@ std::vector<PString> PTrial::registeredIds(bool iOwn) const
     return ids;
 }
 
+// The log may have the lines of two starts.
 IPlugin* PTrial::registeredPlugin() const
 {
+    void* plugin = nullptr;
     for (const std::string& line : fCore->coreLog().lines())
     {
         std::string rest;
-        void* plugin = nullptr;
-        if (_behind(line, "D Core [processPlugin][pg:", rest) && rest.ends_with("/" + linkName()) &&
-            std::istringstream(rest) >> plugin)
+        if (_behind(line, "D Core [processPlugin][pg:", rest) && rest.ends_with("/" + linkName()))
         {
-            return static_cast<IPlugin*>(plugin);
+            std::istringstream(rest) >> plugin;
         }
     }
-    throw PTestError("the core log does not name the plugin");
+    if (!plugin)
+    {
+        throw PTestError("the core log does not name the plugin");
+    }
+    return static_cast<IPlugin*>(plugin);
 }
 
 std::map<std::string, IBase*> PTrial::initialiseOthers() const

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The check for threads, handles, timers, temporary files and mappings that remain after unloading.
 
+#include "validate/JoinedTexts.h"
 #include "validate/PCheck.h"
 #include "validate/PProcessState.h"
 #include "validate/PTrial.h"
@@ -63,16 +64,6 @@ std::vector<std::string> _leftovers(const PProcessState& iBefore, const PTestCor
     return left;
 }
 
-std::string _joined(const std::vector<std::string>& iTexts)
-{
-    std::string joined;
-    for (const std::string& text : iTexts)
-    {
-        joined += (joined.empty() ? "" : ", ") + text;
-    }
-    return joined;
-}
-
 /// Adds the files in iDirectory, except for those of the test core.
 void _addFiles(const fs::path& iDirectory, const PTestCore& iCore,
                std::vector<std::string>& ioTexts)
@@ -111,7 +102,7 @@ PVerdict checkUnload(PTrial& ioTrial)
     _addFiles(temporary.path(), core, left);
     if (!left.empty())
     {
-        return PVerdict::fail("leaves behind: " + _joined(left),
+        return PVerdict::fail("leaves behind: " + joinedTexts(left),
                               "join threads, close and remove files and delete timers when the "
                               "core announces its exit, or in the destructors");
     }

@@ -107,6 +107,11 @@ class Flaws(unittest.TestCase):
             result = run(library, '--only', 'init', flaw='no interfaces')
             self.assertIn('0 instances', result.stdout)
 
+    def test_plugin_without_interfaces_passes_the_checks_with_a_core(self):
+        result = run(FLAWED, *(f'--only={check}' for check in CHECKS[CHECKS.index('init'):]),
+                     flaw='no interfaces')
+        self.assertEqual(0, result.returncode, result.stdout)
+
 
 class Files(unittest.TestCase):
 

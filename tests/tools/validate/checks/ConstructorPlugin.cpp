@@ -52,7 +52,11 @@ public:
         }
     }
 
-    /// Before the library is closed, so that the thread leaves its code.
+    ~Worker()
+    {
+        end();
+    }
+
     void end()
     {
         if (fFile >= 0)
