@@ -165,7 +165,7 @@ def build(out: Path, place: str, work: Path) -> None:
     for page in names:
         stage_page(page.relative_to(ROOT), pages)
     stage_man(pages)
-    for name in ("reference.md", "site.css", "search_files.js"):
+    for name in ("reference.md", "site.css", "site_search.js"):
         shutil.copyfile(SITE / name, pages / name)
     settings = (f"@INCLUDE = docs/Doxyfile\nOUTPUT_DIRECTORY = \"{pages}\"\nHTML_OUTPUT = api\n"
                 f"GENERATE_TAGFILE = \"{work}/tags\"\nHTML_EXTRA_STYLESHEET = docs/site/api.css\n"

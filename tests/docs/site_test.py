@@ -21,6 +21,8 @@ from browser import BROWSER, browse, running
 
 # What the search has to find: a word, and the title and the address of one of its results.
 SEARCHES = (("maxsize", "Keys of the core", "docs/configuration.html#keys-of-the-core"),
+            ("core.log.maxsize", "Keys of the core", "docs/configuration.html#keys-of-the-core"),
+            ("-1007", "Plugins", "docs/result-codes.html#plugins"),
             ("ixlaunloadplugin", "ixlaUnloadPlugin(3)", "man/ixlaUnloadPlugin.3.html"),
             ("loadbyid", "IConfigManager::loadByID", "api/classIConfigManager.html#"))
 

@@ -1,14 +1,27 @@
 // SPDX-License-Identifier: MIT
-// Search for a site that is opened as files. A browser then neither starts the worker of the search
-// nor lets it read the index, so this class takes the place of the worker. It reads the same index
-// from a script.
+// Changes the search in two ways: queries may be result codes and keys, and the site may be opened
+// as files.
 
+// In the language of queries "-1007" means "without 1007", and "core.log.file" is one word. The index
+// has the parts of both as words.
+function wordsOf(query) {
+    return query.replace(/[^\p{L}\p{N}_*]+/gu, " ").trim();
+}
+
+class WordWorker extends Worker {
+    postMessage(message) {
+        super.postMessage(message.query ? { query: wordsOf(message.query) } : message);
+    }
+}
+
+// For files, a browser neither starts the worker of the search nor lets it read the index, so this
+// class takes its place. It reads the same index from a script.
 class FileWorker {
     postMessage(message) {
         if (message.init) {
             this.load(["search/lunr.js", "search/search_index.js"]);
         } else {
-            this.answer({ results: this.find(message.query) });
+            this.answer({ results: this.find(wordsOf(message.query)) });
         }
     }
 
@@ -50,6 +63,4 @@ class FileWorker {
     }
 }
 
-if (location.protocol === "file:") {
-    window.Worker = FileWorker;
-}
+window.Worker = location.protocol === "file:" ? FileWorker : WordWorker;
