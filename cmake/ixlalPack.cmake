@@ -15,6 +15,10 @@ if(NOT CPACK_DEBIAN_PACKAGE_DEPENDS MATCHES "libixlal ")
     string(PREPEND CPACK_DEBIAN_PACKAGE_DEPENDS "libixlal (>= ${CPACK_IXLAL_VERSION}), ")
 endif()
 
+# Directories are for everybody, whatever the umask is.
+file(CHMOD_RECURSE ${CPACK_TEMPORARY_INSTALL_DIRECTORY}
+    DIRECTORY_PERMISSIONS ${CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS})
+
 # dpkg keeps what an operator has changed in these files.
 file(GLOB_RECURSE _ixlal_files RELATIVE ${CPACK_TEMPORARY_INSTALL_DIRECTORY}
     ${CPACK_TEMPORARY_INSTALL_DIRECTORY}/etc/*)

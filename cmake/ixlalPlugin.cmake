@@ -67,11 +67,6 @@ function(_ixlal_install_config name file)
 endfunction()
 
 function(_ixlal_validate name)
-    get_directory_property(options COMPILE_OPTIONS)
-    if("${CMAKE_CXX_FLAGS} ${options}" MATCHES "-fsanitize=")
-        message(STATUS "${name} is not validated, because it is built with a sanitizer")
-        return()
-    endif()
     if(NOT IXLAL_VALIDATE)
         message(FATAL_ERROR "ixlal_add_plugin(${name} ... VALIDATE) finds no ixla-validate: "
             "install the package ixlal-tools, or name the program with -DIXLAL_VALIDATE=FILE")

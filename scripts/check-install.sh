@@ -203,6 +203,13 @@ check_new_plugin() {
     grep -q 'com\.example\.greeter' "$log" || fail "ixla-inspect does not find the new plugin"
 }
 
+# readable_for_all PACKAGE
+readable_for_all() {
+    if dpkg-deb -c "$1" | grep -vE '^(d.{3}r-xr-x|-.{3}r-[x-]r-[x-]|l)'; then
+        fail "$1 is not readable for all users"
+    fi
+}
+
 # check_plugin_package FILE ARCHITECTURE: the package of a project with all parts.
 check_plugin_package() {
     local depends
@@ -215,6 +222,7 @@ check_plugin_package() {
     dpkg-deb --ctrl-tarfile "$1" | tar -xO ./conffiles |
         diff - <(printf '%s\n' /etc/ixlal/greeter/{greeter,ixlap.configmanager}.prs) ||
         fail "$1 has other configuration files"
+    readable_for_all "$1"
     # The author writes the documents.
     lintian --profile debian --allow-root --fail-on error \
         --suppress-tags no-copyright-file,no-changelog,no-manual-page "$1"
@@ -226,7 +234,8 @@ check_whole_project() {
     log=$2/whole.log
     quietly "$1/bin/ixla-new-plugin" greeter --id com.example.greeter --dir "$project" \
         --with-client --with-host
-    CMAKE_PREFIX_PATH=$1 quietly "$project/ci.sh"
+    (umask 077 && CMAKE_PREFIX_PATH=$1 quietly "$project/ci.sh")
+    [ "$(grep -cE '[0-9] checks passed' "$log")" -eq 6 ] || fail "not every preset validates"
     check_plugin_package "$project"/build/release/*.deb i386
     # What clang-tidy must find.
     printf 'struct Sample { virtual void run(); }; struct Other : Sample { void run(); };\n' \
@@ -436,9 +445,7 @@ check_packages() {
         fi
     done
     for package in "$work"/packages/*.deb; do
-        if dpkg-deb -c "$package" | grep -vE '^(d.{3}r-xr-x|-.{3}r-[x-]r-[x-]|l)'; then
-            fail "$package is not readable for all users"
-        fi
+        readable_for_all "$package"
     done
     if readelf -S "$work"/root/usr/lib/*/libixlal.*.so | grep -F .debug_info; then
         fail "libraries are not stripped"
