@@ -14,13 +14,14 @@
 
 namespace
 {
-/// Returns false at the end of the pipe.
+/// Returns false at the end of the pipe or of the line. A process that a plugin has started may
+/// keep the pipe open.
 bool _readMore(int iDescriptor, std::string& ioText)
 {
     std::array<char, 4096> buffer;
     const ssize_t count = ::read(iDescriptor, buffer.data(), buffer.size());
     ioText.append(buffer.data(), static_cast<std::size_t>(count > 0 ? count : 0));
-    return count > 0 || (count < 0 && errno == EINTR);
+    return (count > 0 && !ioText.ends_with('\n')) || (count < 0 && errno == EINTR);
 }
 
 void _writeAll(int iDescriptor, const std::string& iText)
@@ -98,7 +99,7 @@ void PParallelRun::work(const PWorker& iWorker, const PSubject& iSubject) const
         PValidation validation(options, [](const PCheckResult&) {});
         const auto replace = nlohmann::ordered_json::error_handler_t::replace;
         _writeAll(iWorker.result.writing.get(),
-                  validation.run().toJson().dump(-1, ' ', false, replace));
+                  validation.run().toJson().dump(-1, ' ', false, replace) + "\n");
         exitCode = EXIT_SUCCESS;
     }
     catch (const std::exception& problem)

@@ -40,6 +40,7 @@ PProgram::PProgram(const std::vector<std::string>& iCommand) : fName(iCommand.fr
 {
     std::vector<std::string> texts = iCommand;
     std::vector<char*> arguments;
+    arguments.reserve(texts.size() + 1);
     for (std::string& text : texts)
     {
         arguments.push_back(text.data());

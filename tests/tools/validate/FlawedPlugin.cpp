@@ -86,6 +86,12 @@ private:
         {
             (void)::open("/dev/zero", O_RDONLY);
         }
+        if (_has("daemon") && ::fork() == 0)
+        {
+            ::setsid();
+            ::alarm(100);
+            ::pause();
+        }
         if (_has("slow exit"))
         {
             const auto listener = ixlaListener([](const PLiteral&, IBase*, int) { ::sleep(60); });

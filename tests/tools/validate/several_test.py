@@ -90,6 +90,12 @@ class SeveralTest(unittest.TestCase):
                              FLAW='meets another', MEETING=str(meeting))
         self.assertIn('did not end within 1 s', done.stdout)
 
+    def test_a_process_that_a_plugin_leaves_behind_delays_nothing(self):
+        done = subprocess.run([PROGRAM, '--only', 'init', FLAWED, FLAWED], timeout=50, text=True,
+                              env={**os.environ, 'FLAW': 'daemon'}, stdin=subprocess.DEVNULL,
+                              stdout=subprocess.PIPE, check=False)
+        self.assertEqual(0, done.returncode, done.stdout)
+
     def test_other_files_of_a_directory_are_skipped(self):
         self.add('a', 'offers\ttest.a\tx')
         (self.plugins / 'readme.txt').write_text('text', encoding='utf-8')
