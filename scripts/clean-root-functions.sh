@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: MIT
 # shellcheck shell=bash
-# Functions of the scripts that run commands in a bare Debian 12: sourced by them. work is their
-# directory for the bare root, and is set before.
+# Functions of the scripts that run commands in a bare Debian 12: sourced by them. When they are
+# called, root is the directory of the tree, and work the one for the bare root.
 
 release=bookworm
 
@@ -78,7 +78,7 @@ prepare_roots() {
         echo "$(basename "$0"): must be run as root, to create a root directory" >&2
         exit 1
     fi
-    "$root/scripts/install-deps.sh" root
+    "${root:?}/scripts/install-deps.sh" root
     enter_namespace "$@"
     mkdir -p "$work"
     work=$(cd "$work" && pwd)
