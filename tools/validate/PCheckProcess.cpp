@@ -30,7 +30,7 @@
 
 namespace
 {
-constexpr std::size_t kKeptOutput = 4096;
+constexpr std::size_t kKeptOutput = 65536;
 constexpr std::size_t kKeptResults = 1048576;
 constexpr std::size_t kShownLines = 5;
 constexpr int kLookMilliseconds = 50;
@@ -262,6 +262,11 @@ void PCheckProcess::runCheck(const PCheck& iCheck, const PValidateOptions& iOpti
         std::cerr << problem.what() << std::endl;
     }
     ::_exit(EXIT_FAILURE);
+}
+
+const std::string& PCheckProcess::output() const
+{
+    return fWritten;
 }
 
 PVerdict PCheckProcess::wait()

@@ -33,6 +33,9 @@ public:
     /// Waits for the verdict. The end of the process or of the time limit is a failure.
     PVerdict wait();
 
+    /// The last output of the standard streams.
+    const std::string& output() const;
+
 private:
     [[noreturn]] void runCheck(const PCheck& iCheck, const PValidateOptions& iOptions,
                                const std::string& iScratch, const PLaunch& iLaunch) const;

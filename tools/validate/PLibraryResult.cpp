@@ -10,12 +10,14 @@
 
 namespace
 {
-const std::array<std::string, 4> kOutcomes = {"pass", "fail", "skip", "known"};
+constexpr std::array<const char*, 4> kOutcomes = {"pass", "fail", "skip", "known"};
 
 PCheckResult::EOutcome _outcomeOf(const std::string& iText)
 {
     const auto* const found = std::find(kOutcomes.begin(), kOutcomes.end(), iText);
-    return static_cast<PCheckResult::EOutcome>(found - kOutcomes.begin());
+    return found == kOutcomes.end()
+               ? PCheckResult::eFail
+               : static_cast<PCheckResult::EOutcome>(found - kOutcomes.begin());
 }
 
 double _rounded(double iSeconds)

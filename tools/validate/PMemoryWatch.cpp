@@ -112,30 +112,38 @@ PLaunch PMemoryWatch::launchOf(const std::string& iCheck) const
     }
 }
 
-void PMemoryWatch::collect(const std::string& iCheck)
+void PMemoryWatch::collect(const std::string& iCheck, const std::string& iOutput)
 {
+    if (fKind == eSanitizer)
+    {
+        add(sanitizerFindings(iOutput, fPlugin), iCheck);
+    }
     for (const fs::directory_entry& entry : fs::directory_iterator(fReports.path()))
     {
         std::ostringstream text;
         text << std::ifstream(entry.path()).rdbuf();
-        const auto findings = fKind == eValgrind
-                                  ? memcheckFindings(text.str(), fPlugin, _showsLeaks(iCheck))
-                                  : sanitizerFindings(text.str(), fPlugin);
-        for (const PMemoryFinding& finding : findings)
-        {
-            PSeen& seen = fSeen[finding.text];
-            if (seen.checks.empty())
-            {
-                fOrder.push_back(finding.text);
-                seen.finding = finding;
-            }
-            if (!seen.checks.ends_with(iCheck))
-            {
-                seen.checks += (seen.checks.empty() ? "" : ", ") + iCheck;
-            }
-        }
+        add(fKind == eValgrind ? memcheckFindings(text.str(), fPlugin, _showsLeaks(iCheck))
+                               : sanitizerFindings(text.str(), fPlugin),
+            iCheck);
         std::error_code ignored; // the directory is removed later
         fs::remove(entry.path(), ignored);
+    }
+}
+
+void PMemoryWatch::add(const std::vector<PMemoryFinding>& iFindings, const std::string& iCheck)
+{
+    for (const PMemoryFinding& finding : iFindings)
+    {
+        PSeen& seen = fSeen[finding.text];
+        if (seen.checks.empty())
+        {
+            fOrder.push_back(finding.text);
+            seen.finding = finding;
+        }
+        if (!seen.checks.ends_with(iCheck))
+        {
+            seen.checks += (seen.checks.empty() ? "" : ", ") + iCheck;
+        }
     }
 }
 

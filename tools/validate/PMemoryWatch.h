@@ -26,8 +26,9 @@ public:
     /// How the process of a check starts.
     PLaunch launchOf(const std::string& iCheck) const;
 
-    /// Reads what the ended process of a check has reported.
-    void collect(const std::string& iCheck);
+    /// Reads what the ended process of a check has reported. iOutput is its output, to which the
+    /// sanitizer of undefined behaviour writes beside that of addresses.
+    void collect(const std::string& iCheck, const std::string& iOutput);
 
     /// The results of the check "memory": one for each finding; none if nothing was used.
     std::vector<PCheckResult> results() const;
@@ -45,6 +46,7 @@ private:
         std::string checks; ///< those in which it was found
     };
 
+    void add(const std::vector<PMemoryFinding>& iFindings, const std::string& iCheck);
     void useSanitizer(const std::string& iRuntime);
     PLaunch underValgrind() const;
     PLaunch underSanitizer(const std::string& iCheck) const;

@@ -61,10 +61,10 @@ PCheckResult PValidation::runCheck(const PCheck& iCheck)
         return {iCheck.name, PCheckResult::eSkip, _needs(iCheck.needs), "", 0, "", 0};
     }
     const auto begin = std::chrono::steady_clock::now();
-    const PVerdict verdict =
-        PCheckProcess(iCheck, fOptions, fScratch.path().string(), fMemory.launchOf(iCheck.name))
-            .wait();
-    fMemory.collect(iCheck.name);
+    PCheckProcess process(iCheck, fOptions, fScratch.path().string(),
+                          fMemory.launchOf(iCheck.name));
+    const PVerdict verdict = process.wait();
+    fMemory.collect(iCheck.name, process.output());
     const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - begin;
     return {iCheck.name,
             verdict.passed ? PCheckResult::ePass : PCheckResult::eFail,

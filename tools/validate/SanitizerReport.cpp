@@ -10,6 +10,7 @@ namespace
 {
 constexpr char kError[] = "ERROR: AddressSanitizer: ";
 constexpr char kLeak[] = "Direct leak of ";
+constexpr char kUndefined[] = ": runtime error: ";
 constexpr char kFrame[] = "frame|";
 
 /// The error or leak that is being read.
@@ -47,6 +48,20 @@ void _readFrame(const std::string& iFrame, const std::string& iPlugin, Current& 
                            source == "<null>" ? "" : source, static_cast<unsigned int>(number));
 }
 
+/// The finding of a line "FILE:LINE:COLUMN: runtime error: TEXT".
+PMemoryFinding _undefinedAt(const std::string& iLine, std::size_t iMark)
+{
+    const std::size_t column = iLine.rfind(':', iMark - 1);
+    const std::size_t number = column == std::string::npos ? column : iLine.rfind(':', column - 1);
+    const std::string what = iLine.substr(iMark + sizeof kUndefined - 1);
+    if (number == std::string::npos)
+    {
+        return {what, "", 0};
+    }
+    const unsigned long line = std::strtoul(iLine.c_str() + number + 1, nullptr, 10);
+    return PMemoryFinding::at(what, "", iLine.substr(0, number), static_cast<unsigned int>(line));
+}
+
 /// Ends an error or leak.
 void _finish(Current& ioCurrent, std::vector<PMemoryFinding>& ioFindings)
 {
@@ -73,6 +88,7 @@ std::vector<PMemoryFinding> sanitizerFindings(const std::string& iReport,
         const std::size_t error = line.find(kError);
         const std::size_t leak = line.find(kLeak);
         const std::size_t frame = line.find(kFrame);
+        const std::size_t undefined = line.find(kUndefined);
         if (error != std::string::npos)
         {
             _finish(current, findings);
@@ -83,6 +99,10 @@ std::vector<PMemoryFinding> sanitizerFindings(const std::string& iReport,
             _finish(current, findings);
             current.what = line.substr(leak, line.find(" allocated from") - leak);
             current.isLeak = true;
+        }
+        else if (undefined != std::string::npos)
+        {
+            findings.push_back(_undefinedAt(line, undefined));
         }
         else if (frame != std::string::npos && !current.what.empty())
         {

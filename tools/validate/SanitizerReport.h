@@ -12,8 +12,8 @@
 /// The value of stack_trace_format in ASAN_OPTIONS with which reports can be read.
 extern const char kSanitizerFrames[];
 
-/// The errors, and the leaks with a frame in the library iPlugin, which is an absolute path without
-/// links.
+/// The errors, undefined behaviour, and the leaks with a frame in the library iPlugin, which is an
+/// absolute path without links.
 std::vector<PMemoryFinding> sanitizerFindings(const std::string& iReport,
                                               const std::string& iPlugin);
 

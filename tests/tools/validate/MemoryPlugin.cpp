@@ -3,6 +3,7 @@
 
 #include "helpers/PPlugin.h"
 
+#include <climits>
 #include <cstdlib>
 #include <cstring>
 
@@ -11,6 +12,7 @@ namespace
 // Volatile: the compiler must neither drop nor report the errors.
 char* volatile sBytes;
 volatile char sByte;
+volatile int sNumber = INT_MAX;
 
 bool _has(const char* iFlaw)
 {
@@ -44,6 +46,11 @@ void _useUninitialised()
     delete[] sBytes;
 }
 
+void _overflowNumber()
+{
+    sNumber = sNumber + 1;
+}
+
 void _leak()
 {
     sBytes = new char[77];
@@ -62,6 +69,10 @@ public:
         if (_has("overflow"))
         {
             _overflow();
+        }
+        if (_has("number"))
+        {
+            _overflowNumber();
         }
         if (_has("freed"))
         {

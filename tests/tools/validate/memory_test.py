@@ -59,6 +59,13 @@ class Sanitizer(MemoryTest):
                 self.assertRegex(found, r'\(MemoryPlugin\.cpp:\d+\)$')
                 self.assertIn('found by the address sanitizer in: init\n', done.stdout)
 
+    def test_undefined_behaviour_is_a_finding(self):
+        done = run_tool('--only', 'init', SANITIZED, FLAW='number')
+        self.assertEqual(1, done.returncode, done.stdout)
+        (found,) = self.findings(done)
+        self.assertRegex(found, r'^signed integer overflow: .* \(MemoryPlugin\.cpp:\d+\)$')
+        self.assertIn('pass  init ', done.stdout)
+
     def test_a_leak_is_a_finding_of_the_checks_that_destroy_the_plugin(self):
         done = run_tool('--only', 'init', '--only', 'stop', SANITIZED, FLAW='leak')
         self.assertEqual(1, done.returncode, done.stdout)
