@@ -8,9 +8,10 @@ if(NOT CMAKE_CXX_FLAGS MATCHES "-m32 -fsanitize" AND NOT IXLAL_BUILD_SCHEDULES)
         -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror)
 endif()
 
-# Users of installed 32-bit libraries build for 32 bits. In the tree the preset sets the flag.
+# Users of installed 32-bit libraries for Intel build for 32 bits. In the tree the preset sets the
+# flag.
 set(ixlal_word_flag "")
-if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+if(CMAKE_SIZEOF_VOID_P EQUAL 4 AND CMAKE_SYSTEM_PROCESSOR MATCHES "86")
     set(ixlal_word_flag -m32)
 endif()
 

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Installs the Debian packages that are missing: install-deps.sh build|test|bench|plots|root
+# Installs the Debian packages that are missing: install-deps.sh build|test|bench|plots|root|armhf
 set -eu
 
 packages=(g++ g++-multilib cmake ninja-build libcli11-dev nlohmann-json3-dev)
@@ -13,6 +13,10 @@ fi
 
 case ${1:-build} in
     root) packages=(debootstrap) ;;
+    armhf)
+        packages+=(googletest clang binutils-arm-linux-gnueabihf qemu-user-static)
+        packages+=(libc6-dev-armhf-cross libgcc-12-dev-armhf-cross libstdc++-12-dev-armhf-cross)
+        ;;
     bench) packages+=(valgrind python3) ;;
     plots) packages+=(valgrind python3 python3-matplotlib) ;;
 esac

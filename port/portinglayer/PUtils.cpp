@@ -113,10 +113,10 @@ int _hexDigit(wchar_t iChar) noexcept
 {
     if (iChar >= L'0' && iChar <= L'9')
     {
-        return iChar - L'0';
+        return static_cast<int>(iChar - L'0');
     }
     const wchar_t lower = iChar | 0x20;
-    return lower >= L'a' && lower <= L'f' ? lower - L'a' + 10 : -1;
+    return lower >= L'a' && lower <= L'f' ? static_cast<int>(lower - L'a') + 10 : -1;
 }
 
 /// Whether a text is iWord, in upper or lower case; iWord is lower-case.

@@ -24,11 +24,11 @@ TEST(FunctionRef, CallsItsObject)
 TEST(FunctionRef, PassesReferencesToTheCallersObjects)
 {
     std::string text = "a";
-    const auto append = [](std::string& ioText, int iCount)
+    const auto append = [](std::string& ioText, unsigned int iCount)
     {
         ioText.append(iCount, 'b');
     };
-    const PFunctionRef<void(std::string&, int)> function(append);
+    const PFunctionRef<void(std::string&, unsigned int)> function(append);
 
     function(text, 2);
 

@@ -65,7 +65,8 @@ void EventWorker::unsubscribeOwn()
         return expect("unsubscribe a stranger", -5001,
                       fDispatcher->removeListener(fTopic.c_str(), stranger.get()));
     }
-    const auto gone = fOwn.begin() + pick(static_cast<unsigned int>(fOwn.size()));
+    const auto gone =
+        fOwn.begin() + static_cast<std::ptrdiff_t>(pick(static_cast<unsigned int>(fOwn.size())));
     expect("unsubscribe", 0, fDispatcher->removeListener(fTopic.c_str(), gone->listener.get()));
     fOwn.erase(gone);
 }

@@ -43,7 +43,7 @@ void LogWorker::step()
     {
         return open();
     }
-    const auto chosen = fLoggers.begin() + pick(kKept);
+    const auto chosen = fLoggers.begin() + static_cast<std::ptrdiff_t>(pick(kKept));
     if (pick(64) == 0)
     {
         fLoggers.erase(chosen);

@@ -18,14 +18,6 @@ constexpr std::size_t kLogBlock = 8192;        // longer lines are skipped
 constexpr std::uintptr_t kStackScan = 1 << 18; // bytes of the stack that are read at most
 constexpr std::size_t kMaxRegions = 2048;
 
-#if defined(__i386__)
-constexpr int kInstruction = REG_EIP;
-constexpr int kStackPointer = REG_ESP;
-#elif defined(__x86_64__)
-constexpr int kInstruction = REG_RIP;
-constexpr int kStackPointer = REG_RSP;
-#endif
-
 struct Code
 {
     std::uintptr_t begin;
@@ -38,13 +30,27 @@ char sLogBlock[kLogBlock];
 Code sPlugins[kMaxRegions];
 std::size_t sPluginCount = 0;
 
-std::uintptr_t _register([[maybe_unused]] const void* iMachine, [[maybe_unused]] int iNumber)
+/// Where a thread was when the signal came; zeros for a machine that is not known.
+struct Place
 {
-#if defined(__i386__) || defined(__x86_64__)
-    const ucontext_t& machine = *static_cast<const ucontext_t*>(iMachine);
-    return static_cast<std::uintptr_t>(machine.uc_mcontext.gregs[iNumber]);
+    std::uintptr_t instruction;
+    std::uintptr_t stack;
+};
+
+Place _placeOf([[maybe_unused]] const void* iMachine)
+{
+    [[maybe_unused]] const mcontext_t& machine =
+        static_cast<const ucontext_t*>(iMachine)->uc_mcontext;
+#if defined(__i386__)
+    return {static_cast<std::uintptr_t>(machine.gregs[REG_EIP]),
+            static_cast<std::uintptr_t>(machine.gregs[REG_ESP])};
+#elif defined(__x86_64__)
+    return {static_cast<std::uintptr_t>(machine.gregs[REG_RIP]),
+            static_cast<std::uintptr_t>(machine.gregs[REG_RSP])};
+#elif defined(__arm__)
+    return {machine.arm_pc, machine.arm_sp};
 #else
-    return 0;
+    return {};
 #endif
 }
 
@@ -71,8 +77,8 @@ PCrashReport::PCrashReport(PCrashContext& ioContext, const siginfo_t& iInfo, con
     : fContext(ioContext),
       fInfo(iInfo),
       fThread(gettid()),
-      fAddress(_register(iMachine, kInstruction)),
-      fStack(_register(iMachine, kStackPointer)),
+      fAddress(_placeOf(iMachine).instruction),
+      fStack(_placeOf(iMachine).stack),
       fLog(ioContext.isLogFile ? open(ioContext.log.c_str(),
                                       O_WRONLY | O_APPEND | O_CLOEXEC | O_NONBLOCK | O_NOCTTY)
                                : -1)
