@@ -10,8 +10,9 @@
 # failing call in most of them. --replay: only runs this schedule and describes it.
 #
 # --different: only fresh ones, of every scenario until so many of them differ, or hardly any new ones
-# are found. The results are added to build/schedules/searched. Scenarios that it names are left out,
-# so an interrupted search continues. --table: only prints them as a table.
+# are found. The results are added to tests/schedules/searched.txt, with the last commit. Scenarios
+# that it names are left out, so an interrupted search continues. --table: only prints them as a
+# table.
 #
 # A schedule that fails is shortened, printed, and written to build/schedules/failed. See
 # docs/testing-schedules.md.
@@ -21,7 +22,7 @@ root=$(cd "$(dirname "$0")/.." && pwd)
 cd "$root"
 program=build/schedules/bin/ixlal-schedules
 failed=build/schedules/failed
-searched=build/schedules/searched
+searched=tests/schedules/searched.txt
 seconds=60
 runs=
 different=
@@ -36,9 +37,9 @@ usage() {
 }
 
 print_table() {
-    echo "| scenario | first seed | drawn | different | switch points of each |"
-    echo "|---|---:|---:|---:|---:|"
-    sort "$searched" | sed -E 's/^([^ ]+) +([0-9]+) schedules, +([0-9]+) different, +([0-9]+) points.*seed ([0-9]+).*/| \1 | \5 | \2 | \3 | \4 |/'
+    echo "| scenario | first seed | drawn | different | switch points of each | commit |"
+    echo "|---|---:|---:|---:|---:|---|"
+    sed -E 's/^([^ ]+) +([0-9]+) schedules, +([0-9]+) different, +([0-9]+) points.*seed ([0-9]+).*commit (.*)$/| \1 | \5 | \2 | \3 | \4 | \6 |/' "$searched"
 }
 
 read_arguments() {
@@ -145,7 +146,9 @@ search_long() {
         echo "All of them are in $searched"
         return
     fi
-    search | tee >(sed -nu '/, interrupted/!{/: passed$/p}' >>"$searched")
+    local commit
+    commit=$(git rev-parse --short=8 HEAD)
+    search | tee >(sed -nu "/, interrupted/!s/: passed\$/&, commit $commit/p" >>"$searched")
 }
 
 read_arguments "$@"
