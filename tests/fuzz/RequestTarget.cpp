@@ -46,11 +46,12 @@ bool _hasUniqueNames(std::string_view iLine)
 /// The object, if it is a request.
 std::optional<Json> _expected(std::string_view iLine)
 {
-    // A line has no line break. A byte-order mark is no part of JSON, but the general reader skips
-    // it.
+    // A line has no line break. A byte-order mark is no part of JSON, and neither is a zero byte,
+    // but the general reader skips the one and ends at the other.
     const Json object = Json::parse(iLine, nullptr, false);
-    if (iLine.find('\n') != std::string_view::npos || iLine.substr(0, 1) == "\xEF" ||
-        !object.is_object() || object.size() > PRequest::kMostMembers || !_hasUniqueNames(iLine))
+    if (iLine.find_first_of({"\n\0", 2}) != std::string_view::npos ||
+        iLine.substr(0, 1) == "\xEF" || !object.is_object() ||
+        object.size() > PRequest::kMostMembers || !_hasUniqueNames(iLine))
     {
         return std::nullopt;
     }
