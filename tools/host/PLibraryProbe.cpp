@@ -202,7 +202,14 @@ PLibraryProbe::Outcome PLibraryProbe::run(const std::string& iLibrary) const
         _fail(errno, "no memory for the results of ixla-probe");
     }
     const int status = awaitEnd(_spawn(fProgram, iLibrary, results.get()));
-    return judge(_readFacts(results.get()), status);
+    try
+    {
+        return judge(_readFacts(results.get()), status);
+    }
+    catch (const nlohmann::json::exception&)
+    {
+        return {"writes to a handle that it has not opened", {}, {}};
+    }
 }
 
 /// The status of the process as waitpid gives it, or kKilledByHost. Processes that the library has

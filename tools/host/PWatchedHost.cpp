@@ -8,6 +8,7 @@
 
 #include <cstdio>
 #include <ctime>
+#include <exception>
 #include <system_error>
 #include <unistd.h>
 
@@ -213,7 +214,7 @@ bool PWatchedHost::isFine(const PWatchedFiles& iFiles, const std::string& iCopy)
     {
         reasons = PChangeCheck(process().options(), fProbe).run(iFiles, iCopy);
     }
-    catch (const std::system_error& problem)
+    catch (const std::exception& problem) // also a lack of memory
     {
         reasons = {problem.what()};
     }

@@ -114,6 +114,13 @@ private:
 
 IPlugin* ixlaGetPlugin()
 {
+    if (sFlaw == "write to foreign handles")
+    {
+        for (int handle = STDERR_FILENO + 1; handle < 10; ++handle)
+        {
+            dprintf(handle, "{\"reason\": 5}\n");
+        }
+    }
     if (sFlaw == "hang in the factory")
     {
         _awaitFile("/nonexistent");

@@ -227,6 +227,12 @@ class Refusal(WatchTest):
         self.refuses(host, "refused: plugins/libwatched.so is killed by SIGABRT while it was loaded")
         self.accepts(host)
 
+    def test_of_a_library_that_disturbs_its_trial_keeps_the_core(self):
+        host = self.watch()
+        self.replace("watched_scribble")
+        self.refuses(host, "refused: plugins/libwatched.so writes to a handle that it has not opened")
+        self.accepts(host)
+
     def test_of_a_library_that_hangs_keeps_the_core(self):
         host = self.watch()
         self.replace("watched_hang")
