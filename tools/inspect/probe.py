@@ -17,6 +17,8 @@ STAGES = {
     "release": "while it was released",
     "done": "after it was released",
 }
+KINDS = {"stage": str, "result": str, "reason": str, "interfaces": list, "load_ms": float,
+         "memory": int}
 
 
 @dataclass
@@ -85,13 +87,22 @@ def _read_lines(written: bytes) -> dict:
     facts: dict = {}
     for line in written.decode(errors="replace").splitlines():
         try:
-            facts.update(json.loads(line))
+            fact = json.loads(line)
         except ValueError:
             break  # the process died while writing it
+        facts.update(fact if isinstance(fact, dict) else {})
     return facts
 
 
+def _are_valid(facts: dict) -> bool:
+    """Whether ixla-probe can have written them; the library may have used its handle."""
+    return (all(isinstance(facts.get(name, kind()), kind) for name, kind in KINDS.items())
+            and all(isinstance(each, str) for each in facts.get("interfaces", [])))
+
+
 def _judge(facts: dict, end: str) -> Outcome:
+    if not _are_valid(facts):
+        return Outcome(failure="writes to a handle that it has not opened")
     outcome = Outcome(result=facts.get("result", ""), interfaces=facts.get("interfaces", []),
                       load_ms=facts.get("load_ms"), memory=facts.get("memory"))
     stage = facts.get("stage", "")

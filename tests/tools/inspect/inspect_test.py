@@ -248,6 +248,10 @@ class Loading(InspectTest):
         _, out, err = self.run_tool(self.add_odd(), odd="chatter")
         self.assertNotIn("xxx", out + err)
 
+    def test_a_library_that_disturbs_its_trial_is_a_problem(self):
+        library = self.inspect_one(PLUGINS / "watched_scribble/libwatched_scribble.so")
+        self.assertIn("writes to a handle that it has not opened", library["problems"])
+
     def test_processes_of_the_library_are_killed(self):
         path = self.add_odd()
         self.assertEqual("ok", self.inspect_one(path, odd="child")["verdict"])
