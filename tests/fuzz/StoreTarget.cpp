@@ -28,7 +28,7 @@ std::string _fileOf(const std::vector<std::wstring>& iLines)
     std::string bytes;
     for (const std::wstring& line : iLines)
     {
-        bytes += encoded(line) + '\n';
+        bytes += encoded(line, bytes.empty()) + '\n';
     }
     return bytes;
 }

@@ -36,10 +36,10 @@ std::wstring decoded(std::string_view iBytes)
     return text;
 }
 
-std::string encoded(const std::wstring& iText)
+std::string encoded(const std::wstring& iText, bool iFileStart)
 {
     std::string bytes(iText.size() * PUtf8::eMaxBytes, '\0');
-    bytes.resize(PUtf8::encodeLine(iText.data(), iText.size(), bytes.data()));
+    bytes.resize(PUtf8::encodeLine(iText.data(), iText.size(), bytes.data(), iFileStart));
     return bytes;
 }
 

@@ -25,8 +25,8 @@ std::string_view takeField(std::string_view& ioText, char iSeparator);
 /// A text of any characters: from UTF-8, and from the special forms of lines for all others.
 std::wstring decoded(std::string_view iBytes);
 
-/// The bytes of a line that is read as iText.
-std::string encoded(const std::wstring& iText);
+/// The bytes of a line that is read as iText. iFileStart is for the first line of a file.
+std::string encoded(const std::wstring& iText, bool iFileStart = false);
 
 std::wstring textOf(const PLiteral& iText);
 PString owned(const std::wstring& iText);
