@@ -7,6 +7,8 @@
 #   mutation.sh --list          lists the faults
 #   mutation.sh --drawn         tries faults drawn at random by rules; fails as above
 #   mutation.sh --survivors     tries the drawn faults that survived again, after tests were added
+#   mutation.sh --sample N      tries some of the lists' faults, which turn with N, in a few minutes
+#   mutation.sh --sample-drawn N    tries some drawn faults, by the seed N, in a few minutes
 # The faults come from the lists in tests/mutation, or are drawn by tests/mutation/draw.py. They are
 # planted in a copy of the tree, in build/mutation, which must pass its tests first. Each fault is run
 # against the tests of its directory and, if it survives, against all others. A test that hangs counts
@@ -15,6 +17,9 @@
 # A drawn fault is run against the tests of its directory and of the code that uses it and, if it
 # survives, also under the address and the thread sanitizer. An interrupted run continues where it
 # stopped, as long as the tree is unchanged.
+#
+# A sample is tried beside the release build of the tree itself, only against the quick tests of the
+# fault's directory; it fails when less than half are caught.
 set -eu
 
 root=$(cd "$(dirname "$0")/.." && pwd)
@@ -195,6 +200,25 @@ forget_other_tree() {
     fi
 }
 
+# fault_lists: the names of the lists with faults that tests can catch.
+fault_lists() {
+    find "$root/tests/mutation" -name '*.faults' \
+        ! -name stale.faults ! -name controls.faults ! -name survivors.faults | sort
+}
+
+# try_sample: tries the faults on the standard input.
+try_sample() {
+    local sample=$work/sample
+    mkdir -p "$sample"
+    cat >"$sample/faults"
+    rm -f "$sample/results"
+    (cd "$root" && cmake --preset release && cmake --build --preset release) >"$work/build.log" 2>&1 ||
+        die "It cannot be built, see $work/build.log"
+    python3 "$root/tests/mutation/trial.py" "$root" "$root/build/release" "$sample/results" \
+        "$sample/faults" --quick --jobs 2
+    python3 "$root/tests/mutation/tally.py" --few "$root" "$sample/results"
+}
+
 prepare() {
     mkdir -p "$work"
     copy_tree
@@ -226,6 +250,14 @@ case ${1-} in
         [ -s "$drawn/faults" ] || die "None was drawn before"
         try_all_drawn
         ;;
+    --sample | --sample-drawn)
+        [[ ${2-} =~ ^[0-9]+$ ]] || die "$1 needs a number"
+        if [ "$1" = --sample ]; then
+            fault_lists | xargs -d '\n' "$root/tests/mutation/listed.py" "$2" 6 | try_sample
+        else
+            python3 "$root/tests/mutation/draw.py" "$root" "$2" 8 | try_sample
+        fi
+        ;;
     --self-test)
         read_faults "$root/tests/mutation/controls.faults"
         prepare
@@ -240,5 +272,5 @@ case ${1-} in
         try_faults "${selected[@]}"
         summarise
         ;;
-    *) die "Usage: mutation.sh [--list | --drawn | --survivors | --self-test | --only ID...]" ;;
+    *) die "Usage: mutation.sh [--list | --drawn | --survivors | --sample[-drawn] N | --self-test | --only ID...]" ;;
 esac

@@ -4,6 +4,8 @@
 # tests/schedules find, after how many schedules and seconds:
 #   schedules-faults.sh                tries all faults; fails when less than 95 % are found
 #   schedules-faults.sh --only ID...   tries only these; fails as above
+#   schedules-faults.sh --sample N     tries four, which turn with N, with the scenarios that their list
+#                                      names; fails as above
 #   schedules-faults.sh --list         lists the faults
 #   schedules-faults.sh --table        prints the results so far
 # The faults come from the lists in tests/schedules/faults. They are planted in a copy of the tree, in
@@ -21,6 +23,8 @@ tree=$work/tree
 # At the same depth in the copy as other builds in the tree, so that ccache sees the same paths.
 build=$tree/build/schedules
 results=$work/results
+green=$work/green
+passing=$work/scenarios
 seconds=${IXLAL_FAULT_SECONDS:-60}
 wanted_percent=95
 strategies=("pct 1" "pct 1000001" "walk 1")
@@ -47,33 +51,38 @@ run_schedules() {
     "$build/bin/ixlal-schedules" --brief "$@"
 }
 
-# Lists the scenarios that pass. Runs once for every state of the tree.
+# prove_green [SCENARIO...]: lists those that pass, of these or of all. Runs once for every state of
+# the tree.
 prove_green() {
-    local state scenario
-    state=$(copied_state)
-    if [ "$state" = "$(cat "$work/green" 2>/dev/null)" ]; then
+    local state scenario all
+    state="$(copied_state) $*"
+    if [ "$state" = "$(cat "$green" 2>/dev/null)" ]; then
         return
     fi
     echo "Building the tree and running it without a fault"
-    rm -f "$work/green" "$results"
+    rm -f "$green" "$results"
     configure || die "It cannot be configured, see $work/build.log"
     build_all || die "It cannot be built, see $work/build.log"
-    : >"$work/scenarios"
-    for scenario in $(run_schedules --list | grep -v "wrong on purpose" | cut -d ' ' -f 1); do
+    : >"$passing"
+    if [ $# -eq 0 ]; then
+        mapfile -t all < <(run_schedules --list | grep -v "wrong on purpose" | cut -d ' ' -f 1)
+        set -- "${all[@]}"
+    fi
+    for scenario in "$@"; do
         if run_schedules --scenario "$scenario" --runs 100 --seconds 2 >"$work/run.log" 2>&1; then
-            echo "$scenario" >>"$work/scenarios"
+            echo "$scenario" >>"$passing"
         else
             echo "Not used, because it fails without a fault: $(cat "$work/run.log")"
         fi
     done
-    echo "$state" >"$work/green"
+    echo "$state" >"$green"
 }
 
 # scenarios_for ID: those that the list names and that exist, or all.
 scenarios_for() {
     local named
-    named=$(tr ' ' '\n' <<<"${fault_scenarios[$1]-}" | grep -Fx -f "$work/scenarios" || true)
-    echo "${named:-$(cat "$work/scenarios")}"
+    named=$(tr ' ' '\n' <<<"${fault_scenarios[$1]-}" | grep -Fx -f "$passing" || true)
+    echo "${named:-$(cat "$passing")}"
 }
 
 now() {
@@ -195,10 +204,11 @@ summarise() {
     [ "$total" -gt 0 ] && [ $((found * 100)) -ge $((total * wanted_percent)) ]
 }
 
+# prepare [SCENARIO...]
 prepare() {
     mkdir -p "$work"
     copy_tree
-    prove_green
+    prove_green "$@"
     touch "$results"
 }
 
@@ -208,6 +218,30 @@ try_faults() {
         [ -n "${fault_file[$id]-}" ] || die "There is no fault $id"
         is_tried "$id" || try_fault "$id"
     done
+}
+
+# sample NUMBER: prints the names of four faults. A fault that no check can find is left out.
+sample() {
+    local id i possible=()
+    for id in "${fault_ids[@]}"; do
+        [ -n "${fault_reason[$id]-}" ] || possible+=("$id")
+    done
+    for ((i = 4 * $1; i < 4 * $1 + 4; i++)); do
+        echo "${possible[i % ${#possible[@]}]}"
+    done
+}
+
+# try_sample ID...: keeps the results of a whole run.
+try_sample() {
+    local id scenarios
+    green+=-of-a-sample results+=-of-a-sample passing+=-of-a-sample
+    rm -f "$results"
+    mapfile -t scenarios < <(
+        for id in "$@"; do tr ' ' '\n' <<<"${fault_scenarios[$id]}"; done | sort -u)
+    prepare "${scenarios[@]}"
+    try_faults "$@"
+    print_table
+    summarise "$@"
 }
 
 read_faults "$root"/tests/schedules/faults/*.faults
@@ -226,11 +260,16 @@ case ${1-} in
         print_table
         summarise "$@"
         ;;
+    --sample)
+        [[ ${2-} =~ ^[0-9]+$ ]] || die "--sample needs a number"
+        mapfile -t selected < <(sample "$2")
+        try_sample "${selected[@]}"
+        ;;
     "")
         prepare
         try_faults "${fault_ids[@]}"
         print_table
         summarise "${fault_ids[@]}"
         ;;
-    *) die "Usage: schedules-faults.sh [--list | --table | --only ID...]" ;;
+    *) die "Usage: schedules-faults.sh [--list | --table | --sample N | --only ID...]" ;;
 esac

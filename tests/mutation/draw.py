@@ -346,8 +346,12 @@ def key(fault):
 
 
 def plant(tree, fault):
-    """The text of the file with the fault, or None when its line has changed."""
-    lines = (pathlib.Path(tree) / fault["file"]).read_text(encoding="utf-8").split("\n")
+    """The text of the file with the fault, or None when its line has changed. A fault without a line
+    replaces a text that occurs once."""
+    text = (pathlib.Path(tree) / fault["file"]).read_text(encoding="utf-8")
+    if not fault["line"]:
+        return text.replace(fault["old"], fault["new"]) if text.count(fault["old"]) == 1 else None
+    lines = text.split("\n")
     index = fault["line"] - 1
     if index >= len(lines) or lines[index] != fault["old"]:
         return None

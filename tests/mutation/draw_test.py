@@ -8,6 +8,7 @@ import unittest
 
 sys.dont_write_bytecode = True
 import draw
+import listed
 import tally
 
 TREE = "."
@@ -51,6 +52,14 @@ class Drawing(unittest.TestCase):
     def test_fault_of_a_line_that_has_changed_is_not_planted(self):
         self.assertIsNone(draw.plant(TREE, dict(self.faults[0], old="something else")))
 
+    def test_fault_without_a_line_replaces_a_text_that_occurs_once(self):
+        with tempfile.TemporaryDirectory() as tree:
+            (pathlib.Path(tree) / "a.cpp").write_text("a;\nb;\nc;\nc;\n")
+            fault = {"file": "a.cpp", "line": 0, "old": "a;\nb;", "new": "d;"}
+            self.assertEqual("d;\nc;\nc;\n", draw.plant(tree, fault))
+            self.assertIsNone(draw.plant(tree, dict(fault, old="c;")))
+            self.assertIsNone(draw.plant(tree, dict(fault, old="e;")))
+
     def test_texts_and_comments_are_left_alone(self):
         with tempfile.TemporaryDirectory() as tree:
             core = pathlib.Path(tree) / "core"
@@ -69,6 +78,28 @@ class Drawing(unittest.TestCase):
                 ("comparison-changed", clock, "tv_sec != fSecond", "tv_sec > fSecond"),
                 ("boundary-moved", "port/portinglayer/PLibraryImage.cpp", "> iSize", ">= iSize")):
             self.assertTrue(self.has(operator, file, old, new), (operator, file, new))
+
+
+class Listed(unittest.TestCase):
+    def setUp(self):
+        lists = sorted((pathlib.Path(TREE) / "tests/mutation").glob("*.faults"))
+        self.faults = [fault for path in lists if path.stem not in ("stale", "controls", "survivors")
+                       for fault in listed.read_list(path)]
+
+    def test_every_listed_fault_can_be_planted(self):
+        self.assertGreater(len(self.faults), 150)
+        for fault in self.faults:
+            self.assertIsNotNone(draw.plant(TREE, fault), fault["operator"])
+
+    def test_faults_that_no_test_can_catch_are_left_out(self):
+        survivors = pathlib.Path(TREE) / "tests/mutation/survivors.faults"
+        self.assertEqual([], list(listed.read_list(survivors)))
+
+    def test_parts_come_round(self):
+        faults = self.faults[:20]
+        parts = [listed.part(faults, number, 6) for number in range(4)]
+        self.assertEqual(faults + faults[:4], sum(parts, []))
+        self.assertEqual(6, len(listed.part(faults, 1000001, 6)))
 
 
 class Counting(unittest.TestCase):

@@ -3,6 +3,7 @@
 """Counts what became of drawn faults: tally.py TREE RESULTS...
 
 With --left ahead, prints the faults that are left to be caught, as draw.py does.
+With --few ahead, half of them need to be caught: a part of the faults may be the difficult ones.
 Of several outcomes of a fault, of one file or of those of several builds, "caught" counts before
 "survived". A fault that survived counts for nothing when survivors.faults tells why it changes no
 behaviour. Fails when less than 95 % of the others are caught.
@@ -17,6 +18,7 @@ sys.dont_write_bytecode = True
 import draw
 
 WANTED_PERCENT = 95
+FEW_PERCENT = 50
 _DRAWN = ("operator", "file", "line", "old", "new")
 
 
@@ -65,7 +67,8 @@ def tally(outcomes, reasons):
 
 def main(arguments):
     only_left = arguments[:1] == ["--left"]
-    arguments = arguments[1:] if only_left else arguments
+    wanted = FEW_PERCENT if arguments[:1] == ["--few"] else WANTED_PERCENT
+    arguments = arguments[1:] if arguments[:1] in (["--left"], ["--few"]) else arguments
     if len(arguments) < 2:
         sys.exit(__doc__)
     tree = pathlib.Path(arguments[0])
@@ -82,7 +85,7 @@ def main(arguments):
           f"{counts['same-code']} make the same code, {counts['equivalent']} change no behaviour")
     changing = counts["caught"] + counts["survived"]
     print(f"{counts['caught']} of {changing} that change behaviour caught")
-    sys.exit(changing == 0 or counts["caught"] * 100 < changing * WANTED_PERCENT)
+    sys.exit(changing == 0 or counts["caught"] * 100 < changing * wanted)
 
 
 if __name__ == "__main__":

@@ -318,10 +318,15 @@ class Trial:
         return True
 
 
+def _place(fault):
+    """The directory of the product that a fault is in."""
+    file = fault["file"]
+    return "port/logger" if file.startswith("port/logger/") else file.split("/")[0]
+
+
 def binaries_for(build, fault, quick):
     """The test binaries for a fault, the most likely ones first."""
-    parts = fault["file"].split("/")
-    place = "port/logger" if fault["file"].startswith("port/logger/") else parts[0]
+    place = _place(fault)
     first = [b for d in _FIRST.get(place, [place]) for b in build.binaries(d)]
     related = [b for d in _RELATED[place] for b in build.binaries(d)]
     soon = [b for b in first if build.times[b] < _QUICK_SECONDS]
@@ -346,20 +351,23 @@ def prove(build):
             sys.exit(f"A fault that had to be {wanted} is {outcome}")
 
 
-def measure(build):
-    """The time of each test binary without a fault; cached, because it does not change."""
+def measure(build, faults, quick):
+    """The times without a fault of the test binaries that are needed; cached, because they do not
+    change."""
     kept = build.work / "times"
-    if kept.exists():
-        build.times = json.loads(kept.read_text())
-        return
     home = build.work / "measured"
     home.mkdir(parents=True, exist_ok=True)
-    directories = {d for place in _RELATED for d in _FIRST.get(place, [place]) + _RELATED[place]}
-    for binary in sorted({b for d in directories for b in build.binaries(d)}):
+    if kept.exists():
+        build.times = json.loads(kept.read_text())
+    places = {_place(fault) for fault in faults} | {"core"}
+    directories = {d for place in places
+                   for d in _FIRST.get(place, [place]) + ([] if quick else _RELATED[place])}
+    for binary in sorted({b for d in directories for b in build.binaries(d)} - build.times.keys()):
         begun = time.monotonic()
         run([build.path / "bin" / binary], _LONGEST_SECONDS, home)
         build.times[binary] = round(time.monotonic() - begun, 2)
-    prove(build)
+    if not kept.exists():
+        prove(build)
     kept.write_text(json.dumps(build.times))
 
 
@@ -388,7 +396,6 @@ def main():
     options = parser.parse_args()
     tree, path = options.tree.resolve(), options.build.resolve()
     build = Build(tree, path, path / "drawn")
-    measure(build)
     known = {}
     if options.results.exists():
         for line in options.results.read_text().splitlines():
@@ -398,6 +405,7 @@ def main():
     wanted = "survived" if options.retry else None
     faults = [f for f in faults if known.get(draw.key(f)) in (None, wanted)
               and draw.plant(tree, f) is not None]
+    measure(build, faults, options.quick)
     # Sources that include a header take long to compile.
     faults.sort(key=lambda f: f["file"].endswith(".h"))
     with concurrent.futures.ThreadPoolExecutor(options.jobs) as pool, \
