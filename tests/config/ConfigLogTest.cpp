@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "config/PConfigLog.h"
 
-#include "portinglayer/PCounterSync.h"
+#include "support/Counted.h"
 
 #include <gmock/gmock.h>
 
@@ -14,30 +14,9 @@ using testing::IsEmpty;
 namespace
 {
 /// Notes the kind and the format of each line.
-class NotingLogger : public ILogger
+class NotingLogger : public Counted<ILogger>
 {
 public:
-    NotingLogger() : fRefCount(0)
-    {
-    }
-
-    virtual ~NotingLogger() = default;
-
-    int incRef() override
-    {
-        return ++fRefCount;
-    }
-
-    int decRef() override
-    {
-        const int count = fRefCount.change(-1);
-        if (count == 0)
-        {
-            delete this;
-        }
-        return count;
-    }
-
     int getLogger(const PLiteral&, PBaseptr<ILogger>&) override
     {
         return 0;
@@ -86,8 +65,6 @@ private:
         lines.push_back(iKind + iFormat);
         return 0;
     }
-
-    PCounterSync fRefCount;
 };
 
 class ConfigLog : public testing::Test

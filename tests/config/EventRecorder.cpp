@@ -5,21 +5,6 @@
 
 #include <gtest/gtest.h>
 
-int EventRecorder::incRef()
-{
-    return ++fRefCount;
-}
-
-int EventRecorder::decRef()
-{
-    const int count = fRefCount.change(-1);
-    if (count == 0)
-    {
-        delete this;
-    }
-    return count;
-}
-
 int EventRecorder::handleEvent(const PLiteral& iTopic, IBase* iParam1, int iParam2)
 {
     EXPECT_EQ(iParam2, 0);

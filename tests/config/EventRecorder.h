@@ -6,7 +6,7 @@
 #include "IConfigChanged.h"
 #include "IEventListener.h"
 #include "PBaseptr.h"
-#include "portinglayer/PCounterSync.h"
+#include "support/Counted.h"
 
 #include <functional>
 #include <mutex>
@@ -14,15 +14,9 @@
 #include <vector>
 
 /// Records each event as "topic type ID key attribute"; then runs onEvent.
-class EventRecorder final : public IEventListener
+class EventRecorder final : public Counted<IEventListener>
 {
 public:
-    EventRecorder() : fRefCount(0)
-    {
-    }
-
-    int incRef() override;
-    int decRef() override;
     int handleEvent(const PLiteral& iTopic, IBase* iParam1, int iParam2) override;
 
     std::vector<std::string> events();
@@ -30,9 +24,6 @@ public:
     std::function<void(IConfigChanged&)> onEvent;
 
 private:
-    ~EventRecorder() = default;
-
-    PCounterSync fRefCount;
     std::mutex fMutex;
     std::vector<std::string> fEvents;
 };

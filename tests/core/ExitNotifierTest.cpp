@@ -3,7 +3,7 @@
 
 #include "core/PCoreLog.h"
 #include "core/PCoreServices.h"
-#include "plugins/Counted.h"
+#include "support/Counted.h"
 #include "support/PortFaults.h"
 
 #include <gtest/gtest.h>

@@ -5,7 +5,7 @@
 
 #include "IPlugin.h"
 #include "core/PCorePlugin.h"
-#include "plugins/Counted.h"
+#include "support/Counted.h"
 
 #include <functional>
 #include <memory>

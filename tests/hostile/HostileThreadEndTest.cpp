@@ -3,8 +3,8 @@
 #include "IEventDispatcher.h"
 #include "ILogger.h"
 #include "hostile/HostileTest.h"
-#include "plugins/Counted.h"
 #include "plugins/ITestService.h"
+#include "support/Counted.h"
 #include "support/Texts.h"
 
 #include <atomic>

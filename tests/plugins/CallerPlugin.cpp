@@ -4,7 +4,7 @@
 // "caller.destroying" says otherwise.
 
 #include "Ixla.h"
-#include "plugins/Counted.h"
+#include "support/Counted.h"
 
 #include <thread>
 #include <vector>

@@ -5,7 +5,7 @@
 
 #include "IPlugin.h"
 #include "Ixla.h"
-#include "plugins/Counted.h"
+#include "support/Counted.h"
 
 #include <memory>
 #include <string>

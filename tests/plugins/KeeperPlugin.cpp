@@ -6,8 +6,8 @@
 #include "IEventDispatcher.h"
 #include "ILogger.h"
 #include "Ixla.h"
-#include "plugins/Counted.h"
 #include "plugins/ITestService.h"
+#include "support/Counted.h"
 
 #include <vector>
 

@@ -4,33 +4,18 @@
 
 #include "IPlugin.h"
 #include "Ixla.h"
-#include "portinglayer/PCounterSync.h"
+#include "support/Counted.h"
 
 extern "C" int ixlalTestStep(const char* iStep);
 
 namespace
 {
-class OddInterfacesPlugin final : public IPlugin
+class OddInterfacesPlugin final : public Counted<IPlugin>
 {
 public:
-    virtual ~OddInterfacesPlugin()
+    ~OddInterfacesPlugin() override
     {
         ixlalTestStep(TEST_PLUGIN_NAME ".destroyed");
-    }
-
-    int incRef() override
-    {
-        return ++fRefCount;
-    }
-
-    int decRef() override
-    {
-        const int count = fRefCount.change(-1);
-        if (count == 0)
-        {
-            delete this;
-        }
-        return count;
     }
 
     int init() override
@@ -49,9 +34,6 @@ public:
         oInstance = nullptr;
         return eIxlaUnknownInterface;
     }
-
-private:
-    PCounterSync fRefCount{0};
 };
 } // namespace
 

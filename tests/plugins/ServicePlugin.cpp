@@ -8,7 +8,7 @@
 #include "PBaseptr.h"
 #include "PGuarded.h"
 #include "plugins/ITestService.h"
-#include "portinglayer/PCounterSync.h"
+#include "support/Counted.h"
 
 #include <memory>
 
@@ -29,28 +29,11 @@ int _service(const wchar_t* iId, PBaseptr<TService>& oService)
     return result;
 }
 
-class Service final : public ITestService
+class Service final : public Counted<ITestService>
 {
 public:
     explicit Service(IPlugin* iPlugin) : fPlugin(iPlugin)
     {
-    }
-
-    virtual ~Service() = default;
-
-    int incRef() override
-    {
-        return ++fRefCount;
-    }
-
-    int decRef() override
-    {
-        const int count = fRefCount.change(-1);
-        if (count == 0)
-        {
-            delete this;
-        }
-        return count;
     }
 
     IPlugin* getPlugin() override
@@ -64,34 +47,18 @@ public:
     }
 
 private:
-    PCounterSync fRefCount{0};
     IPlugin* fPlugin;
 };
 
-class ServicePlugin final : public IPlugin
+class ServicePlugin final : public Counted<IPlugin>
 {
 public:
-    virtual ~ServicePlugin()
+    ~ServicePlugin() override
     {
         if (fDispatcher)
         {
             fDispatcher->removeListener(kTopic, fService.get());
         }
-    }
-
-    int incRef() override
-    {
-        return ++fRefCount;
-    }
-
-    int decRef() override
-    {
-        const int count = fRefCount.change(-1);
-        if (count == 0)
-        {
-            delete this;
-        }
-        return count;
     }
 
     int init() override
@@ -152,7 +119,6 @@ private:
         return result;
     }
 
-    PCounterSync fRefCount{0};
     PBaseptr<ITestService> fService;
     PBaseptr<ILogger> fLogger;
     PBaseptr<IEventDispatcher> fDispatcher;

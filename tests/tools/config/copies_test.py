@@ -5,12 +5,12 @@ backup, restore and repair of ixla-config, and --keep-store of ixla-host."""
 import os
 import subprocess
 import sys
-import tempfile
 import unittest
 from pathlib import Path
 
 sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "shared"))
-from other_user import readable_copy  # noqa: E402 pylint: disable=wrong-import-position
+from other_user import (  # noqa: E402 pylint: disable=wrong-import-position
+    readable_copy, readable_directory)
 
 CONFIG, HOST = sys.argv.pop(1), sys.argv.pop(1)
 LIMIT = 30  # seconds
@@ -21,13 +21,7 @@ WHOLE = "net|a = 1\nnet|b = 2\nnet|b:unit = s\nnet|c = 3\n"
 
 class Copies(unittest.TestCase):
     def setUp(self):
-        # Other users read the files of the tests; the programs have the mask of the caller.
-        self.mask = os.umask(0o022)
-        self.addCleanup(os.umask, self.mask)
-        temporary = tempfile.TemporaryDirectory()
-        self.addCleanup(temporary.cleanup)
-        self.dir = Path(temporary.name)
-        self.dir.chmod(0o755)
+        self.dir, self.mask = readable_directory(self)
         for name in ("config", "plugins", "log"):
             (self.dir / name).mkdir()
         self.write("ixlap.configmanager.prs",

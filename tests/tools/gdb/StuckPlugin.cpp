@@ -9,7 +9,7 @@
 #include "ILogger.h"
 #include "IPlugin.h"
 #include "Ixla.h"
-#include "plugins/Counted.h"
+#include "support/Counted.h"
 #include "support/Texts.h"
 
 #include <chrono>

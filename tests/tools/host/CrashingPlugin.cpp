@@ -3,7 +3,7 @@
 
 #include "IPlugin.h"
 #include "Ixla.h"
-#include "plugins/Counted.h"
+#include "support/Counted.h"
 
 #include <cstdio>
 #include <cstdlib>

@@ -6,7 +6,7 @@
 #include "IPlugin.h"
 #include "Ixla.h"
 #include "PBaseptr.h"
-#include "plugins/Counted.h"
+#include "support/Counted.h"
 
 #include <chrono>
 #include <cstdio>

@@ -8,7 +8,7 @@
 #include "Ixla.h"
 #include "PBaseptr.h"
 #include "helpers/Text.h"
-#include "plugins/Counted.h"
+#include "support/Counted.h"
 
 #include <cstdlib>
 #include <random>

@@ -4,7 +4,7 @@
 
 #include "IPlugin.h"
 #include "Ixla.h"
-#include "plugins/Counted.h"
+#include "support/Counted.h"
 
 #include <atomic>
 #include <chrono>

@@ -8,12 +8,12 @@ import shutil
 import socket
 import subprocess
 import sys
-import tempfile
 import unittest
 from pathlib import Path
 
 sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "shared"))
-from other_user import readable_copy  # noqa: E402 pylint: disable=wrong-import-position
+from other_user import (  # noqa: E402 pylint: disable=wrong-import-position
+    readable_copy, readable_directory)
 
 HOST, PLUGIN = sys.argv.pop(1), sys.argv.pop(1)
 LIMIT = 30  # seconds for short operations
@@ -21,13 +21,7 @@ LIMIT = 30  # seconds for short operations
 
 class HostTest(unittest.TestCase):
     def setUp(self):
-        # Other users read the files of the tests; the programs have the mask of the caller.
-        self.mask = os.umask(0o022)
-        self.addCleanup(os.umask, self.mask)
-        temporary = tempfile.TemporaryDirectory()
-        self.addCleanup(temporary.cleanup)
-        self.dir = Path(temporary.name)
-        self.dir.chmod(0o755)
+        self.dir, self.mask = readable_directory(self)
         for name in ("plugins", "config", "log"):
             (self.dir / name).mkdir()
         shutil.copyfile(PLUGIN, self.dir / "plugins" / Path(PLUGIN).name)

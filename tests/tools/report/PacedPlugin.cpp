@@ -6,7 +6,7 @@
 
 #include "IPlugin.h"
 #include "Ixla.h"
-#include "plugins/Counted.h"
+#include "support/Counted.h"
 #include "support/Texts.h"
 
 #include <chrono>

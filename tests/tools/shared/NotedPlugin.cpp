@@ -6,7 +6,7 @@
 #include "Ixla.h"
 #include "helpers/PluginNote.h"
 #include "helpers/Text.h"
-#include "plugins/Counted.h"
+#include "support/Counted.h"
 
 #include <memory>
 #include <sstream>

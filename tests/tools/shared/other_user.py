@@ -1,8 +1,10 @@
 # SPDX-License-Identifier: MIT
-"""Programs of the build that any user may run, also after a build with umask 077."""
+"""Programs of the build that any user may run, and directories that any user may read, also with
+umask 077."""
 
 import atexit
 import functools
+import os
 import shutil
 import tempfile
 from pathlib import Path
@@ -21,3 +23,15 @@ def readable_copy(program):
         for file in files:
             Path(shutil.copy(file, copy / directory)).chmod(0o755)
     return str(copy / "bin" / Path(program).name)
+
+
+def readable_directory(test):
+    """A directory for a test, whose new files any user may read, and the caller's mask, for the
+    programs. Both end with the test."""
+    mask = os.umask(0o022)
+    test.addCleanup(os.umask, mask)
+    temporary = tempfile.TemporaryDirectory()
+    test.addCleanup(temporary.cleanup)
+    path = Path(temporary.name)
+    path.chmod(0o755)
+    return path, mask

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Counted: the reference count of a test plugin's objects.
+// Counted: the reference count of the objects of tests and test plugins.
 #ifndef IXLAL_TESTS_COUNTED_H
 #define IXLAL_TESTS_COUNTED_H
 
