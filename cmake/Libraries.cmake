@@ -5,7 +5,7 @@ add_library(ixlal_flags INTERFACE)
 # No warnings in a 32-bit sanitizer build: the product's own build reports them.
 if(NOT CMAKE_CXX_FLAGS MATCHES "-m32 -fsanitize" AND NOT IXLAL_BUILD_SCHEDULES)
     target_compile_options(ixlal_flags INTERFACE
-        -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror)
+        -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wdate-time -Werror)
 endif()
 
 # Users of installed 32-bit libraries for Intel build for 32 bits. In the tree the preset sets the
@@ -24,6 +24,17 @@ target_include_directories(ixlal_headers INTERFACE
 target_compile_options(ixlal_headers INTERFACE $<INSTALL_INTERFACE:${ixlal_word_flag}>)
 target_link_options(ixlal_headers INTERFACE $<INSTALL_INTERFACE:${ixlal_word_flag}>)
 set_target_properties(ixlal_headers PROPERTIES EXPORT_NAME headers)
+
+# ixlal_map_paths(): what the directory compiles contains no path of this machine, so that every
+# tree gives the same files. Not in builds for debugging, nor with sanitizers, whose reports name the
+# sources.
+function(ixlal_map_paths)
+    if(CMAKE_BUILD_TYPE STREQUAL "Release" AND NOT CMAKE_CXX_FLAGS MATCHES "-fsanitize"
+       AND NOT IXLAL_BUILD_SCHEDULES)
+        add_compile_options(-ffile-prefix-map=${PROJECT_SOURCE_DIR}=/usr/src/ixlal
+            -ffile-prefix-map=${PROJECT_BINARY_DIR}=/usr/src/ixlal/build)
+    endif()
+endfunction()
 
 # ixlal_compile_quickly(): for directories outside the product whose code takes far longer to
 # compile than to run. Omits optimisation and the check of member calls, which make compiling two to

@@ -61,7 +61,7 @@ set(CPACK_DEBIAN_IXLAL-DOC_PACKAGE_DEPENDS
     "fonts-font-awesome, libjs-bootstrap4, libjs-jquery, libjs-lunr")
 set(CPACK_DEBIAN_IXLAL-DOC_PACKAGE_SUGGESTS "libixlal-dev, cmake")
 set(doc_directory share/doc/ixlal-doc)
-install(CODE "execute_process(COMMAND ${PROJECT_SOURCE_DIR}/scripts/docs_site.py
+install(CODE "execute_process(COMMAND \"${PROJECT_SOURCE_DIR}/scripts/docs_site.py\"
         \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${doc_directory}/html\" /usr/${doc_directory}/html
         COMMAND_ERROR_IS_FATAL ANY)"
     COMPONENT ixlal-doc EXCLUDE_FROM_ALL)
@@ -95,19 +95,9 @@ set(CPACK_DEBIAN_IXLAL-TOOLS_PACKAGE_DEPENDS
     "libixlal ${same_version}, python3:any, python3-pyelftools")
 set(CPACK_DEBIAN_IXLAL-TOOLS_PACKAGE_RECOMMENDS "libixlal-dev ${same_version}, cmake")
 set(CPACK_DEBIAN_IXLAL-TOOLS_PACKAGE_SUGGESTS "libixlal-dbgsym ${same_version}, gdb, valgrind")
+# From the symbols file other packages compute their dependency on the libraries.
 set(CPACK_DEBIAN_LIBIXLAL_PACKAGE_CONTROL_EXTRA
-    ${PROJECT_SOURCE_DIR}/packaging/triggers ${PROJECT_BINARY_DIR}/packaging/symbols)
-
-# The symbols file, from which other packages compute their dependency on the libraries.
-set(symbols "")
-foreach(library portinglayer logger core)
-    file(STRINGS abi/libixlal.${library}.exports names)
-    list(TRANSFORM names APPEND "@Base ${PROJECT_VERSION}")
-    list(JOIN names "\n " names)
-    string(APPEND symbols "libixlal.${library}.so libixlal #MINVER#\n"
-        "* Build-Depends-Package: libixlal-dev\n ${names}\n")
-endforeach()
-file(GENERATE OUTPUT ${PROJECT_BINARY_DIR}/packaging/symbols CONTENT "${symbols}")
+    ${PROJECT_SOURCE_DIR}/packaging/triggers ${PROJECT_SOURCE_DIR}/packaging/symbols)
 
 # Variables for the scripts that cpack runs.
 get_property(programs GLOBAL PROPERTY IXLAL_PROGRAMS)
@@ -115,6 +105,7 @@ file(GENERATE OUTPUT ${PROJECT_BINARY_DIR}/packaging/tools.txt
     CONTENT "$<JOIN:${programs},\n>\n")
 set(CPACK_PROJECT_CONFIG_FILE ${PROJECT_SOURCE_DIR}/packaging/depends.cmake)
 set(CPACK_PRE_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/packaging/stage.cmake)
+set(CPACK_POST_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/packaging/finish.cmake)
 set(CPACK_IXLAL_BUILD ${PROJECT_BINARY_DIR})
 
 include(CPack)

@@ -1,6 +1,13 @@
 # SPDX-License-Identifier: MIT
 # Run by cpack before anything else: asks which packages the libraries and programs need, and with
-# which versions.
+# which versions. Sets the time of the files in the packages.
+
+# The day of the release, so that the same sources give the same packages.
+if(NOT DEFINED ENV{SOURCE_DATE_EPOCH})
+    execute_process(COMMAND dpkg-parsechangelog -l ${CMAKE_CURRENT_LIST_DIR}/changelog -S Timestamp
+        OUTPUT_VARIABLE released OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+    set(ENV{SOURCE_DATE_EPOCH} ${released})
+endif()
 
 include(${CMAKE_CURRENT_LIST_DIR}/../cmake/ixlalShlibdeps.cmake)
 
