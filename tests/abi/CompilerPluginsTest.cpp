@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "PBaseptr.h"
-#include "abi/ICompilerCheck.h"
+#include "abi/frozen/source/ICompilerCheck.h"
 #include "support/CoreRun.h"
 #include "support/PluginHooks.h"
 #include "support/Texts.h"

@@ -2,6 +2,7 @@
 // A C++11 plugin that several compilers build and that uses every operation of the services.
 // COMPILER_PLUGIN is its name in reported steps and its interface ID.
 
+#include "ICompilerCheck.h"
 #include "IConfig.h"
 #include "IConfigChanged.h"
 #include "IConfigManager.h"
@@ -12,7 +13,6 @@
 #include "Ixla.h"
 #include "PBaseptr.h"
 #include "PPtr.h"
-#include "abi/ICompilerCheck.h"
 #include "portinglayer/PCounterSync.h"
 #include "portinglayer/PUtils.h"
 
