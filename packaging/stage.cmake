@@ -48,3 +48,16 @@ execute_process(COMMAND find ${CPACK_TEMPORARY_INSTALL_DIRECTORY}/ixlal-doc -pat
     -exec chmod 644 {} + COMMAND_ERROR_IS_FATAL ANY)
 execute_process(COMMAND find ${CPACK_TEMPORARY_INSTALL_DIRECTORY} -type d -exec chmod 755 {} +
     COMMAND_ERROR_IS_FATAL ANY)
+
+# The SPDX document of each package, when its files are complete.
+foreach(component ${CPACK_COMPONENTS_ALL})
+    string(TOUPPER ${component} upper)
+    set(architecture ${CPACK_DEBIAN_PACKAGE_ARCHITECTURE})
+    if(CPACK_DEBIAN_${upper}_PACKAGE_ARCHITECTURE)
+        set(architecture ${CPACK_DEBIAN_${upper}_PACKAGE_ARCHITECTURE})
+    endif()
+    execute_process(COMMAND ${CMAKE_CURRENT_LIST_DIR}/sbom.py
+        ${CPACK_TEMPORARY_INSTALL_DIRECTORY}/${component} ${CPACK_DEBIAN_${upper}_PACKAGE_NAME}
+        ${CPACK_PACKAGE_VERSION} ${architecture} "${CPACK_DEBIAN_${upper}_PACKAGE_DEPENDS}"
+        COMMAND_ERROR_IS_FATAL ANY)
+endforeach()

@@ -447,6 +447,7 @@ check_packages() {
     for package in "$work"/packages/*.deb; do
         readable_for_all "$package"
     done
+    quietly "$root/tests/install/check_sbom.py" "$work"/packages/*.deb
     quietly "$root/scripts/check-symbols.sh" "$work/root/usr/lib/i386-linux-gnu"
     dpkg-deb --ctrl-tarfile "$work/packages/libixlal_${version}_i386.deb" | tar -xO ./symbols |
         diff - "$root/packaging/symbols" || fail "libixlal has another symbols file"
