@@ -33,7 +33,10 @@ template <class TEntry>
 std::vector<TEntry> _entries(const std::string& iTable)
 {
     std::vector<TEntry> entries(iTable.size() / sizeof(TEntry));
-    std::memcpy(entries.data(), iTable.data(), entries.size() * sizeof(TEntry));
+    if (!entries.empty()) // which has no address that memcpy accepts
+    {
+        std::memcpy(entries.data(), iTable.data(), entries.size() * sizeof(TEntry));
+    }
     return entries;
 }
 
