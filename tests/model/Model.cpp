@@ -23,6 +23,24 @@ std::string _list(const std::vector<std::string>& iTexts)
     }
     return list;
 }
+
+/// The digits of the highest number of a type, or of its lowest one; empty if it has none.
+std::string _limit(Type iType, bool iIsNegative)
+{
+    switch (iType)
+    {
+    case Type::eInt32:
+        return iIsNegative ? "2147483648" : "2147483647";
+    case Type::eUint32:
+        return iIsNegative ? "" : "4294967295";
+    case Type::eInt64:
+        return iIsNegative ? "9223372036854775808" : "9223372036854775807";
+    case Type::eUint64:
+        return iIsNegative ? "" : "18446744073709551615";
+    default:
+        return "";
+    }
+}
 } // namespace
 
 Model::Model(const ModelSetup& iSetup, Fault iFault)
@@ -491,19 +509,11 @@ std::string Model::readNumber(Type iType, const std::string& iText, int& oResult
         oResult = -22;
         return "";
     }
-    // A long double represents all values of the steps exactly.
-    const long double value = std::stold(iText);
-    const auto fits = [value](long double iLeast, long double iMost)
-    {
-        return value >= iLeast && value <= iMost;
-    };
-    const bool inRange =
-        (iType == Type::eInt32 && fits(INT32_MIN, INT32_MAX)) ||
-        (iType == Type::eUint32 && fits(0, UINT32_MAX)) ||
-        (iType == Type::eInt64 && fits(INT64_MIN, static_cast<long double>(INT64_MAX))) ||
-        (iType == Type::eUint64 && fits(0, static_cast<long double>(UINT64_MAX)));
-    oResult = inRange ? 0 : -34;
     std::string plain = digits;
     plain.erase(0, std::min(plain.find_first_not_of('0'), plain.size() - 1));
+    const std::string limit = _limit(iType, iText[0] == '-' && plain != "0");
+    const bool inRange =
+        plain.size() < limit.size() || (plain.size() == limit.size() && plain <= limit);
+    oResult = inRange ? 0 : -34;
     return (iText[0] == '-' ? "-" : "") + plain;
 }

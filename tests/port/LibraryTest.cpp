@@ -235,7 +235,7 @@ TEST_F(LibraryTest, MissingSymbolOfALibraryRefusesItAtOnce)
 TEST_F(LibraryTest, TruncatedLibraryIsReportedWithTheReason)
 {
     const std::string path = copy(IXLAL_TEST_LIBRARY);
-    fs::resize_file(path, 5000);
+    fs::resize_file(path, 1000); // the headers, but not all segments
 
     EXPECT_EQ(-8, load(path));
     EXPECT_EQ(kCutShort, loadError());

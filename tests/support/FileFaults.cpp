@@ -214,7 +214,7 @@ std::string FileFaults::struckPath()
     extern "C" IXLA_EXPORT iResult iName iParameters __asm__(iSymbol);                             \
     extern "C" iResult iName iParameters
 
-#ifdef __i386__
+#if __SIZEOF_POINTER__ == 4
 #define IXLAL_FSTAT "__fstat64_time64"
 #define IXLAL_STAT "__stat64_time64"
 #define IXLAL_LSTAT "__lstat64_time64"
