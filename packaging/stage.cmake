@@ -26,9 +26,9 @@ function(_ixlal_detach file directory)
     set(detached ${directory}/usr/lib/debug/.build-id/${CMAKE_MATCH_1}/${CMAKE_MATCH_2}.debug)
     get_filename_component(parent ${detached} DIRECTORY)
     file(MAKE_DIRECTORY ${parent})
-    execute_process(COMMAND objcopy --only-keep-debug ${file} ${detached}
+    execute_process(COMMAND ${CPACK_IXLAL_OBJCOPY} --only-keep-debug ${file} ${detached}
         COMMAND_ERROR_IS_FATAL ANY)
-    execute_process(COMMAND objcopy --strip-unneeded --add-gnu-debuglink=${detached} ${file}
+    execute_process(COMMAND ${CPACK_IXLAL_OBJCOPY} --strip-unneeded --add-gnu-debuglink=${detached} ${file}
         COMMAND_ERROR_IS_FATAL ANY)
     file(CHMOD ${detached} PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
 endfunction()

@@ -14,7 +14,6 @@ from plugin_info import PluginInfo, plugin_info
 from plugin_notes import read_notes
 
 FACTORY = "_Z13ixlaGetPluginv"
-DEFAULT_PRODUCT = "32-bit i386"
 CORE_INTERFACES = ("com.kelvora.ixla.config.manager", "com.kelvora.ixla.eventdispatcher",
                    "com.kelvora.ixla.logger")
 # Symbols that every linker exports.
@@ -61,12 +60,13 @@ class Library:
 
 
 class Inspector:
-    def __init__(self, program: Path | None, limit: float, static: bool) -> None:
+    def __init__(self, program: Path | None, limit: float, static: bool, product: str) -> None:
+        """Without a program that tries libraries, product is the kind of the core's files."""
         self.probe = program
         self.limit = limit
         self.static = static
         self.host = Host(program) if program else None
-        self.product = self.host.image.kind if self.host else DEFAULT_PRODUCT
+        self.product = self.host.image.kind if self.host else product
 
     def inspect(self, path: Path, named: bool) -> Library:
         library = Library(path, named)

@@ -128,7 +128,8 @@ def _read(path: Path, kind: str) -> Image | None:
 def _system_directories() -> list[Path]:
     directories = _configured(str(CONFIGURATION))
     built_in = ["/lib", "/usr/lib", "/lib/i386-linux-gnu", "/usr/lib/i386-linux-gnu",
-                "/lib/x86_64-linux-gnu", "/usr/lib/x86_64-linux-gnu", "/lib64", "/usr/lib64"]
+                "/lib/x86_64-linux-gnu", "/usr/lib/x86_64-linux-gnu",
+                "/lib/arm-linux-gnueabihf", "/usr/lib/arm-linux-gnueabihf", "/lib64", "/usr/lib64"]
     return list(dict.fromkeys(map(Path, directories + built_in)))
 
 

@@ -175,7 +175,8 @@ class Reading(InspectTest):
         whole = (EXAMPLES / "hello/libhello.so").read_bytes()
         chance = random.Random(7)
         path = self.dir / "libdamaged.so"
-        inspector = Inspector(BUILD / "libexec/ixla-probe", limit=1, static=True)
+        inspector = Inspector(BUILD / "libexec/ixla-probe", limit=1, static=True,
+                              product="32-bit i386")
         for i in range(150):
             image = bytearray(whole)
             # Mostly in headers and tables.
