@@ -14,19 +14,26 @@ fi
 case ${1:-build} in
     root) packages=(debootstrap) ;;
     armhf)
-        packages+=(googletest clang binutils-arm-linux-gnueabihf qemu-user-static)
+        packages+=(googletest clang binutils-arm-linux-gnueabihf qemu-user-static python3 file)
         packages+=(libc6-dev-armhf-cross libgcc-12-dev-armhf-cross libstdc++-12-dev-armhf-cross)
+        packages+=(abigail-tools dpkg-dev python3-pyelftools)
         ;;
     bench) packages+=(valgrind python3) ;;
     plots) packages+=(valgrind python3 python3-matplotlib) ;;
 esac
 
-# The tests run 32-bit programs under valgrind. Without the network they test its absence.
-get_libc() {
+# What has no package that can be installed.
+get_others() {
     local root
     root=$(cd "$(dirname "$0")/.." && pwd)
-    "$root/scripts/valgrind-libc.sh" "$root/build/valgrind/libc" 2>/dev/null ||
-        echo "No 32-bit C library for valgrind" >&2
+    case $1 in
+        armhf) "$root/scripts/armhf-compilers.sh" "$root/build/compilers/armhf" ;;
+        # The tests run 32-bit programs under valgrind. Without the network they test its absence.
+        test)
+            "$root/scripts/valgrind-libc.sh" "$root/build/valgrind/libc" 2>/dev/null ||
+                echo "No 32-bit C library for valgrind" >&2
+            ;;
+    esac
 }
 
 missing=()
@@ -36,7 +43,7 @@ for package in "${packages[@]}"; do
     fi
 done
 if [ ${#missing[@]} -eq 0 ]; then
-    if [ "${1:-build}" = test ]; then get_libc; fi
+    get_others "${1:-build}"
     exit 0
 fi
 
@@ -51,4 +58,4 @@ fi
 echo "Installing ${missing[*]}"
 "${as_root[@]}" apt-get update -qq
 "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq "${missing[@]}" >/dev/null
-if [ "${1:-build}" = test ]; then get_libc; fi
+get_others "${1:-build}"

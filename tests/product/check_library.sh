@@ -24,6 +24,7 @@ libgcc_s.so.1
 libc.so.6
 ld-linux.so.2
 ld-linux-x86-64.so.2
+ld-linux-armhf.so.3
 libm.so.6"
 
 check "is not ELF $word_size-bit" '[[ $(file -bL "$library") == "ELF $word_size-bit"* ]]'

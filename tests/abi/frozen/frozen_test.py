@@ -19,7 +19,8 @@ FROZEN, ARCHITECTURE = Path(sys.argv[1]).resolve(), sys.argv[2]
 VERSION, BUILD = sys.argv[3], Path(sys.argv[4]).resolve()
 EMULATOR = sys.argv[5:]
 LIBRARIES = BUILD / "lib"
-NEW_HOST = BUILD / "bin/kept_host"
+# With an emulator, kept_host is a script that starts it.
+NEW_HOST = BUILD / ("bin/kept_host.elf" if EMULATOR else "bin/kept_host")
 SETS = sorted(path for path in FROZEN.iterdir() if (path / "SHA256SUMS").exists())
 CHECKS = re.compile(r"^(\w+): (\d+) checks$", re.MULTILINE)
 LOG_LINE = re.compile(r"^\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} \d+:\d+ ([IED] .*)$")

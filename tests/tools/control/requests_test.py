@@ -28,13 +28,17 @@ class Status(ControlTest):
     def test_lists_libraries_with_their_build_ids(self):
         self.start()
         libraries = self.result("status")["libraries"]
+        # An emulator opens the files of another directory than those that it names.
+        emulated = tuple(filter(None, [os.environ.get("QEMU_LD_PREFIX") and "/lib/"]))
         for library in libraries:
+            if library["path"].startswith(emulated):
+                continue
             notes = subprocess.run(["readelf", "-n", library["path"]], capture_output=True,
                                    text=True, check=True).stdout
             found = re.search(r"Build ID: (\w+)", notes)
             self.assertEqual(found[1] if found else "", library["buildId"], library)
             self.assertEqual(os.stat(library["path"]).st_size, library["size"])
-        self.assertRegex(libraries[0]["path"], "/ixla-host$")
+        self.assertRegex(libraries[0]["path"], "/ixla-host(.elf)?$")
 
     def test_initialises_no_plugin(self):
         self.start()

@@ -260,6 +260,8 @@ class FailedStart(HostTest):
 
 class Exit(HostTest):
     def test_of_a_plugin_has_a_code_of_its_own(self):
+        # On ARM the C library has no tables for unwinding exit to its caller.
+        plugin = "a plugin" if "QEMU_LD_PREFIX" in os.environ else "libobstinate.so"
         for behaviour, call in (("exit in the factory", "exit(1)"), ("exit in init", "exit(3)"),
                                 ("exit in a thread", "exit(0)"),
                                 ("quick exit in a thread", "quick_exit")):
@@ -267,7 +269,7 @@ class Exit(HostTest):
                 code, _, err = self.run_host("--prs", "core.prs", "core.autostart.list=obstinate",
                                              behaviour=behaviour)
                 self.assertEqual(13, code, err)
-                self.assertIn(f"ixla-host: libobstinate.so has called {call}, which ends the host;",
+                self.assertIn(f"ixla-host: {plugin} has called {call}, which ends the host;",
                               err)
 
     def test_of_a_forked_process_is_left_alone(self):
