@@ -96,8 +96,16 @@ set(CPACK_DEBIAN_IXLAL-TOOLS_PACKAGE_DEPENDS
 set(CPACK_DEBIAN_IXLAL-TOOLS_PACKAGE_RECOMMENDS "libixlal-dev ${same_version}, cmake")
 set(CPACK_DEBIAN_IXLAL-TOOLS_PACKAGE_SUGGESTS "libixlal-dbgsym ${same_version}, gdb, valgrind")
 # From the symbols file other packages compute their dependency on the libraries.
+set(symbols ${PROJECT_SOURCE_DIR}/packaging/symbols)
+if(ixlal_architecture STREQUAL armhf)
+    # There va_list is another type.
+    file(READ ${symbols} names)
+    string(REPLACE "PKwPc@" "PKwSt9__va_list@" names "${names}")
+    set(symbols ${PROJECT_BINARY_DIR}/packaging/symbols)
+    file(WRITE ${symbols} "${names}")
+endif()
 set(CPACK_DEBIAN_LIBIXLAL_PACKAGE_CONTROL_EXTRA
-    ${PROJECT_SOURCE_DIR}/packaging/triggers ${PROJECT_SOURCE_DIR}/packaging/symbols)
+    ${PROJECT_SOURCE_DIR}/packaging/triggers ${symbols})
 
 # Variables for the scripts that cpack runs.
 get_property(programs GLOBAL PROPERTY IXLAL_PROGRAMS)

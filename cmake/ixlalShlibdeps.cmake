@@ -13,9 +13,11 @@ function(_ixlal_shlibdeps out work libraries)
     if(NOT result EQUAL 0)
         message(FATAL_ERROR "dpkg-shlibdeps, of the package dpkg-dev, failed: ${result}\n${errors}")
     endif()
-    # A 64-bit machine has the 32-bit libraries from packages with names of their own.
+    # A 64-bit machine has the 32-bit libraries from packages with names of their own, and those of
+    # another architecture, too.
     string(REGEX REPLACE "^shlibs:Depends=" "" depends "${depends}")
     string(REPLACE "libc6-i386" "libc6" depends "${depends}")
     string(REPLACE "lib32" "lib" depends "${depends}")
+    string(REGEX REPLACE "-armhf-cross|:armhf" "" depends "${depends}")
     set(${out} "${depends}" PARENT_SCOPE)
 endfunction()

@@ -7,7 +7,7 @@ set -eu
 
 emulate=$(realpath "$(dirname "$0")/../cmake/emulate.sh")
 triplet=arm-linux-gnueabihf
-packages=({g++,gcc,cpp}-12-$triplet)
+packages=({g++,gcc,cpp}-12-arm-linux-gnueabihf)
 mkdir -p "$1"
 cd "$1"
 target=$PWD
