@@ -55,6 +55,7 @@ grep -q 'nothing.offered' err.txt || fail "the host says: $(cat out.txt err.txt)
     core.plugins.config.dir=config core.plugins.log.dir=log --seconds 0 >out.txt 2>err.txt ||
     fail "the host fails: $(cat out.txt err.txt)"
 grep -q 'ready' out.txt || fail "the host says: $(cat out.txt err.txt)"
-"$root/bin/ixla-inspect" --static "$root/lib/ixlal/plugins" | grep -q '32-bit arm' ||
-    fail "ixla-inspect does not know the plugin"
+said=$("$root/bin/ixla-inspect" --static "$root/lib/ixlal/plugins" 2>&1) ||
+    fail "ixla-inspect says: $said"
+[[ $said == *"32-bit arm"* ]] || fail "ixla-inspect says: $said"
 echo "The packages of ARM work in a root directory of their own"
