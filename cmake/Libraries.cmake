@@ -39,7 +39,9 @@ endfunction()
 # ixlal_compile_quickly(): for directories outside the product whose code takes far longer to
 # compile than to run. Omits optimisation and the check of member calls, which make compiling two to
 # four times slower. The product, including the headers used here, is still compiled with both.
+# g++ collects no garbage below 1 GB of memory, which saves a tenth of its time.
 function(ixlal_compile_quickly)
+    add_compile_options($<$<CXX_COMPILER_ID:GNU>:--param=ggc-min-heapsize=1000000>)
     if(CMAKE_CXX_FLAGS MATCHES "-fsanitize")
         add_compile_options(-O0)
     endif()

@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "events/LoggedDispatcher.h"
 
+#include "events/TestTopics.h"
 #include "support/PortFaults.h"
 
 namespace
 {
-const PLiteral kTopic(L"test.topic");
 const PLiteral kOuter(L"test.outer");
-const PLiteral kEmpty;
 constexpr int kCode = -11;
 /// More events inside each other than a thread has slots.
 constexpr int kManyEvents = 8;

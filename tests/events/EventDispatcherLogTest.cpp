@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "events/LoggedDispatcher.h"
 
+#include "events/TestTopics.h"
 #include "support/Texts.h"
 
 #include <gmock/gmock.h>
@@ -12,10 +13,6 @@ using testing::ElementsAre;
 
 namespace
 {
-const PLiteral kTopic(L"test.topic");
-const PLiteral kOther(L"test.other");
-const PLiteral kEmpty;
-
 class EventDispatcherLog : public LoggedDispatcher
 {
 protected:

@@ -3,6 +3,7 @@
 
 #include "Ixla.h"
 #include "events/TestListener.h"
+#include "events/TestTopics.h"
 #include "support/Texts.h"
 
 #include <gmock/gmock.h>
@@ -17,10 +18,6 @@ using testing::IsEmpty;
 
 namespace
 {
-const PLiteral kTopic(L"test.topic");
-const PLiteral kOther(L"test.other");
-const PLiteral kEmpty;
-
 class EventDispatcher : public testing::Test
 {
 protected:

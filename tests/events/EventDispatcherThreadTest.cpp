@@ -3,6 +3,7 @@
 
 #include "Ixla.h"
 #include "events/TestListener.h"
+#include "events/TestTopics.h"
 
 #include <gtest/gtest.h>
 
@@ -13,7 +14,6 @@
 
 namespace
 {
-const PLiteral kTopic(L"test.topic");
 constexpr auto kLimit = std::chrono::seconds(60);
 
 class EventDispatcherThreads : public testing::Test
