@@ -1,15 +1,22 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Builds the product and its tests and runs them all: test.sh [--hostile] [PRESET]
+# Builds the product and its tests and runs them all: test.sh [--hostile] [--core] [PRESET]
 # The preset is release (32-bit) unless another one of CMakePresets.json is named. All of it runs in
-# a clean environment, or with --hostile in an unusual one; see clean-env.sh. The end lists the
-# skipped tests with their reasons.
+# a clean environment, or with --hostile in an unusual one; see clean-env.sh. --core builds and tests
+# only the libraries. The end lists the skipped tests with their reasons.
 set -eu
 
 root=$(cd "$(dirname "$0")/.." && pwd)
 clean=("$root/scripts/clean-env.sh")
+targets=()
+tests=()
 if [ "${1:-}" = --hostile ]; then
     clean+=(--hostile)
+    shift
+fi
+if [ "${1:-}" = --core ]; then
+    targets=(--target ixlal_core_tests)
+    tests=(--label-regex '^core$')
     shift
 fi
 preset=${1:-release}
@@ -26,10 +33,10 @@ mkdir -p build
     cat build/configure.log
     exit 1
 }
-"${clean[@]}" cmake --build --preset "$preset"
+"${clean[@]}" cmake --build --preset "$preset" "${targets[@]}"
 rm -f "$results"
 code=0
-"${clean[@]}" ctest --preset "$preset" --output-junit "$results" \
+"${clean[@]}" ctest --preset "$preset" "${tests[@]}" --output-junit "$results" \
     --test-output-size-passed 4000000 || code=$?
 "${clean[@]}" python3 "$root/scripts/skipped_tests.py" "$results"
 exit "$code"
