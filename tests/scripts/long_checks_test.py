@@ -3,7 +3,9 @@
 """Tests scripts/long-checks.sh in a small repository with stand-ins for the checks: SCRIPTS"""
 
 import json
+import re
 import shutil
+import string
 import subprocess
 import sys
 import tempfile
@@ -182,6 +184,12 @@ class LongChecks(unittest.TestCase):
         self.assertEqual({check.name for check in long_check_table.CHECKS}, seen)
         self.assertEqual(self.run_checks("--slice"), self.run_checks("--slice", "1"))
         self.assertNotEqual(self.run_checks("--slice"), self.run_checks("--slice", "2"))
+
+    def test_every_test_is_in_one_slice_of_drd(self):
+        drd = next(check for check in long_check_table.CHECKS if check.name == "drd")
+        patterns = [command.split("'")[1] for command in drd.slices]
+        for letter in string.ascii_uppercase:
+            self.assertEqual(1, sum(bool(re.match(pattern, letter)) for pattern in patterns), letter)
 
     def test_failing_slices_fail(self):
         self.stand_in("soak.sh", code=1)
