@@ -9,12 +9,14 @@
 #include "sizes/SizeProbe.h"
 #include "support/BenchDir.h"
 
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <dlfcn.h>
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <unistd.h>
 
 namespace
 {
@@ -66,6 +68,27 @@ bool _isMapping(const std::string& iLine)
     return iLine.find(':') > iLine.find(' ');
 }
 
+/// The kernel maps pages of files around one that is used, as far as they are cached. All of them
+/// are mapped here, so that the figures do not depend on the cache.
+void _mapFilePages()
+{
+    std::ifstream file("/proc/self/maps");
+    const long pageSize = ::sysconf(_SC_PAGESIZE);
+    for (std::string line; std::getline(file, line);)
+    {
+        char* end = nullptr;
+        const std::uintptr_t first = std::strtoul(line.c_str(), &end, 16);
+        const std::uintptr_t last = std::strtoul(end + 1, &end, 16);
+        if (end[1] == 'r' && line.find('/') != std::string::npos)
+        {
+            for (std::uintptr_t page = first; page < last; page += pageSize)
+            {
+                (void)*reinterpret_cast<const volatile char*>(page);
+            }
+        }
+    }
+}
+
 long long _bytes(const std::string& iLine)
 {
     return std::stoll(iLine.substr(iLine.find(':') + 1)) * 1024;
@@ -73,6 +96,7 @@ long long _bytes(const std::string& iLine)
 
 Private _private()
 {
+    _mapFilePages();
     std::ifstream file("/proc/self/smaps");
     Private sum;
     bool ours = true;
