@@ -52,7 +52,7 @@ void checkCode(int iFound, int iExpected, const char* iWhat)
     check(iFound == iExpected, iWhat);
 }
 
-void checkText(const std::wstring& iFound, const std::wstring& iExpected, const char* iWhat)
+void checkText(std::wstring_view iFound, std::wstring_view iExpected, const char* iWhat)
 {
     _checkSame(iFound, iExpected, iWhat);
 }

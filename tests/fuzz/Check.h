@@ -4,12 +4,13 @@
 #define IXLAL_TESTS_FUZZ_CHECK_H
 
 #include <string>
+#include <string_view>
 
 void check(bool iHolds, const char* iWhat);
 
 /// Also print the actual and the expected value.
 void checkCode(int iFound, int iExpected, const char* iWhat);
-void checkText(const std::wstring& iFound, const std::wstring& iExpected, const char* iWhat);
+void checkText(std::wstring_view iFound, std::wstring_view iExpected, const char* iWhat);
 void checkBytes(const std::string& iFound, const std::string& iExpected, const char* iWhat);
 
 #endif

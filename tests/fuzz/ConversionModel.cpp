@@ -18,7 +18,7 @@ int ConversionModel::toMagnitude(const std::wstring& iText, unsigned long long i
                                  unsigned long long iMostNegative, bool& oNegative,
                                  unsigned long long& oMagnitude)
 {
-    std::wstring digits = LineModel::trimmed(iText);
+    std::wstring digits(LineModel::trimmed(iText));
     oNegative = digits.starts_with(L'-');
     if (oNegative || digits.starts_with(L'+'))
     {
@@ -45,7 +45,7 @@ int ConversionModel::toBool(const std::wstring& iText, bool& oValue)
 {
     static const std::set<std::wstring> sTrue = {L"true", L"yes", L"on", L"1"};
     static const std::set<std::wstring> sFalse = {L"false", L"no", L"off", L"0"};
-    std::wstring word = LineModel::trimmed(iText);
+    std::wstring word(LineModel::trimmed(iText));
     for (wchar_t& character : word)
     {
         character = character >= L'A' && character <= L'Z' ? character + 32 : character;
@@ -60,7 +60,7 @@ int ConversionModel::toBool(const std::wstring& iText, bool& oValue)
 
 int ConversionModel::toBytes(const std::wstring& iText, std::string& oBytes)
 {
-    const std::wstring digits = LineModel::trimmed(iText);
+    const std::wstring digits(LineModel::trimmed(iText));
     if (digits.size() % 2 != 0 ||
         digits.find_first_not_of(L"0123456789abcdefABCDEF") != std::wstring::npos)
     {

@@ -7,6 +7,7 @@
 namespace
 {
 constexpr std::string_view kMark = "\xEF\xBB\xBF";
+constexpr int kNoEntry = -3001;
 
 std::wstring _decoded(std::string_view iBytes, bool iFileStart)
 {
@@ -16,20 +17,20 @@ std::wstring _decoded(std::string_view iBytes, bool iFileStart)
 }
 } // namespace
 
-std::wstring LineModel::trimmed(const std::wstring& iText)
+std::wstring_view LineModel::trimmed(std::wstring_view iText)
 {
     constexpr wchar_t kBlanks[] = L" \t\n\v\f\r";
     const std::size_t first = iText.find_first_not_of(kBlanks);
-    if (first == std::wstring::npos)
+    if (first == std::wstring_view::npos)
     {
-        return std::wstring();
+        return std::wstring_view();
     }
     return iText.substr(first, iText.find_last_not_of(kBlanks) + 1 - first);
 }
 
-bool LineModel::isName(const std::wstring& iName)
+bool LineModel::isName(std::wstring_view iName)
 {
-    return iName.find_first_of(L"=:|") == std::wstring::npos;
+    return iName.find_first_of(L"=:|") == std::wstring_view::npos;
 }
 
 std::vector<std::wstring> LineModel::linesOf(std::string_view iBytes)
@@ -57,30 +58,43 @@ std::vector<std::wstring> LineModel::linesOf(std::string_view iBytes)
     return lines;
 }
 
-int LineModel::append(const std::wstring& iLine, ModelValues& ioValues)
+int LineModel::parse(std::wstring_view iLine, ModelLine& oParts)
 {
     const std::size_t equals = iLine.find(L'=');
-    if (equals == std::wstring::npos)
+    if (equals == std::wstring_view::npos)
     {
-        return -3001;
+        return kNoEntry;
     }
-    const std::wstring name = iLine.substr(0, equals);
-    const std::wstring text = trimmed(iLine.substr(equals + 1));
+    const std::wstring_view name = iLine.substr(0, equals);
     const std::size_t colon = name.find(L':');
-    const std::wstring key = trimmed(name.substr(0, colon));
-    const std::wstring attribute =
-        colon == std::wstring::npos ? std::wstring() : trimmed(name.substr(colon + 1));
-    if (key.empty())
+    const bool hasAttribute = colon != std::wstring_view::npos;
+    oParts.key = trimmed(name.substr(0, colon));
+    oParts.attribute = trimmed(hasAttribute ? name.substr(colon + 1) : std::wstring_view());
+    oParts.text = trimmed(iLine.substr(equals + 1));
+    return oParts.key.empty() ? kNoEntry : 0;
+}
+
+int LineModel::append(std::wstring_view iLine, ModelValues& ioValues)
+{
+    ModelLine parts;
+    const int result = parse(iLine, parts);
+    if (result != 0)
     {
-        return -3001;
+        return result;
     }
-    if (attribute.empty())
+    auto record = ioValues.find(parts.key);
+    if (record == ioValues.end())
     {
-        ioValues[key].value = text;
+        record = ioValues.emplace(parts.key, ModelRecord()).first;
     }
-    else
+    auto& attributes = record->second.attributes;
+    if (parts.attribute.empty())
     {
-        ioValues[key].attributes.emplace(attribute, text);
+        record->second.value = parts.text;
+    }
+    else if (attributes.find(parts.attribute) == attributes.end())
+    {
+        attributes.emplace(parts.attribute, parts.text);
     }
     return 0;
 }
@@ -89,7 +103,7 @@ int LineModel::appendFile(const std::vector<std::wstring>& iLines, ModelValues& 
 {
     for (const std::wstring& line : iLines)
     {
-        const std::wstring entry = trimmed(line);
+        const std::wstring_view entry = trimmed(line);
         const bool counts = !entry.empty() && entry[0] != L'#';
         const int result = counts ? append(entry, ioValues) : 0;
         if (result != 0)

@@ -16,7 +16,7 @@ MemoryDir::MemoryDir()
 {
     const fs::path memory = "/dev/shm";
     const bool usable = !std::getenv("TMPDIR") && ::access(memory.c_str(), W_OK) == 0;
-    fPath = ((usable ? memory : fs::temp_directory_path()) / "ixlal-fuzz-XXXXXX").string();
+    fPath = (usable ? memory : fs::temp_directory_path()).string() + kName + "XXXXXX";
     check(mkdtemp(fPath.data()) != nullptr, "a directory can be made");
 }
 

@@ -8,10 +8,14 @@
 #include <string>
 #include <string_view>
 
-/// Created in /dev/shm, unless TMPDIR names another directory; the destructor removes it.
+/// Created in /dev/shm, unless TMPDIR names another directory; the destructor removes it. In a
+/// fuzzer the files exist in the process only; see MemoryFiles.cpp.
 class MemoryDir
 {
 public:
+    /// The begin of its name.
+    static constexpr char kName[] = "/ixlal-fuzz-";
+
     MemoryDir();
     ~MemoryDir();
 

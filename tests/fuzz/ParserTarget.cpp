@@ -10,9 +10,9 @@
 #include "fuzz/ConversionModel.h"
 #include "fuzz/LineModel.h"
 #include "fuzz/MemoryDir.h"
+#include "fuzz/StartModel.h"
 #include "fuzz/Texts.h"
 
-#include <algorithm>
 #include <memory>
 
 namespace
@@ -27,32 +27,31 @@ struct Parser
     const PBaseptr<IConfigManager> manager = PBaseptr<IConfigManager>::adopt(new PConfigManager);
 };
 
-int _codeOfNames(const std::wstring& iKey, const std::wstring& iAttribute)
+int _codeOfNames(std::wstring_view iKey, std::wstring_view iAttribute)
 {
     return LineModel::isName(iKey) && LineModel::isName(iAttribute) ? 0 : -3004;
 }
 
 template <class TValue>
 void _checkNumber(const std::wstring& iText, int (IConfig::*iRead)(const PLiteral&, TValue&),
-                  IConfig& ioConfig, const std::wstring& iKey)
+                  IConfig& ioConfig, const PString& iKey)
 {
     TValue expected = 0;
     TValue found = 0;
     const int code = ConversionModel::toNumber(iText, expected);
-    checkCode((ioConfig.*iRead)(owned(iKey), found), code, "code of a number");
+    checkCode((ioConfig.*iRead)(iKey, found), code, "code of a number");
     check(found == expected, "number");
 }
 
 template <class TValue>
 void _checkNumber(const std::wstring& iText,
                   int (IConfig::*iRead)(const PLiteral&, const PLiteral&, TValue&),
-                  IConfig& ioConfig, const std::wstring& iKey, const std::wstring& iAttribute)
+                  IConfig& ioConfig, const PString& iKey, const PString& iAttribute)
 {
     TValue expected = 0;
     TValue found = 0;
     const int code = ConversionModel::toNumber(iText, expected);
-    checkCode((ioConfig.*iRead)(owned(iKey), owned(iAttribute), found), code,
-              "code of an attribute's number");
+    checkCode((ioConfig.*iRead)(iKey, iAttribute, found), code, "code of an attribute's number");
     check(found == expected, "number of an attribute");
 }
 
@@ -75,75 +74,92 @@ void _checkBinary(const std::wstring& iText, int iFoundCode, unsigned char* iDat
     checkBytes(std::string(reinterpret_cast<const char*>(iData), iSize), expected, "bytes");
 }
 
-void _checkTyped(IConfig& ioConfig, const std::wstring& iKey, const std::wstring& iText)
+void _checkTyped(IConfig& ioConfig, const PString& iKey, const std::wstring& iText)
 {
     _checkNumber(iText, &IConfig::getInt32, ioConfig, iKey);
     _checkNumber(iText, &IConfig::getUint32, ioConfig, iKey);
     _checkNumber(iText, &IConfig::getInt64, ioConfig, iKey);
     _checkNumber(iText, &IConfig::getUint64, ioConfig, iKey);
-    const PString key = owned(iKey);
     bool truth = false;
-    int code = ioConfig.getBool(key, truth);
+    int code = ioConfig.getBool(iKey, truth);
     _checkBool(iText, code, truth);
     unsigned char* data = nullptr;
     unsigned int size = 0;
-    code = ioConfig.getBinary(key, data, size);
+    code = ioConfig.getBinary(iKey, data, size);
     _checkBinary(iText, code, data, size);
 }
 
-void _checkTyped(IConfig& ioConfig, const std::wstring& iKey, const std::wstring& iAttribute,
+void _checkTyped(IConfig& ioConfig, const PString& iKey, const PString& iAttribute,
                  const std::wstring& iText)
 {
     _checkNumber(iText, &IConfig::getAttrInt32, ioConfig, iKey, iAttribute);
     _checkNumber(iText, &IConfig::getAttrUint32, ioConfig, iKey, iAttribute);
     _checkNumber(iText, &IConfig::getAttrInt64, ioConfig, iKey, iAttribute);
     _checkNumber(iText, &IConfig::getAttrUint64, ioConfig, iKey, iAttribute);
-    const PString key = owned(iKey);
-    const PString attribute = owned(iAttribute);
     bool truth = false;
-    int code = ioConfig.getAttrBool(key, attribute, truth);
+    int code = ioConfig.getAttrBool(iKey, iAttribute, truth);
     _checkBool(iText, code, truth);
     unsigned char* data = nullptr;
     unsigned int size = 0;
-    code = ioConfig.getAttrBinary(key, attribute, data, size);
+    code = ioConfig.getAttrBinary(iKey, iAttribute, data, size);
     _checkBinary(iText, code, data, size);
 }
 
-void _checkAttributes(IConfig& ioConfig, const std::wstring& iKey, const ModelRecord& iRecord)
+/// What is read of each record: reads of all types need the most time, so that one of the loads of
+/// an input has them.
+enum Reads
+{
+    eTexts,
+    eAllTypes
+};
+
+/// Reads a text with the names that the configuration itself has listed.
+template <class TRead>
+void _checkRead(const TRead& iRead, int iCode, std::wstring_view iExpected)
+{
+    // Only a read that fails could leave a text unchanged.
+    PString found(iCode == 0 ? L"" : L"before");
+    checkCode(iRead(found), iCode, "code of a text");
+    checkText(textOf(found), iCode == 0 ? iExpected : L"before", "text");
+}
+
+void _checkAttributes(IConfig& ioConfig, const PString& iKey, const ModelRecord& iRecord,
+                      Reads iReads)
 {
     std::vector<PString> names;
-    checkCode(ioConfig.getAttributes(owned(iKey), names), 0, "attributes can be listed");
+    checkCode(ioConfig.getAttributes(iKey, names), 0, "attributes can be listed");
     check(names.size() == iRecord.attributes.size(), "number of attributes");
     auto name = names.begin();
     for (const auto& [attribute, text] : iRecord.attributes)
     {
-        checkText(textOf(*name++), attribute, "attribute");
-        PString found(L"before");
-        const int code = _codeOfNames(iKey, attribute);
-        checkCode(ioConfig.getAttrString(owned(iKey), owned(attribute), found), code,
-                  "code of an attribute");
-        checkText(textOf(found), code == 0 ? text : L"before", "text of an attribute");
-        if (code == 0)
+        checkText(textOf(*name), attribute, "attribute");
+        const int code = _codeOfNames(textOf(iKey), attribute);
+        _checkRead([&](PString& oText) { return ioConfig.getAttrString(iKey, *name, oText); }, code,
+                   text);
+        if (code == 0 && iReads == eAllTypes)
         {
-            _checkTyped(ioConfig, iKey, attribute, text);
+            _checkTyped(ioConfig, iKey, *name, text);
         }
+        ++name;
     }
 }
 
-void _checkRecord(IConfig& ioConfig, const std::wstring& iKey, const ModelRecord& iRecord)
+void _checkRecord(IConfig& ioConfig, const PString& iKey, const ModelRecord& iRecord, Reads iReads)
 {
-    PString found(L"before");
-    const int code = _codeOfNames(iKey, L"");
-    checkCode(ioConfig.getString(owned(iKey), found), code, "code of a value");
-    checkText(textOf(found), code == 0 ? iRecord.value : L"before", "value");
-    if (code == 0)
+    const int code = _codeOfNames(textOf(iKey), L"");
+    _checkRead([&](PString& oText) { return ioConfig.getString(iKey, oText); }, code,
+               iRecord.value);
+    if (code == 0 && iReads == eAllTypes)
     {
         _checkTyped(ioConfig, iKey, iRecord.value);
-        _checkAttributes(ioConfig, iKey, iRecord);
+    }
+    if (code == 0)
+    {
+        _checkAttributes(ioConfig, iKey, iRecord, iReads);
     }
 }
 
-void _checkConfig(IConfig& ioConfig, const ModelValues& iExpected)
+void _checkConfig(IConfig& ioConfig, const ModelValues& iExpected, Reads iReads)
 {
     std::vector<PString> keys(1);
     checkCode(ioConfig.getKeys(keys), 0, "keys can be listed");
@@ -151,20 +167,8 @@ void _checkConfig(IConfig& ioConfig, const ModelValues& iExpected)
     auto key = keys.begin();
     for (const auto& [name, record] : iExpected)
     {
-        checkText(textOf(*key++), name, "key");
-        _checkRecord(ioConfig, name, record);
-    }
-}
-
-/// The loaded values, or the fact that there are none.
-void _checkLoaded(int iFoundCode, const PBaseptr<IConfig>& iConfig, int iCode,
-                  const ModelValues& iExpected)
-{
-    checkCode(iFoundCode, iCode, "code of loading");
-    check(static_cast<bool>(iConfig) == (iCode == 0), "a failed load hands nothing out");
-    if (iConfig)
-    {
-        _checkConfig(*iConfig, iExpected);
+        checkText(textOf(*key), name, "key");
+        _checkRecord(ioConfig, *key++, record, iReads);
     }
 }
 
@@ -178,69 +182,102 @@ int _appendArguments(const Lines& iLines, ModelValues& ioValues)
     return result;
 }
 
-void _checkLoads(const Parser& iParser, const Lines& iLines)
+/// The values of lines, and the code of reading them.
+struct Loaded
 {
     ModelValues values;
-    const int fileCode = LineModel::appendFile(iLines, values);
+    int code = 0;
+};
+
+/// One input with what the model reads in it.
+struct Input
+{
+    explicit Input(std::string_view iBytes)
+        : bytes(iBytes), lines(LineModel::linesOf(iBytes)), arguments(owned(lines))
+    {
+        fromFile.code = LineModel::appendFile(lines, fromFile.values);
+        fromArguments.code = _appendArguments(lines, fromArguments.values);
+    }
+
+    const std::string_view bytes;
+    const Lines lines;
+    const std::vector<PString> arguments;
+    Loaded fromFile;
+    Loaded fromArguments;
+};
+
+/// The loaded values, or the fact that there are none.
+void _checkLoaded(int iFoundCode, const PBaseptr<IConfig>& iConfig, const Loaded& iExpected,
+                  Reads iReads)
+{
+    checkCode(iFoundCode, iExpected.code, "code of loading");
+    check(static_cast<bool>(iConfig) == (iExpected.code == 0), "a failed load hands nothing out");
+    if (iConfig)
+    {
+        _checkConfig(*iConfig, iExpected.values, iReads);
+    }
+}
+
+void _checkLoads(const Parser& iParser, const Input& iInput)
+{
     PBaseptr<IConfig> config;
     int found = iParser.manager->loadByFile(iParser.path, config);
-    _checkLoaded(found, config, fileCode, values);
-
-    values.clear();
-    config.clear();
-    const std::vector<PString> arguments = owned(iLines);
-    const int code = _appendArguments(iLines, values);
-    found = iParser.manager->loadByArgs(arguments, config);
-    _checkLoaded(found, config, code, values);
+    _checkLoaded(found, config, iInput.fromFile, eAllTypes);
 
     config.clear();
-    const auto count = static_cast<unsigned int>(arguments.size());
-    found = iParser.manager->loadByArgs(arguments.data(), count, config);
-    _checkLoaded(found, config, code, values);
+    found = iParser.manager->loadByArgs(iInput.arguments, config);
+    _checkLoaded(found, config, iInput.fromArguments, eTexts);
+
+    config.clear();
+    const auto count = static_cast<unsigned int>(iInput.arguments.size());
+    found = iParser.manager->loadByArgs(iInput.arguments.data(), count, config);
+    _checkLoaded(found, config, iInput.fromArguments, eTexts);
 }
 
 /// Later values replace earlier ones, attributes stay, and the lines before a bad line are kept.
-void _checkAppends(const Parser& iParser, const Lines& iLines)
+void _checkAppends(const Parser& iParser, const Input& iInput)
 {
-    Lines first = {L"key = first", L"key:attribute = first"};
+    static const Lines sFirst = {L"key = first", L"key:attribute = first"};
+    static const std::vector<PString> sArguments = owned(sFirst);
+    static const std::vector<PString> sReversed(sArguments.rbegin(), sArguments.rend());
     ModelValues values;
-    checkCode(_appendArguments(first, values), 0, "these are arguments");
+    checkCode(_appendArguments(sFirst, values), 0, "these are arguments");
     PBaseptr<IConfig> config;
-    checkCode(iParser.manager->loadByArgs(owned(first), config), 0, "arguments can be loaded");
+    checkCode(iParser.manager->loadByArgs(sArguments, config), 0, "arguments can be loaded");
 
-    const std::vector<PString> arguments = owned(iLines);
-    int code = _appendArguments(iLines, values);
-    checkCode(iParser.manager->appendByArgs(arguments, config), code, "code of appending");
-    _checkConfig(*config, values);
-    code = LineModel::appendFile(iLines, values);
-    checkCode(iParser.manager->appendByFile(iParser.path, config), code, "code of appending");
-    _checkConfig(*config, values);
-    std::reverse(first.begin(), first.end());
-    code = _appendArguments(first, values);
-    checkCode(iParser.manager->appendByArgs(owned(first).data(), 2, config), code, "appending");
-    _checkConfig(*config, values);
+    const int code = _appendArguments(iInput.lines, values);
+    checkCode(iParser.manager->appendByArgs(iInput.arguments, config), code, "code of appending");
+    _checkConfig(*config, values, eTexts);
+    static_cast<void>(LineModel::appendFile(iInput.lines, values));
+    checkCode(iParser.manager->appendByFile(iParser.path, config), iInput.fromFile.code,
+              "code of appending");
+    _checkConfig(*config, values, eTexts);
+    checkCode(iParser.manager->appendByArgs(sReversed.data(), 2, config), 0, "appending");
+    PString found;
+    checkCode(config->getString(L"key", found), 0, "code of a value");
+    checkText(textOf(found), L"first", "later value");
+    checkCode(config->getAttrString(L"key", L"attribute", found), 0, "code of an attribute");
+    checkText(textOf(found), L"first", "first text of an attribute");
 }
 
-/// The file names of a list; only "in.prs" is there to be read.
-std::size_t _countFiles(const std::wstring& iList)
+/// Whether a list of file names has the only one that is there to be read.
+bool _namesFile(std::wstring_view iList)
 {
-    std::size_t count = 0;
-    for (std::wstring rest = iList + L','; !rest.empty(); rest.erase(0, rest.find(L',') + 1))
+    bool found = LineModel::trimmed(iList.substr(0, iList.find(L','))) == L"in.prs";
+    for (std::size_t at = iList.find(L','); at != std::wstring_view::npos; at = iList.find(L','))
     {
-        count += LineModel::trimmed(rest.substr(0, rest.find(L','))) == L"in.prs";
+        iList.remove_prefix(at + 1);
+        found |= LineModel::trimmed(iList.substr(0, iList.find(L','))) == L"in.prs";
     }
-    return count;
+    return found;
 }
 
-void _checkByID(IConfigManager& ioManager, const std::wstring& iID, const Lines& iLines,
+void _checkByID(IConfigManager& ioManager, const std::wstring& iID, const ModelValues& iFile,
                 const std::wstring& iList)
 {
-    ModelValues expected;
-    for (std::size_t left = _countFiles(iList); left > 0; --left)
-    {
-        // A file with a bad line gives the lines before it.
-        static_cast<void>(LineModel::appendFile(iLines, expected));
-    }
+    // A file with a bad line gives the lines before it; a second time it changes nothing.
+    const ModelValues none;
+    const ModelValues& expected = _namesFile(iList) ? iFile : none;
     PBaseptr<IConfig> config;
     const int code = _codeOfNames(iID, L"");
     checkCode(ioManager.loadByID(owned(iID), config), code, "code of loading by ID");
@@ -264,17 +301,16 @@ void _checkByID(IConfigManager& ioManager, const std::wstring& iID, const Lines&
 }
 
 /// The input as the manager's file, which maps IDs to files.
-void _checkIDs(const Parser& iParser, std::string_view iBytes, const Lines& iLines)
+void _checkIDs(const Parser& iParser, const Input& iInput)
 {
     constexpr std::size_t kMostIDs = 8;
-    iParser.dir.write("ixlap.configmanager.prs", iBytes);
+    iParser.dir.write("ixlap.configmanager.prs", iInput.bytes);
     PConfigManager* const manager = new PConfigManager;
     const PBaseptr<IConfigManager> holder = PBaseptr<IConfigManager>::adopt(manager);
     const PString dir = owned(decoded(iParser.dir.path()));
     checkCode(manager->setString(kIxlaGlobalConfigId, L"core.plugins.config.dir", dir), 0, "dir");
 
-    ModelValues lists;
-    const int code = LineModel::appendFile(iLines, lists);
+    const auto& [lists, code] = iInput.fromFile;
     PBaseptr<IConfig> config;
     checkCode(manager->loadByID(L"unlisted in any file", config), code, "code of the lists");
     std::size_t left = code == 0 ? kMostIDs : 0;
@@ -283,108 +319,62 @@ void _checkIDs(const Parser& iParser, std::string_view iBytes, const Lines& iLin
         // Other paths may have any content.
         if (list->second.value.find_first_of(L"/\\") == std::wstring::npos)
         {
-            _checkByID(*manager, list->first, iLines, list->second.value);
+            _checkByID(*manager, list->first, lists, list->second.value);
         }
     }
     manager->cleanup();
 }
 
 /// A line that is no entry leaves the texts unchanged.
-void _checkLine(const std::wstring& iLine)
+void _checkLine(std::wstring_view iLine)
 {
-    ModelValues values;
-    const int code = LineModel::append(iLine, values);
-    const auto len = static_cast<unsigned int>(iLine.size());
+    ModelLine expected;
+    const int code = LineModel::parse(iLine, expected);
     PConfigLine parts = {};
-    checkCode(PConfigFormat::_parseLine({iLine.data(), len}, parts), code, "line");
+    checkCode(
+        PConfigFormat::_parseLine({iLine.data(), static_cast<unsigned int>(iLine.size())}, parts),
+        code, "line");
     if (code != 0)
     {
         check(!parts.key.text && !parts.attribute.text && !parts.value.text,
               "a bad line touches nothing");
         return;
     }
-    checkText(std::wstring(parts.key.text, parts.key.len), values.begin()->first, "key of a line");
-    const ModelRecord& record = values.begin()->second;
-    const bool plain = record.attributes.empty();
-    const std::wstring name = plain ? std::wstring() : record.attributes.begin()->first;
-    checkText(std::wstring(parts.attribute.text, parts.attribute.len), name, "attribute of a line");
-    const std::wstring text = plain ? record.value : record.attributes.begin()->second;
-    checkText(std::wstring(parts.value.text, parts.value.len), text, "text of a line");
+    checkText({parts.key.text, parts.key.len}, expected.key, "key of a line");
+    checkText({parts.attribute.text, parts.attribute.len}, expected.attribute,
+              "attribute of a line");
+    checkText({parts.value.text, parts.value.len}, expected.text, "text of a line");
 }
 
-/// The settings that the core reads from its arguments.
-struct StartModel
-{
-    int parse(const std::wstring& iArgument);
-
-    std::map<std::wstring, std::wstring> paths;
-    std::map<std::wstring, int> numbers;
-    bool enable = true;
-};
-
-int StartModel::parse(const std::wstring& iArgument)
-{
-    const std::size_t equals = iArgument.find(L'=');
-    const std::wstring key = LineModel::trimmed(iArgument.substr(0, equals));
-    if (equals == std::wstring::npos)
-    {
-        return 0;
-    }
-    std::wstring value = LineModel::trimmed(iArgument.substr(equals + 1));
-    if (key == L"core.log.enable")
-    {
-        return ConversionModel::toBool(value, enable) == 0 ? 0 : -502;
-    }
-    const bool limit = key == L"core.log.maxsize" || key == L"core.log.parts";
-    if (limit || key == L"core.log.level" || key == L"core.log.maxcount")
-    {
-        int number = 0;
-        const bool taken = ConversionModel::toNumber(value, number) == 0 && !(limit && number < 0);
-        numbers[key] = taken ? number : numbers[key];
-        return taken || key == L"core.log.maxcount" ? 0 : -502;
-    }
-    if (key == L"core.prs.file" || key == L"core.log.file")
-    {
-        std::replace(value.begin(), value.end(), L'\\', L'/');
-    }
-    paths[key] = value;
-    return 0;
-}
-
-void _checkStartArguments(const Lines& iLines)
+void _checkStartArguments(const Input& iInput)
 {
     StartModel model;
-    int code = 0;
-    for (auto line = iLines.begin(); line != iLines.end() && code == 0; ++line)
-    {
-        code = model.parse(*line);
-    }
+    const int code = model.parse(iInput.lines);
     PStartArguments found;
-    const std::vector<PString> arguments = owned(iLines);
-    const auto count = static_cast<unsigned int>(arguments.size());
-    checkCode(found.parse(arguments.data(), count, nullptr), code, "code of the core's arguments");
-    checkText(textOf(found.fCorePrsFile), model.paths[L"core.prs.file"], "property file");
-    checkText(textOf(found.fLogFile), model.paths[L"core.log.file"], "log file");
-    checkText(textOf(found.fPluginsDir), model.paths[L"core.plugins.dir"], "plugins");
-    check(found.fLogMaxSize == model.numbers[L"core.log.maxsize"], "size of the log");
-    check(found.fLogParts == model.numbers[L"core.log.parts"], "parts of the log");
-    check(found.fLogLevel == model.numbers[L"core.log.level"], "level of the log");
-    check(found.fLogMaxCount == model.numbers[L"core.log.maxcount"], "lines of the log");
-    check(found.fLogEnable == model.enable, "whether there is a log");
+    const auto count = static_cast<unsigned int>(iInput.arguments.size());
+    checkCode(found.parse(iInput.arguments.data(), count, nullptr), code,
+              "code of the core's arguments");
+    checkText(textOf(found.fCorePrsFile), model.corePrsFile, "property file");
+    checkText(textOf(found.fLogFile), model.logFile, "log file");
+    checkText(textOf(found.fPluginsDir), model.pluginsDir, "plugins");
+    check(found.fLogMaxSize == model.logMaxSize, "size of the log");
+    check(found.fLogParts == model.logParts, "parts of the log");
+    check(found.fLogLevel == model.logLevel, "level of the log");
+    check(found.fLogMaxCount == model.logMaxCount, "lines of the log");
+    check(found.fLogEnable == model.logEnable, "whether there is a log");
 }
 } // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* iData, std::size_t iSize)
 {
     static const Parser sParser;
-    const std::string_view bytes = bytesOf(iData, iSize);
-    const Lines lines = LineModel::linesOf(bytes);
-    sParser.dir.write("in.prs", bytes);
-    _checkLoads(sParser, lines);
-    _checkAppends(sParser, lines);
-    _checkStartArguments(lines);
-    _checkIDs(sParser, bytes, lines);
-    for (const std::wstring& line : lines)
+    const Input input(bytesOf(iData, iSize));
+    sParser.dir.write("in.prs", input.bytes);
+    _checkLoads(sParser, input);
+    _checkAppends(sParser, input);
+    _checkStartArguments(input);
+    _checkIDs(sParser, input);
+    for (const std::wstring& line : input.lines)
     {
         _checkLine(line);
     }

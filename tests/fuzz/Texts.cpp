@@ -43,12 +43,12 @@ std::string encoded(const std::wstring& iText, bool iFileStart)
     return bytes;
 }
 
-std::wstring textOf(const PLiteral& iText)
+std::wstring_view textOf(const PLiteral& iText)
 {
-    return std::wstring(iText.ptr(), iText.len());
+    return std::wstring_view(iText.ptr(), iText.len());
 }
 
-PString owned(const std::wstring& iText)
+PString owned(std::wstring_view iText)
 {
     return PString(iText.data(), static_cast<unsigned int>(iText.size()));
 }
@@ -56,6 +56,7 @@ PString owned(const std::wstring& iText)
 std::vector<PString> owned(const std::vector<std::wstring>& iTexts)
 {
     std::vector<PString> result;
+    result.reserve(iTexts.size());
     for (const std::wstring& text : iTexts)
     {
         result.push_back(owned(text));

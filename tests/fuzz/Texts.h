@@ -28,8 +28,9 @@ std::wstring decoded(std::string_view iBytes);
 /// The bytes of a line that is read as iText. iFileStart is for the first line of a file.
 std::string encoded(const std::wstring& iText, bool iFileStart = false);
 
-std::wstring textOf(const PLiteral& iText);
-PString owned(const std::wstring& iText);
+/// A view of the characters of iText.
+std::wstring_view textOf(const PLiteral& iText);
+PString owned(std::wstring_view iText);
 std::vector<PString> owned(const std::vector<std::wstring>& iTexts);
 
 #endif

@@ -43,7 +43,7 @@ void _checkTokens(const std::wstring& iText, wchar_t iSeparator)
         checkCode(PLiteral::getNextToken(list, token, iSeparator), 0, "there is a token");
         checkText(textOf(token), expected, "token");
     }
-    const std::wstring last = textOf(token);
+    const std::wstring last(textOf(token));
     checkCode(PLiteral::getNextToken(list, token, iSeparator), -61, "no token is left");
     check(list.len() == 0, "nothing is left of the list");
     checkText(textOf(token), last, "the last token stays");
@@ -54,8 +54,9 @@ void _checkKeyValue(const std::wstring& iText, wchar_t iSeparator)
 {
     const std::size_t at = iText.find(iSeparator);
     const bool splits = at != std::wstring::npos;
-    const std::wstring key = splits ? LineModel::trimmed(iText.substr(0, at)) : kBefore;
-    const std::wstring value = splits ? LineModel::trimmed(iText.substr(at + 1)) : kBefore;
+    const std::wstring_view text = iText;
+    const std::wstring_view key = splits ? LineModel::trimmed(text.substr(0, at)) : kBefore;
+    const std::wstring_view value = splits ? LineModel::trimmed(text.substr(at + 1)) : kBefore;
     const int code = splits ? 0 : -22;
     PString source = owned(iText);
     PString foundKey(kBefore);
@@ -66,13 +67,13 @@ void _checkKeyValue(const std::wstring& iText, wchar_t iSeparator)
 
     PString keySource = owned(iText);
     checkCode(PUtils::getKeyValue(keySource, keySource, foundValue, iSeparator), code, "split");
-    checkText(textOf(keySource), splits ? key : iText, "key in place of its source");
+    checkText(textOf(keySource), splits ? key : text, "key in place of its source");
     checkText(textOf(foundValue), value, "value of a source that becomes the key");
 
     PString valueSource = owned(iText);
     checkCode(PUtils::getKeyValue(valueSource, foundKey, valueSource, iSeparator), code, "split");
     checkText(textOf(foundKey), key, "key of a source that becomes the value");
-    checkText(textOf(valueSource), splits ? value : iText, "value in place of its source");
+    checkText(textOf(valueSource), splits ? value : text, "value in place of its source");
 }
 
 std::wstring _folded(std::wstring iText)

@@ -168,7 +168,7 @@ std::vector<std::wstring> _readLines(const MemoryDir& iDir, const char* iName)
     int result = 0;
     while ((result = file.preadLine(line)) == 0)
     {
-        lines.push_back(textOf(line));
+        lines.emplace_back(textOf(line));
     }
     checkCode(result, -61, "a file ends");
     checkCode(file.pclose(), 0, "a file can be closed");
