@@ -122,7 +122,7 @@ std::vector<std::wstring> LineModel::render(const ModelValues& iValues)
         lines.push_back(key + L" = " + record.value);
         for (const auto& [name, text] : record.attributes)
         {
-            lines.push_back(key + L":" + name + L" = " + text);
+            lines.emplace_back(key).append(L":").append(name).append(L" = ").append(text);
         }
     }
     return lines;
