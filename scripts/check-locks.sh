@@ -10,9 +10,16 @@ root=$(cd "$(dirname "$0")/.." && pwd)
 "$root/scripts/install-deps.sh" test
 cd "$root"
 
+# The standard headers are parsed once, because they take most of the time.
+parsed=$(mktemp -d "${TMPDIR:-/tmp}/ixlal-locks-XXXXXX")
+export parsed
+trap 'rm -rf "$parsed"' EXIT
+printf '#include <%s>\n' algorithm atomic charconv cwchar map memory string vector >"$parsed/std.h"
+clang++ -m32 -std=c++20 -x c++-header "$parsed/std.h" -o "$parsed/std.h.pch"
+
 # check FILE
 check() {
-    clang++ -m32 -std=c++20 -fsyntax-only -Iinclude -Iport -I. \
+    clang++ -m32 -std=c++20 -fsyntax-only -Iinclude -Iport -I. -include-pch "$parsed/std.h.pch" \
         -Wall -Wextra -Wthread-safety -Werror "$1"
 }
 
