@@ -100,13 +100,19 @@ check_cppcheck() {
     echo "cppcheck: no findings"
 }
 
-# The compile commands of every source, for 32 bits. Nothing is built, also no precompiled header.
+# The compile commands of every source by itself, for 32 bits. Nothing is built, also no precompiled
+# header.
 make_database() {
     cmake -S . -B "$out" -G Ninja -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_COMPILER=clang++ \
-        -DCMAKE_CXX_FLAGS=-m32 -DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON >"$out/cmake.txt" 2>&1 || {
+        -DCMAKE_CXX_FLAGS=-m32 -DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON \
+        -DCMAKE_UNITY_BUILD=OFF >"$out/cmake.txt" 2>&1 || {
         cat "$out/cmake.txt" >&2
         return 1
     }
+    if grep -q '/Unity/unity_' "$out/compile_commands.json"; then
+        echo "Sources that are compiled together cannot be checked one by one" >&2
+        return 1
+    fi
 }
 
 # list_sources DIRECTORY...: the compiled sources, the largest first, because the longest checks must
