@@ -16,10 +16,10 @@ namespace
 {
 void _listChecks()
 {
-    constexpr int kNameWidth = 12;
+    constexpr int kCheckColumn = 12;
     for (const PCheck& check : allChecks())
     {
-        std::cout << std::left << std::setw(kNameWidth) << check.name << check.summary << '\n';
+        std::cout << std::left << std::setw(kCheckColumn) << check.name << check.summary << '\n';
     }
 }
 
