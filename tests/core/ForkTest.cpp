@@ -36,6 +36,16 @@ int __lsan_is_turned_off()
 }
 #endif
 
+#ifdef __SANITIZE_THREAD__
+/// A child that exits would sleep for a second, so that its other threads go on; it has none.
+extern "C" IXLA_EXPORT const char* __tsan_default_options();
+
+const char* __tsan_default_options()
+{
+    return "atexit_sleep_ms=0";
+}
+#endif
+
 namespace
 {
 /// Counts its references only; it gets no events in a child.

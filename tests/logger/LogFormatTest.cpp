@@ -21,13 +21,11 @@ protected:
 };
 } // namespace
 
+// The thread sanitizer finds nothing on one thread.
+#if !defined(__SANITIZE_THREAD__)
 TEST(LogFormats, AreThoseOfTheCLibrary)
 {
-#if defined(__SANITIZE_THREAD__)
-    constexpr int kCases = 5000; // on one thread
-#else
     constexpr int kCases = 100000;
-#endif
     ASSERT_NE(nullptr, std::setlocale(LC_ALL, "C.UTF-8"));
     std::mt19937 random(20261122);
     const auto byte = [&random]
@@ -42,6 +40,7 @@ TEST(LogFormats, AreThoseOfTheCLibrary)
         ASSERT_EQ("", FormatModel::difference(bytes));
     }
 }
+#endif
 
 TEST_F(LogFormat, NarrowTextIsUtf8InEveryLocale)
 {

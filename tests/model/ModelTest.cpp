@@ -66,6 +66,8 @@ std::uint64_t _fromEnvironment(const char* iName, std::uint64_t iDefault)
     return iDefault;
 }
 
+// The steps run on one thread, so one seed is enough for the thread sanitizer.
+#if !defined(__SANITIZE_THREAD__)
 class ModelSeeds : public testing::TestWithParam<std::uint64_t>
 {
 };
@@ -77,6 +79,7 @@ TEST_P(ModelSeeds, SystemAndModelAgree)
 }
 
 INSTANTIATE_TEST_SUITE_P(Fixed, ModelSeeds, testing::Range<std::uint64_t>(1, 11));
+#endif
 
 /// IXLAL_MODEL_SEED replays a seed; IXLAL_MODEL_FAULT makes the model wrong, to see a report.
 TEST(ModelFreshSeed, SystemAndModelAgree)
