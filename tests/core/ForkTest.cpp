@@ -166,6 +166,7 @@ protected:
     void forkOften(const TEnd& iEnd)
     {
         std::vector<std::jthread> threads;
+        threads.reserve(kThreads);
         for (int i = 0; i < kThreads; ++i)
         {
             threads.emplace_back([this] { use(); });

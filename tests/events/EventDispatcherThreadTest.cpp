@@ -43,6 +43,7 @@ protected:
         std::promise<void> start;
         const std::shared_future<void> started = start.get_future().share();
         std::vector<std::thread> threads;
+        threads.reserve(static_cast<std::size_t>(iThreads));
         for (int number = 0; number < iThreads; ++number)
         {
             threads.emplace_back(
