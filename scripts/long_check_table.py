@@ -44,7 +44,8 @@ def sums(pattern: str, counted: str, *summed: str) -> Callable[[str], Figures]:
 @dataclasses.dataclass(frozen=True)
 class Check:
     """{minutes} and {seconds} in a command are the time that it gets, {number} is that of the slice.
-    commits is the largest number of commits to the directories after which figures still count."""
+    commits is the largest number of commits to the directories after which figures still count.
+    slices are the parts that the gate takes turns with; none if it has one as a step."""
     name: str
     shows: str
     command: str
@@ -97,6 +98,15 @@ CHECKS = (
           numbers(tests=r"^(\d+) tests", reports=r"(\d+) reports"),
           tuple(f"scripts/check-valgrind.sh '^[{letters}]'" for letters in
                 ("A-BD-FJ-K", "C", "G-I", "L-O", "P-R", "S", "T-Z"))),
+    Check("armhf", "the suite passes on 32-bit ARM, in an emulator", "scripts/test.sh armhf",
+          numbers(tests=r"^100% tests passed, 0 tests failed out of (\d+)",
+                  skipped=r"^Skipped, fully or partly: (\d+)",
+                  entries_left_out=r"^Left out: (\d+) entries"),
+          ("scripts/test.sh --core=port armhf",)),
+    Check("reproducible", "two builds give the same libraries, tools and packages",
+          "scripts/check-reproducible.sh --packages",
+          numbers(files=r"^(\d+) files are the same in both builds"),
+          (), AUTHORS, 150),
     Check("tidy", "clang-tidy finds nothing in the product, on all paths",
           "scripts/check-static.sh tidy", TIDY, ("scripts/check-static.sh tidy {number}",)),
     Check("tidy-tools", "clang-tidy finds nothing in the tools",

@@ -56,6 +56,12 @@ add_test(NAME Small.Mount COMMAND {skipping})
 set_tests_properties(Small.Mount PROPERTIES SKIP_REGULAR_EXPRESSION "\\\\[  SKIPPED \\\\]")
 add_test(NAME Small.Partly COMMAND python3 ${{PROJECT_SOURCE_DIR}}/partly.py 2)
 add_test(NAME Small.Silent COMMAND python3 ${{PROJECT_SOURCE_DIR}}/partly.py 1)
+add_custom_target(ixlal_core_tests ${{note}} build-core)
+add_test(NAME Small.Core COMMAND ${{note}} test-core)
+set_tests_properties(Small.Core PROPERTIES LABELS core-core)
+add_custom_target(ixlal_core_tests_port ${{note}} build-port)
+add_test(NAME Small.Port COMMAND ${{note}} test-port)
+set_tests_properties(Small.Port PROPERTIES LABELS core-port)
 """
 
 
@@ -113,6 +119,18 @@ class EnvironmentTest(unittest.TestCase):
             self.assertIn(" ", self.seen(step)["TMPDIR"])
             self.assertFalse(Path(self.seen(step)["TMPDIR"]).exists())
             self.assertEqual(0o077, self.umask(step))
+
+    def steps(self):
+        return {path.name for path in (self.dir / "seen").iterdir() if not path.suffix}
+
+    def test_the_libraries_are_built_and_tested_alone(self):
+        out = self.run_script("test.sh", "--core", "release")
+        self.assertEqual({"configure", "build-core", "test-core", "test-port"}, self.steps())
+        self.assertTrue(out.endswith("Skipped, fully or partly: 0\n"), out)
+
+    def test_one_directory_of_the_libraries_is_built_and_tested_alone(self):
+        self.run_script("test.sh", "--hostile", "--core=port")
+        self.assertEqual({"configure", "build-port", "test-port"}, self.steps())
 
     def test_the_end_lists_skipped_tests_with_reasons(self):
         out = self.run_script("test.sh")
