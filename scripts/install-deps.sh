@@ -6,7 +6,7 @@ set -eu
 packages=(g++ g++-multilib cmake ninja-build libcli11-dev nlohmann-json3-dev)
 if [ "${1:-build}" = test ]; then
     packages+=(googletest binutils file python3 gdb valgrind)
-    packages+=(clang libclang-rt-dev clang-tidy cppcheck abigail-tools gcovr)
+    packages+=(clang llvm libclang-rt-dev clang-tidy cppcheck abigail-tools gcovr)
     packages+=(python3-pyelftools mandoc zsh fish doxygen dpkg-dev lintian pkgconf chromium codespell)
     packages+=(mkdocs python3-pymdownx faketime git)
 fi

@@ -92,7 +92,7 @@ CHECKS = (
     Check("fuzzing", "no input breaks the text handling",
           "scripts/fuzz.sh --seconds {seconds}",
           sums(r"^[\w-]+ +(\d+) executions", "targets", "executions"),
-          ("scripts/fuzz.sh --seconds 15",)),
+          ("scripts/fuzz.sh --runs 50000 --seed 1{number}",)),
     Check("drd", "the thread tests of the 32-bit build have no race that DRD reports",
           "scripts/check-valgrind.sh",
           numbers(tests=r"^(\d+) tests", reports=r"(\d+) reports"),
