@@ -14,7 +14,6 @@
 #include <utility>
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 namespace fs = std::filesystem;
 

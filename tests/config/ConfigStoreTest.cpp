@@ -10,7 +10,6 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 
-using testing::ElementsAre;
 using testing::IsEmpty;
 
 namespace fs = std::filesystem;
@@ -35,7 +34,7 @@ protected:
             next->setString(L"ixlap.global", L"core.plugins.config.dir", wide(dir.path().string())),
             0);
         EXPECT_EQ(next->loadByID(wide(iID), config), 0);
-        const std::string value = valueOf(config, iKey);
+        std::string value = valueOf(config, iKey);
         implementation.cleanup();
         return value;
     }

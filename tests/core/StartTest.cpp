@@ -522,8 +522,8 @@ TEST_F(Start, StepsRunInTheirOrder)
                    "D Core **************************************************",
                    "[startFlow] Loading plugin: ",
                    "[startFlow] Mark that core is started",
-                   "[getInstanceInternal] Get instance for interface ID: "
-                   "com.kelvora.ixla.eventdispatcher",
+                   ("[getInstanceInternal] Get instance for interface ID: "
+                    "com.kelvora.ixla.eventdispatcher"),
                    "[startFlow] Get autostart list: alpha",
                    "D Core [initAutoStartPlugin] Call initPlugin() for libalpha.so",
                    "[startFlow] Sending event: event.core.start",

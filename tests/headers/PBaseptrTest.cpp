@@ -196,6 +196,7 @@ TEST_F(PBaseptrTest, MoveTransfersTheReference)
 
     EXPECT_EQ(1, object.taken.change(0));
     EXPECT_EQ(1u, target.holders());
+    // NOLINTNEXTLINE(bugprone-use-after-move): a moved-from pointer is null
     EXPECT_EQ(nullptr, source.get());
 }
 

@@ -64,6 +64,7 @@ public:
     using PPtr<Watched>::PPtr;
     using PPtr<Watched>::operator=;
 
+    // NOLINTNEXTLINE(bugprone-copy-constructor-init): joins by itself
     OpenHolder(const OpenHolder& iOther) : PPtr<Watched>()
     {
         join(iOther);
@@ -329,6 +330,7 @@ TEST_F(PPtrTest, MoveTakesTheShareAndEmptiesTheSource)
     const PPtr<Watched> target(std::move(source));
 
     EXPECT_EQ(1u, target.holders());
+    // NOLINTNEXTLINE(bugprone-use-after-move): a moved-from pointer is null
     EXPECT_EQ(0u, source.holders());
     EXPECT_EQ(nullptr, source.get());
     EXPECT_EQ(Events{}, sEvents);

@@ -7,8 +7,6 @@
 
 #include <gmock/gmock.h>
 
-using testing::IsEmpty;
-
 namespace
 {
 const PLiteral kTopic(L"a topic that is longer than any text that needs no memory of its own");
