@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Installs the Debian packages that are missing: install-deps.sh build|test|bench|plots|root|armhf
+# Installs the Debian packages that are missing:
+# install-deps.sh build|test|bench|plots|root|armhf|powerpc
 set -eu
 
 packages=(g++ g++-multilib cmake ninja-build libcli11-dev nlohmann-json3-dev)
@@ -17,6 +18,11 @@ case ${1:-build} in
         packages+=(googletest clang binutils-arm-linux-gnueabihf qemu-user-static python3 file)
         packages+=(libc6-dev-armhf-cross libgcc-12-dev-armhf-cross libstdc++-12-dev-armhf-cross)
         packages+=(abigail-tools dpkg-dev python3-pyelftools)
+        ;;
+    powerpc)
+        packages+=(googletest clang binutils-powerpc-linux-gnu qemu-user-static python3)
+        packages+=(libc6-dev-powerpc-cross libgcc-12-dev-powerpc-cross)
+        packages+=(libstdc++-12-dev-powerpc-cross)
         ;;
     bench) packages+=(valgrind python3) ;;
     plots) packages+=(valgrind python3 python3-matplotlib) ;;

@@ -32,9 +32,9 @@ results=$root/build/$preset/tests.xml
 
 # With the caller's variables, because it may need a proxy.
 "$root/scripts/install-deps.sh" test
-if [ "$preset" = armhf ]; then
-    "$root/scripts/install-deps.sh" armhf
-fi
+case $preset in
+    armhf | powerpc) "$root/scripts/install-deps.sh" "$preset" ;;
+esac
 cd "$root"
 mkdir -p build
 "${clean[@]}" cmake --preset "$preset" >build/configure.log || {

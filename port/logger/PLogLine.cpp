@@ -13,8 +13,6 @@
 #include <emmintrin.h>
 #endif
 
-static_assert(std::endian::native == std::endian::little, "_copyPlain puts bytes together so");
-
 namespace
 {
 constexpr std::string_view kBackslashes = "\\\\";
@@ -24,6 +22,12 @@ std::uint32_t _bits(wchar_t iChar)
 {
     // NOLINTNEXTLINE(bugprone-signed-char-misuse,cert-str34-c): a wchar_t has 32 bits
     return static_cast<std::uint32_t>(iChar);
+}
+
+/// The number whose first byte in memory is the lowest of iNumber.
+std::uint32_t _littleEndian(std::uint32_t iNumber)
+{
+    return std::endian::native == std::endian::little ? iNumber : __builtin_bswap32(iNumber);
 }
 
 /// Whether a character is written as its number.
@@ -110,7 +114,8 @@ std::size_t _copySixteens(const wchar_t*, std::size_t, char*)
         {
             break;
         }
-        std::memcpy(oBytes + done, &bytes, sizeof bytes);
+        const std::uint32_t inOrder = _littleEndian(bytes);
+        std::memcpy(oBytes + done, &inOrder, sizeof inOrder);
     }
     for (; done < iLen && _isPlain(iText[done]); ++done)
     {
