@@ -103,6 +103,11 @@ CHECKS = (
                   skipped=r"^Skipped, fully or partly: (\d+)",
                   entries_left_out=r"^Left out: (\d+) entries"),
           ("scripts/test.sh --core=port armhf",)),
+    Check("powerpc", "the libraries work with the other order of bytes, on 32-bit PowerPC in an "
+          "emulator", "scripts/test.sh --core powerpc",
+          numbers(tests=r"^100% tests passed, 0 tests failed out of (\d+)",
+                  entries_left_out=r"^Left out: (\d+) entries"),
+          ("scripts/test.sh --core=logger powerpc",)),
     Check("reproducible", "two builds give the same libraries, tools and packages",
           "scripts/check-reproducible.sh --packages",
           numbers(files=r"^(\d+) files are the same in both builds"),
