@@ -76,7 +76,7 @@ class _Walk:
             while parts and self._span(parts[-1])[0] >= self.moment:
                 parts.pop()  # the moment never grows
             if not parts or self._span(parts[-1])[1] < self.moment:
-                return found, self._span(parts[-1])[1] if parts else 0
+                return found, self._span(parts[-1])[1] if parts else self.start.begin
             found = parts[-1]
             parts = self._inside(found)
 

@@ -288,6 +288,9 @@ class Logs(ReportTest):
         self.assertEqual(1, out.count("the clock was set back"))
         self.assertRegex(out, r"liba\.so +20 ms ")
 
+    def test_of_a_clock_before_1970_can_be_read(self):
+        self.assertIn("the core", self.report(PLAIN.replace("2026", "0026", 3)))
+
     def test_that_are_huge_take_seconds(self):
         chatter = "".join(line(200 + i, f"[getInstanceInternal] Get instance for interface ID: {i}")
                           for i in range(200_000))
