@@ -9,7 +9,7 @@ if [ "${1:-build}" = test ]; then
     packages+=(googletest binutils file python3 gdb valgrind)
     packages+=(clang llvm libclang-rt-dev clang-tidy cppcheck abigail-tools gcovr)
     packages+=(python3-pyelftools mandoc zsh fish doxygen dpkg-dev lintian pkgconf chromium codespell)
-    packages+=(mkdocs python3-pymdownx faketime git)
+    packages+=(mkdocs python3-pymdownx python3-hypothesis faketime git)
 fi
 
 case ${1:-build} in
