@@ -5,8 +5,6 @@
 
 #include <cerrno>
 
-using testing::ElementsAre;
-
 namespace
 {
 class LoggerFailure : public LoggingTest

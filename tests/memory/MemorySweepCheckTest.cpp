@@ -9,7 +9,6 @@
 #include <new>
 
 using testing::ElementsAre;
-using testing::HasSubstr;
 using testing::IsEmpty;
 
 // Operations with one error each, and the sweep's report of it.
@@ -150,7 +149,8 @@ TEST(MemorySweepCheck, OperationThatFailsOnlyWhenAllLaterAllocationsFailIsReport
     // Its second attempt succeeds if only one allocation fails.
     const auto retrying = []
     {
-        return _goodOperation() == 0 || _goodOperation() == 0 ? 0 : -12;
+        const bool succeeded = _goodOperation() == 0;
+        return succeeded || _goodOperation() == 0 ? 0 : -12;
     };
 
     EXPECT_THAT(_problems({.operation = "retrying", .run = retrying, .spares = "it tries again"}),

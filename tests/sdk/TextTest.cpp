@@ -8,8 +8,8 @@ namespace
 TEST(TextTest, ConvertsTextAndBytesBothWays)
 {
     for (const char* text : {"", "plain",
-                             "Gr\xC3\xBC\xC3\x9F"
-                             "e",
+                             ("Gr\xC3\xBC\xC3\x9F"
+                              "e"),
                              "\xE2\x82\xAC 5", "\xFF\xFE"})
     {
         EXPECT_EQ(text, ixlaNarrow(ixlaWide(text)));

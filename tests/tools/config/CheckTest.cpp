@@ -6,7 +6,6 @@
 #include <gmock/gmock.h>
 
 using ::testing::HasSubstr;
-using ::testing::Not;
 using ::testing::StartsWith;
 
 class ConfigToolChecks : public ConfigTool
