@@ -25,8 +25,11 @@ namespace fs = std::filesystem;
 
 namespace
 {
-// Processes with a sanitizer start slowly.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+// Processes with a sanitizer start slowly, and those in an emulator, as all but Intel's are here.
+#if !defined(__i386__) && !defined(__x86_64__)
+constexpr int kKillsAtCalls = 60;
+constexpr int kKillsAtTimes = 60;
+#elif defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr int kKillsAtCalls = 200;
 constexpr int kKillsAtTimes = 60;
 #else
