@@ -128,8 +128,7 @@ class FrozenTest(FrozenCase):
                 self.assertIn("INT_MIN", run.run("check:swapped_slots"))
 
 
-@unittest.skipUnless(ARCHITECTURE == "i386" and (BUILD / "bin/ixla-config").exists(),
-                     "the tools are built for i386")
+@unittest.skipUnless((BUILD / "bin/ixla-config").exists(), "this build has no tools")
 class FrozenToolsTest(FrozenCase):
     """The tools read what the version left."""
 
@@ -156,6 +155,7 @@ class FrozenToolsTest(FrozenCase):
                     self.assertEqual(value + "\n", self.tool("ixla-config", "--dir", directory,
                                                              "get", "kept.values", key))
 
+    @unittest.skipIf(EMULATOR, "ixla-inspect cannot read ixla-probe, a script with the emulator")
     def test_information_and_keys_of_plugins_are_read(self):
         for _, binaries in self.frozen():
             shown = self.tool("ixla-inspect", "--info", binaries / "libkept.so")
@@ -166,4 +166,4 @@ class FrozenToolsTest(FrozenCase):
 
 
 if __name__ == "__main__":
-    unittest.main(argv=sys.argv[:1])
+    unittest.main(argv=sys.argv[:1], verbosity=2)
