@@ -101,9 +101,9 @@ check_cppcheck() {
 }
 
 # The compile commands of every source by itself, for 32 bits. Nothing is built, also no precompiled
-# header.
+# header. Fresh, because a changed path of the compiler would make cmake forget the other settings.
 make_database() {
-    cmake -S . -B "$out" -G Ninja -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_COMPILER=clang++ \
+    cmake --fresh -S . -B "$out" -G Ninja -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_COMPILER=clang++ \
         -DCMAKE_CXX_FLAGS=-m32 -DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON \
         -DCMAKE_UNITY_BUILD=OFF >"$out/cmake.txt" 2>&1 || {
         cat "$out/cmake.txt" >&2
