@@ -251,13 +251,17 @@ void _warnHidden(const StoreRequest& iRequest)
               " with const, so the stored value is not read; `ixla-config explain` shows where");
     }
 }
+
 /// Warns of a value that the plugin refuses.
 void _warnRefused(const StoreRequest& iRequest)
 {
     const PPluginKeys keys(iRequest.options);
     const DeclaredKey* const key = keys.declarations().findKey(iRequest.id, iRequest.key);
-    const std::string refusal =
-        key && !iRequest.hasAttribute ? refusalOf(*key, ixlaWide(iRequest.value)) : "";
+    if (!key || iRequest.hasAttribute)
+    {
+        return;
+    }
+    const std::string refusal = refusalOf(*key, ixlaWide(iRequest.value));
     if (!refusal.empty())
     {
         _warn(quotedText(ixlaWide(iRequest.value)) + " is " + refusal +
