@@ -64,7 +64,7 @@ public:
     using PPtr<Watched>::PPtr;
     using PPtr<Watched>::operator=;
 
-    // NOLINTNEXTLINE(bugprone-copy-constructor-init): joins by itself
+    // NOLINTNEXTLINE(bugprone-copy-constructor-init): a copied base would join before the body
     OpenHolder(const OpenHolder& iOther) : PPtr<Watched>()
     {
         join(iOther);

@@ -158,7 +158,7 @@ TEST(String, MoveTakesTheBuffer)
 
     EXPECT_EQ(buffer, target.ptr());
     // cppcheck-suppress accessMoved ; a moved-from text is empty
-    EXPECT_EQ(L"", content(source)); // NOLINT(bugprone-use-after-move): the same
+    EXPECT_EQ(L"", content(source)); // NOLINT(bugprone-use-after-move): a moved-from text is empty
 }
 
 TEST(String, MoveAssignmentLeavesAUsableSource)
