@@ -51,6 +51,7 @@ PBaseptr<IConfig> ConfigTest::byFile(const std::string& iLines) const
 PBaseptr<IConfig> ConfigTest::byArgs(const std::vector<std::string>& iArgs) const
 {
     std::vector<PString> args;
+    args.reserve(iArgs.size());
     for (const std::string& arg : iArgs)
     {
         args.push_back(wide(arg));

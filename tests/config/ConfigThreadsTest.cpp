@@ -20,6 +20,7 @@ void runTogether(const std::vector<std::function<void()>>& iWorks)
 {
     std::barrier start(static_cast<std::ptrdiff_t>(iWorks.size()));
     std::vector<std::thread> threads;
+    threads.reserve(iWorks.size());
     for (const std::function<void()>& work : iWorks)
     {
         threads.emplace_back(

@@ -119,6 +119,7 @@ public:
             words.push_back("in-place");
         }
         std::vector<char*> arguments;
+        arguments.reserve(words.size() + 1);
         for (std::string& word : words)
         {
             arguments.push_back(word.data());
@@ -338,7 +339,7 @@ private:
     /// Compares the store after the kill with the effect of the operations.
     Round judge(unsigned int iSeed)
     {
-        const Round round = replay(iSeed);
+        Round round = replay(iSeed);
         const std::string found = readFile(dir.file("store.txt"));
         const EState state = _judge(round.before.text(), round.after.text(),
                                     fs::exists(dir.file("store.txt")), found);

@@ -23,10 +23,10 @@ std::string StoreModel::text() const
     std::string text;
     for (const auto& [key, entry] : entries)
     {
-        text += key + " = " + entry.value + "\n";
+        text.append(key).append(" = ").append(entry.value).append("\n");
         for (const auto& [name, value] : entry.attributes)
         {
-            text += key + ":" + name + " = " + value + "\n";
+            text.append(key).append(":").append(name).append(" = ").append(value).append("\n");
         }
     }
     return text;

@@ -109,6 +109,7 @@ TEST_F(CallGate, RefusedCallersDoNotHoldIt)
 {
     std::atomic<bool> end{false};
     std::vector<std::thread> callers;
+    callers.reserve(4);
     for (int i = 0; i < 4; ++i)
     {
         callers.emplace_back(

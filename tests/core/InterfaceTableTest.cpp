@@ -82,6 +82,7 @@ TEST_F(InterfaceTable, ComparesWholeTexts)
 TEST_F(InterfaceTable, FindsAllOfManyInterfaces)
 {
     std::vector<PString> ids;
+    ids.reserve(5000);
     for (int i = 0; i < 5000; ++i)
     {
         ids.emplace_back(std::to_wstring(i).c_str());

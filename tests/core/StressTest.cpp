@@ -30,6 +30,7 @@ protected:
     {
         std::barrier<> begin(kThreads);
         std::vector<std::thread> threads;
+        threads.reserve(kThreads);
         for (int i = 0; i < kThreads; ++i)
         {
             threads.emplace_back(

@@ -323,7 +323,7 @@ void Script::dump(unsigned int iWidth, std::string_view iBytes)
             characters += byte >= ' ' && byte <= '~' ? byte : '.';
         }
         line.append(3 * (width - part.size()), ' ');
-        fExpected.push_back({'D', line + "  |" + characters + "|"});
+        fExpected.push_back({'D', line.append("  |").append(characters).append("|")});
     }
 }
 

@@ -58,6 +58,7 @@ TEST_F(HostileKeeper, UsesEverythingFromManyThreadsAcrossTheStop)
 {
     startKeeping();
     std::vector<std::thread> threads;
+    threads.reserve(3);
     for (int i = 0; i < 3; ++i)
     {
         threads.emplace_back(

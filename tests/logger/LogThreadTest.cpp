@@ -25,6 +25,7 @@ protected:
     {
         std::barrier<> start(eThreads);
         std::vector<std::jthread> threads;
+        threads.reserve(eThreads);
         for (int number = 0; number < eThreads; ++number)
         {
             threads.emplace_back(

@@ -26,6 +26,7 @@ protected:
     {
         std::barrier<> start(eThreads + 1);
         std::vector<std::jthread> threads;
+        threads.reserve(eThreads);
         for (int number = 0; number < eThreads; ++number)
         {
             threads.emplace_back(

@@ -341,9 +341,10 @@ TEST_F(ManagerMemorySweep, StoredValues)
         {"IConfigManager::storeBool", [&] { return manager.storeBool(L"net", key, true); }, "true"},
         {"IConfigManager::storeBinary",
          [&] { return manager.storeBinary(L"net", key, sBlock.data(), 200); }, _digits(sBlock)}};
+    const std::string name = "net|" + sLongKey + " = ";
     for (const Write& write : writes)
     {
-        sweepStore(write, before, "net|" + sLongKey + " = " + write.text + "\n" + before);
+        sweepStore(write, before, (name + write.text).append("\n").append(before));
     }
 }
 
@@ -367,9 +368,10 @@ TEST_F(ManagerMemorySweep, StoredAttributes)
         {"IConfigManager::storeAttrBinary",
          [&] { return manager.storeAttrBinary(L"net", L"old", key, sBlock.data(), 200); },
          _digits(sBlock)}};
+    const std::string name = before + "net|old:" + sLongKey + " = ";
     for (const Write& write : writes)
     {
-        sweepStore(write, before, before + "net|old:" + sLongKey + " = " + write.text + "\n");
+        sweepStore(write, before, (name + write.text).append("\n"));
     }
 }
 

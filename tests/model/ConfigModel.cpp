@@ -413,11 +413,12 @@ int ConfigModel::removeStoredAttribute(const std::string& iId, const std::string
     {
         return result;
     }
+    const std::string name = iId + "|" + iKey;
     for (Records* const records : {&stored, fSnapshot ? &*fSnapshot : nullptr})
     {
-        if (records && records->count(iId + "|" + iKey) > 0)
+        if (records && records->count(name) > 0)
         {
-            (*records)[iId + "|" + iKey].attributes.erase(iAttribute);
+            (*records)[name].attributes.erase(iAttribute);
         }
     }
     saveStore(stored);
@@ -488,13 +489,13 @@ int ConfigModel::loadStore(Records& oRecords)
 
 void ConfigModel::saveStore(const Records& iRecords)
 {
-    fStoreFile = "";
+    std::string& file = fStoreFile.emplace();
     for (const auto& [key, record] : iRecords)
     {
-        *fStoreFile += key + " = " + record.value + "\n";
+        file.append(key).append(" = ").append(record.value).append("\n");
         for (const auto& [attribute, text] : record.attributes)
         {
-            *fStoreFile += key + ":" + attribute + " = " + text + "\n";
+            file.append(key).append(":").append(attribute).append(" = ").append(text).append("\n");
         }
     }
 }

@@ -203,11 +203,11 @@ void Model::set(const Step& iStep, bool iAttribute, const std::string& iText)
                         (fFault == Fault::eSilentAttributes && iAttribute);
     if (result == 0 && !silent)
     {
-        const std::string type = iAttribute ? "1" : "0";
+        const std::string event =
+            std::string(iAttribute ? "type 1 " : "type 0 ") + id + "/" + key + "/" + attribute;
         for (const std::string& topic : topics)
         {
-            static_cast<void>(
-                send(topic, "type " + type + " " + id + "/" + key + "/" + attribute, 0));
+            static_cast<void>(send(topic, event, 0));
         }
     }
     tell(result);

@@ -260,7 +260,7 @@ std::vector<std::string> Step::lines() const
             line = "no line";
             break;
         case 1:
-            line = " # " + name + " = " + content;
+            line.append(" # ").append(name).append(" = ").append(content);
             break;
         case 2:
             line = "  \t";
@@ -270,7 +270,7 @@ std::vector<std::string> Step::lines() const
             break;
         default:
             line = name.empty() ? "port" : name;
-            line += (random() % 2 == 0 ? " : " + attr : "") + " = " + content;
+            line.append(random() % 2 == 0 ? " : " + attr : "").append(" = ").append(content);
         }
     }
     return lines;

@@ -124,6 +124,7 @@ TEST_F(ConditionalVarTest, LongestLimitDoesNotPassAtOnce)
 TEST_F(ConditionalVarTest, NotifyWakesEveryWaiter)
 {
     std::vector<std::thread> waiters;
+    waiters.reserve(4);
     int waiting = 0;
     int woken = 0;
     for (int i = 0; i < 4; ++i)

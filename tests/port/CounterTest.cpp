@@ -14,6 +14,7 @@ template <class TCall>
 void onFourThreads(const TCall& iCall)
 {
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (int i = 0; i < 4; ++i)
     {
         threads.emplace_back(iCall);

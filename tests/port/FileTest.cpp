@@ -263,6 +263,7 @@ TEST_F(FileTest, AnySequenceOfCharactersRoundTrips)
         return static_cast<std::uint32_t>(random() % iLimit);
     };
     std::vector<PString> lines;
+    lines.reserve(2000);
     for (int i = 0; i < 2000; ++i)
     {
         lines.push_back(text({below(0x80), 0xDC80 + below(0x80), 0xDC80 + below(0x80), below(~0u),

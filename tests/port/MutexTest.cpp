@@ -135,6 +135,7 @@ TEST_F(MutexTest, ExcludesOtherThreads)
 {
     int count = 0;
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (int i = 0; i < 4; ++i)
     {
         threads.emplace_back(

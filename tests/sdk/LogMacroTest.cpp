@@ -112,6 +112,7 @@ TEST_F(LogMacroTest, OnceWritesTheFirstLineOfItsPlace)
 TEST_F(LogMacroTest, OnceIsOnceForAllThreads)
 {
     std::vector<std::thread> threads;
+    threads.reserve(8);
     for (int i = 0; i < 8; ++i)
     {
         threads.emplace_back([this] { IXLA_LOG_ONCE(info, fLog, 0, "from one thread"); });

@@ -59,6 +59,7 @@ TEST(SingleRunTest, SeesTheLastChangeOfSeveralThreads)
         --inside;
     };
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (int i = 0; i < 4; ++i)
     {
         threads.emplace_back(

@@ -101,16 +101,18 @@ void StoreWorker::removeAttribute(const std::wstring& iKey)
 std::string StoreWorker::expectedLines() const
 {
     std::string lines;
-    const auto add = [&lines](const std::wstring& iLine)
+    const auto add = [&lines](const std::wstring& iName, const std::wstring& iValue)
     {
-        lines += narrow(PLiteral(iLine.c_str())) + "\n";
+        lines += narrow(PLiteral((iName + L" = " + iValue).c_str())) + "\n";
     };
     for (const auto& [key, value] : fValues)
     {
-        add(fId + L"|" + key + L" = " + value.text);
+        std::wstring name = fId + L"|" + key;
+        add(name, value.text);
+        name += L":";
         for (const auto& [attribute, text] : value.attributes)
         {
-            add(fId + L"|" + key + L":" + attribute + L" = " + text);
+            add(name + attribute, text);
         }
     }
     return lines;

@@ -64,9 +64,10 @@ void CoreRun::writeManagerConfig(const std::string& iText)
 int CoreRun::start()
 {
     std::vector<PString> arguments;
+    arguments.reserve(fArguments.size());
     for (const auto& [key, value] : fArguments)
     {
-        arguments.push_back(wide(key + "=" + value));
+        arguments.push_back(wide(std::string(key).append("=").append(value)));
     }
     const int result = ixlaStart(arguments.data(), static_cast<unsigned int>(arguments.size()));
     fStarted = fStarted || result == 0;

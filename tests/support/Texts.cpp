@@ -19,6 +19,7 @@ std::string narrow(const PLiteral& iText)
 std::vector<std::string> narrow(const std::vector<PString>& iTexts)
 {
     std::vector<std::string> result;
+    result.reserve(iTexts.size());
     for (const PString& text : iTexts)
     {
         result.push_back(narrow(text));
