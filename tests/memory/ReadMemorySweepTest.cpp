@@ -23,7 +23,8 @@ class ReadMemorySweep : public ConfigTest
 protected:
     ReadMemorySweep()
     {
-        config = loadID("net", "a = 1\n" + sLongKey + " = own\n" + sLongKey + ":own = 1");
+        config = loadID("net", "a = 1\n" + sLongKey + " = own\n" + sLongKey + ":own = 1\n" +
+                                   sLongKey + ":own2 = 2");
     }
 
     /// Stores the value, or the attribute "a", of the reads.
@@ -138,7 +139,7 @@ TEST_F(ReadMemorySweep, Lists)
                       .before = forget,
                       .run = [&] { return config->getAttributes(key, names); },
                       .unchanged = [&] { EXPECT_THAT(narrow(names), ElementsAre("old")); },
-                      .done = [&] { EXPECT_THAT(narrow(names), ElementsAre("old", "own")); },
+                      .done = [&] { EXPECT_THAT(narrow(names), ElementsAre("old", "own", "own2")); },
                       .undo =
                           [&]
                       {
