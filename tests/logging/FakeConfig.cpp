@@ -6,6 +6,8 @@
 #include "portinglayer/PUtils.h"
 #include "support/Texts.h"
 
+#include <gmock/gmock.h>
+
 std::map<std::string, std::string> FakeConfig::values;
 int FakeConfig::instanceResult = 0;
 int FakeConfig::loadResult = 0;
@@ -61,74 +63,23 @@ public:
         return result != 0 ? result : PUtils::strToBool(text, oValue);
     }
 
-    // The logging service has no use for the others.
-    int getKeys(std::vector<PString>&) override
-    {
-        return eIxlaNotFound;
-    }
-
-    int getAttributes(Text, std::vector<PString>&) override
-    {
-        return eIxlaNotFound;
-    }
-
-    int getUint32(Text, unsigned int&) override
-    {
-        return eIxlaNotFound;
-    }
-
-    int getInt64(Text, long long&) override
-    {
-        return eIxlaNotFound;
-    }
-
-    int getUint64(Text, unsigned long long&) override
-    {
-        return eIxlaNotFound;
-    }
-
-    int getBinary(Text, unsigned char*&, unsigned int&) override
-    {
-        return eIxlaNotFound;
-    }
-
-    int getAttrString(Text, Text, PString&) override
-    {
-        return eIxlaNotFound;
-    }
-
-    int getAttrInt32(Text, Text, int&) override
-    {
-        return eIxlaNotFound;
-    }
-
-    int getAttrUint32(Text, Text, unsigned int&) override
-    {
-        return eIxlaNotFound;
-    }
-
-    int getAttrInt64(Text, Text, long long&) override
-    {
-        return eIxlaNotFound;
-    }
-
-    int getAttrUint64(Text, Text, unsigned long long&) override
-    {
-        return eIxlaNotFound;
-    }
-
-    int getAttrBool(Text, Text, bool&) override
-    {
-        return eIxlaNotFound;
-    }
-
-    int getAttrBinary(Text, Text, unsigned char*&, unsigned int&) override
-    {
-        return eIxlaNotFound;
-    }
+    // The logging service does not call the others.
+    MOCK_METHOD(int, getKeys, (std::vector<PString>&), (override));
+    MOCK_METHOD(int, getAttributes, (Text, std::vector<PString>&), (override));
+    MOCK_METHOD(int, getUint32, (Text, unsigned int&), (override));
+    MOCK_METHOD(int, getInt64, (Text, long long&), (override));
+    MOCK_METHOD(int, getUint64, (Text, unsigned long long&), (override));
+    MOCK_METHOD(int, getBinary, (Text, unsigned char*&, unsigned int&), (override));
+    MOCK_METHOD(int, getAttrString, (Text, Text, PString&), (override));
+    MOCK_METHOD(int, getAttrInt32, (Text, Text, int&), (override));
+    MOCK_METHOD(int, getAttrUint32, (Text, Text, unsigned int&), (override));
+    MOCK_METHOD(int, getAttrInt64, (Text, Text, long long&), (override));
+    MOCK_METHOD(int, getAttrUint64, (Text, Text, unsigned long long&), (override));
+    MOCK_METHOD(int, getAttrBool, (Text, Text, bool&), (override));
+    MOCK_METHOD(int, getAttrBinary, (Text, Text, unsigned char*&, unsigned int&), (override));
 };
 
-Config sConfig;
+testing::StrictMock<Config> sConfig;
 
 class Manager : public Counted<IConfigManager>
 {
@@ -143,219 +94,54 @@ public:
         return 0;
     }
 
-    // The logging service has no use for the others.
-    int listIDs(std::vector<PString>&) override
-    {
-        return eIxlaNotFound;
-    }
-
-    int loadByFile(Text, PBaseptr<IConfig>&) override
-    {
-        return eIxlaNotFound;
-    }
-
-    int loadByArgs(const std::vector<PString>&, PBaseptr<IConfig>&) override
-    {
-        return eIxlaNotFound;
-    }
-
-    int loadByArgs(const PString*, unsigned int, PBaseptr<IConfig>&) override
-    {
-        return eIxlaNotFound;
-    }
-
-    int appendByID(Text, PBaseptr<IConfig>) override
-    {
-        return eIxlaNotFound;
-    }
-
-    int appendByFile(Text, PBaseptr<IConfig>) override
-    {
-        return eIxlaNotFound;
-    }
-
-    int appendByArgs(const std::vector<PString>&, PBaseptr<IConfig>) override
-    {
-        return eIxlaNotFound;
-    }
-
-    int appendByArgs(const PString*, unsigned int, PBaseptr<IConfig>) override
-    {
-        return eIxlaNotFound;
-    }
-
-    int setString(Text, Text, Text) override
-    {
-        return eIxlaNotFound;
-    }
-
-    int removeSetKey(Text, Text) override
-    {
-        return eIxlaNotFound;
-    }
-
-    int setInt32(Text, Text, int) override
-    {
-        return eIxlaNotFound;
-    }
-
-    int setUint32(Text, Text, unsigned int) override
-    {
-        return eIxlaNotFound;
-    }
-
-    int setInt64(Text, Text, long long) override
-    {
-        return eIxlaNotFound;
-    }
-
-    int setUint64(Text, Text, unsigned long long) override
-    {
-        return eIxlaNotFound;
-    }
-
-    int setBool(Text, Text, bool) override
-    {
-        return eIxlaNotFound;
-    }
-
-    int setBinary(Text, Text, const unsigned char*, unsigned int) override
-    {
-        return eIxlaNotFound;
-    }
-
-    int setAttrString(Text, Text, Text, Text) override
-    {
-        return eIxlaNotFound;
-    }
-
-    int removeSetAttr(Text, Text, Text) override
-    {
-        return eIxlaNotFound;
-    }
-
-    int setAttrInt32(Text, Text, Text, int) override
-    {
-        return eIxlaNotFound;
-    }
-
-    int setAttrUint32(Text, Text, Text, unsigned int) override
-    {
-        return eIxlaNotFound;
-    }
-
-    int setAttrInt64(Text, Text, Text, long long) override
-    {
-        return eIxlaNotFound;
-    }
-
-    int setAttrUint64(Text, Text, Text, unsigned long long) override
-    {
-        return eIxlaNotFound;
-    }
-
-    int setAttrBool(Text, Text, Text, bool) override
-    {
-        return eIxlaNotFound;
-    }
-
-    int setAttrBinary(Text, Text, Text, const unsigned char*, unsigned int) override
-    {
-        return eIxlaNotFound;
-    }
-
-    int storeString(Text, Text, Text) override
-    {
-        return eIxlaNotFound;
-    }
-
-    int removeStoredKey(Text, Text) override
-    {
-        return eIxlaNotFound;
-    }
-
-    int storeInt32(Text, Text, int) override
-    {
-        return eIxlaNotFound;
-    }
-
-    int storeUint32(Text, Text, unsigned int) override
-    {
-        return eIxlaNotFound;
-    }
-
-    int storeInt64(Text, Text, long long) override
-    {
-        return eIxlaNotFound;
-    }
-
-    int storeUint64(Text, Text, unsigned long long) override
-    {
-        return eIxlaNotFound;
-    }
-
-    int storeBool(Text, Text, bool) override
-    {
-        return eIxlaNotFound;
-    }
-
-    int storeBinary(Text, Text, const unsigned char*, unsigned int) override
-    {
-        return eIxlaNotFound;
-    }
-
-    int storeAttrString(Text, Text, Text, Text) override
-    {
-        return eIxlaNotFound;
-    }
-
-    int removeStoredAttr(Text, Text, Text) override
-    {
-        return eIxlaNotFound;
-    }
-
-    int storeAttrInt32(Text, Text, Text, int) override
-    {
-        return eIxlaNotFound;
-    }
-
-    int storeAttrUint32(Text, Text, Text, unsigned int) override
-    {
-        return eIxlaNotFound;
-    }
-
-    int storeAttrInt64(Text, Text, Text, long long) override
-    {
-        return eIxlaNotFound;
-    }
-
-    int storeAttrUint64(Text, Text, Text, unsigned long long) override
-    {
-        return eIxlaNotFound;
-    }
-
-    int storeAttrBool(Text, Text, Text, bool) override
-    {
-        return eIxlaNotFound;
-    }
-
-    int storeAttrBinary(Text, Text, Text, const unsigned char*, unsigned int) override
-    {
-        return eIxlaNotFound;
-    }
-
-    int addListener(Text, Text) override
-    {
-        return eIxlaNotFound;
-    }
-
-    int removeListener(Text, Text) override
-    {
-        return eIxlaNotFound;
-    }
+    // The logging service does not call the others.
+    MOCK_METHOD(int, listIDs, (std::vector<PString>&), (override));
+    MOCK_METHOD(int, loadByFile, (Text, PBaseptr<IConfig>&), (override));
+    MOCK_METHOD(int, loadByArgs, (const std::vector<PString>&, PBaseptr<IConfig>&), (override));
+    MOCK_METHOD(int, loadByArgs, (const PString*, unsigned int, PBaseptr<IConfig>&), (override));
+    MOCK_METHOD(int, appendByID, (Text, PBaseptr<IConfig>), (override));
+    MOCK_METHOD(int, appendByFile, (Text, PBaseptr<IConfig>), (override));
+    MOCK_METHOD(int, appendByArgs, (const std::vector<PString>&, PBaseptr<IConfig>), (override));
+    MOCK_METHOD(int, appendByArgs, (const PString*, unsigned int, PBaseptr<IConfig>), (override));
+    MOCK_METHOD(int, setString, (Text, Text, Text), (override));
+    MOCK_METHOD(int, removeSetKey, (Text, Text), (override));
+    MOCK_METHOD(int, setInt32, (Text, Text, int), (override));
+    MOCK_METHOD(int, setUint32, (Text, Text, unsigned int), (override));
+    MOCK_METHOD(int, setInt64, (Text, Text, long long), (override));
+    MOCK_METHOD(int, setUint64, (Text, Text, unsigned long long), (override));
+    MOCK_METHOD(int, setBool, (Text, Text, bool), (override));
+    MOCK_METHOD(int, setBinary, (Text, Text, const unsigned char*, unsigned int), (override));
+    MOCK_METHOD(int, setAttrString, (Text, Text, Text, Text), (override));
+    MOCK_METHOD(int, removeSetAttr, (Text, Text, Text), (override));
+    MOCK_METHOD(int, setAttrInt32, (Text, Text, Text, int), (override));
+    MOCK_METHOD(int, setAttrUint32, (Text, Text, Text, unsigned int), (override));
+    MOCK_METHOD(int, setAttrInt64, (Text, Text, Text, long long), (override));
+    MOCK_METHOD(int, setAttrUint64, (Text, Text, Text, unsigned long long), (override));
+    MOCK_METHOD(int, setAttrBool, (Text, Text, Text, bool), (override));
+    MOCK_METHOD(int, setAttrBinary, (Text, Text, Text, const unsigned char*, unsigned int),
+                (override));
+    MOCK_METHOD(int, storeString, (Text, Text, Text), (override));
+    MOCK_METHOD(int, removeStoredKey, (Text, Text), (override));
+    MOCK_METHOD(int, storeInt32, (Text, Text, int), (override));
+    MOCK_METHOD(int, storeUint32, (Text, Text, unsigned int), (override));
+    MOCK_METHOD(int, storeInt64, (Text, Text, long long), (override));
+    MOCK_METHOD(int, storeUint64, (Text, Text, unsigned long long), (override));
+    MOCK_METHOD(int, storeBool, (Text, Text, bool), (override));
+    MOCK_METHOD(int, storeBinary, (Text, Text, const unsigned char*, unsigned int), (override));
+    MOCK_METHOD(int, storeAttrString, (Text, Text, Text, Text), (override));
+    MOCK_METHOD(int, removeStoredAttr, (Text, Text, Text), (override));
+    MOCK_METHOD(int, storeAttrInt32, (Text, Text, Text, int), (override));
+    MOCK_METHOD(int, storeAttrUint32, (Text, Text, Text, unsigned int), (override));
+    MOCK_METHOD(int, storeAttrInt64, (Text, Text, Text, long long), (override));
+    MOCK_METHOD(int, storeAttrUint64, (Text, Text, Text, unsigned long long), (override));
+    MOCK_METHOD(int, storeAttrBool, (Text, Text, Text, bool), (override));
+    MOCK_METHOD(int, storeAttrBinary, (Text, Text, Text, const unsigned char*, unsigned int),
+                (override));
+    MOCK_METHOD(int, addListener, (Text, Text), (override));
+    MOCK_METHOD(int, removeListener, (Text, Text), (override));
 };
 
-Manager sManager;
+testing::StrictMock<Manager> sManager;
 } // namespace
 
 void FakeConfig::reset(const std::map<std::string, std::string>& iValues)
