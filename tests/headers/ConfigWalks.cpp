@@ -14,113 +14,28 @@ typedef unsigned long long Uint64;
 typedef unsigned char* Bytes;
 typedef const unsigned char* ConstBytes;
 
-struct ConfigRecorder : IConfig
+struct ConfigRecorder : SlotRecorder<IConfig>
 {
-    int incRef() override
-    {
-        return call.note("incRef");
-    }
-
-    int decRef() override
-    {
-        return call.note("decRef");
-    }
-
-    int getKeys(Texts& oKeys) override
-    {
-        return call.note("getKeys", &oKeys);
-    }
-
-    int getAttributes(Text iKey, Texts& oAttributes) override
-    {
-        return call.note("getAttributes", &iKey, &oAttributes);
-    }
-
-    int getString(Text iKey, PString& oValue) override
-    {
-        return call.note("getString", &iKey, &oValue);
-    }
-
-    int getInt32(Text iKey, int& oValue) override
-    {
-        return call.note("getInt32", &iKey, &oValue);
-    }
-
-    int getUint32(Text iKey, unsigned int& oValue) override
-    {
-        return call.note("getUint32", &iKey, &oValue);
-    }
-
-    int getInt64(Text iKey, Int64& oValue) override
-    {
-        return call.note("getInt64", &iKey, &oValue);
-    }
-
-    int getUint64(Text iKey, Uint64& oValue) override
-    {
-        return call.note("getUint64", &iKey, &oValue);
-    }
-
-    int getBool(Text iKey, bool& oValue) override
-    {
-        return call.note("getBool", &iKey, &oValue);
-    }
-
-    int getBinary(Text iKey, Bytes& oData, unsigned int& oSize) override
-    {
-        return call.note("getBinary", &iKey, &oData, &oSize);
-    }
-
-    int getAttrString(Text iKey, Text iAttribute, PString& oValue) override
-    {
-        return call.note("getAttrString", &iKey, &iAttribute, &oValue);
-    }
-
-    int getAttrInt32(Text iKey, Text iAttribute, int& oValue) override
-    {
-        return call.note("getAttrInt32", &iKey, &iAttribute, &oValue);
-    }
-
-    int getAttrUint32(Text iKey, Text iAttribute, unsigned int& oValue) override
-    {
-        return call.note("getAttrUint32", &iKey, &iAttribute, &oValue);
-    }
-
-    int getAttrInt64(Text iKey, Text iAttribute, Int64& oValue) override
-    {
-        return call.note("getAttrInt64", &iKey, &iAttribute, &oValue);
-    }
-
-    int getAttrUint64(Text iKey, Text iAttribute, Uint64& oValue) override
-    {
-        return call.note("getAttrUint64", &iKey, &iAttribute, &oValue);
-    }
-
-    int getAttrBool(Text iKey, Text iAttribute, bool& oValue) override
-    {
-        return call.note("getAttrBool", &iKey, &iAttribute, &oValue);
-    }
-
-    int getAttrBinary(Text iKey, Text iAttribute, Bytes& oData, unsigned int& oSize) override
-    {
-        return call.note("getAttrBinary", &iKey, &iAttribute, &oData, &oSize);
-    }
-
-    SlotCall call;
+    IXLAL_RECORDED_1(getKeys, Texts&)
+    IXLAL_RECORDED_2(getAttributes, Text, Texts&)
+    IXLAL_RECORDED_2(getString, Text, PString&)
+    IXLAL_RECORDED_2(getInt32, Text, int&)
+    IXLAL_RECORDED_2(getUint32, Text, unsigned int&)
+    IXLAL_RECORDED_2(getInt64, Text, Int64&)
+    IXLAL_RECORDED_2(getUint64, Text, Uint64&)
+    IXLAL_RECORDED_2(getBool, Text, bool&)
+    IXLAL_RECORDED_3(getBinary, Text, Bytes&, unsigned int&)
+    IXLAL_RECORDED_3(getAttrString, Text, Text, PString&)
+    IXLAL_RECORDED_3(getAttrInt32, Text, Text, int&)
+    IXLAL_RECORDED_3(getAttrUint32, Text, Text, unsigned int&)
+    IXLAL_RECORDED_3(getAttrInt64, Text, Text, Int64&)
+    IXLAL_RECORDED_3(getAttrUint64, Text, Text, Uint64&)
+    IXLAL_RECORDED_3(getAttrBool, Text, Text, bool&)
+    IXLAL_RECORDED_4(getAttrBinary, Text, Text, Bytes&, unsigned int&)
 };
 
-struct ChangedRecorder : IConfigChanged
+struct ChangedRecorder : SlotRecorder<IConfigChanged>
 {
-    int incRef() override
-    {
-        return call.note("incRef");
-    }
-
-    int decRef() override
-    {
-        return call.note("decRef");
-    }
-
     EConfigChnagedType getType() const override
     {
         return static_cast<EConfigChnagedType>(call.note("getType"));
@@ -128,252 +43,83 @@ struct ChangedRecorder : IConfigChanged
 
     int getID(PString& oID) const override
     {
-        return call.note("getID", &oID);
+        return call.note<PString&>("getID", oID);
     }
 
     int getKey(PString& oKey) const override
     {
-        return call.note("getKey", &oKey);
+        return call.note<PString&>("getKey", oKey);
     }
 
     int getAttribute(PString& oAttribute) const override
     {
-        return call.note("getAttribute", &oAttribute);
+        return call.note<PString&>("getAttribute", oAttribute);
     }
-
-    mutable SlotCall call;
 };
 
-struct ManagerRecorder : IConfigManager
+struct ManagerRecorder : SlotRecorder<IConfigManager>
 {
-    int incRef() override
-    {
-        return call.note("incRef");
-    }
-
-    int decRef() override
-    {
-        return call.note("decRef");
-    }
-
-    int listIDs(Texts& oIDs) override
-    {
-        return call.note("listIDs", &oIDs);
-    }
-
-    int loadByID(Text iID, Config& oConfig) override
-    {
-        return call.note("loadByID", &iID, &oConfig);
-    }
-
-    int loadByFile(Text iFile, Config& oConfig) override
-    {
-        return call.note("loadByFile", &iFile, &oConfig);
-    }
+    IXLAL_RECORDED_1(listIDs, Texts&)
+    IXLAL_RECORDED_2(loadByID, Text, Config&)
+    IXLAL_RECORDED_2(loadByFile, Text, Config&)
+    IXLAL_RECORDED_2(appendByID, Text, Config)
+    IXLAL_RECORDED_2(appendByFile, Text, Config)
+    IXLAL_RECORDED_3(setString, Text, Text, Text)
+    IXLAL_RECORDED_2(removeSetKey, Text, Text)
+    IXLAL_RECORDED_3(setInt32, Text, Text, int)
+    IXLAL_RECORDED_3(setUint32, Text, Text, unsigned int)
+    IXLAL_RECORDED_3(setInt64, Text, Text, Int64)
+    IXLAL_RECORDED_3(setUint64, Text, Text, Uint64)
+    IXLAL_RECORDED_3(setBool, Text, Text, bool)
+    IXLAL_RECORDED_4(setBinary, Text, Text, ConstBytes, unsigned int)
+    IXLAL_RECORDED_4(setAttrString, Text, Text, Text, Text)
+    IXLAL_RECORDED_3(removeSetAttr, Text, Text, Text)
+    IXLAL_RECORDED_4(setAttrInt32, Text, Text, Text, int)
+    IXLAL_RECORDED_4(setAttrUint32, Text, Text, Text, unsigned int)
+    IXLAL_RECORDED_4(setAttrInt64, Text, Text, Text, Int64)
+    IXLAL_RECORDED_4(setAttrUint64, Text, Text, Text, Uint64)
+    IXLAL_RECORDED_4(setAttrBool, Text, Text, Text, bool)
+    IXLAL_RECORDED_5(setAttrBinary, Text, Text, Text, ConstBytes, unsigned int)
+    IXLAL_RECORDED_3(storeString, Text, Text, Text)
+    IXLAL_RECORDED_2(removeStoredKey, Text, Text)
+    IXLAL_RECORDED_3(storeInt32, Text, Text, int)
+    IXLAL_RECORDED_3(storeUint32, Text, Text, unsigned int)
+    IXLAL_RECORDED_3(storeInt64, Text, Text, Int64)
+    IXLAL_RECORDED_3(storeUint64, Text, Text, Uint64)
+    IXLAL_RECORDED_3(storeBool, Text, Text, bool)
+    IXLAL_RECORDED_4(storeBinary, Text, Text, ConstBytes, unsigned int)
+    IXLAL_RECORDED_4(storeAttrString, Text, Text, Text, Text)
+    IXLAL_RECORDED_3(removeStoredAttr, Text, Text, Text)
+    IXLAL_RECORDED_4(storeAttrInt32, Text, Text, Text, int)
+    IXLAL_RECORDED_4(storeAttrUint32, Text, Text, Text, unsigned int)
+    IXLAL_RECORDED_4(storeAttrInt64, Text, Text, Text, Int64)
+    IXLAL_RECORDED_4(storeAttrUint64, Text, Text, Text, Uint64)
+    IXLAL_RECORDED_4(storeAttrBool, Text, Text, Text, bool)
+    IXLAL_RECORDED_5(storeAttrBinary, Text, Text, Text, ConstBytes, unsigned int)
+    IXLAL_RECORDED_2(addListener, Text, Text)
+    IXLAL_RECORDED_2(removeListener, Text, Text)
 
     int loadByArgs(const Texts& iArgs, Config& oConfig) override
     {
-        return call.note("loadByArgs of a vector", &iArgs, &oConfig);
+        return call.note<const Texts&, Config&>("loadByArgs of a vector", iArgs, oConfig);
     }
 
     int loadByArgs(const PString* iArgs, unsigned int iCount, Config& oConfig) override
     {
-        return call.note("loadByArgs of an array", iArgs, iCount, &oConfig);
-    }
-
-    int appendByID(Text iID, Config ioConfig) override
-    {
-        return call.note("appendByID", &iID, ioConfig.get());
-    }
-
-    int appendByFile(Text iFile, Config ioConfig) override
-    {
-        return call.note("appendByFile", &iFile, ioConfig.get());
+        return call.note<const PString*, unsigned int, Config&>("loadByArgs of an array", iArgs,
+                                                                iCount, oConfig);
     }
 
     int appendByArgs(const Texts& iArgs, Config ioConfig) override
     {
-        return call.note("appendByArgs of a vector", &iArgs, ioConfig.get());
+        return call.note<const Texts&, Config>("appendByArgs of a vector", iArgs, ioConfig);
     }
 
     int appendByArgs(const PString* iArgs, unsigned int iCount, Config ioConfig) override
     {
-        return call.note("appendByArgs of an array", iArgs, iCount, ioConfig.get());
+        return call.note<const PString*, unsigned int, Config>("appendByArgs of an array", iArgs,
+                                                               iCount, ioConfig);
     }
-
-    int setString(Text iID, Text iKey, Text iValue) override
-    {
-        return call.note("setString", &iID, &iKey, &iValue);
-    }
-
-    int removeSetKey(Text iID, Text iKey) override
-    {
-        return call.note("removeSetKey", &iID, &iKey);
-    }
-
-    int setInt32(Text iID, Text iKey, int iValue) override
-    {
-        return call.note("setInt32", &iID, &iKey, iValue);
-    }
-
-    int setUint32(Text iID, Text iKey, unsigned int iValue) override
-    {
-        return call.note("setUint32", &iID, &iKey, iValue);
-    }
-
-    int setInt64(Text iID, Text iKey, Int64 iValue) override
-    {
-        return call.note("setInt64", &iID, &iKey, iValue);
-    }
-
-    int setUint64(Text iID, Text iKey, Uint64 iValue) override
-    {
-        return call.note("setUint64", &iID, &iKey, iValue);
-    }
-
-    int setBool(Text iID, Text iKey, bool iValue) override
-    {
-        return call.note("setBool", &iID, &iKey, iValue);
-    }
-
-    int setBinary(Text iID, Text iKey, ConstBytes iData, unsigned int iSize) override
-    {
-        return call.note("setBinary", &iID, &iKey, iData, iSize);
-    }
-
-    int setAttrString(Text iID, Text iKey, Text iAttribute, Text iValue) override
-    {
-        return call.note("setAttrString", &iID, &iKey, &iAttribute, &iValue);
-    }
-
-    int removeSetAttr(Text iID, Text iKey, Text iAttribute) override
-    {
-        return call.note("removeSetAttr", &iID, &iKey, &iAttribute);
-    }
-
-    int setAttrInt32(Text iID, Text iKey, Text iAttribute, int iValue) override
-    {
-        return call.note("setAttrInt32", &iID, &iKey, &iAttribute, iValue);
-    }
-
-    int setAttrUint32(Text iID, Text iKey, Text iAttribute, unsigned int iValue) override
-    {
-        return call.note("setAttrUint32", &iID, &iKey, &iAttribute, iValue);
-    }
-
-    int setAttrInt64(Text iID, Text iKey, Text iAttribute, Int64 iValue) override
-    {
-        return call.note("setAttrInt64", &iID, &iKey, &iAttribute, iValue);
-    }
-
-    int setAttrUint64(Text iID, Text iKey, Text iAttribute, Uint64 iValue) override
-    {
-        return call.note("setAttrUint64", &iID, &iKey, &iAttribute, iValue);
-    }
-
-    int setAttrBool(Text iID, Text iKey, Text iAttribute, bool iValue) override
-    {
-        return call.note("setAttrBool", &iID, &iKey, &iAttribute, iValue);
-    }
-
-    int setAttrBinary(Text iID, Text iKey, Text iAttribute, ConstBytes iData,
-                      unsigned int iSize) override
-    {
-        return call.note("setAttrBinary", &iID, &iKey, &iAttribute, iData, iSize);
-    }
-
-    int storeString(Text iID, Text iKey, Text iValue) override
-    {
-        return call.note("storeString", &iID, &iKey, &iValue);
-    }
-
-    int removeStoredKey(Text iID, Text iKey) override
-    {
-        return call.note("removeStoredKey", &iID, &iKey);
-    }
-
-    int storeInt32(Text iID, Text iKey, int iValue) override
-    {
-        return call.note("storeInt32", &iID, &iKey, iValue);
-    }
-
-    int storeUint32(Text iID, Text iKey, unsigned int iValue) override
-    {
-        return call.note("storeUint32", &iID, &iKey, iValue);
-    }
-
-    int storeInt64(Text iID, Text iKey, Int64 iValue) override
-    {
-        return call.note("storeInt64", &iID, &iKey, iValue);
-    }
-
-    int storeUint64(Text iID, Text iKey, Uint64 iValue) override
-    {
-        return call.note("storeUint64", &iID, &iKey, iValue);
-    }
-
-    int storeBool(Text iID, Text iKey, bool iValue) override
-    {
-        return call.note("storeBool", &iID, &iKey, iValue);
-    }
-
-    int storeBinary(Text iID, Text iKey, ConstBytes iData, unsigned int iSize) override
-    {
-        return call.note("storeBinary", &iID, &iKey, iData, iSize);
-    }
-
-    int storeAttrString(Text iID, Text iKey, Text iAttribute, Text iValue) override
-    {
-        return call.note("storeAttrString", &iID, &iKey, &iAttribute, &iValue);
-    }
-
-    int removeStoredAttr(Text iID, Text iKey, Text iAttribute) override
-    {
-        return call.note("removeStoredAttr", &iID, &iKey, &iAttribute);
-    }
-
-    int storeAttrInt32(Text iID, Text iKey, Text iAttribute, int iValue) override
-    {
-        return call.note("storeAttrInt32", &iID, &iKey, &iAttribute, iValue);
-    }
-
-    int storeAttrUint32(Text iID, Text iKey, Text iAttribute, unsigned int iValue) override
-    {
-        return call.note("storeAttrUint32", &iID, &iKey, &iAttribute, iValue);
-    }
-
-    int storeAttrInt64(Text iID, Text iKey, Text iAttribute, Int64 iValue) override
-    {
-        return call.note("storeAttrInt64", &iID, &iKey, &iAttribute, iValue);
-    }
-
-    int storeAttrUint64(Text iID, Text iKey, Text iAttribute, Uint64 iValue) override
-    {
-        return call.note("storeAttrUint64", &iID, &iKey, &iAttribute, iValue);
-    }
-
-    int storeAttrBool(Text iID, Text iKey, Text iAttribute, bool iValue) override
-    {
-        return call.note("storeAttrBool", &iID, &iKey, &iAttribute, iValue);
-    }
-
-    int storeAttrBinary(Text iID, Text iKey, Text iAttribute, ConstBytes iData,
-                        unsigned int iSize) override
-    {
-        return call.note("storeAttrBinary", &iID, &iKey, &iAttribute, iData, iSize);
-    }
-
-    int addListener(Text iID, Text iTopic) override
-    {
-        return call.note("addListener", &iID, &iTopic);
-    }
-
-    int removeListener(Text iID, Text iTopic) override
-    {
-        return call.note("removeListener", &iID, &iTopic);
-    }
-
-    SlotCall call;
 };
 
 const PLiteral sID(L"id");

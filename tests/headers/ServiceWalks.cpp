@@ -9,134 +9,57 @@
 
 namespace
 {
-template <class TInterface>
-struct Recorder : TInterface
-{
-    int incRef() override
-    {
-        return call.note("incRef");
+/// Defines an operation of the logger with the arguments of a message.
+#define IXLAL_RECORDED_MESSAGE(iOperation)                                                         \
+    int iOperation(int iLevel, const wchar_t* iFormat, ...) override                               \
+    {                                                                                              \
+        va_list arguments;                                                                         \
+        va_start(arguments, iFormat);                                                              \
+        const int number = va_arg(arguments, int);                                                 \
+        va_end(arguments);                                                                         \
+        return call.note<int, const wchar_t*, int>(#iOperation, iLevel, iFormat, number);          \
     }
 
-    int decRef() override
-    {
-        return call.note("decRef");
-    }
-
-    SlotCall call;
-};
-
-struct BaseRecorder : Recorder<IBase>
+struct PluginRecorder : SlotRecorder<IPlugin>
 {
-};
-
-struct PluginRecorder : Recorder<IPlugin>
-{
-    int init() override
-    {
-        return call.note("init");
-    }
+    IXLAL_RECORDED_0(init)
+    IXLAL_RECORDED_2(getInstance, const PLiteral&, IBase*&)
 
     PString* getInterfaces(unsigned int& oCount) override
     {
         return reinterpret_cast<PString*>(
-            static_cast<std::intptr_t>(call.note("getInterfaces", &oCount)));
-    }
-
-    int getInstance(const PLiteral& iInterfaceId, IBase*& oInstance) override
-    {
-        return call.note("getInstance", &iInterfaceId, &oInstance);
+            static_cast<std::intptr_t>(call.note<unsigned int&>("getInterfaces", oCount)));
     }
 };
 
-struct DispatcherRecorder : Recorder<IEventDispatcher>
+struct DispatcherRecorder : SlotRecorder<IEventDispatcher>
 {
-    int addListener(const PLiteral& iTopic, IEventListener* iListener) override
-    {
-        return call.note("addListener", &iTopic, iListener);
-    }
-
-    int removeListener(const PLiteral& iTopic, IEventListener* iListener) override
-    {
-        return call.note("removeListener", &iTopic, iListener);
-    }
-
-    int send(const PLiteral& iTopic, IBase* iParam1, int iParam2) override
-    {
-        return call.note("send", &iTopic, iParam1, iParam2);
-    }
+    IXLAL_RECORDED_2(addListener, const PLiteral&, IEventListener*)
+    IXLAL_RECORDED_2(removeListener, const PLiteral&, IEventListener*)
+    IXLAL_RECORDED_3(send, const PLiteral&, IBase*, int)
 };
 
-struct ListenerRecorder : Recorder<IEventListener>
+struct ListenerRecorder : SlotRecorder<IEventListener>
 {
-    int handleEvent(const PLiteral& iTopic, IBase* iParam1, int iParam2) override
-    {
-        return call.note("handleEvent", &iTopic, iParam1, iParam2);
-    }
+    IXLAL_RECORDED_3(handleEvent, const PLiteral&, IBase*, int)
 };
 
-struct LoggerRecorder : Recorder<ILogger>
+struct LoggerRecorder : SlotRecorder<ILogger>
 {
-    int getLogger(const PLiteral& iName, PBaseptr<ILogger>& oLogger) override
-    {
-        return call.note("getLogger", &iName, &oLogger);
-    }
-
-    int setLevel(int iLevel) override
-    {
-        return call.note("setLevel", iLevel);
-    }
-
-    int setPrintOnConsole(bool iPrint) override
-    {
-        return call.note("setPrintOnConsole", iPrint);
-    }
-
-    int info(int iLevel, const wchar_t* iFormat, ...) override
-    {
-        va_list arguments;
-        va_start(arguments, iFormat);
-        const int result = call.note("info", iLevel, iFormat, va_arg(arguments, int));
-        va_end(arguments);
-        return result;
-    }
-
-    int error(int iLevel, const wchar_t* iFormat, ...) override
-    {
-        va_list arguments;
-        va_start(arguments, iFormat);
-        const int result = call.note("error", iLevel, iFormat, va_arg(arguments, int));
-        va_end(arguments);
-        return result;
-    }
-
-    int debug(int iLevel, const wchar_t* iFormat, ...) override
-    {
-        va_list arguments;
-        va_start(arguments, iFormat);
-        const int result = call.note("debug", iLevel, iFormat, va_arg(arguments, int));
-        va_end(arguments);
-        return result;
-    }
-
-    int dumpHex(int iLevel, const void* iData, int iSize, unsigned int iWidth) override
-    {
-        return call.note("dumpHex", iLevel, iData, iSize, iWidth);
-    }
-
-    int showMsgBox(int iLevel, const wchar_t* iFormat, ...) override
-    {
-        va_list arguments;
-        va_start(arguments, iFormat);
-        const int result = call.note("showMsgBox", iLevel, iFormat, va_arg(arguments, int));
-        va_end(arguments);
-        return result;
-    }
+    IXLAL_RECORDED_2(getLogger, const PLiteral&, PBaseptr<ILogger>&)
+    IXLAL_RECORDED_1(setLevel, int)
+    IXLAL_RECORDED_1(setPrintOnConsole, bool)
+    IXLAL_RECORDED_MESSAGE(info)
+    IXLAL_RECORDED_MESSAGE(error)
+    IXLAL_RECORDED_MESSAGE(debug)
+    IXLAL_RECORDED_4(dumpHex, int, const void*, int, unsigned int)
+    IXLAL_RECORDED_MESSAGE(showMsgBox)
 };
 } // namespace
 
 std::vector<std::string> walkBase()
 {
-    BaseRecorder recorder;
+    SlotRecorder<IBase> recorder;
     return beginWalk("IBase", recorder).problems();
 }
 

@@ -13,14 +13,32 @@
 /// The last operation that was called, and its arguments.
 struct SlotCall
 {
-    /// Every recording operation calls this with its name, the addresses of its reference
-    /// arguments, and the values of the others.
+    /// Every recording operation calls this with its name and its arguments, of these types.
     template <class... TArguments>
-    int note(const char* iOperation, const TArguments&... iArguments)
+    int note(const char* iOperation, std::type_identity_t<TArguments>... iArguments)
     {
         operation = iOperation;
-        arguments = shown(iArguments...);
+        arguments = shown(_given<TArguments>(iArguments)...);
         return result;
+    }
+
+    /// What is recorded of an argument: the address of a reference, the object of a holder, and the
+    /// value of any other.
+    template <class TArgument, class TValue>
+    static auto _given(TValue& iArgument)
+    {
+        if constexpr (std::is_reference_v<TArgument>)
+        {
+            return &iArgument;
+        }
+        else if constexpr (std::is_class_v<TArgument>)
+        {
+            return iArgument.get();
+        }
+        else
+        {
+            return iArgument;
+        }
     }
 
     template <class... TArguments>
@@ -50,6 +68,48 @@ private:
     }
 };
 
+/// The operations of a recorder: their names and the types of their arguments.
+#define IXLAL_RECORDED_0(iOperation)                                                               \
+    int iOperation() override                                                                      \
+    {                                                                                              \
+        return call.note(#iOperation);                                                             \
+    }
+#define IXLAL_RECORDED_1(iOperation, T1)                                                           \
+    int iOperation(T1 i1) override                                                                 \
+    {                                                                                              \
+        return call.note<T1>(#iOperation, i1);                                                     \
+    }
+#define IXLAL_RECORDED_2(iOperation, T1, T2)                                                       \
+    int iOperation(T1 i1, T2 i2) override                                                          \
+    {                                                                                              \
+        return call.note<T1, T2>(#iOperation, i1, i2);                                             \
+    }
+#define IXLAL_RECORDED_3(iOperation, T1, T2, T3)                                                   \
+    int iOperation(T1 i1, T2 i2, T3 i3) override                                                   \
+    {                                                                                              \
+        return call.note<T1, T2, T3>(#iOperation, i1, i2, i3);                                     \
+    }
+#define IXLAL_RECORDED_4(iOperation, T1, T2, T3, T4)                                               \
+    int iOperation(T1 i1, T2 i2, T3 i3, T4 i4) override                                            \
+    {                                                                                              \
+        return call.note<T1, T2, T3, T4>(#iOperation, i1, i2, i3, i4);                             \
+    }
+#define IXLAL_RECORDED_5(iOperation, T1, T2, T3, T4, T5)                                           \
+    int iOperation(T1 i1, T2 i2, T3 i3, T4 i4, T5 i5) override                                     \
+    {                                                                                              \
+        return call.note<T1, T2, T3, T4, T5>(#iOperation, i1, i2, i3, i4, i5);                     \
+    }
+
+/// The base of all recorders.
+template <class TInterface>
+struct SlotRecorder : TInterface
+{
+    IXLAL_RECORDED_0(incRef)
+    IXLAL_RECORDED_0(decRef)
+
+    mutable SlotCall call;
+};
+
 /// Walks through one table. It does not depend on the order of declarations in the header: the
 /// caller gives the number of each operation.
 class SlotWalk
@@ -65,7 +125,7 @@ public:
     void expect(std::size_t iSlot, const char* iOperation,
                 std::type_identity_t<TArguments>... iArguments)
     {
-        const std::string given = SlotCall::shown(_given<TArguments>(iArguments)...);
+        const std::string given = SlotCall::shown(SlotCall::_given<TArguments>(iArguments)...);
         prepare(iSlot);
         check(iSlot, iOperation, given,
               callSlot<int, TArguments...>(fObject, iSlot, static_cast<TArguments>(iArguments)...));
@@ -88,23 +148,6 @@ public:
     }
 
 private:
-    template <class TArgument, class TValue>
-    static auto _given(TValue& iArgument)
-    {
-        if constexpr (std::is_reference_v<TArgument>)
-        {
-            return &iArgument;
-        }
-        else if constexpr (std::is_class_v<TArgument>)
-        {
-            return iArgument.get();
-        }
-        else
-        {
-            return iArgument;
-        }
-    }
-
     void prepare(std::size_t iSlot)
     {
         fCall = SlotCall();
