@@ -44,136 +44,36 @@ protected:
         EXPECT_EQ(manager.addListener(L"net", L"T"), 0);
     }
 
-    typedef std::vector<std::pair<std::string, std::function<int()>>> Operations;
+    typedef std::pair<std::function<int()>, std::string> Operation;
 
     /// Every operation that takes the lock, with its name.
-    Operations operations()
-    {
-        Operations all;
-        for (const Operations& group : {loads(), sets(), stores(), registrations(), lookups()})
-        {
-            all.insert(all.end(), group.begin(), group.end());
-        }
-        return all;
-    }
-
-    Operations loads()
+    std::vector<Operation> operations()
     {
         return {
-            {"listIDs",
-             [this]
-             {
-                 return manager.listIDs(ids);
-             }},
-            {"loadByID",
-             [this]
-             {
-                 return manager.loadByID(L"net", config);
-             }},
-            {"appendByID",
-             [this]
-             {
-                 return manager.appendByID(L"net", config);
-             }},
-        };
-    }
-
-    Operations sets()
-    {
-        return {
-            {"setString",
-             [this]
-             {
-                 return manager.setString(L"net", L"new", L"1");
-             }},
-            {"setInt32",
-             [this]
-             {
-                 return manager.setInt32(L"net", L"new", 1);
-             }},
-            {"removeSetKey",
-             [this]
-             {
-                 return manager.removeSetKey(L"net", L"port");
-             }},
-            {"setAttrString",
-             [this]
-             {
-                 return manager.setAttrString(L"net", L"port", L"new", L"1");
-             }},
-            {"removeSetAttr",
-             [this]
-             {
-                 return manager.removeSetAttr(L"net", L"port", L"unit");
-             }},
-        };
-    }
-
-    Operations stores()
-    {
-        return {
-            {"storeString",
-             [this]
-             {
-                 return manager.storeString(L"net", L"new", L"1");
-             }},
-            {"removeStoredKey",
-             [this]
-             {
-                 return manager.removeStoredKey(L"net", L"port");
-             }},
-            {"storeAttrString",
-             [this]
-             {
-                 return manager.storeAttrString(L"net", L"port", L"new", L"1");
-             }},
-            {"removeStoredAttr",
-             [this]
-             {
-                 return manager.removeStoredAttr(L"net", L"port", L"unit");
-             }},
-        };
-    }
-
-    Operations registrations()
-    {
-        return {
-            {"addListener",
-             [this]
-             {
-                 return manager.addListener(L"net", L"U");
-             }},
-            {"removeListener",
-             [this]
-             {
-                 return manager.removeListener(L"net", L"T");
-             }},
-        };
-    }
-
-    Operations lookups()
-    {
-        return {
-            {"findDynamicValue",
-             [this]
-             {
-                 return manager.findDynamicValue(L"net", L"port", record);
-             }},
-            {"getDynamicString",
-             [this]
-             {
-                 return manager.getDynamicString(L"net", L"port", text);
-             }},
-            {"findLoadedValue",
-             [this]
-             {
-                 return manager.findLoadedValue(L"net", L"port", record);
-             }},
-            {"getLoadedString",
-             [this]
-             {
-                 return manager.getLoadedString(L"net", L"port", text);
-             }},
+            {[this] { return manager.listIDs(ids); }, "listIDs"},
+            {[this] { return manager.loadByID(L"net", config); }, "loadByID"},
+            {[this] { return manager.appendByID(L"net", config); }, "appendByID"},
+            {[this] { return manager.setString(L"net", L"new", L"1"); }, "setString"},
+            {[this] { return manager.setInt32(L"net", L"new", 1); }, "setInt32"},
+            {[this] { return manager.removeSetKey(L"net", L"port"); }, "removeSetKey"},
+            {[this] { return manager.setAttrString(L"net", L"port", L"new", L"1"); },
+             "setAttrString"},
+            {[this] { return manager.removeSetAttr(L"net", L"port", L"unit"); }, "removeSetAttr"},
+            {[this] { return manager.storeString(L"net", L"new", L"1"); }, "storeString"},
+            {[this] { return manager.removeStoredKey(L"net", L"port"); }, "removeStoredKey"},
+            {[this] { return manager.storeAttrString(L"net", L"port", L"new", L"1"); },
+             "storeAttrString"},
+            {[this] { return manager.removeStoredAttr(L"net", L"port", L"unit"); },
+             "removeStoredAttr"},
+            {[this] { return manager.addListener(L"net", L"U"); }, "addListener"},
+            {[this] { return manager.removeListener(L"net", L"T"); }, "removeListener"},
+            {[this] { return manager.findDynamicValue(L"net", L"port", record); },
+             "findDynamicValue"},
+            {[this] { return manager.getDynamicString(L"net", L"port", text); },
+             "getDynamicString"},
+            {[this] { return manager.findLoadedValue(L"net", L"port", record); },
+             "findLoadedValue"},
+            {[this] { return manager.getLoadedString(L"net", L"port", text); }, "getLoadedString"},
         };
     }
 
@@ -212,7 +112,7 @@ protected:
 
 TEST_F(ConfigLockFaults, EveryOperationReturnsTheCodeOfAFailedLock)
 {
-    for (const auto& [name, operation] : operations())
+    for (const auto& [operation, name] : operations())
     {
         PortFaults::mutexLock.armOnThisThread(-77);
         EXPECT_EQ(operation(), -77) << name;
@@ -224,7 +124,7 @@ TEST_F(ConfigLockFaults, EveryOperationReturnsTheCodeOfAFailedLock)
 TEST_F(ConfigLockFaults, OperationsThatCannotLockChangeNothing)
 {
     PortFaults::mutexLock.armOnThisThread(-77);
-    for (const auto& [name, operation] : operations())
+    for (const auto& [operation, name] : operations())
     {
         EXPECT_NE(operation(), 0) << name;
     }
@@ -241,7 +141,7 @@ TEST_F(ConfigLockFaults, OperationsThatCannotLockChangeNothing)
 // The effect stays; the code of a failed unlock is not returned.
 TEST_F(ConfigLockFaults, FailedUnlockIsNotReturned)
 {
-    for (const auto& [name, operation] : operations())
+    for (const auto& [operation, name] : operations())
     {
         PortFaults::mutexUnlock.armOnThisThread(-78, 0, 1);
         EXPECT_NE(operation(), -78) << name;
