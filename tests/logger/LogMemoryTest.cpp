@@ -2,7 +2,6 @@
 #include "logger/LogTest.h"
 #include "support/AllocationFaults.h"
 
-#include <cerrno>
 #include <functional>
 
 using testing::ElementsAre;
@@ -62,32 +61,4 @@ TEST_F(LogMemory, LinesOfAFileThatCannotBeOpenedAllocateNothing)
     init({.file = "logs/test.log"});
 
     EXPECT_EQ(0, allocations([&] { return PLogger::info(logger.get(), 0, L"a"); }));
-}
-
-TEST_F(LogMemory, LongLineWithoutMemoryIsLostAndCounted)
-{
-    init();
-    const PString text = wide(filler(5000));
-
-    AllocationFaults::failAfter(0);
-    const int result = PLogger::info(logger.get(), 0, L"%ls", text.ptr());
-    AllocationFaults::disarm();
-
-    EXPECT_EQ(-ENOMEM, result);
-    info("a");
-    EXPECT_THAT(texts(), ElementsAre(lossReport(1, -ENOMEM), "a"));
-}
-
-TEST_F(LogMemory, WideDumpWithoutMemoryIsLostAndCounted)
-{
-    init();
-    const std::string bytes = filler(5000);
-
-    AllocationFaults::failAfter(0);
-    const int result = PLogger::dumpHex(logger.get(), 0, bytes.data(), 5000, 5000);
-    AllocationFaults::disarm();
-
-    EXPECT_EQ(-ENOMEM, result);
-    info("a");
-    EXPECT_THAT(texts(), ElementsAre(lossReport(1, -ENOMEM), "a"));
 }

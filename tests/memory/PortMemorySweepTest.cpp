@@ -106,6 +106,10 @@ TEST_F(TextMemorySweep, Changes)
     sweep(
         "PString::cat", [&] { return text->cat(value); }, longer);
     sweep(
+        "PString::set of characters", [&] { return text->set(value.ptr()); }, value);
+    sweep(
+        "PString::cat of characters", [&] { return text->cat(value.ptr()); }, longer);
+    sweep(
         "PString::reserve", [&] { return text->reserve(100); }, PLiteral(L"old"));
     sweep(
         "PString::operator=", [&] { return _caught([&] { *text = value; }); }, value);
@@ -164,7 +168,12 @@ TEST_F(TextMemorySweep, Bytes)
     unsigned int size = 7;
     sweepAllocations({.operation = "PUtils::strToBinary",
                       .run = [&] { return PUtils::strToBinary(L"0a", data, size); },
-                      .unchanged = [&] { EXPECT_EQ(7u, size); },
+                      .unchanged =
+                          [&]
+                      {
+                          EXPECT_EQ(nullptr, data);
+                          EXPECT_EQ(7u, size);
+                      },
                       .done = [&] { EXPECT_EQ(1u, size); },
                       .undo =
                           [&]
@@ -321,13 +330,18 @@ TEST_F(FileMemorySweep, Writing)
         ASSERT_EQ(0, file->popen(path, mode, 0));
     };
     sweepAllocations({.operation = "PFile::pwriteLine",
-                      .before = open,
+                      .before =
+                          [&]
+                      {
+                          open();
+                          ASSERT_EQ(0, file->pwriteLine(L"first"));
+                      },
                       .run = [&] { return file->pwriteLine(line); },
                       .undo =
                           [&]
                       {
                           EXPECT_EQ(0, file->pclose());
-                          EXPECT_EQ(20001u, dir.read("out.txt").size());
+                          EXPECT_EQ("first\n" + narrow(line) + "\n", dir.read("out.txt"));
                           file.reset();
                       },
                       .codes = {-ENOMEM}});

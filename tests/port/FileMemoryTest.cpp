@@ -99,18 +99,3 @@ TEST_F(FileMemory, LongLinesAreWrittenWithoutAllocatingAfterReserve)
     EXPECT_EQ(0, file.pwriteLine(longLine));
     EXPECT_EQ(0, AllocationFaults::counted());
 }
-
-TEST_F(FileMemory, LineThatCouldNotBeWrittenLeavesNoTrace)
-{
-    openForWriting();
-    ASSERT_EQ(0, file.pwriteLine(L"first"));
-    const PString longLine = wide(std::string(20000, 'x'));
-    AllocationFaults::failAfter(0);
-    const int res = file.pwriteLine(longLine);
-    AllocationFaults::disarm();
-
-    EXPECT_EQ(-12, res);
-    EXPECT_EQ(0, file.pwriteLine(L"last"));
-    EXPECT_EQ(0, file.pclose());
-    EXPECT_EQ("first\nlast\n", dir.read("out.txt"));
-}

@@ -25,34 +25,22 @@ protected:
         AllocationFaults::disarm();
     }
 
-    /// Runs iCall without memory and returns its result.
-    template <class TCall>
-    int run(const TCall& iCall)
-    {
-        AllocationFaults::failAfter(0);
-        const int res = iCall();
-        AllocationFaults::disarm();
-        EXPECT_TRUE(AllocationFaults::struck());
-        return res;
-    }
-
     /// Whether iCall throws std::bad_alloc without memory.
     template <class TCall>
-    bool throws(const TCall& iCall)
+    static bool throws(const TCall& iCall)
     {
-        return run(
-                   [&]
-                   {
-                       try
-                       {
-                           iCall();
-                       }
-                       catch (const std::bad_alloc&)
-                       {
-                           return 1;
-                       }
-                       return 0;
-                   }) == 1;
+        bool thrown = false;
+        AllocationFaults::failAfter(0);
+        try
+        {
+            iCall();
+        }
+        catch (const std::bad_alloc&)
+        {
+            thrown = true;
+        }
+        AllocationFaults::disarm();
+        return thrown;
     }
 
     PString text;
@@ -71,21 +59,13 @@ protected:
 };
 } // namespace
 
-TEST_F(WithoutMemory, SetLeavesTheTextAsItWas)
-{
-    EXPECT_EQ(-12, run([&] { return text.set(kLong); }));
-    EXPECT_EQ(PLiteral(L"old"), text);
-}
-
-TEST_F(WithoutMemory, CatLeavesTheTextAsItWas)
-{
-    EXPECT_EQ(-12, run([&] { return text.cat(kLong); }));
-    EXPECT_EQ(PLiteral(L"old"), text);
-}
-
 TEST_F(WithoutMemory, ReserveLeavesTheTextAsItWas)
 {
-    EXPECT_EQ(-12, run([&] { return text.reserve(100); }));
+    AllocationFaults::failAfter(0);
+    const int res = text.reserve(100);
+    AllocationFaults::disarm();
+
+    EXPECT_EQ(-12, res);
     EXPECT_EQ(PLiteral(L"old"), text);
 }
 
@@ -113,31 +93,6 @@ TEST_F(WithoutMemory, ConstructorsThrow)
     EXPECT_TRUE(throws([&] { const PString copy(L"abc", 2); }));
 }
 
-TEST_F(WithoutMemory, NextTokenLeavesBothTextsAsTheyWere)
-{
-    PString list(L" a token that needs room, next");
-
-    EXPECT_EQ(-12, run([&] { return PLiteral::getNextToken(list, text, L','); }));
-    EXPECT_EQ(PLiteral(L" a token that needs room, next"), list);
-    EXPECT_EQ(PLiteral(L"old"), text);
-}
-
-TEST_F(WithoutMemory, KeyValueLeavesBothTextsAsTheyWere)
-{
-    PString value(L"v");
-    const auto split = [&]
-    {
-        return PUtils::getKeyValue(L"a long key = a long value", text, value, L'=');
-    };
-
-    EXPECT_EQ(-12, run(split));
-    AllocationFaults::failAfter(1);
-    EXPECT_EQ(-12, split());
-    AllocationFaults::disarm();
-    EXPECT_EQ(PLiteral(L"old"), text);
-    EXPECT_EQ(PLiteral(L"v"), value);
-}
-
 TEST_F(WithoutMemory, KeyValueAllocatesAValueAfterABlankAtOnce)
 {
     PString value;
@@ -149,22 +104,6 @@ TEST_F(WithoutMemory, KeyValueAllocatesAValueAfterABlankAtOnce)
     EXPECT_EQ(0, res);
     EXPECT_EQ(PLiteral(L"k"), text);
     EXPECT_EQ(PLiteral(L"ab"), value);
-}
-
-TEST_F(WithoutMemory, ConversionsReportIt)
-{
-    const unsigned char bytes[] = {1, 2, 3};
-    unsigned char* data = nullptr;
-    unsigned int size = 7;
-
-    EXPECT_EQ(-12, run([&] { return PUtils::int32ToStr(-123456, text); }));
-    EXPECT_EQ(-12, run([&] { return PUtils::boolToStr(false, text); }));
-    EXPECT_EQ(-12, run([&] { return PUtils::binaryToStr(bytes, 3, text); }));
-    EXPECT_EQ(-12, run([&] { return PUtils::strToBinary(L"0a", data, size); }));
-    EXPECT_EQ(-12, run([&] { return PUtils::pformatString(text, L"%ls", kLong); }));
-    EXPECT_EQ(PLiteral(L"old"), text);
-    EXPECT_EQ(nullptr, data);
-    EXPECT_EQ(7u, size);
 }
 
 TEST_F(Allocations, NoneForAssignmentThatFits)
