@@ -8,6 +8,22 @@
 #include "helpers/PCounted.h"
 #include "validate/PKeyReads.h"
 
+/// Several parameters or arguments as one argument of a macro.
+#define IXLAL_LIST(...) __VA_ARGS__
+
+/// The operations that read a value of one type: that of a key, and that of an attribute.
+#define IXLAL_WATCH(NAME, PARAMETERS, ARGUMENTS)                                                   \
+    int get##NAME(const PLiteral& iKey, PARAMETERS) override                                       \
+    {                                                                                              \
+        read(iKey);                                                                                \
+        return fConfig->get##NAME(iKey, ARGUMENTS);                                                \
+    }                                                                                              \
+    int getAttr##NAME(const PLiteral& iKey, const PLiteral& iAttribute, PARAMETERS) override       \
+    {                                                                                              \
+        read(iKey);                                                                                \
+        return fConfig->getAttr##NAME(iKey, iAttribute, ARGUMENTS);                                \
+    }
+
 /// Stands for another configuration.
 class PWatchedConfig : public PCounted<IConfig>
 {
@@ -36,92 +52,14 @@ public:
         return fConfig->getAttributes(iKey, oAttributes);
     }
 
-    int getString(const PLiteral& iKey, PString& oValue) override
-    {
-        read(iKey);
-        return fConfig->getString(iKey, oValue);
-    }
-
-    int getInt32(const PLiteral& iKey, int& oValue) override
-    {
-        read(iKey);
-        return fConfig->getInt32(iKey, oValue);
-    }
-
-    int getUint32(const PLiteral& iKey, unsigned int& oValue) override
-    {
-        read(iKey);
-        return fConfig->getUint32(iKey, oValue);
-    }
-
-    int getInt64(const PLiteral& iKey, long long& oValue) override
-    {
-        read(iKey);
-        return fConfig->getInt64(iKey, oValue);
-    }
-
-    int getUint64(const PLiteral& iKey, unsigned long long& oValue) override
-    {
-        read(iKey);
-        return fConfig->getUint64(iKey, oValue);
-    }
-
-    int getBool(const PLiteral& iKey, bool& oValue) override
-    {
-        read(iKey);
-        return fConfig->getBool(iKey, oValue);
-    }
-
-    int getBinary(const PLiteral& iKey, unsigned char*& oData, unsigned int& oSize) override
-    {
-        read(iKey);
-        return fConfig->getBinary(iKey, oData, oSize);
-    }
-
-    int getAttrString(const PLiteral& iKey, const PLiteral& iAttribute, PString& oValue) override
-    {
-        read(iKey);
-        return fConfig->getAttrString(iKey, iAttribute, oValue);
-    }
-
-    int getAttrInt32(const PLiteral& iKey, const PLiteral& iAttribute, int& oValue) override
-    {
-        read(iKey);
-        return fConfig->getAttrInt32(iKey, iAttribute, oValue);
-    }
-
-    int getAttrUint32(const PLiteral& iKey, const PLiteral& iAttribute,
-                      unsigned int& oValue) override
-    {
-        read(iKey);
-        return fConfig->getAttrUint32(iKey, iAttribute, oValue);
-    }
-
-    int getAttrInt64(const PLiteral& iKey, const PLiteral& iAttribute, long long& oValue) override
-    {
-        read(iKey);
-        return fConfig->getAttrInt64(iKey, iAttribute, oValue);
-    }
-
-    int getAttrUint64(const PLiteral& iKey, const PLiteral& iAttribute,
-                      unsigned long long& oValue) override
-    {
-        read(iKey);
-        return fConfig->getAttrUint64(iKey, iAttribute, oValue);
-    }
-
-    int getAttrBool(const PLiteral& iKey, const PLiteral& iAttribute, bool& oValue) override
-    {
-        read(iKey);
-        return fConfig->getAttrBool(iKey, iAttribute, oValue);
-    }
-
-    int getAttrBinary(const PLiteral& iKey, const PLiteral& iAttribute, unsigned char*& oData,
-                      unsigned int& oSize) override
-    {
-        read(iKey);
-        return fConfig->getAttrBinary(iKey, iAttribute, oData, oSize);
-    }
+    IXLAL_WATCH(String, PString& oValue, oValue)
+    IXLAL_WATCH(Int32, int& oValue, oValue)
+    IXLAL_WATCH(Uint32, unsigned int& oValue, oValue)
+    IXLAL_WATCH(Int64, long long& oValue, oValue)
+    IXLAL_WATCH(Uint64, unsigned long long& oValue, oValue)
+    IXLAL_WATCH(Bool, bool& oValue, oValue)
+    IXLAL_WATCH(Binary, IXLAL_LIST(unsigned char*& oData, unsigned int& oSize),
+                IXLAL_LIST(oData, oSize))
 
 private:
     void read(const PLiteral& iKey) const
@@ -133,5 +71,7 @@ private:
     const PString fID;
     PKeyReads& fReads;
 };
+
+#undef IXLAL_WATCH
 
 #endif

@@ -6,6 +6,28 @@
 #include "IConfigManager.h"
 #include "validate/PWatchedConfig.h"
 
+/// The operations that write a value of one type: at run time or into the store, that of a key or
+/// that of an attribute.
+#define IXLAL_PASS_WRITERS(NAME, PARAMETERS, ARGUMENTS)                                            \
+    int set##NAME(const PLiteral& iID, const PLiteral& iKey, PARAMETERS) override                  \
+    {                                                                                              \
+        return fManager->set##NAME(iID, iKey, ARGUMENTS);                                          \
+    }                                                                                              \
+    int setAttr##NAME(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iAttribute,       \
+                      PARAMETERS) override                                                         \
+    {                                                                                              \
+        return fManager->setAttr##NAME(iID, iKey, iAttribute, ARGUMENTS);                          \
+    }                                                                                              \
+    int store##NAME(const PLiteral& iID, const PLiteral& iKey, PARAMETERS) override                \
+    {                                                                                              \
+        return fManager->store##NAME(iID, iKey, ARGUMENTS);                                        \
+    }                                                                                              \
+    int storeAttr##NAME(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iAttribute,     \
+                        PARAMETERS) override                                                       \
+    {                                                                                              \
+        return fManager->storeAttr##NAME(iID, iKey, iAttribute, ARGUMENTS);                        \
+    }
+
 /// Stands for the manager of the core. Configurations without an ID are not watched.
 class PWatchedManager : public PCounted<IConfigManager>
 {
@@ -61,51 +83,18 @@ public:
         return fManager->appendByArgs(iArgs, iCount, PWatchedConfig::real(ioConfig));
     }
 
-    int setString(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iValue) override
-    {
-        return fManager->setString(iID, iKey, iValue);
-    }
+    IXLAL_PASS_WRITERS(String, const PLiteral& iValue, iValue)
+    IXLAL_PASS_WRITERS(Int32, int iValue, iValue)
+    IXLAL_PASS_WRITERS(Uint32, unsigned int iValue, iValue)
+    IXLAL_PASS_WRITERS(Int64, long long iValue, iValue)
+    IXLAL_PASS_WRITERS(Uint64, unsigned long long iValue, iValue)
+    IXLAL_PASS_WRITERS(Bool, bool iValue, iValue)
+    IXLAL_PASS_WRITERS(Binary, IXLAL_LIST(const unsigned char* iData, unsigned int iSize),
+                       IXLAL_LIST(iData, iSize))
 
     int removeSetKey(const PLiteral& iID, const PLiteral& iKey) override
     {
         return fManager->removeSetKey(iID, iKey);
-    }
-
-    int setInt32(const PLiteral& iID, const PLiteral& iKey, int iValue) override
-    {
-        return fManager->setInt32(iID, iKey, iValue);
-    }
-
-    int setUint32(const PLiteral& iID, const PLiteral& iKey, unsigned int iValue) override
-    {
-        return fManager->setUint32(iID, iKey, iValue);
-    }
-
-    int setInt64(const PLiteral& iID, const PLiteral& iKey, long long iValue) override
-    {
-        return fManager->setInt64(iID, iKey, iValue);
-    }
-
-    int setUint64(const PLiteral& iID, const PLiteral& iKey, unsigned long long iValue) override
-    {
-        return fManager->setUint64(iID, iKey, iValue);
-    }
-
-    int setBool(const PLiteral& iID, const PLiteral& iKey, bool iValue) override
-    {
-        return fManager->setBool(iID, iKey, iValue);
-    }
-
-    int setBinary(const PLiteral& iID, const PLiteral& iKey, const unsigned char* iData,
-                  unsigned int iSize) override
-    {
-        return fManager->setBinary(iID, iKey, iData, iSize);
-    }
-
-    int setAttrString(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iAttribute,
-                      const PLiteral& iValue) override
-    {
-        return fManager->setAttrString(iID, iKey, iAttribute, iValue);
     }
 
     int removeSetAttr(const PLiteral& iID, const PLiteral& iKey,
@@ -114,129 +103,15 @@ public:
         return fManager->removeSetAttr(iID, iKey, iAttribute);
     }
 
-    int setAttrInt32(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iAttribute,
-                     int iValue) override
-    {
-        return fManager->setAttrInt32(iID, iKey, iAttribute, iValue);
-    }
-
-    int setAttrUint32(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iAttribute,
-                      unsigned int iValue) override
-    {
-        return fManager->setAttrUint32(iID, iKey, iAttribute, iValue);
-    }
-
-    int setAttrInt64(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iAttribute,
-                     long long iValue) override
-    {
-        return fManager->setAttrInt64(iID, iKey, iAttribute, iValue);
-    }
-
-    int setAttrUint64(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iAttribute,
-                      unsigned long long iValue) override
-    {
-        return fManager->setAttrUint64(iID, iKey, iAttribute, iValue);
-    }
-
-    int setAttrBool(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iAttribute,
-                    bool iValue) override
-    {
-        return fManager->setAttrBool(iID, iKey, iAttribute, iValue);
-    }
-
-    int setAttrBinary(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iAttribute,
-                      const unsigned char* iData, unsigned int iSize) override
-    {
-        return fManager->setAttrBinary(iID, iKey, iAttribute, iData, iSize);
-    }
-
-    int storeString(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iValue) override
-    {
-        return fManager->storeString(iID, iKey, iValue);
-    }
-
     int removeStoredKey(const PLiteral& iID, const PLiteral& iKey) override
     {
         return fManager->removeStoredKey(iID, iKey);
-    }
-
-    int storeInt32(const PLiteral& iID, const PLiteral& iKey, int iValue) override
-    {
-        return fManager->storeInt32(iID, iKey, iValue);
-    }
-
-    int storeUint32(const PLiteral& iID, const PLiteral& iKey, unsigned int iValue) override
-    {
-        return fManager->storeUint32(iID, iKey, iValue);
-    }
-
-    int storeInt64(const PLiteral& iID, const PLiteral& iKey, long long iValue) override
-    {
-        return fManager->storeInt64(iID, iKey, iValue);
-    }
-
-    int storeUint64(const PLiteral& iID, const PLiteral& iKey, unsigned long long iValue) override
-    {
-        return fManager->storeUint64(iID, iKey, iValue);
-    }
-
-    int storeBool(const PLiteral& iID, const PLiteral& iKey, bool iValue) override
-    {
-        return fManager->storeBool(iID, iKey, iValue);
-    }
-
-    int storeBinary(const PLiteral& iID, const PLiteral& iKey, const unsigned char* iData,
-                    unsigned int iSize) override
-    {
-        return fManager->storeBinary(iID, iKey, iData, iSize);
-    }
-
-    int storeAttrString(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iAttribute,
-                        const PLiteral& iValue) override
-    {
-        return fManager->storeAttrString(iID, iKey, iAttribute, iValue);
     }
 
     int removeStoredAttr(const PLiteral& iID, const PLiteral& iKey,
                          const PLiteral& iAttribute) override
     {
         return fManager->removeStoredAttr(iID, iKey, iAttribute);
-    }
-
-    int storeAttrInt32(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iAttribute,
-                       int iValue) override
-    {
-        return fManager->storeAttrInt32(iID, iKey, iAttribute, iValue);
-    }
-
-    int storeAttrUint32(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iAttribute,
-                        unsigned int iValue) override
-    {
-        return fManager->storeAttrUint32(iID, iKey, iAttribute, iValue);
-    }
-
-    int storeAttrInt64(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iAttribute,
-                       long long iValue) override
-    {
-        return fManager->storeAttrInt64(iID, iKey, iAttribute, iValue);
-    }
-
-    int storeAttrUint64(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iAttribute,
-                        unsigned long long iValue) override
-    {
-        return fManager->storeAttrUint64(iID, iKey, iAttribute, iValue);
-    }
-
-    int storeAttrBool(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iAttribute,
-                      bool iValue) override
-    {
-        return fManager->storeAttrBool(iID, iKey, iAttribute, iValue);
-    }
-
-    int storeAttrBinary(const PLiteral& iID, const PLiteral& iKey, const PLiteral& iAttribute,
-                        const unsigned char* iData, unsigned int iSize) override
-    {
-        return fManager->storeAttrBinary(iID, iKey, iAttribute, iData, iSize);
     }
 
     int addListener(const PLiteral& iID, const PLiteral& iTopic) override
@@ -262,5 +137,7 @@ private:
     const PBaseptr<IConfigManager> fManager;
     PKeyReads& fReads;
 };
+
+#undef IXLAL_PASS_WRITERS
 
 #endif
