@@ -9,6 +9,8 @@
 
 #include <climits>
 #include <exception>
+#include <functional>
+#include <utility>
 
 namespace
 {
@@ -44,15 +46,6 @@ int _setNamedLevel(ILogger& ioShared, const std::string& iName, int iLevel)
         throw PRequestError(kNotFound, "no plugin uses the log \"" + iName + "\" now");
     }
     return logger->setLevel(iLevel);
-}
-
-PJsonObject _watchEvents(const PRequest& iRequest, PConnection& ioConnection)
-{
-    iRequest.allow({"topic"});
-    const std::string topic = iRequest.text("topic");
-    ioConnection.watches().watchEvents(ixlaWide(topic));
-    PJsonObject reply;
-    return reply.text("topic", topic);
 }
 } // namespace
 
@@ -135,91 +128,44 @@ std::string PCommands::stoppingLine()
 
 PJsonObject PCommands::perform(const PRequest& iRequest, PConnection& ioConnection)
 {
-    typedef PJsonObject (*Handler)(PCommands&, const PRequest&, PConnection&);
-    struct Operation
-    {
-        const char* name;
-        Handler handler;
+    typedef PJsonObject (PCommands::*Operation)(const PRequest&, PConnection&);
+    static constexpr std::pair<const char*, Operation> kOperations[] = {
+        {"status", &PCommands::status},
+        {"check", &PCommands::check},
+        {"get", &PCommands::ofConfig<&PConfigCommands::get>},
+        {"explain", &PCommands::ofConfig<&PConfigCommands::explain>},
+        {"describe", &PCommands::ofConfig<&PConfigCommands::describe>},
+        {"set", &PCommands::ofConfig<&PConfigCommands::set>},
+        {"unset", &PCommands::ofConfig<&PConfigCommands::unset>},
+        {"watch", &PCommands::watch},
+        {"log-level", &PCommands::setLevel},
+        {"log-tail", &PCommands::tail},
+        {"event-send", &PCommands::sendEvent},
+        {"event-watch", &PCommands::watch},
     };
-    static constexpr Operation kOperations[] = {
-        {"status",
-         [](PCommands& c, const PRequest& r, PConnection&)
-         {
-             return c.status(r);
-         }},
-        {"check",
-         [](PCommands& c, const PRequest& r, PConnection&)
-         {
-             return c.check(r);
-         }},
-        {"get",
-         [](PCommands& c, const PRequest& r, PConnection&)
-         {
-             return c.fConfig.get(r);
-         }},
-        {"explain",
-         [](PCommands& c, const PRequest& r, PConnection&)
-         {
-             return c.fConfig.explain(r);
-         }},
-        {"describe",
-         [](PCommands& c, const PRequest& r, PConnection&)
-         {
-             return c.fConfig.describe(r);
-         }},
-        {"set",
-         [](PCommands& c, const PRequest& r, PConnection&)
-         {
-             return c.fConfig.set(r);
-         }},
-        {"unset",
-         [](PCommands& c, const PRequest& r, PConnection&)
-         {
-             return c.fConfig.unset(r);
-         }},
-        {"watch",
-         [](PCommands& c, const PRequest& r, PConnection& o)
-         {
-             return c.watch(r, o);
-         }},
-        {"log-level",
-         [](PCommands& c, const PRequest& r, PConnection&)
-         {
-             return c.setLevel(r);
-         }},
-        {"log-tail",
-         [](PCommands& c, const PRequest& r, PConnection& o)
-         {
-             return c.tail(r, o);
-         }},
-        {"event-send",
-         [](PCommands& c, const PRequest& r, PConnection&)
-         {
-             return c.sendEvent(r);
-         }},
-        {"event-watch",
-         [](PCommands&, const PRequest& r, PConnection& o)
-         {
-             return _watchEvents(r, o);
-         }},
-    };
-    for (const Operation& operation : kOperations)
+    for (const auto& [name, operation] : kOperations)
     {
-        if (iRequest.operation() == operation.name)
+        if (iRequest.operation() == name)
         {
-            return operation.handler(*this, iRequest, ioConnection);
+            return std::invoke(operation, *this, iRequest, ioConnection);
         }
     }
     throw PRequestError(kBadRequest, "unknown operation \"" + iRequest.operation() + "\"");
 }
 
-PJsonObject PCommands::status(const PRequest& iRequest)
+template <auto TOperation>
+PJsonObject PCommands::ofConfig(const PRequest& iRequest, PConnection&)
+{
+    return (fConfig.*TOperation)(iRequest);
+}
+
+PJsonObject PCommands::status(const PRequest& iRequest, PConnection&)
 {
     iRequest.allow({});
     return statusOfHost(fServices, fSettings);
 }
 
-PJsonObject PCommands::check(const PRequest& iRequest)
+PJsonObject PCommands::check(const PRequest& iRequest, PConnection&)
 {
     iRequest.allow({});
     std::vector<PJsonObject> list;
@@ -236,11 +182,20 @@ PJsonObject PCommands::check(const PRequest& iRequest)
 
 PJsonObject PCommands::watch(const PRequest& iRequest, PConnection& ioConnection)
 {
-    iRequest.allow({"id"});
-    const std::string id = iRequest.text("id");
-    ioConnection.watches().watchConfig(*fServices.manager, ixlaWide(id));
+    const bool isEvent = iRequest.operation() == "event-watch";
+    const char* const member = isEvent ? "topic" : "id";
+    iRequest.allow({member});
+    const std::string name = iRequest.text(member);
+    if (isEvent)
+    {
+        ioConnection.watches().watchEvents(ixlaWide(name));
+    }
+    else
+    {
+        ioConnection.watches().watchConfig(*fServices.manager, ixlaWide(name));
+    }
     PJsonObject reply;
-    return reply.text("id", id);
+    return reply.text(member, name);
 }
 
 std::string PCommands::logPath(const std::string& iName) const
@@ -249,7 +204,7 @@ std::string PCommands::logPath(const std::string& iName) const
     return PHostLogs().pathOf(iName, directory);
 }
 
-PJsonObject PCommands::setLevel(const PRequest& iRequest)
+PJsonObject PCommands::setLevel(const PRequest& iRequest, PConnection&)
 {
     iRequest.allow({"log", "level"});
     const std::string name = iRequest.text("log");
@@ -288,7 +243,7 @@ PJsonObject PCommands::tail(const PRequest& iRequest, PConnection& ioConnection)
 }
 
 // The plugins would end their threads at the exit event, this one included.
-PJsonObject PCommands::sendEvent(const PRequest& iRequest)
+PJsonObject PCommands::sendEvent(const PRequest& iRequest, PConnection&)
 {
     iRequest.allow({"topic", "number"});
     const std::string topic = iRequest.text("topic");

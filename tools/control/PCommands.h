@@ -28,12 +28,17 @@ public:
 
 private:
     PJsonObject perform(const PRequest& iRequest, PConnection& ioConnection);
-    PJsonObject status(const PRequest& iRequest);
-    PJsonObject check(const PRequest& iRequest);
+    /// Passes a request about values on.
+    template <auto TOperation>
+    PJsonObject ofConfig(const PRequest& iRequest, PConnection& ioConnection);
+
+    PJsonObject status(const PRequest& iRequest, PConnection& ioConnection);
+    PJsonObject check(const PRequest& iRequest, PConnection& ioConnection);
+    /// Of a configuration or of a topic.
     PJsonObject watch(const PRequest& iRequest, PConnection& ioConnection);
-    PJsonObject setLevel(const PRequest& iRequest);
+    PJsonObject setLevel(const PRequest& iRequest, PConnection& ioConnection);
     PJsonObject tail(const PRequest& iRequest, PConnection& ioConnection);
-    PJsonObject sendEvent(const PRequest& iRequest);
+    PJsonObject sendEvent(const PRequest& iRequest, PConnection& ioConnection);
 
     std::string logPath(const std::string& iName) const;
 
