@@ -17,8 +17,8 @@ bool _isTemporary(int iError)
 }
 } // namespace
 
-PConnection::PConnection(std::unique_ptr<PFileDescriptor> iDescriptor,
-                         const PControlSettings& iSettings, const std::shared_ptr<PWakeUp>& iWakeUp)
+PConnection::PConnection(PFileDescriptor iDescriptor, const PControlSettings& iSettings,
+                         const std::shared_ptr<PWakeUp>& iWakeUp)
     : fDescriptor(std::move(iDescriptor)),
       fSettings(iSettings),
       fProgress(Clock::now()),
@@ -30,7 +30,7 @@ PConnection::PConnection(std::unique_ptr<PFileDescriptor> iDescriptor,
 
 int PConnection::descriptor() const noexcept
 {
-    return fDescriptor->get();
+    return fDescriptor.get();
 }
 
 PWatches& PConnection::watches() noexcept
@@ -42,7 +42,7 @@ PWatches& PConnection::watches() noexcept
 void PConnection::receive()
 {
     char block[kReadSize];
-    const ssize_t count = recv(fDescriptor->get(), block, sizeof(block), 0);
+    const ssize_t count = recv(fDescriptor.get(), block, sizeof(block), 0);
     if (count > 0)
     {
         fInput.append(block, static_cast<std::size_t>(count));
@@ -125,7 +125,7 @@ void PConnection::flush()
 
 void PConnection::writeOutput()
 {
-    const ssize_t count = ::send(fDescriptor->get(), fOutput.data() + fSent, outputSize(),
+    const ssize_t count = ::send(fDescriptor.get(), fOutput.data() + fSent, outputSize(),
                                  MSG_NOSIGNAL | MSG_DONTWAIT);
     if (count < 0)
     {

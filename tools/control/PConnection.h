@@ -19,7 +19,7 @@ public:
     typedef std::chrono::steady_clock Clock;
 
     /// iDescriptor does not block. iSettings outlives the connection.
-    PConnection(std::unique_ptr<PFileDescriptor> iDescriptor, const PControlSettings& iSettings,
+    PConnection(PFileDescriptor iDescriptor, const PControlSettings& iSettings,
                 const std::shared_ptr<PWakeUp>& iWakeUp);
 
     int descriptor() const noexcept;
@@ -56,7 +56,7 @@ private:
     void spendToken();
     void writeOutput();
 
-    const std::unique_ptr<PFileDescriptor> fDescriptor;
+    const PFileDescriptor fDescriptor;
     const PControlSettings& fSettings;
     std::string fInput;
     std::string fOutput;

@@ -19,9 +19,9 @@ constexpr std::size_t kTailBytes = 32 * 1024; ///< a turn
 constexpr mode_t kOwner = S_IRUSR | S_IWUSR;
 constexpr mode_t kEverybody = kOwner | S_IRGRP | S_IWGRP | S_IROTH | S_IWOTH;
 
-std::unique_ptr<PFileDescriptor> _newSpare()
+PFileDescriptor _newSpare()
 {
-    return std::make_unique<PFileDescriptor>(open("/dev/null", O_RDONLY | O_CLOEXEC));
+    return PFileDescriptor(open("/dev/null", O_RDONLY | O_CLOEXEC));
 }
 
 /// Blocks all signals in the threads that are created while it exists.
@@ -232,11 +232,11 @@ bool PControlServer::acceptOne()
         admit(found);
         return true;
     }
-    if ((errno != EMFILE && errno != ENFILE) || !*fSpare)
+    if ((errno != EMFILE && errno != ENFILE) || !fSpare)
     {
         return false;
     }
-    fSpare->close();
+    fSpare.close();
     PFileDescriptor refused(accept4(fSocket.descriptor(), nullptr, nullptr, SOCK_CLOEXEC));
     const bool isRefused = static_cast<bool>(refused);
     if (isRefused)
@@ -250,7 +250,7 @@ bool PControlServer::acceptOne()
 
 void PControlServer::admit(int iDescriptor)
 {
-    auto owner = std::make_unique<PFileDescriptor>(iDescriptor);
+    PFileDescriptor owner(iDescriptor);
     ucred peer = {};
     socklen_t size = sizeof(peer);
     if (getsockopt(iDescriptor, SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0 ||

@@ -59,7 +59,7 @@ private:
     PCommands fCommands;
     Connections fConnections;
     std::vector<pollfd> fPolled; ///< the event, the socket, then the connections in their order
-    std::unique_ptr<PFileDescriptor> fSpare; ///< closed to refuse a client without descriptors
+    PFileDescriptor fSpare;      ///< closed to refuse a client without descriptors
 
     std::thread fThread; ///< last: it uses the others
 };

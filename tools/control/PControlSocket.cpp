@@ -33,11 +33,10 @@ sockaddr_un _addressOf(const std::string& iPath)
     return address;
 }
 
-std::unique_ptr<PFileDescriptor> _newSocket(const std::string& iPath)
+PFileDescriptor _newSocket(const std::string& iPath)
 {
-    auto made = std::make_unique<PFileDescriptor>(
-        ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-    if (!*made)
+    PFileDescriptor made(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    if (!made)
     {
         _fail(errno, iPath + ": no socket can be created");
     }
@@ -78,7 +77,7 @@ PControlSocket::~PControlSocket()
 
 int PControlSocket::descriptor() const noexcept
 {
-    return fSocket ? fSocket->get() : -1;
+    return fSocket.get();
 }
 
 // A record lock ends with its process, also when a forked child lives on. The file may have been
@@ -89,16 +88,16 @@ void PControlSocket::lock()
     struct stat present = {};
     do
     {
-        fLock = std::make_unique<PFileDescriptor>(
+        fLock = PFileDescriptor(
             ::open(fLockPath.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, kPrivate));
-        if (!*fLock || fstat(fLock->get(), &locked) != 0)
+        if (!fLock || fstat(fLock.get(), &locked) != 0)
         {
             _fail(errno, fLockPath + ": cannot be created; \"socket\" names a file in a directory "
                                      "that the host may write to");
         }
         struct flock whole = {};
         whole.l_type = F_WRLCK;
-        if (fcntl(fLock->get(), F_SETLK, &whole) != 0)
+        if (fcntl(fLock.get(), F_SETLK, &whole) != 0)
         {
             const int error = errno == EACCES || errno == EAGAIN ? EADDRINUSE : errno;
             _fail(error, fPath + ": belongs to another running host; set \"socket\" to another "
@@ -118,8 +117,8 @@ void PControlSocket::refuseLive() const
     {
         _fail(EEXIST, fPath + ": is not a socket; remove it, or set \"socket\" to another path");
     }
-    const auto probe = _newSocket(fPath);
-    const int error = _withAddress(fPath, probe->get(), &::connect);
+    const PFileDescriptor probe = _newSocket(fPath);
+    const int error = _withAddress(fPath, probe.get(), &::connect);
     if (error == 0 || error == EAGAIN)
     {
         _fail(EADDRINUSE,
@@ -136,16 +135,16 @@ void PControlSocket::refuseLive() const
 void PControlSocket::listen(mode_t iMode)
 {
     fSocket = _newSocket(fPath);
-    if (fchmod(fSocket->get(), kPrivate) != 0)
+    if (fchmod(fSocket.get(), kPrivate) != 0)
     {
         _fail(errno, fPath + ": the mode of the socket cannot be set");
     }
-    if (const int error = _withAddress(fPath, fSocket->get(), &::bind))
+    if (const int error = _withAddress(fPath, fSocket.get(), &::bind))
     {
         _fail(error, fPath + ": cannot be created");
     }
     fIsBound = true;
-    if (chmod(fPath.c_str(), iMode) != 0 || ::listen(fSocket->get(), kBacklog) != 0)
+    if (chmod(fPath.c_str(), iMode) != 0 || ::listen(fSocket.get(), kBacklog) != 0)
     {
         _fail(errno, fPath + ": cannot be used");
     }
@@ -153,7 +152,7 @@ void PControlSocket::listen(mode_t iMode)
 
 void PControlSocket::remove() noexcept
 {
-    fSocket.reset();
+    fSocket.close();
     // A file that stays is replaced by the next host.
     if (fIsBound)
     {
@@ -164,5 +163,5 @@ void PControlSocket::remove() noexcept
         (void)unlink(fLockPath.c_str());
     }
     fIsBound = false;
-    fLock.reset(); // ends the lock, after its file was removed
+    fLock.close(); // ends the lock, after its file was removed
 }

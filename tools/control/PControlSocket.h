@@ -5,7 +5,6 @@
 
 #include "shared/PFileDescriptor.h"
 
-#include <memory>
 #include <string>
 #include <sys/types.h>
 
@@ -35,8 +34,8 @@ private:
 
     const std::string fPath;
     const std::string fLockPath;
-    std::unique_ptr<PFileDescriptor> fLock;
-    std::unique_ptr<PFileDescriptor> fSocket;
+    PFileDescriptor fLock{-1};
+    PFileDescriptor fSocket{-1};
     bool fIsBound = false;
 };
 

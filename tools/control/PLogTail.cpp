@@ -17,10 +17,9 @@ constexpr std::size_t kBlock = 8192;
 constexpr std::size_t kLongestLine = 65536;
 
 /// Does not wait for a writer when the path is that of a named pipe.
-std::unique_ptr<PFileDescriptor> _open(const std::string& iPath)
+PFileDescriptor _open(const std::string& iPath)
 {
-    return std::make_unique<PFileDescriptor>(
-        open64(iPath.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW));
+    return PFileDescriptor(open64(iPath.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW));
 }
 } // namespace
 
@@ -28,7 +27,7 @@ PLogTail::PLogTail(const std::string& iName, const std::string& iPath)
     : fName(iName), fPath(iPath), fFile(_open(iPath))
 {
     struct stat64 status = {};
-    if (!*fFile || fstat64(fFile->get(), &status) != 0)
+    if (!fFile || fstat64(fFile.get(), &status) != 0)
     {
         const int error = errno;
         throw PRequestError(kNotFound,
@@ -52,7 +51,7 @@ std::vector<std::string> PLogTail::last(std::size_t iCount, std::size_t iMostByt
     const off64_t size = std::min<off64_t>(static_cast<off64_t>(iMostBytes), fPlace);
     std::string text(static_cast<std::size_t>(size), '\0');
     const ssize_t count =
-        pread64(fFile->get(), text.data(), text.size(), fPlace - static_cast<off64_t>(text.size()));
+        pread64(fFile.get(), text.data(), text.size(), fPlace - static_cast<off64_t>(text.size()));
     text.resize(count > 0 ? static_cast<std::size_t>(count) : 0);
     const bool isWhole = static_cast<off64_t>(text.size()) == fPlace;
     const std::size_t end = text.rfind('\n');
@@ -88,7 +87,7 @@ std::vector<std::string> PLogTail::more(std::size_t iMostBytes)
 bool PLogTail::fill()
 {
     char block[kBlock];
-    const ssize_t count = pread64(fFile->get(), block, sizeof(block), fPlace);
+    const ssize_t count = pread64(fFile.get(), block, sizeof(block), fPlace);
     if (count <= 0)
     {
         return false;
@@ -103,7 +102,7 @@ bool PLogTail::reopen()
 {
     struct stat64 present = {};
     struct stat64 followed = {};
-    if (stat64(fPath.c_str(), &present) != 0 || fstat64(fFile->get(), &followed) != 0)
+    if (stat64(fPath.c_str(), &present) != 0 || fstat64(fFile.get(), &followed) != 0)
     {
         return false;
     }
@@ -113,8 +112,8 @@ bool PLogTail::reopen()
         fPlace = truncated ? 0 : fPlace;
         return truncated && fill();
     }
-    std::unique_ptr<PFileDescriptor> next = _open(fPath);
-    if (!*next || !S_ISREG(present.st_mode))
+    PFileDescriptor next = _open(fPath);
+    if (!next || !S_ISREG(present.st_mode))
     {
         return false;
     }

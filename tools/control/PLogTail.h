@@ -5,7 +5,6 @@
 
 #include "shared/PFileDescriptor.h"
 
-#include <memory>
 #include <string>
 #include <sys/types.h>
 #include <vector>
@@ -34,7 +33,7 @@ private:
 
     std::string fName;
     std::string fPath;
-    std::unique_ptr<PFileDescriptor> fFile;
+    PFileDescriptor fFile;
     off64_t fPlace = 0;   ///< of the next byte to be read
     std::string fPartial; ///< a line that is not complete yet
 };

@@ -32,17 +32,9 @@ PMemoryMap::PMemoryMap() : fFile(open("/proc/self/maps", O_RDONLY | O_CLOEXEC))
 {
 }
 
-PMemoryMap::~PMemoryMap()
-{
-    if (fFile >= 0)
-    {
-        close(fFile);
-    }
-}
-
 bool PMemoryMap::next(Region& oRegion)
 {
-    if (fFile < 0 || !nextLine())
+    if (!fFile || !nextLine())
     {
         return false;
     }
@@ -54,7 +46,7 @@ bool PMemoryMap::nextByte(char& oByte)
 {
     if (fAt == fFilled)
     {
-        const ssize_t count = read(fFile, fBlock, sizeof fBlock);
+        const ssize_t count = read(fFile.get(), fBlock, sizeof fBlock);
         fAt = 0;
         fFilled = count > 0 ? static_cast<std::size_t>(count) : 0;
     }

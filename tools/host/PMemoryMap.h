@@ -3,6 +3,8 @@
 #ifndef IXLAL_TOOLS_PMEMORYMAP_H
 #define IXLAL_TOOLS_PMEMORYMAP_H
 
+#include "shared/PFileDescriptor.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
@@ -27,10 +29,6 @@ public:
     };
 
     PMemoryMap();
-    ~PMemoryMap();
-
-    PMemoryMap(const PMemoryMap&) = delete;
-    PMemoryMap& operator=(const PMemoryMap&) = delete;
 
     /// Returns false after the last region, and if the map cannot be read.
     bool next(Region& oRegion);
@@ -46,7 +44,7 @@ private:
     bool nextLine();
     void parse(Region& oRegion);
 
-    const int fFile;
+    const PFileDescriptor fFile;
     std::size_t fAt = 0;
     std::size_t fFilled = 0;
     char fBlock[eBlock] = {};
