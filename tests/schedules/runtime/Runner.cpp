@@ -15,6 +15,7 @@
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
+#include <malloc.h>
 #include <new>
 #include <sys/mman.h>
 #include <sys/wait.h>
@@ -97,6 +98,8 @@ bool Runner::canUseCheckpoint(const Scenario& iScenario, const Plan& iPlan) cons
 bool Runner::enterCheckpoint(const Scenario& iScenario, const Plan& iPlan)
 {
     leaveCheckpoint();
+    // What other scenarios have freed would be copied for every schedule.
+    malloc_trim(0);
     int orders[2];
     int ready[2];
     if (pipe2(orders, O_CLOEXEC) != 0 || pipe2(ready, O_CLOEXEC) != 0)
