@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "config/ConfigTest.h"
+#include "config/TypedWrites.h"
 
 #include "Ixla.h"
 #include "support/Texts.h"
@@ -9,6 +10,7 @@
 #include <functional>
 #include <limits>
 #include <memory>
+#include <type_traits>
 
 using testing::ElementsAre;
 
@@ -59,6 +61,28 @@ typedef ConfigTest TypedAccessors;
 class TypedForwarding : public testing::Test
 {
 protected:
+    /// Each operation returns the result of the operation on texts, which it calls with its names
+    /// and the text of its value.
+    template <class... TNames>
+    void expectForms(const TypedWrites<TNames...>& iWrites, std::vector<std::string> iCall,
+                     std::type_identity_t<TNames>... iNames)
+    {
+        iCall.emplace_back();
+        const auto expect = [&](const char* iText, auto iWrite, auto... iValue)
+        {
+            iCall.back() = iText;
+            EXPECT_EQ((noting->*iWrite)(iNames..., iValue...), 42);
+            EXPECT_EQ(noting->noted, iCall);
+        };
+        expect("-7", iWrites.int32, -7);
+        expect("4294967295", iWrites.uint32, 4294967295u);
+        expect("-5000000000", iWrites.int64, -5000000000LL);
+        expect("18446744073709551615", iWrites.uint64, 18446744073709551615ULL);
+        expect("false", iWrites.truth, false);
+        expect("true", iWrites.truth, true);
+        expect("00abff", iWrites.binary, static_cast<const unsigned char*>(bytes), 3u);
+    }
+
     NotingManager* noting = new NotingManager;
     PBaseptr<IConfigManager> manager{noting};
     const unsigned char bytes[3] = {0x00, 0xab, 0xff};
@@ -67,67 +91,22 @@ protected:
 
 TEST_F(TypedForwarding, SetFormsCallSetString)
 {
-    EXPECT_EQ(manager->setInt32(L"i", L"k", -7), 42);
-    EXPECT_THAT(noting->noted, ElementsAre("setString", "i", "k", "-7"));
-    EXPECT_EQ(manager->setUint32(L"i", L"k", 4294967295u), 42);
-    EXPECT_THAT(noting->noted, ElementsAre("setString", "i", "k", "4294967295"));
-    EXPECT_EQ(manager->setInt64(L"i", L"k", -5000000000LL), 42);
-    EXPECT_THAT(noting->noted, ElementsAre("setString", "i", "k", "-5000000000"));
-    EXPECT_EQ(manager->setUint64(L"i", L"k", 18446744073709551615ULL), 42);
-    EXPECT_THAT(noting->noted, ElementsAre("setString", "i", "k", "18446744073709551615"));
-    EXPECT_EQ(manager->setBool(L"i", L"k", false), 42);
-    EXPECT_THAT(noting->noted, ElementsAre("setString", "i", "k", "false"));
-    EXPECT_EQ(manager->setBinary(L"i", L"k", bytes, 3), 42);
-    EXPECT_THAT(noting->noted, ElementsAre("setString", "i", "k", "00abff"));
+    expectForms(kSetWrites, {"setString", "i", "k"}, L"i", L"k");
 }
 
 TEST_F(TypedForwarding, SetAttrFormsCallSetAttrString)
 {
-    EXPECT_EQ(manager->setAttrInt32(L"i", L"k", L"a", -7), 42);
-    EXPECT_THAT(noting->noted, ElementsAre("setAttrString", "i", "k", "a", "-7"));
-    EXPECT_EQ(manager->setAttrUint32(L"i", L"k", L"a", 4294967295u), 42);
-    EXPECT_THAT(noting->noted, ElementsAre("setAttrString", "i", "k", "a", "4294967295"));
-    EXPECT_EQ(manager->setAttrInt64(L"i", L"k", L"a", -5000000000LL), 42);
-    EXPECT_THAT(noting->noted, ElementsAre("setAttrString", "i", "k", "a", "-5000000000"));
-    EXPECT_EQ(manager->setAttrUint64(L"i", L"k", L"a", 18446744073709551615ULL), 42);
-    EXPECT_THAT(noting->noted, ElementsAre("setAttrString", "i", "k", "a", "18446744073709551615"));
-    EXPECT_EQ(manager->setAttrBool(L"i", L"k", L"a", true), 42);
-    EXPECT_THAT(noting->noted, ElementsAre("setAttrString", "i", "k", "a", "true"));
-    EXPECT_EQ(manager->setAttrBinary(L"i", L"k", L"a", bytes, 3), 42);
-    EXPECT_THAT(noting->noted, ElementsAre("setAttrString", "i", "k", "a", "00abff"));
+    expectForms(kSetAttrWrites, {"setAttrString", "i", "k", "a"}, L"i", L"k", L"a");
 }
 
 TEST_F(TypedForwarding, StoreFormsCallStoreString)
 {
-    EXPECT_EQ(manager->storeInt32(L"i", L"k", -7), 42);
-    EXPECT_THAT(noting->noted, ElementsAre("storeString", "i", "k", "-7"));
-    EXPECT_EQ(manager->storeUint32(L"i", L"k", 4294967295u), 42);
-    EXPECT_THAT(noting->noted, ElementsAre("storeString", "i", "k", "4294967295"));
-    EXPECT_EQ(manager->storeInt64(L"i", L"k", -5000000000LL), 42);
-    EXPECT_THAT(noting->noted, ElementsAre("storeString", "i", "k", "-5000000000"));
-    EXPECT_EQ(manager->storeUint64(L"i", L"k", 18446744073709551615ULL), 42);
-    EXPECT_THAT(noting->noted, ElementsAre("storeString", "i", "k", "18446744073709551615"));
-    EXPECT_EQ(manager->storeBool(L"i", L"k", true), 42);
-    EXPECT_THAT(noting->noted, ElementsAre("storeString", "i", "k", "true"));
-    EXPECT_EQ(manager->storeBinary(L"i", L"k", bytes, 3), 42);
-    EXPECT_THAT(noting->noted, ElementsAre("storeString", "i", "k", "00abff"));
+    expectForms(kStoreWrites, {"storeString", "i", "k"}, L"i", L"k");
 }
 
 TEST_F(TypedForwarding, StoreAttrFormsCallStoreAttrString)
 {
-    EXPECT_EQ(manager->storeAttrInt32(L"i", L"k", L"a", -7), 42);
-    EXPECT_THAT(noting->noted, ElementsAre("storeAttrString", "i", "k", "a", "-7"));
-    EXPECT_EQ(manager->storeAttrUint32(L"i", L"k", L"a", 4294967295u), 42);
-    EXPECT_THAT(noting->noted, ElementsAre("storeAttrString", "i", "k", "a", "4294967295"));
-    EXPECT_EQ(manager->storeAttrInt64(L"i", L"k", L"a", -5000000000LL), 42);
-    EXPECT_THAT(noting->noted, ElementsAre("storeAttrString", "i", "k", "a", "-5000000000"));
-    EXPECT_EQ(manager->storeAttrUint64(L"i", L"k", L"a", 18446744073709551615ULL), 42);
-    EXPECT_THAT(noting->noted,
-                ElementsAre("storeAttrString", "i", "k", "a", "18446744073709551615"));
-    EXPECT_EQ(manager->storeAttrBool(L"i", L"k", L"a", false), 42);
-    EXPECT_THAT(noting->noted, ElementsAre("storeAttrString", "i", "k", "a", "false"));
-    EXPECT_EQ(manager->storeAttrBinary(L"i", L"k", L"a", bytes, 3), 42);
-    EXPECT_THAT(noting->noted, ElementsAre("storeAttrString", "i", "k", "a", "00abff"));
+    expectForms(kStoreAttrWrites, {"storeAttrString", "i", "k", "a"}, L"i", L"k", L"a");
 }
 
 TEST_F(TypedForwarding, EmptyBlockIsAnEmptyText)

@@ -3,21 +3,19 @@
 
 #include "IConfigChanged.h"
 #include "Ixla.h"
+#include "config/TypedWrites.h"
 #include "support/Texts.h"
 
 #include <fstream>
+#include <functional>
 #include <memory>
 #include <sstream>
 #include <stdexcept>
+#include <type_traits>
 
 namespace
 {
 const unsigned char sBytes[] = {0xa0, 0x0f, 0xa0};
-
-unsigned int _byteCount(long long iNumber)
-{
-    return iNumber > 0 ? static_cast<unsigned int>(iNumber % 4) : 0;
-}
 
 std::vector<PString> _wideLines(const Step& iStep)
 {
@@ -39,37 +37,29 @@ std::string _join(const std::vector<std::string>& iLines)
     return text;
 }
 
-/// Reads a value of the type with iGet, which is called with the out-argument.
-template <class TGet>
-int _readTyped(Type iType, std::string& ioText, const TGet& iGet)
+/// The typed getters of values, or of attributes. Before the value they have texts.
+template <class... TNames>
+struct TypedReads
 {
-    const auto number = [&](auto iValue)
-    {
-        const int result = iGet(iValue);
-        ioText = result == 0 ? std::to_string(iValue) : ioText;
-        return result;
-    };
-    switch (iType)
-    {
-    case Type::eInt32:
-        return number(0);
-    case Type::eUint32:
-        return number(0u);
-    case Type::eInt64:
-        return number(0LL);
-    case Type::eUint64:
-        return number(0ULL);
-    default:
-        break;
-    }
-    bool truth = false;
-    const int result = iGet(truth);
-    ioText = result == 0 ? (truth ? "true" : "false") : ioText;
-    return result;
-}
+    template <class... TValue>
+    using Read = int (IConfig::*)(TNames..., TValue&...);
 
-template <class TGet>
-int _readBinary(std::string& ioText, const TGet& iGet)
+    Read<int> int32;
+    Read<unsigned int> uint32;
+    Read<long long> int64;
+    Read<unsigned long long> uint64;
+    Read<bool> truth;
+    Read<unsigned char*, unsigned int> binary;
+};
+
+constexpr TypedReads<const PLiteral&> kReads = {&IConfig::getInt32, &IConfig::getUint32,
+                                                &IConfig::getInt64, &IConfig::getUint64,
+                                                &IConfig::getBool,  &IConfig::getBinary};
+constexpr TypedReads<const PLiteral&, const PLiteral&> kAttrReads = {
+    &IConfig::getAttrInt32,  &IConfig::getAttrUint32, &IConfig::getAttrInt64,
+    &IConfig::getAttrUint64, &IConfig::getAttrBool,   &IConfig::getAttrBinary};
+
+int _readBinary(std::string& ioText, const std::function<int(unsigned char*&, unsigned int&)>& iGet)
 {
     unsigned char* data = nullptr;
     unsigned int size = 0;
@@ -88,75 +78,62 @@ int _readBinary(std::string& ioText, const TGet& iGet)
     return result;
 }
 
-/// One name for the typed getters of values and of attributes.
-struct ValueReader
+/// Reads a value of the type as a text, which stays the same on failure.
+template <class... TNames>
+int _readTyped(IConfig& ioConfig, const TypedReads<TNames...>& iReads, Type iType,
+               std::string& ioText, std::type_identity_t<TNames>... iNames)
 {
-    int operator()(int& oValue) const
+    const auto read = [&](auto iRead, auto iValue)
     {
-        return config.getInt32(key, oValue);
-    }
-    int operator()(unsigned int& oValue) const
+        const int result = (ioConfig.*iRead)(iNames..., iValue);
+        ioText = result == 0 ? std::to_string(iValue) : ioText;
+        return result;
+    };
+    switch (iType)
     {
-        return config.getUint32(key, oValue);
-    }
-    int operator()(long long& oValue) const
+    case Type::eInt32:
+        return read(iReads.int32, 0);
+    case Type::eUint32:
+        return read(iReads.uint32, 0u);
+    case Type::eInt64:
+        return read(iReads.int64, 0LL);
+    case Type::eUint64:
+        return read(iReads.uint64, 0ULL);
+    case Type::eBool:
     {
-        return config.getInt64(key, oValue);
+        bool truth = false;
+        const int result = (ioConfig.*iReads.truth)(iNames..., truth);
+        ioText = result == 0 ? (truth ? "true" : "false") : ioText;
+        return result;
     }
-    int operator()(unsigned long long& oValue) const
-    {
-        return config.getUint64(key, oValue);
+    default:
+        return _readBinary(ioText, [&](unsigned char*& oData, unsigned int& oSize)
+                           { return (ioConfig.*iReads.binary)(iNames..., oData, oSize); });
     }
-    int operator()(bool& oValue) const
-    {
-        return config.getBool(key, oValue);
-    }
-    int operator()(unsigned char*& oData, unsigned int& oSize) const
-    {
-        return config.getBinary(key, oData, oSize);
-    }
+}
 
-    IConfig& config;
-    const PString key;
-};
-
-struct AttributeReader
+/// Sets or stores the number of a step as its type.
+template <class... TNames>
+int _writeTyped(IConfigManager& ioManager, const TypedWrites<TNames...>& iWrites, const Step& iStep,
+                std::type_identity_t<TNames>... iNames)
 {
-    int operator()(int& oValue) const
+    const long long number = iStep.numberValue();
+    switch (iStep.type)
     {
-        return config.getAttrInt32(key, attribute, oValue);
+    case Type::eInt32:
+        return (ioManager.*iWrites.int32)(iNames..., static_cast<int>(number));
+    case Type::eUint32:
+        return (ioManager.*iWrites.uint32)(iNames..., static_cast<unsigned int>(number));
+    case Type::eInt64:
+        return (ioManager.*iWrites.int64)(iNames..., number);
+    case Type::eUint64:
+        return (ioManager.*iWrites.uint64)(iNames..., static_cast<unsigned long long>(number));
+    case Type::eBool:
+        return (ioManager.*iWrites.truth)(iNames..., number % 2 != 0);
+    default:
+        const auto size = static_cast<unsigned int>(number > 0 ? number % 4 : 0);
+        return (ioManager.*iWrites.binary)(iNames..., sBytes, size);
     }
-    int operator()(unsigned int& oValue) const
-    {
-        return config.getAttrUint32(key, attribute, oValue);
-    }
-    int operator()(long long& oValue) const
-    {
-        return config.getAttrInt64(key, attribute, oValue);
-    }
-    int operator()(unsigned long long& oValue) const
-    {
-        return config.getAttrUint64(key, attribute, oValue);
-    }
-    int operator()(bool& oValue) const
-    {
-        return config.getAttrBool(key, attribute, oValue);
-    }
-    int operator()(unsigned char*& oData, unsigned int& oSize) const
-    {
-        return config.getAttrBinary(key, attribute, oData, oSize);
-    }
-
-    IConfig& config;
-    const PString key;
-    const PString attribute;
-};
-
-template <class TReader>
-int _readAs(Type iType, std::string& ioText, const TReader& iReader)
-{
-    return iType == Type::eBinary ? _readBinary(ioText, iReader)
-                                  : _readTyped(iType, ioText, iReader);
 }
 } // namespace
 
@@ -328,7 +305,7 @@ void CoreSystem::readText(const Step& iStep, IConfig& iConfig)
     std::string read = kUntouched;
     if (iStep.op == Op::eGetTyped)
     {
-        const int result = _readAs(iStep.type, read, ValueReader{iConfig, wide(iStep.keyName())});
+        const int result = _readTyped(iConfig, kReads, iStep.type, read, wide(iStep.keyName()));
         return tell(result, read);
     }
     PString text = wide(kUntouched);
@@ -343,7 +320,7 @@ void CoreSystem::readAttribute(const Step& iStep, IConfig& iConfig)
     std::string read = kUntouched;
     if (iStep.op == Op::eGetAttrTyped)
     {
-        const int result = _readAs(iStep.type, read, AttributeReader{iConfig, key, attribute});
+        const int result = _readTyped(iConfig, kAttrReads, iStep.type, read, key, attribute);
         return tell(result, read);
     }
     PString text = wide(kUntouched);
@@ -363,13 +340,13 @@ bool CoreSystem::takeSet(const Step& iStep)
         tell(fManager->setString(id, key, text));
         return true;
     case Op::eSetTyped:
-        tell(setTyped(iStep));
+        tell(_writeTyped(*fManager, kSetWrites, iStep, id, key));
         return true;
     case Op::eSetAttrText:
         tell(fManager->setAttrString(id, key, attribute, text));
         return true;
     case Op::eSetAttrTyped:
-        tell(setAttributeTyped(iStep));
+        tell(_writeTyped(*fManager, kSetAttrWrites, iStep, id, key, attribute));
         return true;
     case Op::eRemoveSet:
         tell(fManager->removeSetKey(id, key));
@@ -388,96 +365,6 @@ bool CoreSystem::takeSet(const Step& iStep)
     }
 }
 
-int CoreSystem::setTyped(const Step& iStep)
-{
-    const PString id = wide(iStep.idName());
-    const PString key = wide(iStep.keyName());
-    const long long number = iStep.numberValue();
-    switch (iStep.type)
-    {
-    case Type::eInt32:
-        return fManager->setInt32(id, key, static_cast<int>(number));
-    case Type::eUint32:
-        return fManager->setUint32(id, key, static_cast<unsigned int>(number));
-    case Type::eInt64:
-        return fManager->setInt64(id, key, number);
-    case Type::eUint64:
-        return fManager->setUint64(id, key, static_cast<unsigned long long>(number));
-    case Type::eBool:
-        return fManager->setBool(id, key, number % 2 != 0);
-    default:
-        return fManager->setBinary(id, key, sBytes, _byteCount(number));
-    }
-}
-
-int CoreSystem::setAttributeTyped(const Step& iStep)
-{
-    const PString id = wide(iStep.idName());
-    const PString key = wide(iStep.keyName());
-    const PString name = wide(iStep.attributeName());
-    const long long number = iStep.numberValue();
-    switch (iStep.type)
-    {
-    case Type::eInt32:
-        return fManager->setAttrInt32(id, key, name, static_cast<int>(number));
-    case Type::eUint32:
-        return fManager->setAttrUint32(id, key, name, static_cast<unsigned int>(number));
-    case Type::eInt64:
-        return fManager->setAttrInt64(id, key, name, number);
-    case Type::eUint64:
-        return fManager->setAttrUint64(id, key, name, static_cast<unsigned long long>(number));
-    case Type::eBool:
-        return fManager->setAttrBool(id, key, name, number % 2 != 0);
-    default:
-        return fManager->setAttrBinary(id, key, name, sBytes, _byteCount(number));
-    }
-}
-
-int CoreSystem::storeTyped(const Step& iStep)
-{
-    const PString id = wide(iStep.idName());
-    const PString key = wide(iStep.keyName());
-    const long long number = iStep.numberValue();
-    switch (iStep.type)
-    {
-    case Type::eInt32:
-        return fManager->storeInt32(id, key, static_cast<int>(number));
-    case Type::eUint32:
-        return fManager->storeUint32(id, key, static_cast<unsigned int>(number));
-    case Type::eInt64:
-        return fManager->storeInt64(id, key, number);
-    case Type::eUint64:
-        return fManager->storeUint64(id, key, static_cast<unsigned long long>(number));
-    case Type::eBool:
-        return fManager->storeBool(id, key, number % 2 != 0);
-    default:
-        return fManager->storeBinary(id, key, sBytes, _byteCount(number));
-    }
-}
-
-int CoreSystem::storeAttributeTyped(const Step& iStep)
-{
-    const PString id = wide(iStep.idName());
-    const PString key = wide(iStep.keyName());
-    const PString name = wide(iStep.attributeName());
-    const long long number = iStep.numberValue();
-    switch (iStep.type)
-    {
-    case Type::eInt32:
-        return fManager->storeAttrInt32(id, key, name, static_cast<int>(number));
-    case Type::eUint32:
-        return fManager->storeAttrUint32(id, key, name, static_cast<unsigned int>(number));
-    case Type::eInt64:
-        return fManager->storeAttrInt64(id, key, name, number);
-    case Type::eUint64:
-        return fManager->storeAttrUint64(id, key, name, static_cast<unsigned long long>(number));
-    case Type::eBool:
-        return fManager->storeAttrBool(id, key, name, number % 2 != 0);
-    default:
-        return fManager->storeAttrBinary(id, key, name, sBytes, _byteCount(number));
-    }
-}
-
 bool CoreSystem::takeStore(const Step& iStep)
 {
     const PString id = wide(iStep.idName());
@@ -489,13 +376,13 @@ bool CoreSystem::takeStore(const Step& iStep)
         tellStore(fManager->storeString(id, key, wide(iStep.textValue())));
         return true;
     case Op::eStoreTyped:
-        tellStore(storeTyped(iStep));
+        tellStore(_writeTyped(*fManager, kStoreWrites, iStep, id, key));
         return true;
     case Op::eStoreAttrText:
         tellStore(fManager->storeAttrString(id, key, attribute, wide(iStep.textValue())));
         return true;
     case Op::eStoreAttrTyped:
-        tellStore(storeAttributeTyped(iStep));
+        tellStore(_writeTyped(*fManager, kStoreAttrWrites, iStep, id, key, attribute));
         return true;
     case Op::eRemoveStored:
         tellStore(fManager->removeStoredKey(id, key));

@@ -42,10 +42,6 @@ private:
     int appendByArgs(const Step& iStep, const PBaseptr<IConfig>& iConfig);
     void readText(const Step& iStep, IConfig& iConfig);
     void readAttribute(const Step& iStep, IConfig& iConfig);
-    int setTyped(const Step& iStep);
-    int setAttributeTyped(const Step& iStep);
-    int storeTyped(const Step& iStep);
-    int storeAttributeTyped(const Step& iStep);
     void tellStore(int iResult);
     void tellList(int iResult, const std::vector<PString>& iTexts);
     void tellReferences();
