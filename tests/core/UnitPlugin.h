@@ -5,17 +5,16 @@
 
 #include "IPlugin.h"
 #include "core/PCorePlugin.h"
-#include "support/Counted.h"
+#include "support/PluginService.h"
 
 #include <functional>
 #include <memory>
-#include <vector>
 
-/// Hands out itself for every interface. The functions are called when they are set.
-class UnitPlugin final : public Counted<IPlugin>
+/// The functions are called when they are set.
+class UnitPlugin final : public PluginService
 {
 public:
-    explicit UnitPlugin(std::vector<PString> iIDs = {}) : fIDs(std::move(iIDs))
+    explicit UnitPlugin(std::vector<PString> iIDs = {}) : PluginService(std::move(iIDs))
     {
     }
 
@@ -30,16 +29,7 @@ public:
         {
             onList();
         }
-        oCount = static_cast<unsigned int>(fIDs.size());
-        PString* const ids = new PString[oCount];
-        std::copy(fIDs.begin(), fIDs.end(), ids);
-        return ids;
-    }
-
-    int getInstance(const PLiteral&, IBase*& oInstance) override
-    {
-        oInstance = this;
-        return 0;
+        return PluginService::getInterfaces(oCount);
     }
 
     /// A record that holds this plugin.
@@ -63,8 +53,6 @@ private:
             onDestroyed();
         }
     }
-
-    const std::vector<PString> fIDs;
 };
 
 #endif

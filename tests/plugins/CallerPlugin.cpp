@@ -4,7 +4,7 @@
 // "caller.destroying" says otherwise.
 
 #include "Ixla.h"
-#include "support/Counted.h"
+#include "support/PluginService.h"
 
 #include <thread>
 #include <vector>
@@ -77,9 +77,11 @@ void _run()
     ixlalTestStep("caller.ended");
 }
 
-class CallerPlugin final : public Counted<IPlugin>
+class CallerPlugin final : public PluginService
 {
 public:
+    using PluginService::PluginService;
+
     ~CallerPlugin() override
     {
         const bool leave = ixlalTestStep("caller.destroying") != 0;
@@ -98,18 +100,6 @@ public:
         return ixlalTestStep("caller.init");
     }
 
-    PString* getInterfaces(unsigned int& oCount) override
-    {
-        oCount = 1;
-        return new PString[1]{PString(L"test.caller")};
-    }
-
-    int getInstance(const PLiteral&, IBase*& oInstance) override
-    {
-        oInstance = this;
-        return eIxlaOk;
-    }
-
 private:
     std::vector<std::thread> fThreads;
 };
@@ -117,5 +107,5 @@ private:
 
 IPlugin* ixlaGetPlugin()
 {
-    return new CallerPlugin;
+    return new CallerPlugin({L"test.caller"});
 }

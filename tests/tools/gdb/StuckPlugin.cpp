@@ -10,6 +10,7 @@
 #include "IPlugin.h"
 #include "Ixla.h"
 #include "support/Counted.h"
+#include "support/PluginService.h"
 #include "support/Texts.h"
 
 #include <chrono>
@@ -195,24 +196,14 @@ void _run(const std::string& iSteps)
     std::fflush(stdout);
 }
 
-class StuckPlugin final : public Counted<IPlugin>
+class StuckPlugin final : public PluginService
 {
 public:
+    using PluginService::PluginService;
+
     int init() override
     {
         _run(_name());
-        return eIxlaOk;
-    }
-
-    PString* getInterfaces(unsigned int& oCount) override
-    {
-        oCount = 1;
-        return new PString[1]{wide("stuck." + _name())};
-    }
-
-    int getInstance(const PLiteral&, IBase*& oInstance) override
-    {
-        oInstance = this;
         return eIxlaOk;
     }
 };
@@ -220,5 +211,5 @@ public:
 
 IPlugin* ixlaGetPlugin()
 {
-    return new StuckPlugin;
+    return new StuckPlugin({wide("stuck." + _name())});
 }

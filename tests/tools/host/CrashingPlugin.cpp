@@ -3,7 +3,7 @@
 
 #include "IPlugin.h"
 #include "Ixla.h"
-#include "support/Counted.h"
+#include "support/PluginService.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -153,9 +153,11 @@ std::string _wanted()
     return wanted ? wanted : "";
 }
 
-class CrashingPlugin final : public Counted<IPlugin>
+class CrashingPlugin final : public PluginService
 {
 public:
+    using PluginService::PluginService;
+
     int init() override
     {
         if (_wanted() == "wait")
@@ -170,18 +172,6 @@ public:
         _crash(_wanted());
         return eIxlaOk;
     }
-
-    PString* getInterfaces(unsigned int& oCount) override
-    {
-        oCount = 1;
-        return new PString[1]{PString(L"test.crashing")};
-    }
-
-    int getInstance(const PLiteral&, IBase*& oInstance) override
-    {
-        oInstance = this;
-        return eIxlaOk;
-    }
 };
 } // namespace
 
@@ -191,5 +181,5 @@ IPlugin* ixlaGetPlugin()
     {
         _writeToNull();
     }
-    return new CrashingPlugin;
+    return new CrashingPlugin({L"test.crashing"});
 }

@@ -6,7 +6,7 @@
 #include "IPlugin.h"
 #include "Ixla.h"
 #include "PBaseptr.h"
-#include "support/Counted.h"
+#include "support/PluginService.h"
 
 #include <chrono>
 #include <cstdio>
@@ -79,9 +79,11 @@ void _sleepForEver()
     }
 }
 
-class ObstinatePlugin final : public Counted<IPlugin>
+class ObstinatePlugin final : public PluginService
 {
 public:
+    using PluginService::PluginService;
+
     ~ObstinatePlugin() override
     {
         if (_is("hang in stop"))
@@ -137,12 +139,6 @@ public:
         return _is("fail in init") ? -7 : eIxlaOk;
     }
 
-    PString* getInterfaces(unsigned int& oCount) override
-    {
-        oCount = 1;
-        return new PString[1]{PString(L"test.obstinate")};
-    }
-
     int getInstance(const PLiteral&, IBase*& oInstance) override
     {
         oInstance = _is("null instance") ? nullptr : this;
@@ -161,5 +157,5 @@ IPlugin* ixlaGetPlugin()
     {
         std::exit(1);
     }
-    return new ObstinatePlugin;
+    return new ObstinatePlugin({L"test.obstinate"});
 }

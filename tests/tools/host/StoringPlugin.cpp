@@ -8,7 +8,7 @@
 #include "Ixla.h"
 #include "PBaseptr.h"
 #include "helpers/Text.h"
-#include "support/Counted.h"
+#include "support/PluginService.h"
 
 #include <cstdlib>
 #include <random>
@@ -20,9 +20,11 @@ constexpr unsigned int kKeys = 12;
 constexpr int kStoreFailed = 9;
 constexpr unsigned int kLongest = 3000;
 
-class StoringPlugin final : public Counted<IPlugin>
+class StoringPlugin final : public PluginService
 {
 public:
+    using PluginService::PluginService;
+
     int init() override
     {
         IBase* instance = nullptr;
@@ -40,22 +42,10 @@ public:
         }
         std::_Exit(kStoreFailed);
     }
-
-    PString* getInterfaces(unsigned int& oCount) override
-    {
-        oCount = 1;
-        return new PString[1]{PString(L"test.storing")};
-    }
-
-    int getInstance(const PLiteral&, IBase*& oInstance) override
-    {
-        oInstance = this;
-        return eIxlaOk;
-    }
 };
 } // namespace
 
 IPlugin* ixlaGetPlugin()
 {
-    return new StoringPlugin;
+    return new StoringPlugin({L"test.storing"});
 }

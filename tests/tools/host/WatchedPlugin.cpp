@@ -4,7 +4,7 @@
 
 #include "IPlugin.h"
 #include "Ixla.h"
-#include "support/Counted.h"
+#include "support/PluginService.h"
 
 #include <atomic>
 #include <chrono>
@@ -49,10 +49,12 @@ struct Constructor
 };
 const Constructor sConstructor;
 
-class WatchedPlugin final : public Counted<IPlugin>
+class WatchedPlugin final : public PluginService
 {
 public:
-    WatchedPlugin() : fWorker([this] { work(); })
+    WatchedPlugin()
+        : PluginService({sFlaw == "other interface" ? L"test.other" : L"test.watched"}),
+          fWorker([this] { work(); })
     {
     }
 
@@ -80,19 +82,6 @@ public:
             _awaitFile("go");
         }
         return sFlaw == "fail in init" ? -7 : eIxlaOk;
-    }
-
-    PString* getInterfaces(unsigned int& oCount) override
-    {
-        oCount = 1;
-        return new PString[1]{
-            PString(sFlaw == "other interface" ? L"test.other" : L"test.watched")};
-    }
-
-    int getInstance(const PLiteral&, IBase*& oInstance) override
-    {
-        oInstance = this;
-        return eIxlaOk;
     }
 
 private:

@@ -4,12 +4,11 @@
 
 #include "IPlugin.h"
 #include "Ixla.h"
-#include "support/Counted.h"
+#include "support/PluginService.h"
 
 #include <chrono>
 #include <cstdlib>
 #include <iostream>
-#include <memory>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -71,48 +70,32 @@ struct Constructed
 
 const Constructed sConstructed;
 
-std::vector<std::string> _ids()
+std::vector<PString> _ids()
 {
     const char* const list = std::getenv("ODD_IDS");
     std::istringstream texts(list ? list : "");
-    std::vector<std::string> ids;
+    std::vector<PString> ids;
     for (std::string id; std::getline(texts, id, ',');)
     {
-        ids.push_back(id);
+        ids.emplace_back(std::wstring(id.begin(), id.end()).c_str());
     }
     return ids;
 }
 
-class OddPlugin final : public Counted<IPlugin>
+class OddPlugin final : public PluginService
 {
 public:
+    using PluginService::PluginService;
+
     ~OddPlugin() override
     {
         _act("destructor");
     }
 
-    int init() override
-    {
-        return eIxlaOk;
-    }
-
     PString* getInterfaces(unsigned int& oCount) override
     {
         _act("getInterfaces");
-        const std::vector<std::string> texts = _ids();
-        std::unique_ptr<PString[]> ids(new PString[texts.size()]);
-        for (std::size_t i = 0; i < texts.size(); ++i)
-        {
-            ids[i] = std::wstring(texts[i].begin(), texts[i].end()).c_str();
-        }
-        oCount = static_cast<unsigned int>(texts.size());
-        return ids.release();
-    }
-
-    int getInstance(const PLiteral&, IBase*& oInstance) override
-    {
-        oInstance = this;
-        return eIxlaOk;
+        return PluginService::getInterfaces(oCount);
     }
 };
 } // namespace
@@ -120,5 +103,5 @@ public:
 IPlugin* ixlaGetPlugin()
 {
     _act("factory");
-    return _is("null factory") ? nullptr : new OddPlugin;
+    return _is("null factory") ? nullptr : new OddPlugin(_ids());
 }

@@ -6,7 +6,7 @@
 
 #include "IPlugin.h"
 #include "Ixla.h"
-#include "support/Counted.h"
+#include "support/PluginService.h"
 #include "support/Texts.h"
 
 #include <chrono>
@@ -34,9 +34,11 @@ void _ask(const std::string& iName)
     static_cast<void>(ixlaGetInstance(wide("paced." + iName), instance)); // the log tells
 }
 
-class PacedPlugin final : public Counted<IPlugin>
+class PacedPlugin final : public PluginService
 {
 public:
+    using PluginService::PluginService;
+
     ~PacedPlugin() override
     {
         for (std::thread& thread : fThreads)
@@ -60,18 +62,6 @@ public:
             take(verb, object);
         }
         return result;
-    }
-
-    PString* getInterfaces(unsigned int& oCount) override
-    {
-        oCount = 1;
-        return new PString[1]{wide("paced." + _name())};
-    }
-
-    int getInstance(const PLiteral&, IBase*& oInstance) override
-    {
-        oInstance = this;
-        return eIxlaOk;
     }
 
 private:
@@ -102,5 +92,5 @@ private:
 
 IPlugin* ixlaGetPlugin()
 {
-    return new PacedPlugin;
+    return new PacedPlugin({wide("paced." + _name())});
 }

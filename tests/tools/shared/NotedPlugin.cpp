@@ -6,9 +6,8 @@
 #include "Ixla.h"
 #include "helpers/PluginNote.h"
 #include "helpers/Text.h"
-#include "support/Counted.h"
+#include "support/PluginService.h"
 
-#include <memory>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -23,10 +22,10 @@ __attribute__((IXLA_NOTE_ATTRIBUTES)) const IxlaNote<kSize> sNote = {
 // Volatile: the compiler does not know the text of a copy.
 const char* volatile sText = sNote.text;
 
-std::vector<std::string> _valuesOf(const std::string& iField)
+std::vector<PString> _valuesOf(const std::string& iField)
 {
     std::istringstream lines(std::string(sText, kSize));
-    std::vector<std::string> values;
+    std::vector<PString> values;
     for (std::string line; std::getline(lines, line);)
     {
         std::istringstream parts(line);
@@ -34,46 +33,15 @@ std::vector<std::string> _valuesOf(const std::string& iField)
         std::string value;
         if (std::getline(parts, name, '\t') && std::getline(parts, value, '\t') && name == iField)
         {
-            values.push_back(value);
+            values.push_back(ixlaWide(value));
         }
     }
     return values;
 }
-
-class NotedPlugin final : public Counted<IPlugin>
-{
-public:
-    int init() override
-    {
-        return eIxlaOk;
-    }
-
-    PString* getInterfaces(unsigned int& oCount) override
-    {
-        const std::vector<std::string> really = _valuesOf("really");
-        const std::vector<std::string> texts = really.empty() ? _valuesOf("offers") : really;
-        oCount = static_cast<unsigned int>(texts.size());
-        if (texts.empty())
-        {
-            return nullptr;
-        }
-        std::unique_ptr<PString[]> ids(new PString[texts.size()]);
-        for (std::size_t i = 0; i < texts.size(); ++i)
-        {
-            ids[i] = ixlaWide(texts[i]);
-        }
-        return ids.release();
-    }
-
-    int getInstance(const PLiteral&, IBase*& oInstance) override
-    {
-        oInstance = this;
-        return eIxlaOk;
-    }
-};
 } // namespace
 
 IPlugin* ixlaGetPlugin()
 {
-    return new NotedPlugin;
+    const std::vector<PString> really = _valuesOf("really");
+    return new PluginService(really.empty() ? _valuesOf("offers") : really);
 }
