@@ -164,17 +164,15 @@ TEST_F(CoreMemorySweep, FurtherRequests)
     for (const wchar_t* id :
          {L"test.service", kIxlaConfigManagerId, kIxlaEventDispatcherId, kIxlaLoggerId})
     {
-        sweepAllocations({.operation = "ixlaGetInstance of " + narrow(PLiteral(id)),
-                          .run = [&]
-                          {
-                              return ixlaGetInstance(id, instance);
-                          }});
+        sweepAllocations({
+            .operation = "ixlaGetInstance of " + narrow(PLiteral(id)),
+            .run = [&] { return ixlaGetInstance(id, instance); },
+        });
     }
-    sweepAllocations({.operation = "ixlaIsInterfaceAvailable",
-                      .run = []
-                      {
-                          return ixlaIsInterfaceAvailable(L"test.service") ? 0 : -1;
-                      }});
+    sweepAllocations({
+        .operation = "ixlaIsInterfaceAvailable",
+        .run = [] { return ixlaIsInterfaceAvailable(L"test.service") ? 0 : -1; },
+    });
     mustStop();
 }
 

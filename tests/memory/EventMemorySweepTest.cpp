@@ -52,39 +52,33 @@ private:
 
 TEST_F(EventMemorySweep, References)
 {
-    sweepAllocations({.operation = "IEventDispatcher::incRef",
-                      .run = [&] { return dispatcher->incRef() > 1 ? 0 : -1; },
-                      .undo =
-                          [&]
-                      {
-                          dispatcher->decRef();
-                      }});
-    sweepAllocations({.operation = "IEventDispatcher::decRef",
-                      .before = [&] { dispatcher->incRef(); },
-                      .run =
-                          [&]
-                      {
-                          return dispatcher->decRef() > 0 ? 0 : -1;
-                      }});
+    sweepAllocations({
+        .operation = "IEventDispatcher::incRef",
+        .run = [&] { return dispatcher->incRef() > 1 ? 0 : -1; },
+        .undo = [&] { dispatcher->decRef(); },
+    });
+    sweepAllocations({
+        .operation = "IEventDispatcher::decRef",
+        .before = [&] { dispatcher->incRef(); },
+        .run = [&] { return dispatcher->decRef() > 0 ? 0 : -1; },
+    });
 }
 
 TEST_F(EventMemorySweep, FirstSubscription)
 {
-    sweepAllocations({.operation = "IEventDispatcher::addListener",
-                      .run = [&] { return add(first); },
-                      .unchanged =
-                          [&]
-                      {
-                          EXPECT_EQ(1, first->references());
-                          EXPECT_EQ(-5001, dispatcher->send(kTopic, nullptr, 0));
-                          EXPECT_EQ(-5001, remove(first));
-                      },
-                      .done = [&] { EXPECT_EQ(2, first->references()); },
-                      .undo =
-                          [&]
-                      {
-                          EXPECT_EQ(0, remove(first));
-                      }});
+    sweepAllocations({
+        .operation = "IEventDispatcher::addListener",
+        .run = [&] { return add(first); },
+        .unchanged =
+            [&]
+        {
+            EXPECT_EQ(1, first->references());
+            EXPECT_EQ(-5001, dispatcher->send(kTopic, nullptr, 0));
+            EXPECT_EQ(-5001, remove(first));
+        },
+        .done = [&] { EXPECT_EQ(2, first->references()); },
+        .undo = [&] { EXPECT_EQ(0, remove(first)); },
+    });
 }
 
 TEST_F(EventMemorySweep, FurtherSubscription)
@@ -112,42 +106,36 @@ TEST_F(EventMemorySweep, FurtherSubscription)
 TEST_F(EventMemorySweep, SubscriptionOfAnUncountedListener)
 {
     TestListener* fresh = nullptr;
-    sweepAllocations({.operation = "IEventDispatcher::addListener of an uncounted listener",
-                      .before = [&] { fresh = new TestListener(journal, ""); },
-                      .run = [&] { return dispatcher->addListener(kTopic, fresh); },
-                      .unchanged = [&] { EXPECT_EQ(3, journal.alive); },
-                      .done = [&] { EXPECT_EQ(1, fresh->references()); },
-                      .undo =
-                          [&]
-                      {
-                          EXPECT_EQ(0, dispatcher->removeListener(kTopic, fresh));
-                      }});
+    sweepAllocations({
+        .operation = "IEventDispatcher::addListener of an uncounted listener",
+        .before = [&] { fresh = new TestListener(journal, ""); },
+        .run = [&] { return dispatcher->addListener(kTopic, fresh); },
+        .unchanged = [&] { EXPECT_EQ(3, journal.alive); },
+        .done = [&] { EXPECT_EQ(1, fresh->references()); },
+        .undo = [&] { EXPECT_EQ(0, dispatcher->removeListener(kTopic, fresh)); },
+    });
     EXPECT_EQ(2, journal.alive);
 }
 
 TEST_F(EventMemorySweep, Removal)
 {
-    sweepAllocations({.operation = "IEventDispatcher::removeListener",
-                      .before = [&] { ASSERT_EQ(0, add(first)); },
-                      .run = [&] { return remove(first); },
-                      .done =
-                          [&]
-                      {
-                          EXPECT_EQ(1, first->references());
-                      }});
+    sweepAllocations({
+        .operation = "IEventDispatcher::removeListener",
+        .before = [&] { ASSERT_EQ(0, add(first)); },
+        .run = [&] { return remove(first); },
+        .done = [&] { EXPECT_EQ(1, first->references()); },
+    });
 }
 
 TEST_F(EventMemorySweep, Event)
 {
     ASSERT_EQ(0, add(first));
     ASSERT_EQ(0, add(second));
-    sweepAllocations({.operation = "IEventDispatcher::send",
-                      .before = [&] { heard = 0; },
-                      .run = [&] { return dispatcher->send(kTopic, nullptr, 0); },
-                      .unchanged = [&] { EXPECT_EQ(0, heard); },
-                      .done =
-                          [&]
-                      {
-                          EXPECT_EQ(2, heard);
-                      }});
+    sweepAllocations({
+        .operation = "IEventDispatcher::send",
+        .before = [&] { heard = 0; },
+        .run = [&] { return dispatcher->send(kTopic, nullptr, 0); },
+        .unchanged = [&] { EXPECT_EQ(0, heard); },
+        .done = [&] { EXPECT_EQ(2, heard); },
+    });
 }

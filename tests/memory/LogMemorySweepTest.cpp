@@ -88,14 +88,12 @@ TEST_F(LogMemorySweep, Dumps)
 TEST_F(LogMemorySweep, Settings)
 {
     init();
-    sweepAllocations({.operation = "PLogger::setLevel",
-                      .run = [&]
-                      {
-                          return logger->setLevel(1);
-                      }});
-    sweepAllocations({.operation = "PLogger::setPrintOnConsole",
-                      .run = [&]
-                      {
-                          return logger->setPrintOnConsole(false);
-                      }});
+    sweepAllocations({
+        .operation = "PLogger::setLevel",
+        .run = [&] { return logger->setLevel(1); },
+    });
+    sweepAllocations({
+        .operation = "PLogger::setPrintOnConsole",
+        .run = [&] { return logger->setPrintOnConsole(false); },
+    });
 }

@@ -175,20 +175,16 @@ protected:
 
 TEST_F(ManagerMemorySweep, References)
 {
-    sweepAllocations({.operation = "IConfigManager::incRef",
-                      .run = [&] { return manager.incRef() > 1 ? 0 : -1; },
-                      .undo =
-                          [&]
-                      {
-                          manager.decRef();
-                      }});
-    sweepAllocations({.operation = "IConfigManager::decRef",
-                      .before = [&] { manager.incRef(); },
-                      .run =
-                          [&]
-                      {
-                          return manager.decRef() > 0 ? 0 : -1;
-                      }});
+    sweepAllocations({
+        .operation = "IConfigManager::incRef",
+        .run = [&] { return manager.incRef() > 1 ? 0 : -1; },
+        .undo = [&] { manager.decRef(); },
+    });
+    sweepAllocations({
+        .operation = "IConfigManager::decRef",
+        .before = [&] { manager.incRef(); },
+        .run = [&] { return manager.decRef() > 0 ? 0 : -1; },
+    });
 }
 
 TEST_F(ManagerMemorySweep, ListOfIDs)
@@ -308,23 +304,19 @@ TEST_F(ManagerMemorySweep, RunTimeAttributes)
 TEST_F(ManagerMemorySweep, RemovalOfRunTimeValues)
 {
     config = loadID("net");
-    sweepAllocations({.operation = "IConfigManager::removeSetKey",
-                      .before = [&] { set("net", sLongKey, "1"); },
-                      .run = [&] { return manager.removeSetKey(L"net", key); },
-                      .done =
-                          [&]
-                      {
-                          EXPECT_EQ("<-504>", dynamicOf(manager, "net", sLongKey));
-                      }});
+    sweepAllocations({
+        .operation = "IConfigManager::removeSetKey",
+        .before = [&] { set("net", sLongKey, "1"); },
+        .run = [&] { return manager.removeSetKey(L"net", key); },
+        .done = [&] { EXPECT_EQ("<-504>", dynamicOf(manager, "net", sLongKey)); },
+    });
     set("net", "k", "1");
-    sweepAllocations({.operation = "IConfigManager::removeSetAttr",
-                      .before = [&] { setAttr("net", "k", sLongKey, "1"); },
-                      .run = [&] { return manager.removeSetAttr(L"net", L"k", key); },
-                      .done =
-                          [&]
-                      {
-                          EXPECT_EQ("<-504>", attrOf(config, "k", sLongKey));
-                      }});
+    sweepAllocations({
+        .operation = "IConfigManager::removeSetAttr",
+        .before = [&] { setAttr("net", "k", sLongKey, "1"); },
+        .run = [&] { return manager.removeSetAttr(L"net", L"k", key); },
+        .done = [&] { EXPECT_EQ("<-504>", attrOf(config, "k", sLongKey)); },
+    });
 }
 
 TEST_F(ManagerMemorySweep, StoredValues)
@@ -432,14 +424,12 @@ TEST_F(ManagerMemorySweep, Registrations)
                           undo();
                           EXPECT_EQ(0, manager.removeListener(L"net", L"T"));
                       }});
-    sweepAllocations({.operation = "IConfigManager::removeListener",
-                      .before = [&] { ASSERT_EQ(0, manager.addListener(L"net", value)); },
-                      .run = [&] { return manager.removeListener(L"net", value); },
-                      .done =
-                          [&]
-                      {
-                          EXPECT_EQ(-504, manager.removeListener(L"net", value));
-                      }});
+    sweepAllocations({
+        .operation = "IConfigManager::removeListener",
+        .before = [&] { ASSERT_EQ(0, manager.addListener(L"net", value)); },
+        .run = [&] { return manager.removeListener(L"net", value); },
+        .done = [&] { EXPECT_EQ(-504, manager.removeListener(L"net", value)); },
+    });
 }
 
 TEST_F(ManagerMemorySweep, BuildingBlocks)
@@ -448,15 +438,13 @@ TEST_F(ManagerMemorySweep, BuildingBlocks)
     PConfigValues values;
     const auto sweep = [&](const char* iOperation, const std::function<int()>& iRun)
     {
-        sweepAllocations({.operation = iOperation,
-                          .run = iRun,
-                          .unchanged = [&] { EXPECT_EQ(0u, values.size()); },
-                          .done = [&] { EXPECT_NE(nullptr, values.find(key)); },
-                          .undo =
-                              [&]
-                          {
-                              values.clear();
-                          }});
+        sweepAllocations({
+            .operation = iOperation,
+            .run = iRun,
+            .unchanged = [&] { EXPECT_EQ(0u, values.size()); },
+            .done = [&] { EXPECT_NE(nullptr, values.find(key)); },
+            .undo = [&] { values.clear(); },
+        });
     };
     sweep("PConfigRecords::_addValue",
           [&] { return PConfigRecords::_addValue(values, key, value); });

@@ -281,13 +281,11 @@ TEST_F(FileMemorySweep, Opening)
                       .undo = [&] { file.reset(); },
                       .codes = {-ENOMEM}});
     _sweep("PFile::exists", [&] { return PFile::exists(path) ? 0 : -1; });
-    sweepAllocations({.operation = "PFile::pdelete",
-                      .before = [&] { dir.write("file.txt", ""); },
-                      .run =
-                          [&]
-                      {
-                          return PFile::pdelete(path);
-                      }});
+    sweepAllocations({
+        .operation = "PFile::pdelete",
+        .before = [&] { dir.write("file.txt", ""); },
+        .run = [&] { return PFile::pdelete(path); },
+    });
 }
 
 // The next attempt reads a line that could not be read.
@@ -350,19 +348,17 @@ TEST_F(FileMemorySweep, Writing)
                       .run = [&] { return file->reserve(20000); },
                       .undo = [&] { file.reset(); },
                       .codes = {-ENOMEM}});
-    sweepAllocations({.operation = "PFile::pclose",
-                      .before =
-                          [&]
-                      {
-                          open();
-                          ASSERT_EQ(0, file->pwriteLine(line));
-                      },
-                      .run = [&] { return file->pclose(); },
-                      .undo =
-                          [&]
-                      {
-                          file.reset();
-                      }});
+    sweepAllocations({
+        .operation = "PFile::pclose",
+        .before =
+            [&]
+        {
+            open();
+            ASSERT_EQ(0, file->pwriteLine(line));
+        },
+        .run = [&] { return file->pclose(); },
+        .undo = [&] { file.reset(); },
+    });
 }
 
 TEST_F(FileMemorySweep, Directories)
@@ -436,27 +432,21 @@ TEST(LockMemorySweep, Mutex)
            });
     open();
     // The analysis refuses a lock that is held after the function that takes it.
-    sweepAllocations({.operation = "PMutex::lock",
-                      .run = [&]() IXLA_NO_THREAD_SAFETY_ANALYSIS { return mutex->lock(); },
-                      .undo =
-                          [&]() IXLA_NO_THREAD_SAFETY_ANALYSIS
-                      {
-                          EXPECT_EQ(0, mutex->unlock());
-                      }});
-    sweepAllocations(
-        {.operation = "PMutex::unlock",
-         .before = [&]() IXLA_NO_THREAD_SAFETY_ANALYSIS { EXPECT_EQ(0, mutex->lock()); },
-         .run =
-             [&]() IXLA_NO_THREAD_SAFETY_ANALYSIS
-         {
-             return mutex->unlock();
-         }});
-    sweepAllocations({.operation = "PMutex::close",
-                      .before = open,
-                      .run = [&]
-                      {
-                          return mutex->close();
-                      }});
+    sweepAllocations({
+        .operation = "PMutex::lock",
+        .run = [&]() IXLA_NO_THREAD_SAFETY_ANALYSIS { return mutex->lock(); },
+        .undo = [&]() IXLA_NO_THREAD_SAFETY_ANALYSIS { EXPECT_EQ(0, mutex->unlock()); },
+    });
+    sweepAllocations({
+        .operation = "PMutex::unlock",
+        .before = [&]() IXLA_NO_THREAD_SAFETY_ANALYSIS { EXPECT_EQ(0, mutex->lock()); },
+        .run = [&]() IXLA_NO_THREAD_SAFETY_ANALYSIS { return mutex->unlock(); },
+    });
+    sweepAllocations({
+        .operation = "PMutex::close",
+        .before = open,
+        .run = [&] { return mutex->close(); },
+    });
 }
 
 TEST(LockMemorySweep, ConditionalVar)
@@ -480,12 +470,11 @@ TEST(LockMemorySweep, ConditionalVar)
     _sweep("PConditionalVar::notifyAll", [&] { return condition->notifyAll(); });
     _sweep("PConditionalVar::wait",
            [&] { return condition->wait(&mutex, 1) == PConditionalVar::eTimeout ? 0 : -1; });
-    sweepAllocations({.operation = "PConditionalVar::close",
-                      .before = open,
-                      .run = [&]
-                      {
-                          return condition->close();
-                      }});
+    sweepAllocations({
+        .operation = "PConditionalVar::close",
+        .before = open,
+        .run = [&] { return condition->close(); },
+    });
     EXPECT_EQ(0, mutex.unlock());
 }
 
@@ -503,18 +492,16 @@ TEST(ThreadMemorySweep, EveryOperation)
                       .run = start,
                       .undo = [&] { EXPECT_EQ(0, thread->pjoin(result)); },
                       .codes = {-EAGAIN, -ENOMEM}});
-    sweepAllocations({.operation = "PThread::pjoin",
-                      .before =
-                          [&]
-                      {
-                          thread.emplace();
-                          ASSERT_EQ(0, start());
-                      },
-                      .run =
-                          [&]
-                      {
-                          return thread->pjoin(result);
-                      }});
+    sweepAllocations({
+        .operation = "PThread::pjoin",
+        .before =
+            [&]
+        {
+            thread.emplace();
+            ASSERT_EQ(0, start());
+        },
+        .run = [&] { return thread->pjoin(result); },
+    });
     _sweep("PThread::psleep",
            []
            {

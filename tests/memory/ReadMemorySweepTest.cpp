@@ -102,20 +102,16 @@ protected:
 
 TEST_F(ReadMemorySweep, References)
 {
-    sweepAllocations({.operation = "IConfig::incRef",
-                      .run = [&] { return config->incRef() > 1 ? 0 : -1; },
-                      .undo =
-                          [&]
-                      {
-                          config->decRef();
-                      }});
-    sweepAllocations({.operation = "IConfig::decRef",
-                      .before = [&] { config->incRef(); },
-                      .run =
-                          [&]
-                      {
-                          return config->decRef() > 0 ? 0 : -1;
-                      }});
+    sweepAllocations({
+        .operation = "IConfig::incRef",
+        .run = [&] { return config->incRef() > 1 ? 0 : -1; },
+        .undo = [&] { config->decRef(); },
+    });
+    sweepAllocations({
+        .operation = "IConfig::decRef",
+        .before = [&] { config->incRef(); },
+        .run = [&] { return config->decRef() > 0 ? 0 : -1; },
+    });
 }
 
 TEST_F(ReadMemorySweep, Lists)
@@ -125,26 +121,22 @@ TEST_F(ReadMemorySweep, Lists)
     {
         names = {PString(L"old")};
     };
-    sweepAllocations({.operation = "IConfig::getKeys",
-                      .before = forget,
-                      .run = [&] { return config->getKeys(names); },
-                      .unchanged = [&] { EXPECT_THAT(narrow(names), ElementsAre("old")); },
-                      .done = [&] { EXPECT_THAT(narrow(names), ElementsAre("a", sLongKey)); },
-                      .undo =
-                          [&]
-                      {
-                          names = std::vector<PString>();
-                      }});
-    sweepAllocations({.operation = "IConfig::getAttributes",
-                      .before = forget,
-                      .run = [&] { return config->getAttributes(key, names); },
-                      .unchanged = [&] { EXPECT_THAT(narrow(names), ElementsAre("old")); },
-                      .done = [&] { EXPECT_THAT(narrow(names), ElementsAre("old", "own", "own2")); },
-                      .undo =
-                          [&]
-                      {
-                          names = std::vector<PString>();
-                      }});
+    sweepAllocations({
+        .operation = "IConfig::getKeys",
+        .before = forget,
+        .run = [&] { return config->getKeys(names); },
+        .unchanged = [&] { EXPECT_THAT(narrow(names), ElementsAre("old")); },
+        .done = [&] { EXPECT_THAT(narrow(names), ElementsAre("a", sLongKey)); },
+        .undo = [&] { names = std::vector<PString>(); },
+    });
+    sweepAllocations({
+        .operation = "IConfig::getAttributes",
+        .before = forget,
+        .run = [&] { return config->getAttributes(key, names); },
+        .unchanged = [&] { EXPECT_THAT(narrow(names), ElementsAre("old")); },
+        .done = [&] { EXPECT_THAT(narrow(names), ElementsAre("old", "own", "own2")); },
+        .undo = [&] { names = std::vector<PString>(); },
+    });
 }
 
 TEST_F(ReadMemorySweep, Texts)
@@ -201,23 +193,20 @@ TEST(EventObjectMemorySweep, EveryOperation)
     std::optional<PString> read;
     const auto sweep = [&](const char* iOperation, const std::function<int()>& iRun)
     {
-        sweepAllocations({.operation = iOperation,
-                          .before = [&] { read.emplace(L"old"); },
-                          .run = iRun,
-                          .unchanged = [&] { EXPECT_EQ(PLiteral(L"old"), *read); },
-                          .done = [&] { EXPECT_EQ(text, *read); },
-                          .undo =
-                              [&]
-                          {
-                              read.reset();
-                          }});
+        sweepAllocations({
+            .operation = iOperation,
+            .before = [&] { read.emplace(L"old"); },
+            .run = iRun,
+            .unchanged = [&] { EXPECT_EQ(PLiteral(L"old"), *read); },
+            .done = [&] { EXPECT_EQ(text, *read); },
+            .undo = [&] { read.reset(); },
+        });
     };
     sweep("IConfigChanged::getID", [&] { return event->getID(*read); });
     sweep("IConfigChanged::getKey", [&] { return event->getKey(*read); });
     sweep("IConfigChanged::getAttribute", [&] { return event->getAttribute(*read); });
-    sweepAllocations({.operation = "IConfigChanged::getType",
-                      .run = [&]
-                      {
-                          return event->getType() == IConfigChanged::eValueSet ? 0 : -1;
-                      }});
+    sweepAllocations({
+        .operation = "IConfigChanged::getType",
+        .run = [&] { return event->getType() == IConfigChanged::eValueSet ? 0 : -1; },
+    });
 }

@@ -69,46 +69,39 @@ void _sweepPlugin(const std::string& iName, const PLiteral& iId, unsigned int iC
     renew();
     std::unique_ptr<PString[]> ids;
     unsigned int count = 0;
-    sweepAllocations({.operation = iName + "::getInterfaces",
-                      .before = [&] { count = 77; },
-                      .run =
-                          [&]
-                      {
-                          ids.reset(plugin->getInterfaces(count));
-                          return ids ? 0 : -501;
-                      },
-                      .unchanged = [&] { EXPECT_EQ(iCountWithout, count); },
-                      .done =
-                          [&]
-                      {
-                          ASSERT_EQ(1u, count);
-                          EXPECT_EQ(iId, ids[0]);
-                      },
-                      .undo =
-                          [&]
-                      {
-                          ids.reset();
-                      }});
+    sweepAllocations({
+        .operation = iName + "::getInterfaces",
+        .before = [&] { count = 77; },
+        .run =
+            [&]
+        {
+            ids.reset(plugin->getInterfaces(count));
+            return ids ? 0 : -501;
+        },
+        .unchanged = [&] { EXPECT_EQ(iCountWithout, count); },
+        .done =
+            [&]
+        {
+            ASSERT_EQ(1u, count);
+            EXPECT_EQ(iId, ids[0]);
+        },
+        .undo = [&] { ids.reset(); },
+    });
     ASSERT_EQ(0, plugin->init());
-    sweepAllocations({.operation = iName + "::getInstance",
-                      .run = [&]
-                      {
-                          return instance() ? 0 : -1;
-                      }});
-    sweepAllocations({.operation = iName + "::incRef",
-                      .run = [&] { return plugin->incRef() > 1 ? 0 : -1; },
-                      .undo =
-                          [&]
-                      {
-                          plugin->decRef();
-                      }});
-    sweepAllocations({.operation = iName + "::decRef",
-                      .before = [&] { plugin->incRef(); },
-                      .run =
-                          [&]
-                      {
-                          return plugin->decRef() > 0 ? 0 : -1;
-                      }});
+    sweepAllocations({
+        .operation = iName + "::getInstance",
+        .run = [&] { return instance() ? 0 : -1; },
+    });
+    sweepAllocations({
+        .operation = iName + "::incRef",
+        .run = [&] { return plugin->incRef() > 1 ? 0 : -1; },
+        .undo = [&] { plugin->decRef(); },
+    });
+    sweepAllocations({
+        .operation = iName + "::decRef",
+        .before = [&] { plugin->incRef(); },
+        .run = [&] { return plugin->decRef() > 0 ? 0 : -1; },
+    });
 }
 } // namespace
 
@@ -139,32 +132,26 @@ TEST_F(ServiceMemorySweep, FurtherInit)
         EXPECT_EQ(0, plugin->getInstance(kIxlaConfigManagerId, instance));
         return instance;
     };
-    sweepAllocations({.operation = "PConfigPlugin::init for a second time",
-                      .before = [&] { before = look(); },
-                      .run = [&] { return plugin->init(); },
-                      .unchanged =
-                          [&]
-                      {
-                          EXPECT_EQ(before, look());
-                      }});
+    sweepAllocations({
+        .operation = "PConfigPlugin::init for a second time",
+        .before = [&] { before = look(); },
+        .run = [&] { return plugin->init(); },
+        .unchanged = [&] { EXPECT_EQ(before, look()); },
+    });
 }
 
 TEST_F(ServiceMemorySweep, References)
 {
-    sweepAllocations({.operation = "ILogger::incRef",
-                      .run = [&] { return logger->incRef() > 1 ? 0 : -1; },
-                      .undo =
-                          [&]
-                      {
-                          logger->decRef();
-                      }});
-    sweepAllocations({.operation = "ILogger::decRef",
-                      .before = [&] { logger->incRef(); },
-                      .run =
-                          [&]
-                      {
-                          return logger->decRef() > 0 ? 0 : -1;
-                      }});
+    sweepAllocations({
+        .operation = "ILogger::incRef",
+        .run = [&] { return logger->incRef() > 1 ? 0 : -1; },
+        .undo = [&] { logger->decRef(); },
+    });
+    sweepAllocations({
+        .operation = "ILogger::decRef",
+        .before = [&] { logger->incRef(); },
+        .run = [&] { return logger->decRef() > 0 ? 0 : -1; },
+    });
 }
 
 // getLogger removes a logger from the cache that no caller holds.
@@ -213,14 +200,12 @@ TEST_F(ServiceMemorySweep, Messages)
 
 TEST_F(ServiceMemorySweep, Settings)
 {
-    sweepAllocations({.operation = "ILogger::setLevel",
-                      .run = [&]
-                      {
-                          return logger->setLevel(1);
-                      }});
-    sweepAllocations({.operation = "ILogger::setPrintOnConsole",
-                      .run = [&]
-                      {
-                          return logger->setPrintOnConsole(false);
-                      }});
+    sweepAllocations({
+        .operation = "ILogger::setLevel",
+        .run = [&] { return logger->setLevel(1); },
+    });
+    sweepAllocations({
+        .operation = "ILogger::setPrintOnConsole",
+        .run = [&] { return logger->setPrintOnConsole(false); },
+    });
 }
