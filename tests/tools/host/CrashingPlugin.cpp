@@ -93,47 +93,23 @@ void _crashInTwoThreads()
 
 struct Crash
 {
-    const char* name;
     void (*run)();
+    const char* name;
 };
 
 const Crash sCrashes[] = {
-    {"null", &_writeToNull},
-    {"divide",
-     []
-     {
-         sZero = 7 / sZero;
-     }},
-    {"trap",
-     []
-     {
-         __builtin_trap();
-     }},
-    {"abort",
-     []
-     {
-         std::abort();
-     }},
-    {"throw",
-     []
-     {
-         std::thread([] { throw 1; }).join();
-     }},
-    {"overflow", &_overflowHere},
-    {"library", &_crashInLibrary},
-    {"asked", &_askThenCrash},
-    {"thread",
-     []
-     {
-         std::thread(&_writeToNull).join();
-     }},
-    {"two threads", &_crashInTwoThreads},
-    {"twice", &_crashTwice},
-    {"call of null",
-     []
-     {
-         reinterpret_cast<void (*)()>(sNull)();
-     }},
+    {&_writeToNull, "null"},
+    {[] { sZero = 7 / sZero; }, "divide"},
+    {[] { __builtin_trap(); }, "trap"},
+    {[] { std::abort(); }, "abort"},
+    {[] { std::thread([] { throw 1; }).join(); }, "throw"},
+    {&_overflowHere, "overflow"},
+    {&_crashInLibrary, "library"},
+    {&_askThenCrash, "asked"},
+    {[] { std::thread(&_writeToNull).join(); }, "thread"},
+    {&_crashInTwoThreads, "two threads"},
+    {&_crashTwice, "twice"},
+    {[] { reinterpret_cast<void (*)()>(sNull)(); }, "call of null"},
 };
 
 void _crash(const std::string& iName)
