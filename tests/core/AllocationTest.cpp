@@ -82,12 +82,7 @@ TEST_F(CoreAllocation, FailedRegistrationRegistersNoInterface)
     for (; !done; ++swept)
     {
         // The plugin's own list has been allocated; the core's registration fails.
-        PluginHooks::on("beta.getInterfaces",
-                        [swept]
-                        {
-                            AllocationFaults::failOnceAfter(swept);
-                            return 0;
-                        });
+        PluginHooks::on("beta.getInterfaces", [swept] { AllocationFaults::failOnceAfter(swept); });
         const int result = fCore.start();
         AllocationFaults::disarm();
         done = !AllocationFaults::struck();

@@ -120,7 +120,6 @@ protected:
                         {
                             fUnloaded = iUnload();
                             fDestroyedInInit = PluginHooks::count("alpha.destroyed");
-                            return 0;
                         });
     }
 

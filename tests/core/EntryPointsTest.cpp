@@ -96,7 +96,6 @@ TEST_F(EntryPoints, RefusedUnloadWhileStartingIsFramedInTheLog)
                         const int before = fCore.logCount("D Core *****");
                         EXPECT_EQ(eIxlaCoreNotStarted, ixlaUnloadPlugin(nullptr));
                         frames = fCore.logCount("D Core *****") - before;
-                        return 0;
                     });
     ASSERT_EQ(0, fCore.start());
     EXPECT_EQ(2, frames);
@@ -118,7 +117,6 @@ TEST_F(EntryPoints, LookupsWhileStartingAreRefusedAndLogged)
                         unload = ixlaUnloadPlugin(nullptr);
                         available = ixlaIsInterfaceAvailable(kIxlaLoggerId);
                         start = ixlaStart(&argument, 1);
-                        return 0;
                     });
     ASSERT_EQ(0, fCore.start());
     EXPECT_EQ(-1002, lookup);

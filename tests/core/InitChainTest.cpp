@@ -160,11 +160,7 @@ public:
     explicit HeldInit(const std::string& iPlugin)
     {
         PluginHooks::on(iPlugin + ".init",
-                        [mayEnd = fLeave.get_future().share()]
-                        {
-                            mayEnd.wait();
-                            return 0;
-                        });
+                        [mayEnd = fLeave.get_future().share()] { mayEnd.wait(); });
     }
 
     void release()
@@ -277,12 +273,7 @@ TEST_F(InitChain, CircleIsNamedByAThreadThatWaitsForAPartOfIt)
 TEST_F(InitChain, LoopOfAPluginWithItselfIsNamed)
 {
     ASSERT_EQ(0, fCore.start());
-    PluginHooks::on("alpha.init",
-                    []
-                    {
-                        EXPECT_EQ(-2003, request(L"test.alpha"));
-                        return 0;
-                    });
+    PluginHooks::on("alpha.init", [] { EXPECT_EQ(-2003, request(L"test.alpha")); });
     EXPECT_EQ(0, request(L"test.alpha"));
     EXPECT_EQ((std::vector<std::string>{
                   "thread A initialises libalpha.so, which asks for libalpha.so (circle)"}),
@@ -301,7 +292,6 @@ TEST_F(InitChain, LoopNamesThePluginsBetweenInTheirOrder)
                     {
                         EXPECT_EQ(-2003, request(L"test.beta"));
                         EXPECT_EQ(-2003, request(L"test.gamma"));
-                        return 0;
                     });
     EXPECT_EQ(0, request(L"test.gamma"));
     EXPECT_EQ((std::vector<std::string>{
@@ -341,7 +331,6 @@ TEST_F(InitChain, LackOfMemoryOnlyShortensTheLine)
                         AllocationFaults::failAfter(0);
                         inner = request(L"test.alpha");
                         AllocationFaults::disarm();
-                        return 0;
                     });
     EXPECT_EQ(0, request(L"test.alpha"));
     EXPECT_EQ(-2003, inner);

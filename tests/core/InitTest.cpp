@@ -150,12 +150,7 @@ TEST_F(Init, RequestForItselfOnTheSameThreadIsRefused)
 {
     startWith("alpha");
     int inner = 0;
-    PluginHooks::on("alpha.init",
-                    [&]
-                    {
-                        inner = request(L"test.alpha");
-                        return 0;
-                    });
+    PluginHooks::on("alpha.init", [&] { inner = request(L"test.alpha"); });
     EXPECT_EQ(0, request(L"test.alpha"));
     EXPECT_EQ(-2003, inner);
     EXPECT_EQ(1, fCore.logCount("] Detect plugin init loop lock thread ID: 0x"));
@@ -168,12 +163,7 @@ TEST_F(Init, LoopThroughAnotherPluginIsRefused)
     startWith("alpha");
     int inner = 0;
     PluginHooks::on("alpha.init", [] { return request(L"test.beta"); });
-    PluginHooks::on("beta.init",
-                    [&]
-                    {
-                        inner = request(L"test.alpha");
-                        return 0;
-                    });
+    PluginHooks::on("beta.init", [&] { inner = request(L"test.alpha"); });
     EXPECT_EQ(0, request(L"test.alpha"));
     EXPECT_EQ(-2003, inner);
 }
@@ -297,12 +287,7 @@ TEST_F(Init, MutexThatCannotBeLockedFailsTheRequest)
 TEST_F(Init, MutexThatCannotBeLockedAfterInitLeavesThePluginInitialising)
 {
     startWith("alpha");
-    PluginHooks::on("alpha.init",
-                    []
-                    {
-                        PortFaults::mutexLock.armOnThisThread(-22, 0, 1);
-                        return 0;
-                    });
+    PluginHooks::on("alpha.init", [] { PortFaults::mutexLock.armOnThisThread(-22, 0, 1); });
     EXPECT_EQ(-2003, request(L"test.alpha"));
     EXPECT_EQ(1, fCore.logCount("] Failed to init plugin err: -1013"));
     // This thread is still recorded as the initialising one.
@@ -325,12 +310,7 @@ TEST_F(Init, MutexThatCannotBeUnlockedFailsTheRequest)
 TEST_F(Init, MutexThatCannotBeUnlockedAfterInitFailsTheRequest)
 {
     startWith("alpha");
-    PluginHooks::on("alpha.init",
-                    []
-                    {
-                        PortFaults::mutexUnlock.armOnThisThread(-22, 0, 1);
-                        return 0;
-                    });
+    PluginHooks::on("alpha.init", [] { PortFaults::mutexUnlock.armOnThisThread(-22, 0, 1); });
     EXPECT_EQ(-2003, request(L"test.alpha"));
     EXPECT_EQ(1, fCore.logCount("] Failed to init plugin err: -1014"));
     // The plugin itself is initialised; the mutex stayed with this thread, which may go on.
@@ -347,7 +327,6 @@ TEST_F(Init, MutexThatCannotBeUnlockedAfterALoopFailsTheRequest)
                     {
                         PortFaults::mutexUnlock.armOnThisThread(-22, 0, 1);
                         inner = request(L"test.alpha");
-                        return 0;
                     });
     EXPECT_EQ(0, request(L"test.alpha"));
     EXPECT_EQ(-2003, inner);

@@ -49,7 +49,6 @@ protected:
                         {
                             fLeave.get_future().wait();
                             fLeft.set_value();
-                            return 0;
                         });
     }
 
@@ -243,7 +242,7 @@ TEST_F(Stop, MutexThatCannotBeLockedEndsTheStopFlow)
 TEST_F(Stop, MutexThatCannotBeUnlockedEndsTheStopFlow)
 {
     startListening();
-    PluginHooks::on("alpha.event", [] { return 0; });
+    PluginHooks::on("alpha.event", [] {});
     PortFaults::mutexUnlock.armOnThisThread(-22, 0, 1);
     EXPECT_EQ(-1014, fCore.stop());
     EXPECT_EQ(1, PluginHooks::count("alpha.event"));
@@ -275,7 +274,6 @@ TEST_F(Stop, FailedWaitWhileTheNotifierReportsWaitsForIt)
                         {
                             std::this_thread::yield();
                         }
-                        return 0;
                     });
     PortFaults::condVarWait.armOnThisThread(-22, 0, 1);
     EXPECT_EQ(-1015, fCore.stop());
@@ -302,7 +300,6 @@ TEST_F(Stop, NotifierThatCannotLockIsWaitedForUntilTheLimit)
                     {
                         // This thread's two locks of the dispatcher come before.
                         PortFaults::mutexLock.armOnThisThread(-22, 0, 1);
-                        return 0;
                     });
     PortFaults::condVarWait.armOnThisThread(-733);
     const auto begin = std::chrono::steady_clock::now();
@@ -335,12 +332,7 @@ TEST_F(Stop, FailedStartReleasesWhatWasLoaded)
 TEST_F(Stop, StartingWhileAFailedStartReleasesItsPluginsIsRefused)
 {
     int result = 0;
-    PluginHooks::on("alpha.destroyed",
-                    [&result]
-                    {
-                        result = ixlaStart(nullptr, 0);
-                        return 0;
-                    });
+    PluginHooks::on("alpha.destroyed", [&result] { result = ixlaStart(nullptr, 0); });
     fCore.dir.write("plugins/zz.so", "text");
     EXPECT_EQ(-8, fCore.start());
     EXPECT_EQ(eIxlaCoreExists, result);

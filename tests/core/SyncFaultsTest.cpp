@@ -44,12 +44,7 @@ protected:
     int startWithFaultAfterInit(PortFault& ioFault)
     {
         fCore.set("core.autostart.list", "alpha");
-        PluginHooks::on("alpha.init",
-                        [&ioFault]
-                        {
-                            ioFault.armOnThisThread(kFault, 0, 1);
-                            return 0;
-                        });
+        PluginHooks::on("alpha.init", [&ioFault] { ioFault.armOnThisThread(kFault, 0, 1); });
         return fCore.start();
     }
 
@@ -57,12 +52,7 @@ protected:
     /// notifier thread has called it and reports.
     void startWithFaultInReport(PortFault& ioFault)
     {
-        PluginHooks::on("alpha.event",
-                        [&ioFault]
-                        {
-                            ioFault.armOnThisThread(kFault, 0, 1);
-                            return 0;
-                        });
+        PluginHooks::on("alpha.event", [&ioFault] { ioFault.armOnThisThread(kFault, 0, 1); });
         ASSERT_EQ(0, fCore.start());
         IEventDispatcher* dispatcher = fCore.get<IEventDispatcher>(kIxlaEventDispatcherId);
         ITestService* service = fCore.get<ITestService>(L"test.alpha");
@@ -102,12 +92,7 @@ TEST_F(SyncFaults, WaiterThatCannotUnlockGetsAnError)
 {
     ASSERT_EQ(0, fCore.start());
     std::promise<void> leave;
-    PluginHooks::on("alpha.init",
-                    [&leave]
-                    {
-                        leave.get_future().wait();
-                        return 0;
-                    });
+    PluginHooks::on("alpha.init", [&leave] { leave.get_future().wait(); });
     std::future<int> first = std::async(std::launch::async, &SyncFaults::request);
     ASSERT_TRUE(PluginHooks::waitFor("alpha.init"));
     std::future<int> second = std::async(std::launch::async,
@@ -134,7 +119,6 @@ TEST_F(SyncFaults, WaitersKeepWaitingForAThreadThatCannotLockAfterItsInit)
                     {
                         leave.get_future().wait();
                         PortFaults::mutexLock.armOnThisThread(kFault, 0, 1);
-                        return 0;
                     });
     std::future<int> first = std::async(std::launch::async, &SyncFaults::request);
     ASSERT_TRUE(PluginHooks::waitFor("alpha.init"));

@@ -74,7 +74,6 @@ TEST_F(HostileListener, UnsubscribingItselfAtTheExitIsServed)
                     {
                         removed = fDispatcher->removeListener(kIxlaCoreExitTopic, fAlpha);
                         again = fDispatcher->removeListener(kIxlaCoreExitTopic, fAlpha);
-                        return 0;
                     });
     EXPECT_TRUE(stopsCleanly());
     EXPECT_EQ(0, removed);
@@ -95,7 +94,6 @@ TEST_F(HostileListener, UnsubscribingAllOthersAtTheExitDoesNotEndTheDelivery)
                         {
                             results += fDispatcher->removeListener(kIxlaCoreExitTopic, service);
                         }
-                        return 0;
                     });
     EXPECT_TRUE(stopsCleanly());
     EXPECT_EQ(0, results);
@@ -116,7 +114,6 @@ TEST_F(HostileListener, SubscribingOthersDuringTheEventReachesLaterEventsOnly)
                     {
                         results.push_back(fDispatcher->addListener(L"topic", fBeta));
                         results.push_back(fDispatcher->addListener(kIxlaCoreExitTopic, fBeta));
-                        return 0;
                     });
     EXPECT_EQ(0, fDispatcher->send(L"topic", nullptr, 0));
     EXPECT_EQ(0, PluginHooks::count("beta.event"));
@@ -156,7 +153,6 @@ TEST_F(HostileListener, SendingOnItsOwnTopicAHundredDeepEnds)
                         {
                             failures += fDispatcher->send(L"deep", nullptr, depth) != 0;
                         }
-                        return 0;
                     });
     EXPECT_EQ(0, fDispatcher->send(L"deep", nullptr, 0));
     EXPECT_EQ(0, failures);
@@ -186,7 +182,6 @@ TEST_F(HostileListener, ReleasingTheDispatcherDuringItsEventIsHarmless)
                         own.clear();
                         // Already empty: a holder drops its reference only once.
                         own.clear();
-                        return 0;
                     });
     PluginHooks::on("beta.event",
                     []

@@ -76,7 +76,7 @@ TEST_F(HostileRelease, PluginWhoseDecRefThrowsIsAbandoned)
     EXPECT_TRUE(stopsCleanly());
     EXPECT_EQ(1, PluginHooks::count("alpha.decRef"));
     // No other object throws; the library is still mapped.
-    PluginHooks::on("alpha.decRef", [] { return 0; });
+    PluginHooks::on("alpha.decRef", [] {});
     EXPECT_EQ(0, givenUp->decRef());
 }
 
@@ -87,7 +87,7 @@ TEST_F(HostileRelease, ExceptionOutOfAnOrdinaryDestructorEndsTheProcess)
     startWith("no_interfaces");
     throwAt("no_interfaces.destroyed");
     EXPECT_DEATH(ixlaUnloadPlugin(fCore.firstPlugin()), "not today");
-    PluginHooks::on("no_interfaces.destroyed", [] { return 0; });
+    PluginHooks::on("no_interfaces.destroyed", [] {});
 }
 #endif
 

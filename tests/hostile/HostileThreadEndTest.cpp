@@ -104,7 +104,7 @@ protected:
     void expectWholeDispatcher(const wchar_t* iTopic)
     {
         EXPECT_EQ(0, fCounter->events);
-        PluginHooks::on("alpha.event", [] { return 0; });
+        PluginHooks::on("alpha.event", [] {});
         EXPECT_EQ(0, fDispatcher->send(iTopic, nullptr, 0));
         EXPECT_EQ(1, fCounter->events);
         EXPECT_EQ(0, fDispatcher->removeListener(iTopic, fCounter.get()));
@@ -167,12 +167,7 @@ TEST_F(HostileThreadEnd, IsDeferredWhileTheThreadWaitsForAnInit)
 {
     startWith("alpha");
     std::promise<void> cancelled;
-    PluginHooks::on("alpha.init",
-                    [&]
-                    {
-                        cancelled.get_future().wait();
-                        return 0;
-                    });
+    PluginHooks::on("alpha.init", [&] { cancelled.get_future().wait(); });
     std::future<int> initialising =
         std::async(std::launch::async, [] { return request("test.alpha"); });
     ASSERT_TRUE(PluginHooks::waitFor("alpha.init"));
@@ -200,7 +195,7 @@ TEST_F(HostileThreadEnd, InGetInstanceEndsTheLookup)
     EndingThread asking([] { request("test.alpha"); });
     EXPECT_TRUE(asking.endedEarly());
     EXPECT_EQ(1, fCore.logCount("] Plugin ended its thread in getInstance"));
-    PluginHooks::on("alpha.getInstance", [] { return 0; });
+    PluginHooks::on("alpha.getInstance", [] {});
     EXPECT_EQ(0, request("test.alpha"));
     EXPECT_TRUE(stopsAtOnce());
 }
@@ -251,7 +246,7 @@ TEST_F(HostileThreadEnd, DuringTheStartUndoesTheStart)
         EXPECT_TRUE(starting.endedEarly()) << step;
         EXPECT_EQ(eIxlaCoreNotStarted, request("test.alpha")) << step;
         EXPECT_EQ(eIxlaCoreNotStarted, ixlaStop()) << step;
-        PluginHooks::on(step, [] { return 0; });
+        PluginHooks::on(step, [] {});
     }
     EXPECT_EQ(3, fCore.logCount("E Core [PCore] Plugin ended the thread that starts the core"));
     ASSERT_EQ(0, fCore.start());
@@ -294,12 +289,7 @@ TEST_F(HostileThreadEnd, IsDeferredWhileListenersAndPluginsAreReleased)
     fService.clear();
     for (const char* step : {"alpha.service destroyed", "alpha.destroyed"})
     {
-        PluginHooks::on(step,
-                        []
-                        {
-                            pthread_testcancel();
-                            return 0;
-                        });
+        PluginHooks::on(step, [] { pthread_testcancel(); });
     }
     int unloaded = 1;
     EndingThread releasing(
@@ -320,12 +310,7 @@ TEST_F(HostileThreadEnd, IsDeferredDuringTheWholeStop)
     fCore.set("core.free.plugins.lib", "true");
     startWith("alpha");
     int stopped = 1;
-    PluginHooks::on("alpha.destroyed",
-                    []
-                    {
-                        pthread_testcancel();
-                        return 0;
-                    });
+    PluginHooks::on("alpha.destroyed", [] { pthread_testcancel(); });
     EndingThread stopping(
         [&]
         {

@@ -35,12 +35,7 @@ protected:
     /// Blocks alpha's init until the test releases it.
     void holdInit()
     {
-        PluginHooks::on("alpha.init",
-                        [this]
-                        {
-                            fLeave.get_future().wait();
-                            return 0;
-                        });
+        PluginHooks::on("alpha.init", [this] { fLeave.get_future().wait(); });
     }
 
     std::promise<void> fLeave;
@@ -106,12 +101,7 @@ TEST_F(HostileThread, StoppingWhileTheCoreStartsIsRefused)
     std::vector<int> results;
     for (const char* step : {"alpha.factory", "alpha.getInterfaces", "alpha.init"})
     {
-        PluginHooks::on(step,
-                        [&]
-                        {
-                            results.push_back(ixlaStop());
-                            return 0;
-                        });
+        PluginHooks::on(step, [&] { results.push_back(ixlaStop()); });
     }
     fCore.set("core.autostart.list", "alpha");
     startWith("alpha");
@@ -131,7 +121,6 @@ TEST_F(HostileThread, CallsOfAPluginsDestructorStillFindTheCore)
                         lookup = request("test.alpha");
                         unload = ixlaUnloadPlugin(nullptr);
                         available = ixlaIsInterfaceAvailable(L"test.alpha");
-                        return 0;
                     });
     EXPECT_EQ(0, fCore.stop());
     EXPECT_EQ(eIxlaUnknownInterface, lookup);

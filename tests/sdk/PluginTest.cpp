@@ -288,7 +288,6 @@ TEST_F(PluginTest, HoldsTheServicesOfTheCoreFromItsInitOn)
                         {
                             before.push_back(_references(service));
                         }
-                        return 0;
                     });
     std::vector<int> idle;
     for (IBase* service : services)

@@ -220,7 +220,6 @@ TEST(TestCoreTest, StopReportsThreadsInsidePlugins)
                         PortFaults::mutexInit.armOnThisThread(-11);
                         text = textThrown([&] { core.stop(); });
                         PortFaults::reset();
-                        return 0;
                     });
     core.service<IBase>(L"test.alpha");
     EXPECT_THAT(text, HasSubstr("threads were still inside the core"));

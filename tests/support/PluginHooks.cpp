@@ -66,7 +66,7 @@ void PluginHooks::end()
     sEnded = true;
 }
 
-void PluginHooks::on(const std::string& iStep, std::function<int()> iAction)
+void PluginHooks::set(const std::string& iStep, std::function<int()> iAction)
 {
     const std::lock_guard<std::mutex> lock(_state().mutex);
     _state().actions[iStep] = std::move(iAction);
