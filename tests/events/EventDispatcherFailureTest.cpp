@@ -83,11 +83,13 @@ protected:
                                               {
                                                   if (++depth < kManyEvents)
                                                   {
-                                                      return dispatcher->send(kOuter, nullptr, 0);
+                                                      dispatcher->send(kOuter, nullptr, 0);
                                                   }
-                                                  iFail();
-                                                  result = send();
-                                                  return 0;
+                                                  else
+                                                  {
+                                                      iFail();
+                                                      result = send();
+                                                  }
                                               });
         EXPECT_EQ(0, dispatcher->addListener(kOuter, outer.get()));
         EXPECT_EQ(0, dispatcher->send(kOuter, nullptr, 0));

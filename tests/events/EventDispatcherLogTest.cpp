@@ -170,7 +170,7 @@ TEST_F(EventDispatcherLog, TracesNeedALevelOf1000)
 TEST_F(EventDispatcherLog, ThrowingListenerIsLogged)
 {
     const auto listener = TestListener::make(journal, "L",
-                                             [](TestListener&, const TestEvent&) -> int
+                                             [](TestListener&, const TestEvent&)
                                              { throw std::runtime_error("listener"); });
     dispatcher->addListener(kTopic, listener.get());
 

@@ -136,7 +136,6 @@ TEST_F(EventDispatcherMemory, ChangeWithoutMemoryDuringADeliveryHasNoEffect)
                                results[0] = dispatcher->removeListener(kTopic, &ioSelf);
                                results[1] = dispatcher->addListener(kTopic, second.get());
                                AllocationFaults::disarm();
-                               return 0;
                            });
     dispatcher->addListener(kTopic, first.get());
     dispatcher->addListener(kTopic, changing.get());
@@ -159,7 +158,6 @@ TEST_F(EventDispatcherMemory, LastListenerIsRemovedWithoutMemoryDuringADelivery)
                                                 result =
                                                     dispatcher->removeListener(kTopic, &ioSelf);
                                                 AllocationFaults::disarm();
-                                                return 0;
                                             });
     dispatcher->addListener(kTopic, leaving.get());
 

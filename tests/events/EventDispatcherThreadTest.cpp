@@ -103,12 +103,7 @@ TEST_F(EventDispatcherThreads, ListenersSubscribeAndUnsubscribeInTheHandlerWhile
 TEST_F(EventDispatcherThreads, ListenersStayValidWhileOthersSubscribeAndSend)
 {
     std::atomic<int> events{0};
-    add(
-        [&events](TestListener&, const TestEvent&)
-        {
-            ++events;
-            return 0;
-        });
+    add([&events](TestListener&, const TestEvent&) { ++events; });
 
     together(6,
              [&](int iNumber)
@@ -154,7 +149,6 @@ TEST_F(EventDispatcherThreads, SendsAreDeliveredWhileAnotherDeliveryIsUnderWay)
                 other = std::async(std::launch::async, [this] { return send(); });
                 status = other.wait_for(kLimit);
             }
-            return 0;
         });
 
     EXPECT_EQ(eIxlaOk, send());
@@ -172,7 +166,6 @@ TEST_F(EventDispatcherThreads, ListenerRemovedByAnotherThreadLivesUntilItsCallRe
         {
             std::thread([&] { result = dispatcher->removeListener(kTopic, &ioSelf); }).join();
             aliveDuring = journal.alive;
-            return 0;
         });
 
     EXPECT_EQ(eIxlaOk, send());

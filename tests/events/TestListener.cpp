@@ -57,7 +57,11 @@ int TestListener::handleEvent(const PLiteral& iTopic, IBase* iParam1, int iParam
     {
         fJournal.note(fName);
     }
-    return fAction ? fAction(*this, TestEvent{iTopic, iParam1, iParam2}) : 0;
+    if (fAction)
+    {
+        fAction(*this, TestEvent{iTopic, iParam1, iParam2});
+    }
+    return result;
 }
 
 int TestListener::references() const

@@ -37,7 +37,7 @@ struct TestEvent
 class TestListener : public IEventListener
 {
 public:
-    typedef std::function<int(TestListener&, const TestEvent&)> Action;
+    typedef std::function<void(TestListener&, const TestEvent&)> Action;
 
     TestListener(Journal& ioJournal, std::string iName, Action iAction = nullptr);
 
@@ -49,6 +49,9 @@ public:
     int handleEvent(const PLiteral& iTopic, IBase* iParam1, int iParam2) override;
 
     int references() const;
+
+    /// The result of each event.
+    int result = 0;
 
     /// Called by the destructor of the listener.
     std::function<void()> onDestroy;

@@ -41,11 +41,7 @@ private:
     PBaseptr<TestListener> listener()
     {
         return TestListener::make(journal, "",
-                                  [this](TestListener&, const TestEvent&)
-                                  {
-                                      ++heard;
-                                      return 0;
-                                  });
+                                  [this](TestListener&, const TestEvent&) { ++heard; });
     }
 };
 } // namespace
