@@ -12,6 +12,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <functional>
 #include <future>
 #include <memory>
 #include <stdexcept>
@@ -31,12 +32,15 @@ using namespace std::chrono_literals;
 class TimerTest : public testing::Test
 {
 protected:
-    /// A callable that notes iName and the milliseconds since the begin of the test.
-    auto note(const std::string& iName)
+    /// A callable that notes iName and the milliseconds since the begin of the test, then calls
+    /// iThen.
+    std::function<void()> note(
+        const std::string& iName, const std::function<void()>& iThen = [] {})
     {
-        return [this, iName]
+        return [this, iName, iThen]
         {
             add(iName);
+            iThen();
         };
     }
 
@@ -111,12 +115,7 @@ TEST_F(TimerTest, TasksOfItsWorkerDelayIt)
 TEST_F(TimerTest, TimesThatPassWhileItsCallableRunsAreLeftOut)
 {
     PTimer timer(fWorker);
-    EXPECT_EQ(0, timer.every(10ms,
-                             [this]
-                             {
-                                 add("a");
-                                 fWorker.sleep(25ms);
-                             }));
+    EXPECT_EQ(0, timer.every(10ms, note("a", [this] { fWorker.sleep(25ms); })));
     EXPECT_EQ((Fired{"a10", "a40", "a70"}), advance(70ms));
     fWorker.end(); // the last callable sleeps
 }
@@ -144,48 +143,28 @@ TEST_F(TimerTest, AnotherTimeReplacesTheEarlierOne)
 TEST_F(TimerTest, ItsCallableMayEndIt)
 {
     PTimer timer(fWorker);
-    EXPECT_EQ(0, timer.every(10ms,
-                             [&]
-                             {
-                                 add("a");
-                                 timer.end();
-                             }));
+    EXPECT_EQ(0, timer.every(10ms, note("a", [&] { timer.end(); })));
     EXPECT_EQ(Fired{"a10"}, advance(100ms));
 }
 
 TEST_F(TimerTest, ItsCallableMaySetItAgain)
 {
     PTimer timer(fWorker);
-    EXPECT_EQ(0, timer.every(10ms,
-                             [&]
-                             {
-                                 add("a");
-                                 EXPECT_EQ(0, timer.once(5ms, note("b")));
-                             }));
+    EXPECT_EQ(0, timer.every(10ms, note("a", [&] { EXPECT_EQ(0, timer.once(5ms, note("b"))); })));
     EXPECT_EQ((Fired{"a10", "b15"}), advance(100ms));
 }
 
 TEST_F(TimerTest, ItsCallableMayDestroyIt)
 {
     auto timer = std::make_unique<PTimer>(fWorker);
-    EXPECT_EQ(0, timer->every(10ms,
-                              [&]
-                              {
-                                  add("a");
-                                  timer.reset();
-                              }));
+    EXPECT_EQ(0, timer->every(10ms, note("a", [&] { timer.reset(); })));
     EXPECT_EQ(Fired{"a10"}, advance(100ms));
 }
 
 TEST_F(TimerTest, ItsCallableMayEndTheWorker)
 {
     PTimer timer(fWorker);
-    EXPECT_EQ(0, timer.every(10ms,
-                             [&]
-                             {
-                                 add("a");
-                                 fWorker.end();
-                             }));
+    EXPECT_EQ(0, timer.every(10ms, note("a", [&] { fWorker.end(); })));
     EXPECT_EQ(Fired{"a10"}, advance(100ms));
     EXPECT_EQ(eIxlaNoInstance, timer.every(10ms, note("b")));
 }
