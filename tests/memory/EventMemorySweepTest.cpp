@@ -48,16 +48,7 @@ private:
 
 TEST_F(EventMemorySweep, References)
 {
-    sweepAllocations({
-        .operation = "IEventDispatcher::incRef",
-        .run = [&] { return dispatcher->incRef() > 1 ? 0 : -1; },
-        .undo = [&] { dispatcher->decRef(); },
-    });
-    sweepAllocations({
-        .operation = "IEventDispatcher::decRef",
-        .before = [&] { dispatcher->incRef(); },
-        .run = [&] { return dispatcher->decRef() > 0 ? 0 : -1; },
-    });
+    sweepReferences(*dispatcher, "IEventDispatcher::incRef", "IEventDispatcher::decRef");
 }
 
 TEST_F(EventMemorySweep, FirstSubscription)

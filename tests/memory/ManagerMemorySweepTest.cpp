@@ -175,16 +175,7 @@ protected:
 
 TEST_F(ManagerMemorySweep, References)
 {
-    sweepAllocations({
-        .operation = "IConfigManager::incRef",
-        .run = [&] { return manager.incRef() > 1 ? 0 : -1; },
-        .undo = [&] { manager.decRef(); },
-    });
-    sweepAllocations({
-        .operation = "IConfigManager::decRef",
-        .before = [&] { manager.incRef(); },
-        .run = [&] { return manager.decRef() > 0 ? 0 : -1; },
-    });
+    sweepReferences(manager, "IConfigManager::incRef", "IConfigManager::decRef");
 }
 
 TEST_F(ManagerMemorySweep, ListOfIDs)

@@ -102,16 +102,7 @@ protected:
 
 TEST_F(ReadMemorySweep, References)
 {
-    sweepAllocations({
-        .operation = "IConfig::incRef",
-        .run = [&] { return config->incRef() > 1 ? 0 : -1; },
-        .undo = [&] { config->decRef(); },
-    });
-    sweepAllocations({
-        .operation = "IConfig::decRef",
-        .before = [&] { config->incRef(); },
-        .run = [&] { return config->decRef() > 0 ? 0 : -1; },
-    });
+    sweepReferences(*config, "IConfig::incRef", "IConfig::decRef");
 }
 
 TEST_F(ReadMemorySweep, Lists)

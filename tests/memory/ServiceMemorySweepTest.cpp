@@ -92,16 +92,7 @@ void _sweepPlugin(const std::string& iName, const PLiteral& iId, unsigned int iC
         .operation = iName + "::getInstance",
         .run = [&] { return instance() ? 0 : -1; },
     });
-    sweepAllocations({
-        .operation = iName + "::incRef",
-        .run = [&] { return plugin->incRef() > 1 ? 0 : -1; },
-        .undo = [&] { plugin->decRef(); },
-    });
-    sweepAllocations({
-        .operation = iName + "::decRef",
-        .before = [&] { plugin->incRef(); },
-        .run = [&] { return plugin->decRef() > 0 ? 0 : -1; },
-    });
+    sweepReferences(*plugin, iName + "::incRef", iName + "::decRef");
 }
 } // namespace
 
@@ -142,16 +133,7 @@ TEST_F(ServiceMemorySweep, FurtherInit)
 
 TEST_F(ServiceMemorySweep, References)
 {
-    sweepAllocations({
-        .operation = "ILogger::incRef",
-        .run = [&] { return logger->incRef() > 1 ? 0 : -1; },
-        .undo = [&] { logger->decRef(); },
-    });
-    sweepAllocations({
-        .operation = "ILogger::decRef",
-        .before = [&] { logger->incRef(); },
-        .run = [&] { return logger->decRef() > 0 ? 0 : -1; },
-    });
+    sweepReferences(*logger, "ILogger::incRef", "ILogger::decRef");
 }
 
 // getLogger removes a logger from the cache that no caller holds.

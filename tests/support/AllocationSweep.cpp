@@ -189,3 +189,17 @@ void sweepAllocations(const AllocationSweep& iSweep)
     std::printf("swept %d allocation points: %s\n", result.points, iSweep.operation.c_str());
     testing::Test::RecordProperty(_property(iSweep.operation), result.points);
 }
+
+void sweepReferences(IBase& ioObject, const std::string& iIncRef, const std::string& iDecRef)
+{
+    sweepAllocations({
+        .operation = iIncRef,
+        .run = [&] { return ioObject.incRef() > 1 ? 0 : -1; },
+        .undo = [&] { ioObject.decRef(); },
+    });
+    sweepAllocations({
+        .operation = iDecRef,
+        .before = [&] { ioObject.incRef(); },
+        .run = [&] { return ioObject.decRef() > 0 ? 0 : -1; },
+    });
+}

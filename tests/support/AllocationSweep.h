@@ -3,6 +3,8 @@
 #ifndef IXLAL_TESTS_ALLOCATIONSWEEP_H
 #define IXLAL_TESTS_ALLOCATIONSWEEP_H
 
+#include "IBase.h"
+
 #include <functional>
 #include <string>
 #include <vector>
@@ -65,5 +67,8 @@ void keepNoThreadMemory();
 
 /// Sweeps as a check of the current test; prints the number of points.
 void sweepAllocations(const AllocationSweep& iSweep);
+
+/// Sweeps the operations incRef and decRef of an object, by their names.
+void sweepReferences(IBase& ioObject, const std::string& iIncRef, const std::string& iDecRef);
 
 #endif
