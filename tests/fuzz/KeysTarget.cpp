@@ -6,6 +6,7 @@
 #include "helpers/Text.h"
 #include "shared/PConfigFile.h"
 #include "shared/PKeyNote.h"
+#include "shared/ToolTexts.h"
 
 #include <set>
 

@@ -7,18 +7,15 @@
 #include "shared/PCoreSettings.h"
 #include "shared/PStoreCopies.h"
 #include "shared/PStoreRepair.h"
+#include "shared/ToolTexts.h"
 
-#include <algorithm>
 #include <iostream>
-#include <iterator>
 
 namespace
 {
 std::string _storePath(const ConfigOptions& iOptions)
 {
-    std::vector<PString> arguments;
-    std::transform(iOptions.core.begin(), iOptions.core.end(), std::back_inserter(arguments),
-                   &ixlaWide);
+    std::vector<PString> arguments = wideTexts(iOptions.core);
     arguments.push_back(ixlaWide("core.plugins.config.dir=" + iOptions.dir));
     std::string path = PCoreSettings(arguments).storePath();
     if (path.empty())

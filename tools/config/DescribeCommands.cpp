@@ -4,22 +4,13 @@
 #include "config/KeyJson.h"
 #include "config/PPluginKeys.h"
 #include "config/PToolError.h"
+#include "shared/ToolTexts.h"
 
 #include <filesystem>
 #include <iostream>
 
 namespace
 {
-std::string _joined(const std::vector<std::string>& iTexts)
-{
-    std::string joined;
-    for (const std::string& text : iTexts)
-    {
-        joined += (joined.empty() ? "" : ", ") + shownUtf8(text);
-    }
-    return joined;
-}
-
 std::vector<std::string> _fileNames(const std::vector<std::string>& iPaths)
 {
     std::vector<std::string> names;
@@ -41,7 +32,8 @@ void _printNames(const std::vector<std::string>& iNames)
 
 void _printConfig(const std::string& iID, const DeclaredConfig& iConfig)
 {
-    std::cout << shownUtf8(iID) << ", declared by " << _joined(iConfig.libraries) << "\n\n";
+    std::cout << shownUtf8(iID) << ", declared by " << shownUtf8(joinedTexts(iConfig.libraries))
+              << "\n\n";
     for (const DeclaredKey& key : iConfig.keys)
     {
         std::cout << shownUtf8(key.name) << ": " << shownUtf8(key.description) << "\n    "
@@ -73,7 +65,7 @@ std::vector<std::string> _chosenIDs(const DescribeRequest& iRequest, const PPlug
 void _printTemplate(const std::string& iID, const DeclaredConfig& iConfig)
 {
     std::cout << "# Settings of " << shownUtf8(iID) << ", declared by "
-              << _joined(_fileNames(iConfig.libraries))
+              << shownUtf8(joinedTexts(_fileNames(iConfig.libraries)))
               << ".\n# Each line below a description has the default. Remove its \"#\" to change "
                  "it.\n# The file takes effect when ixlap.configmanager.prs lists it for the "
                  "ID.\n";

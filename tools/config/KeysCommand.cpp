@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "config/KeysCommand.h"
 
+#include "config/KeyJson.h"
 #include "config/PToolError.h"
 #include "shared/CoreKeys.h"
-
-#include <nlohmann/json.hpp>
 
 #include <iostream>
 
@@ -39,7 +38,7 @@ int runCoreKeys(bool iJson)
     }
     if (iJson)
     {
-        std::cout << nlohmann::json{{"keys", all}}.dump(2) << '\n';
+        printJson({{"keys", all}});
     }
     return eExitOk;
 }

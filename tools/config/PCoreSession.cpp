@@ -4,7 +4,7 @@
 #include "Ixla.h"
 #include "config/PToolError.h"
 #include "helpers/ResultText.h"
-#include "helpers/Text.h"
+#include "shared/ToolTexts.h"
 
 #include <algorithm>
 
@@ -51,15 +51,15 @@ private:
 std::vector<PString> _arguments(const PScratch& iScratch, const std::string& iConfigDir,
                                 const std::vector<std::string>& iArguments)
 {
-    std::vector<PString> all;
-    std::transform(iArguments.begin(), iArguments.end(), std::back_inserter(all), &ixlaWide);
-    const std::string own[] = {
-        "core.plugins.dir=" + iScratch.pluginsDir(), "core.plugins.config.dir=" + iConfigDir,
-        "core.plugins.log.dir=" + iScratch.logDir(), "core.plugins.log.level=0",
-        "core.plugins.log.enable=true", "core.plugins.log.maxsize=0", "core.plugins.log.maxcount=0",
-        // If libraries were closed, the stop would wait for threads that do not exist.
-        "core.free.plugins.lib=false", "core.autostart.list="};
-    std::transform(std::begin(own), std::end(own), std::back_inserter(all), &ixlaWide);
+    std::vector<PString> all = wideTexts(iArguments);
+    const std::vector<PString> own = wideTexts(
+        {"core.plugins.dir=" + iScratch.pluginsDir(), "core.plugins.config.dir=" + iConfigDir,
+         "core.plugins.log.dir=" + iScratch.logDir(), "core.plugins.log.level=0",
+         "core.plugins.log.enable=true", "core.plugins.log.maxsize=0",
+         "core.plugins.log.maxcount=0",
+         // If libraries were closed, the stop would wait for threads that do not exist.
+         "core.free.plugins.lib=false", "core.autostart.list="});
+    all.insert(all.end(), own.begin(), own.end());
     return all;
 }
 

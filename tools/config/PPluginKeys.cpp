@@ -2,26 +2,20 @@
 #include "config/PPluginKeys.h"
 
 #include "config/PToolError.h"
-#include "helpers/Text.h"
 #include "portinglayer/PUtils.h"
 #include "shared/PCoreSettings.h"
 #include "shared/SimilarName.h"
 #include "shared/ToolTexts.h"
 
-#include <algorithm>
 #include <iostream>
-#include <iterator>
 
 namespace
 {
 /// The directory of the plugins in the property file; empty if it is not known.
 std::string _pluginsDir(const ConfigOptions& iOptions)
 {
-    std::vector<PString> arguments;
-    std::transform(iOptions.core.begin(), iOptions.core.end(), std::back_inserter(arguments),
-                   &ixlaWide);
     PString path;
-    if (PCoreSettings(arguments).find(L"core.plugins.dir", path))
+    if (PCoreSettings(wideTexts(iOptions.core)).find(L"core.plugins.dir", path))
     {
         PUtils::fixFileSeparator(path);
     }

@@ -15,23 +15,10 @@
 
 namespace
 {
-std::string _joined(const std::vector<PString>& iTexts)
+std::vector<std::string> _texts(const std::vector<PString>& iTexts)
 {
-    std::string joined;
-    for (const PString& text : iTexts)
-    {
-        joined += (joined.empty() ? "" : ", ") + shownText(text);
-    }
-    return joined;
-}
-
-nlohmann::json _texts(const std::vector<PString>& iTexts)
-{
-    nlohmann::json texts = nlohmann::json::array();
-    for (const PString& text : iTexts)
-    {
-        texts.push_back(utf8Text(text));
-    }
+    std::vector<std::string> texts(iTexts.size());
+    std::transform(iTexts.begin(), iTexts.end(), texts.begin(), &utf8Text);
     return texts;
 }
 
@@ -45,9 +32,8 @@ int _read(IConfig& iConfig, const ReadRequest& iRequest, PString& oText)
 /// The request, for messages.
 std::string _subject(const ReadRequest& iRequest)
 {
-    const std::string attribute =
-        iRequest.hasAttribute ? ":" + shownText(ixlaWide(iRequest.attribute)) : "";
-    return shownText(ixlaWide(iRequest.id)) + " " + shownText(ixlaWide(iRequest.key)) + attribute;
+    const std::string attribute = iRequest.hasAttribute ? ":" + shownUtf8(iRequest.attribute) : "";
+    return shownUtf8(iRequest.id) + " " + shownUtf8(iRequest.key) + attribute;
 }
 
 bool _isKnown(const PConfigView& iView, const std::string& iID)
@@ -114,15 +100,16 @@ int runIds(const ReadRequest& iRequest)
     nlohmann::json all = nlohmann::json::array();
     for (const PString& id : view.ids())
     {
-        const std::vector<PString> files = view.places().filesOf(id);
+        const std::vector<std::string> files = _texts(view.places().filesOf(id));
         const unsigned int stored = view.storedKeys(id);
-        all.push_back({{"id", utf8Text(id)}, {"files", _texts(files)}, {"stored", stored}});
+        all.push_back({{"id", utf8Text(id)}, {"files", files}, {"stored", stored}});
         if (!iRequest.json)
         {
             std::cout << shownText(id);
             if (iRequest.verbose)
             {
-                std::cout << " = " << _joined(files) << (stored && !files.empty() ? " + " : "")
+                std::cout << " = " << shownUtf8(joinedTexts(files))
+                          << (stored && !files.empty() ? " + " : "")
                           << (stored ? std::to_string(stored) + " stored" : "");
             }
             std::cout << '\n';

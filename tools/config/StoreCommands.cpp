@@ -217,7 +217,7 @@ void _warnUnknown(const std::string& iID, const PConfigView& iView)
     const std::vector<PString> known = iView.ids();
     if (std::find(known.begin(), known.end(), ixlaWide(iID)) == known.end())
     {
-        _warn("no files are listed for " + shownText(ixlaWide(iID)) + "; is it spelled right?");
+        _warn("no files are listed for " + shownUtf8(iID) + "; is it spelled right?");
     }
 }
 
@@ -247,7 +247,7 @@ void _warnHidden(const StoreRequest& iRequest)
     const PExplanation now(view, ixlaWide(iRequest.id), ixlaWide(iRequest.key));
     if (now.isPinnedByFile())
     {
-        _warn("a file pins " + shownText(ixlaWide(iRequest.key)) +
+        _warn("a file pins " + shownUtf8(iRequest.key) +
               " with const, so the stored value is not read; `ixla-config explain` shows where");
     }
 }

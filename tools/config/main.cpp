@@ -9,14 +9,13 @@
 #include "config/PToolError.h"
 #include "config/ReadCommands.h"
 #include "config/StoreCommands.h"
-#include "helpers/Text.h"
 #include "shared/PKeyCheck.h"
 #include "shared/PStandardOutput.h"
 #include "shared/PStoreCopies.h"
+#include "shared/ToolTexts.h"
 
 #include <CLI/CLI.hpp>
 
-#include <algorithm>
 #include <cstdlib>
 #include <iostream>
 
@@ -177,10 +176,7 @@ void _describe(CLI::App& ioTool, Arguments& oArguments)
 /// Warns of arguments that a core would not use as intended.
 void _warnOfArguments(const ConfigOptions& iOptions)
 {
-    std::vector<PString> arguments;
-    std::transform(iOptions.core.begin(), iOptions.core.end(), std::back_inserter(arguments),
-                   &ixlaWide);
-    for (const std::string& finding : PKeyCheck::checkArguments(arguments))
+    for (const std::string& finding : PKeyCheck::checkArguments(wideTexts(iOptions.core)))
     {
         std::cerr << "ixla-config: warning: --core: " << finding << '\n';
     }

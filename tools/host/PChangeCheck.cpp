@@ -25,7 +25,7 @@ std::vector<std::string> PChangeCheck::run(const PWatchedFiles& iFiles, const st
     for (const std::string& name : iFiles.plugins())
     {
         const std::string path = fs::path(iFiles.pluginsDir()) / name;
-        checkLibrary(name, shownText(ixlaWide(path)), iCopy);
+        checkLibrary(name, shownUtf8(path), iCopy);
     }
     const std::string propertyFile = fOptions.pathOf(L"core.prs.file");
     for (const std::string& path : iFiles.configFiles())
@@ -82,7 +82,7 @@ void PChangeCheck::checkConfigFile(const std::string& iPath)
 {
     PConfigFile file;
     const int result = file.read(ixlaWide(iPath));
-    const std::string shown = shownText(ixlaWide(iPath));
+    const std::string shown = shownUtf8(iPath);
     if (result != 0)
     {
         fFound.push_back(shown + " cannot be read: " + ixlaResultText(result));

@@ -39,13 +39,13 @@ PInfoCheck::PInfoCheck(const PHostOptions& iOptions)
 void PInfoCheck::read(const std::string& iPath)
 {
     const PPluginNotes notes = PPluginNotes::ofFile(iPath);
-    const std::string shown = shownText(ixlaWide(iPath));
+    const std::string shown = shownUtf8(iPath);
     std::vector<std::string> damage = notes.damage();
     fLibraries.push_back({iPath, PPluginInfo::of(notes, damage)});
     for (const std::string& text : damage)
     {
-        fDamage.push_back({eExitDamagedInfo,
-                           shown + ": " + shownText(ixlaWide(text)) + "; build the plugin again"});
+        fDamage.push_back(
+            {eExitDamagedInfo, shown + ": " + shownUtf8(text) + "; build the plugin again"});
     }
     if (notes.hasNewer())
     {

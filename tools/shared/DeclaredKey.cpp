@@ -69,16 +69,6 @@ bool _isAccepted(const DeclaredKey& iKey, const PLiteral& iValue)
     }
 }
 
-std::string _joinedChoices(const DeclaredKey& iKey)
-{
-    std::string joined;
-    for (const std::string& choice : iKey.choices)
-    {
-        joined += (joined.empty() ? "" : ", ") + choice;
-    }
-    return joined;
-}
-
 /// The values of a type that is not a number.
 std::string _valuesText(const DeclaredKey& iKey)
 {
@@ -89,7 +79,7 @@ std::string _valuesText(const DeclaredKey& iKey)
     case DeclaredKey::eText:
         return "text";
     case DeclaredKey::eChoice:
-        return "one of " + _joinedChoices(iKey);
+        return "one of " + joinedTexts(iKey.choices);
     case DeclaredKey::eBytes:
         return "bytes of two hexadecimal digits";
     default:
@@ -139,9 +129,4 @@ std::string refusalOf(const DeclaredKey& iKey, const PLiteral& iValue)
         return "";
     }
     return shownUtf8("not " + (isNumber(iKey.type) ? "a " + _rangeText(iKey) : _valuesText(iKey)));
-}
-
-std::string shownUtf8(const std::string& iText)
-{
-    return shownText(ixlaWide(iText));
 }

@@ -53,7 +53,4 @@ std::string summaryOf(const DeclaredKey& iKey);
 /// Why a value is refused: "not a number from 1 to 10". Empty for an accepted one.
 std::string refusalOf(const DeclaredKey& iKey, const PLiteral& iValue);
 
-/// A text of a note for one line of a terminal.
-std::string shownUtf8(const std::string& iText);
-
 #endif

@@ -3,6 +3,7 @@
 
 #include "helpers/PluginNote.h"
 #include "shared/PKeyNote.h"
+#include "shared/ToolTexts.h"
 
 #include <algorithm>
 #include <filesystem>

@@ -3,6 +3,7 @@
 
 #include "helpers/Text.h"
 #include "portinglayer/PBlank.h"
+#include "shared/ToolTexts.h"
 
 #include <algorithm>
 #include <utility>

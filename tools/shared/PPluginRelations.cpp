@@ -16,11 +16,6 @@ bool _isOfCore(const std::string& iId)
     const PString id = ixlaWide(iId);
     return id == kIxlaConfigManagerId || id == kIxlaEventDispatcherId || id == kIxlaLoggerId;
 }
-
-std::string _shown(const std::string& iText)
-{
-    return shownText(ixlaWide(iText));
-}
 } // namespace
 
 PPluginRelations::PPluginRelations(const std::vector<PluginLibrary>& iLibraries)
@@ -58,7 +53,7 @@ std::vector<PPluginRelations::Finding> PPluginRelations::missing() const
             if (fOwners.count(id) == 0 && !_isOfCore(id))
             {
                 found.push_back({eMissing, id,
-                                 _shown(library.name) + " requires " + _shown(id) +
+                                 shownUtf8(library.name) + " requires " + shownUtf8(id) +
                                      ", which no plugin offers; add the plugin that offers it"});
             }
         }
@@ -84,8 +79,8 @@ void PPluginRelations::checkOffers(std::vector<Finding>& ioFound) const
             {
                 ioFound.push_back(
                     {eOfferedTwice, id,
-                     _shown(fLibraries[i].name) + " offers " + _shown(id) + ", which " +
-                         (_isOfCore(id) ? "the core itself" : _shown(fLibraries[owner].name)) +
+                     shownUtf8(fLibraries[i].name) + " offers " + shownUtf8(id) + ", which " +
+                         (_isOfCore(id) ? "the core itself" : shownUtf8(fLibraries[owner].name)) +
                          " offers already; the core does not start with both; remove one"});
             }
         }
@@ -116,9 +111,10 @@ void PPluginRelations::checkCores(const std::string& iCore, std::vector<Finding>
         if (library.info && !library.info->worksWith(iCore))
         {
             ioFound.push_back({eOldCore, "",
-                               _shown(library.name) + " needs version " +
-                                   _shown(library.info->text("core")) + " of the core, which is " +
-                                   iCore + "; install a newer core, or an older plugin"});
+                               shownUtf8(library.name) + " needs version " +
+                                   shownUtf8(library.info->text("core")) +
+                                   " of the core, which is " + iCore +
+                                   "; install a newer core, or an older plugin"});
         }
     }
 }
@@ -167,12 +163,12 @@ std::vector<std::size_t> PPluginRelations::circleOf(std::size_t iLibrary) const
 
 std::string PPluginRelations::textOf(const std::vector<std::size_t>& iCircle) const
 {
-    std::string text = _shown(fLibraries[iCircle.front()].name);
+    std::string text = shownUtf8(fLibraries[iCircle.front()].name);
     for (std::size_t i = 0; i < iCircle.size(); ++i)
     {
         const std::size_t next = iCircle[(i + 1) % iCircle.size()];
         text += (i > 0 ? ", which requires " : " requires ") +
-                _shown(needsOf(iCircle[i]).at(next)) + " of " + _shown(fLibraries[next].name);
+                shownUtf8(needsOf(iCircle[i]).at(next)) + " of " + shownUtf8(fLibraries[next].name);
     }
     return text + ": a circle, in which no plugin can initialise; make one requirement optional";
 }

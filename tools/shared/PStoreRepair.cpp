@@ -75,7 +75,7 @@ std::string PStoreRepair::collect(const std::string& iBytes, const std::string& 
         const bool isKept = broken.count(number) == 0;
         if (!isKept || end == std::string::npos)
         {
-            fLines.push_back({number, isKept, shownText(ixlaWide(text))});
+            fLines.push_back({number, isKept, shownUtf8(text)});
         }
         kept += isKept ? text + "\n" : "";
         from = end == std::string::npos ? iBytes.size() : end + 1;

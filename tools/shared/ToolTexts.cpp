@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "shared/ToolTexts.h"
 
+#include "helpers/Text.h"
 #include "portinglayer/PUtf8.h"
 
+#include <algorithm>
 #include <cstdio>
-#include <vector>
 
 namespace
 {
@@ -84,7 +85,40 @@ std::string shownText(const PLiteral& iText)
         iText, [](wchar_t iChar) { return _isControl(iChar) || _isStandIn(iChar); }, &_escape);
 }
 
+std::string shownUtf8(const std::string& iText)
+{
+    return shownText(ixlaWide(iText));
+}
+
 std::string quotedText(const PLiteral& iText)
 {
     return '"' + shownText(iText) + '"';
+}
+
+std::string joinedTexts(const std::vector<std::string>& iTexts)
+{
+    std::string joined;
+    for (const std::string& text : iTexts)
+    {
+        joined += (joined.empty() ? "" : ", ") + text;
+    }
+    return joined;
+}
+
+std::vector<PString> namesOf(PString iList)
+{
+    std::vector<PString> names;
+    PString name;
+    while (PLiteral::getNextToken(iList, name, L',') == 0)
+    {
+        names.push_back(name);
+    }
+    return names;
+}
+
+std::vector<PString> wideTexts(const std::vector<std::string>& iTexts)
+{
+    std::vector<PString> texts(iTexts.size());
+    std::transform(iTexts.begin(), iTexts.end(), texts.begin(), &ixlaWide);
+    return texts;
 }

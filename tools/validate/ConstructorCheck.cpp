@@ -2,7 +2,7 @@
 // The check for work in static constructors.
 
 #include "shared/PFileDescriptor.h"
-#include "validate/JoinedTexts.h"
+#include "shared/ToolTexts.h"
 #include "validate/PCheck.h"
 #include "validate/PCoreCalls.h"
 #include "validate/PProcessState.h"

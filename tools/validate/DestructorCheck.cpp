@@ -3,7 +3,7 @@
 // held.
 
 #include "helpers/ResultText.h"
-#include "validate/JoinedTexts.h"
+#include "shared/ToolTexts.h"
 #include "validate/PCheck.h"
 #include "validate/PCoreCalls.h"
 #include "validate/PTrial.h"

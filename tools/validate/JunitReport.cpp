@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "validate/JunitReport.h"
 
-#include "helpers/Text.h"
 #include "shared/ToolTexts.h"
 
 #include <cstdio>
@@ -17,7 +16,7 @@ std::string _escaped(const std::string& iText)
     for (std::string line; std::getline(in, line);)
     {
         text += text.empty() ? "" : "&#10;";
-        for (const char each : shownText(ixlaWide(line)))
+        for (const char each : shownUtf8(line))
         {
             text += each == '&'   ? "&amp;"
                     : each == '<' ? "&lt;"

@@ -2,7 +2,7 @@
 // The check for configuration keys that a plugin reads and does not declare.
 
 #include "shared/PDeclarations.h"
-#include "validate/JoinedTexts.h"
+#include "shared/ToolTexts.h"
 #include "validate/PCheck.h"
 #include "validate/PCoreCalls.h"
 #include "validate/PTrial.h"

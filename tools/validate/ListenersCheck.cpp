@@ -4,7 +4,7 @@
 #include "IEventDispatcher.h"
 #include "helpers/Text.h"
 #include "shared/PFileDescriptor.h"
-#include "validate/JoinedTexts.h"
+#include "shared/ToolTexts.h"
 #include "validate/PCheck.h"
 #include "validate/PTrial.h"
 

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "validate/PBaseline.h"
 
-#include "helpers/Text.h"
 #include "shared/ToolTexts.h"
 #include "validate/PValidateError.h"
 
@@ -27,7 +26,7 @@ std::string _fileName(const std::string& iLibrary)
 /// The first line of a finding, without control characters.
 std::string _firstLine(const PCheckResult& iResult)
 {
-    return shownText(ixlaWide(iResult.reason.substr(0, iResult.reason.find('\n'))));
+    return shownUtf8(iResult.reason.substr(0, iResult.reason.find('\n')));
 }
 
 /// Whether a text fits a pattern, in which only "*" is special.

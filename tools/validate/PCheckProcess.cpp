@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "validate/PCheckProcess.h"
 
-#include "helpers/Text.h"
 #include "shared/ToolTexts.h"
 #include "validate/PFailedCheck.h"
 #include "validate/PTrial.h"
@@ -85,7 +84,7 @@ std::string _lastLines(const std::string& iText)
     {
         if (!line.empty() && !line.starts_with("[iXLA] "))
         {
-            lines.push_back("    " + shownText(ixlaWide(line)));
+            lines.push_back("    " + shownUtf8(line));
         }
     }
     std::string text;

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "validate/PSession.h"
 
-#include "helpers/Text.h"
 #include "shared/ToolTexts.h"
 #include "validate/EExitCode.h"
 #include "validate/JunitReport.h"
@@ -114,11 +113,11 @@ void PSession::conclude() const
     }
     for (const std::string& file : fSearch.skipped())
     {
-        std::cout << shownText(ixlaWide(file)) << ": skipped, it exports no ixlaGetPlugin\n";
+        std::cout << shownUtf8(file) << ": skipped, it exports no ixlaGetPlugin\n";
     }
     for (const std::string& finding : fBaseline.gone(fResults))
     {
-        std::cout << "no longer found: " << shownText(ixlaWide(finding)) << '\n';
+        std::cout << "no longer found: " << shownUtf8(finding) << '\n';
     }
     if (!fIsSingle)
     {

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "validate/TextReport.h"
 
-#include "helpers/Text.h"
 #include "shared/ToolTexts.h"
 
 #include <algorithm>
@@ -29,7 +28,7 @@ std::string _indented(const std::string& iText)
     for (std::string line; std::getline(in, line);)
     {
         text += std::string(text.empty() ? 0 : kResultWidth + kNameWidth, ' ');
-        text += shownText(ixlaWide(line)) + "\n";
+        text += shownUtf8(line) + "\n";
     }
     return text;
 }
@@ -56,7 +55,7 @@ std::string conclusionOf(const PLibraryResult& iResult)
 {
     const std::string checks = _counted(iResult.count(), "check", "checks");
     const std::size_t skipped = iResult.count(PCheckResult::eSkip);
-    std::string text = shownText(ixlaWide(iResult.given)) + ": ";
+    std::string text = shownUtf8(iResult.given) + ": ";
     const std::size_t known = iResult.count(PCheckResult::eKnown);
     text += iResult.passed()
                 ? (known > 0 ? std::to_string(iResult.count(PCheckResult::ePass)) + " of " : "") +

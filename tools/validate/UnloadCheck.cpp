@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The check for threads, handles, timers, temporary files and mappings that remain after unloading.
 
-#include "validate/JoinedTexts.h"
+#include "shared/ToolTexts.h"
 #include "validate/PCheck.h"
 #include "validate/PProcessState.h"
 #include "validate/PTrial.h"
