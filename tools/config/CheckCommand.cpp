@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "config/CheckCommand.h"
 
+#include "config/KeyJson.h"
 #include "config/PConfigCheck.h"
-#include "config/PConfigPlaces.h"
+#include "config/PConfigView.h"
 #include "config/PCoreSession.h"
 #include "config/PDeclaredCheck.h"
 #include "config/PPluginKeys.h"
@@ -105,9 +106,7 @@ int Checker::finish() const
 {
     if (fRequest.json)
     {
-        const nlohmann::json all = {
-            {"files", fReports}, {"errors", fErrors}, {"warnings", fWarnings}};
-        std::cout << all.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
+        printJson({{"files", fReports}, {"errors", fErrors}, {"warnings", fWarnings}});
     }
     return fErrors > 0 || (fRequest.strict && fWarnings > 0) ? eExitFailed : eExitOk;
 }
@@ -119,7 +118,7 @@ PConfigCheck::EFileKind Checker::kindOf(const std::string& iFile, const PConfigF
     {
         return PConfigCheck::eStore;
     }
-    if (name == utf8Text(PConfigPlaces::managerFile()))
+    if (name == utf8Text(kManagerFile))
     {
         return PConfigCheck::eManager;
     }
@@ -133,17 +132,10 @@ PConfigCheck::EFileKind Checker::kindOf(const std::string& iFile, const PConfigF
 /// Whether a manager's file names this file as its store.
 bool Checker::isStoreBeside(const std::string& iFile) const
 {
-    try
-    {
-        PConfigPlaces places = placesFor(iFile);
-        places.readManagerFile(fSession.manager());
-        std::error_code error;
-        return std::filesystem::equivalent(utf8Text(places.storePath()), iFile, error) && !error;
-    }
-    catch (const PToolError&)
-    {
-        return false; // the directory has no manager's file
-    }
+    PConfigPlaces places = placesFor(iFile);
+    std::error_code error;
+    return places.readManagerFile(fSession.manager()) == 0 &&
+           std::filesystem::equivalent(utf8Text(places.storePath()), iFile, error) && !error;
 }
 
 /// Whether --core names this file as the property file, or its keys show it.
@@ -165,24 +157,20 @@ bool Checker::isPropertyFile(const std::string& iFile, const PConfigFile& iLines
 /// The IDs for which a manager's file lists this file; none without such a file.
 std::optional<std::vector<std::string>> Checker::idsBeside(const std::string& iFile) const
 {
-    try
+    PConfigPlaces places = placesFor(iFile);
+    if (places.readManagerFile(fSession.manager()) != 0)
     {
-        PConfigPlaces places = placesFor(iFile);
-        places.readManagerFile(fSession.manager());
-        std::vector<std::string> ids;
-        for (const PString& id : places.listedIDs())
+        return std::nullopt;
+    }
+    std::vector<std::string> ids;
+    for (const PString& id : places.listedIDs())
+    {
+        if (isFileOf(places, id, iFile))
         {
-            if (isFileOf(places, id, iFile))
-            {
-                ids.push_back(ixlaNarrow(id));
-            }
+            ids.push_back(ixlaNarrow(id));
         }
-        return ids;
     }
-    catch (const PToolError&)
-    {
-        return std::nullopt; // the directory has no manager's file
-    }
+    return ids;
 }
 
 bool Checker::isFileOf(const PConfigPlaces& iPlaces, const PString& iID, const std::string& iFile)
@@ -230,7 +218,7 @@ PConfigPlaces Checker::placesFor(const std::string& iFile) const
     const std::string dir = !fRequest.options.dir.empty() ? fRequest.options.dir
                             : beside.empty()              ? "."
                                                           : beside;
-    return PConfigPlaces(fSession.manager(), dir, fRequest.options.core);
+    return PConfigView::placesOf(fSession.manager(), dir, fRequest.options.core);
 }
 
 void Checker::checkKeys(const PConfigFile& iLines, CoreKey::EPlace iPlace, PConfigCheck& ioCheck)

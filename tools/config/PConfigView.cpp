@@ -6,6 +6,7 @@
 #include "helpers/ResultText.h"
 #include "helpers/Text.h"
 #include "portinglayer/PFile.h"
+#include "portinglayer/PUtils.h"
 #include "shared/ToolTexts.h"
 
 #include <algorithm>
@@ -15,6 +16,44 @@
 namespace
 {
 constexpr std::string_view kFileLine = "[appendByID] Append file path: ";
+
+void _checkDirectory(const std::string& iDir)
+{
+    std::error_code error;
+    if (!std::filesystem::is_directory(iDir, error))
+    {
+        throw PToolError(iDir + ": " + (error ? error.message() : "not a directory") +
+                         "; --dir is the directory that core.plugins.config.dir names");
+    }
+}
+
+void _appendPropertyFile(IConfigManager& ioManager, const PBaseptr<IConfig>& ioConfig)
+{
+    PString file;
+    if (ioConfig->getString(L"core.prs.file", file) != 0 || file.len() == 0)
+    {
+        return;
+    }
+    PUtils::fixFileSeparator(file);
+    PConfigView::require(ioManager.appendByFile(file, ioConfig),
+                         utf8Text(file) + ": the core's property file");
+}
+
+void _readManagerFile(IConfigManager& ioManager, PConfigPlaces& ioPlaces)
+{
+    const int result = ioPlaces.readManagerFile(ioManager);
+    const std::string path = utf8Text(ioPlaces.managerPath());
+    if (result == eIxlaBadConfigLine)
+    {
+        throw PToolError(path + ": the core cannot read it: " + ixlaResultText(result) +
+                         "; `ixla-config check` shows the line");
+    }
+    if (result != 0)
+    {
+        throw PToolError(path + ": " + ixlaResultText(result) +
+                         "; this file says which files make up each ID, so --dir must hold it");
+    }
+}
 
 /// The ID in a key of the store.
 PString _storePrefix(const PLiteral& iID)
@@ -35,8 +74,8 @@ PConfigView::PConfigView(const ConfigOptions& iOptions, EPurpose iPurpose) : fDi
 {
     {
         const PCoreSession scout(fScratch, fScratch.configDir(), {});
-        fPlaces.emplace(scout.manager(), iOptions.dir, iOptions.core);
-        fPlaces->readManagerFile(scout.manager());
+        fPlaces = placesOf(scout.manager(), iOptions.dir, iOptions.core);
+        _readManagerFile(scout.manager(), *fPlaces);
     }
     if (iPurpose == eWriteStore)
     {
@@ -164,6 +203,24 @@ PBaseptr<IConfig> PConfigView::makeEmpty() const
     PBaseptr<IConfig> config;
     require(manager().loadByFile(L"/dev/null", config), "/dev/null");
     return config;
+}
+
+PConfigPlaces PConfigView::placesOf(IConfigManager& ioManager, const std::string& iDir,
+                                    const std::vector<std::string>& iArguments)
+{
+    _checkDirectory(iDir);
+    std::vector<PString> arguments = wideTexts(iArguments);
+    arguments.push_back(ixlaWide("core.plugins.config.dir=" + iDir));
+    PBaseptr<IConfig> core;
+    int result = ioManager.loadByArgs(arguments, core);
+    if (result == 0)
+    {
+        // Arguments take precedence over the file, and later ones over earlier ones.
+        _appendPropertyFile(ioManager, core);
+        result = ioManager.appendByArgs(arguments, core);
+    }
+    require(result, "--core: the core refuses the arguments");
+    return PConfigPlaces(core);
 }
 
 void PConfigView::require(int iResult, const std::string& iWhat)

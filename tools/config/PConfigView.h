@@ -3,9 +3,9 @@
 #ifndef IXLAL_TOOLS_PCONFIGVIEW_H
 #define IXLAL_TOOLS_PCONFIGVIEW_H
 
-#include "config/PConfigPlaces.h"
 #include "config/PCoreSession.h"
 #include "config/PScratch.h"
+#include "shared/PConfigPlaces.h"
 
 #include <optional>
 #include <string>
@@ -62,6 +62,11 @@ public:
 
     /// A configuration without keys and without an ID.
     PBaseptr<IConfig> makeEmpty() const;
+
+    /// The places of a core with iArguments. Throws PToolError for a directory or a property file
+    /// that cannot be read.
+    static PConfigPlaces placesOf(IConfigManager& ioManager, const std::string& iDir,
+                                  const std::vector<std::string>& iArguments);
 
     /// Throws PToolError when a result is not 0.
     static void require(int iResult, const std::string& iWhat);

@@ -2,12 +2,12 @@
 #include "control/HostCheck.h"
 
 #include "control/LoadedLibraries.h"
-#include "control/PHostFiles.h"
 #include "control/PHostLogs.h"
 #include "control/PStartKeys.h"
 #include "helpers/ResultText.h"
 #include "helpers/Text.h"
 #include "portinglayer/PUtils.h"
+#include "shared/PConfigPlaces.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -55,7 +55,8 @@ private:
     const std::optional<HostLog> fCoreLogFile;
     const PCoreLog fCoreLog;
     const PStartKeys fKeys;
-    const PHostFiles fFiles;
+    PConfigPlaces fFiles;
+    const int fFilesResult;
     std::set<std::string> fLoaded; ///< file names
     std::vector<HostFinding> fFindings;
 };
@@ -82,7 +83,8 @@ Checks::Checks(const PControlServices& iServices)
       fCoreLogFile(fLogs.core()),
       fCoreLog(fCoreLogFile ? fCoreLogFile->content : ""),
       fKeys(iServices, fCoreLog),
-      fFiles(iServices)
+      fFiles(iServices.global),
+      fFilesResult(fFiles.readManagerFile(*iServices.manager))
 {
     for (const LoadedLibrary& library : loadedLibraries())
     {
@@ -231,16 +233,17 @@ void Checks::checkPluginLogs()
 
 void Checks::checkConfiguration()
 {
-    if (fFiles.managerResult() != 0)
+    if (fFilesResult != 0)
     {
         add("the list of configuration files cannot be read, so every configuration by ID fails: " +
-                ixlaResultText(fFiles.managerResult()),
+                ixlaResultText(fFilesResult),
             ixlaNarrow(fFiles.managerPath()), "run ixla-config check on the file, then fix it");
     }
-    for (const PString& id : fFiles.ids())
+    for (const PString& id : fFiles.listedIDs())
     {
-        for (const PString& path : fFiles.filesOf(id))
+        for (const PString& name : fFiles.filesOf(id))
         {
+            const PString path = fFiles.pathOf(name);
             PBaseptr<IConfig> config;
             const int result = fServices.manager->loadByFile(path, config);
             if (result != 0)

@@ -4,6 +4,7 @@
 #include "Ixla.h"
 #include "helpers/ResultText.h"
 #include "helpers/Text.h"
+#include "shared/ToolTexts.h"
 
 #include <algorithm>
 #include <charconv>
@@ -87,7 +88,10 @@ void PControlSettings::read(IConfig& iConfig)
     {
         chooseDefaultPlace();
     }
-    readUsers(_readText(iConfig, "users"));
+    for (const PString& name : namesOf(ixlaWide(_readText(iConfig, "users"))))
+    {
+        users.push_back(_userOf(ixlaNarrow(name)));
+    }
     _readNumber(iConfig, "connections", 1, 4096, connections);
     _readNumber(iConfig, "request.size", 256, 1024 * 1024, requestSize);
     _readNumber(iConfig, "rate", 1, 1000000, rate);
@@ -104,16 +108,6 @@ void PControlSettings::chooseDefaultPlace()
                                    : !ofSession.empty() ? ofSession
                                                         : ofSystem;
     socket = directory + "/ixlal-control";
-}
-
-void PControlSettings::readUsers(const std::string& iList)
-{
-    PString list = ixlaWide(iList);
-    PString name;
-    while (PLiteral::getNextToken(list, name, L',') == 0)
-    {
-        users.push_back(_userOf(ixlaNarrow(name)));
-    }
 }
 
 bool PControlSettings::allows(uid_t iUser) const

@@ -29,7 +29,6 @@ struct PControlSettings
     bool isDefaultPlace = true;
 
 private:
-    void readUsers(const std::string& iList);
     void chooseDefaultPlace();
 };
 

@@ -5,6 +5,7 @@
 #include "control/PConfigCommands.h"
 #include "control/PRequestError.h"
 #include "helpers/Text.h"
+#include "shared/PConfigPlaces.h"
 
 namespace
 {
@@ -25,12 +26,14 @@ PRunningValue::PRunningValue(const PControlServices& iServices, const PString& i
                              const PString& iKey)
     : fServices(iServices), fID(iID), fKey(iKey), fValue(readValue(iServices, iID, iKey, PString()))
 {
-    const PHostFiles files(iServices);
+    PConfigPlaces files(iServices.global);
+    // A file that cannot be read has no IDs and no store. "check" reports the failure.
+    (void)files.readManagerFile(*iServices.manager);
     std::vector<PString> own;
     std::vector<PString> stored;
-    for (const PString& path : files.filesOf(iID))
+    for (const PString& name : files.filesOf(iID))
     {
-        addLines(path, iKey, false, own);
+        addLines(files.pathOf(name), iKey, false, own);
     }
     const PString store = files.storePath();
     if (store.len() > 0)

@@ -3,7 +3,7 @@
 #ifndef IXLAL_TOOLS_PRUNNINGVALUE_H
 #define IXLAL_TOOLS_PRUNNINGVALUE_H
 
-#include "control/PHostFiles.h"
+#include "control/PControlServices.h"
 #include "control/PLoadedKeys.h"
 #include "shared/DeclaredKey.h"
 #include "shared/PConfigFile.h"

@@ -3,6 +3,8 @@
 
 #include "control/ProcessFacts.h"
 #include "helpers/Text.h"
+#include "shared/PluginFiles.h"
+#include "shared/ToolTexts.h"
 
 namespace
 {
@@ -32,12 +34,6 @@ std::vector<PString> _coreArguments()
         previous = argument;
     }
     return found;
-}
-
-std::string _fileName(const std::string& iName)
-{
-    const bool isShort = iName.rfind("lib", 0) != 0 || iName.rfind(".so") == std::string::npos;
-    return isShort ? "lib" + iName + ".so" : iName;
 }
 } // namespace
 
@@ -90,14 +86,9 @@ std::string PStartKeys::argument(const char* iKey) const
 std::vector<std::string> PStartKeys::libraries(const char* iKey) const
 {
     std::vector<std::string> names;
-    PString list = ixlaWide(value(iKey));
-    PString name;
-    while (PLiteral::getNextToken(list, name, L',') == 0)
+    for (const PString& name : namesOf(ixlaWide(value(iKey))))
     {
-        if (name.len() > 0)
-        {
-            names.push_back(_fileName(ixlaNarrow(name)));
-        }
+        names.push_back(ixlaNarrow(pluginFile(name)));
     }
     return names;
 }

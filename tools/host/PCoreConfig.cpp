@@ -37,9 +37,13 @@ std::string PCoreConfig::placeOf(const wchar_t* iKey) const
 {
     PString value;
     const std::string key = shownText(iKey);
-    return fOptions.find(iKey, value)
-               ? "the argument " + key
-               : key + " in " + shownText(ixlaWide(fOptions.pathOf(L"core.prs.file")));
+    return fOptions.find(iKey, value) ? "the argument " + key
+                                      : key + " in " + shownUtf8(fOptions.pathOf(L"core.prs.file"));
+}
+
+const PBaseptr<IConfig>& PCoreConfig::values() const
+{
+    return fConfig;
 }
 
 IConfigManager& PCoreConfig::manager() const

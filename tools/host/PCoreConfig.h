@@ -23,6 +23,9 @@ public:
     /// Where the value of a key is: "core.plugins.dir in core.prs", or "the argument ...".
     std::string placeOf(const wchar_t* iKey) const;
 
+    /// All values; empty without any.
+    const PBaseptr<IConfig>& values() const;
+
     IConfigManager& manager() const;
 
 private:

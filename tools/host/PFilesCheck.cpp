@@ -2,7 +2,6 @@
 #include "host/PFilesCheck.h"
 
 #include "Ixla.h"
-#include "config/PConfigPlaces.h"
 #include "helpers/ResultText.h"
 #include "helpers/Text.h"
 #include "portinglayer/PUtils.h"
@@ -10,10 +9,9 @@
 #include "shared/PFileDescriptor.h"
 #include "shared/ToolTexts.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
-#include <stdexcept>
+#include <filesystem>
 #include <sys/stat.h>
 #include <system_error>
 
@@ -35,12 +33,6 @@ bool _mayBlock(const std::string& iPath)
            !S_ISDIR(status.st_mode);
 }
 
-std::vector<std::string> _narrow(const std::vector<PString>& iTexts)
-{
-    std::vector<std::string> texts(iTexts.size());
-    std::transform(iTexts.begin(), iTexts.end(), texts.begin(), &ixlaNarrow);
-    return texts;
-}
 /// What to do about a file that the core cannot read.
 std::string _fixOf(int iResult, const std::string& iPath)
 {
@@ -56,8 +48,7 @@ std::string _fixOf(int iResult, const std::string& iPath)
 }
 } // namespace
 
-PFilesCheck::PFilesCheck(const PCoreConfig& iConfig, const PHostOptions& iOptions)
-    : fConfig(iConfig), fOptions(iOptions)
+PFilesCheck::PFilesCheck(const PCoreConfig& iConfig) : fConfig(iConfig), fPlaces(iConfig.values())
 {
 }
 
@@ -85,39 +76,35 @@ std::vector<PDegradation> PFilesCheck::run()
 {
     PString dir = fConfig.valueOf(L"core.plugins.config.dir");
     PUtils::fixFileSeparator(dir);
-    try
+    std::error_code error;
+    if (!std::filesystem::is_directory(utf8Text(dir), error))
     {
-        PConfigPlaces places(fConfig.manager(), utf8Text(dir), _narrow(fOptions.fCoreArguments));
-        check(places.managerPath(), "the file of the configuration manager",
-              "every load by ID fails, and there are no plugin logs", false);
-        if (fFound.empty())
-        {
-            places.readManagerFile(fConfig.manager());
-            checkListed(places);
-        }
+        return {{eExitIgnoredFile, "no configuration is read: the directory " + quotedText(dir) +
+                                       " cannot be read; correct " +
+                                       fConfig.placeOf(L"core.plugins.config.dir")}};
     }
-    catch (const std::runtime_error&)
+    check(fPlaces.managerPath(), "the file of the configuration manager",
+          "every load by ID fails, and there are no plugin logs", false);
+    if (fFound.empty() && fPlaces.readManagerFile(fConfig.manager()) == 0)
     {
-        fFound.push_back({eExitIgnoredFile, "no configuration is read: the directory " +
-                                                quotedText(dir) + " cannot be read; correct " +
-                                                fConfig.placeOf(L"core.plugins.config.dir")});
+        checkListed();
     }
     return std::move(fFound);
 }
 
-void PFilesCheck::checkListed(const PConfigPlaces& iPlaces)
+void PFilesCheck::checkListed()
 {
-    for (const PString& id : iPlaces.listedIDs())
+    for (const PString& id : fPlaces.listedIDs())
     {
-        for (const PString& name : iPlaces.filesOf(id))
+        for (const PString& name : fPlaces.filesOf(id))
         {
-            check(iPlaces.pathOf(name), "the configuration file",
+            check(fPlaces.pathOf(name), "the configuration file",
                   "ID " + shownText(id) + " lacks values", false);
         }
     }
-    if (iPlaces.storePath().len() > 0)
+    if (fPlaces.storePath().len() > 0)
     {
-        check(iPlaces.storePath(), "the store", "no stored value is used, and none can be stored",
+        check(fPlaces.storePath(), "the store", "no stored value is used, and none can be stored",
               true);
     }
 }

@@ -7,17 +7,16 @@
 #include "host/PCoreLogPlace.h"
 #include "host/PDegradation.h"
 #include "host/PLogFollower.h"
+#include "shared/PConfigPlaces.h"
 
 #include <set>
 #include <vector>
 
-class PConfigPlaces;
-
 class PFilesCheck
 {
 public:
-    /// The arguments are borrowed and must outlive the object.
-    PFilesCheck(const PCoreConfig& iConfig, const PHostOptions& iOptions);
+    /// iConfig is borrowed and must outlive the object.
+    explicit PFilesCheck(const PCoreConfig& iConfig);
 
     /// Returns a log that the core cannot write.
     static std::vector<PDegradation> checkLog(const PCoreLogPlace& iPlace,
@@ -27,12 +26,12 @@ public:
     std::vector<PDegradation> run();
 
 private:
-    void checkListed(const PConfigPlaces& iPlaces);
+    void checkListed();
     void check(const PString& iPath, const std::string& iWhat, const std::string& iEffect,
                bool iMayBeMissing);
 
     const PCoreConfig& fConfig;
-    const PHostOptions& fOptions;
+    PConfigPlaces fPlaces;
     std::set<std::string> fChecked;
     std::vector<PDegradation> fFound;
 };

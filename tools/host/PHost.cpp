@@ -220,8 +220,7 @@ EHostExit PHost::check()
     std::vector<PDegradation> found =
         PPluginsCheck(config, fLog, fLogPlace.file(), fPluginsDir).run();
     for (const std::vector<PDegradation>& more :
-         {PFilesCheck::checkLog(fLogPlace, fLog), PFilesCheck(config, fOptions).run(),
-          fInfo->afterStart()})
+         {PFilesCheck::checkLog(fLogPlace, fLog), PFilesCheck(config).run(), fInfo->afterStart()})
     {
         found.insert(found.end(), more.begin(), more.end());
     }

@@ -2,8 +2,7 @@
 #include "host/PPluginsCheck.h"
 
 #include "helpers/ResultText.h"
-#include "helpers/Text.h"
-#include "portinglayer/PLibrary.h"
+#include "shared/PluginFiles.h"
 #include "shared/ToolTexts.h"
 
 #include <algorithm>
@@ -33,15 +32,6 @@ int _readDirectory(const std::string& iPath)
     // NOLINTNEXTLINE(concurrency-mt-unsafe): no other thread uses the stream
     static_cast<void>(readdir(directory.get()));
     return errno;
-}
-
-/// The file of a library with a short name, as the core completes it.
-PString _fileOf(const PString& iName)
-{
-    PString file = iName;
-    // For lack of memory the name stays as it is, and is reported.
-    static_cast<void>(PLibrary::fixLibName(file));
-    return file;
 }
 
 bool _isLoadedPlugin(const std::string& iPath)
@@ -92,15 +82,15 @@ bool PPluginsCheck::checkDirectory()
 
 void PPluginsCheck::checkLoadList()
 {
-    for (const PString& name : namesOf(kLoadKey))
+    for (const PString& name : namesOf(fConfig.valueOf(kLoadKey)))
     {
-        const PString file = _fileOf(name);
+        const PString file = pluginFile(name);
         const bool exists = access(pathOf(file).c_str(), F_OK) == 0;
         if (!exists || !isLoaded(file))
         {
             add(eExitListedName, quotedText(name) + " of core.load.plugin.list matches nothing: " +
                                      (exists ? shownText(file) + " has no factory ixlaGetPlugin"
-                                             : "there is no " + shownText(ixlaWide(pathOf(file)))) +
+                                             : "there is no " + shownUtf8(pathOf(file))) +
                                      "; correct " + fConfig.placeOf(kLoadKey));
         }
     }
@@ -108,9 +98,9 @@ void PPluginsCheck::checkLoadList()
 
 void PPluginsCheck::checkAutostartList()
 {
-    for (const PString& name : namesOf(kAutostartKey))
+    for (const PString& name : namesOf(fConfig.valueOf(kAutostartKey)))
     {
-        const PString file = _fileOf(name);
+        const PString file = pluginFile(name);
         const std::string reason = reasonOfAbsence(file);
         if (!reason.empty())
         {
@@ -126,7 +116,7 @@ std::string PPluginsCheck::reasonOfAbsence(const PString& iFile) const
     const std::string path = pathOf(iFile);
     if (access(path.c_str(), F_OK) != 0)
     {
-        return "there is no " + shownText(ixlaWide(path));
+        return "there is no " + shownUtf8(path);
     }
     if (!isListedForLoading(iFile))
     {
@@ -137,10 +127,10 @@ std::string PPluginsCheck::reasonOfAbsence(const PString& iFile) const
 
 bool PPluginsCheck::isListedForLoading(const PString& iFile) const
 {
-    const std::vector<PString> names = namesOf(kLoadKey);
+    const std::vector<PString> names = namesOf(fConfig.valueOf(kLoadKey));
     return names.empty() ||
            std::any_of(names.begin(), names.end(),
-                       [&](const PString& iName) { return _fileOf(iName).cmp(iFile) == 0; });
+                       [&](const PString& iName) { return pluginFile(iName).cmp(iFile) == 0; });
 }
 
 void PPluginsCheck::checkAutostartResults()
@@ -156,7 +146,7 @@ void PPluginsCheck::checkAutostartResults()
                                 (fLogFile.empty() ? "a core log, which core.log.file=FILE enables"
                                                   : "the core log " + fLogFile));
     }
-    if (fLog.isBlind() && !namesOf(kAutostartKey).empty())
+    if (fLog.isBlind() && !namesOf(fConfig.valueOf(kAutostartKey)).empty())
     {
         add(eExitAutostart,
             "the results of core.autostart.list are unknown, because the host cannot "
@@ -164,18 +154,6 @@ void PPluginsCheck::checkAutostartResults()
             "core.log.file name an ordinary file, and give a log with a limit "
             "some core.log.parts");
     }
-}
-
-std::vector<PString> PPluginsCheck::namesOf(const wchar_t* iKey) const
-{
-    std::vector<PString> names;
-    PString list = fConfig.valueOf(iKey);
-    PString name;
-    while (PLiteral::getNextToken(list, name, L',') == 0)
-    {
-        names.push_back(name);
-    }
-    return names;
 }
 
 bool PPluginsCheck::isLoaded(const PString& iFile) const

@@ -28,7 +28,6 @@ private:
     void checkAutostartResults();
     std::string reasonOfAbsence(const PString& iFile) const;
     bool isListedForLoading(const PString& iFile) const;
-    std::vector<PString> namesOf(const wchar_t* iKey) const;
     bool isLoaded(const PString& iFile) const;
     std::string pathOf(const PString& iFile) const;
     void add(EHostExit iCode, const std::string& iText);

@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "host/PWatchedFiles.h"
 
-#include "helpers/Text.h"
 #include "host/PPluginCopies.h"
-#include "portinglayer/PLibrary.h"
 #include "shared/PConfigFile.h"
 #include "shared/PCoreSettings.h"
+#include "shared/PluginFiles.h"
 #include "shared/ToolTexts.h"
 
 #include <algorithm>
@@ -17,7 +16,6 @@ namespace fs = std::filesystem;
 namespace
 {
 constexpr std::size_t kShownFiles = 5;
-constexpr wchar_t kManagerFile[] = L"ixlap.configmanager.prs";
 
 std::string _pathOfKey(const PCoreSettings& iSettings, const wchar_t* iKey)
 {
@@ -27,45 +25,31 @@ std::string _pathOfKey(const PCoreSettings& iSettings, const wchar_t* iKey)
     return utf8Text(path);
 }
 
-/// The names of a list, separated by commas.
-std::vector<PString> _split(PString iList)
-{
-    std::vector<PString> names;
-    PString name;
-    while (PLiteral::getNextToken(iList, name, L',') == 0)
-    {
-        names.push_back(name);
-    }
-    return names;
-}
-
 std::set<std::string> _loadList(const PCoreSettings& iSettings)
 {
     std::set<std::string> files;
     PString list;
     iSettings.find(L"core.load.plugin.list", list); // the list stays empty without a value
-    for (PString& name : _split(list))
+    for (const PString& name : namesOf(list))
     {
-        // For lack of memory the name stays as it is, and matches nothing.
-        static_cast<void>(PLibrary::fixLibName(name));
-        files.insert(utf8Text(name));
+        files.insert(utf8Text(pluginFile(name)));
     }
     return files;
 }
 
 /// The file names that the configuration manager's file lists.
-std::vector<PString> _listedNames(const std::string& iManagerPath)
+std::vector<PString> _listedNames(const PString& iManagerPath)
 {
     PConfigFile manager;
     // A file that cannot be read lists nothing.
-    static_cast<void>(manager.read(ixlaWide(iManagerPath)));
+    static_cast<void>(manager.read(iManagerPath));
     std::vector<PString> names;
     for (const ConfigLine& line : manager.lines())
     {
         if (line.kind == ConfigLine::eEntry && line.attribute.text.len() == 0 &&
-            line.key.text.cmp(L"ixlap.configmanager.store.file") != 0)
+            line.key.text != kStoreFileKey)
         {
-            const std::vector<PString> files = _split(line.value.text);
+            const std::vector<PString> files = namesOf(line.value.text);
             names.insert(names.end(), files.begin(), files.end());
         }
     }
@@ -152,7 +136,7 @@ std::string PWatchedFiles::differencesTo(const PWatchedFiles& iEarlier) const
     std::string line;
     for (std::size_t i = 0; i < std::min(texts.size(), kShownFiles); ++i)
     {
-        line += (i > 0 ? ", " : "") + shownText(ixlaWide(texts[i]));
+        line += (i > 0 ? ", " : "") + shownUtf8(texts[i]);
     }
     return texts.size() <= kShownFiles
                ? line
@@ -179,17 +163,11 @@ void PWatchedFiles::addConfigFiles(const PCoreSettings& iSettings)
     {
         addConfigFile(propertyFile);
     }
-    const auto pathOf = [&iSettings](const PLiteral& iName)
-    {
-        return utf8Text(PCoreSettings::pathOf(iName,
-                                              [&iSettings](const PLiteral& iKey, PString& oValue)
-                                              { return iSettings.find(iKey, oValue); }));
-    };
-    const std::string manager = pathOf(kManagerFile);
-    addConfigFile(manager);
+    const PString manager = iSettings.pathOf(kManagerFile);
+    addConfigFile(utf8Text(manager));
     for (const PString& name : _listedNames(manager))
     {
-        addConfigFile(pathOf(name));
+        addConfigFile(utf8Text(iSettings.pathOf(name)));
     }
 }
 

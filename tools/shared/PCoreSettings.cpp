@@ -27,22 +27,22 @@ bool PCoreSettings::find(const PLiteral& iKey, PString& oValue) const
     return findLast(fLines, iKey, oValue);
 }
 
+PString PCoreSettings::pathOf(const PLiteral& iName) const
+{
+    return pathOf(iName,
+                  [this](const PLiteral& iKey, PString& oValue) { return find(iKey, oValue); });
+}
+
 std::string PCoreSettings::storePath() const
 {
-    const auto lookUp = [this](const PLiteral& iKey, PString& oValue)
-    {
-        return find(iKey, oValue);
-    };
     PConfigFile manager;
     PString name;
-    const bool isRead =
-        manager.read(pathOf(L"ixlap.configmanager.prs", lookUp)) == 0 && manager.brokenLine() == 0;
-    if (!isRead || !findLast(manager.lines(), L"ixlap.configmanager.store.file", name) ||
-        name.len() == 0)
+    const bool isRead = manager.read(pathOf(kManagerFile)) == 0 && manager.brokenLine() == 0;
+    if (!isRead || !findLast(manager.lines(), kStoreFileKey, name) || name.len() == 0)
     {
         return std::string();
     }
-    return utf8Text(pathOf(name, lookUp));
+    return utf8Text(pathOf(name));
 }
 
 bool PCoreSettings::findLast(const std::vector<ConfigLine>& iLines, const PLiteral& iKey,

@@ -10,6 +10,10 @@
 #include <string>
 #include <vector>
 
+/// The name of the file that lists the IDs, and its key for the store file, which is no ID.
+inline constexpr wchar_t kManagerFile[] = L"ixlap.configmanager.prs";
+inline constexpr wchar_t kStoreFileKey[] = L"ixlap.configmanager.store.file";
+
 /// Follows the rules of the core: arguments take precedence over the property file, later ones over
 /// earlier ones.
 class PCoreSettings
@@ -20,6 +24,9 @@ public:
 
     /// Sets oValue if the key has a value.
     bool find(const PLiteral& iKey, PString& oValue) const;
+
+    /// The path of the file iName.
+    PString pathOf(const PLiteral& iName) const;
 
     /// The path of the store; empty without a store, or when the manager's file cannot be read.
     std::string storePath() const;

@@ -7,30 +7,14 @@
 
 #include <algorithm>
 
-namespace
-{
-/// The file names of a list of plugins, as the core completes them.
-std::vector<PString> _filesOf(PString iList)
-{
-    std::vector<PString> files;
-    PString file;
-    while (PLiteral::getNextToken(iList, file, L',') == 0)
-    {
-        // For lack of memory the name stays as it is, and matches nothing.
-        static_cast<void>(PLibrary::fixLibName(file));
-        files.push_back(file);
-    }
-    return files;
-}
-} // namespace
-
 std::vector<std::string> pluginFiles(const PCoreSettings& iSettings)
 {
     PString directory;
     PString list;
     iSettings.find(L"core.plugins.dir", directory);
     iSettings.find(L"core.load.plugin.list", list);
-    const std::vector<PString> listed = _filesOf(list);
+    std::vector<PString> listed = namesOf(list);
+    std::transform(listed.begin(), listed.end(), listed.begin(), &pluginFile);
     PDir entries(directory, L"*.so");
     std::vector<std::string> paths;
     if (directory.len() == 0 || entries.preaddir() != 0)
@@ -46,4 +30,11 @@ std::vector<std::string> pluginFiles(const PCoreSettings& iSettings)
         }
     }
     return paths;
+}
+
+PString pluginFile(PString iName)
+{
+    // For lack of memory the name stays as it is, and matches nothing.
+    static_cast<void>(PLibrary::fixLibName(iName));
+    return iName;
 }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 /// @file
-/// pluginFiles: the libraries that a core would load.
+/// pluginFiles, pluginFile: the libraries that a core would load.
 #ifndef IXLAL_TOOLS_PLUGINFILES_H
 #define IXLAL_TOOLS_PLUGINFILES_H
 
@@ -13,5 +13,8 @@
 /// core.plugins.dir that core.load.plugin.list names, or all without a list. Some may not be
 /// plugins. Empty for a directory that cannot be read.
 std::vector<std::string> pluginFiles(const PCoreSettings& iSettings);
+
+/// The file name of a plugin in a list, as the core completes it.
+PString pluginFile(PString iName);
 
 #endif

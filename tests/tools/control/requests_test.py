@@ -285,7 +285,7 @@ class Check(ControlTest):
         self.assertRegex(self.findings()[0], "plugins directory .*No such file.*core.plugins.dir = ")
 
     def test_missing_libraries_are_found(self):
-        self.start("core.load.plugin.list=ixlal-control,talker,gone",
+        self.start("core.load.plugin.list=ixlal-control,libtalker,gone",
                    "core.autostart.list=ixlal-control,lost")
         found = self.findings()
         self.assertIn("not loaded: libgone.so @ core.load.plugin.list = ", found[0])

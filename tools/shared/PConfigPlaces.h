@@ -5,12 +5,9 @@
 
 #include "IConfigManager.h"
 #include "PBaseptr.h"
+#include "shared/PCoreSettings.h"
 
-#include <string>
 #include <vector>
-
-/// The key that names the store file; it is not the ID of a configuration.
-inline constexpr wchar_t kStoreFileKey[] = L"ixlap.configmanager.store.file";
 
 /// Finds the files that a core would read, because the interface has values only.
 /// "custom.config.NAME" of the arguments or the property file takes precedence, a name with a "/"
@@ -18,10 +15,8 @@ inline constexpr wchar_t kStoreFileKey[] = L"ixlap.configmanager.store.file";
 class PConfigPlaces
 {
 public:
-    /// iArguments are those of the core. Throws PToolError for a directory or a property file that
-    /// cannot be read.
-    PConfigPlaces(IConfigManager& ioManager, const std::string& iDir,
-                  const std::vector<std::string>& iArguments);
+    /// iCore has the arguments and the property file of a core, or is empty for a core without.
+    explicit PConfigPlaces(const PBaseptr<IConfig>& iCore);
 
     /// The path of the file iName.
     PString pathOf(const PLiteral& iName) const;
@@ -29,24 +24,23 @@ public:
     /// The path of the manager's file.
     PString managerPath() const;
 
-    /// Reads the manager's file. Throws PToolError when the core cannot.
-    void readManagerFile(IConfigManager& ioManager);
+    /// Reads the manager's file. Returns 0 or the core's code for a file that it cannot read; then
+    /// there are no IDs and no store.
+    int readManagerFile(IConfigManager& ioManager);
 
     /// The IDs that the manager's file lists, in ascending order.
     std::vector<PString> listedIDs() const;
 
-    /// The names of the files of an ID; empty for an ID that is not listed.
+    /// The names of the files of an ID, in the order of reading; empty for an ID that is not
+    /// listed.
     std::vector<PString> filesOf(const PLiteral& iID) const;
 
     /// The store's name and path; empty without a store.
     PString storeName() const;
     PString storePath() const;
 
-    /// The name of the manager's file.
-    static const wchar_t* managerFile();
-
 private:
-    PBaseptr<IConfig> fCore;    ///< the property file and the arguments
+    PBaseptr<IConfig> fCore;
     PBaseptr<IConfig> fManager; ///< empty until read
 };
 
