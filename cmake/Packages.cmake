@@ -30,31 +30,24 @@ function(_ixlal_package name section summary description)
         DESTINATION share/doc/${name} COMPONENT ${component} EXCLUDE_FROM_ALL)
 endfunction()
 
-_ixlal_package(libixlal libs "core of a plugin framework - libraries"
+set(about
 "A host links the core and gets service objects of separately built plugin
 libraries by interface ID. The core brings configuration, events and logs.
 .
-This package holds the libraries that hosts and plugins run with.")
+This package holds")
+_ixlal_package(libixlal libs "core of a plugin framework - libraries"
+"${about} the libraries that hosts and plugins run with.")
 
 _ixlal_package(libixlal-dev libdevel "core of a plugin framework - development files"
-"A host links the core and gets service objects of separately built plugin
-libraries by interface ID. The core brings configuration, events and logs.
-.
-This package holds the headers, helpers and a test kit for authors of hosts
+"${about} the headers, helpers and a test kit for authors of hosts
 and plugins, and what CMake and pkg-config need to find them.")
 
 _ixlal_package(ixlal-tools devel "core of a plugin framework - tools"
-"A host links the core and gets service objects of separately built plugin
-libraries by interface ID. The core brings configuration, events and logs.
-.
-This package holds tools that begin, run, inspect and validate plugins, and
+"${about} tools that begin, run, inspect and validate plugins, and
 that explain configurations and logs.")
 
 _ixlal_package(ixlal-doc doc "core of a plugin framework - documentation and examples"
-"A host links the core and gets service objects of separately built plugin
-libraries by interface ID. The core brings configuration, events and logs.
-.
-This package holds the documentation as a site with search, and examples of
+"${about} the documentation as a site with search, and examples of
 plugins and hosts that are built with libixlal-dev.")
 set(CPACK_DEBIAN_IXLAL-DOC_PACKAGE_ARCHITECTURE all)
 set(CPACK_DEBIAN_IXLAL-DOC_PACKAGE_DEPENDS
