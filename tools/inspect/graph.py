@@ -31,6 +31,10 @@ class Edge:
     is_optional: bool
     is_circle: bool
 
+    @property
+    def is_lost(self) -> bool:
+        return self.owner.is_missing and not self.is_optional
+
 
 @dataclass
 class Graph:
@@ -87,14 +91,10 @@ def as_dot(graph: Graph) -> str:
         lines.append(f"    {names[id(node)]} [label={label}{style}];")
     for edge in graph.edges:
         style = ", style=dashed" if edge.is_optional else ""
-        style += ", color=red" if edge.is_circle or _is_lost(edge) else ""
+        style += ", color=red" if edge.is_circle or edge.is_lost else ""
         lines.append(f"    {names[id(edge.user)]} -> {names[id(edge.owner)]} "
                      f"[label={_quoted(edge.interface)}{style}];")
     return "\n".join(lines + ["}", ""])
-
-
-def _is_lost(edge: Edge) -> bool:
-    return edge.owner.is_missing and not edge.is_optional
 
 
 def _quoted(text: str) -> str:

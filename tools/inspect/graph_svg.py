@@ -185,10 +185,9 @@ def _edge(edge: Edge, layout: _Layout) -> str:
         path += _return(user, owner, owner.row_of(edge.interface))
     else:
         path += _curve(x, y, owner.x, owner.row_of(edge.interface))
-    is_lost = edge.owner.is_missing and not edge.is_optional
     names = ["edge"] + ["optional"] * edge.is_optional + ["circle"] * edge.is_circle
-    names += ["lost"] * is_lost
-    head = "bad-head" if edge.is_circle or is_lost else "head"
+    names += ["lost"] * edge.is_lost
+    head = "bad-head" if edge.is_circle or edge.is_lost else "head"
     return (f'<path class="{" ".join(names)}" marker-end="url(#{head})" d="{path}">'
             f"<title>{_text(edge.interface)}</title></path>")
 
