@@ -40,9 +40,16 @@ check_spelling() {
     echo "codespell found nothing"
 }
 
+# check_sources PROGRAM: runs it with all sources of the product.
+check_sources() {
+    local sources
+    mapfile -t sources < <(find include port core config events logging -name '*.h' -o -name '*.cpp')
+    "$1" "${sources[@]}"
+}
+
 # The sample has a class with one member too many, and here one line too many.
 check_sizes() {
-    local sample=$out/large.h sources
+    local sample=$out/large.h
     yes // | head -n "$((401 - $(wc -l <tests/static/large.h)))" |
         cat tests/static/large.h - >"$sample"
     if scripts/check_sizes.py "$sample" >"$out/sizes.txt"; then
@@ -50,20 +57,17 @@ check_sizes() {
         return 1
     fi
     complains "$out/sizes.txt" 'large.h: 401 lines' 'PLarge: 26 members'
-    mapfile -t sources < <(find include port core config events logging -name '*.h' -o -name '*.cpp')
-    scripts/check_sizes.py "${sources[@]}"
+    check_sources scripts/check_sizes.py
 }
 
 # The sample has one variable without an explanation.
 check_orders() {
-    local sources
     if scripts/check_orders.py tests/static/orders.h >"$out/orders.txt"; then
         echo "check_orders.py accepts an atomic variable without an explanation" >&2
         return 1
     fi
     complains "$out/orders.txt" 'orders.h:11: .* sUnexplained'
-    mapfile -t sources < <(find include port core config events logging -name '*.h' -o -name '*.cpp')
-    scripts/check_orders.py "${sources[@]}"
+    check_sources scripts/check_orders.py
 }
 
 # run_cppcheck PLATFORM ARGUMENTS...
