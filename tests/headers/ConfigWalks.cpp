@@ -146,10 +146,10 @@ void _walkGetters(SlotWalk& ioWalk, std::size_t iFirst, const std::string& iPref
                   const TNames&... iNames)
 {
     Values values;
-    const auto expect = [&]<class... TOut>(std::size_t iSlot, const char* iType, TOut&... oValue)
+    const auto expect = [&](std::size_t iSlot, const char* iType, auto&... oValue)
     {
-        ioWalk.expect<const TNames&..., TOut&...>(iSlot, (iPrefix + iType).c_str(), iNames...,
-                                                  oValue...);
+        ioWalk.expect<const TNames&..., decltype(oValue)...>(iSlot, (iPrefix + iType).c_str(),
+                                                             iNames..., oValue...);
     };
     expect(iFirst, "String", values.text);
     expect(iFirst + 1, "Int32", values.int32);
@@ -166,10 +166,10 @@ void _walkSetters(SlotWalk& ioWalk, std::size_t iFirst, const std::string& iPref
                   const char* iRemove, const TNames&... iNames)
 {
     const PLiteral text(L"text");
-    const auto expect = [&]<class... TValue>(std::size_t iSlot, const char* iType, TValue... iValue)
+    const auto expect = [&](std::size_t iSlot, const char* iType, auto... iValue)
     {
-        ioWalk.expect<const TNames&..., TValue...>(iSlot, (iPrefix + iType).c_str(), iNames...,
-                                                   iValue...);
+        ioWalk.expect<const TNames&..., decltype(iValue)...>(iSlot, (iPrefix + iType).c_str(),
+                                                             iNames..., iValue...);
     };
     ioWalk.expect<const TNames&..., Text>(iFirst, (iPrefix + "String").c_str(), iNames..., text);
     ioWalk.expect<const TNames&...>(iFirst + 1, iRemove, iNames...);
