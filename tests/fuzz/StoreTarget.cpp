@@ -4,12 +4,14 @@
 #include "IConfig.h"
 #include "Ixla.h"
 #include "config/PConfigManager.h"
+#include "config/TypedWrites.h"
 #include "fuzz/Check.h"
 #include "fuzz/MemoryDir.h"
 #include "fuzz/StoreModel.h"
 #include "fuzz/Texts.h"
 
 #include <cstdlib>
+#include <type_traits>
 
 namespace
 {
@@ -64,6 +66,43 @@ std::wstring _hex(const std::string& iBytes)
         text += kDigits[byte & 0x0F];
     }
     return text;
+}
+
+/// Stores the value of an operation in the type that its letter means, and returns it as a text.
+template <class... TNames>
+int _store(IConfigManager& ioManager, const TypedWrites<TNames...>& iWrites, char iKind,
+           const Operation& iOperation, std::wstring& oText, std::type_identity_t<TNames>... iNames)
+{
+    const auto write = [&](const std::wstring& iText, auto iWrite, auto... iValue)
+    {
+        oText = iText;
+        return (ioManager.*iWrite)(iNames..., iValue...);
+    };
+    const auto number = [&](auto iWrite, auto iValue)
+    {
+        return write(std::to_wstring(iValue), iWrite, iValue);
+    };
+    const std::string& bytes = iOperation.bytes;
+    const bool truth = iOperation.number % 2 != 0;
+    switch (iKind)
+    {
+    case 'i':
+        return number(iWrites.int32, static_cast<int>(iOperation.number));
+    case 'u':
+        return number(iWrites.uint32, static_cast<unsigned int>(iOperation.number));
+    case 'I':
+        return number(iWrites.int64, static_cast<long long>(iOperation.number));
+    case 'U':
+        return number(iWrites.uint64, iOperation.number);
+    case 't':
+        return write(truth ? L"true" : L"false", iWrites.truth, truth);
+    case 'b':
+        return write(_hex(bytes), iWrites.binary,
+                     reinterpret_cast<const unsigned char*>(bytes.data()),
+                     static_cast<unsigned int>(bytes.size()));
+    default:
+        return write(iOperation.text, iWrites.text, owned(iOperation.text));
+    }
 }
 
 /// One run: the manager, the model, and the operations on both.
@@ -149,89 +188,20 @@ PBaseptr<IConfig> Script::load(const std::wstring& iID)
 
 void Script::store(char iKind, const Operation& iOperation)
 {
-    const PString id = owned(iOperation.id);
-    const PString key = owned(iOperation.key);
-    const unsigned long long number = iOperation.number;
-    const auto small = static_cast<unsigned int>(number);
-    const auto size = static_cast<unsigned int>(iOperation.bytes.size());
     std::wstring text;
-    int code = 0;
-    switch (iKind)
-    {
-    case 'i':
-        code = fManager->storeInt32(id, key, static_cast<int>(small));
-        text = std::to_wstring(static_cast<int>(small));
-        break;
-    case 'u':
-        code = fManager->storeUint32(id, key, small);
-        text = std::to_wstring(small);
-        break;
-    case 'I':
-        code = fManager->storeInt64(id, key, static_cast<long long>(number));
-        text = std::to_wstring(static_cast<long long>(number));
-        break;
-    case 'U':
-        code = fManager->storeUint64(id, key, number);
-        text = std::to_wstring(number);
-        break;
-    case 't':
-        code = fManager->storeBool(id, key, number % 2 != 0);
-        text = number % 2 != 0 ? L"true" : L"false";
-        break;
-    case 'b':
-        code = fManager->storeBinary(
-            id, key, reinterpret_cast<const unsigned char*>(iOperation.bytes.data()), size);
-        text = _hex(iOperation.bytes);
-        break;
-    default:
-        code = fManager->storeString(id, key, owned(iOperation.text));
-        text = iOperation.text;
-    }
+    const int code = _store(*fManager, kStoreWrites, iKind, iOperation, text, owned(iOperation.id),
+                            owned(iOperation.key));
     checkCode(code, fModel.store(iOperation.id, iOperation.key, text), "code of storing");
     checkFile(code);
 }
 
 void Script::storeAttribute(char iKind, const Operation& iOperation)
 {
-    const PString id = owned(iOperation.id);
-    const PString key = owned(iOperation.key);
-    const PString name = owned(iOperation.attribute);
-    const unsigned long long number = iOperation.number;
-    const auto small = static_cast<unsigned int>(number);
-    const auto size = static_cast<unsigned int>(iOperation.bytes.size());
+    const std::size_t type = std::string_view("S1234TB").find(iKind);
     std::wstring text;
-    int code = 0;
-    switch (iKind)
-    {
-    case '1':
-        code = fManager->storeAttrInt32(id, key, name, static_cast<int>(small));
-        text = std::to_wstring(static_cast<int>(small));
-        break;
-    case '2':
-        code = fManager->storeAttrUint32(id, key, name, small);
-        text = std::to_wstring(small);
-        break;
-    case '3':
-        code = fManager->storeAttrInt64(id, key, name, static_cast<long long>(number));
-        text = std::to_wstring(static_cast<long long>(number));
-        break;
-    case '4':
-        code = fManager->storeAttrUint64(id, key, name, number);
-        text = std::to_wstring(number);
-        break;
-    case 'T':
-        code = fManager->storeAttrBool(id, key, name, number % 2 != 0);
-        text = number % 2 != 0 ? L"true" : L"false";
-        break;
-    case 'B':
-        code = fManager->storeAttrBinary(
-            id, key, name, reinterpret_cast<const unsigned char*>(iOperation.bytes.data()), size);
-        text = _hex(iOperation.bytes);
-        break;
-    default:
-        code = fManager->storeAttrString(id, key, name, owned(iOperation.text));
-        text = iOperation.text;
-    }
+    const int code =
+        _store(*fManager, kStoreAttrWrites, "siuIUtb"[type], iOperation, text, owned(iOperation.id),
+               owned(iOperation.key), owned(iOperation.attribute));
     const int expected =
         fModel.storeAttribute(iOperation.id, iOperation.key, iOperation.attribute, text);
     checkCode(code, expected, "code of storing an attribute");
