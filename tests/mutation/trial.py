@@ -38,9 +38,12 @@ import draw
 # The test binaries for a fault, by directory of tests/: first those of its directory, then those
 # that use its library.
 _FIRST = {"port/logger": ["logger"], "port": ["port"], "include": ["headers"]}
-_RELATED = {"port/logger": ["logging", "memory", "core"], "port": ["logger", "config", "memory", "core"],
-            "include": ["sdk", "config", "events", "core"], "config": ["memory", "model", "core"],
-            "events": ["memory", "model", "core", "hostile"], "logging": ["logger", "memory", "core"],
+_RELATED = {"port/logger": ["logging", "memory", "core"],
+            "port": ["logger", "config", "memory", "core"],
+            "include": ["memory", "sdk", "config", "events", "core"],
+            "config": ["memory", "model", "core"],
+            "events": ["memory", "model", "core", "hostile"],
+            "logging": ["logger", "memory", "core"],
             "core": ["memory", "hostile", "model", "sdk"]}
 # Each of their tests needs its own process.
 _APART = re.compile(r"^(core_|hostile_|model_|sdk_)")
