@@ -31,9 +31,7 @@ FLOORS = {"look up/floor, tree/10/1": 90, "look up/floor, hash/10/1": 50}
 
 class Report(unittest.TestCase):
     def setUp(self):
-        self.temporary = tempfile.TemporaryDirectory()
-        self.addCleanup(self.temporary.cleanup)
-        self.results = Path(self.temporary.name)
+        self.results = Path(self.enterContext(tempfile.TemporaryDirectory()))
         self.limits({"look": {"allocations": 5}, "look up": {"ratio": 3, "allocations": 0}})
         self.baseline({OURS: 100})
         self.costs({"look up": [4, 1, 3]})

@@ -83,9 +83,7 @@ def found_by(address, word):
 class SiteTest(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
-        cls.directory = tempfile.TemporaryDirectory()
-        cls.addClassCleanup(cls.directory.cleanup)
-        cls.site = Path(cls.directory.name, "site")
+        cls.site = Path(cls.enterClassContext(tempfile.TemporaryDirectory()), "site")
         subprocess.run([ROOT / "scripts/docs_site.py", cls.site], check=True,
                        stdout=subprocess.DEVNULL)
 

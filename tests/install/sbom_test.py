@@ -17,9 +17,7 @@ DEPENDS = "libc6 (>= 2.34), libixlal (= 1.2.3), python3:any"
 
 class SbomTest(unittest.TestCase):
     def setUp(self):
-        holder = tempfile.TemporaryDirectory()
-        self.addCleanup(holder.cleanup)
-        self.root = Path(holder.name)
+        self.root = Path(self.enterContext(tempfile.TemporaryDirectory()))
         self.own = self.root / "usr/share/doc/sample/sample.spdx.json"
         self.program = self.root / "usr/bin/sample ä"
         for path, text in ((self.program, "one"), (self.own.parent / "copyright", "two"),

@@ -67,9 +67,7 @@ set_tests_properties(Small.Port PROPERTIES LABELS core-port)
 
 class EnvironmentTest(unittest.TestCase):
     def setUp(self):
-        temporary = tempfile.TemporaryDirectory()
-        self.addCleanup(temporary.cleanup)
-        self.dir = Path(temporary.name)
+        self.dir = Path(self.enterContext(tempfile.TemporaryDirectory()))
         shutil.copytree(SCRIPTS, self.dir / "scripts")
         self.write("CMakeLists.txt", PROJECT.format(skipping=SKIPPING_TEST))
         self.write("CMakePresets.json", PRESETS)

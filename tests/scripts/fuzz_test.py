@@ -27,9 +27,7 @@ FAILS = RUNS + "echo 'Test unit written to /finding'\nexit 1\n"
 
 class FuzzTest(unittest.TestCase):
     def setUp(self):
-        directory = tempfile.TemporaryDirectory()
-        self.addCleanup(directory.cleanup)
-        self.root = Path(directory.name)
+        self.root = Path(self.enterContext(tempfile.TemporaryDirectory()))
         self.bin = self.root / "build/fuzz/bin"
         self.executed = self.root / "tests/fuzz/executed.txt"
         for path in (self.root / "scripts", self.bin, self.root / "tests/fuzz/corpus/tokens"):

@@ -84,9 +84,7 @@ MISTAKES = (
 
 class NoteTest(unittest.TestCase):
     def setUp(self):
-        temporary = tempfile.TemporaryDirectory()
-        self.addCleanup(temporary.cleanup)
-        self.dir = Path(temporary.name)
+        self.dir = Path(self.enterContext(tempfile.TemporaryDirectory()))
 
     def compile(self, compiler, *arguments):
         return subprocess.run(

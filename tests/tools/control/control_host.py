@@ -74,9 +74,7 @@ class ControlTest(unittest.TestCase):
     """Each test has a directory, which the hosts and tools that it starts use as their own."""
 
     def setUp(self):
-        temporary = tempfile.TemporaryDirectory()
-        self.addCleanup(temporary.cleanup)
-        self.dir = Path(temporary.name)
+        self.dir = Path(self.enterContext(tempfile.TemporaryDirectory()))
         for name in ("plugins", "config", "log", "run"):
             (self.dir / name).mkdir()
         for plugin in PLUGINS:

@@ -25,9 +25,7 @@ class GdbTest(unittest.TestCase):
     """Every test has a host in a directory of its own."""
 
     def setUp(self):
-        temporary = tempfile.TemporaryDirectory()
-        self.addCleanup(temporary.cleanup)
-        self.dir = Path(temporary.name)
+        self.dir = Path(self.enterContext(tempfile.TemporaryDirectory()))
         for name in ("plugins", "config", "log"):
             (self.dir / name).mkdir()
         (self.dir / "config/ixlap.configmanager.prs").write_text(

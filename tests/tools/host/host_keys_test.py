@@ -22,9 +22,7 @@ def keys():
 
 class HostKeys(unittest.TestCase):
     def setUp(self):
-        temporary = tempfile.TemporaryDirectory()
-        self.addCleanup(temporary.cleanup)
-        self.dir = Path(temporary.name)
+        self.dir = Path(self.enterContext(tempfile.TemporaryDirectory()))
         for name in ("plugins", "config", "log"):
             (self.dir / name).mkdir()
         (self.dir / "config/ixlap.configmanager.prs").touch()

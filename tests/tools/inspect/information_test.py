@@ -34,9 +34,7 @@ SVG = "{http://www.w3.org/2000/svg}"
 
 class InformationTest(unittest.TestCase):
     def setUp(self):
-        temporary = tempfile.TemporaryDirectory()
-        self.addCleanup(temporary.cleanup)
-        self.dir = Path(temporary.name)
+        self.dir = Path(self.enterContext(tempfile.TemporaryDirectory()))
 
     def add(self, name, *lines, **options):
         return write_noted(NOTED, self.dir / f"lib{name}.so", *lines, **options)

@@ -23,9 +23,7 @@ from library import Inspector
 
 class InspectTest(unittest.TestCase):
     def setUp(self):
-        temporary = tempfile.TemporaryDirectory()
-        self.addCleanup(temporary.cleanup)
-        self.dir = Path(temporary.name)
+        self.dir = Path(self.enterContext(tempfile.TemporaryDirectory()))
 
     def add(self, source, name=None):
         return Path(shutil.copy(source, self.dir / (name or source.name)))

@@ -48,9 +48,7 @@ def library(notes, phnum=1, entry_size=32, size=None, offset=84):
 
 class NotesTest(unittest.TestCase):
     def setUp(self):
-        temporary = tempfile.TemporaryDirectory()
-        self.addCleanup(temporary.cleanup)
-        self.dir = Path(temporary.name)
+        self.dir = Path(self.enterContext(tempfile.TemporaryDirectory()))
 
     def build(self, bits):
         """A library with three notes."""

@@ -30,9 +30,7 @@ def load_program():
 
 class NewPluginTest(unittest.TestCase):
     def setUp(self):
-        temporary = tempfile.TemporaryDirectory()
-        self.addCleanup(temporary.cleanup)
-        self.dir = Path(temporary.name)
+        self.dir = Path(self.enterContext(tempfile.TemporaryDirectory()))
 
     def run_tool(self, *arguments, **options):
         return subprocess.run([PROGRAM, *arguments], cwd=self.dir, text=True, check=False,

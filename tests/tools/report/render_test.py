@@ -103,9 +103,7 @@ PAGES = {
 
 class Browser(unittest.TestCase):
     def setUp(self):
-        temporary = tempfile.TemporaryDirectory()
-        self.addCleanup(temporary.cleanup)
-        self.dir = Path(temporary.name)
+        self.dir = Path(self.enterContext(tempfile.TemporaryDirectory()))
 
     def write(self, *arguments):
         subprocess.run([REPORT, *arguments, "--html", "x.html"], cwd=self.dir, check=True,

@@ -35,9 +35,7 @@ TWO_THREADS = begin(0) + load(1, "liba.so", 2) + load(3, "libb.so") + init(
 
 class ReportTest(unittest.TestCase):
     def setUp(self):
-        temporary = tempfile.TemporaryDirectory()
-        self.addCleanup(temporary.cleanup)
-        self.dir = Path(temporary.name)
+        self.dir = Path(self.enterContext(tempfile.TemporaryDirectory()))
 
     def write(self, content, name="core.log"):
         data = content if isinstance(content, bytes) else content.encode()

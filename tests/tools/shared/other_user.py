@@ -30,8 +30,6 @@ def readable_directory(test):
     programs. Both end with the test."""
     mask = os.umask(0o022)
     test.addCleanup(os.umask, mask)
-    temporary = tempfile.TemporaryDirectory()
-    test.addCleanup(temporary.cleanup)
-    path = Path(temporary.name)
+    path = Path(test.enterContext(tempfile.TemporaryDirectory()))
     path.chmod(0o755)
     return path, mask

@@ -17,9 +17,7 @@ from noted import write_noted, write_text  # noqa: E402 pylint: disable=wrong-im
 
 class InformationTest(unittest.TestCase):
     def setUp(self):
-        temporary = tempfile.TemporaryDirectory()
-        self.addCleanup(temporary.cleanup)
-        self.path = Path(temporary.name) / "libnoted.so"
+        self.path = Path(self.enterContext(tempfile.TemporaryDirectory())) / "libnoted.so"
 
     def check(self):
         """The result and the reason of the check."""

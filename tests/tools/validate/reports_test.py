@@ -58,9 +58,7 @@ def check_sarif(value, kind, path='log'):
 
 class ReportsTest(unittest.TestCase):
     def setUp(self):
-        temporary = tempfile.TemporaryDirectory()
-        self.addCleanup(temporary.cleanup)
-        self.directory = Path(temporary.name)
+        self.directory = Path(self.enterContext(tempfile.TemporaryDirectory()))
         shutil.copy(FLAWED, self.directory / 'lib<a>&"b: ä.so')
         shutil.copy(FLAWED, self.directory / 'libplain.so')
 

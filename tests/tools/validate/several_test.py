@@ -22,9 +22,7 @@ from noted import write_noted  # noqa: E402 pylint: disable=wrong-import-positio
 
 class SeveralTest(unittest.TestCase):
     def setUp(self):
-        temporary = tempfile.TemporaryDirectory()
-        self.addCleanup(temporary.cleanup)
-        self.directory = Path(temporary.name)
+        self.directory = Path(self.enterContext(tempfile.TemporaryDirectory()))
         self.plugins = self.directory / 'plugins'
         self.plugins.mkdir()
 
