@@ -27,13 +27,9 @@ int _write(const std::string& iPath, const std::string& iText)
     {
         return errno;
     }
-    const ssize_t written = write(file.get(), iText.data(), iText.size());
-    if (written < 0)
-    {
-        return errno;
-    }
+    const int written = file.writeAll(iText);
     const int closed = file.close();
-    return static_cast<std::size_t>(written) == iText.size() ? closed : ENOSPC;
+    return written != 0 ? written : closed;
 }
 
 int _remove(const std::string& iPath)

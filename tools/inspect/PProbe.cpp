@@ -11,7 +11,6 @@
 #include <exception>
 #include <fstream>
 #include <nlohmann/json.hpp>
-#include <unistd.h>
 #include <vector>
 
 namespace
@@ -46,7 +45,7 @@ std::int64_t _privateMemory()
 }
 } // namespace
 
-PProbe::PProbe(int iDescriptor) : fDescriptor(iDescriptor)
+PProbe::PProbe(int iDescriptor) : fOutput(iDescriptor)
 {
 }
 
@@ -126,18 +125,9 @@ bool PProbe::list()
 
 void PProbe::write(const nlohmann::json& iLine) const
 {
-    const std::string text =
-        iLine.dump(-1, ' ', true, nlohmann::json::error_handler_t::replace) + '\n';
-    std::size_t written = 0;
-    while (written < text.size())
-    {
-        const ssize_t count = ::write(fDescriptor, text.data() + written, text.size() - written);
-        if (count <= 0)
-        {
-            return; // the reader misses the line and reports that the probe died before it
-        }
-        written += static_cast<std::size_t>(count);
-    }
+    // A reader that misses the line reports that the probe died before it.
+    static_cast<void>(fOutput.writeAll(
+        iLine.dump(-1, ' ', true, nlohmann::json::error_handler_t::replace) + '\n'));
 }
 
 bool PProbe::fail(int iResult, const std::string& iReason) const

@@ -7,6 +7,7 @@
 #include "PBaseptr.h"
 #include "PPtr.h"
 #include "portinglayer/PLibrary.h"
+#include "shared/PFileDescriptor.h"
 
 #include <cstdint>
 #include <nlohmann/json_fwd.hpp>
@@ -23,7 +24,7 @@
 class PProbe
 {
 public:
-    /// Writes to iDescriptor, which is borrowed.
+    /// Writes to iDescriptor, and closes it in the end.
     explicit PProbe(int iDescriptor);
 
     /// Runs all steps with the library at iPath, until one fails.
@@ -39,7 +40,7 @@ private:
     template <class TStep>
     bool guard(int iResult, const char* iWhat, const TStep& iStep) const;
 
-    const int fDescriptor;
+    const PFileDescriptor fOutput;
     std::int64_t fMemoryBefore = -1;
     PPtr<PLibrary> fLibrary;
     PBaseptr<IPlugin> fPlugin; // last: destroyed before its library

@@ -4,6 +4,7 @@
 #define IXLAL_TOOLS_PFILEDESCRIPTOR_H
 
 #include <cerrno>
+#include <string_view>
 #include <unistd.h>
 #include <utility>
 
@@ -44,6 +45,21 @@ public:
     explicit operator bool() const noexcept
     {
         return fDescriptor >= 0;
+    }
+
+    /// Returns 0 or the errno of writing.
+    int writeAll(std::string_view iBytes) const noexcept
+    {
+        while (!iBytes.empty())
+        {
+            const ssize_t written = ::write(fDescriptor, iBytes.data(), iBytes.size());
+            if (written < 0 && errno != EINTR)
+            {
+                return errno;
+            }
+            iBytes.remove_prefix(written > 0 ? static_cast<std::size_t>(written) : 0);
+        }
+        return 0;
     }
 
     /// Returns 0 or the errno of closing; 0 when it is already closed.

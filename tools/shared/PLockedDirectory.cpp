@@ -37,21 +37,6 @@ int _lock(int iFile)
     return 0;
 }
 
-/// Returns 0 or an errno.
-int _writeAll(int iFile, const std::string& iBytes)
-{
-    for (std::size_t done = 0; done < iBytes.size();)
-    {
-        const ssize_t written = ::write(iFile, iBytes.data() + done, iBytes.size() - done);
-        if (written < 0 && errno != EINTR)
-        {
-            return errno;
-        }
-        done += written > 0 ? static_cast<std::size_t>(written) : 0;
-    }
-    return 0;
-}
-
 std::string _freshName(const std::string& iName)
 {
     return iName + ".new";
@@ -192,7 +177,7 @@ void PLockedDirectory::fill(const std::string& iName, const std::string& iBytes,
     {
         fail(iName, errno, "its directory must be writable");
     }
-    if (const int error = _writeAll(file.get(), iBytes))
+    if (const int error = file.writeAll(iBytes))
     {
         fail(iName, error, "the disk needs space for it; nothing was changed");
     }

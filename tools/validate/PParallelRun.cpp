@@ -23,19 +23,6 @@ bool _readMore(int iDescriptor, std::string& ioText)
     ioText.append(buffer.data(), static_cast<std::size_t>(count > 0 ? count : 0));
     return (count > 0 && !ioText.ends_with('\n')) || (count < 0 && errno == EINTR);
 }
-
-void _writeAll(int iDescriptor, const std::string& iText)
-{
-    for (std::size_t done = 0; done < iText.size();)
-    {
-        const ssize_t count = ::write(iDescriptor, iText.data() + done, iText.size() - done);
-        if (count < 0 && errno != EINTR)
-        {
-            return; // the parent reports the missing result
-        }
-        done += static_cast<std::size_t>(count > 0 ? count : 0);
-    }
-}
 } // namespace
 
 PParallelRun::PParallelRun(const PValidateOptions& iOptions) : fOptions(iOptions)
@@ -98,8 +85,9 @@ void PParallelRun::work(const PWorker& iWorker, const PSubject& iSubject) const
         const PValidateOptions options = fOptions.of(iSubject);
         PValidation validation(options, [](const PCheckResult&) {});
         const auto replace = nlohmann::ordered_json::error_handler_t::replace;
-        _writeAll(iWorker.result.writing.get(),
-                  validation.run().toJson().dump(-1, ' ', false, replace) + "\n");
+        // The parent reports a result that is missing.
+        static_cast<void>(iWorker.result.writing.writeAll(
+            validation.run().toJson().dump(-1, ' ', false, replace) + "\n"));
         exitCode = EXIT_SUCCESS;
     }
     catch (const std::exception& problem)
