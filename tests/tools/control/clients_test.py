@@ -166,7 +166,7 @@ class Socket(ControlTest):
     @unittest.skipUnless(os.geteuid() == 0, "only root can become another user")
     def test_root_is_served_by_the_host_of_another_user(self):
         nobody = self.open_for_nobody()
-        for path in (self.dir, *self.dir.iterdir()):
+        for path in (self.dir, *self.dir.rglob("*")):
             os.chown(path, nobody, nobody)
         self.start(user=nobody, group=nobody, extra_groups=[])
         self.assertEqual(nobody, self.path.stat().st_uid)
