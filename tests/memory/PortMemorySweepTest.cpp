@@ -431,7 +431,7 @@ TEST(LockMemorySweep, Mutex)
                return mutex->init(true);
            });
     open();
-    // The analysis refuses a lock that is held after the function that takes it.
+    // The analysis is off in these four: it refuses a function that only locks or only unlocks.
     sweepAllocations({
         .operation = "PMutex::lock",
         .run = [&]() IXLA_NO_THREAD_SAFETY_ANALYSIS { return mutex->lock(); },
