@@ -132,7 +132,8 @@ public:
     }
 
     /// The number of holders in the group; 0 when empty. It is a snapshot, unless the caller can
-    /// rule out that another thread copies or destroys a holder of the group.
+    /// rule out that another thread copies or destroys a holder of the group. A caller that finds
+    /// its holder alone sees what other threads did with the object before they released theirs.
     unsigned int holders() const noexcept
     {
         return fCounter ? __atomic_load_n(fCounter, __ATOMIC_ACQUIRE) : 0u;

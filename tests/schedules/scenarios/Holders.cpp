@@ -67,6 +67,27 @@ SCENARIO(LastHoldersOfAPPtr, .jumps = false, .small = true)
         });
 }
 
+SCENARIO(HolderThatFindsItselfAlone, .jumps = false, .small = true)
+{
+    PPtr<Marks> first(new Marks);
+    PPtr<Marks> second(first);
+    _runBoth(
+        [&]
+        {
+            second->second = 1;
+            second.clear();
+        },
+        [&]
+        {
+            first->first = 1;
+            if (first.holders() == 1)
+            {
+                requireEqual(1, first->second, "the released holder's mark");
+            }
+            first.clear();
+        });
+}
+
 SCENARIO(CopiesOfAPPtrBesideItsRelease, .jumps = false, .small = true)
 {
     PPtr<Marks> first(new Marks);
