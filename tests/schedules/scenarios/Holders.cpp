@@ -48,43 +48,42 @@ void _runBoth(const TWork& iWork, const TOwn& iOwn)
     other.join();
     requireEqual(1, sDestroyed, "destroyed objects");
 }
+
+/// Two threads mark one object and release it. iBefore gets the first thread's holder before.
+template <class TBefore>
+void _releaseBesideAnother(const TBefore& iBefore)
+{
+    PPtr<Marks> first(new Marks);
+    PPtr<Marks> second(first);
+    _runBoth(
+        [&]
+        {
+            second->second = 1;
+            second.clear();
+        },
+        [&]
+        {
+            first->first = 1;
+            iBefore(first);
+            first.clear();
+        });
+}
 } // namespace
 
 SCENARIO(LastHoldersOfAPPtr, .jumps = false, .small = true)
 {
-    PPtr<Marks> first(new Marks);
-    PPtr<Marks> second(first);
-    _runBoth(
-        [&]
-        {
-            second->second = 1;
-            second.clear();
-        },
-        [&]
-        {
-            first->first = 1;
-            first.clear();
-        });
+    _releaseBesideAnother([](const PPtr<Marks>&) {});
 }
 
 SCENARIO(HolderThatFindsItselfAlone, .jumps = false, .small = true)
 {
-    PPtr<Marks> first(new Marks);
-    PPtr<Marks> second(first);
-    _runBoth(
-        [&]
+    _releaseBesideAnother(
+        [](const PPtr<Marks>& iHolder)
         {
-            second->second = 1;
-            second.clear();
-        },
-        [&]
-        {
-            first->first = 1;
-            if (first.holders() == 1)
+            if (iHolder.holders() == 1)
             {
-                requireEqual(1, first->second, "the released holder's mark");
+                requireEqual(1, iHolder->second, "the released holder's mark");
             }
-            first.clear();
         });
 }
 
