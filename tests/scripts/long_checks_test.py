@@ -29,8 +29,9 @@ OUTPUTS = {
     "coverage.sh": "lines: 98.7% (9870 out of 10000)\nbranches: 95.2% (952 out of 1000)\n",
     "mutation.sh": "2 of 2 faults caught\n438 drawn: 17 do not compile\n"
                    "171 of 172 that change behaviour caught\n",
-    "schedules.sh": "One   500 schedules,   70 different,   1.0 s: passed\n"
-                    "Two    50 schedules,    9 different,   1.0 s: passed\n",
+    "schedules.sh": "Small 30 schedules, 30 different, 9 points each, 0.1 s, 300/s, all: passed\n"
+                    "One 500 schedules, 70 different, 9 points each, 1.0 s, 70/s, seed 1: passed\n"
+                    "Two 50 schedules, 9 different, 9 points each, 1.0 s, 9/s, seed 1: passed\n",
     "schedules-faults.sh": "143 of 144 faults found\n",
     "fuzz.sh": "keys      49361 executions   15923 exec/s\nlog        1000 executions  1514 exec/s\n",
     "test.sh": "100% tests passed, 0 tests failed out of 1950\n\nSkipped, fully or partly: 3\n"
@@ -102,6 +103,11 @@ class LongChecks(unittest.TestCase):
         self.assertEqual({"operations": 204302972, "errors": 0, "cycles": 168,
                           "private KB at the start": 712, "private KB at the end": 796},
                          long_check_table.SOAK(OUTPUTS["soak.sh"]))
+
+    def test_schedules_are_those_of_each_scenario_that_differ(self):
+        schedules, = (check for check in long_check_table.CHECKS if check.name == "schedules")
+        self.assertEqual({"scenarios": 2, "different schedules": 79},
+                         schedules.figures(OUTPUTS["schedules.sh"]))
 
     def test_figures_are_kept_with_date_commit_and_time(self):
         output = self.run_checks("--only", "drd", "--only", "soak", "--minutes", "7")
