@@ -26,7 +26,7 @@ class Commands(GdbTest):
 
     def busy(self):
         process = self.start("first", "slow", "gone", "done", "idle", **BUSY)
-        self.await_output("await right", "await left", "ask slow\nsleep")
+        self.await_output("lock 0", "lock 0", "lock 1", "lock 1", "sleep")
         self.await_sleeping(process, 5)
         return process
 
@@ -125,7 +125,7 @@ class Deadlock(GdbTest):
     def test_of_two_plugins_is_shown(self):
         process = self.start("first", "second", first="thread other,await begun,ask second",
                              other="ask second", second="touch begun,ask first")
-        self.await_output("touch begun\nask first", "await begun\nask second")
+        self.await_output("ask first", "ask second", "ask second")
         self.await_sleeping(process, 3)
         text = self.ask(process, "status", "waits")
         self.assert_readable(text)

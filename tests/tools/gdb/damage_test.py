@@ -23,7 +23,7 @@ class Damage(GdbTest):
             first="set test.id key value,watch test.id test.topic,load test.id,listen test.topic,"
                   "unload gone,set other.id key value,listen test.other,thread other,await begun,"
                   "ask second", other="ask second", second="touch begun,ask first")
-        self.await_output("ask first", "await begun\nask second")
+        self.await_output("ask first", "ask second", "ask second")
         self.await_sleeping(process, 3)
         return process
 

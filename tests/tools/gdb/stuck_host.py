@@ -65,9 +65,12 @@ class GdbTest(unittest.TestCase):
         return (self.dir / "out").read_text(encoding="utf-8", errors="replace")
 
     def await_output(self, *wanted):
-        """Until each text was printed."""
-        self.await_true(lambda: all(text in self.output() for text in wanted),
-                        lambda: f"never said {wanted}: {self.output()}")
+        """Until each text was printed as often as it is given, in any order: threads print."""
+        def said():
+            output = self.output()
+            return all(output.count(text) >= wanted.count(text) for text in wanted)
+
+        self.await_true(said, lambda: f"never said {wanted}: {self.output()}")
 
     def await_true(self, condition, message):
         last = time.monotonic() + LIMIT
