@@ -43,8 +43,10 @@ def git(*arguments: str) -> str:
 
 
 def has_history() -> bool:
+    """A tree without its own has that of the directory around it, if anything."""
     try:
-        return git("rev-parse", "--is-shallow-repository") == "false"
+        return (git("rev-parse", "--is-shallow-repository") == "false"
+                and not git("rev-parse", "--show-prefix"))
     except (subprocess.CalledProcessError, FileNotFoundError):
         return False
 

@@ -182,6 +182,17 @@ class LongChecks(unittest.TestCase):
         self.page.write_text(self.page.read_text().replace("323 tests", "324 tests"))
         self.run_checks("--verify", code=1)
 
+    def test_the_history_around_the_tree_is_not_its_own(self):
+        self.run_checks("--only", "drd")
+        shutil.rmtree(self.root / ".git")
+        inner = self.root / "build/tree"
+        shutil.copytree(self.root, inner, ignore=shutil.ignore_patterns("build"))
+        self.git("init", "-q")
+        self.commit()
+        done = subprocess.run([str(inner / "scripts/long-checks.sh"), "--verify"],
+                              capture_output=True, text=True, stdin=subprocess.DEVNULL)
+        self.assertEqual(77, done.returncode, done.stdout + done.stderr)
+
     def test_slices_come_round(self):
         count = sum(len(check.slices) for check in long_check_table.CHECKS)
         seen = set()
