@@ -5,6 +5,7 @@
 #include "plugins/ITestService.h"
 #include "support/CoreRun.h"
 #include "support/PluginHooks.h"
+#include "support/ThreadCount.h"
 
 #include <gtest/gtest.h>
 
@@ -54,7 +55,7 @@ struct Holdings
 {
     static Holdings now()
     {
-        return {entries("/proc/self/fd"), entries("/proc/self/task"), residentPages()};
+        return {entries("/proc/self/fd"), countThreads(), residentPages()};
     }
 
     static int entries(const char* iDir)

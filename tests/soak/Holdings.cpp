@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "soak/Holdings.h"
 
+#include "support/ThreadCount.h"
+
 #include <malloc.h>
 #include <unistd.h>
 
@@ -67,7 +69,7 @@ Holdings Holdings::now()
     holdings.resident *= page;
     holdings.allocated = _allocated();
     holdings.handles = _entries("/proc/self/fd");
-    holdings.threads = _entries("/proc/self/task");
+    holdings.threads = countThreads();
     holdings.mappings = _lines("/proc/self/maps");
     return holdings;
 }

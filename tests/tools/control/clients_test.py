@@ -245,7 +245,11 @@ class Clients(ControlTest):
         self.assertEqual("too-many", third.line()["error"])
         self.assertIsNone(third.line())
         clients[0].close()
-        wait_for(lambda: "error" not in (self.connect().ask("check") or {"error": 1}), "a place")
+        wait_for(self.is_served, "a place")
+
+    def is_served(self):
+        reply = self.ask_quietly(self.connect())
+        return reply and reply["ok"]
 
     def test_a_host_without_descriptors_refuses_and_recovers(self):
         def limit():
@@ -367,19 +371,17 @@ class Clients(ControlTest):
         status = Path(f"/proc/{host.pid}/task/{thread}/status")
         blocked = int(re.search(r"^SigBlk:\s*(\w+)", status.read_text(), re.M)[1], 16)
         self.assertTrue(blocked >> (signal.SIGTERM - 1) & 1)
-        # Until it has closed the connection of the tool.
-        before = wait_for(lambda: self.switches_at_rest(status), "the thread rests")
-        time.sleep(2)
-        self.assertEqual(before, self.switches(status))
+        # At first it has the connection of the tool to close.
+        wait_for(lambda: self.rests(status, 2), "the thread rests")
 
     @staticmethod
     def switches(status):
         return [line for line in status.read_text().splitlines() if "ctxt" in line]
 
-    def switches_at_rest(self, status):
+    def rests(self, status, seconds):
         before = self.switches(status)
-        time.sleep(0.3)
-        return before if before == self.switches(status) else None
+        time.sleep(seconds)
+        return before == self.switches(status)
 
 
 class BadRequests(ControlTest):

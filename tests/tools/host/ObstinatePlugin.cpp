@@ -100,10 +100,6 @@ public:
         {
             _sleepForEver();
         }
-        if (_is("slow init"))
-        {
-            std::this_thread::sleep_for(std::chrono::milliseconds(300));
-        }
         if (_is("wait in init"))
         {
             _awaitFile("go");

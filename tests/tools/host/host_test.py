@@ -47,18 +47,22 @@ class Stopping(HostTest):
     def test_a_signal_during_the_start_stops_right_after_it(self):
         host = self.launch("--prs", "core.prs", "core.autostart.list=obstinate",
                            "--ready-file", "ready", "--require", "test.nobody",
-                           behaviour="slow init")
+                           behaviour="wait in init")
         self.await_line(host, "initialises\n")
         host.send_signal(signal.SIGTERM)
+        self.wait_for_text(host.stderr, "SIGTERM, stopping")
+        self.write("go", "")
         self.assertEqual((0, "ixla-host: stopped\n"), self.finish(host)[:2])
 
     def test_a_signal_prevents_further_initialisations(self):
         shutil.copy(PLUGIN, self.dir / "plugins/libzzz.so")
         host = self.launch("--prs", "core.prs", "core.load.plugin.list=obstinate",
                            "--require", "test.obstinate", "--require", "com.kelvora.ixla.logger",
-                           behaviour="slow init")
+                           behaviour="wait in init")
         self.await_line(host, "initialises\n")
         host.send_signal(signal.SIGTERM)
+        self.wait_for_text(host.stderr, "SIGTERM, stopping")
+        self.write("go", "")
         self.assertEqual((0, "ixla-host: stopped\n"), self.finish(host)[:2])
 
     def test_hangup_is_ignored_under_nohup(self):
@@ -169,9 +173,10 @@ class ReadyFile(HostTest):
     def test_that_can_no_longer_be_created_stops_the_host(self):
         (self.dir / "run").mkdir()
         host = self.launch("--prs", "core.prs", "--ready-file", "run/ready",
-                           "core.autostart.list=obstinate", behaviour="slow init")
+                           "core.autostart.list=obstinate", behaviour="wait in init")
         self.await_line(host, "initialises\n")
         (self.dir / "run").rmdir()
+        self.write("go", "")
         code, out, err = self.finish(host)
         self.assertEqual((5, "ixla-host: stopped\n"), (code, out))
         self.assertIn("the ready file run/ready cannot be written", err)
@@ -187,14 +192,17 @@ class ReadyFile(HostTest):
 
 class Manager(HostTest):
     def notified(self, name):
-        """The messages of a run to a service manager."""
+        """The messages of a run to a service manager, without the states of a slow one."""
         with socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM) as manager:
             manager.bind(name.replace("@", "\0"))
             manager.settimeout(LIMIT)
             code, _, _ = self.run_host("--prs", "core.prs", "--seconds", "0",
                                        environment={"NOTIFY_SOCKET": name})
             self.assertEqual(0, code)
-            return [manager.recv(100).decode() for _ in range(2)]
+            messages = [manager.recv(100).decode()]
+            while messages[-1] != "STOPPING=1":
+                messages.append(manager.recv(100).decode())
+            return [message for message in messages if not message.startswith("STATUS=")]
 
     def test_is_notified_of_ready_and_stop(self):
         for name in (str(self.dir / "socket"), f"@ixlal-{os.getpid()}"):

@@ -205,8 +205,10 @@ class Refusal(WatchTest):
         self.errors.clear()
         self.assertIsNone(host.poll())
 
-    def accepts(self, host):
+    def accepts(self, host, repair=lambda: None):
+        """The repair is the last change, so that it decides when the host accepts them all."""
         self.replace("watched_2")
+        repair()
         _, before = self.await_match(host, RESTARTED)
         self.assertEqual(1, before.count("version 2\n"), before)
         self.assertEqual(0, before.count("version 1\n"), before)
@@ -244,16 +246,14 @@ class Refusal(WatchTest):
         shutil.copyfile(variant("watched_2"), self.dir / "plugins/libagain.so")
         self.refuses(host, "refused: plugins/libwatched.so offers test.watched, which "
                            "plugins/libagain.so offers already")
-        (self.dir / "plugins/libagain.so").unlink()
-        self.accepts(host)
+        self.accepts(host, (self.dir / "plugins/libagain.so").unlink)
 
     def test_of_a_broken_property_file_keeps_the_core(self):
         host = self.watch()
         text = (self.dir / "core.prs").read_text()
         self.write("core.prs", text + "broken\n")
         self.refuses(host, "refused: core.prs:5 is a line that the core refuses")
-        self.write("core.prs", text)
-        self.accepts(host)
+        self.accepts(host, lambda: self.write("core.prs", text))
 
     def test_with_strict_includes_keys_and_ignored_files(self):
         self.write("config/ixlap.configmanager.prs", "test.id = a.prs\n")
@@ -262,19 +262,17 @@ class Refusal(WatchTest):
         text = (self.dir / "core.prs").read_text()
         self.write("core.prs", text + "core.free.plugin.lib = true\n")
         self.refuses(host, 'refused: core.prs:5: "core.free.plugin.lib" is not a key of the core')
-        self.write("core.prs", text)
         self.write("config/a.prs", "broken\n")
+        self.write("core.prs", text)
         self.refuses(host, "refused: config/a.prs:1 is a line that the core refuses")
-        self.write("config/a.prs", "a = b\n")
-        self.accepts(host)
+        self.accepts(host, lambda: self.write("config/a.prs", "a = b\n"))
 
     def test_with_strict_includes_plugins_that_do_not_fit_together(self):
         host = self.watch("--strict")
         noted = self.dir / "plugins/libnoted.so"
         write_noted(variant("noted"), noted, "requires\ttest.none", "core\t999.0.0")
         self.refuses(host, "refused: plugins/libnoted.so needs version 999.0.0 of the core, which is ")
-        noted.unlink()
-        self.accepts(host)
+        self.accepts(host, noted.unlink)
 
     def test_without_strict_excludes_plugins_that_do_not_fit_together(self):
         host = self.watch()
@@ -440,16 +438,20 @@ class Manager(WatchTest, ManagedTest):
             message = self.receive()
         return message
 
+    def await_ready(self):
+        self.await_message("READY=1")
+        self.assertEqual("STATUS=Ready", self.receive())
+
     def watch(self, *arguments, environment=None, **options):
         return super().watch(*arguments, environment={"NOTIFY_SOCKET": "notify",
                                                       **(environment or {})}, **options)
 
     def test_is_notified_of_a_restart(self):
         host = self.watch()
-        self.assertEqual(["READY=1", "STATUS=Ready"], [self.receive() for _ in range(2)])
+        self.await_ready()
         self.replace("watched_2")
         self.assertRegex(self.receive(), r"^RELOADING=1\nMONOTONIC_USEC=\d+$")
-        self.assertEqual(["READY=1", "STATUS=Ready"], [self.receive() for _ in range(2)])
+        self.await_ready()
         self.await_match(host, RESTARTED)
         self.end_watch(host)
         self.assertEqual("STOPPING=1", self.receive())

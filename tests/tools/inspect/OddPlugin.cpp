@@ -62,7 +62,7 @@ struct Constructed
         }
         if (_is("child") && fork() == 0)
         {
-            sleep(60);
+            sleep(600);
             _exit(0);
         }
     }

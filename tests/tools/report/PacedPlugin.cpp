@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // A plugin that takes its time. Copied as libNAME.so it offers "paced.NAME", and PACE_NAME in the
 // environment says what its init does: steps such as "sleep 100", "ask OTHER", "thread OTHER" (a
-// thread of its own asks, and is not waited for before the end), "grow 8" (megabytes) and "fail",
-// with commas between them.
+// thread of its own asks, and is not waited for before the end), "touch FILE", "await FILE", "grow 8"
+// (megabytes) and "fail", with commas between them.
 
 #include "IPlugin.h"
 #include "Ixla.h"
@@ -12,6 +12,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -79,9 +80,25 @@ private:
         {
             fThreads.emplace_back([iObject] { _ask(iObject); });
         }
+        else if (iVerb == "touch")
+        {
+            std::ofstream(iObject).flush();
+        }
+        else if (iVerb == "await")
+        {
+            awaitFile(iObject);
+        }
         else if (iVerb == "grow")
         {
             fMemory.resize(fMemory.size() + std::stoul(iObject) * 1024 * 1024, 'x');
+        }
+    }
+
+    static void awaitFile(const std::string& iFile)
+    {
+        while (!std::filesystem::exists(iFile))
+        {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
         }
     }
 

@@ -67,7 +67,7 @@ def run(*arguments, flaw='', cwd=None, handles=(), **environment):
 class Flaws(unittest.TestCase):
 
     def expect_flaw(self, flaw, check, text):
-        limit = '1' if check == 'init' else '20'
+        limit = '1' if flaw == 'hang in init' else '20'
         result = run(FLAWED, '--only', check, '--limit', limit, flaw=flaw)
         self.assertEqual(1, result.returncode, result.stdout)
         self.assertIn(f'FAIL  {check}', result.stdout)
