@@ -1,10 +1,11 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
 # Plants small faults in the product, one at a time, and shows which of them the tests detect:
-#   mutation.sh                 tries all faults; fails when less than 95 % are caught
+#   mutation.sh                 tries all faults that a test can catch; fails when less than 95 %
+#                               are caught, or when one does not compile
 #   mutation.sh --only ID...    tries only these; fails as above
 #   mutation.sh --self-test     tries faults with a known outcome
-#   mutation.sh --list          lists the faults
+#   mutation.sh --list          lists the faults that a test can catch
 #   mutation.sh --drawn         tries faults drawn at random by rules; fails as above
 #   mutation.sh --survivors     tries the drawn faults that survived again, after tests were added
 #   mutation.sh --sample N      tries some of the lists' faults, which turn with N, in a few minutes
@@ -12,7 +13,7 @@
 # The faults come from the lists in tests/mutation, or are drawn by tests/mutation/draw.py. They are
 # planted in a copy of the tree, in build/mutation, which must pass its tests first. Each fault is run
 # against the tests of its directory and, if it survives, against all others. A test that hangs counts
-# as failed; a fault that does not compile is not counted.
+# as failed. A drawn fault that does not compile is not counted.
 #
 # A drawn fault is run against the tests of its directory and of the code that uses it and, if it
 # survives, also under the address and the thread sanitizer. An interrupted run continues where it
@@ -43,6 +44,7 @@ late_tests='^(Mutation|Headers|StoreKill|CoreStress)\.'
 
 caught=0
 survived=()
+broken=()
 
 # Does not relink users of changed libraries, and lists tests at run time, to save time.
 configure() {
@@ -118,6 +120,7 @@ try_faults() {
         case $outcome in
             caught) caught=$((caught + 1)) ;;
             survived) survived+=("$id") ;;
+            uncompilable) broken+=("$id") ;;
         esac
     done
 }
@@ -139,7 +142,16 @@ summarise() {
     for id in "${survived[@]}"; do
         echo "Survived: $id: ${fault_breaks[$id]} (${fault_file[$id]}): ${fault_reason[$id]-}"
     done
+    [ ${#broken[@]} -eq 0 ] || die "These do not compile: ${broken[*]}"
     [ "$total" -gt 0 ] && [ $((caught * 100)) -ge $((total * wanted_percent)) ]
+}
+
+# catchable: the faults that a test can catch.
+catchable() {
+    local id
+    for id in "${fault_ids[@]}"; do
+        [ -n "${fault_reason[$id]-}" ] || echo "$id"
+    done
 }
 
 read_lists() {
@@ -228,7 +240,7 @@ prepare() {
 case ${1-} in
     --list)
         read_lists
-        list_faults
+        catchable | list_faults
         ;;
     --only)
         shift
@@ -265,7 +277,7 @@ case ${1-} in
         ;;
     "")
         read_lists
-        selected=("${fault_ids[@]}")
+        mapfile -t selected < <(catchable)
         read_faults "$root/tests/mutation/controls.faults"
         prepare
         self_test

@@ -246,7 +246,7 @@ try_sample() {
 
 read_faults "$root"/tests/schedules/faults/*.faults
 case ${1-} in
-    --list) list_faults ;;
+    --list) printf '%s\n' "${fault_ids[@]}" | list_faults ;;
     --table)
         touch "$results"
         print_table

@@ -55,9 +55,10 @@ uproot() {
     cat "$work/original" >"$tree/${fault_file[$1]}"
 }
 
+# list_faults: describes the faults that the standard input names.
 list_faults() {
     local id
-    for id in "${fault_ids[@]}"; do
+    while read -r id; do
         printf '%-28s %-36s %s\n' "$id" "${fault_file[$id]}" "${fault_breaks[$id]}"
     done
 }
