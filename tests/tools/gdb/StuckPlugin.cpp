@@ -9,6 +9,7 @@
 #include "ILogger.h"
 #include "IPlugin.h"
 #include "Ixla.h"
+#include "support/AwaitedFile.h"
 #include "support/Counted.h"
 #include "support/PluginService.h"
 #include "support/Texts.h"
@@ -77,10 +78,7 @@ void _meet(const std::string& iVerb, const std::string& iFile)
         std::ofstream(iFile).flush();
         return;
     }
-    while (!std::filesystem::exists(iFile))
-    {
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
+    awaitFile(iFile.c_str());
 }
 
 IBase* _ask(const std::string& iName)

@@ -6,6 +6,7 @@
 #include "IPlugin.h"
 #include "Ixla.h"
 #include "PBaseptr.h"
+#include "support/AwaitedFile.h"
 #include "support/PluginService.h"
 
 #include <chrono>
@@ -30,15 +31,6 @@ void _say(const char* iText)
     std::fflush(stdout);
 }
 
-/// Waits until the test creates a file in the working directory.
-void _awaitFile(const char* iName)
-{
-    while (access(iName, F_OK) != 0)
-    {
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
-}
-
 /// Returns 0 if a forked process ends with its own exit code.
 int _exitInChild()
 {
@@ -54,14 +46,14 @@ int _exitInChild()
 
 void _exitOnRequest()
 {
-    _awaitFile("exit");
+    awaitFile("exit");
     std::exit(0);
 }
 
 /// Reads a configuration, and so holds the lock of the manager meanwhile.
 void _loadOnRequest()
 {
-    _awaitFile("load");
+    awaitFile("load");
     IBase* instance = nullptr;
     if (ixlaGetInstance(kIxlaConfigManagerId, instance) == eIxlaOk)
     {
@@ -102,7 +94,7 @@ public:
         }
         if (_is("wait in init"))
         {
-            _awaitFile("go");
+            awaitFile("go");
         }
         if (_is("load on request"))
         {
@@ -147,7 +139,7 @@ IPlugin* ixlaGetPlugin()
 {
     if (_is("wait in the factory"))
     {
-        _awaitFile("go");
+        awaitFile("go");
     }
     if (_is("exit in the factory"))
     {

@@ -4,6 +4,7 @@
 
 #include "IPlugin.h"
 #include "Ixla.h"
+#include "support/AwaitedFile.h"
 #include "support/PluginService.h"
 
 #include <atomic>
@@ -27,14 +28,6 @@ void _say(const std::string& iText)
 {
     std::puts(iText.c_str());
     std::fflush(stdout);
-}
-
-void _awaitFile(const char* iName)
-{
-    while (access(iName, F_OK) != 0)
-    {
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
 }
 
 struct Constructor
@@ -65,7 +58,7 @@ public:
         if (sFlaw == "slow stop" && fIsInitialised)
         {
             _say("waits in stop");
-            _awaitFile("go");
+            awaitFile("go");
         }
     }
 
@@ -79,7 +72,7 @@ public:
         if (sFlaw == "slow init")
         {
             _say("waits in init");
-            _awaitFile("go");
+            awaitFile("go");
         }
         return sFlaw == "fail in init" ? -7 : eIxlaOk;
     }
@@ -112,7 +105,7 @@ IPlugin* ixlaGetPlugin()
     }
     if (sFlaw == "hang in the factory")
     {
-        _awaitFile("/nonexistent");
+        awaitFile("/nonexistent");
     }
     return new WatchedPlugin;
 }

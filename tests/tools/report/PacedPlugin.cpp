@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: MIT
 // A plugin that takes its time. Copied as libNAME.so it offers "paced.NAME", and PACE_NAME in the
 // environment says what its init does: steps such as "sleep 100", "ask OTHER", "thread OTHER" (a
-// thread of its own asks, and is not waited for before the end), "touch FILE", "await FILE", "grow 8"
-// (megabytes) and "fail", with commas between them.
+// thread of its own asks, and is not waited for before the end), "touch FILE", "await FILE",
+// "grow 8" (megabytes) and "fail", with commas between them.
 
 #include "IPlugin.h"
 #include "Ixla.h"
+#include "support/AwaitedFile.h"
 #include "support/PluginService.h"
 #include "support/Texts.h"
 
@@ -86,19 +87,11 @@ private:
         }
         else if (iVerb == "await")
         {
-            awaitFile(iObject);
+            awaitFile(iObject.c_str());
         }
         else if (iVerb == "grow")
         {
             fMemory.resize(fMemory.size() + std::stoul(iObject) * 1024 * 1024, 'x');
-        }
-    }
-
-    static void awaitFile(const std::string& iFile)
-    {
-        while (!std::filesystem::exists(iFile))
-        {
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
         }
     }
 
