@@ -127,13 +127,12 @@ try_faults() {
 
 # Checks the script itself.
 self_test() {
-    local id outcome outcomes=
-    for id in control-comment control-fatal control-hanging control-uncompilable; do
-        try_fault "$id"
-        outcomes+="$outcome "
-    done
-    [ "$outcomes" = "survived caught caught uncompilable " ] ||
+    try_faults control-comment control-fatal control-hanging control-uncompilable
+    [ "$caught, ${survived[*]}, ${broken[*]}" = "2, control-comment, control-uncompilable" ] ||
         die "These had to be survived, caught, caught and uncompilable"
+    caught=0
+    survived=()
+    broken=()
 }
 
 summarise() {
