@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <clocale>
+#include <cwchar>
 #include <random>
 
 using testing::ElementsAre;
@@ -18,6 +19,19 @@ protected:
     {
         init();
     }
+
+    /// Whether the text of a line is what the C library makes of it; some are too long to be shown.
+    template <class... TArgs>
+    bool isAsInTheCLibrary(const wchar_t* iFormat, TArgs... iArgs)
+    {
+        PLogger::info(logger.get(), 0, iFormat, iArgs...);
+        std::wstring text(3 * kLarge, L'\0');
+        const int size = std::swprintf(text.data(), text.size(), iFormat, iArgs...);
+        return size > 0 && texts().back() == narrow(text.c_str());
+    }
+
+    /// A width beyond those that the logger formats itself.
+    static constexpr int kLarge = 1100000;
 };
 } // namespace
 
@@ -118,6 +132,23 @@ TEST_F(LogFormat, WithPositionsOrOfUnknownKindIsLeftToTheCLibrary)
     PLogger::info(logger.get(), 0, L"100%");
 
     EXPECT_THAT(texts(), ElementsAre("b 1", "No such file or directory", "100%"));
+}
+
+TEST_F(LogFormat, WithUnusualSizesOrLengthsIsThatOfTheCLibrary)
+{
+    ASSERT_NE(nullptr, std::setlocale(LC_ALL, "C.UTF-8"));
+
+    EXPECT_TRUE(isAsInTheCLibrary(L"%1100000d|", 1));
+    EXPECT_TRUE(isAsInTheCLibrary(L"%.1100000u|", 1U));
+    EXPECT_TRUE(isAsInTheCLibrary(L"%.1100000p|", &logger));
+    EXPECT_TRUE(isAsInTheCLibrary(L"%.*x|%.*d", kLarge, 255U, -7, 5));
+    EXPECT_TRUE(isAsInTheCLibrary(L"%*d|%*d|", kLarge, 1, -kLarge, 2));
+    EXPECT_TRUE(isAsInTheCLibrary(L"%*d|%*d|", 5, 1, -5, 2));
+    EXPECT_TRUE(isAsInTheCLibrary(L"%hs|%hc|%hhs", "abc", 'd', "e"));
+    EXPECT_TRUE(isAsInTheCLibrary(L"%Lf|%hf|%lf|%.3Le", 1.5L, 0.25, 2.5, 1e300L));
+    EXPECT_TRUE(isAsInTheCLibrary(L"%lp|%+p|%p", &logger, &logger, nullptr));
+    EXPECT_TRUE(isAsInTheCLibrary(L"%2$*1$d|%2$.*1$d", 5, 7));
+    EXPECT_TRUE(isAsInTheCLibrary(L"%lC|%lS|%ls", static_cast<wint_t>(L'\u00E4'), L"\u20AC", L"b"));
 }
 
 TEST_F(LogFormat, ThatCannotBeFormattedIsShown)

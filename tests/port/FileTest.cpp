@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <climits>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -17,6 +18,7 @@
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
+#include <utility>
 
 namespace
 {
@@ -369,6 +371,34 @@ TEST_F(FileTest, PathThatIsTooLongIsRefused)
     EXPECT_EQ(-36, file.popen(path, PFile::eRead, 0));
     EXPECT_EQ(-36, PFile::pdelete(path));
     EXPECT_FALSE(PFile::exists(path));
+}
+
+TEST_F(FileTest, PathMayHaveAsManyBytesAsTheSystemTakes)
+{
+    // The last one stands for a byte that is no UTF-8.
+    const std::pair<wchar_t, unsigned int> characters[] = {{L'a', 1},
+                                                           {L'\u00E4', 2},
+                                                           {L'\u20AC', 3},
+                                                           {L'\U0001F600', 4},
+                                                           {static_cast<wchar_t>(0xDCFF), 1}};
+    for (const auto& [character, bytes] : characters)
+    {
+        PString path;
+        unsigned int size = 0;
+        for (; size + bytes + 1 < PATH_MAX; size += bytes + 1)
+        {
+            path.cat(&character, 1);
+            path.cat(L"/", 1);
+        }
+        for (; size < PATH_MAX - 1; ++size)
+        {
+            path.cat(L"b", 1);
+        }
+        PFile file;
+        EXPECT_EQ(-2, file.popen(path, PFile::eRead, 0)) << bytes;
+        path.cat(L"b", 1);
+        EXPECT_EQ(-36, file.popen(path, PFile::eRead, 0)) << bytes;
+    }
 }
 
 TEST_F(FileTest, ModeWithoutReadingOrWritingIsRefused)
