@@ -144,6 +144,10 @@ TEST_F(LogFormat, WithUnusualSizesOrLengthsIsThatOfTheCLibrary)
     EXPECT_TRUE(isAsInTheCLibrary(L"%.*x|%.*d", kLarge, 255U, -7, 5));
     EXPECT_TRUE(isAsInTheCLibrary(L"%*d|%*d|", kLarge, 1, -kLarge, 2));
     EXPECT_TRUE(isAsInTheCLibrary(L"%*d|%*d|", 5, 1, -5, 2));
+    EXPECT_TRUE(isAsInTheCLibrary(L"%Ld", -1LL));
+    EXPECT_TRUE(isAsInTheCLibrary(L"%Lu", 1ULL));
+    EXPECT_TRUE(isAsInTheCLibrary(L"%#LX|%#X|%#x", 255ULL, 255U, 255U));
+    EXPECT_TRUE(isAsInTheCLibrary(L"%Lo", 8ULL));
     EXPECT_TRUE(isAsInTheCLibrary(L"%hs|%hc|%hhs", "abc", 'd', "e"));
     EXPECT_TRUE(isAsInTheCLibrary(L"%Lf|%hf|%lf|%.3Le", 1.5L, 0.25, 2.5, 1e300L));
     EXPECT_TRUE(isAsInTheCLibrary(L"%lp|%+p|%p", &logger, &logger, nullptr));

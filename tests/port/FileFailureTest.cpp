@@ -82,3 +82,24 @@ TEST_F(FileFailure, PipeWithoutReaderDoesNotEndTheProcess)
     sigpending(&pending);
     EXPECT_EQ(0, sigismember(&pending, SIGPIPE));
 }
+
+TEST_F(FileFailure, SignalThatWaitedBeforeAWriteStaysPending)
+{
+    sigset_t blocked;
+    sigemptyset(&blocked);
+    sigaddset(&blocked, SIGPIPE);
+    sigset_t before;
+    pthread_sigmask(SIG_BLOCK, &blocked, &before);
+    raise(SIGPIPE);
+    mkfifo(dir.file("out.txt").c_str(), 0600);
+    const int reader = open(dir.file("out.txt").c_str(), O_RDONLY | O_NONBLOCK);
+    ASSERT_EQ(0, file.popen(dir.wideFile("out.txt"), PFile::eWrite, 0));
+    close(reader);
+
+    EXPECT_EQ(0, file.pwriteLine(L"a"));
+    EXPECT_EQ(-EPIPE, file.pclose());
+
+    const timespec noWait{};
+    EXPECT_EQ(SIGPIPE, sigtimedwait(&blocked, nullptr, &noWait));
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+}
